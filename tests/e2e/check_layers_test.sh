@@ -1,0 +1,47 @@
+#!/bin/bash
+# The layer check finds what it is there for: check_layers_test.sh CHECK.
+set -euo pipefail
+check=$1
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+failed=0
+
+# expect good|bad FILE INCLUDE: one file with one include.
+expect() {
+    rm -rf "$folder/src"
+    mkdir -p "$folder/src/$(dirname "$2")"
+    printf '#include %s\n' "$3" > "$folder/src/$2"
+    local result=good
+    "$check" "$folder/src" > "$folder/out" || result=bad
+    if [ "$result" != "$1" ]; then
+        printf 'FAILED: %s that includes %s should be %s\n' "$2" "$3" "$1"
+        failed=1
+    fi
+}
+
+expect good search/matcher.cpp '"os/files.h"'
+expect good search/matcher.cpp '"search/scan.h"'
+expect good search/matcher.cpp '<string.h>'
+expect good app/frame.cpp '"ui/field_widget.h"'
+expect good ui/field_widget.cpp '"app/saved_lists.h"'
+expect good os/win32/files.cpp '<windows.h>'
+expect good os/win32/files.cpp '"os/win32/wide.h"'
+expect good os/linux/files.cpp '<sys/stat.h>'
+expect bad os/files.cpp '"search/scan.h"'
+expect bad search/matcher.cpp '"render/draw.h"'
+expect bad render/text.cpp '"ui/ui_state.h"'
+expect bad ui/line_editor.cpp '"app/saved_lists.h"'
+expect bad ui/field_widget.cpp '"app/frame.h"'
+expect bad app/saved_lists.h '"ui/ui_state.h"'
+expect bad app/main.cpp '<windows.h>'
+expect bad os/print.cpp '<unistd.h>'
+expect bad os/linux/files.cpp '<windows.h>'
+expect bad os/win32/files.cpp '<sys/stat.h>'
+expect bad search/walk.cpp '"os/win32/wide.h"'
+expect bad search/walk.cpp '"scan.h"'
+expect bad other/walk.cpp '"os/files.h"'
+
+if [ "$failed" = 0 ]; then
+    printf 'check_layers: all cases passed\n'
+fi
+exit "$failed"
