@@ -1,0 +1,101 @@
+#!/bin/bash
+# Measures the search beside others, all in one alternating run on the same warm tree, natively and with one thread
+# each: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and writes it to build/bench/results.md; what is
+# worth keeping goes into docs/performance.md.
+#
+# The tree is a Linux kernel source from Debian's linux-source package, without its symbolic links, which the others do
+# not follow. What prints, prints into a pipe that something reads.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+rounds=${1:-11}
+
+tools/need_packages cmake ninja-build g++ googletest libbenchmark-dev libstb-dev ripgrep ugrep linux-source xz-utils \
+    time jq
+[ -f build/linux/build.ninja ] || cmake --preset linux > /dev/null
+cmake --build --preset linux > /dev/null
+
+work=$PWD/build/bench
+mkdir -p "$work"
+tree=$(find "$work" -maxdepth 1 -type d -name 'linux-source-*' | head -n 1)
+if [ -z "$tree" ]; then
+    archive=$(find /usr/src -maxdepth 1 -name 'linux-source-*.tar.xz' | sort | tail -n 1)
+    tar -xf "$archive" -C "$work"
+    tree=$(find "$work" -maxdepth 1 -type d -name 'linux-source-*' | head -n 1)
+fi
+find "$tree" -type l -delete
+
+bin=build/linux/bin
+store() { "$bin/search_time" "$tree" "$1" | cat > /dev/null; }
+dump() { "$bin/search_dump" "$tree" "$1" | cat > /dev/null; }
+floor() { "$bin/search_time" "$tree" | cat > /dev/null; }
+rg_run() { { rg -j1 -uuu -a -F -n --column --max-filesize 10M -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
+ugrep_run() { { ugrep -J1 -r -F -n -k --hidden -a -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
+grep_run() { { grep -rnaF -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
+
+# Time of one run in microseconds.
+timed() {
+    local begun=${EPOCHREALTIME/./} ended
+    "$@"
+    ended=${EPOCHREALTIME/./}
+    echo $((ended - begun))
+}
+
+median() { sort -n | awk '{ v[NR] = $1 } END { print NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
+
+# measure LABEL NEEDLE: a row of the table for each program. ugrep and grep take long, so they run three times only.
+measure() {
+    local label=$1 needle=$2 round program name base
+    rm -f "$work"/time_*
+    for program in store dump floor rg_run ugrep_run grep_run; do "$program" "$needle"; done # warm
+    for ((round = 0; round < rounds; round++)); do
+        for program in store dump floor rg_run; do timed "$program" "$needle" >> "$work/time_$program"; done
+        if ((round < 3)); then
+            for program in ugrep_run grep_run; do timed "$program" "$needle" >> "$work/time_$program"; done
+        fi
+    done
+    base=$(median < "$work/time_rg_run")
+    for program in store dump floor rg_run ugrep_run grep_run; do
+        case $program in
+        store) name='this search' ;;
+        dump) name='this search, printed' ;;
+        floor) name='floor: same walk and reads, no scan' ;;
+        rg_run) name='rg' ;;
+        *) name=${program%_run} ;;
+        esac
+        median < "$work/time_$program" | awk -v label="$label" -v name="$name" -v base="$base" \
+            '{ printf "| %s | %s | %.0f ms | %.2f |\n", label, name, $1 / 1000, $1 / base }'
+    done
+}
+
+{
+    echo "Tree: $(basename "$tree"), $(find "$tree" -type f | wc -l) files, $(find "$tree" -type f -printf '%s\n' |
+        awk '{ sum += $1 } END { printf "%.2f GB", sum / 1e9 }'), $rounds rounds (ugrep and grep: 3)."
+    echo "$(rg --version | head -n 1); $(ugrep --version | head -n 1 | cut -d' ' -f1,2); $(grep --version | head -n 1)"
+    echo
+    echo '| needle | program | median | to rg |'
+    echo '|---|---|---|---|'
+    measure 'none' zqxwvk_none
+    measure 'thousands of hits' spin_lock_irqsave
+    measure 'over a million hit lines' int
+    echo
+    /usr/bin/time -f %M "$bin/search_time" "$tree" int 2> "$work/peak" > "$work/stored"
+    awk -v peak="$(cat "$work/peak")" '{
+        printf "Peak memory for int: %.1f MB, of which %.1f MB are stored strings and tables (%d files, %d rows): %.1f MB over.\n",
+               peak * 1024 / 1e6, $6 / 1e6, $2, $4, (peak * 1024 - $6) / 1e6
+    }' "$work/stored"
+    echo
+    echo 'The scan alone, in memory, without a hit (medians of five):'
+    echo
+    echo '| needle | 16 KB | 256 KB | 64 MB |'
+    echo '|---|---|---|---|'
+    "$bin/scan_bench" --benchmark_repetitions=5 --benchmark_min_time=0.1 --benchmark_report_aggregates_only=true \
+        --benchmark_format=json "$tree" 2> /dev/null |
+        jq -r '.benchmarks[] | select(.aggregate_name == "median") | [.run_name, .bytes_per_second / 1e9] | @tsv' |
+        awk -F'\t' '{
+            name = $1; sub(/\/[0-9]+$/, "", name)
+            size = $1; sub(/.*\//, "", size)
+            if (name == "memchr") base[size] = $2
+            if (name != last) { printf "%s| %s", (NR > 1 ? " |\n" : ""), name; last = name }
+            printf " | %.0f GB/s (%.2f)", $2, $2 / base[size]
+        } END { print " |" }'
+} | tee "$work/results.md"

@@ -1,0 +1,51 @@
+// One search as the worker runs it, without printing what it found: search_time FOLDER [QUERY]. Without a
+// query it is the floor: a query longer than any file, so that every file is walked to, read and recorded,
+// and none is scanned. Prints the rows of both tables and what the stored strings and tables take.
+
+#include <stdio.h>
+#include <string.h>
+
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "search/worker.h"
+
+namespace {
+
+// Bytes of the store that have been written: the rows, and every block of the arena, the last one up to where
+// it is used. Once a search comes back to an earlier block, all blocks are full.
+uint64_t stored_bytes() {
+    const StringArena *arena = &results_store.arena;
+    const ArenaBlock *last = &arena->blocks[arena->block_count - 1];
+    uint64_t bytes = last->base == arena->base ? arena->used : last->capacity;
+    for (uint64_t i = 0; i + 1 < arena->block_count; i++) {
+        bytes += arena->blocks[i].capacity;
+    }
+    return bytes + results_store.file_table.count * sizeof(FileEntry) +
+           results_store.hit_table.count * sizeof(ResultRecord);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (argc != 2 && argc != 3) {
+        fputs("usage: search_time FOLDER [QUERY]\n", stderr);
+        return 2;
+    }
+    results_store_reserve();
+    results_store_start_arena();
+    strbuf_init(&search_state.path, 1024);
+    strbuf_append(&search_state.path, strlen(argv[1]), argv[1]);
+    strbuf_init(&search_state.query, 1024);
+    if (argc == 3) {
+        strbuf_append(&search_state.query, strlen(argv[2]), argv[2]);
+    } else {
+        strbuf_append(&search_state.query, static_cast<uint64_t>(search_state.max_file_size) + 1, nullptr);
+    }
+    publish_request();
+    search_worker_turn();
+    printf("files %llu rows %llu stored %llu\n",
+           static_cast<unsigned long long>(results_store.file_table.count),
+           static_cast<unsigned long long>(results_store.hit_table.count),
+           static_cast<unsigned long long>(stored_bytes()));
+    return 0;
+}

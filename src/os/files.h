@@ -1,0 +1,75 @@
+// Files and folders. Paths are UTF-8 with '/' as separator, cut at a zero byte; one that is too long for the
+// system is one that cannot be opened.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/strings.h"
+#include "os/threads.h"
+
+// ---- Whole files (each system) ----
+
+// The last failed or finished read's outcome, kept for inspection; nothing in the program reads it.
+struct LastFileError {
+    uint32_t code;  // the system's error code; 0: none
+    char text[512]; // the system's message for it, in the system's own code page; empty for code 0
+};
+extern LastFileError os_last_file_error;
+
+// Reads a whole file, which other programs may hold open for reading and writing. Returns its bytes, owned by
+// the caller and freed with os_file_free, or length 0 and a null pointer when it cannot be opened or read; an
+// empty file has length 0 and a pointer. A size of 4 GiB or more is cut to its low 32 bits. The block is n +
+// 1 + ((n + 1) AND 63) bytes for a length of n, the bytes from n on zero. A file that shrinks meanwhile keeps
+// its length, with zeros.
+Str os_file_read_all(Str path);
+
+// The same for the entry that a folder listing has just handed out: path names it, name is the entry's own
+// name. A system may have opened the file for its size already and saves itself the way.
+Str os_file_read_entry(Str path, Str name);
+
+// Frees what os_file_read_all returned, and sets it to length 0 and a null pointer.
+void os_file_free(Str *contents);
+
+// Writes count bytes at the start of a file, which is created when missing and never truncated: whoever
+// rewrites a file with less deletes it first. Returns 0: written, 1: could not be opened, 2: could not be
+// written.
+int32_t os_file_write(Str path, uint32_t count, const char *bytes);
+
+// Returns 0 when the file is deleted or did not exist in an existing folder, else 1.
+int32_t os_file_delete(Str path);
+
+// Whether the system knows a file or folder of that name.
+uint8_t os_path_exists(Str path);
+
+// The folder that holds the executable, with a '/' at its end. Owned by the layer, found at the first call.
+Str os_exe_folder();
+
+// ---- Folder listing (each system) ----
+
+// One entry of a folder, as the system reports it.
+struct FolderEntry {
+    Str name;      // zero-terminated, valid until the next entry or the listing's end
+    uint64_t size; // bytes; 0 for a folder
+    FileTime time; // last write, UTC
+    uint8_t is_folder;
+    char name_bytes[784]; // where the name stands on a system that does not keep it itself
+};
+
+// What a listing is for, so that a system can save itself work.
+enum FolderListingUse : uint8_t {
+    LIST_DETAILS,    // everything is wanted
+    LIST_FILES,      // to read the files: a folder's entry, and any entry's time, may be zero
+    LIST_SUBFOLDERS, // to enter the folders: any size and time may be zero, and a link to a folder that holds
+                     // it is left out where the system does not limit the length of paths. Right behind a
+                     // finished LIST_FILES of the same folder, the entries may be those that were seen then.
+};
+
+// Starts listing a folder's entries, "." and ".." among them, in the system's order, and fills in the first
+// one. Returns the listing, or null when the folder cannot be listed or has no entry.
+void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry);
+
+// Fills in the next entry; returns 0 after the last one.
+uint8_t os_folder_next(void *listing, FolderEntry *entry);
+
+// Ends a listing.
+void os_folder_close(void *listing);

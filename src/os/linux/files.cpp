@@ -1,0 +1,428 @@
+#include "os/files.h"
+
+#include <chrono>
+#include <dirent.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+// A path as the system takes it: zero-terminated, below PATH_MAX. The text is not cleared first, and that is
+// meant.
+struct SystemPath {
+    uint64_t count; // bytes; 0 and an empty text for a path that is too long, which no call finds
+    char text[PATH_MAX];
+
+    explicit SystemPath(Str path) {
+        count = path.count > 0 ? strnlen(path.data, path.count) : 0;
+        if (count >= PATH_MAX) {
+            count = 0;
+        }
+        if (count > 0) {
+            memcpy(text, path.data, count);
+        }
+        text[count] = 0;
+    }
+};
+
+// Opening a pipe or a device must neither wait nor make a terminal this process's own.
+constexpr int open_to_read = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+// The file of the entry that a LIST_FILES listing has just handed out.
+struct OpenEntry {
+    int file;         // -1: none
+    const char *name; // the entry's name, where it stands in the listing
+    uint64_t size;    // bytes
+};
+thread_local OpenEntry open_entry = {-1, nullptr, 0};
+
+} // namespace
+
+// ---- Whole files ----
+
+LastFileError os_last_file_error;
+
+namespace {
+
+void note_last_error(int32_t code) {
+    os_last_file_error.code = static_cast<uint32_t>(code);
+    os_last_file_error.text[0] = 0;
+    if (code != 0) {
+        const char *text = strerror_r(code, os_last_file_error.text, sizeof(os_last_file_error.text));
+        if (text != os_last_file_error.text) {
+            strncpy(os_last_file_error.text, text, sizeof(os_last_file_error.text) - 1);
+        }
+    }
+}
+
+// Reads up to count bytes; returns how many came, or -1 when the first read failed.
+int64_t read_up_to(int file, char *bytes, uint64_t count) {
+    uint64_t done = 0;
+    while (done < count) {
+        ssize_t got = read(file, bytes + done, count - done);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return -1;
+        }
+        if (got == 0) {
+            break;
+        }
+        done += static_cast<uint64_t>(got);
+    }
+    return static_cast<int64_t>(done);
+}
+
+// Reads an open file of a known size.
+Str read_open_file(int file, uint64_t size) {
+    Str contents = {};
+    uint64_t count = static_cast<uint32_t>(size);
+    uint64_t block_size = count + 1 + ((count + 1) & 63); // adds the remainder, does not round up; meant
+    char *block = static_cast<char *>(os_alloc(block_size));
+    int64_t got = block ? read_up_to(file, block, count) : -1;
+    if (got >= 0) {
+        memset(block + got, 0, block_size - static_cast<uint64_t>(got));
+        contents = {count, block};
+        note_last_error(0);
+    } else {
+        note_last_error(block ? errno : ENOMEM);
+        os_free(block);
+    }
+    return contents;
+}
+
+// The size of an open file; 0 or the error, which is set for whatever is no file.
+int32_t open_file_size(int file, uint64_t *size) {
+    struct stat info;
+    if (fstat(file, &info) != 0) {
+        return errno;
+    }
+    *size = static_cast<uint64_t>(info.st_size);
+    return S_ISREG(info.st_mode) ? 0 : EISDIR;
+}
+
+} // namespace
+
+Str os_file_read_all(Str path) {
+    int file = open(SystemPath(path).text, open_to_read);
+    if (file < 0) {
+        return {};
+    }
+    Str contents = {};
+    uint64_t size = 0;
+    int32_t error = open_file_size(file, &size);
+    if (error == 0) {
+        contents = read_open_file(file, size);
+    } else {
+        note_last_error(error);
+    }
+    close(file);
+    return contents;
+}
+
+Str os_file_read_entry(Str path, Str name) {
+    if (open_entry.file < 0 || open_entry.name != name.data) {
+        return os_file_read_all(path);
+    }
+    return read_open_file(open_entry.file, open_entry.size);
+}
+
+void os_file_free(Str *contents) {
+    os_free(contents->data);
+    *contents = {};
+}
+
+int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
+    int file = open(SystemPath(path).text, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (file < 0) {
+        return 1;
+    }
+    uint32_t done = 0;
+    while (done < count) {
+        ssize_t put = write(file, bytes + done, count - done);
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put <= 0) {
+            break;
+        }
+        done += static_cast<uint32_t>(put);
+    }
+    return close(file) == 0 && done == count ? 0 : 2;
+}
+
+int32_t os_file_delete(Str path) {
+    SystemPath name(path);
+    if (unlink(name.text) == 0) {
+        return 0;
+    }
+    if (errno != ENOENT) {
+        return 1;
+    }
+    // The system does not tell a missing file from a missing folder.
+    char *slash = strrchr(name.text, '/');
+    if (slash == nullptr || slash == name.text) {
+        return name.count > 0 ? 0 : 1;
+    }
+    *slash = 0;
+    return access(name.text, F_OK) == 0 ? 0 : 1;
+}
+
+uint8_t os_path_exists(Str path) {
+    struct stat info;
+    return lstat(SystemPath(path).text, &info) == 0;
+}
+
+Str os_exe_folder() {
+    static Str folder;
+    if (!folder.data) {
+        char *path = static_cast<char *>(os_alloc(PATH_MAX));
+        ssize_t count = path ? readlink("/proc/self/exe", path, PATH_MAX - 1) : -1;
+        if (count < 0) {
+            os_free(path);
+            return {};
+        }
+        path[count] = 0;
+        folder = str_cut_to_folder({static_cast<uint64_t>(count), path});
+    }
+    return folder;
+}
+
+// ---- Folder listing ----
+
+// A folder is read whole when its listing starts, so that a walk through a deep tree holds no folder open for
+// each level: a process may have only so many files open. It stays open only while its own files are looked
+// at.
+
+namespace {
+
+struct Listing {
+    uint64_t end;      // bytes of entries, behind this record
+    uint64_t next;     // byte offset of the next entry
+    uint64_t capacity; // bytes for entries
+    int folder;        // open, for looking at its files; else -1
+    FolderListingUse use;
+    Str path; // for a listing that is kept, from the heap
+
+    char *entries() {
+        return reinterpret_cast<char *>(this + 1);
+    }
+};
+
+// A search lists every folder twice in a row, for its files and for its sub-folders. The second listing is
+// served with what the first has read, which is kept here in between.
+thread_local Listing *kept_listing;
+
+void close_open_entry() {
+    if (open_entry.file >= 0) {
+        close(open_entry.file);
+        open_entry.file = -1;
+    }
+}
+
+void free_listing(Listing *listing) {
+    if (listing) {
+        if (listing->folder >= 0) {
+            close(listing->folder);
+        }
+        os_free(listing->path.data);
+        os_free(listing);
+    }
+}
+
+FileTime file_time_from(const timespec &time) {
+    using namespace std::chrono;
+    sys_seconds seconds_since_1970{seconds{time.tv_sec}};
+    sys_days days = floor<std::chrono::days>(seconds_since_1970);
+    year_month_day date{days};
+    hh_mm_ss clock{seconds_since_1970 - days};
+    return {static_cast<uint16_t>(static_cast<int>(date.year())),
+            static_cast<uint8_t>(static_cast<unsigned>(date.month())),
+            static_cast<uint8_t>(static_cast<unsigned>(date.day())),
+            static_cast<uint8_t>(weekday{days}.iso_encoding()),
+            static_cast<uint8_t>(clock.hours().count()),
+            static_cast<uint8_t>(clock.minutes().count()),
+            static_cast<uint8_t>(clock.seconds().count()),
+            static_cast<uint32_t>(time.tv_nsec / 1000000 * 1000)};
+}
+
+// Whether a folder is one of those that path names on its way, path's own folder included.
+uint8_t is_on_the_way(const struct stat &folder, const SystemPath &path) {
+    SystemPath prefix = path;
+    for (uint64_t i = 0; i <= path.count; i++) {
+        if (i != path.count && path.text[i] != '/') {
+            continue;
+        }
+        prefix.text[i] = 0;
+        struct stat info;
+        if (stat(i == 0 ? "/" : prefix.text, &info) == 0 && info.st_dev == folder.st_dev &&
+            info.st_ino == folder.st_ino) {
+            return 1;
+        }
+        prefix.text[i] = path.text[i];
+    }
+    return 0;
+}
+
+// Says of links, and of entries whose kind the file system does not tell, whether they are folders; d_type
+// becomes DT_DIR or DT_REG. A link to a folder on its own way loses its name instead, so that no walk goes
+// round in circles.
+void resolve_links(Listing *listing, const SystemPath &path) {
+    for (uint64_t at = 0; at < listing->end;) {
+        dirent64 *entry = reinterpret_cast<dirent64 *>(listing->entries() + at);
+        at += entry->d_reclen;
+        if (entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) {
+            continue;
+        }
+        struct stat info;
+        uint8_t is_folder = fstatat(listing->folder, entry->d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
+        uint8_t is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
+        if (is_folder && !is_dot && listing->use != LIST_DETAILS && is_on_the_way(info, path)) {
+            entry->d_name[0] = 0;
+        }
+        entry->d_type = is_folder ? DT_DIR : DT_REG;
+    }
+}
+
+// Reads all entries of an open folder behind a listing record; null when that fails.
+Listing *read_folder(int folder) {
+    constexpr uint64_t first_capacity = 32768;
+    constexpr uint64_t smallest_read = 4096; // room for any single entry
+    Listing *listing = static_cast<Listing *>(os_alloc(sizeof(Listing) + first_capacity));
+    if (!listing) {
+        return nullptr;
+    }
+    *listing = {0, 0, first_capacity, folder, LIST_DETAILS, {}};
+    for (;;) {
+        if (listing->capacity - listing->end < smallest_read) {
+            uint64_t capacity = listing->capacity * 2;
+            Listing *grown = static_cast<Listing *>(os_realloc(listing, sizeof(Listing) + capacity));
+            if (!grown) {
+                os_free(listing);
+                return nullptr;
+            }
+            listing = grown;
+            listing->capacity = capacity;
+        }
+        int64_t got = syscall(SYS_getdents64, folder, listing->entries() + listing->end,
+                              listing->capacity - listing->end);
+        if (got <= 0) {
+            break; // an error in the middle ends the listing there
+        }
+        listing->end += static_cast<uint64_t>(got);
+    }
+    return listing;
+}
+
+// Fills in size and time; a file that is going to be read is opened for that and stays open until the next
+// entry.
+void look_at_entry(Listing *listing, const dirent64 *found, FolderEntry *entry) {
+    if (listing->use == LIST_FILES && found->d_type == DT_REG) {
+        int file = openat(listing->folder, found->d_name, open_to_read);
+        if (file >= 0 && open_file_size(file, &entry->size) == 0) {
+            open_entry = {file, found->d_name, entry->size};
+            return;
+        }
+        if (file >= 0) {
+            close(file);
+        }
+    }
+    struct stat info;
+    if (fstatat(listing->folder, found->d_name, &info, 0) == 0) {
+        entry->size = entry->is_folder ? 0 : static_cast<uint64_t>(info.st_size);
+        entry->time = file_time_from(info.st_mtim);
+    }
+}
+
+// Reads a folder; null when that fails.
+Listing *open_listing(Str folder, FolderListingUse use, const SystemPath &path) {
+    if (path.count == 0 && folder.count > 0 && folder.data[0] != 0) {
+        return nullptr; // too long
+    }
+    int file = open(path.count > 0 ? path.text : "/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) {
+        return nullptr;
+    }
+    Listing *listing = read_folder(file);
+    if (!listing) {
+        close(file);
+        return nullptr;
+    }
+    listing->use = use;
+    resolve_links(listing, path);
+    if (use == LIST_FILES) {
+        listing->path.data = static_cast<char *>(os_alloc(path.count + 1)); // refused: it will not be kept
+        if (listing->path.data) {
+            listing->path.count = path.count;
+            memcpy(listing->path.data, path.text, path.count + 1);
+        }
+    }
+    if (use == LIST_SUBFOLDERS) {
+        close(file);
+        listing->folder = -1;
+    }
+    if (use != LIST_DETAILS) {
+        Listing *shrunk = static_cast<Listing *>(os_realloc(listing, sizeof(Listing) + listing->end));
+        listing = shrunk ? shrunk : listing;
+    }
+    return listing;
+}
+
+} // namespace
+
+void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry) {
+    SystemPath path(folder);
+    Listing *listing = kept_listing;
+    kept_listing = nullptr;
+    if (listing && use == LIST_SUBFOLDERS && str_equal(listing->path, {path.count, path.text})) {
+        listing->use = use;
+        listing->next = 0;
+    } else {
+        free_listing(listing);
+        listing = open_listing(folder, use, path);
+    }
+    if (listing && !os_folder_next(listing, entry)) {
+        os_folder_close(listing);
+        return nullptr;
+    }
+    return listing;
+}
+
+uint8_t os_folder_next(void *opaque, FolderEntry *entry) {
+    Listing *listing = static_cast<Listing *>(opaque);
+    close_open_entry();
+    while (listing->next < listing->end) {
+        dirent64 *found = reinterpret_cast<dirent64 *>(listing->entries() + listing->next);
+        listing->next += found->d_reclen;
+        if (found->d_name[0] == 0) {
+            continue; // left out by resolve_links
+        }
+        entry->name = {strlen(found->d_name), found->d_name};
+        entry->is_folder = found->d_type == DT_DIR;
+        entry->size = 0;
+        entry->time = {};
+        if (listing->use == LIST_DETAILS || (listing->use == LIST_FILES && found->d_type != DT_DIR)) {
+            look_at_entry(listing, found, entry);
+        }
+        return 1;
+    }
+    return 0;
+}
+
+void os_folder_close(void *opaque) {
+    Listing *listing = static_cast<Listing *>(opaque);
+    close_open_entry();
+    if (listing->use == LIST_FILES && listing->next >= listing->end && listing->path.data) {
+        close(listing->folder);
+        listing->folder = -1;
+        kept_listing = listing;
+    } else {
+        free_listing(listing);
+    }
+}

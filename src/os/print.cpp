@@ -1,0 +1,67 @@
+#define __USE_MINGW_ANSI_STDIO 1 // one format language for vfprintf on all systems
+
+#include "os/console.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+// The same settings as in stb_sprintf.cpp.
+#define STB_SPRINTF_MIN 1024
+#define STB_SPRINTF_NOUNALIGNED
+#include <stb_sprintf.h>
+
+// ---- Formatted output ----
+
+namespace {
+
+char *write_piece(const char *bytes, void *, int count) {
+    char *buffer = const_cast<char *>(bytes);
+    os_console_write({static_cast<uint64_t>(count), buffer});
+    return buffer;
+}
+
+} // namespace
+
+void os_print(const char *format, ...) {
+    char buffer[STB_SPRINTF_MIN];
+    va_list arguments;
+    va_start(arguments, format);
+    stbsp_vsprintfcb(write_piece, nullptr, buffer, format, arguments);
+    va_end(arguments);
+}
+
+void os_debug_print(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    vfprintf(stdout, format, arguments);
+    va_end(arguments);
+}
+
+// ---- Texts ----
+
+Str str_cut_trailing_blanks(Str text) {
+    while (text.count > 0 && text.data[text.count - 1] == ' ') {
+        text.count--;
+    }
+    return text;
+}
+
+Str str_file_name(Str path) {
+    uint64_t start = path.count;
+    while (start > 0 && path.data[start - 1] != '\\' && path.data[start - 1] != '/') {
+        start--;
+    }
+    return {path.count - start, path.data + start};
+}
+
+Str os_read_line(char *line, int32_t size) {
+    if (!fgets(line, size, stdin)) {
+        return {};
+    }
+    uint64_t count = strlen(line);
+    if (count > 0 && line[count - 1] == '\n') {
+        line[--count] = 0;
+    }
+    return {count, line};
+}

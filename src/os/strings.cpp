@@ -1,0 +1,294 @@
+#include "os/strings.h"
+
+#include <string.h>
+
+// ---- Str ----
+
+Str str_from(const char *text) {
+    return {strlen(text), const_cast<char *>(text)};
+}
+
+uint8_t str_equal(Str a, Str b) {
+    return a.count == b.count && (a.count == 0 || memcmp(a.data, b.data, a.count) == 0);
+}
+
+Str str_cut_to_folder(Str path) {
+    uint64_t end = 0;
+    for (uint64_t i = 0; i < path.count; i++) {
+        if (path.data[i] == '\\') {
+            path.data[i] = '/';
+        }
+        if (path.data[i] == '/') {
+            end = i + 1;
+        }
+    }
+    if (end > 0 && end < path.count) {
+        path.data[end] = 0;
+        path.count = end;
+    }
+    return path;
+}
+
+// ---- Growth ----
+
+namespace {
+
+// Moves the first used bytes of a block into one of size bytes, which is returned; the caller publishes it
+// and then gives the old block to retire_replaced. Null on failure. With nobody reading, the heap moves the
+// block itself.
+char *replace_block(char *old_block, uint64_t used, uint64_t size, const RetiredBlocks *readers) {
+    if (!readers || !retired_has_reader(readers)) {
+        return static_cast<char *>(os_realloc(old_block, size));
+    }
+    char *block = static_cast<char *>(os_alloc(size));
+    if (block && used > 0) {
+        memcpy(block, old_block, used);
+    }
+    return block;
+}
+
+void retire_replaced(char *old_block, RetiredBlocks *readers) {
+    if (readers && retired_has_reader(readers)) {
+        retire_block(readers, old_block);
+    }
+}
+
+constexpr uint64_t strbuf_doubles_up_to = 0x3FFFFFF;
+constexpr uint64_t strbuf_step = 0x4000000;
+
+// The capacity that holds needed bytes, reached in the text's growth steps. Past what the heap can give, the
+// steps stop: the reallocation is going to be refused whatever the size.
+uint64_t strbuf_capacity_for(uint64_t capacity, uint64_t needed) {
+    if (capacity == 0) {
+        capacity = 1; // doubling 0 would never end
+    }
+    while (capacity < needed && capacity <= UINT32_MAX) {
+        capacity = capacity <= strbuf_doubles_up_to ? capacity * 2 : capacity + strbuf_step;
+    }
+    return capacity;
+}
+
+} // namespace
+
+// ---- StrBuf ----
+
+void strbuf_init(StrBuf *buf, uint64_t capacity) {
+    char *data = static_cast<char *>(os_alloc(capacity + 1));
+    if (data) {
+        data[0] = 0;
+    }
+    buf->data = data;
+    buf->capacity = data ? capacity : 0;
+    buf->count = 0;
+}
+
+Str strbuf_text(const StrBuf *buf) {
+    uint64_t count = buf->count;
+    return {count, buf->data};
+}
+
+void strbuf_insert(StrBuf *buf, uint64_t at, uint64_t count, const char *bytes) {
+    if (count == 0 || !buf->data) {
+        return;
+    }
+    uint64_t length = buf->count;
+    uint64_t needed = length + count < length ? UINT64_MAX : length + count;
+    uint64_t capacity = buf->capacity;
+    if (capacity < needed) {
+        capacity = strbuf_capacity_for(capacity, needed);
+        buf->data = static_cast<char *>(os_realloc(buf->data, capacity + 1));
+        buf->capacity = capacity;
+    }
+    char *data = buf->data;
+    if (!data) {
+        return;
+    }
+    if (at < length) {
+        memmove(data + at + count, data + at, length - at);
+    } else {
+        at = length;
+    }
+    if (bytes) {
+        memcpy(data + at, bytes, count);
+    }
+    data[needed] = 0;
+    buf->count = needed;
+}
+
+void strbuf_append(StrBuf *buf, uint64_t count, const char *bytes) {
+    strbuf_insert(buf, buf->count, count, bytes);
+}
+
+uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers) {
+    uint64_t length = buf->count;
+    uint64_t capacity = buf->capacity;
+    char *old_data = buf->data;
+    if (!old_data || length + count < length) {
+        return 0;
+    }
+    if (capacity >= length + count) {
+        return 1;
+    }
+    capacity = strbuf_capacity_for(capacity, length + count);
+    char *data = replace_block(old_data, length + 1, capacity + 1, readers);
+    if (!data) {
+        return 0;
+    }
+    buf->data = data;
+    buf->capacity = capacity;
+    retire_replaced(old_data, readers);
+    return 1;
+}
+
+// ---- DynArray ----
+
+void dynarray_init(DynArray *array, uint64_t elem_size, uint64_t capacity) {
+    char *data = static_cast<char *>(os_alloc(capacity * elem_size));
+    array->data = data;
+    array->capacity = data ? capacity : 0;
+    array->count = 0;
+}
+
+uint64_t dynarray_next_capacity(uint64_t elem_size, uint64_t capacity) {
+    return elem_size * capacity <= 0xFFFFF ? capacity * 2 : capacity + 0x100000;
+}
+
+void *dynarray_push(DynArray *array, uint64_t elem_size, const void *elem) {
+    return dynarray_push_shared(array, elem_size, elem, nullptr);
+}
+
+void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem, RetiredBlocks *readers) {
+    // Read once: the other thread may zero the count of the hit table at any time.
+    uint64_t count = array->count;
+    if (array->capacity < count + 1) {
+        // With a capacity of 0 this never ends, which is meant; volatile, lest the compiler drops such a
+        // loop.
+        volatile uint64_t grown = array->capacity;
+        while (grown < count + 1) {
+            grown = dynarray_next_capacity(elem_size, grown);
+        }
+        uint64_t capacity = grown;
+        char *old_data = array->data;
+        char *data = replace_block(old_data, count * elem_size, capacity * elem_size, readers);
+        if (!data) {
+            array->count = 0;
+            array->capacity = 0;
+            array->data = nullptr;
+            if (readers) {
+                retire_block(readers, old_data);
+            } else {
+                os_free(old_data);
+            }
+            return nullptr;
+        }
+        array->data = data;
+        array->capacity = capacity;
+        retire_replaced(old_data, readers);
+    }
+    char *slot = array->data + count * elem_size;
+    if (elem) {
+        memcpy(slot, elem, elem_size);
+    }
+    array->count = count + 1;
+    return slot;
+}
+
+// ---- StringArena ----
+
+namespace {
+
+constexpr uint64_t arena_header_size = sizeof(uint64_t);
+
+void arena_enter(StringArena *arena, ArenaBlock *block) {
+    block->used = 0;
+    arena->capacity = block->capacity;
+    arena->used = 0;
+    arena->base = block->base;
+}
+
+// Appends a row to the block table; null when the table cannot grow.
+ArenaBlock *arena_push_row(StringArena *arena, ArenaBlock row) {
+    uint64_t size = (arena->block_count + 1) * sizeof(ArenaBlock);
+    ArenaBlock *rows = nullptr;
+    if (arena->blocks == &arena->first_block) {
+        rows = static_cast<ArenaBlock *>(os_alloc(size));
+        if (rows) {
+            rows[0] = arena->first_block;
+        }
+    } else {
+        rows = static_cast<ArenaBlock *>(os_realloc(arena->blocks, size));
+    }
+    if (!rows) {
+        return nullptr;
+    }
+    arena->blocks = rows;
+    rows[arena->block_count] = row;
+    return &rows[arena->block_count++];
+}
+
+// Makes a block with room for need bytes current; null base when there is none.
+void arena_next_block(StringArena *arena, uint64_t need) {
+    uint64_t want = need > arena->default_block_size ? need : arena->default_block_size;
+    // The search begins with the current block itself, which is then emptied, and never looks at the last
+    // row. A new block does not move the index. All of that is meant, though strings of this search may be
+    // overwritten.
+    while (arena->index + 1 < arena->block_count) {
+        ArenaBlock *block = &arena->blocks[arena->index];
+        if (block->capacity >= want) {
+            arena_enter(arena, block);
+            return;
+        }
+        arena->index++;
+    }
+    char *base = static_cast<char *>(os_alloc(want));
+    ArenaBlock *row = base ? arena_push_row(arena, {want, 0, base}) : nullptr;
+    if (row) {
+        arena_enter(arena, row);
+    } else {
+        os_free(base);
+        arena->capacity = want;
+        arena->base = nullptr;
+    }
+}
+
+} // namespace
+
+void arena_init(StringArena *arena, uint64_t default_block_size) {
+    *arena = {};
+    arena->default_block_size = default_block_size;
+    arena->first_block = {default_block_size, 0, static_cast<char *>(os_alloc(default_block_size))};
+    arena->blocks = &arena->first_block;
+    arena->block_count = 1;
+    arena_rewind(arena);
+}
+
+void arena_rewind(StringArena *arena) {
+    arena_enter(arena, &arena->blocks[0]);
+    arena->index = 0;
+}
+
+void *arena_alloc(StringArena *arena, uint64_t size) {
+    uint64_t need = size + arena_header_size < size ? UINT64_MAX : size + arena_header_size;
+    if (arena->base && arena->capacity - arena->used < need) {
+        arena_next_block(arena, need);
+    }
+    if (!arena->base) {
+        return nullptr;
+    }
+    char *header = arena->base + arena->used;
+    memcpy(header, &need, arena_header_size); // strings are packed, so the word is rarely aligned
+    arena->used += need;
+    return header + arena_header_size;
+}
+
+Str arena_push_string(StringArena *arena, Str text) {
+    char *copy = static_cast<char *>(arena_alloc(arena, text.count + 1));
+    if (!copy) {
+        return {};
+    }
+    if (text.count > 0) {
+        memcpy(copy, text.data, text.count);
+    }
+    copy[text.count] = 0;
+    return {text.count, copy};
+}

@@ -1,0 +1,124 @@
+// Text and growable storage: Str, StrBuf, DynArray and StringArena.
+//
+// Fields that the interface and the worker share without a lock are volatile, so that the compiler keeps each
+// load and store and their order. A reader takes the count first and the pointer second; a writer stores the
+// pointer first and the count last.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "os/memory.h"
+
+// ---- Str ----
+
+// UTF-8 bytes that somebody else owns. Not zero-terminated in general, though every Str that this program
+// builds has a zero byte after its end.
+struct Str {
+    uint64_t count; // bytes
+    char *data;
+};
+
+// The Str of a zero-terminated text; the bytes stay the caller's.
+Str str_from(const char *text);
+
+// Whether both hold the same bytes.
+uint8_t str_equal(Str a, Str b);
+
+// The text with every '\' turned into '/', in place, and cut behind its last '/'; unchanged when it has none.
+// The byte behind the cut becomes zero.
+Str str_cut_to_folder(Str path);
+
+// ---- StrBuf ----
+
+// A growable, zero-terminated text. Its first two fields form a Str.
+struct StrBuf {
+    volatile uint64_t count;    // bytes, the terminator not among them
+    char *volatile data;        // capacity + 1 bytes from the heap
+    volatile uint64_t capacity; // bytes, the terminator not among them
+};
+
+// Reserves an empty text of the given capacity. On failure: capacity 0, null data.
+void strbuf_init(StrBuf *buf, uint64_t capacity);
+
+// The text as it is now, count read before data.
+Str strbuf_text(const StrBuf *buf);
+
+// Inserts count bytes at position at, or appends them when at is at or past the end; null bytes leave the
+// gap's contents undefined. Nothing happens for a count of 0. When the storage cannot grow, the new capacity
+// and a null pointer are stored, and the text is unusable until it is set up again: whoever must not lose the
+// text calls strbuf_make_room first.
+void strbuf_insert(StrBuf *buf, uint64_t at, uint64_t count, const char *bytes);
+
+// Inserts at the end.
+void strbuf_append(StrBuf *buf, uint64_t count, const char *bytes);
+
+// Grows the storage so that count more bytes fit. Returns 0 and changes nothing when it cannot, also for a
+// text without storage. The old storage is retired to readers, or freed at once when readers is null.
+uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers);
+
+// ---- DynArray ----
+
+// A growable array; the element size is given on each call.
+struct DynArray {
+    volatile uint64_t count;    // elements
+    volatile uint64_t capacity; // elements
+    char *volatile data;        // capacity elements from the heap
+};
+
+// Reserves room for capacity elements. On failure the array has capacity 0 and can never grow.
+void dynarray_init(DynArray *array, uint64_t elem_size, uint64_t capacity);
+
+// The capacity after one growth step. Above 1 MiB the step adds elements, not bytes, and 0 stays 0; both are
+// meant.
+uint64_t dynarray_next_capacity(uint64_t elem_size, uint64_t capacity);
+
+// Appends one element, copied from elem; when elem is null the slot's bytes are left as they are. Returns the
+// slot, valid until the next push. When the storage cannot grow, the contents are dropped: count, capacity
+// and data become zero, and null comes back. A push onto an array of capacity 0 never returns; that is meant.
+void *dynarray_push(DynArray *array, uint64_t elem_size, const void *elem);
+
+// The same for an array that another thread reads: storage it may be reading is retired to readers.
+void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem, RetiredBlocks *readers);
+
+// ---- StringArena ----
+
+struct ArenaBlock {
+    uint64_t capacity; // bytes
+    uint64_t used;     // bytes; set when the block is entered, not kept up to date while it is current
+    char *base;
+};
+
+// A chain of large blocks that strings are cut from and that are rewound together. Strings are never freed
+// one by one. Once the system refuses a block, every allocation fails until the next rewind.
+struct StringArena {
+    uint64_t capacity;  // bytes of the current block
+    uint64_t used;      // bytes used in the current block
+    char *base;         // the current block; null once the system has refused one
+    ArenaBlock *blocks; // block_count rows
+    uint64_t index;     // where the last search for a block stopped; not always the current block's row
+    uint64_t block_count;
+    uint64_t default_block_size; // bytes
+    ArenaBlock first_block;      // the block table while it has one row
+};
+
+// Reserves the first block. When it is refused every allocation fails, for good.
+void arena_init(StringArena *arena, uint64_t default_block_size);
+
+// Makes block 0 current and empty. The other blocks stay allocated.
+void arena_rewind(StringArena *arena);
+
+// Returns size bytes, or null. In the block a 64-bit word that holds size + 8 stands before them.
+void *arena_alloc(StringArena *arena, uint64_t size);
+
+// Copies text into the arena, with a zero byte after it. Returns the copy, or the empty Str.
+Str arena_push_string(StringArena *arena, Str text);
+
+static_assert(sizeof(Str) == 16 && offsetof(Str, data) == 8);
+static_assert(sizeof(StrBuf) == 24 && offsetof(StrBuf, data) == 8 && offsetof(StrBuf, capacity) == 16);
+static_assert(sizeof(DynArray) == 24 && offsetof(DynArray, capacity) == 8 && offsetof(DynArray, data) == 16);
+static_assert(sizeof(ArenaBlock) == 24 && offsetof(ArenaBlock, used) == 8 &&
+              offsetof(ArenaBlock, base) == 16);
+static_assert(offsetof(StringArena, used) == 8 && offsetof(StringArena, base) == 16 &&
+              offsetof(StringArena, blocks) == 24 && offsetof(StringArena, index) == 32 &&
+              offsetof(StringArena, block_count) == 40 && offsetof(StringArena, default_block_size) == 48);

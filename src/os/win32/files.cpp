@@ -1,0 +1,199 @@
+#include "os/files.h"
+
+#include <string.h>
+#include <windows.h>
+
+#include "os/win32/wide.h"
+
+// ---- Text conversion ----
+
+namespace {
+
+constexpr uint64_t longest_path = 32767; // UTF-16 units the system takes for a path
+
+} // namespace
+
+int32_t wide_length(Str text) {
+    uint64_t count = text.count > 0 ? strnlen(text.data, text.count) : 0;
+    if (count == 0) {
+        return 0;
+    }
+    // A unit stands for at most three bytes, so a longer text cannot fit either.
+    if (count > longest_path * 3) {
+        return -1;
+    }
+    int32_t units = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(count), nullptr, 0);
+    return static_cast<uint64_t>(units) > longest_path ? -1 : units;
+}
+
+wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
+    if (units > 0) {
+        int32_t count = static_cast<int32_t>(strnlen(text.data, text.count));
+        MultiByteToWideChar(CP_UTF8, 0, text.data, count, wide, units);
+    }
+    wide[units] = 0;
+    return wide;
+}
+
+Str utf8_from_wide(const wchar_t *wide, int32_t count) {
+    int32_t bytes =
+        count > 0 ? WideCharToMultiByte(CP_UTF8, 0, wide, count, nullptr, 0, nullptr, nullptr) : 0;
+    char *data = static_cast<char *>(os_alloc(static_cast<uint64_t>(bytes) + 1));
+    if (!data) {
+        return {};
+    }
+    if (bytes > 0) {
+        WideCharToMultiByte(CP_UTF8, 0, wide, count, data, bytes, nullptr, nullptr);
+    }
+    data[bytes] = 0;
+    return {static_cast<uint64_t>(bytes), data};
+}
+
+// ---- Whole files ----
+
+LastFileError os_last_file_error;
+
+namespace {
+
+void note_last_error() {
+    constexpr DWORD user_default_language = 0x400;
+    DWORD code = GetLastError();
+    os_last_file_error.code = code;
+    os_last_file_error.text[0] = 0;
+    if (code != 0) {
+        FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, code, user_default_language,
+                       os_last_file_error.text, sizeof(os_last_file_error.text), nullptr);
+    }
+}
+
+} // namespace
+
+Str os_file_read_all(Str path) {
+    WIDE_ON_STACK(wide, path);
+    HANDLE file = wide ? CreateFileW(wide, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
+                       : INVALID_HANDLE_VALUE;
+    if (file == INVALID_HANDLE_VALUE) {
+        return {};
+    }
+    Str contents = {};
+    LARGE_INTEGER size;
+    if (GetFileSizeEx(file, &size)) {
+        uint64_t count = size.LowPart;
+        uint64_t block_size = count + 1 + ((count + 1) & 63); // adds the remainder, does not round up; meant
+        char *block = static_cast<char *>(os_alloc(block_size));
+        DWORD read = 0;
+        if (block && ReadFile(file, block, size.LowPart, &read, nullptr)) {
+            memset(block + read, 0, block_size - read);
+            contents = {count, block};
+        } else {
+            os_free(block);
+        }
+    }
+    note_last_error();
+    CloseHandle(file);
+    return contents;
+}
+
+Str os_file_read_entry(Str path, Str) {
+    return os_file_read_all(path);
+}
+
+void os_file_free(Str *contents) {
+    if (contents->data) {
+        os_free(contents->data);
+    }
+    *contents = {};
+}
+
+int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
+    WIDE_ON_STACK(wide, path);
+    HANDLE file =
+        wide ? CreateFileW(wide, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)
+             : INVALID_HANDLE_VALUE;
+    if (file == INVALID_HANDLE_VALUE) {
+        return 1;
+    }
+    DWORD written = 0;
+    int32_t result = WriteFile(file, bytes, count, &written, nullptr) && written == count ? 0 : 2;
+    CloseHandle(file);
+    return result;
+}
+
+int32_t os_file_delete(Str path) {
+    WIDE_ON_STACK(wide, path);
+    return wide && (DeleteFileW(wide) || GetLastError() == ERROR_FILE_NOT_FOUND) ? 0 : 1;
+}
+
+uint8_t os_path_exists(Str path) {
+    WIDE_ON_STACK(wide, path);
+    return wide && GetFileAttributesW(wide) != INVALID_FILE_ATTRIBUTES;
+}
+
+Str os_exe_folder() {
+    static Str folder;
+    if (!folder.data) {
+        wchar_t path[260];
+        DWORD units = GetModuleFileNameW(nullptr, path, 260);
+        folder = str_cut_to_folder(utf8_from_wide(path, static_cast<int32_t>(units)));
+    }
+    return folder;
+}
+
+// ---- Folder listing ----
+
+namespace {
+
+void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
+    int32_t bytes = WideCharToMultiByte(CP_UTF8, 0, found.cFileName, -1, entry->name_bytes,
+                                        sizeof(entry->name_bytes), nullptr, nullptr);
+    entry->name_bytes[bytes > 0 ? bytes - 1 : 0] = 0;
+    entry->name = {bytes > 0 ? static_cast<uint64_t>(bytes) - 1 : 0, entry->name_bytes};
+    entry->is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    entry->size = entry->is_folder ? 0 : uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
+    SYSTEMTIME time = {};
+    FileTimeToSystemTime(&found.ftLastWriteTime, &time);
+    entry->time = date_time_from_system(time);
+}
+
+} // namespace
+
+void *os_folder_first(Str folder, FolderListingUse, FolderEntry *entry) {
+    uint64_t count = folder.count > 0 ? strnlen(folder.data, folder.count) : 0;
+    if (count > longest_path * 3) {
+        return nullptr;
+    }
+    char *pattern = static_cast<char *>(__builtin_alloca(count + 3));
+    if (count > 0) {
+        memcpy(pattern, folder.data, count);
+    }
+    if (count == 0 || (pattern[count - 1] != '/' && pattern[count - 1] != '\\')) {
+        pattern[count++] = '/';
+    }
+    pattern[count++] = '*';
+    pattern[count] = 0;
+    WIDE_ON_STACK(wide, (Str{count, pattern}));
+    if (!wide) {
+        return nullptr;
+    }
+    WIN32_FIND_DATAW found;
+    HANDLE listing = FindFirstFileW(wide, &found);
+    if (listing == nullptr || listing == INVALID_HANDLE_VALUE) {
+        return nullptr;
+    }
+    fill_entry(entry, found);
+    return listing;
+}
+
+uint8_t os_folder_next(void *listing, FolderEntry *entry) {
+    WIN32_FIND_DATAW found;
+    if (!FindNextFileW(listing, &found)) {
+        return 0;
+    }
+    fill_entry(entry, found);
+    return 1;
+}
+
+void os_folder_close(void *listing) {
+    FindClose(listing);
+}

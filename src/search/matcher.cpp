@@ -1,0 +1,148 @@
+#include "search/matcher.h"
+
+#include <string.h>
+
+#include "search/results_store.h"
+#include "search/scan.h"
+#include "search/search_state.h"
+
+namespace {
+
+constexpr int64_t longest_line_text = 400; // bytes
+
+// Tab, carriage return and space, as bit numbers; a line feed is never part of a line.
+constexpr uint64_t white_space = uint64_t{1} << '\t' | uint64_t{1} << '\r' | uint64_t{1} << ' ';
+
+uint8_t is_white_space(char c) {
+    uint8_t byte = static_cast<uint8_t>(c);
+    return byte < 64 && (white_space >> byte & 1) != 0;
+}
+
+// The text of a line as it is stored: cut first, then trimmed, tabs as spaces. Changes the tabs in place.
+Str line_text(char *line, int64_t length) {
+    if (length > longest_line_text) {
+        length = longest_line_text;
+    }
+    while (length > 0 && is_white_space(line[length - 1])) {
+        length--;
+    }
+    while (length > 0 && is_white_space(line[0])) {
+        line++;
+        length--;
+    }
+    for (int64_t i = 0; i < length; i++) {
+        line[i] = line[i] == '\t' ? ' ' : line[i];
+    }
+    return {static_cast<uint64_t>(length), line};
+}
+
+char lower_case(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+// Whether the name begins with the prefix, the letters A to Z and a to z alike.
+uint8_t begins_with(Str name, Str prefix) {
+    if (name.count < prefix.count) {
+        return 0;
+    }
+    for (uint64_t i = 0; i < prefix.count; i++) {
+        if (lower_case(name.data[i]) != lower_case(prefix.data[i])) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+// Appends a hit, and before a file's first one its header.
+void push_hit(const ResultRecord *hit) {
+    DynArray *table = &results_store.hit_table;
+    TableRows rows = table_rows(table);
+    const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(rows.data);
+    if (rows.count == 0 || hits[rows.count - 1].file_index != hit->file_index) {
+        ResultRecord header = {};
+        header.kind = RESULT_FILE_HEADER;
+        header.file_index = hit->file_index;
+        dynarray_push_shared(table, sizeof(header), &header, &results_store.retired);
+    }
+    dynarray_push_shared(table, sizeof(*hit), hit, &results_store.retired);
+    search_state.results_dirty = 1;
+}
+
+} // namespace
+
+uint8_t on_file(void *, Str folder, Str name, uint64_t size, const FileTime *, uint8_t is_folder) {
+    if (search_state.request_pending) {
+        return 0;
+    }
+    if (is_folder) {
+        return 1;
+    }
+    int64_t limit = search_state.max_file_size;
+    if (limit != 0 && limit < static_cast<int64_t>(size)) {
+        return 1;
+    }
+    Str contents = os_file_read_entry(results_push_path(folder, name), name);
+    if (!contents.data) {
+        return 1;
+    }
+    FileEntry file = {arena_push_string(&results_store.arena, folder),
+                      arena_push_string(&results_store.arena, name)};
+    for (uint64_t i = 0; i < file.folder.count; i++) {
+        if (file.folder.data[i] == '\\') {
+            file.folder.data[i] = '/';
+        }
+    }
+    if (dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
+        uint32_t file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
+        scan_contents(contents, strbuf_text(&search_state.query), file_index);
+    }
+    os_file_free(&contents);
+    return 1;
+}
+
+void scan_contents(Str contents, Str query, uint32_t file_index) {
+    // Lengths are signed 32-bit numbers: a file of 2 GiB or more is not searched. One short of the last place
+    // where the query could stand: a match that ends the file is not a hit. Both are meant.
+    int64_t length = static_cast<int32_t>(contents.count);
+    if (query.count > INT32_MAX) {
+        return;
+    }
+    int64_t span = length - static_cast<int64_t>(query.count);
+    char *text = contents.data;
+    const ScanNeedle needle = scan_needle(query);
+    uint32_t line = 1;
+    int64_t from = 0; // the start of the first line that has not been searched
+    ScanHit found;
+    while (scan_next_hit(text, from, span, needle, &found)) {
+        line += found.line_feeds;
+        ResultRecord hit = {};
+        hit.kind = RESULT_HIT;
+        hit.file_index = file_index;
+        hit.line = line;
+        hit.column = static_cast<uint32_t>(found.pos - found.line_start + 1);
+        hit.byte_offset = static_cast<uint32_t>(found.pos);
+        // Lines end below span: the text of a last line without a line feed loses as many bytes as the query
+        // has.
+        Str text_of_line = line_text(text + found.line_start, found.line_end - found.line_start);
+        hit.text = arena_push_string(&results_store.arena, text_of_line);
+        push_hit(&hit);
+        from = found.line_end + 1;
+        line++;
+    }
+}
+
+uint8_t on_folder_suggestion(void *context, Str, Str name, uint64_t, const FileTime *, uint8_t is_folder) {
+    if (search_state.request_pending) {
+        return 0;
+    }
+    if (!is_folder) {
+        return 1;
+    }
+    const Str *prefix = static_cast<const Str *>(context);
+    Str copy = arena_push_string(&results_store.arena, name);
+    DynArray *list =
+        begins_with(name, *prefix) ? &results_store.matching_folders : &results_store.other_folders;
+    dynarray_push_shared(list, sizeof(copy), &copy, &results_store.retired);
+    search_state.results_dirty = 1;
+    return 1;
+}

@@ -1,0 +1,66 @@
+// What a search has found. The worker fills it, the interface reads the rows below the counts.
+//
+// Rows are only appended, and a row is complete before its count includes it. Strings live in the arena;
+// nothing is freed between searches, only rewound.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/strings.h"
+
+// A file that was read, with or without hits.
+struct FileEntry {
+    Str folder; // '/'-separated, no '/' added at its end
+    Str name;
+};
+
+enum ResultKind : uint8_t {
+    RESULT_HIT = 0,
+    RESULT_FILE_HEADER = 1, // precedes a file's first hit; everything but the file index is zero
+};
+
+struct ResultRecord {
+    uint8_t kind;         // a ResultKind
+    uint32_t file_index;  // row of file_table
+    uint32_t line;        // 1-based
+    uint32_t column;      // 1-based, in bytes from the line's start
+    uint32_t byte_offset; // 0-based, in bytes from the file's start
+    Str text;             // the line, trimmed, at most 400 bytes
+};
+
+struct ResultStore {
+    // worker only
+    StringArena arena;
+    RetiredBlocks retired; // replaced storage of the tables below
+    // worker appends, interface reads; the interface also zeroes hit_table's count when it publishes a
+    // request
+    DynArray file_table;       // FileEntry
+    DynArray hit_table;        // ResultRecord
+    DynArray matching_folders; // Str: sub-folders of the typed folder that begin with the typed name
+    DynArray other_folders;    // Str: the others
+};
+
+extern ResultStore results_store;
+
+// Interface, before the worker starts: reserves the four tables. One that is refused stays empty for good.
+void results_store_reserve();
+
+// Worker, when it starts: reserves the arena's first block.
+void results_store_start_arena();
+
+// Worker: folder + "/" + name in the arena, or the empty Str.
+Str results_push_path(Str folder, Str name);
+
+// The rows of a table as they are now: how many, and where the first one is. Valid until the reader's next
+// pass.
+struct TableRows {
+    uint64_t count;
+    char *data;
+};
+TableRows table_rows(const DynArray *table);
+
+static_assert(sizeof(FileEntry) == 32 && offsetof(FileEntry, name) == 16);
+static_assert(sizeof(ResultRecord) == 40 && offsetof(ResultRecord, kind) == 0 &&
+              offsetof(ResultRecord, file_index) == 4 && offsetof(ResultRecord, line) == 8 &&
+              offsetof(ResultRecord, column) == 12 && offsetof(ResultRecord, byte_offset) == 16 &&
+              offsetof(ResultRecord, text) == 24);

@@ -1,0 +1,65 @@
+#include "search/scan.h"
+
+#include <string.h>
+
+uint8_t scan_has_avx2() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+           __builtin_cpu_supports("popcnt") && __builtin_cpu_supports("lzcnt");
+}
+
+ScanNextHit *scan_next_hit_variant = scan_has_avx2() ? scan_next_hit_avx2 : scan_next_hit_sse2;
+
+namespace {
+
+// The bytes that source texts have most of, the commonest first; any other byte is rarer. Counted over 130 MB
+// of C.
+constexpr char common_bytes[] =
+    " et_\tsrin\naocdluf0p*,m)(h;xbgETk-SAIvC/NR=L>OPyD1Mw.2FU#B{}G34&86qHKX:zV\"579<WY+";
+constexpr int64_t chosen_among = 64; // bytes at the query's start
+
+struct CommonRank {
+    uint8_t rank[256]; // 0: rare; the higher the commoner
+
+    constexpr CommonRank() : rank() {
+        constexpr uint8_t count = sizeof(common_bytes) - 1;
+        for (uint8_t i = 0; i < count; i++) {
+            rank[static_cast<uint8_t>(common_bytes[i])] = static_cast<uint8_t>(count - i);
+        }
+    }
+};
+constexpr CommonRank common;
+
+// Where the rarest byte of the query's start stands, the byte at except left out.
+int64_t rarest_byte(Str query, int64_t except) {
+    int64_t count = query.count < chosen_among ? static_cast<int64_t>(query.count) : chosen_among;
+    int64_t best = except == 0 ? 1 : 0;
+    for (int64_t i = best + 1; i < count; i++) {
+        if (i != except && common.rank[static_cast<uint8_t>(query.data[i])] <
+                               common.rank[static_cast<uint8_t>(query.data[best])]) {
+            best = i;
+        }
+    }
+    return best;
+}
+
+} // namespace
+
+ScanNeedle scan_needle(Str query) {
+    ScanNeedle needle = {};
+    needle.query = query;
+    if (query.count > 0) {
+        needle.rare_offset = rarest_byte(query, -1);
+        needle.other_offset = query.count > 1 ? rarest_byte(query, needle.rare_offset) : needle.rare_offset;
+        needle.rare = query.data[needle.rare_offset];
+        needle.other = query.data[needle.other_offset];
+        uint64_t start_count = query.count < 8 ? query.count : 8;
+        memcpy(&needle.start, query.data, start_count);
+        needle.start_mask = ~uint64_t{0} >> (64 - 8 * start_count);
+    }
+    return needle;
+}
+
+uint8_t scan_next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
+    return from < span && scan_next_hit_variant(text, from, span, needle, hit);
+}

@@ -1,0 +1,184 @@
+// The scan itself, written once over a vector of bytes. Included by one file for each instruction set, inside
+// an unnamed namespace that defines before:
+//   Vector, lanes          a vector of bytes, and how many it has (16 or 32)
+//   load(p), splat(b)      the bytes at p; one byte in every lane
+//   equal(a, b)            all bits of the lanes that are the same
+//   both(a, b), either(a, b)
+//   minus(a, b), sum(v)    lane by lane; the sum of the lanes as unsigned bytes
+//   mask(v)                one bit for each lane, lane 0 lowest
+
+// Where the query may stand: what both chosen bytes say.
+struct Candidates {
+    const char *at_rare;
+    const char *at_other;
+    Vector rare;
+    Vector other;
+
+    Vector operator()(int64_t pos) const {
+        return both(equal(load(at_rare + pos), rare), equal(load(at_other + pos), other));
+    }
+};
+
+// The bits of two vectors that follow one another.
+inline uint64_t mask_of_two(Vector low, Vector high) {
+    return mask(low) | uint64_t{mask(high)} << lanes;
+}
+
+// Whether the query stands at pos, which is below span.
+inline uint8_t stands_at(const char *text, int64_t pos, int64_t span, const ScanNeedle &needle) {
+    uint64_t count = needle.query.count;
+    uint64_t checked = 0;
+    if (pos + 8 <= span + static_cast<int64_t>(count)) {
+        uint64_t eight;
+        memcpy(&eight, text + pos, 8);
+        if (((eight ^ needle.start) & needle.start_mask) != 0) {
+            return 0;
+        }
+        checked = 8;
+    }
+    // In place of memcmp: a call in the loop around would cost it its vector registers.
+    for (; checked < count; checked++) {
+        if (text[pos + static_cast<int64_t>(checked)] != needle.query.data[checked]) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+// The first of the marked places from pos on at which the query stands, or -1.
+inline int64_t first_match(const char *text, int64_t pos, uint64_t places, int64_t span,
+                           const ScanNeedle &needle) {
+    for (; places != 0; places &= places - 1) {
+        int64_t at = pos + __builtin_ctzll(places);
+        if (stands_at(text, at, span, needle)) {
+            return at;
+        }
+    }
+    return -1;
+}
+
+// The first place from from on, below span, where the query stands, or -1.
+inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeedle &needle) {
+    const Candidates candidates = {text + needle.rare_offset, text + needle.other_offset, splat(needle.rare),
+                                   splat(needle.other)};
+    int64_t pos = from;
+    int64_t found = -1;
+    if (span - pos >= lanes) {
+        // One vector as it comes, as a hit is often close; then on to where the loads of the rare byte are
+        // aligned.
+        found = first_match(text, pos, mask(candidates(pos)), span, needle);
+        if (found >= 0) {
+            return found;
+        }
+        pos += lanes - (reinterpret_cast<intptr_t>(candidates.at_rare + pos) & (lanes - 1));
+    }
+    for (; span - pos >= 4 * lanes; pos += 4 * lanes) {
+        const char *p = candidates.at_rare + pos;
+        // Where the branches below are hard to foresee, the processor's own prefetching falls behind.
+        __builtin_prefetch(p + 2048);
+        __builtin_prefetch(p + 2048 + 64);
+        Vector rare_low = either(equal(load(p), candidates.rare), equal(load(p + lanes), candidates.rare));
+        Vector rare_high =
+            either(equal(load(p + 2 * lanes), candidates.rare), equal(load(p + 3 * lanes), candidates.rare));
+        if (mask(either(rare_low, rare_high)) == 0) {
+            continue;
+        }
+        Vector a = candidates(pos);
+        Vector b = candidates(pos + lanes);
+        Vector c = candidates(pos + 2 * lanes);
+        Vector d = candidates(pos + 3 * lanes);
+        if (mask(either(either(a, b), either(c, d))) == 0) {
+            continue;
+        }
+        found = first_match(text, pos, mask_of_two(a, b), span, needle);
+        if (found < 0) {
+            found = first_match(text, pos + 2 * lanes, mask_of_two(c, d), span, needle);
+        }
+        if (found >= 0) {
+            return found;
+        }
+    }
+    for (; span - pos >= lanes; pos += lanes) {
+        found = first_match(text, pos, mask(candidates(pos)), span, needle);
+        if (found >= 0) {
+            return found;
+        }
+    }
+    if (pos < span && span >= lanes) {
+        // The last places once more as a whole vector, without those that have been looked at.
+        int64_t tail = span - lanes;
+        return first_match(text, tail, mask(candidates(tail)) & ~uint64_t{0} << (pos - tail), span, needle);
+    }
+    for (; pos < span; pos++) {
+        if (candidates.at_rare[pos] == needle.rare && stands_at(text, pos, span, needle)) {
+            return pos;
+        }
+    }
+    return -1;
+}
+
+inline uint32_t count_line_feeds(const char *text, int64_t from, int64_t to) {
+    const Vector line_feed = splat('\n');
+    const Vector zero = splat(0);
+    uint32_t count = 0;
+    int64_t pos = from;
+    while (to - pos >= lanes) {
+        // A lane holds 255 at most.
+        int64_t stop = to - pos > 255 * lanes ? pos + 255 * lanes : to;
+        Vector counts = zero;
+        for (; stop - pos >= lanes; pos += lanes) {
+            counts = minus(counts, equal(load(text + pos), line_feed)); // all bits set is -1
+        }
+        count += sum(counts);
+    }
+    if (pos < to && to >= lanes) {
+        int64_t tail = to - lanes;
+        uint64_t places = mask(equal(load(text + tail), line_feed)) & ~uint64_t{0} << (pos - tail);
+        return count + static_cast<uint32_t>(__builtin_popcountll(places));
+    }
+    for (; pos < to; pos++) {
+        count += text[pos] == '\n';
+    }
+    return count;
+}
+
+// The place behind the last line feed below pos; there is one.
+inline int64_t line_start(const char *text, int64_t pos) {
+    const Vector line_feed = splat('\n');
+    for (; pos >= lanes; pos -= lanes) {
+        uint32_t places = mask(equal(load(text + pos - lanes), line_feed));
+        if (places != 0) {
+            return pos - lanes + 32 - __builtin_clz(places);
+        }
+    }
+    while (text[pos - 1] != '\n') {
+        pos--;
+    }
+    return pos;
+}
+
+// The first line feed from pos on, below span, or span.
+inline int64_t line_end(const char *text, int64_t pos, int64_t span) {
+    const Vector line_feed = splat('\n');
+    for (; span - pos >= lanes; pos += lanes) {
+        uint32_t places = mask(equal(load(text + pos), line_feed));
+        if (places != 0) {
+            return pos + __builtin_ctz(places);
+        }
+    }
+    while (pos < span && text[pos] != '\n') {
+        pos++;
+    }
+    return pos;
+}
+
+inline uint8_t next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
+                        ScanHit *hit) {
+    int64_t pos = find(text, from, span, needle);
+    if (pos < 0) {
+        return 0;
+    }
+    uint32_t line_feeds = count_line_feeds(text, from, pos);
+    *hit = {pos, line_feeds, line_feeds > 0 ? line_start(text, pos) : from, line_end(text, pos, span)};
+    return 1;
+}

@@ -1,0 +1,38 @@
+#include "search/search_state.h"
+
+#include "search/results_store.h"
+
+SearchState search_state = {
+    .path = {},
+    .query = {},
+    .max_file_size = 10000000,
+    .interface_pass = 0,
+    .retired_text = {nullptr, &search_state.worker_pass},
+    .request_pending = 1,
+    .search_busy = 0,
+    .worker_pass = 0,
+    .results_dirty = 0,
+    .results_scroll = 0,
+};
+
+void publish_request() {
+    results_store.hit_table.count = 0;
+    search_state.results_dirty = 1;
+    search_state.request_pending = 1;
+}
+
+Str take_request() {
+    // The path is read after the flag is cleared: an edit that lands in between raises the flag again and is
+    // searched next, while one that landed after an earlier read would be lost with the flag.
+    search_state.request_pending = 0;
+    Str path = strbuf_text(&search_state.path);
+    results_store.file_table.count = 0;
+    arena_rewind(&results_store.arena);
+    results_store.hit_table.count = 0;
+    results_store.matching_folders.count = 0;
+    results_store.other_folders.count = 0;
+    search_state.results_scroll = 0;
+    release_retired(&results_store.retired);
+    // results_dirty stays as it is, which is meant: the interface set it when it published.
+    return path;
+}

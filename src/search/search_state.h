@@ -1,0 +1,42 @@
+// What the interface and the search worker share: the request, and a few flags and counters.
+//
+// No lock, no atomic operation and no barrier guards it; that is meant. The interface edits path and query in
+// place, then publishes; the worker polls, takes the request and reads both texts where they are. A search
+// that read a half-edited text is cancelled by the request that follows it.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/strings.h"
+
+struct SearchState {
+    // interface writes, worker reads
+    StrBuf path;  // the Path field's own text: a folder, or a folder and the start of a name
+    StrBuf query; // the Src field's own text, matched byte for byte
+    volatile int64_t max_file_size; // bytes; larger files are skipped; 0: no limit; written at start-up only
+    volatile uint32_t
+        interface_pass;         // goes up at the top of each frame; 0 until an interface reads the results
+    RetiredBlocks retired_text; // interface only: replaced storage of path and query
+
+    // interface sets to 1, worker clears
+    volatile uint8_t request_pending; // a search is wanted; cancels the one that runs
+
+    // worker writes, interface reads
+    volatile uint8_t search_busy;  // 1 while a content search walks
+    volatile uint32_t worker_pass; // goes up at each turn of the poll loop; 0 until the worker thread starts
+
+    // both write
+    volatile uint8_t
+        results_dirty; // set by whoever changes the results, cleared by the interface before a redraw
+    volatile int32_t
+        results_scroll; // first visible row; the interface scrolls, the worker sets 0 at each request
+};
+
+// request_pending starts as 1, so the worker takes a first request with the texts that start-up has loaded.
+extern SearchState search_state;
+
+// Interface: wants a new search of the texts as they are now. The list of hits empties at once.
+void publish_request();
+
+// Worker: accepts the request and empties the results. Returns the path, in the field's own storage.
+Str take_request();

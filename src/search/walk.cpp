@@ -1,0 +1,30 @@
+#include "search/walk.h"
+
+namespace {
+
+uint8_t is_dot_or_dot_dot(Str name) {
+    return (name.count == 1 && name.data[0] == '.') ||
+           (name.count == 2 && name.data[0] == '.' && name.data[1] == '.');
+}
+
+} // namespace
+
+void walk_folder(Str folder, EntryCallback callback) {
+    if (!callback.call) {
+        return;
+    }
+    FolderEntry entry;
+    void *listing = os_folder_first(folder, callback.use, &entry);
+    if (!listing) {
+        return;
+    }
+    do {
+        if (is_dot_or_dot_dot(entry.name)) {
+            continue;
+        }
+        if (!callback.call(callback.context, folder, entry.name, entry.size, &entry.time, entry.is_folder)) {
+            break;
+        }
+    } while (os_folder_next(listing, &entry));
+    os_folder_close(listing);
+}

@@ -1,0 +1,99 @@
+#include "search/worker.h"
+
+#include "search/matcher.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "search/walk.h"
+
+namespace {
+
+constexpr EntryCallback every_file = {on_file, nullptr, LIST_FILES};
+constexpr EntryCallback every_subfolder = {on_subfolder, nullptr, LIST_SUBFOLDERS};
+constexpr uint32_t poll_period_ms = 100;
+
+void search_contents(Str folder) {
+    if (search_state.query.count == 0) {
+        return;
+    }
+    search_state.search_busy = 1;
+    walk_folder(folder, every_file);
+    // The flag comes before the path's bytes, which an edit may have changed.
+    if (!search_state.request_pending) {
+        walk_folder(folder, every_subfolder);
+    }
+    search_state.search_busy = 0;
+}
+
+// Splits the path into a folder and the start of a name; returns 0 when it has no folder part.
+uint8_t split_path(Str path, Str *folder, Str *prefix) {
+    uint64_t end = path.count;
+    if (end > 0 && path.data[end - 1] == '/') {
+        while (end > 0 && path.data[end - 1] == '/') {
+            end--;
+        }
+        *prefix = {};
+    } else {
+        while (end > 0 && path.data[end - 1] != '/') {
+            end--;
+        }
+        *prefix = {path.count - end, path.data + end};
+        end = end > 0 ? end - 1 : 0; // without the '/'
+    }
+    *folder = {end, path.data};
+    return end > 0;
+}
+
+void suggest_folders(Str path) {
+    Str folder;
+    Str prefix;
+    if (split_path(path, &folder, &prefix) && os_path_exists(folder)) {
+        walk_folder(folder, {on_folder_suggestion, &prefix, LIST_DETAILS});
+    }
+}
+
+} // namespace
+
+uint8_t on_subfolder(void *, Str folder, Str name, uint64_t, const FileTime *, uint8_t is_folder) {
+    if (search_state.request_pending) {
+        return 0;
+    }
+    if (!is_folder) {
+        return 1;
+    }
+    Str subfolder = results_push_path(folder, name);
+    if (!subfolder.data) {
+        return 1; // walking the empty path would walk the root
+    }
+    walk_folder(subfolder, every_file);
+    if (!search_state.request_pending) {
+        walk_folder(subfolder, every_subfolder);
+    }
+    return 1;
+}
+
+uint8_t search_worker_turn() {
+    if (!search_state.request_pending) {
+        return 0;
+    }
+    Str path = take_request();
+    if (path.count > 0 && path.data[path.count - 1] != '/' && os_path_exists(path)) {
+        search_contents(path);
+    } else {
+        suggest_folders(path);
+    }
+    return 1;
+}
+
+uint32_t search_worker(void *) {
+    results_store_start_arena();
+    for (;;) {
+        search_state.worker_pass = search_state.worker_pass + 1;
+        search_worker_turn();
+        os_sleep_ms(poll_period_ms);
+    }
+}
+
+Thread *search_worker_start() {
+    search_state.worker_pass = 1; // before the thread: from here on somebody reads the fields' texts
+    return os_thread_start(search_worker, nullptr);
+}

@@ -1,0 +1,26 @@
+// The search worker: takes requests, decides what each one asks for, and walks.
+//
+// A path that names something that exists, without a '/' at its end, and a query: every file below it is
+// searched. Any other path: the sub-folders of its folder are listed as suggestions.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/files.h"
+#include "os/strings.h"
+#include "os/threads.h"
+
+// An EntryFn: searches a sub-folder's files, then its sub-folders. The context is not used. Returns 0 when a
+// new request is pending, else 1.
+uint8_t on_subfolder(void *context, Str folder, Str name, uint64_t size, const FileTime *time,
+                     uint8_t is_folder);
+
+// One turn of the poll loop, without its sleep: runs the pending request to its end, or until a new one is
+// published. Returns 0 when none was pending.
+uint8_t search_worker_turn();
+
+// A ThreadRoutine, the worker thread's body: a turn every 100 milliseconds. Never returns.
+uint32_t search_worker(void *record);
+
+// Interface, after results_store_reserve: starts the worker thread. Returns null when the system refuses it.
+Thread *search_worker_start();

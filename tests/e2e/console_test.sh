@@ -1,0 +1,129 @@
+#!/bin/bash
+# What reaches whoever starts the program and redirects its standard output, byte for byte: console_test.sh COMMAND...,
+# where COMMAND starts console_probe, for a Windows program through tools/under_wine.
+set -eu
+export LC_ALL=C.UTF-8
+probe=()
+for word in "$@"; do
+    case $word in */*) word=$(realpath "$word") ;; esac
+    probe+=("$word")
+done
+case ${probe[-1]} in
+*.exe) windows=1 line_end=$'\r\n' ;; # the standard library's output is in text mode there
+*) windows=0 line_end=$'\n' ;;
+esac
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir "$work/empty"
+cd "$work/empty"
+
+exec 3>&1 # the checks below redirect standard output
+failed() {
+    echo "FAILED: $1" | tee -a "$work/failures" >&3
+}
+
+# Runs the probe with the arguments behind the status that it must end with; its output goes to $work/actual.
+run() {
+    local expected=$1 status=0
+    shift
+    "${probe[@]}" "$@" >"$work/actual" || status=$?
+    [ "$status" = "$expected" ] || failed "$*: exit status $status, not $expected"
+}
+
+# Compares the last output with the bytes on standard input.
+expect() {
+    cat >"$work/expected"
+    if ! cmp -s "$work/expected" "$work/actual"; then
+        failed "$1"
+        diff <(od -c "$work/expected") <(od -c "$work/actual") >&3 || true
+    fi
+}
+
+lines() {
+    for ((i = 1; i <= $1; i++)); do echo "line $i of the log"; done
+}
+
+# ---- Redirected to a file ----
+
+run 1 window_failure
+printf '[main_init:1092] WTF failed to open window!\n' | expect "the line of a failed window"
+
+run 0 print 1
+lines 1 | expect "a short text"
+run 0 print 500
+lines 500 | expect "a text longer than the buffer"
+
+run 0 debug
+printf "CLIP 49161 = DataObject$line_end""2886$line_end""* TODO * os_abort_all_threads$line_end" |
+    expect "debug lines"
+
+# ---- Where nobody reads ----
+
+# Runs the probe with the redirection of standard output that the caller makes.
+run_unread() {
+    local status=0
+    "${probe[@]}" "${@:2}" 2>"$work/errors" || status=$?
+    [ "$status" = 0 ] || failed "$1: exit status $status"
+    [ ! -s "$work/errors" ] || failed "$1: wrote an error message"
+}
+
+run_unread "standard output closed" print 500 >&-
+run_unread "standard output closed, debug lines" debug >&-
+run_unread "a full device" print 500 >/dev/full
+run_unread "a full device, debug lines" debug >/dev/full
+# More than a pipe holds, so that it must notice that the reader has gone.
+run_unread "a pipe that nobody reads" print 20000 > >(exec true)
+[ -z "$(ls -A "$work/empty")" ] || failed "something was written into the working folder"
+
+# ---- Command line ----
+
+run 0 command_line one two
+first=$(cat "$work/actual")
+case $first in
+"["*"console_probe"*"command_line one two]") ;;
+*) failed "a plain command line: $first" ;;
+esac
+
+if [ $windows = 1 ]; then
+    run 0 respawn 'any name  "a b" -c   '
+    printf '[any name  "a b" -c]\n' | expect "a command line with trailing blanks"
+    run 0 respawn '     '
+    printf '[]\n' | expect "a command line of blanks only"
+    run 0 respawn $'  x\t'
+    printf '[  x\t]\n' | expect "only trailing spaces are cut"
+else
+    run 0 respawn name plain 'a b' '' '"quoted' 'in"side' 'end  '
+    printf '[name plain "a b" "" ""quoted" in"side "end  "]\n' | expect "arguments joined to a command line"
+    run 0 respawn '   '
+    printf '["   "]\n' | expect "a name of blanks only"
+    run 0 respawn ''
+    printf '[""]\n' | expect "an empty name"
+    long=$(printf 'x%.0s' {1..9000})
+    run 0 respawn name "$long" "$long"
+    printf '[name %s %s]\n' "$long" "$long" | expect "long arguments"
+fi
+run 0 respawn 'Grüße-€'
+printf '[Grüße-€]\n' | expect "a command line is UTF-8"
+
+# ---- Standard input ----
+
+run 0 read_lines < <(printf 'one\n two \n\n0123456789abcdefghij\nlast')
+printf '[one]\n[ two ]\n[]\n[0123456789abcde]\n[fghij]\n[last]\n' | expect "lines of standard input"
+run 0 read_lines </dev/null
+printf '' | expect "an empty standard input"
+
+# ---- A terminal ----
+
+command=$(printf '%q ' "${probe[@]}" console "$work/report")
+[ $windows = 0 ] || command=$(printf '%q ' "${probe[@]}" console "Z:$work/report")
+printf 'q' | script -qec "stty rows 33 cols 90; $command" /dev/null >"$work/shown" ||
+    failed "in a terminal: exit status $?"
+cp "$work/report" "$work/actual"
+printf 'height 33\nmoved 1\nkey 113\n' | sed "s/\$/${line_end%$'\n'}/" | expect "what a terminal answers"
+
+if [ -s "$work/failures" ]; then
+    echo "$(wc -l <"$work/failures") checks failed"
+    exit 1
+fi
+echo "all checks passed"

@@ -1,0 +1,80 @@
+#!/bin/bash
+# search_dump as a person runs it: search_dump_test.sh [RUNNER] PROGRAM. Compares all that it prints, byte for byte.
+set -euo pipefail
+run=("$@")
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+passed=0
+failed=0
+
+# expect NAME STATUS TEXT ARGUMENT...: what the program exits with and prints on standard output.
+expect() {
+    local name=$1 status=$2 text=$3 actual=0
+    shift 3
+    "${run[@]}" "$@" > "$folder/out" 2> "$folder/err" < /dev/null || actual=$?
+    printf '%s' "$text" > "$folder/expected"
+    if [ "$actual" = "$status" ] && cmp -s "$folder/expected" "$folder/out"; then
+        passed=$((passed + 1))
+    else
+        printf 'FAILED: %s (exit status %s)\n' "$name" "$actual"
+        diff "$folder/expected" "$folder/out" || true
+        failed=$((failed + 1))
+    fi
+}
+
+mkdir -p "$folder/tree/süb dir" "$folder/names/Projects" "$folder/names/src"
+printf 'x\r\n\tfoo\tbar  \r\nend\n' > "$folder/tree/a.txt"
+printf 'größe foo\nfoo * "quoted"\n....' > "$folder/tree/süb dir/ä.txt"
+printf 'a%70000sfoo ....\n' ' ' > "$folder/tree/süb dir/long line"
+printf 'foo' > "$folder/names/Projects/ends with it"
+cd "$folder" # a path without a drive means the same to both systems
+
+expect 'hits of one file, LF-ended' 0 $'files 1\nfile names/../tree/süb dir/ä.txt\nhit 1 7 6 größe foo\n' \
+    --max-file-size 40 'names/../tree/süb dir' 'e foo'
+expect 'a folder before its sub-folders' 0 \
+    $'files 3\nfile tree/a.txt\nhit 2 2 4 foo bar\n' tree $'foo\tb'
+expect 'a line longer than is stored' 0 \
+    $'files 2\nfile tree/süb dir/long line\nhit 1 70002 70001 a\n' 'tree/süb dir' 'foo .'
+expect 'a file that ends with the query' 0 $'files 1\n' names foo
+expect 'a query that looks like a pattern' 0 \
+    $'files 2\nfile tree/süb dir/ä.txt\nhit 2 5 16 foo * "quoted"\n' 'tree/süb dir' '*'
+expect 'a query with quotes' 0 \
+    $'files 2\nfile tree/süb dir/ä.txt\nhit 2 7 18 foo * "quot\n' 'tree/süb dir' '"quoted"'
+expect 'suggestions' 0 $'files 0\nmatch Projects\nother src\n' names/pro ''
+expect 'a missing folder' 0 $'files 0\n' missing foo
+expect 'no limit' 0 $'files 3\nfile tree/a.txt\nhit 3 1 15 e\n' --max-file-size 0 tree $'end'
+expect 'a limit below every file' 0 $'files 0\n' --max-file-size 2 names foo
+
+# A name that no UTF-8 or UTF-16 text can be: whatever becomes of it, the walk goes on.
+mkdir -p odd/$'\xff\xfe'
+printf 'nothing' > odd/$'\xfd'
+printf 'foo ....' > odd/z
+printf 'foo ....' > odd/$'\xff\xfe/z'
+"${run[@]}" odd foo > out 2> err < /dev/null
+if grep -qxF 'file odd/z' out && [ "$(grep -cxF 'hit 1 1 0 foo .' out)" -ge 1 ]; then
+    passed=$((passed + 1))
+else
+    printf 'FAILED: names that are no text\n'
+    cat out
+    failed=$((failed + 1))
+fi
+
+usage() {
+    expect "wrong arguments: $*" 2 '' "$@"
+    if [ "$(wc -l < err)" != 1 ]; then
+        printf 'FAILED: not one line on standard error\n'
+        cat err
+        failed=$((failed + 1))
+    fi
+}
+usage
+usage tree
+usage tree foo bar
+usage --max-file-size tree foo
+usage --max-file-size 1x tree foo
+usage --max-file-size '' tree foo
+usage --max-file-size -1 tree foo
+usage --max-file-size 9223372036854775808 tree foo
+
+printf 'search_dump: %s passed, %s failed\n' "$passed" "$failed"
+[ "$failed" = 0 ]

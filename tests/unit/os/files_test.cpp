@@ -1,0 +1,422 @@
+#include "os/files.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "support/heap_hook.h"
+#include "support/system_files.h"
+#include "support/test_tree.h"
+
+#ifdef __linux__
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace fs = std::filesystem;
+
+namespace {
+
+Str read(const std::string &path) {
+    return os_file_read_all(str_over(path));
+}
+
+std::string read_text(const std::string &path) {
+    Str contents = read(path);
+    EXPECT_NE(contents.data, nullptr);
+    std::string text = to_string(contents);
+    os_file_free(&contents);
+    return text;
+}
+
+int32_t write(const std::string &path, const std::string &bytes) {
+    return os_file_write(str_over(path), static_cast<uint32_t>(bytes.size()), bytes.data());
+}
+
+// Entries as "name size" or "name/", sorted; size is left out for LIST_SUBFOLDERS.
+std::vector<std::string> list(const std::string &path, FolderListingUse use) {
+    std::vector<std::string> names;
+    FolderEntry entry;
+    void *listing = os_folder_first(str_over(path), use, &entry);
+    if (!listing) {
+        return names;
+    }
+    do {
+        std::string name = to_string(entry.name);
+        EXPECT_EQ(entry.name.data[entry.name.count], 0);
+        if (name != "." && name != "..") {
+            std::string size = use == LIST_SUBFOLDERS ? "" : " " + std::to_string(entry.size);
+            names.push_back(name + (entry.is_folder ? "/" : size));
+        }
+    } while (os_folder_next(listing, &entry));
+    os_folder_close(listing);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+using Names = std::vector<std::string>;
+
+const char *const outside_ascii[] = {"é.txt", "你好.txt", "\xF0\x9F\x98\x80.txt"};
+
+} // namespace
+
+// ---- Reading ----
+
+TEST(FileRead, ReturnsEveryByte) {
+    TestTree tree;
+    std::string bytes("a\r\n\0\x1A\xFF end", 10);
+    tree.file("f", bytes);
+    EXPECT_EQ(read_text(tree.path("f")), bytes);
+}
+
+TEST(FileRead, AHundredBytesGetABlockOf138WithZerosBehind) {
+    TestTree tree;
+    tree.file("f", std::string(100, 'x'));
+    std::vector<uint64_t> sizes;
+    Str contents;
+    {
+        HeapHookScope hook([&](uint64_t size) {
+            sizes.push_back(size);
+            return true;
+        });
+        contents = read(tree.path("f"));
+    }
+    EXPECT_EQ(sizes, std::vector<uint64_t>{138});
+    ASSERT_EQ(contents.count, 100u);
+    EXPECT_EQ(to_string(contents), std::string(100, 'x'));
+    for (int i = 100; i < 138; i++) {
+        ASSERT_EQ(contents.data[i], 0) << i;
+    }
+    os_file_free(&contents);
+}
+
+TEST(FileRead, BlocksAddTheRemainderAndDoNotRoundUp) {
+    TestTree tree;
+    for (uint64_t n : {0u, 1u, 62u, 63u, 64u, 126u, 127u, 128u, 1000u}) {
+        tree.file("f", std::string(n, 'x'));
+        std::vector<uint64_t> sizes;
+        HeapHookScope hook([&](uint64_t size) {
+            sizes.push_back(size);
+            return true;
+        });
+        Str contents = read(tree.path("f"));
+        EXPECT_EQ(sizes, std::vector<uint64_t>{n + 1 + ((n + 1) & 63)});
+        os_file_free(&contents);
+    }
+}
+
+TEST(FileRead, AnEmptyFileHasAPointer) {
+    TestTree tree;
+    tree.file("f", "");
+    Str contents = read(tree.path("f"));
+    EXPECT_EQ(contents.count, 0u);
+    ASSERT_NE(contents.data, nullptr);
+    EXPECT_EQ(contents.data[0], 0);
+    EXPECT_EQ(contents.data[1], 0); // 0 + 1 + 1 bytes
+    os_file_free(&contents);
+    EXPECT_EQ(contents.data, nullptr);
+    EXPECT_EQ(contents.count, 0u);
+}
+
+TEST(FileRead, AMissingFileHasNoneAndLeavesTheLastErrorAlone) {
+    TestTree tree;
+    os_last_file_error.code = 4711;
+    Str contents = read(tree.path("missing"));
+    EXPECT_EQ(contents.count, 0u);
+    EXPECT_EQ(contents.data, nullptr);
+    EXPECT_EQ(os_last_file_error.code, 4711u);
+    os_file_free(&contents); // allowed
+}
+
+TEST(FileRead, WhatCannotBeAPathCannotBeRead) {
+    EXPECT_EQ(read("").data, nullptr);
+    EXPECT_EQ(read(std::string(5000, 'x')).data, nullptr);
+    EXPECT_EQ(read(std::string(10000000, 'x')).data, nullptr);
+    EXPECT_EQ(os_file_read_all({}).data, nullptr);
+}
+
+TEST(FileRead, APathEndsAtItsZeroByte) {
+    TestTree tree;
+    tree.file("f", "text");
+    EXPECT_EQ(read_text(tree.path("f") + std::string("\0junk", 5)), "text");
+}
+
+TEST(FileRead, AFolderCannotBeRead) {
+    TestTree tree;
+    tree.folder("d");
+    EXPECT_EQ(read(tree.path("d")).data, nullptr);
+}
+
+TEST(FileRead, AFileThatAnotherHandleHoldsOpenForWritingIsRead) {
+    TestTree tree;
+    tree.file("f", "text");
+    HeldForWriting held(tree.native("f"));
+    EXPECT_EQ(read_text(tree.path("f")), "text");
+}
+
+TEST(FileRead, AnUnreadableFileHasNoPointer) {
+    TestTree tree;
+    tree.file("f", "text");
+    {
+        Unreadable unreadable(tree.native("f"));
+        EXPECT_EQ(read(tree.path("f")).data, nullptr);
+    }
+    EXPECT_EQ(read_text(tree.path("f")), "text");
+}
+
+TEST(FileRead, ARefusedBlockIsAFailedReadAndIsNoted) {
+    TestTree tree;
+    tree.file("f", "text");
+    os_last_file_error = {};
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_EQ(read(tree.path("f")).data, nullptr);
+    }
+    EXPECT_EQ(read_text(tree.path("f")), "text"); // closed again
+}
+
+TEST(FileRead, NamesOutsideAscii) {
+    TestTree tree;
+    for (const char *name : outside_ascii) {
+        tree.file(name, name);
+        EXPECT_EQ(read_text(tree.path(name)), name);
+    }
+}
+
+#ifdef __linux__
+TEST(FileRead, PipesAndDevicesAreNoFiles) {
+    TestTree tree;
+    ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
+    os_last_file_error = {};
+    EXPECT_EQ(read(tree.path("pipe")).data, nullptr); // and nobody waits for a writer
+    EXPECT_NE(os_last_file_error.code, 0u);
+    EXPECT_NE(os_last_file_error.text[0], 0);
+    EXPECT_EQ(read("/dev/zero").data, nullptr);
+    tree.file("f", "x");
+    EXPECT_EQ(read_text(tree.path("f")), "x");
+    EXPECT_EQ(os_last_file_error.code, 0u);
+    EXPECT_EQ(os_last_file_error.text[0], 0);
+}
+#endif
+
+// ---- Writing and deleting ----
+
+TEST(FileWrite, CreatesAFile) {
+    TestTree tree;
+    std::string bytes("a\n\0\r\n", 5);
+    EXPECT_EQ(write(tree.path("f"), bytes), 0);
+    EXPECT_EQ(bytes_of(tree.native("f")), bytes);
+    EXPECT_EQ(write(tree.path("é"), ""), 0);
+    EXPECT_TRUE(fs::exists(tree.native("é")));
+}
+
+TEST(FileWrite, OverALongerFileLeavesItsEndInPlace) {
+    TestTree tree;
+    tree.file("f", "abcdefghijklmnopqrst");
+    EXPECT_EQ(write(tree.path("f"), "0123456789"), 0);
+    EXPECT_EQ(bytes_of(tree.native("f")), "0123456789klmnopqrst");
+}
+
+TEST(FileWrite, IntoAMissingFolderCannotOpen) {
+    TestTree tree;
+    EXPECT_EQ(write(tree.path("missing/f"), "x"), 1);
+    EXPECT_EQ(write(tree.path(), "x"), 1); // a folder
+    EXPECT_EQ(write("", "x"), 1);
+}
+
+TEST(FileDelete, DeletesOrFindsNothingToDelete) {
+    TestTree tree;
+    tree.file("f", "x");
+    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0);
+    EXPECT_FALSE(fs::exists(tree.native("f")));
+    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0);
+}
+
+TEST(FileDelete, AMissingFolderOrAFolderIsAFailure) {
+    TestTree tree;
+    tree.folder("d");
+    EXPECT_EQ(os_file_delete(str_over(tree.path("missing/f"))), 1);
+    EXPECT_EQ(os_file_delete(str_over(tree.path("d"))), 1);
+    EXPECT_TRUE(fs::exists(tree.native("d")));
+}
+
+TEST(PathExists, FilesAndFolders) {
+    TestTree tree;
+    tree.file("f", "x");
+    tree.folder("d");
+    EXPECT_TRUE(os_path_exists(str_over(tree.path("f"))));
+    EXPECT_TRUE(os_path_exists(str_over(tree.path("d"))));
+    EXPECT_TRUE(os_path_exists(str_over(tree.path("d/"))));
+    EXPECT_FALSE(os_path_exists(str_over(tree.path("x"))));
+    EXPECT_FALSE(os_path_exists(str_over(tree.path("f/x"))));
+    EXPECT_FALSE(os_path_exists({}));
+    EXPECT_FALSE(os_path_exists(str_over(std::string(100000, 'x'))));
+}
+
+TEST(ExeFolder, EndsInASlashAndHoldsTheExecutable) {
+    Str folder = os_exe_folder();
+    ASSERT_GT(folder.count, 1u);
+    EXPECT_EQ(folder.data[folder.count - 1], '/');
+    EXPECT_EQ(folder.data[folder.count], 0);
+    EXPECT_EQ(to_string(folder).find('\\'), std::string::npos);
+#ifdef _WIN32
+    EXPECT_TRUE(os_path_exists(str_over(to_string(folder) + "os_tests.exe")));
+#else
+    EXPECT_TRUE(os_path_exists(str_over(to_string(folder) + "os_tests")));
+#endif
+    EXPECT_EQ(os_exe_folder().data, folder.data); // found once
+}
+
+// ---- Listing ----
+
+TEST(FolderListing, TellsNamesSizesAndFolders) {
+    TestTree tree;
+    tree.file("a.txt", "12345");
+    tree.file("empty", "");
+    tree.file(".hidden", "x");
+    tree.folder("d");
+    EXPECT_EQ(list(tree.path(), LIST_DETAILS), (Names{".hidden 1", "a.txt 5", "d/", "empty 0"}));
+    EXPECT_EQ(list(tree.path(), LIST_FILES), (Names{".hidden 1", "a.txt 5", "d/", "empty 0"}));
+    EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{".hidden", "a.txt", "d/", "empty"}));
+}
+
+TEST(FolderListing, AnEmptyOrMissingFolderOrAFileHasNoEntries) {
+    TestTree tree;
+    tree.folder("d");
+    tree.file("f", "x");
+    for (FolderListingUse use : {LIST_DETAILS, LIST_FILES, LIST_SUBFOLDERS}) {
+        EXPECT_EQ(list(tree.path("d"), use), Names{});
+        EXPECT_EQ(list(tree.path("missing"), use), Names{});
+        EXPECT_EQ(list(tree.path("f"), use), Names{});
+        EXPECT_EQ(list(std::string(100000, 'x'), use), Names{});
+    }
+}
+
+TEST(FolderListing, ATrailingSlashOrAZeroByteMakesNoDifference) {
+    TestTree tree;
+    tree.file("f", "x");
+    EXPECT_EQ(list(tree.path() + "/", LIST_DETAILS), Names{"f 1"});
+    EXPECT_EQ(list(tree.path() + std::string("\0junk", 5), LIST_DETAILS), Names{"f 1"});
+}
+
+TEST(FolderListing, AnEmptyPathListsTheRoot) {
+    EXPECT_EQ(list("", LIST_SUBFOLDERS), list("/", LIST_SUBFOLDERS));
+    EXPECT_NE(list("", LIST_SUBFOLDERS), Names{});
+}
+
+TEST(FolderListing, NamesOutsideAscii) {
+    TestTree tree;
+    Names names;
+    for (const char *name : outside_ascii) {
+        tree.file(name, "x");
+        names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), names);
+    tree.file("fólder/x", "x");
+    EXPECT_EQ(list(tree.path("fólder"), LIST_FILES), Names{"x 1"});
+}
+
+TEST(FolderListing, TheLastWriteIsUtcWithMondayAsFirstDay) {
+    TestTree tree;
+    tree.file("f", "x");
+    // 2023-11-19 08:09:10.125, the last day of a week.
+    set_last_write(tree.native("f"), ((19680 * 24 + 8) * 60 + 9) * int64_t{60000} + 10125);
+    FolderEntry entry;
+    void *listing = os_folder_first(str_over(tree.path()), LIST_DETAILS, &entry);
+    ASSERT_NE(listing, nullptr);
+    while (to_string(entry.name) != "f") {
+        ASSERT_TRUE(os_folder_next(listing, &entry));
+    }
+    EXPECT_EQ(entry.time.year, 2023);
+    EXPECT_EQ(entry.time.month, 11);
+    EXPECT_EQ(entry.time.day, 19);
+    EXPECT_EQ(entry.time.weekday, 7);
+    EXPECT_EQ(entry.time.hour, 8);
+    EXPECT_EQ(entry.time.minute, 9);
+    EXPECT_EQ(entry.time.second, 10);
+    EXPECT_EQ(entry.time.microsecond, 125000u);
+    os_folder_close(listing);
+}
+
+TEST(FolderListing, AReadEntryHasItsFilesBytes) {
+    TestTree tree;
+    tree.file("a", "text of a");
+    tree.file("b", "");
+    for (FolderListingUse use : {LIST_DETAILS, LIST_FILES, LIST_SUBFOLDERS}) {
+        FolderEntry entry;
+        void *listing = os_folder_first(str_over(tree.path()), use, &entry);
+        ASSERT_NE(listing, nullptr);
+        int read_files = 0;
+        do {
+            if (!entry.is_folder) {
+                std::string path = tree.path(to_string(entry.name));
+                Str contents = os_file_read_entry(str_over(path), entry.name);
+                ASSERT_NE(contents.data, nullptr);
+                EXPECT_EQ(to_string(contents), to_string(entry.name) == "a" ? "text of a" : "");
+                os_file_free(&contents);
+                read_files++;
+            }
+        } while (os_folder_next(listing, &entry));
+        os_folder_close(listing);
+        EXPECT_EQ(read_files, 2);
+    }
+}
+
+TEST(FolderListing, FolderThatGrowsPastOneReadOfTheSystem) {
+    TestTree tree;
+    for (int i = 0; i < 3000; i++) {
+        tree.file("a file with a name of some length " + std::to_string(i), "");
+    }
+    EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS).size(), 3000u);
+}
+
+#ifdef __linux__
+TEST(FolderListing, LinksAreWhatTheyLeadTo) {
+    TestTree tree;
+    tree.file("target/f", "12345");
+    fs::create_symlink("target", tree.native("link"));
+    fs::create_symlink("target/f", tree.native("file_link"));
+    fs::create_symlink("nowhere", tree.native("dangling"));
+    fs::create_symlink(".", tree.native("self"));
+    EXPECT_EQ(list(tree.path(), LIST_DETAILS),
+              (Names{"dangling 0", "file_link 5", "link/", "self/", "target/"}));
+    // "self" leads to the folder that holds it.
+    EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{"dangling", "file_link", "link/", "target/"}));
+}
+
+TEST(FolderListing, TheSecondListingInARowIsServedFromTheFirst) {
+    TestTree tree;
+    tree.file("f", "x");
+    EXPECT_EQ(list(tree.path(), LIST_FILES), Names{"f 1"});
+    tree.folder("new");
+    EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), Names{"f"});
+    EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{"f", "new/"})); // once only
+    EXPECT_EQ(list(tree.path(), LIST_FILES), (Names{"f 1", "new/"}));
+    EXPECT_EQ(list(tree.path("new"), LIST_SUBFOLDERS), Names{}); // another folder
+    tree.folder("newer");
+    EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{"f", "new/", "newer/"}));
+}
+
+TEST(FolderListing, NamesThatAreNotUtf8AreListedAsTheyAre) {
+    TestTree tree;
+    tree.file("\xFF\xFE", "x");
+    EXPECT_EQ(list(tree.path(), LIST_FILES), Names{"\xFF\xFE 1"});
+}
+
+TEST(FolderListing, AnUnreadableFolderHasNoEntries) {
+    TestTree tree;
+    tree.file("d/f", "x");
+    Unreadable unreadable(tree.native("d"));
+    EXPECT_EQ(list(tree.path("d"), LIST_FILES), Names{});
+}
+
+TEST(FolderListing, ARefusedBlockIsAnEmptyFolder) {
+    TestTree tree;
+    tree.file("f", "x");
+    HeapHookScope hook([](uint64_t) { return false; });
+    EXPECT_EQ(list(tree.path(), LIST_FILES), Names{});
+}
+#endif

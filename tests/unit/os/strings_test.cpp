@@ -1,0 +1,577 @@
+#include "os/strings.h"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "os/threads.h"
+#include "support/heap_hook.h"
+#include "support/test_tree.h"
+
+namespace {
+
+struct Text : StrBuf {
+    explicit Text(const char *text = "", uint64_t wanted_capacity = 16) : StrBuf() {
+        strbuf_init(this, wanted_capacity);
+        strbuf_append(this, strlen(text), text);
+    }
+    ~Text() {
+        os_free(data);
+    }
+    Text(const Text &) = delete;
+    Text &operator=(const Text &) = delete;
+
+    std::string str() const {
+        return to_string(strbuf_text(this));
+    }
+};
+
+// A text whose storage only pretends to its capacity, for growth steps that need no bytes.
+Text *text_of_capacity(Text *text, uint64_t capacity) {
+    text->capacity = capacity;
+    text->count = capacity;
+    return text;
+}
+
+} // namespace
+
+// ---- Str ----
+
+TEST(Strings, EqualMeansTheSameBytes) {
+    EXPECT_TRUE(str_equal(str_from("abc"), str_from("abc")));
+    EXPECT_FALSE(str_equal(str_from("abc"), str_from("abd")));
+    EXPECT_FALSE(str_equal(str_from("abc"), str_from("ab")));
+    EXPECT_TRUE(str_equal({}, str_from("")));
+}
+
+TEST(Strings, AFolderEndsBehindTheLastSlash) {
+    const auto cut = [](std::string path) { return to_string(str_cut_to_folder(str_over(path))); };
+    EXPECT_EQ(cut("C:\\Tools\\x.exe"), "C:/Tools/");
+    EXPECT_EQ(cut("/usr/bin/x"), "/usr/bin/");
+    EXPECT_EQ(cut("/x"), "/");
+    EXPECT_EQ(cut("C:\\Tools\\"), "C:/Tools/");
+    EXPECT_EQ(cut("x.exe"), "x.exe");
+    EXPECT_EQ(cut(""), "");
+}
+
+// ---- StrBuf ----
+
+TEST(StrBufInsert, ReservesAnEmptyText) {
+    Text text("", 1024);
+    EXPECT_EQ(text.count, 0u);
+    EXPECT_EQ(text.capacity, 1024u);
+    EXPECT_EQ(text.data[0], 0);
+}
+
+TEST(StrBufInsert, ARefusedReservationLeavesCapacityZero) {
+    HeapHookScope hook([](uint64_t) { return false; });
+    Text text;
+    EXPECT_EQ(text.capacity, 0u);
+    EXPECT_EQ(text.data, nullptr);
+    strbuf_append(&text, 3, "abc"); // stays empty
+    EXPECT_EQ(text.count, 0u);
+    EXPECT_FALSE(strbuf_make_room(&text, 1, nullptr));
+}
+
+TEST(StrBufInsert, AtTheStartInTheMiddleAtTheEnd) {
+    Text text("bd");
+    strbuf_insert(&text, 0, 1, "a");
+    strbuf_insert(&text, 2, 1, "c");
+    strbuf_insert(&text, 4, 1, "e");
+    EXPECT_EQ(text.str(), "abcde");
+    EXPECT_EQ(text.data[5], 0);
+}
+
+TEST(StrBufInsert, BeyondTheEndAppends) {
+    Text text("ab");
+    strbuf_insert(&text, 100, 2, "cd");
+    EXPECT_EQ(text.str(), "abcd");
+    strbuf_insert(&text, UINT64_MAX, 1, "e");
+    EXPECT_EQ(text.str(), "abcde");
+}
+
+TEST(StrBufInsert, AtZeroIntoAnEmptyTextAppends) {
+    Text text;
+    strbuf_insert(&text, 0, 3, "abc");
+    EXPECT_EQ(text.str(), "abc");
+}
+
+TEST(StrBufInsert, ZeroBytesChangeNothingNotEvenTheTerminator) {
+    Text text("abc");
+    text.data[3] = '!';
+    strbuf_insert(&text, 1, 0, "xyz");
+    strbuf_append(&text, 0, nullptr);
+    EXPECT_EQ(text.count, 3u);
+    EXPECT_EQ(text.data[3], '!');
+}
+
+TEST(StrBufInsert, NullBytesLeaveTheGapAsItIs) {
+    Text text("abcd");
+    strbuf_insert(&text, 1, 2, nullptr);
+    EXPECT_EQ(text.count, 6u);
+    EXPECT_EQ(text.str(), "abcbcd"); // the moved bytes' old places
+}
+
+TEST(StrBufInsert, ZeroBytesAreTextLikeOthers) {
+    Text text("ad");
+    strbuf_insert(&text, 1, 2, "\0b");
+    EXPECT_EQ(text.str(), std::string("a\0bd", 4));
+}
+
+TEST(StrBufGrowth, DoublesUntilItFits) {
+    Text text("", 16);
+    std::string long_text(100, 'x');
+    strbuf_append(&text, 16, long_text.data());
+    EXPECT_EQ(text.capacity, 16u); // a full text has room for its terminator still
+    strbuf_append(&text, 1, "x");
+    EXPECT_EQ(text.capacity, 32u);
+    strbuf_append(&text, 100, long_text.data());
+    EXPECT_EQ(text.capacity, 128u);
+    EXPECT_EQ(text.str(), std::string(117, 'x'));
+}
+
+TEST(StrBufGrowth, DoublesUpTo0x3FFFFFFAndStepsBy64MiBFromThere) {
+    const auto grown = [](uint64_t capacity, uint64_t more) {
+        std::vector<uint64_t> sizes;
+        Text text;
+        char *old_block = text.data;
+        {
+            HeapHookScope hook([&](uint64_t size) {
+                sizes.push_back(size);
+                return false;
+            });
+            strbuf_insert(text_of_capacity(&text, capacity), capacity, more, nullptr);
+        }
+        os_free(old_block);
+        EXPECT_EQ(sizes, std::vector<uint64_t>{text.capacity + 1});
+        return uint64_t{text.capacity};
+    };
+    EXPECT_EQ(grown(0x3FFFFFF, 1), 0x7FFFFFEu);
+    EXPECT_EQ(grown(0x4000000, 1), 0x8000000u);
+    EXPECT_EQ(grown(0x7FFFFFE, 1), 0xBFFFFFEu);
+    EXPECT_EQ(grown(0x4000000, 0x4000001), 0xC000000u);
+    EXPECT_EQ(grown(1024, 1), 2048u);
+}
+
+TEST(StrBufGrowth, ARefusedInsertionLosesTheTextAndThatIsMeant) {
+    Text text("abc");
+    char *old_block = text.data;
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        strbuf_append(&text, 20, "xxxxxxxxxxxxxxxxxxxx");
+    }
+    EXPECT_EQ(text.data, nullptr);
+    EXPECT_EQ(text.capacity, 32u);
+    strbuf_append(&text, 1, "x"); // unusable until it is set up again, but harmless
+    EXPECT_EQ(text.data, nullptr);
+    os_free(old_block);
+}
+
+TEST(StrBufGrowth, MakingRoomFirstKeepsTheTextWhenItIsRefused) {
+    Text text("abc");
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_TRUE(strbuf_make_room(&text, 13, nullptr)); // fits
+        EXPECT_FALSE(strbuf_make_room(&text, 14, nullptr));
+    }
+    EXPECT_EQ(text.str(), "abc");
+    EXPECT_EQ(text.capacity, 16u);
+    EXPECT_TRUE(strbuf_make_room(&text, 14, nullptr));
+    EXPECT_EQ(text.capacity, 32u);
+    EXPECT_EQ(text.str(), "abc");
+    EXPECT_EQ(text.data[3], 0);
+}
+
+TEST(StrBufGrowth, WhatDoesNotFitTheHeapIsRefusedNotCut) {
+    Text text("abc");
+    EXPECT_FALSE(strbuf_make_room(&text, (uint64_t{1} << 32) - 8, nullptr));
+    EXPECT_FALSE(strbuf_make_room(&text, UINT64_MAX - 3, nullptr));
+    EXPECT_FALSE(strbuf_make_room(&text, UINT64_MAX, nullptr));
+    EXPECT_EQ(text.str(), "abc");
+    char *old_block = text.data;
+    strbuf_append(&text, UINT64_MAX, nullptr);
+    EXPECT_EQ(text.data, nullptr);
+    os_free(old_block);
+}
+
+TEST(StrBufGrowth, ATextThatIsBeingReadKeepsItsOldStorageForTheReader) {
+    volatile uint32_t pass = 1;
+    RetiredBlocks readers = {nullptr, &pass};
+    Text text("abc");
+    char *seen = text.data;
+    ASSERT_TRUE(strbuf_make_room(&text, 20, &readers));
+    EXPECT_NE(text.data, seen);
+    EXPECT_STREQ(seen, "abc");
+    EXPECT_EQ(text.str(), "abc");
+    pass = 3;
+    release_retired(&readers);
+    EXPECT_EQ(readers.first, nullptr);
+}
+
+// ---- DynArray ----
+
+namespace {
+
+struct Row16 {
+    uint64_t a, b;
+};
+
+} // namespace
+
+TEST(DynArrayPush, CopiesTheElementAndReturnsItsSlot) {
+    DynArray array;
+    dynarray_init(&array, sizeof(Row16), 2);
+    for (uint64_t i = 0; i < 100; i++) {
+        Row16 row = {i, i * i};
+        Row16 *slot = static_cast<Row16 *>(dynarray_push(&array, sizeof(Row16), &row));
+        ASSERT_NE(slot, nullptr);
+        EXPECT_EQ(slot->b, i * i);
+        EXPECT_EQ(array.count, i + 1);
+    }
+    EXPECT_EQ(array.capacity, 128u);
+    for (uint64_t i = 0; i < 100; i++) {
+        ASSERT_EQ(reinterpret_cast<Row16 *>(array.data)[i].b, i * i);
+    }
+    os_free(array.data);
+}
+
+TEST(DynArrayPush, WithoutAnElementTheSlotKeepsItsBytes) {
+    DynArray array;
+    dynarray_init(&array, 4, 4);
+    memcpy(array.data, "abcdefgh", 8);
+    EXPECT_EQ(dynarray_push(&array, 4, nullptr), array.data);
+    char *slot = static_cast<char *>(dynarray_push(&array, 4, nullptr));
+    EXPECT_EQ(std::string(slot, 4), "efgh");
+    EXPECT_EQ(array.count, 2u);
+    os_free(array.data);
+}
+
+TEST(DynArrayGrowth, DoublesBelowOneMiBAndAddsElementsFromThere) {
+    EXPECT_EQ(dynarray_next_capacity(16, 65535), 131070u);
+    EXPECT_EQ(dynarray_next_capacity(16, 65536), 65536u + 1048576u); // 1 MiB exactly
+    EXPECT_EQ(dynarray_next_capacity(40, 100000), 1148576u);
+    EXPECT_EQ(dynarray_next_capacity(32, 10000), 20000u);
+    EXPECT_EQ(dynarray_next_capacity(16, 128), 256u);
+    EXPECT_EQ(dynarray_next_capacity(1, 0xFFFFF), 0x1FFFFEu);
+    EXPECT_EQ(dynarray_next_capacity(1, 0x100000), 0x200000u);
+}
+
+TEST(DynArrayGrowth, SixteenByteRowsAt65536GrowBy1048576) {
+    DynArray array;
+    dynarray_init(&array, 16, 65536);
+    array.count = 65536;
+    std::vector<uint64_t> sizes;
+    Row16 row = {1, 2};
+    {
+        HeapHookScope hook([&](uint64_t size) {
+            sizes.push_back(size);
+            return true;
+        });
+        ASSERT_NE(dynarray_push(&array, 16, &row), nullptr);
+    }
+    EXPECT_EQ(array.capacity, 1114112u);
+    EXPECT_EQ(sizes, std::vector<uint64_t>{1114112u * 16});
+    os_free(array.data);
+}
+
+TEST(DynArrayGrowth, ARefusedOneEmptiesTheArray) {
+    DynArray array;
+    dynarray_init(&array, 4, 1);
+    ASSERT_NE(dynarray_push(&array, 4, "abcd"), nullptr);
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_EQ(dynarray_push(&array, 4, "efgh"), nullptr);
+    }
+    EXPECT_EQ(array.count, 0u);
+    EXPECT_EQ(array.capacity, 0u);
+    EXPECT_EQ(array.data, nullptr);
+}
+
+TEST(DynArrayGrowth, MoreThanTheHeapCanGiveIsRefusedNotCut) {
+    DynArray array;
+    dynarray_init(&array, 40, 4);
+    array.count = 107000000; // another 1048576 rows of 40 bytes do not fit 32 bits
+    array.capacity = 107000000;
+    EXPECT_EQ(dynarray_push(&array, 40, nullptr), nullptr);
+    EXPECT_EQ(array.data, nullptr);
+}
+
+TEST(DynArrayGrowth, ARefusedReservationLeavesCapacityZero) {
+    HeapHookScope hook([](uint64_t) { return false; });
+    DynArray array;
+    dynarray_init(&array, 40, 100000);
+    EXPECT_EQ(array.capacity, 0u);
+    EXPECT_EQ(array.data, nullptr);
+}
+
+namespace {
+
+struct EndlessPush {
+    DynArray array;
+    volatile uint8_t begun;
+    volatile uint8_t ended;
+};
+
+uint32_t push_onto_capacity_zero(void *record) {
+    EndlessPush *push = static_cast<EndlessPush *>(static_cast<Thread *>(record)->user_data);
+    push->begun = 1;
+    dynarray_push(&push->array, 4, "abcd");
+    push->ended = 1;
+    return 0;
+}
+
+} // namespace
+
+TEST(DynArrayGrowth, APushOntoCapacityZeroNeverReturnsAndThatIsMeant) {
+    EXPECT_EQ(dynarray_next_capacity(40, 0), 0u);
+    static EndlessPush push; // the thread stays, suspended, and so does what it works on
+    static Thread *thread;
+    thread = os_thread_start(push_onto_capacity_zero, &push);
+    ASSERT_NE(thread, nullptr);
+    while (!push.begun) {
+        std::this_thread::yield();
+    }
+    os_sleep_ms(50);
+    os_thread_suspend(thread);
+    EXPECT_FALSE(push.ended);
+}
+
+TEST(DynArrayGrowth, AnArrayThatIsBeingReadKeepsItsOldStorageForTheReader) {
+    volatile uint32_t pass = 1;
+    RetiredBlocks readers = {nullptr, &pass};
+    DynArray array;
+    dynarray_init(&array, 4, 1);
+    dynarray_push_shared(&array, 4, "abcd", &readers);
+    const char *seen = array.data;
+    dynarray_push_shared(&array, 4, "efgh", &readers);
+    EXPECT_NE(array.data, seen);
+    EXPECT_EQ(std::string(seen, 4), "abcd");
+    EXPECT_EQ(std::string(array.data, 8), "abcdefgh");
+
+    // The same when growth is refused: the array empties, what the reader sees stays.
+    seen = array.data;
+    array.count = array.capacity;
+    {
+        HeapHookScope hook([](uint64_t size) { return size < 100; }); // the note on the old block is small
+        array.capacity = 1000;
+        array.count = 1000;
+        EXPECT_EQ(dynarray_push_shared(&array, 4, "ijkl", &readers), nullptr);
+    }
+    EXPECT_EQ(std::string(seen, 8), "abcdefgh");
+    pass = 3;
+    release_retired(&readers);
+    EXPECT_EQ(readers.first, nullptr);
+}
+
+// ---- StringArena ----
+
+namespace {
+
+constexpr uint64_t block_size = 1000;
+
+struct Arena : StringArena {
+    explicit Arena(uint64_t size = block_size) : StringArena() {
+        arena_init(this, size);
+    }
+    ~Arena() {
+        for (uint64_t i = 0; i < block_count; i++) {
+            os_free(blocks[i].base);
+        }
+        if (blocks != &first_block) {
+            os_free(blocks);
+        }
+    }
+    Arena(const Arena &) = delete;
+    Arena &operator=(const Arena &) = delete;
+
+    // The row whose base is current.
+    int64_t current_row() const {
+        for (uint64_t i = 0; i < block_count; i++) {
+            if (blocks[i].base == base) {
+                return static_cast<int64_t>(i);
+            }
+        }
+        return -1;
+    }
+};
+
+uint64_t header_of(const void *allocation) {
+    uint64_t header;
+    memcpy(&header, static_cast<const char *>(allocation) - 8, 8);
+    return header;
+}
+
+} // namespace
+
+TEST(Arena, StartsWithOneBlockAndAOneRowTable) {
+    Arena arena;
+    EXPECT_EQ(arena.capacity, block_size);
+    EXPECT_EQ(arena.used, 0u);
+    EXPECT_EQ(arena.index, 0u);
+    EXPECT_EQ(arena.block_count, 1u);
+    EXPECT_EQ(arena.default_block_size, block_size);
+    EXPECT_EQ(arena.blocks[0].base, arena.base);
+}
+
+TEST(Arena, AnAllocationStandsBehindItsSizeWord) {
+    Arena arena;
+    char *first = static_cast<char *>(arena_alloc(&arena, 10));
+    char *second = static_cast<char *>(arena_alloc(&arena, 0));
+    EXPECT_EQ(first, arena.base + 8);
+    EXPECT_EQ(header_of(first), 18u);
+    EXPECT_EQ(second, arena.base + 18 + 8); // packed, not aligned
+    EXPECT_EQ(header_of(second), 8u);
+    EXPECT_EQ(arena.used, 26u);
+}
+
+TEST(Arena, AStringIsCopiedWithAZeroByteBehind) {
+    Arena arena;
+    memset(arena.base, '!', block_size);
+    Str copy = arena_push_string(&arena, str_from("abc"));
+    EXPECT_EQ(copy.count, 3u);
+    EXPECT_EQ(copy.data, arena.base + 8);
+    EXPECT_STREQ(copy.data, "abc");
+    EXPECT_EQ(header_of(copy.data), 12u);
+    EXPECT_EQ(arena.used, 12u);
+    Str empty = arena_push_string(&arena, {});
+    EXPECT_EQ(empty.count, 0u);
+    ASSERT_NE(empty.data, nullptr);
+    EXPECT_EQ(empty.data[0], 0);
+    EXPECT_EQ(arena.used, 21u);
+}
+
+TEST(Arena, ABlockIsFilledToItsLastByte) {
+    Arena arena;
+    ASSERT_NE(arena_alloc(&arena, block_size - 8), nullptr);
+    EXPECT_EQ(arena.used, block_size);
+    EXPECT_EQ(arena.block_count, 1u);
+    ASSERT_NE(arena_alloc(&arena, 0), nullptr);
+    EXPECT_EQ(arena.block_count, 2u);
+}
+
+TEST(Arena, WhatDoesNotFitGetsASecondBlockOfAtLeastTheDefaultSize) {
+    Arena arena;
+    arena_alloc(&arena, 900);
+    Str text = arena_push_string(&arena, str_over(std::string(300, 'x')));
+    EXPECT_EQ(arena.block_count, 2u);
+    EXPECT_EQ(arena.capacity, block_size);
+    EXPECT_EQ(arena.base, arena.blocks[1].base);
+    EXPECT_EQ(text.data, arena.base + 8);
+    EXPECT_EQ(arena.used, 309u);
+}
+
+TEST(Arena, AnOversizeAllocationGetsABlockOfExactlyItsSizePlus8) {
+    Arena arena;
+    ASSERT_NE(arena_alloc(&arena, block_size), nullptr);
+    EXPECT_EQ(arena.blocks[1].capacity, block_size + 8);
+    EXPECT_EQ(arena.capacity, block_size + 8);
+    EXPECT_EQ(arena.used, block_size + 8);
+}
+
+TEST(Arena, ANewBlockLeavesTheIndexWhereTheSearchStopped) {
+    Arena arena;
+    arena_alloc(&arena, 900);
+    arena_alloc(&arena, 900); // block 1; the index stays
+    EXPECT_EQ(arena.index, 0u);
+    EXPECT_EQ(arena.current_row(), 1);
+}
+
+TEST(Arena, TheThirdBlocksNeedRestartsInBlockZeroAndThatIsMeant) {
+    Arena arena;
+    char *first = static_cast<char *>(arena_alloc(&arena, 900));
+    arena_alloc(&arena, 900);
+    char *third = static_cast<char *>(arena_alloc(&arena, 900));
+    EXPECT_EQ(third, first); // the search began at index 0 and found block 0, which is overwritten
+    EXPECT_EQ(arena.block_count, 2u);
+    EXPECT_EQ(arena.current_row(), 0);
+    char *fourth = static_cast<char *>(arena_alloc(&arena, 900));
+    EXPECT_EQ(fourth, first); // and again: the search begins with the current block itself
+    EXPECT_EQ(arena.block_count, 2u);
+}
+
+TEST(Arena, AfterARewindBlockZeroIsReusedNotBlockOne) {
+    Arena arena;
+    char *first = static_cast<char *>(arena_alloc(&arena, 900));
+    arena_alloc(&arena, 900);
+    arena_rewind(&arena);
+    EXPECT_EQ(arena.used, 0u);
+    EXPECT_EQ(arena.index, 0u);
+    EXPECT_EQ(arena.base, arena.blocks[0].base);
+    EXPECT_EQ(arena_alloc(&arena, 900), first);
+    // Block 0 is full: it is emptied and written again from its start.
+    EXPECT_EQ(arena_alloc(&arena, 900), first);
+    EXPECT_EQ(arena.used, 908u);
+    EXPECT_EQ(arena.block_count, 2u);
+}
+
+TEST(Arena, TheLastRowIsNeverFoundEvenWhenOversized) {
+    Arena arena;
+    ASSERT_NE(arena_alloc(&arena, 3000), nullptr); // block 1: 3008 bytes, index 0
+    ASSERT_NE(arena_alloc(&arena, 3000), nullptr); // block 0 is too small, block 1 the last row: block 2
+    EXPECT_EQ(arena.block_count, 3u);
+    EXPECT_EQ(arena.index, 1u);                    // where the search stopped
+    ASSERT_NE(arena_alloc(&arena, 3000), nullptr); // begins at 1: block 1 fits
+    EXPECT_EQ(arena.block_count, 3u);
+    EXPECT_EQ(arena.current_row(), 1);
+    ASSERT_NE(arena_alloc(&arena, 5000), nullptr);
+    EXPECT_EQ(arena.block_count, 4u);
+    EXPECT_EQ(arena.index, 2u);
+    EXPECT_EQ(arena.current_row(), 3);
+}
+
+TEST(Arena, ARefusedBlockFailsEveryAllocationUntilTheRewind) {
+    Arena arena;
+    char *first = static_cast<char *>(arena_alloc(&arena, 900));
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_EQ(arena_alloc(&arena, 2000), nullptr);
+    }
+    EXPECT_EQ(arena.capacity, 2008u);
+    EXPECT_EQ(arena.base, nullptr);
+    EXPECT_EQ(arena_alloc(&arena, 1), nullptr); // the heap would give now
+    Str text = arena_push_string(&arena, str_from("abc"));
+    EXPECT_EQ(text.count, 0u);
+    EXPECT_EQ(text.data, nullptr);
+    EXPECT_EQ(arena.block_count, 1u);
+    arena_rewind(&arena);
+    EXPECT_EQ(arena.capacity, block_size);
+    EXPECT_EQ(arena_alloc(&arena, 900), first);
+}
+
+TEST(Arena, ARefusedBlockTableCountsAsARefusedBlock) {
+    Arena arena;
+    arena_alloc(&arena, 900);
+    {
+        HeapHookScope hook([](uint64_t size) { return size != 2 * sizeof(ArenaBlock); });
+        EXPECT_EQ(arena_alloc(&arena, 900), nullptr);
+    }
+    EXPECT_EQ(arena.base, nullptr);
+    EXPECT_EQ(arena.block_count, 1u);
+    arena_rewind(&arena);
+    EXPECT_NE(arena_alloc(&arena, 900), nullptr);
+}
+
+TEST(Arena, WithoutAFirstBlockAllStringsAreEmptyForGood) {
+    HeapHookScope hook([first = true](uint64_t) mutable { return !std::exchange(first, false); });
+    Arena arena;
+    EXPECT_EQ(arena_alloc(&arena, 1), nullptr);
+    arena_rewind(&arena);
+    EXPECT_EQ(arena_alloc(&arena, 1), nullptr);
+    EXPECT_EQ(arena_push_string(&arena, str_from("abc")).data, nullptr);
+    EXPECT_EQ(arena.block_count, 1u);
+}
+
+TEST(Arena, SizesThatWouldWrapAreRefused) {
+    Arena arena;
+    EXPECT_EQ(arena_alloc(&arena, UINT64_MAX), nullptr);
+    arena_rewind(&arena);
+    EXPECT_EQ(arena_alloc(&arena, UINT64_MAX - 8), nullptr);
+    arena_rewind(&arena);
+    EXPECT_EQ(arena_alloc(&arena, uint64_t{1} << 32), nullptr);
+    arena_rewind(&arena);
+    EXPECT_NE(arena_alloc(&arena, 900), nullptr);
+}

@@ -1,0 +1,488 @@
+#include "search/matcher.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+
+#include "search/plain_matcher.h"
+#include "search/results_store.h"
+#include "search/scan.h"
+#include "search/search_state.h"
+#include "support/heap_hook.h"
+#include "support/system_files.h"
+#include "support/test_tree.h"
+
+namespace {
+
+// Searches one file with the given bytes and compares all rows but the first, which tells one file.
+void expect_rows(const std::string &bytes, const std::string &query, const std::string &rows) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", bytes);
+    EXPECT_EQ(search_rows(tree, tree.path(), query), "files 1\n" + (rows.empty() ? "" : "file f\n" + rows));
+}
+
+// A file's bytes as os_file_read_all returns them, so that the address sanitizer sees any read behind the
+// block.
+struct Contents : Str {
+    explicit Contents(const std::string &bytes) : Str{bytes.size(), nullptr} {
+        uint64_t n = bytes.size();
+        data = static_cast<char *>(os_alloc_zero(n + 1 + ((n + 1) & 63)));
+        memcpy(data, bytes.data(), n);
+    }
+    ~Contents() {
+        os_free(data);
+    }
+    Contents(const Contents &) = delete;
+    Contents &operator=(const Contents &) = delete;
+};
+
+std::vector<PlainHit> hits_of(const Str &contents, const std::string &query) {
+    results_store.hit_table.count = 0;
+    arena_rewind(&results_store.arena);
+    scan_contents(contents, str_over(query), 0);
+    std::vector<PlainHit> hits;
+    const ResultRecord *rows = reinterpret_cast<const ResultRecord *>(results_store.hit_table.data);
+    for (uint64_t i = 0; i < results_store.hit_table.count; i++) {
+        if (i == 0) {
+            EXPECT_EQ(rows[i].kind, RESULT_FILE_HEADER);
+            continue;
+        }
+        EXPECT_EQ(rows[i].kind, RESULT_HIT);
+        EXPECT_EQ(rows[i].file_index, 0u);
+        EXPECT_EQ(rows[i].text.data[rows[i].text.count], 0);
+        hits.push_back({rows[i].line, rows[i].column, rows[i].byte_offset, to_string(rows[i].text)});
+    }
+    return hits;
+}
+
+std::string visible(const std::string &text) {
+    std::string result;
+    for (char c : text) {
+        char hex[8];
+        snprintf(hex, sizeof(hex), c >= ' ' && c <= '~' ? "%c" : "\\x%02x", static_cast<uint8_t>(c));
+        result += hex;
+    }
+    return result;
+}
+
+// Both variants of the scan on one pair, against the plain rules: hits, and the bytes the scan leaves behind.
+void expect_plain_result(const std::string &text, const std::string &query) {
+    std::string plain_text = text;
+    std::vector<PlainHit> plain = plain_hits(plain_text, query);
+    ScanNextHit *const best = scan_next_hit_variant;
+    for (ScanNextHit *variant : {best, &scan_next_hit_sse2}) {
+        scan_next_hit_variant = variant;
+        Contents contents(text);
+        std::vector<PlainHit> hits = hits_of(contents, query);
+        bool same = hits == plain && to_string(contents) == plain_text;
+        EXPECT_TRUE(same) << (variant == best ? "best variant" : "plain variant") << ", text "
+                          << visible(text) << ", query " << visible(query) << ", hits " << hits.size()
+                          << " instead of " << plain.size();
+    }
+    scan_next_hit_variant = best;
+}
+
+} // namespace
+
+// ---- Worked examples ----
+
+TEST(Matcher, AMatchThatEndsTheFileIsNotAHit) {
+    expect_rows("abc foo", "foo", "");
+}
+
+TEST(Matcher, TheLastLineLosesAsManyBytesAsTheQueryHas) {
+    expect_rows("foo abc", "foo", "hit 1 1 0 foo\n");
+}
+
+TEST(Matcher, ALineFeedAmongTheLastBytesDoesNotEndTheLineEither) {
+    expect_rows("foo bar\n", "foo", "hit 1 1 0 foo b\n");
+}
+
+TEST(Matcher, LinesAreTrimmedAndTheirTabsBecomeSpaces) {
+    expect_rows("x\r\n\tfoo\tbar  \r\nend\n", "foo", "hit 2 2 4 foo bar\n");
+}
+
+TEST(Matcher, ALineYieldsItsLeftmostHitOnly) {
+    expect_rows("a foo foo\nfoo foo\n----", "foo", "hit 1 3 2 a foo foo\nhit 2 1 10 foo foo\n");
+}
+
+TEST(Matcher, AFileAsLongAsTheQueryIsNotMatched) {
+    expect_rows("foo", "foo", "");
+    expect_rows("foo.", "foo", "hit 1 1 0 f\n"); // span 1: the line is its first byte
+}
+
+TEST(Matcher, AShorterOrEmptyFileHasAFileRowOnly) {
+    expect_rows("a", "ab", "");
+    expect_rows("", "ab", "");
+}
+
+TEST(Matcher, ALineIsStoredUpTo400BytesThenTrimmed) {
+    std::string spaces(10, ' ');
+    std::string line = std::string(300, 'a') + std::string(100, ' ') + "foo" + std::string(600, 'b');
+    expect_rows(line + "\n----", "foo", "hit 1 401 400 " + std::string(300, 'a') + "\n");
+    expect_rows(spaces + std::string(1000, 'a') + "foo\n----", "foo",
+                "hit 1 1011 1010 " + std::string(390, 'a') + "\n"); // cut first, trimmed then
+    expect_rows(std::string(400, 'a') + "foo\n----", "foo", "hit 1 401 400 " + std::string(400, 'a') + "\n");
+}
+
+TEST(Matcher, ALineOfBlanksIsStoredEmpty) {
+    expect_rows("a\n \t \r\nb\n----", " \t", "hit 2 1 2 \n");
+}
+
+TEST(Matcher, OnlyTabCarriageReturnAndSpaceAreTrimmed) {
+    // 73 and 137 are 9 modulo 64, 77 and 96 are 13 and 32: a shift by them would wrap onto the white space.
+    for (const char *edge : {"I", "M", "`", "\x89", "\x8D", "\xA0", "\v", "\f", "\x01", "\x7F"}) {
+        std::string line = std::string(edge) + "foo" + edge;
+        expect_rows(line + "\n----", "foo", "hit 1 2 1 " + line + "\n");
+    }
+}
+
+TEST(Matcher, MatchingIsExactAndByteWise) {
+    expect_rows("Foo fOo foo.\n----", "foo", "hit 1 9 8 Foo fOo foo.\n");
+    expect_rows("aé foo\n----", "foo", "hit 1 5 4 aé foo\n"); // é counts as two columns
+    expect_rows("a.c abc\n----", "a.c", "hit 1 1 0 a.c abc\n");
+    expect_rows("xabc abc\n----", "a.c", "");
+}
+
+TEST(Matcher, BinaryFilesAreScannedLikeText) {
+    std::string bytes("\0\xFF\0foo\0\xFE\n....", 13);
+    expect_rows(bytes, "foo", "hit 1 4 3 " + bytes.substr(0, 8) + "\n");
+}
+
+TEST(Matcher, AQueryWithALineFeedMatchesAcrossLines) {
+    expect_rows("ab\ncd\nab\ncd\n....", "b\nc", "hit 1 2 1 ab\nhit 3 2 7 ab\n");
+    expect_rows("ab\n\n\ncd....", "\n\n", "hit 1 3 2 ab\nhit 2 1 3 \n");
+}
+
+TEST(Matcher, LinesEndAtLineFeedsOnly) {
+    expect_rows("a\rfoo\r\n----", "foo", "hit 1 3 2 a\rfoo\n");
+}
+
+TEST(Matcher, AnEmptyQueryStandsAtZeroBytes) {
+    SearchScope scope;
+    Contents contents(std::string("ab\0c\nd\0\ne", 9));
+    std::vector<PlainHit> hits = hits_of(contents, "");
+    EXPECT_EQ(hits,
+              (std::vector<PlainHit>{{1, 3, 2, std::string("ab\0c", 4)}, {2, 2, 6, std::string("d\0", 2)}}));
+    scan_contents(contents, {0, nullptr}, 0); // no text at all counts as that zero byte
+    EXPECT_EQ(results_store.hit_table.count, 5u);
+}
+
+// ---- Sizes ----
+
+TEST(Matcher, FilesOf2GiBAndMoreHaveAFileRowAndNoHits) {
+    SearchScope scope;
+    char bytes[] = "foo foo foo";
+    for (uint64_t count : {uint64_t{1} << 31, (uint64_t{1} << 31) + 5, uint64_t{0xFFFFFFFF}}) {
+        scan_contents({count, bytes}, str_from("foo"), 0); // not looked at
+        EXPECT_EQ(results_store.hit_table.count, 0u);
+        scan_contents({count, bytes}, {}, 0);
+        EXPECT_EQ(results_store.hit_table.count, 0u);
+    }
+}
+
+TEST(Matcher, AQueryOf2GiBAndMoreIsFoundNowhere) {
+    SearchScope scope;
+    Contents contents("foo foo foo");
+    char zero[] = "";
+    scan_contents(contents, {uint64_t{1} << 31, zero}, 0);
+    scan_contents(contents, {0xFFFFFFFE, zero}, 0);
+    EXPECT_EQ(results_store.hit_table.count, 0u);
+}
+
+TEST(Matcher, AFileOfExactlyTheLargestSizeIsScanned) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo......."); // 10 bytes
+    search_state.max_file_size = 10;
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo....\n");
+    search_state.max_file_size = 9;
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 0\n");
+    search_state.max_file_size = 0; // no limit
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo....\n");
+}
+
+TEST(Matcher, SizesAreComparedAsSignedNumbers) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    search_state.max_file_size = 10;
+    FileTime time = {};
+    // A negative size passes the limit; the file is missing, so nothing is stored, and the walk goes on.
+    EXPECT_EQ(on_file(nullptr, str_from("/nowhere"), str_from("f"), UINT64_MAX, &time, 0), 1);
+    EXPECT_EQ(results_store.file_table.count, 0u);
+}
+
+// ---- Files ----
+
+TEST(Matcher, UnreadableFilesLeaveNoTrace) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a", "foo.....");
+    tree.file("b", "foo.....");
+    Unreadable unreadable(tree.native("a"));
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile b\nhit 1 1 0 foo..\n");
+}
+
+TEST(Matcher, FilesThatOthersWriteAreSearched) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a", "foo.....");
+    HeldForWriting held(tree.native("a"));
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile a\nhit 1 1 0 foo..\n");
+}
+
+TEST(Matcher, EveryFileReadHasARowAndEveryFirstHitAHeader) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a", "foo\nfoo\n....");
+    tree.file("b", "nothing");
+    tree.file("c", "foo\n....");
+    tree.file("d", "");
+    EXPECT_EQ(sorted_search_rows(tree, tree.path(), "foo"),
+              "files 4\nfile a\nhit 1 1 0 foo\nhit 2 1 4 foo\nfile c\nhit 1 1 0 foo\n");
+    const ResultRecord *rows = reinterpret_cast<const ResultRecord *>(results_store.hit_table.data);
+    ResultRecord header = {};
+    header.kind = RESULT_FILE_HEADER;
+    header.file_index = rows[0].file_index;
+    EXPECT_EQ(memcmp(&rows[0], &header, sizeof(header)), 0); // everything else is zero
+}
+
+TEST(Matcher, BackslashesInAFilesFolderAreStoredAsSlashes) {
+    SearchScope scope;
+    TestTree tree;
+    tree.file("f", "foo.....");
+    search_state.request_pending = 0;
+    strbuf_append(&search_state.query, 3, "foo");
+#ifdef _WIN32
+    std::string folder = tree.path();
+    std::replace(folder.begin(), folder.end(), '/', '\\');
+    folder += "\\"; // and its end is left alone
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path() + "//f\nhit 1 1 0 foo..\n");
+#else
+    tree.file("a\\b/f", "foo.....");
+    std::string folder = tree.path("a\\b");
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path("a/b") + "/f\nhit 1 1 0 foo..\n");
+#endif
+}
+
+TEST(Matcher, APendingRequestStopsTheListingBeforeAnything) {
+    SearchScope scope;
+    TestTree tree;
+    tree.file("f", "foo.....");
+    strbuf_append(&search_state.query, 3, "foo");
+    std::string folder = tree.path();
+    Str prefix = {};
+    for (int pending : {1, 2, 255}) { // anything but zero
+        search_state.request_pending = static_cast<uint8_t>(pending);
+        EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 0);
+        EXPECT_EQ(on_folder_suggestion(&prefix, str_over(folder), str_from("d"), 0, nullptr, 1), 0);
+    }
+    EXPECT_EQ(stored_rows(), "files 0\n");
+    search_state.request_pending = 0;
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 1), 1); // a folder
+    EXPECT_EQ(stored_rows(), "files 0\n");
+}
+
+TEST(Matcher, ResultsAreMarkedDirtyByHitsOnly) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo.....");
+    search_state.request_pending = 0;
+    std::string folder = tree.path();
+    strbuf_append(&search_state.query, 3, "bar");
+    on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0);
+    EXPECT_EQ(search_state.results_dirty, 0);
+    set_field(&search_state.query, "foo");
+    on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0);
+    EXPECT_EQ(search_state.results_dirty, 1);
+}
+
+// ---- Refused memory ----
+
+TEST(Matcher, WithoutStringsTheRowsAreStillAppended) {
+    TestTree tree;
+    SearchScope scope;
+    std::string folder = tree.path();
+    tree.file("f", "foo.....");
+    search_state.request_pending = 0;
+    strbuf_append(&search_state.query, 3, "foo");
+    // Room for the path, so that the file can be read, and nothing behind it.
+    uint64_t path_need = folder.size() + 1 + 1 + 1 + 8;
+    results_store.arena.used = results_store.arena.capacity - path_need;
+    HeapHookScope hook([](uint64_t size) { return size < 50000000; });
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(stored_rows(), "files 1\nfile /\nhit 1 1 0 \n");
+    // The next file's path is empty too, so it cannot be read.
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(results_store.file_table.count, 1u);
+}
+
+TEST(Matcher, ARefusedFileRowSkipsThatFilesHits) {
+    TestTree tree;
+    SearchScope scope;
+    std::string folder = tree.path();
+    tree.file("f", "foo.....");
+    search_state.request_pending = 0;
+    strbuf_append(&search_state.query, 3, "foo");
+    results_store.file_table.count = results_store.file_table.capacity;
+    HeapHookScope hook([](uint64_t size) { return size != 20000 * sizeof(FileEntry); });
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(stored_rows(), "files 0\n");
+    EXPECT_EQ(results_store.file_table.data, nullptr);
+}
+
+TEST(Matcher, ARefusedHitRowEmptiesTheTableAndTheScanGoesOn) {
+    SearchScope scope;
+    // Full but for the header of the first hit.
+    results_store.hit_table.count = results_store.hit_table.capacity - 1;
+    ResultRecord *rows = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
+    rows[results_store.hit_table.count - 1] = {};
+    Contents contents("foo.....");
+    HeapHookScope hook([](uint64_t size) { return size != 1148576 * sizeof(ResultRecord); });
+    scan_contents(contents, str_from("foo"), 1);
+    EXPECT_EQ(results_store.hit_table.count, 0u);
+    EXPECT_EQ(results_store.hit_table.capacity, 0u);
+    EXPECT_EQ(search_state.results_dirty, 1);
+}
+
+TEST(Matcher, TheFullHitTableGrowsFrom100000To1148576Rows) {
+    SearchScope scope;
+    results_store.hit_table.count = 100000;
+    ResultRecord *rows = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
+    rows[99999] = {};
+    Contents contents("foo.....");
+    scan_contents(contents, str_from("foo"), 0);
+    EXPECT_EQ(results_store.hit_table.count, 100001u);
+    EXPECT_EQ(results_store.hit_table.capacity, 1148576u);
+}
+
+// ---- Folder suggestions ----
+
+TEST(Suggestions, AreSortedByWhetherTheyBeginWithThePrefix) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    Str prefix = str_from("pro");
+    for (const char *name : {"Projects", "pr", "src", "pro", "xpro"}) {
+        search_state.results_dirty = 0;
+        EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), str_from(name), 0, nullptr, 1), 1);
+        EXPECT_EQ(search_state.results_dirty, 1);
+    }
+    EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), str_from("profile.txt"), 5, nullptr, 0),
+              1); // a file
+    EXPECT_EQ(stored_rows(), "files 0\nmatch Projects\nmatch pro\nother pr\nother src\nother xpro\n");
+}
+
+TEST(Suggestions, AnEmptyPrefixMatchesEveryFolder) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    Str prefix = {};
+    on_folder_suggestion(&prefix, str_from("C:"), str_from("a"), 0, nullptr, 1);
+    on_folder_suggestion(&prefix, str_from("C:"), str_from("b"), 0, nullptr, 1);
+    EXPECT_EQ(stored_rows(), "files 0\nmatch a\nmatch b\n");
+}
+
+TEST(Suggestions, OnlyTheLettersAToZAreFolded) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    const auto matches = [](const char *typed, const char *name) {
+        Str prefix = str_from(typed);
+        results_store.matching_folders.count = 0;
+        on_folder_suggestion(&prefix, str_from("C:"), str_from(name), 0, nullptr, 1);
+        return results_store.matching_folders.count == 1;
+    };
+    EXPECT_TRUE(matches("AZaz", "azAZ"));
+    EXPECT_FALSE(matches("@", "`")); // the neighbours of A and a
+    EXPECT_FALSE(matches("[", "{")); // the neighbours of Z and z
+    EXPECT_FALSE(matches("é", "É")); // folds in a language, not here
+    EXPECT_FALSE(matches("\xC1", "\xE1"));
+    EXPECT_TRUE(matches("é", "éa"));
+}
+
+TEST(Suggestions, ARefusedNameIsEmpty) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    results_store.arena.used = results_store.arena.capacity;
+    HeapHookScope hook([](uint64_t) { return false; });
+    Str prefix = str_from("a");
+    EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), str_from("abc"), 0, nullptr, 1), 1);
+    EXPECT_EQ(stored_rows(), "files 0\nmatch \n");
+}
+
+// ---- Against the plain rules ----
+
+TEST(MatcherProperty, HundredThousandRandomPairsAgreeWithThePlainRules) {
+    SearchScope scope;
+    std::mt19937 random(20231119);
+    const auto below = [&random](size_t bound) { return static_cast<size_t>(random() % bound); };
+    const std::string alphabets[] = {
+        "ab",
+        "ab\n",
+        std::string("a\0\n", 3),
+        "a \t\r\n",
+        std::string("ab\0 \t\r\n", 7),
+        "aaaaaaaaaaaaaaaaaaab\n",
+        "etaoin zq_\n\t",
+        std::string("\xFF\x80\x7F\0I`\n", 7),
+    };
+    for (int round = 0; round < 100000 && !testing::Test::HasFailure(); round++) {
+        const std::string &alphabet = alphabets[below(std::size(alphabets))];
+        // Mostly around the width of a vector, some longer than a stored line.
+        size_t length = below(10) == 0 ? below(1200) : below(140);
+        std::string text(length, 0);
+        for (char &c : text) {
+            c = alphabet[below(alphabet.size())];
+        }
+        std::string query(below(8) == 0 ? below(40) : below(5), 0);
+        if (below(2) == 0 && length > query.size()) {
+            query = text.substr(below(length - query.size()), query.size());
+        } else {
+            for (char &c : query) {
+                c = alphabet[below(alphabet.size())];
+            }
+        }
+        expect_plain_result(text, query);
+    }
+}
+
+TEST(MatcherProperty, EveryPlaceAroundTheVectorsEdges) {
+    SearchScope scope;
+    for (size_t length = 0; length < 200 && !testing::Test::HasFailure(); length++) {
+        for (size_t at = 0; at < length; at++) {
+            std::string text(length, '.');
+            text[at] = 'q';
+            expect_plain_result(text, "q");
+            if (at + 1 < length) {
+                text[at + 1] = '\n';
+                expect_plain_result(text, "q\n");
+            }
+        }
+    }
+}
+
+TEST(MatcherProperty, QueriesOfEveryLength) {
+    SearchScope scope;
+    std::mt19937 random(7);
+    std::string text(3000, 0);
+    for (char &c : text) {
+        c = "abc\n"[random() % 4];
+    }
+    for (size_t length = 0; length <= 300; length++) {
+        expect_plain_result(text, text.substr(1500, length));
+        std::string near_miss = text.substr(1500, length) + "!";
+        expect_plain_result(text, near_miss);
+    }
+}
+
+TEST(MatcherProperty, ManyThousandLineFeedsBeforeAHit) {
+    SearchScope scope;
+    for (size_t count : {254u, 255u, 256u, 8159u, 8160u, 8161u, 8191u, 8192u, 8193u, 100000u}) {
+        expect_plain_result(std::string(count, '\n') + "foo\n....", "foo");
+        expect_plain_result(std::string(count, '.') + "foo\n....", "foo");
+        expect_plain_result(std::string(count, '.') + "\nfoo" + std::string(count, ' ') + "\n....", "foo");
+    }
+}

@@ -1,0 +1,436 @@
+#include "search/worker.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include "search/matcher.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "support/heap_hook.h"
+#include "support/system_files.h"
+#include "support/test_tree.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A file of a length that no other allocation of a search has, so that a test can tell when it is read.
+constexpr uint64_t marker_length = 12345;
+constexpr uint64_t marker_block = marker_length + 1 + ((marker_length + 1) & 63);
+
+std::string marker_bytes() {
+    std::string bytes(marker_length, '.');
+    bytes.replace(0, 4, "foo\n");
+    return bytes;
+}
+
+} // namespace
+
+// ---- What a request asks for ----
+
+TEST(Worker, WithoutARequestATurnDoesNothing) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    results_store.hit_table.count = 3;
+    EXPECT_EQ(search_worker_turn(), 0);
+    EXPECT_EQ(results_store.hit_table.count, 3u);
+}
+
+TEST(Worker, TheFirstRequestNeedsNobodyToPublishIt) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo.....");
+    strbuf_append(&search_state.path, tree.path().size(), tree.path().data());
+    strbuf_append(&search_state.query, 3, "foo");
+    EXPECT_EQ(search_worker_turn(), 1);
+    EXPECT_EQ(stored_rows(tree.path()), "files 1\nfile f\nhit 1 1 0 foo..\n");
+    EXPECT_EQ(search_worker_turn(), 0);
+}
+
+TEST(Worker, AnExistingFolderAndAQuerySearchEverythingBelow) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("top.txt", "a foo\n------");
+    tree.file("d/one.txt", "nothing");
+    tree.file("d/two.txt", "\nfoo\n----");
+    tree.file("d/e/three", "foo foo\n----");
+    EXPECT_EQ(sorted_search_rows(tree, tree.path(), "foo"), "files 4\n"
+                                                            "file d/e/three\nhit 1 1 0 foo foo\n"
+                                                            "file d/two.txt\nhit 2 1 1 foo\n"
+                                                            "file top.txt\nhit 1 3 2 a foo\n");
+    EXPECT_EQ(search_state.search_busy, 0);
+}
+
+TEST(Worker, AnExistingFolderWithoutAQueryDoesNothing) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo.....");
+    tree.folder("d");
+    EXPECT_EQ(search_rows(tree, tree.path(), ""), "files 0\n");
+}
+
+TEST(Worker, ATrailingSlashListsEverySubfolder) {
+    TestTree tree;
+    SearchScope scope;
+    tree.folder("abc");
+    tree.folder("ábc");
+    tree.file("file", "foo.....");
+    EXPECT_EQ(sort_file_groups(search_rows(tree, tree.path() + "/", "foo")),
+              "files 0\nmatch abc\nmatch ábc\n");
+    EXPECT_EQ(sort_file_groups(search_rows(tree, tree.path() + "///", "")),
+              "files 0\nmatch abc\nmatch ábc\n");
+}
+
+TEST(Worker, TheStartOfANameSortsTheFolders) {
+    TestTree tree;
+    SearchScope scope;
+    tree.folder("Apple");
+    tree.folder("app");
+    tree.folder("banana");
+    tree.file("ap.txt", "");
+    EXPECT_EQ(sort_file_groups(search_rows(tree, tree.path("ap"), "foo")),
+              "files 0\nmatch Apple\nmatch app\nother banana\n");
+    EXPECT_EQ(sort_file_groups(search_rows(tree, tree.path("app/"), "foo")), "files 0\n"); // an empty folder
+    EXPECT_EQ(search_rows(tree, tree.path("missing/ap"), "foo"), "files 0\n");
+}
+
+TEST(Worker, PathsWithoutAFolderPartDoNothing) {
+    TestTree tree;
+    SearchScope scope;
+    for (const char *path : {"", "/", "///", "abc_that_does_not_exist", "/abc_that_does_not_exist"}) {
+        EXPECT_EQ(search_rows(tree, path, "foo"), "files 0\n") << path;
+    }
+}
+
+TEST(Worker, AnEmptyPathIsNotReadBeforeItsStart) {
+    TestTree tree;
+    SearchScope scope;
+    // A slash right before the text would make it a listing.
+    char storage[8] = "/";
+    char *own = search_state.path.data;
+    search_state.path.data = storage + 1;
+    search_state.query.count = 0;
+    publish_request();
+    search_worker_turn();
+    EXPECT_EQ(stored_rows(), "files 0\n");
+    search_state.path.data = own;
+}
+
+TEST(Worker, AFileAsThePathFindsNothing) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo.....");
+    tree.folder("d");
+    EXPECT_EQ(search_rows(tree, tree.path("f"), "foo"), "files 0\n");
+}
+
+TEST(Worker, TheTopFoldersFilesComeBeforeAnySubfoldersAndFoldersAreEnteredDepthFirst) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a/b/f3", "foo.");
+    tree.file("a/f2", "foo.");
+    tree.file("f1", "foo.");
+    tree.file("z1", "foo.");
+    std::string rows = search_rows(tree, tree.path(), "foo");
+    size_t f1 = rows.find("file f1"), z1 = rows.find("file z1"), f2 = rows.find("file a/f2"),
+           f3 = rows.find("file a/b/f3");
+    EXPECT_LT(f1, f2);
+    EXPECT_LT(z1, f2);
+    EXPECT_LT(f2, f3);
+    EXPECT_NE(f3, std::string::npos);
+}
+
+TEST(Worker, NamesOutsideAscii) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("ö/你/\xF0\x9F\x98\x80.txt", "größe\n-------");
+    EXPECT_EQ(search_rows(tree, tree.path(), "größ"),
+              "files 1\nfile ö/你/\xF0\x9F\x98\x80.txt\nhit 1 1 0 größe\n");
+    EXPECT_EQ(search_rows(tree, tree.path("ö") + "/", "x"), "files 0\nmatch 你\n");
+}
+
+TEST(Worker, ASearchLeavesTheFieldsAlone) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo.....");
+    search_rows(tree, tree.path(), "foo");
+    EXPECT_EQ(to_string(strbuf_text(&search_state.path)), tree.path());
+    EXPECT_EQ(to_string(strbuf_text(&search_state.query)), "foo");
+}
+
+TEST(Worker, ASecondSearchStartsFromNothing) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo bar.....");
+    tree.folder("d");
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo bar..\n");
+    EXPECT_EQ(search_rows(tree, tree.path("d") + "x", "foo"), "files 0\nother d\n");
+    EXPECT_EQ(search_rows(tree, tree.path(), "bar"), "files 1\nfile f\nhit 1 5 4 foo bar..\n");
+}
+
+// ---- The busy flag and the dirty flag ----
+
+TEST(Worker, IsBusyDuringAContentSearchOnly) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", marker_bytes());
+    int busy_while_reading = -1;
+    {
+        HeapHookScope hook([&](uint64_t size) {
+            if (size == marker_block) {
+                busy_while_reading = search_state.search_busy;
+            }
+            return true;
+        });
+        search_rows(tree, tree.path(), "foo");
+    }
+    EXPECT_EQ(busy_while_reading, 1);
+    EXPECT_EQ(search_state.search_busy, 0);
+}
+
+TEST(Worker, ASearchWithoutHitsLeavesTheDirtyFlagAloneAndThatIsMeant) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "bar.....");
+    set_field(&search_state.path, tree.path());
+    set_field(&search_state.query, "foo");
+    publish_request();
+    search_state.results_dirty = 0; // the interface has drawn already
+    search_worker_turn();
+    EXPECT_EQ(search_state.results_dirty, 0);
+}
+
+// ---- Cancelling ----
+
+TEST(Worker, ARequestDuringTheFirstPassStopsBeforeTheNextEntry) {
+    TestTree tree;
+    SearchScope scope;
+    for (int i = 0; i < 10; i++) {
+        tree.file("f" + std::to_string(i), marker_bytes());
+    }
+    tree.file("d/below", "foo.....");
+    int read_files = 0;
+    HeapHookScope hook([&](uint64_t size) {
+        if (size == marker_block && ++read_files == 4) {
+            publish_request();
+        }
+        return true;
+    });
+    search_rows(tree, tree.path(), "foo");
+    EXPECT_EQ(read_files, 4);
+    EXPECT_EQ(results_store.file_table.count, 4u); // the file being read is finished
+    EXPECT_EQ(results_store.hit_table.count, 2u);  // emptied in the middle, then that file's rows
+    EXPECT_EQ(search_state.request_pending, 1);    // left for the next turn
+    EXPECT_EQ(search_state.search_busy, 0);
+}
+
+TEST(Worker, ARequestDuringTheSecondPassStopsBeforeTheNextSubfolder) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("top", "foo.....");
+    for (int i = 0; i < 10; i++) {
+        std::string folder = "d" + std::to_string(i);
+        tree.file(folder + "/marker", marker_bytes());
+        tree.file(folder + "/below/marker", marker_bytes());
+    }
+    int read_files = 0;
+    HeapHookScope hook([&](uint64_t size) {
+        if (size == marker_block && ++read_files == 5) { // in the third sub-folder
+            publish_request();
+        }
+        return true;
+    });
+    search_rows(tree, tree.path(), "foo");
+    EXPECT_EQ(read_files, 5);
+    EXPECT_EQ(results_store.file_table.count, 6u);
+    EXPECT_EQ(search_state.search_busy, 0);
+}
+
+TEST(Worker, ARequestAtTheFirstPassesEndKeepsTheSecondFromStarting) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("marker", marker_bytes()); // the only entry but for a folder that may come first or last
+    tree.file("d/marker", marker_bytes());
+    int read_files = 0;
+    HeapHookScope hook([&](uint64_t size) {
+        if (size == marker_block && ++read_files == 1) {
+            publish_request();
+        }
+        return true;
+    });
+    search_rows(tree, tree.path(), "foo");
+    EXPECT_EQ(read_files, 1);
+}
+
+TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("d/f", "foo.....");
+    set_field(&search_state.query, "foo");
+    std::string folder = tree.path();
+    search_state.request_pending = 1;
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("d"), 0, nullptr, 1), 0);
+    search_state.request_pending = 0;
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("f"), 5, nullptr, 0), 1); // a file
+    EXPECT_EQ(stored_rows(), "files 0\n");
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("d"), 0, nullptr, 1), 1);
+    EXPECT_EQ(stored_rows(tree.path()), "files 1\nfile d/f\nhit 1 1 0 foo..\n");
+}
+
+TEST(Worker, ARequestDuringAFilesScanLetsTheScanFinish) {
+    TestTree tree;
+    SearchScope scope;
+    std::string many_lines;
+    for (int i = 0; i < 1000; i++) {
+        many_lines += "foo\n";
+    }
+    tree.file("f", many_lines + std::string(marker_length - many_lines.size(), '.'));
+    HeapHookScope hook([](uint64_t size) {
+        if (size == marker_block) {
+            publish_request();
+        }
+        return true;
+    });
+    search_rows(tree, tree.path(), "foo");
+    EXPECT_EQ(results_store.hit_table.count, 1001u);
+}
+
+TEST(Worker, SuggestionsStopForARequestToo) {
+    TestTree tree;
+    SearchScope scope;
+    for (int i = 0; i < 300; i++) { // past the lists' first 128
+        tree.folder("d" + std::to_string(i));
+    }
+    HeapHookScope hook([](uint64_t size) {
+        if (size == 256 * sizeof(Str)) { // the 129th name
+            publish_request();
+        }
+        return true;
+    });
+    search_rows(tree, tree.path() + "/", "");
+    EXPECT_EQ(results_store.matching_folders.count, 129u);
+}
+
+// ---- Trees that are hard to walk ----
+
+TEST(Worker, AFolderThatIsGoneWhenItIsEnteredIsEmpty) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a/marker", marker_bytes());
+    tree.file("b/marker", marker_bytes());
+    tree.file("c", "foo....."); // so that something is found at all
+    TestTree elsewhere;
+    bool removed = false;
+    HeapHookScope hook([&](uint64_t size) {
+        if (size == marker_block && !removed) {
+            removed = true;
+            // One of them is being read; neither is there any more when the walk goes on.
+            for (const char *name : {"a", "b"}) {
+                fs::create_directory(elsewhere.native(name));
+                std::error_code in_use; // the file that is open cannot be moved away everywhere
+                fs::rename(tree.native(name) / "marker", elsewhere.native(name) / "marker", in_use);
+                fs::remove(tree.native(name), in_use);
+            }
+        }
+        return true;
+    });
+    search_rows(tree, tree.path(), "foo");
+    EXPECT_TRUE(removed);
+    EXPECT_EQ(results_store.file_table.count, 2u); // c and the one that was open already
+}
+
+TEST(Worker, AFolderNested1000Deep) {
+    TestTree tree;
+    SearchScope scope;
+    // Built from the inside out, and taken apart from the outside in, so that no path gets long.
+    constexpr uint64_t levels = 1000;
+    const fs::path whole = tree.native("d"), part = tree.native("part");
+    for (uint64_t level = 0; level < levels; level++) {
+        fs::create_directory(part);
+        std::ofstream(part / "f", std::ios::binary) << "foo.....";
+        if (level > 0) {
+            fs::rename(whole, part / "d");
+        }
+        fs::rename(part, whole);
+    }
+    search_rows(tree, tree.path(), "foo");
+    uint64_t found = results_store.file_table.count;
+    EXPECT_EQ(results_store.hit_table.count, 2 * found);
+#ifdef _WIN32
+    // The system's limit for paths may end the walk; every file within it is found.
+    EXPECT_GE(found, (260 - tree.path().size()) / 2 - 2);
+    EXPECT_LE(found, levels);
+#else
+    EXPECT_EQ(found, levels);
+#endif
+    for (uint64_t level = 1; level < levels; level++) {
+        fs::rename(whole / "d", part);
+        fs::remove_all(whole);
+        fs::rename(part, whole);
+    }
+}
+
+TEST(Worker, ARefusedSubfolderPathIsNotWalked) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("d/f", "foo.....");
+    set_field(&search_state.query, "foo");
+    search_state.request_pending = 0;
+    std::string folder = tree.path();
+    results_store.arena.used = results_store.arena.capacity;
+    HeapHookScope hook([](uint64_t size) { return size < 50000000; });
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("d"), 0, nullptr, 1), 1);
+    EXPECT_EQ(stored_rows(), "files 0\n"); // the empty path would have walked the root
+}
+
+#ifdef __linux__
+TEST(Worker, UnreadableFoldersAreSkipped) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a/f", "foo.....");
+    tree.file("b/f", "foo.....");
+    Unreadable unreadable(tree.native("a"));
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile b/f\nhit 1 1 0 foo..\n");
+}
+
+TEST(Worker, LinkedFoldersAreEnteredButNoneThatHoldsItself) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a/f", "foo.....");
+    fs::create_symlink("../a", tree.native("a/to_itself"));
+    fs::create_symlink("..", tree.native("a/up"));
+    fs::create_symlink("/", tree.native("a/root"));
+    fs::create_symlink("a", tree.native("to_a"));
+    fs::create_symlink("a/f", tree.native("to_file"));
+    fs::create_symlink("loop", tree.native("loop"));
+    EXPECT_EQ(sorted_search_rows(tree, tree.path(), "foo"), "files 3\n"
+                                                            "file a/f\nhit 1 1 0 foo..\n"
+                                                            "file to_a/f\nhit 1 1 0 foo..\n"
+                                                            "file to_file\nhit 1 1 0 foo..\n");
+}
+
+TEST(Worker, TwoLinksThatLeadIntoEachOtherEnd) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a/f", "foo.....");
+    tree.file("b/f", "foo.....");
+    fs::create_symlink("../b", tree.native("a/to_b"));
+    fs::create_symlink("../a", tree.native("b/to_a"));
+    EXPECT_EQ(sorted_search_rows(tree, tree.path(), "foo"), "files 4\n"
+                                                            "file a/f\nhit 1 1 0 foo..\n"
+                                                            "file a/to_b/f\nhit 1 1 0 foo..\n"
+                                                            "file b/f\nhit 1 1 0 foo..\n"
+                                                            "file b/to_a/f\nhit 1 1 0 foo..\n");
+}
+
+TEST(Worker, NamesThatAreNotUtf8AreSearchedLikeOthers) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("\xFF/\xFE", "foo.....");
+    tree.file("z", "foo.....");
+    EXPECT_EQ(sorted_search_rows(tree, tree.path(), "foo"),
+              "files 2\nfile z\nhit 1 1 0 foo..\nfile \xFF/\xFE\nhit 1 1 0 foo..\n");
+}
+#endif

@@ -1,0 +1,23 @@
+#include "support/heap_hook.h"
+
+#include "os/memory.h"
+
+namespace {
+
+std::function<bool(uint64_t)> allow_size;
+
+uint8_t ask(uint64_t size) {
+    return allow_size(size);
+}
+
+} // namespace
+
+HeapHookScope::HeapHookScope(std::function<bool(uint64_t size)> allow) {
+    allow_size = std::move(allow);
+    os_heap_hook = ask;
+}
+
+HeapHookScope::~HeapHookScope() {
+    os_heap_hook = nullptr;
+    allow_size = nullptr;
+}

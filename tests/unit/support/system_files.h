@@ -1,0 +1,34 @@
+// What only the system itself can do to a file: date it, hold it open, make it unreadable.
+#pragma once
+
+#include <stdint.h>
+
+#include <filesystem>
+
+// Sets a file's last write, in milliseconds since 1970 began.
+void set_last_write(const std::filesystem::path &path, int64_t ms_since_1970);
+
+// Holds a file open for writing as an editor or a log does: others may read and write it meanwhile.
+class HeldForWriting {
+public:
+    explicit HeldForWriting(const std::filesystem::path &path);
+    ~HeldForWriting();
+    HeldForWriting(const HeldForWriting &) = delete;
+    HeldForWriting &operator=(const HeldForWriting &) = delete;
+
+private:
+    void *handle;
+};
+
+// While it lives, nobody but its maker can read the file.
+class Unreadable {
+public:
+    explicit Unreadable(const std::filesystem::path &path);
+    ~Unreadable();
+    Unreadable(const Unreadable &) = delete;
+    Unreadable &operator=(const Unreadable &) = delete;
+
+private:
+    std::filesystem::path path;
+    void *handle;
+};

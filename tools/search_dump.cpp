@@ -1,0 +1,141 @@
+// Runs one search exactly as the program's worker would, and prints what it stored:
+//
+//   search_dump [--max-file-size N] PATH QUERY
+//
+//   files <rows of file_table>
+//   file <folder>/<name>                          one for each header row
+//   hit <line> <column> <byte offset> <text>      one for each hit row
+//   match <name>                                  one for each row of matching_folders
+//   other <name>                                  one for each row of other_folders
+//
+// Lines end with a line feed alone, and bytes are printed as they are. Exits with 0, or with 2 and a line on
+// standard error for wrong arguments.
+
+#include <charconv>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "os/console.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "search/worker.h"
+
+#ifdef _WIN32
+extern "C" {
+int _dowildcard = 0; // arguments as they are: a query may be a '*'
+}
+#endif
+
+namespace {
+
+constexpr uint64_t output_size = 65536;
+char output[output_size];
+uint64_t output_used;
+
+void flush_output() {
+    os_console_write({output_used, output});
+    output_used = 0;
+}
+
+void put(Str text) {
+    if (text.count > output_size - output_used) {
+        flush_output();
+    }
+    if (text.count > output_size) {
+        os_console_write(text);
+        return;
+    }
+    if (text.count > 0) {
+        memcpy(output + output_used, text.data, text.count);
+    }
+    output_used += text.count;
+}
+
+// label, then the number.
+void put_number(Str label, uint64_t number) {
+    char digits[20];
+    char *end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
+    put(label);
+    put({static_cast<uint64_t>(end - digits), digits});
+}
+
+void put_names(Str label, const DynArray *list) {
+    TableRows rows = table_rows(list);
+    const Str *names = reinterpret_cast<const Str *>(rows.data);
+    for (uint64_t i = 0; i < rows.count; i++) {
+        put(label);
+        put(names[i]);
+        put(str_from("\n"));
+    }
+}
+
+void put_results() {
+    TableRows file_rows = table_rows(&results_store.file_table);
+    TableRows hit_rows = table_rows(&results_store.hit_table);
+    const FileEntry *files = reinterpret_cast<const FileEntry *>(file_rows.data);
+    const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(hit_rows.data);
+    const Str blank = str_from(" ");
+    const Str line_end = str_from("\n");
+    const Str hit_label = str_from("hit ");
+    put_number(str_from("files "), file_rows.count);
+    put(line_end);
+    for (uint64_t i = 0; i < hit_rows.count; i++) {
+        const ResultRecord *row = &hits[i];
+        if (row->kind == RESULT_FILE_HEADER) {
+            put(str_from("file "));
+            put(files[row->file_index].folder);
+            put(str_from("/"));
+            put(files[row->file_index].name);
+        } else {
+            put_number(hit_label, row->line);
+            put_number(blank, row->column);
+            put_number(blank, row->byte_offset);
+            put(blank);
+            put(row->text);
+        }
+        put(line_end);
+    }
+    put_names(str_from("match "), &results_store.matching_folders);
+    put_names(str_from("other "), &results_store.other_folders);
+    flush_output();
+}
+
+// Decimal digits only; returns 0 when text is anything else or does not fit.
+uint8_t parse_size(const char *text, int64_t *size) {
+    *size = 0;
+    for (const char *at = text; *at; at++) {
+        if (*at < '0' || *at > '9' || *size > (INT64_MAX - (*at - '0')) / 10) {
+            return 0;
+        }
+        *size = *size * 10 + (*at - '0');
+    }
+    return *text != 0;
+}
+
+void set_text(StrBuf *field, const char *text) {
+    strbuf_init(field, 1024);
+    strbuf_append(field, strlen(text), text);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    int64_t max_file_size = search_state.max_file_size;
+    char **rest = argv + 1;
+    if (argc == 5 && strcmp(argv[1], "--max-file-size") == 0 && parse_size(argv[2], &max_file_size)) {
+        rest = argv + 3;
+    } else if (argc != 3) {
+        fputs("usage: search_dump [--max-file-size BYTES] PATH QUERY\n", stderr);
+        return 2;
+    }
+    search_state.max_file_size = max_file_size;
+    results_store_reserve();
+    results_store_start_arena();
+    set_text(&search_state.path, rest[0]);
+    set_text(&search_state.query, rest[1]);
+    publish_request();
+    search_worker_turn();
+    put_results();
+    return 0;
+}
