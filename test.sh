@@ -6,20 +6,34 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 tools/need_packages cmake ninja-build g++ clang-format googletest libbenchmark-dev libstb-dev \
-    g++-mingw-w64-x86-64-posix wine wine64
+    g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth
 
 echo "== Format"
 git ls-files -co --exclude-standard '*.cpp' '*.h' '*.inl' | xargs clang-format --dry-run --Werror
 
-# A server that is up spares every Windows program two seconds; this one goes by itself.
+# Windows programs get a screen and a Wine server of their own: one that was started without a screen keeps none.
 export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
-mkdir -p build
-[ -d "$WINEPREFIX" ] || tools/under_wine wineboot --init > /dev/null 2>&1
-wineserver -p300 2> /dev/null || true
+end_wine() {
+    wineserver -k 2> /dev/null || true
+    wineserver -w
+}
+
+under_screen() {
+    end_wine
+    trap end_wine EXIT
+    # The first program starts Wine's services, which go on and would hold the output of whoever waits for it. A server
+    # that is up spares every later program two seconds.
+    # shellcheck disable=SC2016
+    xvfb-run -a bash -c 'wineserver -p && tools/under_wine cmd /c exit < /dev/null > build/wine.log 2>&1 && "$@"' _ "$@"
+}
 
 for preset in linux linux-asan windows; do
     echo "== $preset"
     [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" > /dev/null
     cmake --build --preset "$preset" > "build/$preset/build.log" || { cat "build/$preset/build.log"; exit 1; }
-    ctest --preset "$preset"
+    if [ "$preset" = windows ]; then
+        under_screen ctest --preset "$preset"
+    else
+        ctest --preset "$preset"
+    fi
 done

@@ -36,6 +36,14 @@ Str line_text(char *line, int64_t length) {
     return {static_cast<uint64_t>(length), line};
 }
 
+void slashes_for_backslashes(Str text) {
+    char *at = text.data;
+    char *end = at + text.count;
+    while (at != end && (at = static_cast<char *>(memchr(at, '\\', static_cast<size_t>(end - at))))) {
+        *at++ = '/';
+    }
+}
+
 char lower_case(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
@@ -87,11 +95,7 @@ uint8_t on_file(void *, Str folder, Str name, uint64_t size, const FileTime *, u
     }
     FileEntry file = {arena_push_string(&results_store.arena, folder),
                       arena_push_string(&results_store.arena, name)};
-    for (uint64_t i = 0; i < file.folder.count; i++) {
-        if (file.folder.data[i] == '\\') {
-            file.folder.data[i] = '/';
-        }
-    }
+    slashes_for_backslashes(file.folder);
     if (dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
         uint32_t file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
         scan_contents(contents, strbuf_text(&search_state.query), file_index);
@@ -104,10 +108,10 @@ void scan_contents(Str contents, Str query, uint32_t file_index) {
     // Lengths are signed 32-bit numbers: a file of 2 GiB or more is not searched. One short of the last place
     // where the query could stand: a match that ends the file is not a hit. Both are meant.
     int64_t length = static_cast<int32_t>(contents.count);
-    if (query.count > INT32_MAX) {
+    int64_t span = length - static_cast<int64_t>(query.count);
+    if (query.count > INT32_MAX || span <= 0) {
         return;
     }
-    int64_t span = length - static_cast<int64_t>(query.count);
     char *text = contents.data;
     const ScanNeedle needle = scan_needle(query);
     uint32_t line = 1;

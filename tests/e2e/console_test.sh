@@ -1,6 +1,6 @@
 #!/bin/bash
-# What reaches whoever starts the program and redirects its standard output, byte for byte: console_test.sh COMMAND...,
-# where COMMAND starts console_probe, for a Windows program through tools/under_wine.
+# What reaches whoever redirects the program's standard output, byte for byte.
+# console_test.sh COMMAND..., where COMMAND starts console_probe; a Windows program: through tools/under_wine.
 set -eu
 export LC_ALL=C.UTF-8
 probe=()
@@ -93,8 +93,8 @@ if [ $windows = 1 ]; then
     run 0 respawn $'  x\t'
     printf '[  x\t]\n' | expect "only trailing spaces are cut"
 else
-    run 0 respawn name plain 'a b' '' '"quoted' 'in"side' 'end  '
-    printf '[name plain "a b" "" ""quoted" in"side "end  "]\n' | expect "arguments joined to a command line"
+    run 0 respawn name plain 'a b' '' '"a quoted"' '-a b' 'in"side' 'end  '
+    printf '[name plain "a b" "" "a quoted" -a b in"side "end  "]\n' | expect "arguments joined to a command line"
     run 0 respawn '   '
     printf '["   "]\n' | expect "a name of blanks only"
     run 0 respawn ''

@@ -60,8 +60,10 @@ Str read_arguments() {
     return bytes;
 }
 
+// What begins with a quote or a dash stands on its own, as it does where a program gets its command line
+// whole.
 uint8_t needs_quotes(const char *argument) {
-    return argument[0] == 0 || argument[0] == '"' || strchr(argument, ' ');
+    return argument[0] == 0 || (argument[0] != '"' && argument[0] != '-' && strchr(argument, ' '));
 }
 
 } // namespace

@@ -64,7 +64,7 @@ void note_last_error(int32_t code) {
 int64_t read_up_to(int file, char *bytes, uint64_t count) {
     uint64_t done = 0;
     while (done < count) {
-        ssize_t got = read(file, bytes + done, count - done);
+        ssize_t got = pread(file, bytes + done, count - done, static_cast<off_t>(done));
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -97,16 +97,6 @@ Str read_open_file(int file, uint64_t size) {
     return contents;
 }
 
-// The size of an open file; 0 or the error, which is set for whatever is no file.
-int32_t open_file_size(int file, uint64_t *size) {
-    struct stat info;
-    if (fstat(file, &info) != 0) {
-        return errno;
-    }
-    *size = static_cast<uint64_t>(info.st_size);
-    return S_ISREG(info.st_mode) ? 0 : EISDIR;
-}
-
 } // namespace
 
 Str os_file_read_all(Str path) {
@@ -115,10 +105,13 @@ Str os_file_read_all(Str path) {
         return {};
     }
     Str contents = {};
-    uint64_t size = 0;
-    int32_t error = open_file_size(file, &size);
+    struct stat info;
+    int32_t error = fstat(file, &info) == 0 ? 0 : errno;
+    if (error == 0 && !S_ISREG(info.st_mode)) {
+        error = EISDIR; // a pipe or a device neither is a file
+    }
     if (error == 0) {
-        contents = read_open_file(file, size);
+        contents = read_open_file(file, static_cast<uint64_t>(info.st_size));
     } else {
         note_last_error(error);
     }
@@ -270,9 +263,9 @@ uint8_t is_on_the_way(const struct stat &folder, const SystemPath &path) {
     return 0;
 }
 
-// Says of links, and of entries whose kind the file system does not tell, whether they are folders; d_type
-// becomes DT_DIR or DT_REG. A link to a folder on its own way loses its name instead, so that no walk goes
-// round in circles.
+// Says of links, and of entries whose kind the file system does not tell, what they lead to: d_type becomes
+// DT_DIR, DT_REG, or DT_UNKNOWN for anything else. A link to a folder on its own way loses its name instead,
+// so that no walk goes round in circles.
 void resolve_links(Listing *listing, const SystemPath &path) {
     for (uint64_t at = 0; at < listing->end;) {
         dirent64 *entry = reinterpret_cast<dirent64 *>(listing->entries() + at);
@@ -280,13 +273,14 @@ void resolve_links(Listing *listing, const SystemPath &path) {
         if (entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) {
             continue;
         }
-        struct stat info;
-        uint8_t is_folder = fstatat(listing->folder, entry->d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
+        struct stat info = {};
+        fstatat(listing->folder, entry->d_name, &info, 0);
+        uint8_t is_folder = S_ISDIR(info.st_mode);
         uint8_t is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
         if (is_folder && !is_dot && listing->use != LIST_DETAILS && is_on_the_way(info, path)) {
             entry->d_name[0] = 0;
         }
-        entry->d_type = is_folder ? DT_DIR : DT_REG;
+        entry->d_type = is_folder ? DT_DIR : S_ISREG(info.st_mode) ? DT_REG : DT_UNKNOWN;
     }
 }
 
@@ -325,7 +319,9 @@ Listing *read_folder(int folder) {
 void look_at_entry(Listing *listing, const dirent64 *found, FolderEntry *entry) {
     if (listing->use == LIST_FILES && found->d_type == DT_REG) {
         int file = openat(listing->folder, found->d_name, open_to_read);
-        if (file >= 0 && open_file_size(file, &entry->size) == 0) {
+        off_t size = file >= 0 ? lseek(file, 0, SEEK_END) : -1; // the quickest way to learn it
+        if (size >= 0) {
+            entry->size = static_cast<uint64_t>(size);
             open_entry = {file, found->d_name, entry->size};
             return;
         }
