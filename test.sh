@@ -13,6 +13,7 @@ git ls-files -co --exclude-standard '*.cpp' '*.h' '*.inl' | xargs clang-format -
 
 # Windows programs get a screen and a Wine server of their own: one that was started without a screen keeps none.
 export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
+mkdir -p "$WINEPREFIX"
 end_wine() {
     wineserver -k 2> /dev/null || true
     wineserver -w
