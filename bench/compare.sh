@@ -70,7 +70,7 @@ measure() {
 {
     echo "Tree: $(basename "$tree"), $(find "$tree" -type f | wc -l) files, $(find "$tree" -type f -printf '%s\n' |
         awk '{ sum += $1 } END { printf "%.2f GB", sum / 1e9 }'), $rounds rounds (ugrep and grep: 3)."
-    echo "$(rg --version | head -n 1); $(ugrep --version | head -n 1 | cut -d' ' -f1,2); $(grep --version | head -n 1)"
+    echo "$(rg --version | sed -n 1p); $(ugrep --version | sed -n '1s/ x86.*//p'); $(grep --version | sed -n 1p)"
     echo
     echo '| needle | program | median | to rg |'
     echo '|---|---|---|---|'
