@@ -33,23 +33,31 @@ Str str_cut_to_folder(Str path) {
 
 namespace {
 
-// Moves the first used bytes of a block into one of size bytes, which is returned; the caller publishes it
-// and then gives the old block to retire_replaced. Null on failure. With nobody reading, the heap moves the
-// block itself.
-char *replace_block(char *old_block, uint64_t used, uint64_t size, const RetiredBlocks *readers) {
+// A block's storage in another size: new_block, null when that was refused, holds the first bytes of the old
+// one.
+struct Replacement {
+    char *new_block;
+    char *old_block; // still there, for the caller to retire once new_block is published; null when it is not
+};
+
+// With nobody reading, the heap moves the block itself.
+Replacement replace_block(char *block, uint64_t used, uint64_t size, const RetiredBlocks *readers) {
     if (!readers || !retired_has_reader(readers)) {
-        return static_cast<char *>(os_realloc(old_block, size));
+        char *moved = static_cast<char *>(os_realloc(block, size));
+        return {moved, moved ? nullptr : block};
     }
-    char *block = static_cast<char *>(os_alloc(size));
-    if (block && used > 0) {
-        memcpy(block, old_block, used);
+    char *copy = static_cast<char *>(os_alloc(size));
+    if (copy && used > 0) {
+        memcpy(copy, block, used);
     }
-    return block;
+    return {copy, block};
 }
 
 void retire_replaced(char *old_block, RetiredBlocks *readers) {
-    if (readers && retired_has_reader(readers)) {
+    if (readers) {
         retire_block(readers, old_block);
+    } else {
+        os_free(old_block);
     }
 }
 
@@ -84,7 +92,8 @@ void strbuf_init(StrBuf *buf, uint64_t capacity) {
 
 Str strbuf_text(const StrBuf *buf) {
     uint64_t count = buf->count;
-    return {count, buf->data};
+    char *data = buf->data;
+    return {data ? count : 0, data};
 }
 
 void strbuf_insert(StrBuf *buf, uint64_t at, uint64_t count, const char *bytes) {
@@ -130,13 +139,15 @@ uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers) {
         return 1;
     }
     capacity = strbuf_capacity_for(capacity, length + count);
-    char *data = replace_block(old_data, length + 1, capacity + 1, readers);
-    if (!data) {
+    Replacement storage = replace_block(old_data, length + 1, capacity + 1, readers);
+    if (!storage.new_block) {
         return 0;
     }
-    buf->data = data;
+    buf->data = storage.new_block;
     buf->capacity = capacity;
-    retire_replaced(old_data, readers);
+    if (storage.old_block) {
+        retire_replaced(storage.old_block, readers);
+    }
     return 1;
 }
 
@@ -168,22 +179,18 @@ void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem
             grown = dynarray_next_capacity(elem_size, grown);
         }
         uint64_t capacity = grown;
-        char *old_data = array->data;
-        char *data = replace_block(old_data, count * elem_size, capacity * elem_size, readers);
-        if (!data) {
+        Replacement storage = replace_block(array->data, count * elem_size, capacity * elem_size, readers);
+        if (!storage.new_block) {
             array->count = 0;
-            array->capacity = 0;
-            array->data = nullptr;
-            if (readers) {
-                retire_block(readers, old_data);
-            } else {
-                os_free(old_data);
-            }
+        }
+        array->data = storage.new_block;
+        array->capacity = storage.new_block ? capacity : 0;
+        if (storage.old_block) {
+            retire_replaced(storage.old_block, readers);
+        }
+        if (!storage.new_block) {
             return nullptr;
         }
-        array->data = data;
-        array->capacity = capacity;
-        retire_replaced(old_data, readers);
     }
     char *slot = array->data + count * elem_size;
     if (elem) {

@@ -12,8 +12,8 @@
 
 // ---- Str ----
 
-// UTF-8 bytes that somebody else owns. Not zero-terminated in general, though every Str that this program
-// builds has a zero byte after its end.
+// UTF-8 bytes that somebody else owns. Not zero-terminated in general, though every text that this program
+// stores has a zero byte after its end.
 struct Str {
     uint64_t count; // bytes
     char *data;
@@ -41,7 +41,7 @@ struct StrBuf {
 // Reserves an empty text of the given capacity. On failure: capacity 0, null data.
 void strbuf_init(StrBuf *buf, uint64_t capacity);
 
-// The text as it is now, count read before data.
+// The text as it is now, count read before data; empty when there is no storage.
 Str strbuf_text(const StrBuf *buf);
 
 // Inserts count bytes at position at, or appends them when at is at or past the end; null bytes leave the

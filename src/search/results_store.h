@@ -42,7 +42,8 @@ struct ResultStore {
 
 extern ResultStore results_store;
 
-// Interface, before the worker starts: reserves the four tables. One that is refused stays empty for good.
+// Interface, before the worker starts: reserves the four tables. One that is refused has capacity 0: it stays
+// empty, and a push onto it never returns.
 void results_store_reserve();
 
 // Worker, when it starts: reserves the arena's first block.

@@ -1,4 +1,4 @@
-// The scan of a file's bytes, 32 to 128 places at a time.
+// The scan of a file's bytes, up to 128 places at a time.
 //
 // Two of the query's bytes are chosen, the ones that source texts have least of. The scan looks for the
 // rarest alone, then for both where it stands, and compares the whole query only where both stand right. Line
@@ -9,8 +9,8 @@
 
 #include "os/strings.h"
 
-// A query, made ready for looking. Its bytes stay the caller's; when they change meanwhile, what is found is
-// undefined but nothing else is read.
+// A query, made ready for looking. Its bytes stay the caller's: what stands here is a copy of some, the rest
+// is read in place. When they change meanwhile, what is found is undefined but nothing else is read.
 struct ScanNeedle {
     char rare;            // the rarest byte, and where it stands in the query
     char other;           // the next rarest; the same one for a query of one byte

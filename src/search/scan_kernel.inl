@@ -7,6 +7,11 @@
 //   minus(a, b), sum(v)    lane by lane; the sum of the lanes as unsigned bytes
 //   mask(v)                one bit for each lane, lane 0 lowest
 
+// Asks for the cache line so many bytes ahead, which need not be there.
+inline void prefetch(const char *p, uintptr_t ahead) {
+    __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + ahead));
+}
+
 // Where the query may stand: what both chosen bytes say.
 struct Candidates {
     const char *at_rare;
@@ -75,8 +80,8 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
     for (; span - pos >= 4 * lanes; pos += 4 * lanes) {
         const char *p = candidates.at_rare + pos;
         // Where the branches below are hard to foresee, the processor's own prefetching falls behind.
-        __builtin_prefetch(p + 2048);
-        __builtin_prefetch(p + 2048 + 64);
+        prefetch(p, 2048);
+        prefetch(p, 2048 + 64);
         Vector rare_low = either(equal(load(p), candidates.rare), equal(load(p + lanes), candidates.rare));
         Vector rare_high =
             either(equal(load(p + 2 * lanes), candidates.rare), equal(load(p + 3 * lanes), candidates.rare));

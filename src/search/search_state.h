@@ -15,7 +15,7 @@ struct SearchState {
     StrBuf query; // the Src field's own text, matched byte for byte
     volatile int64_t max_file_size; // bytes; larger files are skipped; 0: no limit; written at start-up only
     volatile uint32_t
-        interface_pass;         // goes up at the top of each frame; 0 until an interface reads the results
+        interface_pass;         // goes up at the top of each frame; 0 where no interface reads the results
     RetiredBlocks retired_text; // interface only: replaced storage of path and query
 
     // interface sets to 1, worker clears

@@ -94,6 +94,12 @@ uint32_t search_worker(void *) {
 }
 
 Thread *search_worker_start() {
-    search_state.worker_pass = 1; // before the thread: from here on somebody reads the fields' texts
-    return os_thread_start(search_worker, nullptr);
+    // Before the thread runs: from here on each of the two may be reading what the other one replaces.
+    search_state.interface_pass = 1;
+    search_state.worker_pass = 1;
+    Thread *thread = os_thread_start(search_worker, nullptr);
+    if (!thread) {
+        search_state.worker_pass = 0;
+    }
+    return thread;
 }

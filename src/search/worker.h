@@ -22,5 +22,6 @@ uint8_t search_worker_turn();
 // A ThreadRoutine, the worker thread's body: a turn every 100 milliseconds. Never returns.
 uint32_t search_worker(void *record);
 
-// Interface, after results_store_reserve: starts the worker thread. Returns null when the system refuses it.
+// Interface, after results_store_reserve: starts the worker thread, and with it the counting of passes, in
+// which the interface takes part from its next frame on. Returns null when the system refuses the thread.
 Thread *search_worker_start();

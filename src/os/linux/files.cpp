@@ -12,8 +12,7 @@
 
 namespace {
 
-// A path as the system takes it: zero-terminated, below PATH_MAX. The text is not cleared first, and that is
-// meant.
+// A path as the system takes it: zero-terminated, below PATH_MAX.
 struct SystemPath {
     uint64_t count; // bytes; 0 and an empty text for a path that is too long, which no call finds
     char text[PATH_MAX];
@@ -284,7 +283,8 @@ void resolve_links(Listing *listing, const SystemPath &path) {
     }
 }
 
-// Reads all entries of an open folder behind a listing record; null when that fails.
+// Reads the entries of an open folder behind a listing record, none where the system refuses; null without
+// memory.
 Listing *read_folder(int folder) {
     constexpr uint64_t first_capacity = 32768;
     constexpr uint64_t smallest_read = 4096; // room for any single entry
@@ -338,8 +338,8 @@ void look_at_entry(Listing *listing, const dirent64 *found, FolderEntry *entry) 
 
 // Reads a folder; null when that fails.
 Listing *open_listing(Str folder, FolderListingUse use, const SystemPath &path) {
-    if (path.count == 0 && folder.count > 0 && folder.data[0] != 0) {
-        return nullptr; // too long
+    if (path.count != folder.count) {
+        return nullptr; // too long, or a zero byte in it
     }
     int file = open(path.count > 0 ? path.text : "/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (file < 0) {
@@ -417,6 +417,7 @@ void os_folder_close(void *opaque) {
     if (listing->use == LIST_FILES && listing->next >= listing->end && listing->path.data) {
         close(listing->folder);
         listing->folder = -1;
+        free_listing(kept_listing);
         kept_listing = listing;
     } else {
         free_listing(listing);

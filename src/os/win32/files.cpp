@@ -27,11 +27,9 @@ int32_t wide_length(Str text) {
 }
 
 wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
-    if (units > 0) {
-        int32_t count = static_cast<int32_t>(strnlen(text.data, text.count));
-        MultiByteToWideChar(CP_UTF8, 0, text.data, count, wide, units);
-    }
-    wide[units] = 0;
+    // The text may be a field that is being edited, so it may not be the one that was measured any more.
+    int32_t count = static_cast<int32_t>(text.count > 0 ? strnlen(text.data, text.count) : 0);
+    wide[count > 0 ? MultiByteToWideChar(CP_UTF8, 0, text.data, count, wide, units) : 0] = 0;
     return wide;
 }
 
@@ -160,7 +158,7 @@ void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
 
 void *os_folder_first(Str folder, FolderListingUse, FolderEntry *entry) {
     uint64_t count = folder.count > 0 ? strnlen(folder.data, folder.count) : 0;
-    if (count > longest_path * 3) {
+    if (count != folder.count || count > longest_path * 3) {
         return nullptr;
     }
     char *pattern = static_cast<char *>(__builtin_alloca(count + 3));

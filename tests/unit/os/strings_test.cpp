@@ -171,6 +171,14 @@ TEST(StrBufGrowth, ARefusedInsertionLosesTheTextAndThatIsMeant) {
     os_free(old_block);
 }
 
+TEST(StrBufGrowth, ATextWithoutStorageReadsAsEmpty) {
+    Text text("abc");
+    char *old_block = text.data;
+    text.data = nullptr;
+    EXPECT_EQ(strbuf_text(&text).count, 0u);
+    os_free(old_block);
+}
+
 TEST(StrBufGrowth, MakingRoomFirstKeepsTheTextWhenItIsRefused) {
     Text text("abc");
     {
@@ -354,7 +362,6 @@ TEST(DynArrayGrowth, AnArrayThatIsBeingReadKeepsItsOldStorageForTheReader) {
 
     // The same when growth is refused: the array empties, what the reader sees stays.
     seen = array.data;
-    array.count = array.capacity;
     {
         HeapHookScope hook([](uint64_t size) { return size < 100; }); // the note on the old block is small
         array.capacity = 1000;
@@ -365,6 +372,24 @@ TEST(DynArrayGrowth, AnArrayThatIsBeingReadKeepsItsOldStorageForTheReader) {
     pass = 3;
     release_retired(&readers);
     EXPECT_EQ(readers.first, nullptr);
+}
+
+TEST(DynArrayGrowth, AReaderThatAppearsWhileABlockIsReplacedChangesNothing) {
+    volatile uint32_t pass = 0;
+    RetiredBlocks readers = {nullptr, &pass};
+    DynArray array;
+    dynarray_init(&array, 4, 1);
+    dynarray_push_shared(&array, 4, "abcd", &readers);
+    {
+        HeapHookScope hook([&](uint64_t) {
+            pass = 1;
+            return true;
+        });
+        dynarray_push_shared(&array, 4, "efgh", &readers);
+    }
+    EXPECT_EQ(std::string(array.data, 8), "abcdefgh"); // and one owner for each block
+    EXPECT_EQ(readers.first, nullptr);
+    os_free(array.data);
 }
 
 // ---- StringArena ----

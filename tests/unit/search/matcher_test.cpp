@@ -173,7 +173,7 @@ TEST(Matcher, AnEmptyQueryStandsAtZeroBytes) {
 
 // ---- Sizes ----
 
-TEST(Matcher, FilesOf2GiBAndMoreHaveAFileRowAndNoHits) {
+TEST(Matcher, ContentsOf2GiBAndMoreHaveNoHits) {
     SearchScope scope;
     char bytes[] = "foo foo foo";
     for (uint64_t count : {uint64_t{1} << 31, (uint64_t{1} << 31) + 5, uint64_t{0xFFFFFFFF}}) {
@@ -202,6 +202,15 @@ TEST(Matcher, AFileOfExactlyTheLargestSizeIsScanned) {
     search_state.max_file_size = 9;
     EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 0\n");
     search_state.max_file_size = 0; // no limit
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo....\n");
+}
+
+TEST(Matcher, From4GiBOnTheSizeIsCutToItsLow32Bits) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo.......foo.......");
+    std::filesystem::resize_file(tree.native("f"), (uint64_t{1} << 32) + 10); // sparse
+    search_state.max_file_size = 0;
     EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo....\n");
 }
 

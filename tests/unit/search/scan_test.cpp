@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
+#include "search/plain_matcher.h"
 #include "support/test_tree.h"
 
 TEST(Scan, TheRarestBytesAreChosen) {
@@ -47,4 +49,39 @@ TEST(Scan, NothingIsFoundFromSpanOn) {
 
 TEST(Scan, TheBestVariantIsInUse) {
     EXPECT_EQ(scan_next_hit_variant, scan_has_avx2() ? &scan_next_hit_avx2 : &scan_next_hit_sse2);
+}
+
+// Blocks that end with the text, beginning at every place of a cache line: the address sanitizer sees any
+// read behind the text, and the loads of the rare byte get every alignment.
+TEST(Scan, NothingBehindTheTextIsRead) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 20000 && !testing::Test::HasFailure(); round++) {
+        size_t offset = random() % 64, length = random() % 300;
+        char *block = static_cast<char *>(os_alloc(offset + length));
+        char *text = block + offset;
+        for (size_t i = 0; i < length; i++) {
+            text[i] = "abb\n"[random() % 4];
+        }
+        std::string query(1 + random() % 12, 'a');
+        for (char &c : query) {
+            c = "ab\n"[random() % 3];
+        }
+        int64_t span = static_cast<int64_t>(length) - static_cast<int64_t>(query.size());
+        std::string plain_text(text, length);
+        std::vector<PlainHit> plain = plain_hits(plain_text, query);
+        for (ScanNextHit *variant : {scan_next_hit_variant, &scan_next_hit_sse2}) {
+            ScanNeedle needle = scan_needle(str_over(query));
+            ScanHit hit;
+            size_t found = 0;
+            for (int64_t from = 0; from < span && variant(text, from, span, needle, &hit);
+                 from = hit.line_end + 1) {
+                ASSERT_LT(found, plain.size());
+                EXPECT_EQ(hit.pos, plain[found].byte_offset);
+                EXPECT_EQ(hit.pos - hit.line_start + 1, plain[found].column);
+                found++;
+            }
+            EXPECT_EQ(found, plain.size());
+        }
+        os_free(block);
+    }
 }

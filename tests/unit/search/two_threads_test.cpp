@@ -81,7 +81,7 @@ void edit(StrBuf *field, std::mt19937 &random, const std::string &whole) {
     }
 }
 
-// Reads the results as a frame does. The rows may be torn, but every pointer in them is in memory that stays.
+// Reads the results as a frame does. The rows may be torn, but what they point at stays.
 uint64_t read_frame() {
     search_state.interface_pass = search_state.interface_pass + 1;
     release_retired(&search_state.retired_text);
@@ -102,13 +102,22 @@ uint64_t read_frame() {
         }
         TableRows folder_rows = table_rows(&results_store.matching_folders);
         for (uint64_t i = 0; i < folder_rows.count; i++) {
-            sum += reinterpret_cast<const Str *>(folder_rows.data)[i].count;
+            Str name = reinterpret_cast<const Str *>(folder_rows.data)[i];
+            sum += name.count > 0 ? static_cast<uint8_t>(name.data[0]) : 0;
         }
     }
     return sum;
 }
 
 volatile uint64_t read_sum; // keeps the reading
+
+// So that the tables grow again and again while they are read.
+void start_tables_small() {
+    for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
+                            &results_store.matching_folders, &results_store.other_folders}) {
+        table->capacity = 1;
+    }
+}
 
 // Publishes the given number of requests with ever changing texts, then one for the needle in the whole tree.
 void publish_many(const TestTree &tree, int requests) {
@@ -148,11 +157,12 @@ void wait_for_the_last_request() {
 
 volatile uint8_t stop_turning;
 volatile uint8_t has_stopped;
+volatile uint32_t requests_taken;
 
 uint32_t turn_without_sleep(void *) {
     while (!stop_turning) {
         search_state.worker_pass = search_state.worker_pass + 1;
-        search_worker_turn();
+        requests_taken = requests_taken + search_worker_turn();
     }
     has_stopped = 1;
     return 0;
@@ -165,22 +175,32 @@ TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
     TestTree tree;
     fill_tree(tree);
     SearchScope scope;
+    start_tables_small();
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
+    stop_turning = 0;
+    has_stopped = 0;
+    requests_taken = 0;
     static Thread *thread;
     thread = os_thread_start(turn_without_sleep, nullptr);
     ASSERT_NE(thread, nullptr);
     publish_many(tree, 5000);
     wait_for_the_last_request();
     EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), expected_rows());
-    EXPECT_GT(search_state.worker_pass, 100u);
+    EXPECT_GT(requests_taken, 100u);
+    EXPECT_GT(results_store.hit_table.capacity, 2u);
     stop_turning = 1;
     while (!has_stopped) {
         os_sleep_ms(1);
     }
     search_state.worker_pass = search_state.worker_pass + 2;
+    search_state.interface_pass = search_state.interface_pass + 2;
     release_retired(&search_state.retired_text);
+    release_retired(&results_store.retired);
     EXPECT_EQ(search_state.retired_text.first, nullptr);
+    EXPECT_EQ(results_store.retired.first, nullptr);
+    search_state.worker_pass = 0;
+    search_state.interface_pass = 0;
 }
 
 // The worker thread itself. It never ends, so this is the program's last test, and what it uses is never
@@ -191,7 +211,7 @@ TEST(TwoThreadsLast, TheWorkerThreadEndsWithTheLastRequestsResults) {
     results_store_reserve();
     strbuf_init(&search_state.path, 1024);
     strbuf_init(&search_state.query, 1024);
-    search_state.interface_pass = 1;
+    start_tables_small();
     search_state.request_pending = 1;
     static Thread *thread;
     thread = search_worker_start();
