@@ -1,7 +1,12 @@
 #!/bin/bash
 # Builds the search and runs it: ./run.sh [FOLDER] [QUERY]. Prints every file and line of FOLDER that contains QUERY.
 set -euo pipefail
-folder=$(realpath -- "${1:-$(dirname "$0")/src}")
+folder=${1:-$(dirname "$0")/src}
+# A slash at the end asks for the sub-folders, so it stays.
+case $folder in
+*/) folder=$(realpath -- "$folder")/ ;;
+*) folder=$(realpath -- "$folder") ;;
+esac
 query=${2:-search}
 cd "$(dirname "$0")"
 

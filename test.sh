@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-tools/need_packages cmake ninja-build g++ clang-format googletest libbenchmark-dev libstb-dev \
+tools/need_packages git cmake ninja-build g++ clang-format googletest libbenchmark-dev libstb-dev \
     g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth
 
 echo "== Format"

@@ -125,7 +125,7 @@ int main(int argc, char **argv) {
     char **rest = argv + 1;
     if (argc == 5 && strcmp(argv[1], "--max-file-size") == 0 && parse_size(argv[2], &max_file_size)) {
         rest = argv + 3;
-    } else if (argc != 3) {
+    } else if (argc != 3 || strcmp(argv[1], "--max-file-size") == 0) {
         fputs("usage: search_dump [--max-file-size BYTES] PATH QUERY\n", stderr);
         return 2;
     }

@@ -35,8 +35,8 @@ Str str_cut_trailing_blanks(Str text);
 Str str_file_name(Str path);
 
 // Reads a line from the standard library's stdin into line, size bytes with the zero terminator; a longer
-// line comes in pieces. Returns it without its line feed, or length 0 and a null pointer at the end of the
-// input.
+// line comes in pieces, and one with a zero byte in it ends there. Returns it without its line feed, or
+// length 0 and a null pointer at the end of the input.
 Str os_read_line(char *line, int32_t size);
 
 // ---- Output (each system) ----
@@ -48,8 +48,8 @@ void os_console_write(Str text);
 
 // The command line the process was started with, the program's name first, without the blanks at its end.
 // Zero-terminated, owned by the layer, made at the first call; the empty Str when there is no memory for it.
-// Where the system hands over single arguments they are joined by blanks; an empty one, and one that holds a
-// blank or starts with a double quote, stands in double quotes.
+// Where the system hands over single arguments they are joined by blanks. An empty one, and one that holds a
+// blank and starts with neither a double quote nor a dash, stands in double quotes.
 Str os_command_line();
 
 // ---- Console colours (each system) ----
@@ -119,8 +119,8 @@ void os_console_window_flash();
 // ---- Console input and cursor (each system) ----
 
 // Waits for the console's next input event. Returns the character of a key that went down (on Windows a
-// UTF-16 unit), and 0 for any other event, for a key without a character, and when standard input is no
-// console.
+// UTF-16 unit), and 0 for any other event, for a key without a character (where the system has such), and
+// when standard input is no console.
 uint32_t os_console_read_key();
 
 // Moves the cursor by dx columns and dy rows, not beyond the leftmost column. Returns 0 when the console

@@ -58,14 +58,15 @@ struct FolderEntry {
 // What a listing is for, so that a system can save itself work.
 enum FolderListingUse : uint8_t {
     LIST_DETAILS,    // everything is wanted
-    LIST_FILES,      // to read the files: a folder's entry, and any entry's time, may be zero
+    LIST_FILES,      // to read the files: any time may be zero, and a link to a folder that holds it left out
     LIST_SUBFOLDERS, // to enter the folders: any size and time may be zero, and a link to a folder that holds
                      // it is left out where the system does not limit the length of paths. Right behind a
                      // finished LIST_FILES of the same folder, the entries may be those that were seen then.
 };
 
 // Starts listing a folder's entries, "." and ".." among them, in the system's order, and fills in the first
-// one. Returns the listing, or null when the folder cannot be listed or has no entry.
+// one. Returns the listing, or null when the folder cannot be listed, has no entry, or has a zero byte in its
+// text.
 void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry);
 
 // Fills in the next entry; returns 0 after the last one.

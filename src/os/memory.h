@@ -1,6 +1,6 @@
 // The process heap, and blocks that are given back late.
 //
-// Every allocation of the program goes through the four calls below. Sizes are what the system's 32-bit heap
+// Every allocation of the program goes through the calls below. Sizes are what the system's 32-bit heap
 // calls can take: a request of 4 GiB or more is refused, never cut.
 #pragma once
 

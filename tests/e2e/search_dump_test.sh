@@ -71,6 +71,7 @@ usage
 usage tree
 usage tree foo bar
 usage --max-file-size tree foo
+usage --max-file-size 5
 usage --max-file-size 1x tree foo
 usage --max-file-size '' tree foo
 usage --max-file-size -1 tree foo

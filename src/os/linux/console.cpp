@@ -57,11 +57,13 @@ Str read_arguments() {
         }
     }
     close(file);
+    if (bytes.data) {
+        bytes.data[bytes.count] = 0; // a process may have renamed itself to something without an end
+    }
     return bytes;
 }
 
-// What begins with a quote or a dash stands on its own, as it does where a program gets its command line
-// whole.
+// A path in quotes and a query behind a dash are to arrive as they were written.
 uint8_t needs_quotes(const char *argument) {
     return argument[0] == 0 || (argument[0] != '"' && argument[0] != '-' && strchr(argument, ' '));
 }

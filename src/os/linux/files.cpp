@@ -59,7 +59,7 @@ void note_last_error(int32_t code) {
     }
 }
 
-// Reads up to count bytes; returns how many came, or -1 when the first read failed.
+// Reads up to count bytes; returns how many came, or -1 when a read failed.
 int64_t read_up_to(int file, char *bytes, uint64_t count) {
     uint64_t done = 0;
     while (done < count) {
@@ -107,7 +107,7 @@ Str os_file_read_all(Str path) {
     struct stat info;
     int32_t error = fstat(file, &info) == 0 ? 0 : errno;
     if (error == 0 && !S_ISREG(info.st_mode)) {
-        error = EISDIR; // a pipe or a device neither is a file
+        error = EISDIR; // nor is a pipe or a device a file to be read whole
     }
     if (error == 0) {
         contents = read_open_file(file, static_cast<uint64_t>(info.st_size));
@@ -131,7 +131,7 @@ void os_file_free(Str *contents) {
 }
 
 int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
-    int file = open(SystemPath(path).text, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    int file = open(SystemPath(path).text, O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
     if (file < 0) {
         return 1;
     }

@@ -44,7 +44,7 @@ void os_init() {
 
 namespace {
 
-constexpr size_t stack_size = 64 << 20; // bytes; both threads walk deep trees
+constexpr size_t stack_size = 64 << 20; // bytes; a walk recurses into deep trees
 constexpr int signal_suspend = SIGUSR1;
 constexpr int signal_resume = SIGUSR2;
 

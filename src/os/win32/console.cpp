@@ -87,8 +87,11 @@ uint8_t os_console_move_cursor(int32_t dx, int32_t dy) {
     if (!GetConsoleScreenBufferInfo(console, &info)) {
         return 0;
     }
-    int32_t column = info.dwCursorPosition.X + dx;
-    int32_t row = info.dwCursorPosition.Y + dy;
+    int64_t column = int64_t{info.dwCursorPosition.X} + dx;
+    int64_t row = int64_t{info.dwCursorPosition.Y} + dy;
+    if (column > INT16_MAX || row > INT16_MAX || row < INT16_MIN) {
+        return 0; // no console is that large
+    }
     COORD place = {static_cast<SHORT>(column < 0 ? 0 : column), static_cast<SHORT>(row)};
     return SetConsoleCursorPosition(console, place) != 0;
 }
@@ -215,8 +218,8 @@ uint32_t os_monitors(ScreenRect *monitors, uint32_t capacity) {
 uint8_t os_copy_window_to_clipboard(void *window) {
     HWND owner = static_cast<HWND>(window);
     RECT area;
-    if (!GetClientRect(owner, &area)) {
-        return 0;
+    if (!GetClientRect(owner, &area) || area.right == 0 || area.bottom == 0) {
+        return 0; // no window, or one that shows nothing
     }
     uint8_t is_copied = 0;
     HDC from = GetDC(owner);

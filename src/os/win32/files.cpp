@@ -75,20 +75,25 @@ Str os_file_read_all(Str path) {
         return {};
     }
     Str contents = {};
+    char *block = nullptr;
     LARGE_INTEGER size;
     if (GetFileSizeEx(file, &size)) {
         uint64_t count = size.LowPart;
         uint64_t block_size = count + 1 + ((count + 1) & 63); // adds the remainder, does not round up; meant
-        char *block = static_cast<char *>(os_alloc(block_size));
+        block = static_cast<char *>(os_alloc(block_size));
         DWORD read = 0;
-        if (block && ReadFile(file, block, size.LowPart, &read, nullptr)) {
+        // The heap tells no reason for a refusal.
+        if (!block) {
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        } else if (ReadFile(file, block, size.LowPart, &read, nullptr)) {
             memset(block + read, 0, block_size - read);
             contents = {count, block};
-        } else {
-            os_free(block);
         }
     }
     note_last_error();
+    if (!contents.data) {
+        os_free(block);
+    }
     CloseHandle(file);
     return contents;
 }

@@ -174,6 +174,8 @@ TEST(FileRead, ARefusedBlockIsAFailedReadAndIsNoted) {
         HeapHookScope hook([](uint64_t) { return false; });
         EXPECT_EQ(read(tree.path("f")).data, nullptr);
     }
+    EXPECT_NE(os_last_file_error.code, 0u);
+    EXPECT_NE(os_last_file_error.text[0], 0);
     EXPECT_EQ(read_text(tree.path("f")), "text"); // closed again
 }
 
@@ -224,6 +226,21 @@ TEST(FileWrite, IntoAMissingFolderCannotOpen) {
     EXPECT_EQ(write(tree.path("missing/f"), "x"), 1);
     EXPECT_EQ(write(tree.path(), "x"), 1); // a folder
     EXPECT_EQ(write("", "x"), 1);
+}
+
+#ifdef __linux__
+TEST(FileWrite, WhatTheSystemDoesNotTakeIsAFailedWrite) {
+    EXPECT_EQ(write("/dev/full", "x"), 2);
+    TestTree tree;
+    ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(write(tree.path("pipe"), "x"), 1); // and nobody waits for a reader
+}
+#endif
+
+TEST(FileWrite, APathThatIsTooLongCannotBeOpenedOrDeleted) {
+    std::string path(100000, 'x');
+    EXPECT_EQ(write(path, "x"), 1);
+    EXPECT_EQ(os_file_delete(str_over(path)), 1);
 }
 
 TEST(FileDelete, DeletesOrFindsNothingToDelete) {
@@ -383,7 +400,8 @@ TEST(FolderListing, LinksAreWhatTheyLeadTo) {
     fs::create_symlink(".", tree.native("self"));
     EXPECT_EQ(list(tree.path(), LIST_DETAILS),
               (Names{"dangling 0", "file_link 5", "link/", "self/", "target/"}));
-    // "self" leads to the folder that holds it.
+    // "self" leads to the folder that holds it, which matters to whoever is going to enter it.
+    EXPECT_EQ(list(tree.path(), LIST_FILES), (Names{"dangling 0", "file_link 5", "link/", "target/"}));
     EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{"dangling", "file_link", "link/", "target/"}));
 }
 
@@ -398,6 +416,23 @@ TEST(FolderListing, TheSecondListingInARowIsServedFromTheFirst) {
     EXPECT_EQ(list(tree.path("new"), LIST_SUBFOLDERS), Names{}); // another folder
     tree.folder("newer");
     EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{"f", "new/", "newer/"}));
+}
+
+TEST(FolderListing, TwoListingsAtOnceAreBothGivenBack) {
+    TestTree tree;
+    tree.file("a/f", "x");
+    tree.file("b/f", "x");
+    std::string a = tree.path("a"), b = tree.path("b");
+    FolderEntry entry_of_a, entry_of_b;
+    void *listing_of_a = os_folder_first(str_over(a), LIST_FILES, &entry_of_a);
+    void *listing_of_b = os_folder_first(str_over(b), LIST_FILES, &entry_of_b);
+    while (os_folder_next(listing_of_a, &entry_of_a)) {
+    }
+    while (os_folder_next(listing_of_b, &entry_of_b)) {
+    }
+    os_folder_close(listing_of_b);
+    os_folder_close(listing_of_a);
+    EXPECT_EQ(list(a, LIST_SUBFOLDERS), Names{"f"});
 }
 
 TEST(FolderListing, NamesThatAreNotUtf8AreListedAsTheyAre) {

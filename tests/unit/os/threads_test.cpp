@@ -319,6 +319,7 @@ TEST_F(Threads, ANullRecordOrHandleIsNeitherSuspendedNorResumed) {
     os_thread_resume(nullptr);
     Thread without_handle = {};
     os_thread_suspend(&without_handle);
+    os_thread_resume(&without_handle);
     EXPECT_EQ(without_handle.suspended, 0);
 }
 
@@ -347,6 +348,7 @@ TEST_F(Threads, ASuspendedThreadCanBeKilled) {
     // for ever.
     EXPECT_TRUE(goes_on(counter));
     os_thread_suspend(thread);
+    EXPECT_TRUE(comes_to_a_stop(counter));
     void *handle = thread->handle;
     os_thread_kill(thread);
     EXPECT_EQ(wait_for_end(handle), Ending::killed);
@@ -377,7 +379,11 @@ uint32_t pay_in_under_the_lock(void *record) {
     Account *account = static_cast<Account *>(static_cast<Thread *>(record)->user_data);
     for (uint64_t i = 0; i < rounds; i++) {
         os_lock_enter(&account->lock);
-        account->balance = account->balance + 1;
+        uint64_t balance = account->balance;
+        if (i % 100 == 0) {
+            os_sleep_ms(0); // so that the other thread gets its chance in between
+        }
+        account->balance = balance + 1;
         os_lock_leave(&account->lock);
     }
     return 0;

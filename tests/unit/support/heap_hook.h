@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include <functional>
+#include <utility>
 
 // While it lives, asked for each allocation with its size; false refuses it. One at a time.
 class HeapHookScope {

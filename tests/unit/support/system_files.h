@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+uint64_t process_id();
+
 // Sets a file's last write, in milliseconds since 1970 began.
 void set_last_write(const std::filesystem::path &path, int64_t ms_since_1970);
 

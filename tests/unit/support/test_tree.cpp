@@ -10,6 +10,7 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/worker.h"
+#include "support/system_files.h"
 
 namespace fs = std::filesystem;
 
@@ -22,10 +23,11 @@ std::string to_string(Str text) {
 }
 
 TestTree::TestTree() {
+    // Other checkouts' tests may run at the same time, so the process and a counter come first.
     static int made;
     const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = std::string("tarnwick_") + test->test_suite_name() + "_" + test->name() + "_" +
-                       std::to_string(made++);
+    std::string name =
+        "tarnwick_" + std::to_string(process_id()) + "_" + std::to_string(made++) + "_" + test->name();
     root = fs::temp_directory_path() / name.substr(0, 60);
     fs::remove_all(root);
     fs::create_directories(root);

@@ -3,6 +3,10 @@
 
 #include "support/system_files.h"
 
+uint64_t process_id() {
+    return GetCurrentProcessId();
+}
+
 void set_last_write(const std::filesystem::path &path, int64_t ms_since_1970) {
     constexpr int64_t ms_from_1601_to_1970 = 11644473600000;
     uint64_t ticks = static_cast<uint64_t>((ms_since_1970 + ms_from_1601_to_1970) * 10000);
