@@ -48,7 +48,7 @@ Str os_exe_folder();
 
 // One entry of a folder, as the system reports it.
 struct FolderEntry {
-    Str name;      // zero-terminated, valid until the next entry or the listing's end
+    Str name;      // zero-terminated; until the next entry or the listing's end, and not in a copy of this
     uint64_t size; // bytes; 0 for a folder
     FileTime time; // last write, UTC
     uint8_t is_folder;

@@ -13,8 +13,8 @@
 // new request is pending, else 1. A file that cannot be read leaves no trace.
 uint8_t on_file(void *context, Str folder, Str name, uint64_t size, const FileTime *time, uint8_t is_folder);
 
-// An EntryFn: appends a folder's name to matching_folders or other_folders. context: the typed prefix, a Str
-// *. Returns 0 when a new request is pending, else 1.
+// An EntryFn: appends a folder's name to matching_folders or other_folders. context points to the
+// typed prefix, a Str. Returns 0 when a new request is pending, else 1.
 uint8_t on_folder_suggestion(void *context, Str folder, Str name, uint64_t size, const FileTime *time,
                              uint8_t is_folder);
 

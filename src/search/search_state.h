@@ -13,10 +13,9 @@ struct SearchState {
     // interface writes, worker reads
     StrBuf path;  // the Path field's own text: a folder, or a folder and the start of a name
     StrBuf query; // the Src field's own text, matched byte for byte
-    volatile int64_t max_file_size; // bytes; larger files are skipped; 0: no limit; written at start-up only
-    volatile uint32_t
-        interface_pass;         // goes up at the top of each frame; 0 where no interface reads the results
-    RetiredBlocks retired_text; // interface only: replaced storage of path and query
+    volatile int64_t max_file_size;   // bytes; larger files are skipped; 0: no limit; set at start-up only
+    volatile uint32_t interface_pass; // goes up at the top of each frame; 0 where nobody reads the results
+    RetiredBlocks retired_text;       // interface only: replaced storage of path and query
 
     // interface sets to 1, worker clears
     volatile uint8_t request_pending; // a search is wanted; cancels the one that runs
@@ -27,9 +26,8 @@ struct SearchState {
 
     // both write
     volatile uint8_t
-        results_dirty; // set by whoever changes the results, cleared by the interface before a redraw
-    volatile int32_t
-        results_scroll; // first visible row; the interface scrolls, the worker sets 0 at each request
+        results_dirty; // set by whoever changes the results; the interface clears it, then redraws
+    volatile int32_t results_scroll; // first visible row; the interface scrolls, each request sets it to 0
 };
 
 // request_pending starts as 1, so the worker takes a first request with the texts that start-up has loaded.

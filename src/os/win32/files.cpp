@@ -29,7 +29,11 @@ int32_t wide_length(Str text) {
 wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
     // The text may be a field that is being edited, so it may not be the one that was measured any more.
     int32_t count = static_cast<int32_t>(text.count > 0 ? strnlen(text.data, text.count) : 0);
-    wide[count > 0 ? MultiByteToWideChar(CP_UTF8, 0, text.data, count, wide, units) : 0] = 0;
+    int32_t written = 0;
+    if (count > 0 && units > 0) { // with no room at all the call would only measure again
+        written = MultiByteToWideChar(CP_UTF8, 0, text.data, count, wide, units);
+    }
+    wide[written] = 0;
     return wide;
 }
 
