@@ -7,6 +7,7 @@
 
 #include <stdint.h>
 
+#include "os/rect.h"
 #include "os/strings.h"
 
 // The compiler checks the part of the format language that all the formatters here share with standard C.
@@ -94,14 +95,6 @@ inline void os_console_white() {
 
 // ---- Console window (each system) ----
 
-// A rectangle of the screen, in pixels.
-struct ScreenRect {
-    int32_t x;
-    int32_t y;
-    int32_t width;
-    int32_t height;
-};
-
 // These have no effect and return zeros when there is no console window of the system's own; always so on
 // Linux.
 
@@ -111,7 +104,7 @@ uint8_t os_console_window_move(int32_t x, int32_t y);
 // Sets the window's height in pixels; the rest stays. Returns whether it was set.
 uint8_t os_console_window_set_height(int32_t height);
 
-ScreenRect os_console_window_rect();
+Rect os_console_window_rect();
 
 // Flashes the window once, unless it is in the foreground.
 void os_console_window_flash();
@@ -142,15 +135,11 @@ Str os_exe_name();
 
 // ---- Desktop (each system) ----
 
-// All of these return 0 when there is no desktop or it refuses; always so on Linux.
-
-struct ScreenPoint {
-    int32_t x; // pixels from the primary monitor's left edge
-    int32_t y; // and from its top
-};
+// All of these return 0 when there is no desktop or it refuses; always so on Linux. Places count from the
+// primary monitor's upper left corner.
 
 // Fills in where the mouse pointer is. On failure point stays as it is.
-uint8_t os_mouse_position(ScreenPoint *point);
+uint8_t os_mouse_position(Point *point);
 
 enum SentButton : uint8_t {
     SENT_BUTTON_LEFT,
@@ -159,14 +148,14 @@ enum SentButton : uint8_t {
 };
 
 // Synthetic input, which goes to where the user's own would go. Returns whether the system took it.
-uint8_t os_send_mouse_move(ScreenPoint point);
+uint8_t os_send_mouse_move(Point point);
 uint8_t os_send_mouse_button(SentButton button, uint8_t is_down);
 uint8_t os_send_mouse_wheel(int32_t notches);               // positive: away from the user
 uint8_t os_send_key(uint16_t virtual_key, uint8_t is_down); // virtual_key: the system's code of the key
 
 // Fills in the monitors' places on the desktop, capacity of them at most, in the system's order. Returns how
 // many.
-uint32_t os_monitors(ScreenRect *monitors, uint32_t capacity);
+uint32_t os_monitors(Rect *monitors, uint32_t capacity);
 
 // Puts a picture of a window's client area, as it is on the screen, on the clipboard. window: the system's
 // handle.

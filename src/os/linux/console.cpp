@@ -130,7 +130,7 @@ uint8_t os_console_window_set_height(int32_t) {
     return 0;
 }
 
-ScreenRect os_console_window_rect() {
+Rect os_console_window_rect() {
     return {};
 }
 
@@ -223,11 +223,11 @@ Str os_exe_name() {
 
 // ---- Desktop ----
 
-uint8_t os_mouse_position(ScreenPoint *) {
+uint8_t os_mouse_position(Point *) {
     return 0;
 }
 
-uint8_t os_send_mouse_move(ScreenPoint) {
+uint8_t os_send_mouse_move(Point) {
     return 0;
 }
 
@@ -243,7 +243,7 @@ uint8_t os_send_key(uint16_t, uint8_t) {
     return 0;
 }
 
-uint32_t os_monitors(ScreenRect *, uint32_t) {
+uint32_t os_monitors(Rect *, uint32_t) {
     return 0;
 }
 

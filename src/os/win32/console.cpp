@@ -52,7 +52,7 @@ uint8_t os_console_window_set_height(int32_t height) {
            MoveWindow(window, rect.left, rect.top, rect.right - rect.left, height, TRUE);
 }
 
-ScreenRect os_console_window_rect() {
+Rect os_console_window_rect() {
     RECT rect;
     if (!GetWindowRect(GetConsoleWindow(), &rect)) {
         return {};
@@ -151,7 +151,7 @@ int32_t desktop_units(int32_t pixel, int32_t desktop_start, int32_t desktop_size
 }
 
 struct MonitorList {
-    ScreenRect *monitors;
+    Rect *monitors;
     uint32_t capacity;
     uint32_t count;
 };
@@ -168,7 +168,7 @@ BOOL CALLBACK add_monitor(HMONITOR, HDC, RECT *rect, LPARAM opaque) {
 
 } // namespace
 
-uint8_t os_mouse_position(ScreenPoint *point) {
+uint8_t os_mouse_position(Point *point) {
     POINT place;
     if (!GetCursorPos(&place)) {
         return 0;
@@ -177,7 +177,7 @@ uint8_t os_mouse_position(ScreenPoint *point) {
     return 1;
 }
 
-uint8_t os_send_mouse_move(ScreenPoint point) {
+uint8_t os_send_mouse_move(Point point) {
     int32_t width = GetSystemMetrics(SM_CXVIRTUALSCREEN);
     int32_t height = GetSystemMetrics(SM_CYVIRTUALSCREEN);
     if (width <= 0 || height <= 0) {
@@ -209,7 +209,7 @@ uint8_t os_send_key(uint16_t virtual_key, uint8_t is_down) {
     return send_input(&input);
 }
 
-uint32_t os_monitors(ScreenRect *monitors, uint32_t capacity) {
+uint32_t os_monitors(Rect *monitors, uint32_t capacity) {
     MonitorList list = {monitors, capacity, 0};
     EnumDisplayMonitors(nullptr, nullptr, add_monitor, reinterpret_cast<LPARAM>(&list));
     return list.count;

@@ -498,11 +498,11 @@ TEST_F(Console, TheWindowIsMovedWithItsSizeKept) {
     if (!IsWindowVisible(GetConsoleWindow())) {
         GTEST_SKIP() << "the console has no window of its own here";
     }
-    ScreenRect start = os_console_window_rect();
+    Rect start = os_console_window_rect();
     EXPECT_GT(start.width, 0);
     EXPECT_GT(start.height, 0);
     EXPECT_EQ(os_console_window_move(start.x + 30, start.y + 40), 1);
-    ScreenRect moved = os_console_window_rect();
+    Rect moved = os_console_window_rect();
     EXPECT_EQ(moved.x, start.x + 30);
     EXPECT_EQ(moved.y, start.y + 40);
     EXPECT_EQ(moved.width, start.width);
@@ -510,7 +510,7 @@ TEST_F(Console, TheWindowIsMovedWithItsSizeKept) {
 
     // A console may keep whole rows only, so the height need not become exactly what was asked for.
     EXPECT_EQ(os_console_window_set_height(start.height - 60), 1);
-    ScreenRect lower = os_console_window_rect();
+    Rect lower = os_console_window_rect();
     EXPECT_LT(lower.height, start.height);
     EXPECT_EQ(lower.x, moved.x);
     EXPECT_EQ(lower.y, moved.y);
@@ -657,7 +657,7 @@ TEST(NoConsole, WithoutAWindowOfItsOwnThereIsNothingToMove) {
 #endif
     EXPECT_EQ(os_console_window_move(10, 10), 0);
     EXPECT_EQ(os_console_window_set_height(100), 0);
-    ScreenRect rect = os_console_window_rect();
+    Rect rect = os_console_window_rect();
     EXPECT_EQ(rect.x, 0);
     EXPECT_EQ(rect.y, 0);
     EXPECT_EQ(rect.width, 0);
@@ -670,12 +670,11 @@ TEST(NoConsole, WithoutAWindowOfItsOwnThereIsNothingToMove) {
 #ifdef _WIN32
 
 TEST(Desktop, TheMousePointerGoesWhereItIsSent) {
-    ScreenPoint start = {};
+    Point start = {};
     ASSERT_EQ(os_mouse_position(&start), 1);
-    for (ScreenPoint place :
-         {ScreenPoint{100, 120}, ScreenPoint{101, 119}, ScreenPoint{0, 0}, ScreenPoint{333, 7}}) {
+    for (Point place : {Point{100, 120}, Point{101, 119}, Point{0, 0}, Point{333, 7}}) {
         EXPECT_EQ(os_send_mouse_move(place), 1);
-        ScreenPoint point = {-1, -1};
+        Point point = {-1, -1};
         EXPECT_EQ(os_mouse_position(&point), 1);
         EXPECT_EQ(point.x, place.x);
         EXPECT_EQ(point.y, place.y);
@@ -725,7 +724,7 @@ TEST(Desktop, TheWheelTurnsByNotches) {
 }
 
 TEST(Desktop, TheMonitorsAreListedUpToTheRoomForThem) {
-    ScreenRect monitors[16] = {};
+    Rect monitors[16] = {};
     uint32_t count = os_monitors(monitors, 16);
     EXPECT_EQ(count, static_cast<uint32_t>(GetSystemMetrics(SM_CMONITORS)));
     bool has_primary = false;
@@ -800,7 +799,7 @@ TEST(Desktop, NoWindowIsNoPicture) {
 #else
 
 TEST(Desktop, EveryOperationReportsItsFailure) {
-    ScreenPoint point = {-5, -6};
+    Point point = {-5, -6};
     EXPECT_EQ(os_mouse_position(&point), 0);
     EXPECT_EQ(point.x, -5);
     EXPECT_EQ(point.y, -6);
@@ -808,7 +807,7 @@ TEST(Desktop, EveryOperationReportsItsFailure) {
     EXPECT_EQ(os_send_mouse_button(SENT_BUTTON_LEFT, 1), 0);
     EXPECT_EQ(os_send_mouse_wheel(1), 0);
     EXPECT_EQ(os_send_key(65, 1), 0);
-    ScreenRect monitor = {1, 2, 3, 4};
+    Rect monitor = {1, 2, 3, 4};
     EXPECT_EQ(os_monitors(&monitor, 1), 0u);
     EXPECT_EQ(monitor.width, 3);
     EXPECT_EQ(os_copy_window_to_clipboard(nullptr), 0);
