@@ -1,0 +1,353 @@
+#include "os/window.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "os/memory.h"
+#include "os/window_events.h"
+
+// ---- Windows ----
+
+namespace {
+
+struct WindowList {
+    PlatformWindow **windows; // the open ones
+    uint32_t count;
+    uint32_t capacity;
+};
+WindowList window_list;
+
+void window_list_remove(const PlatformWindow *window) {
+    for (uint32_t i = 0; i < window_list.count; i++) {
+        if (window_list.windows[i] == window) {
+            window_list.count--;
+            memmove(&window_list.windows[i], &window_list.windows[i + 1],
+                    (window_list.count - i) * sizeof(PlatformWindow *));
+            return;
+        }
+    }
+}
+
+} // namespace
+
+uint8_t window_list_add(PlatformWindow *window) {
+    if (window_list.count == window_list.capacity) {
+        uint32_t capacity = window_list.capacity ? window_list.capacity * 2 : 4;
+        uint64_t size = capacity * sizeof(PlatformWindow *);
+        void *grown = window_list.windows ? os_realloc(window_list.windows, size) : os_alloc(size);
+        if (!grown) {
+            return 0;
+        }
+        window_list.windows = static_cast<PlatformWindow **>(grown);
+        window_list.capacity = capacity;
+    }
+    window_list.windows[window_list.count++] = window;
+    return 1;
+}
+
+PlatformWindow *window_from_handle(const void *handle) {
+    for (uint32_t i = 0; i < window_list.count; i++) {
+        if (window_list.windows[i]->handle == handle) {
+            return window_list.windows[i];
+        }
+    }
+    return nullptr;
+}
+
+// ---- Title ----
+
+char *window_raw_title(Str title) {
+    Str bytes = title.count > 0 ? title : str_from("Window");
+    // No conversion, so that two bytes make one unit: that is meant. Five zeros end it at either parity.
+    char *raw = static_cast<char *>(os_alloc_zero(bytes.count + 5));
+    if (raw) {
+        memcpy(raw, bytes.data, bytes.count);
+    }
+    return raw;
+}
+
+// ---- Framebuffer ----
+
+uint64_t framebuffer_block_size(Size size) {
+    if (size.width <= 0 || size.height <= 0) {
+        return 0;
+    }
+    uint64_t bytes = uint64_t{static_cast<uint32_t>(size.width)} * static_cast<uint32_t>(size.height) * 4;
+    return uint64_t{1} << (64 - __builtin_clzll(bytes - 1));
+}
+
+void framebuffer_resize(Framebuffer *framebuffer, Size size) {
+    uint64_t block_size = framebuffer_block_size(size);
+    if (block_size > framebuffer->capacity) {
+        void *block = os_alloc_zero(block_size);
+        if (!block) {
+            return;
+        }
+        os_free(framebuffer->pixels);
+        framebuffer->pixels = static_cast<uint32_t *>(block);
+        framebuffer->capacity = block_size;
+    }
+    framebuffer->width = size.width;
+    framebuffer->height = size.height;
+}
+
+// ---- Events ----
+
+namespace {
+
+WindowEvent event;
+WindowEventCallback *event_callback;
+
+// Starts the event; its payload is filled in before deliver.
+void begin_event(PlatformWindow *window, uint8_t type) {
+    event = {};
+    event.type = type;
+    event.window = window;
+}
+
+void deliver() {
+    if (event_callback) {
+        event_callback(&event);
+    }
+}
+
+void deliver_mouse(PlatformWindow *window, uint8_t type, Point position) {
+    begin_event(window, type);
+    event.mouse.position = position;
+    deliver();
+}
+
+} // namespace
+
+void os_set_event_callback(WindowEventCallback *callback) {
+    event_callback = callback;
+}
+
+// ---- Messages ----
+
+void window_set_geometry(PlatformWindow *window, const WindowGeometry &geometry) {
+    window->window_position = {geometry.outer.x, geometry.outer.y};
+    window->window_size = {geometry.outer.width, geometry.outer.height};
+    window->client_position = {geometry.client.x, geometry.client.y};
+    window->client_size = {geometry.client.width, geometry.client.height};
+}
+
+void window_moved(PlatformWindow *window, const WindowGeometry &geometry, uint16_t x, uint16_t y) {
+    window_set_geometry(window, geometry);
+    begin_event(window, EVENT_WINDOW_MOVED);
+    event.moved = {x, y};
+    deliver();
+}
+
+void window_resized(PlatformWindow *window, const WindowGeometry &geometry, uint16_t width, uint16_t height) {
+    window_set_geometry(window, geometry);
+    if (window->flags & WINDOW_FLAG_FRAMEBUFFER) {
+        framebuffer_resize(&window->framebuffer, window->client_size);
+    }
+    begin_event(window, EVENT_WINDOW_RESIZED);
+    event.resized = {width, height};
+    deliver();
+}
+
+namespace {
+
+void raw_mouse_start(PlatformWindow *window) {
+    if (!(window->input_flags & WINDOW_INPUT_RAW_REGISTERED) && raw_mouse_register(window)) {
+        window->input_flags |= WINDOW_INPUT_RAW_REGISTERED;
+    }
+    if (window->input_flags & WINDOW_INPUT_RAW_REGISTERED) {
+        window->input_flags |= WINDOW_INPUT_RAW_ACTIVE;
+    }
+}
+
+// The mouse is registered for the whole process, so taking it back goes for every window.
+void raw_mouse_stop(PlatformWindow *window) {
+    if (!(window->input_flags & WINDOW_INPUT_RAW_ACTIVE)) {
+        return;
+    }
+    raw_mouse_unregister();
+    window->input_flags &= static_cast<uint8_t>(~WINDOW_INPUT_RAW_ACTIVE);
+    for (uint32_t i = 0; i < window_list.count; i++) {
+        window_list.windows[i]->input_flags &= static_cast<uint8_t>(~WINDOW_INPUT_RAW_REGISTERED);
+    }
+}
+
+void deliver_focus(PlatformWindow *window, uint8_t is_gained) {
+    begin_event(window, EVENT_FOCUS);
+    event.focus.is_gained = is_gained;
+    deliver();
+}
+
+} // namespace
+
+void window_focus_gained(PlatformWindow *window) {
+    window->flags |= WINDOW_FLAG_FOCUS;
+    if (window->input_flags & WINDOW_INPUT_RAW_WANTED) {
+        raw_mouse_start(window);
+    }
+    deliver_focus(window, 1);
+}
+
+void window_focus_lost(PlatformWindow *window) {
+    window->flags &= static_cast<uint16_t>(~WINDOW_FLAG_FOCUS);
+    raw_mouse_stop(window);
+    deliver_focus(window, 0);
+}
+
+void window_closed(PlatformWindow *window) {
+    if (!window_is_alive(window)) {
+        return; // destroying a window sends further messages of this kind
+    }
+    window->flags &= static_cast<uint16_t>(~WINDOW_FLAG_ALIVE);
+    os_free(window->framebuffer.pixels);
+    window->framebuffer = {};
+    window_destroy_native(window);
+    raw_mouse_stop(window);
+    window_list_remove(window);
+    begin_event(window, EVENT_WINDOW_CLOSED);
+    deliver();
+}
+
+void window_key(PlatformWindow *window, uint16_t code, uint8_t state) {
+    begin_event(window, EVENT_KEY);
+    event.key = {code, state};
+    deliver();
+}
+
+void window_character(PlatformWindow *window, uint32_t unit) {
+    if (unit == '\b') {
+        return;
+    }
+    begin_event(window, EVENT_CHAR);
+    event.character.unit = unit == '\r' ? '\n' : unit;
+    deliver();
+}
+
+uint8_t window_pointer_moved(PlatformWindow *window, Point position) {
+    uint8_t has_come_in = !(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
+    window->input_flags |= WINDOW_INPUT_POINTER_INSIDE;
+    deliver_mouse(window, has_come_in ? EVENT_MOUSE_ENTER : EVENT_MOUSE_MOVE, position);
+    return has_come_in;
+}
+
+void window_pointer_left(PlatformWindow *window, Point position) {
+    window->input_flags &= static_cast<uint8_t>(~WINDOW_INPUT_POINTER_INSIDE);
+    deliver_mouse(window, EVENT_MOUSE_LEAVE, position);
+}
+
+namespace {
+
+struct LastPress {
+    Point client;
+    uint32_t time_ms;
+};
+LastPress last_presses[3]; // by button, whichever window it was in
+
+void deliver_button(PlatformWindow *window, uint16_t button, Point position, uint8_t state) {
+    begin_event(window, EVENT_MOUSE_BUTTON);
+    event.button = {button, position, state};
+    deliver();
+}
+
+} // namespace
+
+void window_button_pressed(PlatformWindow *window, uint16_t button, Point position, Point client,
+                           uint32_t time_ms, const DoublePressLimits &limits) {
+    LastPress *last = &last_presses[button - MOUSE_LEFT];
+    if (time_ms - last->time_ms < limits.time_ms && abs(last->client.x - client.x) < limits.width &&
+        abs(last->client.y - client.y) < limits.height) {
+        last->time_ms = 0; // a third press is a single one
+        deliver_button(window, button, position, BUTTON_DOUBLE_PRESSED);
+    } else {
+        *last = {client, time_ms};
+        deliver_button(window, button, position, BUTTON_PRESSED);
+    }
+}
+
+void window_button_released(PlatformWindow *window, uint16_t button, Point position) {
+    deliver_button(window, button, position, BUTTON_RELEASED);
+}
+
+void window_wheel_turned(PlatformWindow *window, Point position, int32_t delta) {
+    begin_event(window, EVENT_MOUSE_WHEEL);
+    event.wheel = {position, delta >= 0 ? 1 : -1}; // no movement counts as away from the user; that is meant
+    deliver();
+}
+
+// ---- Dropped files ----
+
+uint8_t drop_list_init(DropList *list, uint64_t units) {
+    // A unit takes three bytes at most, so each name's zero byte fits as well; one more ends the list.
+    *list = {static_cast<char *>(os_alloc_zero(units * 4 + 1)), 0, 0};
+    return list->bytes != nullptr;
+}
+
+void drop_list_add(DropList *list, Str name) {
+    char *to = list->bytes + list->used;
+    for (uint64_t i = 0; i < name.count; i++) {
+        to[i] = name.data[i] == '\\' ? '/' : name.data[i];
+    }
+    list->used += name.count + 1;
+    list->count++;
+}
+
+void window_files_dropped(PlatformWindow *window, Point client, DropList *list) {
+    begin_event(window, EVENT_FILES_DROPPED);
+    event.dropped = {client, list->bytes, list->count};
+    deliver();
+    os_free(list->bytes);
+}
+
+// ---- Presentation and place ----
+
+uint8_t window_is_alive(const PlatformWindow *window) {
+    return (window->flags & WINDOW_FLAG_ALIVE) != 0;
+}
+
+uint8_t window_can_present(const PlatformWindow *window) {
+    const Framebuffer &framebuffer = window->framebuffer;
+    return window_is_alive(window) && framebuffer.pixels && framebuffer.width > 0 && framebuffer.height > 0;
+}
+
+Point window_centered_position(Size window_size, const MonitorInfo *monitor) {
+    return {monitor->work_area.width / 2 - window_size.width / 2,
+            monitor->work_area.height / 2 - window_size.height / 2};
+}
+
+Point window_position_for_client(const PlatformWindow *window, Point client_position) {
+    return {client_position.x - (window->client_position.x - window->window_position.x),
+            client_position.y - (window->client_position.y - window->window_position.y)};
+}
+
+Rect window_resized_around_center(const PlatformWindow *window, Size outer_size) {
+    return {window->window_position.x + (window->window_size.width - outer_size.width) / 2,
+            window->window_position.y + (window->window_size.height - outer_size.height) / 2,
+            outer_size.width, outer_size.height};
+}
+
+// ---- Monitors ----
+
+void monitor_set_mode(MonitorInfo *monitor, Size mode_resolution, Size size, uint32_t mode_refresh_rate) {
+    monitor->resolution = mode_resolution.width == 0 || mode_resolution.height == 0 ? size : mode_resolution;
+    // 0 and 1 stand for whatever the hardware does.
+    monitor->refresh_rate = mode_refresh_rate < 2 ? 60 : static_cast<int32_t>(mode_refresh_rate);
+}
+
+void monitors_put_primary_first(MonitorInfo *monitors, uint32_t count) {
+    for (uint32_t i = 1; i < count; i++) {
+        if (monitors[i].flags & MONITOR_FLAG_PRIMARY) {
+            MonitorInfo primary = monitors[i];
+            monitors[i] = monitors[0];
+            monitors[0] = primary;
+        }
+    }
+}
+
+// ---- Raw mouse input ----
+
+void window_request_raw_mouse(PlatformWindow *window) {
+    window->input_flags |= WINDOW_INPUT_RAW_WANTED;
+    if (window->flags & WINDOW_FLAG_FOCUS) {
+        raw_mouse_start(window);
+    }
+}

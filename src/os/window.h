@@ -1,0 +1,269 @@
+// The window, the input that reaches it, and the picture it shows.
+//
+// A window is created (hidden), centred and shown; from then on, once a frame, os_pump_messages hands every
+// input to the event callback and os_window_blit puts the framebuffer on the screen. After
+// EVENT_WINDOW_CLOSED the record's alive bit is clear. Sizes and places are real pixels; places on the screen
+// count from the primary monitor's upper left corner. Interface thread only.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "os/framebuffer.h"
+#include "os/rect.h"
+#include "os/strings.h"
+
+// ---- Windows (one version for all systems) ----
+
+enum WindowFlag : uint16_t {
+    // the window's state, set by the layer
+    WINDOW_FLAG_ALIVE = 0x0001, // until it is closed
+    WINDOW_FLAG_FOCUS = 0x0002, // keys reach it
+    // what os_window_create is asked for
+    WINDOW_FLAG_BORDERLESS = 0x0008,  // no frame, 100 x 100 pixels at 0, 0 whatever size is asked for
+    WINDOW_FLAG_FRAMEBUFFER = 0x0010, // owns a framebuffer of the client area's size
+    WINDOW_FLAG_POPUP = 0x0040,       // no frame; os_window_toggle_frame sets and clears it
+    WINDOW_FLAG_FIXED_SIZE = 0x0080,  // a frame that cannot be dragged to another size
+    WINDOW_FLAG_HIDDEN = 0x0100,      // not visible at creation
+    WINDOW_FLAG_LAYERED = 0x0200,     // black is transparent
+    WINDOW_FLAG_TOPMOST = 0x0400,     // above all other windows
+    WINDOW_FLAG_APPWINDOW = 0x0800,   // has a taskbar button in any case
+    WINDOW_FLAG_CLICK_THROUGH = 0x2000,
+    WINDOW_FLAG_TOOLWINDOW = 0x8000,
+};
+
+enum WindowInputFlag : uint8_t {
+    WINDOW_INPUT_POINTER_INSIDE = 1, // its leaving will be told
+    WINDOW_INPUT_RAW_WANTED = 2,     // raw mouse input, whenever the window has the focus
+    WINDOW_INPUT_RAW_ACTIVE = 4,
+    WINDOW_INPUT_RAW_REGISTERED = 8,
+};
+
+struct PlatformWindow {
+    uint16_t flags;        // WindowFlag bits
+    Point client_position; // of the client area on the screen
+    Size client_size;
+    Point window_position; // of the whole window on the screen
+    Size window_size;
+    void *handle;         // the system's
+    void *device_context; // the system's; the window keeps one for life
+    uint8_t input_flags;  // WindowInputFlag bits
+    Framebuffer framebuffer;
+};
+
+// ---- Events (one version for all systems) ----
+
+enum WindowEventType : uint8_t {
+    EVENT_MOUSE_MOVE = 1,     // mouse
+    EVENT_MOUSE_ENTER = 2,    // mouse: the first move inside the client area
+    EVENT_MOUSE_LEAVE = 3,    // mouse
+    EVENT_MOUSE_BUTTON = 4,   // button
+    EVENT_MOUSE_WHEEL = 5,    // wheel
+    EVENT_KEY = 6,            // key
+    EVENT_CHAR = 7,           // character
+    EVENT_WINDOW_MOVED = 8,   // moved
+    EVENT_WINDOW_RESIZED = 9, // resized
+    EVENT_FOCUS = 11,         // focus
+    EVENT_FILES_DROPPED = 12, // dropped
+    EVENT_WINDOW_CLOSED = 13, // no payload
+};
+
+enum MouseButton : uint16_t {
+    MOUSE_LEFT = 0x104,
+    MOUSE_MIDDLE = 0x105,
+    MOUSE_RIGHT = 0x106,
+};
+
+enum ButtonState : uint8_t {
+    BUTTON_RELEASED = 0,
+    BUTTON_PRESSED = 1,
+    BUTTON_DOUBLE_PRESSED = 2,
+};
+
+enum KeyState : uint8_t {
+    KEY_RELEASED = 0,
+    KEY_PRESSED = 1,
+    KEY_REPEATED = 3, // held down, the system's auto-repeat
+};
+
+struct MousePayload {
+    Point position; // on the screen
+};
+
+struct ButtonPayload {
+    uint16_t button; // a MouseButton
+    Point position;  // on the screen
+    uint8_t state;   // a ButtonState
+};
+
+struct WheelPayload {
+    Point position;    // on the screen
+    int32_t direction; // +1 away from the user, -1 towards; how far is not told
+};
+
+struct KeyPayload {
+    uint16_t code; // the virtual-key code
+    uint8_t state; // a KeyState
+};
+
+struct CharPayload {
+    uint32_t unit; // one UTF-16 unit; a carriage return comes as 10, a backspace not at all
+};
+
+struct MovedPayload {
+    int32_t x; // the client area's new place, the low 16 bits only, without sign: that is meant.
+    int32_t y; // client_position has the whole numbers
+};
+
+struct ResizedPayload {
+    int32_t width; // the client area's new size, the low 16 bits only
+    int32_t height;
+};
+
+struct FocusPayload {
+    uint8_t is_gained;
+};
+
+struct DroppedPayload {
+    Point position;    // in the client area
+    const char *names; // UTF-8 paths with '/', each with a zero byte after it, and one more at the end
+    int32_t count;     // of names
+};
+
+// What has happened. One record serves the whole process: it is valid during the callback only, and until the
+// callback itself makes the system send another event.
+struct WindowEvent {
+    uint8_t type; // a WindowEventType
+    PlatformWindow *window;
+    union { // the one that the type names
+        MousePayload mouse;
+        ButtonPayload button;
+        WheelPayload wheel;
+        KeyPayload key;
+        CharPayload character;
+        MovedPayload moved;
+        ResizedPayload resized;
+        FocusPayload focus;
+        DroppedPayload dropped;
+    };
+};
+
+typedef void WindowEventCallback(const WindowEvent *event);
+
+// Sets the one function that receives the events; null drops them.
+void os_set_event_callback(WindowEventCallback *callback);
+
+// ---- Creation (each system) ----
+
+// Creates a window whose client area has the given size, in pixels; flags: WindowFlag bits. The title's bytes
+// are taken as UTF-16, each pair one unit: that is meant. Returns the window, or null when the system refuses
+// it. The record is the layer's and is never freed, so that whoever holds it can see that it is closed.
+// Without memory for a framebuffer the window has none.
+PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags);
+
+// Closes the window as the user would; EVENT_WINDOW_CLOSED is delivered before this returns.
+void os_window_destroy(PlatformWindow *window);
+
+// ---- Messages and presentation (each system) ----
+
+// Handles every message that waits, without waiting for one, and calls the callback for those that are
+// events. Returns how many messages there were, events or not: one that asks for a redraw counts.
+uint32_t os_pump_messages();
+
+// Shows the whole framebuffer in the whole client area, stretched when their sizes differ. Nothing happens
+// when the window is closed, owns no framebuffer or has no area.
+void os_window_blit(PlatformWindow *window);
+
+// Shows a part of the framebuffer at the same place in the client area. rect lies within the framebuffer.
+void os_window_blit_rect(PlatformWindow *window, Rect rect);
+
+// ---- Place, size and frame (each system) ----
+
+// All of these do nothing for a window that is closed.
+
+struct MonitorInfo;
+
+void os_window_show(PlatformWindow *window, uint8_t visible);
+
+// Moves the window to the middle of the monitor's work area, as if that began at the screen's origin: where
+// the work area begins is not added, and that is meant.
+void os_window_center(PlatformWindow *window, const MonitorInfo *monitor);
+
+void os_window_minimize(PlatformWindow *window);
+void os_window_restore(PlatformWindow *window);
+
+// Brings the window to the front and gives it the keys, as far as the system lets it; the window counts as
+// having the focus in any case.
+void os_window_focus(PlatformWindow *window);
+
+// Flashes the window's taskbar button until the user comes to it, once.
+void os_window_flash(PlatformWindow *window);
+
+// Moves the window's upper left corner, or the client area's, there on the screen.
+void os_window_move(PlatformWindow *window, Point position);
+void os_window_move_client(PlatformWindow *window, Point position);
+
+// Gives the client area that size; the upper left corner stays, or the middle.
+void os_window_resize(PlatformWindow *window, Size client_size);
+void os_window_resize_centered(PlatformWindow *window, Size client_size);
+
+// Takes the frame away or gives it back; the outer rectangle stays.
+void os_window_toggle_frame(PlatformWindow *window);
+
+void os_window_toggle_topmost(PlatformWindow *window);
+
+// ---- Mouse (each system) ----
+
+enum CursorKind : uint32_t {
+    CURSOR_NONE,
+    CURSOR_ARROW,
+    CURSOR_HAND,
+    CURSOR_WAIT,
+    CURSOR_TEXT,
+    CURSOR_CROSS,
+    CURSOR_NO,
+    CURSOR_HELP,
+    CURSOR_SIZE_ALL,
+    CURSOR_SIZE_WEST_EAST,
+    CURSOR_SIZE_NORTH_SOUTH,
+    CURSOR_SIZE_NORTH_WEST_SOUTH_EAST,
+    CURSOR_SIZE_NORTH_EAST_SOUTH_WEST,
+    CURSOR_TABLE_SIZE = 32, // the kinds from the last one on show none
+};
+
+// Sets the mouse cursor; the system sets none itself over a client area. Once a window has been created.
+// Nothing happens for an index of CURSOR_TABLE_SIZE or more.
+void os_set_cursor(uint32_t index);
+
+// Shows or hides the mouse cursor of the whole program, whatever was asked for before.
+void os_show_system_cursor(uint8_t visible);
+
+// Asks for the mouse's own movements while the window has the focus, wherever the pointer is.
+void os_window_request_raw_mouse(PlatformWindow *window);
+
+// ---- Monitors (each system) ----
+
+struct MonitorInfo {
+    uint8_t flags;        // bit 0: the primary monitor
+    Rect work_area;       // the monitor without task bars
+    Point origin;         // the monitor's upper left corner
+    Size resolution;      // pixels of the current display mode
+    int32_t refresh_rate; // hertz; 60 when the system reports less than 2
+    Str name;             // the system's name of the device, zero-terminated
+    void *handle;         // the system's
+};
+
+enum MonitorFlag : uint8_t {
+    MONITOR_FLAG_PRIMARY = 1,
+};
+
+// The monitors, the primary one first. Found at the first call and kept by the layer. Returns null, and a
+// count of 0, when there is none.
+const MonitorInfo *os_get_monitors(uint32_t *count);
+
+static_assert(sizeof(PlatformWindow) == 88 && offsetof(PlatformWindow, client_position) == 4 &&
+              offsetof(PlatformWindow, handle) == 40 && offsetof(PlatformWindow, input_flags) == 56 &&
+              offsetof(PlatformWindow, framebuffer) == 64);
+static_assert(sizeof(MonitorInfo) == 64 && offsetof(MonitorInfo, work_area) == 4 &&
+              offsetof(MonitorInfo, refresh_rate) == 36 && offsetof(MonitorInfo, name) == 40 &&
+              offsetof(MonitorInfo, handle) == 56);

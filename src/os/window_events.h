@@ -1,0 +1,133 @@
+// What every system's window shares: the list of open windows, the framebuffer's growth, and what each of the
+// system's messages becomes. For the window.cpp of the systems only.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/window.h"
+
+// ---- The list of windows (one version for all systems) ----
+
+// Adds an open window. Returns 0 and changes nothing when memory is out.
+uint8_t window_list_add(PlatformWindow *window);
+
+// The open window with that handle, or null.
+PlatformWindow *window_from_handle(const void *handle);
+
+// ---- Title (one version for all systems) ----
+
+// The title as the system is given it: the text's bytes taken as UTF-16 units, two a unit, with zeros after
+// them; "Window" for an empty one. The caller frees it with os_free; null when memory is out.
+char *window_raw_title(Str title);
+
+// ---- Framebuffer (one version for all systems) ----
+
+// Bytes reserved for a picture of that size: the next power of two; 0 for one of no area.
+uint64_t framebuffer_block_size(Size size);
+
+// Gives the framebuffer a new size. Its block only ever grows; a new one is all zero. When it cannot be had,
+// the old block and the old size stay.
+void framebuffer_resize(Framebuffer *framebuffer, Size size);
+
+// ---- Messages (one version for all systems) ----
+
+// Where a window is, as the system reports it.
+struct WindowGeometry {
+    Rect outer;  // on the screen
+    Rect client; // on the screen
+};
+
+// Each function below handles one message for an open window and delivers its event; position is the mouse's
+// place on the screen when the message arose.
+
+void window_set_geometry(PlatformWindow *window, const WindowGeometry &geometry); // delivers none
+
+// x, y: the client area's place as the message has it, 16 bits each.
+void window_moved(PlatformWindow *window, const WindowGeometry &geometry, uint16_t x, uint16_t y);
+
+// width, height: the client area's size as the message has it, 16 bits each.
+void window_resized(PlatformWindow *window, const WindowGeometry &geometry, uint16_t width, uint16_t height);
+
+void window_focus_gained(PlatformWindow *window);
+void window_focus_lost(PlatformWindow *window);
+
+// The window is closing or already gone. What the window owns is given back, once; the record stays.
+void window_closed(PlatformWindow *window);
+
+void window_key(PlatformWindow *window, uint16_t code, uint8_t state);
+void window_character(PlatformWindow *window, uint32_t unit);
+
+// Returns whether the pointer has just come in, so that the system must be asked to tell when it leaves.
+uint8_t window_pointer_moved(PlatformWindow *window, Point position);
+void window_pointer_left(PlatformWindow *window, Point position);
+
+// How close in time and place a second press must follow to be a double press: less than each of these.
+struct DoublePressLimits {
+    uint32_t time_ms;
+    int32_t width;
+    int32_t height;
+};
+
+// client: the press in the client area; time_ms: the message's, of a clock that wraps.
+void window_button_pressed(PlatformWindow *window, uint16_t button, Point position, Point client,
+                           uint32_t time_ms, const DoublePressLimits &limits);
+void window_button_released(PlatformWindow *window, uint16_t button, Point position);
+
+void window_wheel_turned(PlatformWindow *window, Point position, int32_t delta);
+
+// ---- Dropped files (one version for all systems) ----
+
+// The names of dropped files while they are collected.
+struct DropList {
+    char *bytes;   // each name with a zero byte after it
+    uint64_t used; // bytes
+    int32_t count; // names
+};
+
+// Starts a list for names of that many UTF-16 units together. Returns 0 when memory is out.
+uint8_t drop_list_init(DropList *list, uint64_t units);
+
+// Adds a name, with every '\' turned into '/'.
+void drop_list_add(DropList *list, Str name);
+
+// Delivers the list's event and frees the list. client: where the files were dropped, in the client area.
+void window_files_dropped(PlatformWindow *window, Point client, DropList *list);
+
+// ---- Presentation and place (one version for all systems) ----
+
+uint8_t window_is_alive(const PlatformWindow *window);
+
+// Whether there is anything to show: the window is open and its framebuffer has pixels.
+uint8_t window_can_present(const PlatformWindow *window);
+
+// Where os_window_center puts a window of that size.
+Point window_centered_position(Size window_size, const MonitorInfo *monitor);
+
+// The window's place that puts its client area there.
+Point window_position_for_client(const PlatformWindow *window, Point client_position);
+
+// The window's place with that outer size and the same middle.
+Rect window_resized_around_center(const PlatformWindow *window, Size outer_size);
+
+// ---- Monitors (one version for all systems) ----
+
+// Fills in what the display mode tells, 0 standing for what it does not; size: the monitor's, on the screen.
+void monitor_set_mode(MonitorInfo *monitor, Size mode_resolution, Size size, uint32_t mode_refresh_rate);
+
+// Exchanges the primary monitor and the first one.
+void monitors_put_primary_first(MonitorInfo *monitors, uint32_t count);
+
+// ---- What window_closed and the focus need (each system) ----
+
+// Gives back the device context and destroys the system's window.
+void window_destroy_native(PlatformWindow *window);
+
+// Asks for raw mouse input for the window, or takes every such request back. Registering returns whether the
+// system agreed.
+uint8_t raw_mouse_register(PlatformWindow *window);
+void raw_mouse_unregister();
+
+// ---- Raw mouse input (one version for all systems) ----
+
+// What os_window_request_raw_mouse does.
+void window_request_raw_mouse(PlatformWindow *window);

@@ -1,0 +1,755 @@
+// What every system's window does. The tests of the real and of the off-screen window are the same.
+#include "os/window.h"
+
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "os/memory.h"
+#include "os/window_events.h"
+#include "support/heap_hook.h"
+#include "support/window_driver.h"
+
+namespace {
+
+constexpr uint16_t program_flags = WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN;
+
+// An event, kept beyond its callback.
+struct SeenEvent {
+    WindowEvent event;
+    std::string names; // the bytes of a drop's names, all zeros among them
+};
+
+std::vector<SeenEvent> seen;
+
+void note_event(const WindowEvent *event) {
+    SeenEvent entry = {*event, ""};
+    if (event->type == EVENT_FILES_DROPPED) {
+        const char *end = event->dropped.names;
+        for (int32_t i = 0; i < event->dropped.count; i++) {
+            end += strlen(end) + 1;
+        }
+        entry.names.assign(event->dropped.names, end + 1);
+    }
+    seen.push_back(entry);
+}
+
+class Window : public ::testing::Test {
+protected:
+    void SetUp() override {
+        os_pump_messages();
+        seen.clear();
+        os_set_event_callback(note_event);
+    }
+
+    void TearDown() override {
+        for (PlatformWindow *window : windows) {
+            os_window_destroy(window);
+        }
+        os_set_event_callback(nullptr);
+        os_pump_messages();
+    }
+
+    PlatformWindow *create(Size size = {300, 200}, uint16_t flags = program_flags) {
+        PlatformWindow *window = os_window_create(size.width, size.height, str_from("Tarnwick"), flags);
+        if (window) {
+            windows.push_back(window);
+        }
+        return window;
+    }
+
+    // A window on the screen, whose first messages are handled and forgotten.
+    PlatformWindow *create_shown(Size size = {300, 200}) {
+        PlatformWindow *window = create(size);
+        os_window_show(window, 1);
+        settle();
+        return window;
+    }
+
+    // Handles what waits, and forgets it.
+    void settle() {
+        os_pump_messages();
+        seen.clear();
+    }
+
+    // Handles what waits and returns the events of that type among it.
+    std::vector<SeenEvent> pump(uint8_t type) {
+        os_pump_messages();
+        return events(type);
+    }
+
+    static std::vector<SeenEvent> events(uint8_t type) {
+        std::vector<SeenEvent> chosen;
+        std::copy_if(seen.begin(), seen.end(), std::back_inserter(chosen),
+                     [type](const SeenEvent &entry) { return entry.event.type == type; });
+        return chosen;
+    }
+
+    std::vector<PlatformWindow *> windows;
+};
+
+Point on_screen(const PlatformWindow *window, Point client) {
+    return {window->client_position.x + client.x, window->client_position.y + client.y};
+}
+
+#define EXPECT_POINT(actual, expected)                                                                       \
+    EXPECT_EQ((actual).x, (expected).x);                                                                     \
+    EXPECT_EQ((actual).y, (expected).y)
+
+} // namespace
+
+// ---- Creation ----
+
+TEST_F(Window, IsCreatedHiddenWithAFramebufferOfItsClientSize) {
+    PlatformWindow *window = create({300, 200});
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->flags, program_flags | WINDOW_FLAG_ALIVE | WINDOW_FLAG_FOCUS);
+    EXPECT_FALSE(is_shown(window));
+    EXPECT_EQ(window->client_size.width, 300);
+    EXPECT_EQ(window->client_size.height, 200);
+    EXPECT_GT(window->window_size.width, 300);
+    EXPECT_GT(window->window_size.height, 200);
+    EXPECT_GT(window->client_position.y, window->window_position.y);
+    EXPECT_EQ(window->framebuffer.width, 300);
+    EXPECT_EQ(window->framebuffer.height, 200);
+    EXPECT_EQ(window->framebuffer.capacity, 262144u); // 240000 bytes, up to the next power of two
+    ASSERT_NE(window->framebuffer.pixels, nullptr);
+    EXPECT_GE(os_alloc_size(window->framebuffer.pixels), 262144u);
+    EXPECT_EQ(window->input_flags, 0);
+    EXPECT_TRUE(seen.empty());
+}
+
+TEST_F(Window, WithoutTheFlagOwnsNoFramebuffer) {
+    PlatformWindow *window = create({300, 200}, WINDOW_FLAG_HIDDEN);
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->framebuffer.pixels, nullptr);
+    EXPECT_EQ(window->framebuffer.capacity, 0u);
+    os_window_resize(window, {400, 300});
+    EXPECT_EQ(window->framebuffer.pixels, nullptr);
+    EXPECT_EQ(window->framebuffer.width, 0);
+    os_window_blit(window);
+    os_window_blit_rect(window, {0, 0, 10, 10});
+}
+
+TEST_F(Window, BorderlessIsAHundredPixelsSquareAtTheOriginWhateverIsAsked) {
+    PlatformWindow *window = create({300, 200}, program_flags | WINDOW_FLAG_BORDERLESS);
+    ASSERT_NE(window, nullptr);
+    EXPECT_POINT(window->window_position, (Point{0, 0}));
+    EXPECT_EQ(window->window_size.width, 100);
+    EXPECT_EQ(window->window_size.height, 100);
+    EXPECT_EQ(window->client_size.width, 100);
+    EXPECT_EQ(window->client_size.height, 100);
+    EXPECT_EQ(window->framebuffer.width, 100);
+}
+
+TEST_F(Window, PopupHasNoFrame) {
+    PlatformWindow *window = create({300, 200}, program_flags | WINDOW_FLAG_POPUP);
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->window_size.width, 300);
+    EXPECT_EQ(window->window_size.height, 200);
+    EXPECT_POINT(window->client_position, window->window_position);
+}
+
+TEST_F(Window, FixedSizeHasTheAskedClientArea) {
+    PlatformWindow *window = create({300, 200}, program_flags | WINDOW_FLAG_FIXED_SIZE);
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->client_size.width, 300);
+    EXPECT_EQ(window->client_size.height, 200);
+}
+
+TEST_F(Window, TakesTheBytesOfItsTitleAsUtf16Units) {
+    auto title_of = [this](const char *text) {
+        PlatformWindow *window = os_window_create(300, 200, str_from(text), program_flags);
+        windows.push_back(window);
+        return shown_title(window);
+    };
+    EXPECT_EQ(title_of("abcd"), (std::u16string{u'a' | u'b' << 8, u'c' | u'd' << 8}));
+    EXPECT_EQ(title_of("abc"), (std::u16string{u'a' | u'b' << 8, u'c'}));
+    EXPECT_EQ(title_of("x"), u"x");
+    EXPECT_EQ(title_of("Eighteen bytes of.").size(), 9u);
+    // An empty title becomes "Window", taken the same way.
+    EXPECT_EQ(title_of(""), (std::u16string{u'W' | u'i' << 8, u'n' | u'd' << 8, u'o' | u'w' << 8}));
+}
+
+TEST_F(Window, SurvivesEveryRefusedAllocationOfItsCreation) {
+    int refused_creations = 0;
+    bool was_refused = true;
+    for (int refused = 0; was_refused; refused++) {
+        int count = 0;
+        was_refused = false;
+        PlatformWindow *window = nullptr;
+        {
+            HeapHookScope hook([&](uint64_t) {
+                bool refuses = count++ == refused;
+                was_refused |= refuses;
+                return !refuses;
+            });
+            window = create();
+        }
+        if (!window) {
+            refused_creations++;
+            continue;
+        }
+        EXPECT_EQ(window->framebuffer.pixels == nullptr, was_refused);
+        EXPECT_EQ(window->framebuffer.width, was_refused ? 0 : 300);
+        os_window_blit(window); // nothing to show, and no harm
+    }
+    EXPECT_GE(refused_creations, 2); // the record and the title at least
+}
+
+TEST_F(Window, MoreThanFourLiveSideBySide) {
+    std::vector<PlatformWindow *> many;
+    for (int i = 0; i < 9; i++) {
+        many.push_back(create({100 + i, 100}));
+        ASSERT_NE(many.back(), nullptr);
+    }
+    os_window_destroy(many[1]);
+    os_window_destroy(many[8]);
+    settle();
+    for (int i : {0, 2, 3, 4, 5, 6, 7}) {
+        drive_close(many[static_cast<size_t>(i)]);
+    }
+    std::vector<SeenEvent> closed = pump(EVENT_WINDOW_CLOSED);
+    ASSERT_EQ(closed.size(), 7u);
+    EXPECT_EQ(closed[0].event.window, many[0]);
+    EXPECT_EQ(closed[1].event.window, many[2]);
+    EXPECT_EQ(closed[6].event.window, many[7]);
+}
+
+// ---- Place and size ----
+
+TEST_F(Window, TellsItsNewSizeAndGrowsItsFramebuffer) {
+    PlatformWindow *window = create({300, 200});
+    uint32_t *block = window->framebuffer.pixels;
+    os_window_resize(window, {640, 480});
+    std::vector<SeenEvent> resized = events(EVENT_WINDOW_RESIZED);
+    ASSERT_FALSE(resized.empty());
+    EXPECT_EQ(resized.back().event.window, window);
+    EXPECT_EQ(resized.back().event.resized.width, 640);
+    EXPECT_EQ(resized.back().event.resized.height, 480);
+    EXPECT_EQ(window->client_size.width, 640);
+    EXPECT_EQ(window->framebuffer.width, 640);
+    EXPECT_EQ(window->framebuffer.height, 480);
+    EXPECT_EQ(window->framebuffer.capacity, 2097152u);
+    EXPECT_NE(window->framebuffer.pixels, block);
+    for (int i = 0; i < 640 * 480; i++) {
+        ASSERT_EQ(window->framebuffer.pixels[i], 0u) << i;
+    }
+}
+
+TEST_F(Window, KeepsTheLargerBlockWhenItShrinksAndGrowsBack) {
+    PlatformWindow *window = create({640, 480});
+    uint32_t *block = window->framebuffer.pixels;
+    os_window_resize(window, {300, 200});
+    EXPECT_EQ(window->framebuffer.width, 300);
+    EXPECT_EQ(window->framebuffer.pixels, block);
+    EXPECT_EQ(window->framebuffer.capacity, 2097152u);
+    HeapHookScope hook([](uint64_t size) { return size < 1000; }); // no new block of that size
+    os_window_resize(window, {640, 480});
+    EXPECT_EQ(window->framebuffer.width, 640);
+    EXPECT_EQ(window->framebuffer.height, 480);
+    EXPECT_EQ(window->framebuffer.pixels, block);
+}
+
+TEST_F(Window, KeepsBlockAndSizeWhenNoLargerOneCanBeHad) {
+    PlatformWindow *window = create({300, 200});
+    uint32_t *block = window->framebuffer.pixels;
+    {
+        HeapHookScope hook([](uint64_t size) { return size != 2097152; });
+        os_window_resize(window, {640, 480});
+    }
+    EXPECT_EQ(window->client_size.width, 640);
+    EXPECT_EQ(window->framebuffer.width, 300);
+    EXPECT_EQ(window->framebuffer.height, 200);
+    EXPECT_EQ(window->framebuffer.pixels, block);
+    ASSERT_EQ(events(EVENT_WINDOW_RESIZED).size(), 1u);
+    EXPECT_EQ(events(EVENT_WINDOW_RESIZED)[0].event.resized.width, 640);
+}
+
+TEST_F(Window, TellsItsPlaceWithoutSignAndKnowsItWithSign) {
+    PlatformWindow *window = create();
+    os_window_move_client(window, {100, 60});
+    ASSERT_FALSE(events(EVENT_WINDOW_MOVED).empty());
+    EXPECT_POINT(events(EVENT_WINDOW_MOVED).back().event.moved, (Point{100, 60}));
+    EXPECT_POINT(window->client_position, (Point{100, 60}));
+    EXPECT_EQ(window->client_size.width, 300);
+
+    os_window_move_client(window, {-50, -70});
+    EXPECT_POINT(events(EVENT_WINDOW_MOVED).back().event.moved, (Point{65486, 65466}));
+    EXPECT_POINT(window->client_position, (Point{-50, -70}));
+
+    os_window_move(window, {20, 30});
+    EXPECT_POINT(window->window_position, (Point{20, 30}));
+    EXPECT_EQ(window->client_size.width, 300);
+    EXPECT_EQ(window->client_size.height, 200);
+}
+
+TEST_F(Window, IsCentredAsIfTheWorkAreaBeganAtTheOrigin) {
+    PlatformWindow *window = create();
+    MonitorInfo monitor = {};
+    monitor.work_area = {700, 50, 1001, 801};
+    os_window_center(window, &monitor);
+    EXPECT_EQ(window->window_position.x, 500 - window->window_size.width / 2);
+    EXPECT_EQ(window->window_position.y, 400 - window->window_size.height / 2);
+    EXPECT_EQ(window->client_size.width, 300);
+}
+
+TEST_F(Window, KeepsItsMiddleWhenItIsResizedAroundIt) {
+    PlatformWindow *window = create();
+    os_window_move(window, {200, 150});
+    Size old = window->window_size;
+    os_window_resize_centered(window, {340, 160});
+    EXPECT_EQ(window->client_size.width, 340);
+    EXPECT_EQ(window->client_size.height, 160);
+    EXPECT_EQ(window->window_position.x, 200 + (old.width - window->window_size.width) / 2);
+    EXPECT_EQ(window->window_position.y, 150 + (old.height - window->window_size.height) / 2);
+    EXPECT_EQ(window->window_position.x, 180);
+    EXPECT_EQ(window->window_position.y, 170);
+}
+
+TEST_F(Window, LosesItsFrameAndGetsItBackInTheSameOuterRectangle) {
+    PlatformWindow *window = create();
+    os_window_move(window, {200, 150});
+    Size outer = window->window_size;
+    os_window_toggle_frame(window);
+    EXPECT_TRUE(window->flags & WINDOW_FLAG_POPUP);
+    EXPECT_EQ(window->client_size.width, outer.width);
+    EXPECT_EQ(window->client_size.height, outer.height);
+    EXPECT_EQ(window->framebuffer.width, outer.width);
+    EXPECT_POINT(window->client_position, (Point{200, 150}));
+    os_window_toggle_frame(window);
+    EXPECT_FALSE(window->flags & WINDOW_FLAG_POPUP);
+    EXPECT_EQ(window->client_size.width, 300);
+    EXPECT_EQ(window->client_size.height, 200);
+    EXPECT_POINT(window->window_position, (Point{200, 150}));
+    EXPECT_FALSE(is_shown(window));
+}
+
+TEST_F(Window, IsShownAndHidden) {
+    PlatformWindow *window = create();
+    os_window_show(window, 1);
+    EXPECT_TRUE(is_shown(window));
+    os_window_toggle_topmost(window);
+    EXPECT_TRUE(window->flags & WINDOW_FLAG_TOPMOST);
+    os_window_toggle_topmost(window);
+    EXPECT_FALSE(window->flags & WINDOW_FLAG_TOPMOST);
+    os_window_toggle_frame(window);
+    EXPECT_TRUE(is_shown(window));
+    os_window_flash(window);
+    os_window_show(window, 0);
+    EXPECT_FALSE(is_shown(window));
+}
+
+TEST_F(Window, HasNoAreaWhileItIsMinimisedAndComesBackAsItWas) {
+    PlatformWindow *window = create_shown();
+    uint32_t *block = window->framebuffer.pixels;
+    os_window_minimize(window);
+    os_pump_messages();
+    EXPECT_EQ(window->client_size.width, 0);
+    EXPECT_EQ(window->client_size.height, 0);
+    EXPECT_EQ(window->framebuffer.width, 0);
+    EXPECT_EQ(window->framebuffer.height, 0);
+    EXPECT_EQ(window->framebuffer.pixels, block);
+    ASSERT_FALSE(events(EVENT_WINDOW_RESIZED).empty());
+    EXPECT_EQ(events(EVENT_WINDOW_RESIZED).back().event.resized.width, 0);
+    os_window_blit(window);
+
+    os_window_restore(window);
+    os_pump_messages();
+    EXPECT_EQ(window->client_size.width, 300);
+    EXPECT_EQ(window->client_size.height, 200);
+    EXPECT_EQ(window->framebuffer.width, 300);
+    EXPECT_EQ(window->framebuffer.height, 200);
+    EXPECT_EQ(window->framebuffer.pixels, block);
+}
+
+// ---- Input ----
+
+TEST_F(Window, TellsThePointersComingItsMovesAndItsLeaving) {
+    PlatformWindow *window = create_shown();
+    drive_pointer_to(window, {10, 20});
+    os_pump_messages();
+    ASSERT_EQ(events(EVENT_MOUSE_ENTER).size(), 1u);
+    EXPECT_POINT(events(EVENT_MOUSE_ENTER)[0].event.mouse.position, on_screen(window, {10, 20}));
+    EXPECT_TRUE(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
+
+    seen.clear();
+    drive_pointer_to(window, {11, 22});
+    os_pump_messages();
+    EXPECT_TRUE(events(EVENT_MOUSE_ENTER).empty());
+    ASSERT_FALSE(events(EVENT_MOUSE_MOVE).empty());
+    EXPECT_POINT(events(EVENT_MOUSE_MOVE).back().event.mouse.position, on_screen(window, {11, 22}));
+
+    drive_pointer_out(window);
+    os_pump_messages();
+    ASSERT_FALSE(events(EVENT_MOUSE_LEAVE).empty());
+    EXPECT_FALSE(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
+
+    seen.clear();
+    drive_pointer_to(window, {5, 5});
+    EXPECT_EQ(pump(EVENT_MOUSE_ENTER).size(), 1u);
+}
+
+TEST_F(Window, TellsEachButtonsPressAndRelease) {
+    PlatformWindow *window = create_shown();
+    for (uint16_t button : {MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}) {
+        drive_long_pause();
+        drive_press(window, button, {30, 40});
+        drive_release(window, button, {31, 42});
+        std::vector<SeenEvent> buttons = pump(EVENT_MOUSE_BUTTON);
+        ASSERT_EQ(buttons.size(), 2u);
+        EXPECT_EQ(buttons[0].event.button.button, button);
+        EXPECT_EQ(buttons[0].event.button.state, BUTTON_PRESSED);
+        EXPECT_POINT(buttons[0].event.button.position, on_screen(window, {30, 40}));
+        EXPECT_EQ(buttons[1].event.button.button, button);
+        EXPECT_EQ(buttons[1].event.button.state, BUTTON_RELEASED);
+        EXPECT_POINT(buttons[1].event.button.position, on_screen(window, {31, 42}));
+        seen.clear();
+    }
+}
+
+TEST_F(Window, TheThirdPressInARowIsASingleOne) {
+    PlatformWindow *window = create_shown();
+    for (uint16_t button : {MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}) {
+        drive_long_pause();
+        for (int i = 0; i < 4; i++) {
+            drive_press(window, button, {30 + i % 2, 40});
+            drive_release(window, button, {30, 40});
+        }
+        std::vector<int> states;
+        for (const SeenEvent &entry : pump(EVENT_MOUSE_BUTTON)) {
+            states.push_back(entry.event.button.state);
+        }
+        EXPECT_EQ(states, (std::vector<int>{1, 0, 2, 0, 1, 0, 2, 0}));
+        seen.clear();
+    }
+}
+
+TEST_F(Window, APressFartherAwayIsASingleOne) {
+    PlatformWindow *window = create_shown();
+    drive_long_pause();
+    Point places[] = {{30, 40}, {50, 40}, {50, 60}, {51, 61}};
+    for (Point client : places) {
+        drive_press(window, MOUSE_LEFT, client);
+        drive_release(window, MOUSE_LEFT, client);
+    }
+    std::vector<int> states;
+    for (const SeenEvent &entry : pump(EVENT_MOUSE_BUTTON)) {
+        states.push_back(entry.event.button.state);
+    }
+    EXPECT_EQ(states, (std::vector<int>{1, 0, 1, 0, 1, 0, 2, 0}));
+}
+
+TEST_F(Window, TheButtonsAreTestedForDoublePressesApart) {
+    PlatformWindow *window = create_shown();
+    drive_long_pause();
+    for (uint16_t button : {MOUSE_LEFT, MOUSE_RIGHT, MOUSE_LEFT}) {
+        drive_press(window, button, {30, 40});
+        drive_release(window, button, {30, 40});
+    }
+    std::vector<int> states;
+    for (const SeenEvent &entry : pump(EVENT_MOUSE_BUTTON)) {
+        states.push_back(entry.event.button.state);
+    }
+    EXPECT_EQ(states, (std::vector<int>{1, 0, 1, 0, 2, 0}));
+}
+
+TEST_F(Window, TheWheelTellsItsDirectionAndNoMovementCountsAsUp) {
+    PlatformWindow *window = create_shown();
+    const struct {
+        int32_t delta;
+        int32_t direction;
+    } turns[] = {{120, 1}, {-120, -1}, {0, 1}, {-1, -1}, {-119, -1}, {1, 1}, {1200, 1}, {-1200, -1}};
+    for (const auto &turn : turns) {
+        seen.clear();
+        drive_wheel(window, turn.delta);
+        std::vector<SeenEvent> wheel = pump(EVENT_MOUSE_WHEEL);
+        ASSERT_EQ(wheel.size(), 1u) << turn.delta;
+        EXPECT_EQ(wheel[0].event.wheel.direction, turn.direction) << turn.delta;
+        EXPECT_POINT(wheel[0].event.wheel.position, on_screen(window, {1, 1}));
+    }
+}
+
+TEST_F(Window, TellsAKeysFirstPressItsRepeatsAndItsRelease) {
+    PlatformWindow *window = create_shown();
+    for (uint16_t code :
+         {uint16_t{0x25}, uint16_t{0x12}}) { // Left; and Alt, whose messages end with the event
+        seen.clear();
+        drive_key_down(window, code, false);
+        settle();
+        drive_key_down(window, code, true);
+        drive_key_down(window, code, true);
+        drive_key_up(window, code);
+        std::vector<SeenEvent> keys = pump(EVENT_KEY);
+        ASSERT_EQ(keys.size(), 3u) << code;
+        EXPECT_EQ(keys[0].event.key.code, code);
+        EXPECT_EQ(keys[0].event.key.state, KEY_REPEATED);
+        EXPECT_EQ(keys[1].event.key.state, KEY_REPEATED);
+        EXPECT_EQ(keys[2].event.key.code, code);
+        EXPECT_EQ(keys[2].event.key.state, KEY_RELEASED);
+        seen.clear();
+        drive_key_down(window, code, false);
+        keys = pump(EVENT_KEY);
+        ASSERT_FALSE(keys.empty());
+        EXPECT_EQ(keys.back().event.key.state, KEY_PRESSED);
+        drive_key_up(window, code);
+        os_pump_messages();
+    }
+}
+
+TEST_F(Window, TellsCharactersAsUnitsEnterAsLineFeedAndNoBackspace) {
+    PlatformWindow *window = create_shown();
+    std::vector<uint32_t> typed = {'a', '\r', '\b', '\t', '\n', 27, 1, 0x7F, 0xE9, 0x4F60, 0xD83D, 0xDE00};
+    for (uint32_t unit : typed) {
+        drive_character(window, unit);
+    }
+    std::vector<uint32_t> units;
+    for (const SeenEvent &entry : pump(EVENT_CHAR)) {
+        units.push_back(entry.event.character.unit);
+    }
+    EXPECT_EQ(units,
+              (std::vector<uint32_t>{'a', '\n', '\t', '\n', 27, 1, 0x7F, 0xE9, 0x4F60, 0xD83D, 0xDE00}));
+}
+
+TEST_F(Window, TellsDroppedFilesWithSlashesAndAZeroAfterEach) {
+    PlatformWindow *window = create_shown();
+    drive_drop(window, {12, 34}, {"C:\\code\\a.txt", "D:\\\xC3\xA9\\\xF0\x9F\x98\x80", "C:/mixed\\b"});
+    std::vector<SeenEvent> dropped = pump(EVENT_FILES_DROPPED);
+    ASSERT_EQ(dropped.size(), 1u);
+    EXPECT_POINT(dropped[0].event.dropped.position, (Point{12, 34}));
+    EXPECT_EQ(dropped[0].event.dropped.count, 3);
+    using namespace std::string_literals;
+    EXPECT_EQ(dropped[0].names, "C:/code/a.txt\0D:/\xC3\xA9/\xF0\x9F\x98\x80\0C:/mixed/b\0\0"s);
+}
+
+TEST_F(Window, DropsTheDropWhenThereIsNoMemoryForIt) {
+    PlatformWindow *window = create_shown();
+    HeapHookScope hook([](uint64_t) { return false; });
+    std::vector<std::string> names = {"C:/a"};
+    drive_drop(window, {1, 1}, names);
+    EXPECT_TRUE(pump(EVENT_FILES_DROPPED).empty());
+}
+
+TEST_F(Window, WithoutACallbackEventsAreDropped) {
+    PlatformWindow *window = create_shown();
+    os_set_event_callback(nullptr);
+    drive_character(window, 'a');
+    EXPECT_GE(os_pump_messages(), 1u);
+    EXPECT_TRUE(seen.empty());
+    os_set_event_callback(note_event);
+    EXPECT_TRUE(pump(EVENT_CHAR).empty());
+}
+
+TEST_F(Window, ThePumpCountsMessagesThatAreNoEvents) {
+    PlatformWindow *window = create_shown();
+    EXPECT_EQ(os_pump_messages(), 0u);
+    drive_nothing(window);
+    drive_nothing(window);
+    EXPECT_EQ(os_pump_messages(), 2u);
+    EXPECT_TRUE(seen.empty());
+    EXPECT_EQ(os_pump_messages(), 0u);
+}
+
+// ---- Closing ----
+
+TEST_F(Window, ClosesOnceAndItsRecordStaysReadable) {
+    PlatformWindow *window = create_shown();
+    drive_close(window);
+    EXPECT_EQ(pump(EVENT_WINDOW_CLOSED).size(), 1u);
+    EXPECT_EQ(events(EVENT_WINDOW_CLOSED)[0].event.window, window);
+    EXPECT_FALSE(window->flags & WINDOW_FLAG_ALIVE);
+    EXPECT_EQ(window->framebuffer.pixels, nullptr);
+    EXPECT_EQ(window->framebuffer.width, 0);
+
+    seen.clear();
+    os_window_blit(window);
+    os_window_blit_rect(window, {0, 0, 1, 1});
+    os_window_show(window, 1);
+    os_window_move(window, {1, 1});
+    os_window_move_client(window, {1, 1});
+    os_window_resize(window, {10, 10});
+    os_window_resize_centered(window, {10, 10});
+    os_window_toggle_frame(window);
+    os_window_toggle_topmost(window);
+    os_window_minimize(window);
+    os_window_restore(window);
+    os_window_focus(window);
+    os_window_flash(window);
+    os_window_request_raw_mouse(window);
+    MonitorInfo monitor = {};
+    os_window_center(window, &monitor);
+    os_window_destroy(window);
+    os_pump_messages();
+    EXPECT_TRUE(events(EVENT_WINDOW_CLOSED).empty());
+    EXPECT_EQ(window->input_flags & WINDOW_INPUT_RAW_WANTED, 0);
+}
+
+TEST_F(Window, DestroyingClosesItAtOnce) {
+    PlatformWindow *window = create_shown();
+    os_window_destroy(window);
+    EXPECT_EQ(events(EVENT_WINDOW_CLOSED).size(), 1u);
+    EXPECT_FALSE(window->flags & WINDOW_FLAG_ALIVE);
+}
+
+// ---- Presentation ----
+
+namespace {
+
+void draw_gradient(Framebuffer *framebuffer) {
+    for (int32_t y = 0; y < framebuffer->height; y++) {
+        for (int32_t x = 0; x < framebuffer->width; x++) {
+            framebuffer->pixels[y * framebuffer->width + x] =
+                0xFF000000 | static_cast<uint32_t>(x % 256) << 16 | static_cast<uint32_t>(y % 256) << 8 |
+                static_cast<uint32_t>((x + y) % 256);
+        }
+    }
+}
+
+} // namespace
+
+TEST_F(Window, ShowsItsFramebufferPixelForPixel) {
+    PlatformWindow *window = create_shown({317, 211});
+    draw_gradient(&window->framebuffer);
+    os_window_blit(window);
+    std::vector<uint32_t> shown = shown_pixels(window);
+    ASSERT_EQ(shown.size(), 317u * 211u);
+    for (size_t i = 0; i < shown.size(); i++) {
+        ASSERT_EQ(shown[i], window->framebuffer.pixels[i] & 0xFFFFFF) << i % 317 << " " << i / 317;
+    }
+}
+
+TEST_F(Window, ShowsAPartOfItsFramebufferWhereItStands) {
+    PlatformWindow *window = create_shown({120, 90});
+    os_window_blit(window); // black
+    draw_gradient(&window->framebuffer);
+    os_window_blit_rect(window, {20, 10, 30, 15});
+    std::vector<uint32_t> shown = shown_pixels(window);
+    for (int32_t y = 0; y < 90; y++) {
+        for (int32_t x = 0; x < 120; x++) {
+            bool is_part = x >= 20 && x < 50 && y >= 10 && y < 25;
+            ASSERT_EQ(shown[static_cast<size_t>(y * 120 + x)],
+                      is_part ? window->framebuffer.pixels[y * 120 + x] & 0xFFFFFF : 0)
+                << x << " " << y;
+        }
+    }
+}
+
+TEST_F(Window, StretchesAFramebufferThatCouldNotGrow) {
+    PlatformWindow *window = create_shown({300, 200});
+    {
+        HeapHookScope hook([](uint64_t size) { return size != 1048576; });
+        os_window_resize(window, {600, 400});
+    }
+    ASSERT_EQ(window->framebuffer.width, 300);
+    for (int i = 0; i < 300 * 200; i++) {
+        window->framebuffer.pixels[i] = i % 300 < 150 ? 0xFFFF0000 : 0xFF0000FF;
+    }
+    os_window_blit(window);
+    std::vector<uint32_t> shown = shown_pixels(window);
+    ASSERT_EQ(shown.size(), 600u * 400u);
+    EXPECT_EQ(shown[0], 0xFF0000u);
+    EXPECT_EQ(shown[399 * 600], 0xFF0000u);
+    EXPECT_EQ(shown[399 * 600 + 599], 0x0000FFu);
+    EXPECT_EQ(shown[200 * 600 + 299], 0xFF0000u);
+    EXPECT_EQ(shown[200 * 600 + 300], 0x0000FFu);
+}
+
+// ---- Monitors and the mouse's cursor ----
+
+TEST(Monitors, AreFoundOnceThePrimaryOneFirst) {
+    uint32_t count = 0;
+    const MonitorInfo *monitors = os_get_monitors(&count);
+    ASSERT_NE(monitors, nullptr);
+    ASSERT_GE(count, 1u);
+    EXPECT_EQ(monitors[0].flags, MONITOR_FLAG_PRIMARY);
+    EXPECT_POINT(monitors[0].origin, (Point{0, 0}));
+    EXPECT_GT(monitors[0].work_area.width, 0);
+    EXPECT_GE(monitors[0].resolution.width, monitors[0].work_area.width);
+    EXPECT_GE(monitors[0].resolution.height, monitors[0].work_area.height);
+    EXPECT_GE(monitors[0].refresh_rate, 2);
+    EXPECT_GT(monitors[0].name.count, 0u);
+    EXPECT_EQ(monitors[0].name.data[monitors[0].name.count], 0);
+    EXPECT_NE(monitors[0].handle, nullptr);
+    uint32_t count_again = 0;
+    EXPECT_EQ(os_get_monitors(&count_again), monitors);
+    EXPECT_EQ(count_again, count);
+}
+
+TEST(Monitors, TakeTheirSizeAndSixtyHertzForWhatTheModeDoesNotTell) {
+    const struct {
+        Size mode;
+        uint32_t rate;
+        Size resolution;
+        int32_t refresh_rate;
+    } rows[] = {
+        {{2560, 1440}, 144, {2560, 1440}, 144}, {{2560, 1440}, 2, {2560, 1440}, 2},
+        {{2560, 1440}, 1, {2560, 1440}, 60},    {{2560, 1440}, 0, {2560, 1440}, 60},
+        {{0, 0}, 24, {800, 600}, 24},
+    };
+    for (const auto &row : rows) {
+        MonitorInfo monitor = {};
+        monitor_set_mode(&monitor, row.mode, {800, 600}, row.rate);
+        EXPECT_EQ(monitor.resolution.width, row.resolution.width);
+        EXPECT_EQ(monitor.resolution.height, row.resolution.height);
+        EXPECT_EQ(monitor.refresh_rate, row.refresh_rate);
+    }
+}
+
+TEST(Monitors, ThePrimaryOneIsPutFirst) {
+    for (uint32_t primary = 0; primary < 3; primary++) {
+        MonitorInfo monitors[3] = {};
+        for (uint32_t i = 0; i < 3; i++) {
+            monitors[i].origin.x = static_cast<int32_t>(i);
+        }
+        monitors[primary].flags = MONITOR_FLAG_PRIMARY;
+        monitors_put_primary_first(monitors, 3);
+        EXPECT_EQ(monitors[0].origin.x, static_cast<int32_t>(primary));
+        EXPECT_EQ(monitors[0].flags, MONITOR_FLAG_PRIMARY);
+        EXPECT_EQ(monitors[1].flags + monitors[2].flags, 0);
+        EXPECT_EQ(monitors[0].origin.x + monitors[1].origin.x + monitors[2].origin.x, 3);
+    }
+    monitors_put_primary_first(nullptr, 0);
+}
+
+// ---- Framebuffer ----
+
+TEST(FramebufferBlock, IsTheNextPowerOfTwo) {
+    const struct {
+        Size size;
+        uint64_t bytes;
+    } rows[] = {
+        {{0, 0}, 0},
+        {{0, 500}, 0},
+        {{500, 0}, 0},
+        {{1, 1}, 4},
+        {{2, 1}, 8},
+        {{3, 1}, 16},
+        {{4, 4}, 64},
+        {{5, 4}, 128},
+        {{1000, 810}, 4194304},
+        {{1024, 1024}, 4194304},
+        {{1025, 1024}, 8388608},
+        {{16384, 32768}, 2147483648},
+        {{16385, 32768}, 4294967296}, // more than the heap gives
+        {{65535, 65535}, 17179869184},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(framebuffer_block_size(row.size), row.bytes) << row.size.width << " x " << row.size.height;
+    }
+}
+
+TEST(FramebufferBlock, OfASizeThatTheHeapCannotGiveIsRefusedNotCut) {
+    Framebuffer framebuffer = {};
+    framebuffer_resize(&framebuffer, {10, 10});
+    uint32_t *block = framebuffer.pixels;
+    ASSERT_NE(block, nullptr);
+    framebuffer_resize(&framebuffer,
+                       {32769, 32769}); // 4 * 2^30 bytes and some: cut to 32 bits it would be small
+    EXPECT_EQ(framebuffer.width, 10);
+    EXPECT_EQ(framebuffer.height, 10);
+    EXPECT_EQ(framebuffer.pixels, block);
+    os_free(block);
+}

@@ -1,0 +1,34 @@
+// Hands a window the messages its system would, and looks at what it shows: the same for the real window and
+// the off-screen one.
+#pragma once
+
+#include <stdint.h>
+
+#include <string>
+#include <vector>
+
+#include "os/window.h"
+
+// The messages below wait until os_pump_messages. Places are in the client area.
+void drive_pointer_to(PlatformWindow *window, Point client);
+void drive_pointer_out(PlatformWindow *window); // to where no window of the program is
+void drive_press(PlatformWindow *window, uint16_t button, Point client);
+void drive_release(PlatformWindow *window, uint16_t button, Point client);
+void drive_wheel(PlatformWindow *window, int32_t delta);
+void drive_key_down(PlatformWindow *window, uint16_t code, bool was_down);
+void drive_key_up(PlatformWindow *window, uint16_t code);
+void drive_character(PlatformWindow *window, uint32_t unit);
+void drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names);
+void drive_close(PlatformWindow *window);
+void drive_nothing(PlatformWindow *window); // a message that is no event
+
+// Puts the clock so far ahead that no press can be the second one of an earlier test's.
+void drive_long_pause();
+
+// What the client area shows, row by row from the top, 0xRRGGBB.
+std::vector<uint32_t> shown_pixels(const PlatformWindow *window);
+
+// The window's title, as UTF-16 units.
+std::u16string shown_title(const PlatformWindow *window);
+
+bool is_shown(const PlatformWindow *window);
