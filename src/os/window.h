@@ -157,8 +157,8 @@ void os_set_event_callback(WindowEventCallback *callback);
 
 // Creates a window whose client area has the given size, in pixels; flags: WindowFlag bits. The title's bytes
 // are taken as UTF-16, each pair one unit: that is meant. Returns the window, or null when the system refuses
-// it. The record is the layer's and is never freed, so that whoever holds it can see that it is closed.
-// Without memory for a framebuffer the window has none.
+// it. The layer never frees the record, so that whoever holds it can see that it is closed; from then on the
+// caller may, with os_free. Without memory for a framebuffer the window has none.
 PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags);
 
 // Closes the window as the user would; EVENT_WINDOW_CLOSED is delivered before this returns.

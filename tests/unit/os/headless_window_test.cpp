@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "os/memory.h"
 #include "os/window.h"
 
 namespace {
@@ -27,9 +28,14 @@ protected:
     }
 
     void TearDown() override {
-        os_window_destroy(window);
+        destroy(window);
         os_set_event_callback(nullptr);
         headless_set_double_press(500, {4, 4});
+    }
+
+    static void destroy(PlatformWindow *created) {
+        os_window_destroy(created);
+        os_free(created);
     }
 
     PlatformWindow *create_shown(Point client_position) {
@@ -169,7 +175,7 @@ TEST_F(OffscreenWindow, TakingRawMouseInputBackGoesForEveryWindow) {
     headless_focus(other);
     os_pump_messages();
     EXPECT_EQ(other->input_flags & WINDOW_INPUT_RAW_REGISTERED, 0);
-    os_window_destroy(other);
+    destroy(other);
 }
 
 // ---- Two windows and the screen ----
@@ -182,7 +188,7 @@ TEST_F(OffscreenWindow, ThePointerGoesFromOneWindowToTheOther) {
     EXPECT_EQ(pump_types(), (std::vector<int>{EVENT_MOUSE_LEAVE, EVENT_MOUSE_ENTER}));
     EXPECT_EQ(seen[0].window, window);
     EXPECT_EQ(seen[1].window, other);
-    os_window_destroy(other);
+    destroy(other);
 }
 
 TEST_F(OffscreenWindow, AHeldButtonKeepsThePointerWhereverItGoes) {
@@ -208,7 +214,7 @@ TEST_F(OffscreenWindow, NothingReachesAWindowWhosePointIsCovered) {
     headless_move_pointer({120, 100}); // the other one's frame
     headless_turn_wheel(120);
     EXPECT_EQ(pump_types(), std::vector<int>{EVENT_MOUSE_LEAVE});
-    os_window_destroy(other);
+    destroy(other);
 }
 
 TEST_F(OffscreenWindow, AClosedWindowsWaitingMessagesAreLost) {
@@ -265,7 +271,7 @@ TEST_F(OffscreenWindow, ARefusedWindowIsNull) {
     EXPECT_EQ(os_window_create(10, 10, str_from("x"), program_flags), nullptr);
     PlatformWindow *next = os_window_create(10, 10, str_from("x"), program_flags);
     EXPECT_NE(next, nullptr);
-    os_window_destroy(next);
+    destroy(next);
 }
 
 // ---- Cursor and monitors ----

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "os/memory.h"
 #include "os/window.h"
 #include "support/window_driver.h"
 
@@ -24,6 +25,7 @@ protected:
         os_set_event_callback(nullptr);
         for (PlatformWindow *window : windows) {
             os_window_destroy(window);
+            os_free(window);
         }
         os_pump_messages();
     }

@@ -48,6 +48,7 @@ protected:
     void TearDown() override {
         for (PlatformWindow *window : windows) {
             os_window_destroy(window);
+            os_free(window);
         }
         os_set_event_callback(nullptr);
         os_pump_messages();
@@ -63,6 +64,7 @@ protected:
 
     // A window on the screen, whose first messages are handled and forgotten.
     PlatformWindow *create_shown(Size size = {300, 200}) {
+        drive_pointer_away();
         PlatformWindow *window = create(size);
         os_window_show(window, 1);
         settle();

@@ -15,8 +15,12 @@ void drive_pointer_to(PlatformWindow *window, Point client) {
     point_at(window, client);
 }
 
-void drive_pointer_out(PlatformWindow *) {
+void drive_pointer_away() {
     headless_move_pointer({-5000, -5000});
+}
+
+void drive_pointer_out(PlatformWindow *) {
+    drive_pointer_away();
 }
 
 void drive_press(PlatformWindow *window, uint16_t button, Point client) {

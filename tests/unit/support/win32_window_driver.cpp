@@ -18,8 +18,7 @@ LPARAM packed(Point point) {
     return MAKELPARAM(point.x, point.y);
 }
 
-// Moves the real pointer there; the messages that this makes the system send are handled before those that
-// are posted next. Two rounds, for the window system answers on its own time.
+// The real pointer goes along, for the system looks where it is.
 void point_at(PlatformWindow *window, Point client) {
     SetCursorPos(window->client_position.x + client.x, window->client_position.y + client.y);
 }
@@ -48,8 +47,12 @@ void drive_pointer_to(PlatformWindow *window, Point client) {
     post(window, WM_MOUSEMOVE, 0, packed(client));
 }
 
+void drive_pointer_away() {
+    SetCursorPos(GetSystemMetrics(SM_CXSCREEN) - 1, GetSystemMetrics(SM_CYSCREEN) - 1);
+}
+
 void drive_pointer_out(PlatformWindow *window) {
-    SetCursorPos(window->window_position.x + window->window_size.width + 50, window->window_position.y);
+    drive_pointer_away();
     post(window, WM_MOUSELEAVE, 0, 0);
 }
 
@@ -111,7 +114,6 @@ void drive_nothing(PlatformWindow *window) {
     post(window, WM_NULL, 0, 0);
 }
 
-// The clock is the system's: a press that a test has not finished is finished by one of another kind.
 void drive_long_pause() {
     Sleep(GetDoubleClickTime() + 20);
 }

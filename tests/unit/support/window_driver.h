@@ -11,7 +11,7 @@
 
 // The messages below wait until os_pump_messages. Places are in the client area.
 void drive_pointer_to(PlatformWindow *window, Point client);
-void drive_pointer_out(PlatformWindow *window); // to where no window of the program is
+void drive_pointer_out(PlatformWindow *window);
 void drive_press(PlatformWindow *window, uint16_t button, Point client);
 void drive_release(PlatformWindow *window, uint16_t button, Point client);
 void drive_wheel(PlatformWindow *window, int32_t delta);
@@ -22,8 +22,11 @@ void drive_drop(PlatformWindow *window, Point client, const std::vector<std::str
 void drive_close(PlatformWindow *window);
 void drive_nothing(PlatformWindow *window); // a message that is no event
 
-// Puts the clock so far ahead that no press can be the second one of an earlier test's.
+// Lets so much time pass that no press can be the second one of an earlier test's.
 void drive_long_pause();
+
+// Puts the pointer where no window comes to stand, without telling any.
+void drive_pointer_away();
 
 // What the client area shows, row by row from the top, 0xRRGGBB.
 std::vector<uint32_t> shown_pixels(const PlatformWindow *window);
