@@ -63,6 +63,11 @@ constexpr uint32_t drop_name_units = 2048; // of one dropped name, its zero unit
 
 // The drop handle is not given back afterwards; that is meant.
 void files_dropped(PlatformWindow *window, HDROP drop) {
+    // Any program may post the message, with a handle that is none here.
+    if (!GlobalLock(drop)) {
+        return;
+    }
+    GlobalUnlock(drop);
     constexpr UINT ask_count = 0xFFFFFFFF;
     UINT count = DragQueryFileW(drop, ask_count, nullptr, 0);
     uint64_t units = 0;

@@ -158,6 +158,17 @@ TEST_F(SystemWindow, CutsADroppedNameAt2047Units) {
     EXPECT_EQ(dropped_names[3], "C:/a");
 }
 
+TEST_F(SystemWindow, IgnoresADropWithAHandleThatIsNone) {
+    PlatformWindow *window = create();
+    os_set_event_callback(note_drop);
+    dropped_names.clear();
+    for (WPARAM handle : {WPARAM{0}, WPARAM{0x830008}}) {
+        PostMessageW(handle_of(window), WM_DROPFILES, handle, 0);
+    }
+    EXPECT_EQ(os_pump_messages(), 2u);
+    EXPECT_TRUE(dropped_names.empty());
+}
+
 TEST_F(SystemWindow, SetsTheCursorsOfTheTable) {
     create();
     const LPCWSTR names[] = {nullptr,  IDC_ARROW,   IDC_HAND,   IDC_WAIT,   IDC_IBEAM,    IDC_CROSS,   IDC_NO,
