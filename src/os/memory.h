@@ -27,8 +27,8 @@ uint64_t os_alloc_size(void *ptr);
 
 // ---- Refusals (one version for all systems) ----
 
-// Tests set it: asked before each os_alloc, os_alloc_zero and os_realloc, a zero answer makes that call fail.
-// Null in the program.
+// Tests set it: asked before each os_alloc, os_alloc_zero and os_realloc, and for each block handed to the
+// clipboard, a zero answer makes that call fail. Null in the program.
 typedef uint8_t HeapHook(uint64_t size);
 extern HeapHook *os_heap_hook;
 

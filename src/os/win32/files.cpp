@@ -7,31 +7,23 @@
 
 // ---- Text conversion ----
 
-namespace {
-
-constexpr uint64_t longest_path = 32767; // UTF-16 units the system takes for a path
-
-} // namespace
-
-int32_t wide_length(Str text) {
-    uint64_t count = text.count > 0 ? strnlen(text.data, text.count) : 0;
-    if (count == 0) {
+int32_t wide_length(Str text, int32_t most_units) {
+    if (text.count == 0) {
         return 0;
     }
     // A unit stands for at most three bytes, so a longer text cannot fit either.
-    if (count > longest_path * 3) {
+    if (text.count > static_cast<uint64_t>(most_units) * 3) {
         return -1;
     }
-    int32_t units = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(count), nullptr, 0);
-    return static_cast<uint64_t>(units) > longest_path ? -1 : units;
+    int32_t units = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(text.count), nullptr, 0);
+    return units > most_units ? -1 : units;
 }
 
 wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
-    // The text may be a field that is being edited, so it may not be the one that was measured any more.
-    int32_t count = static_cast<int32_t>(text.count > 0 ? strnlen(text.data, text.count) : 0);
     int32_t written = 0;
-    if (count > 0 && units > 0) { // with no room at all the call would only measure again
-        written = MultiByteToWideChar(CP_UTF8, 0, text.data, count, wide, units);
+    if (units > 0) { // with no room at all the call would only measure again
+        // The text may be a field that is being edited, so it may not be the one that was measured any more.
+        written = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(text.count), wide, units);
     }
     wide[written] = 0;
     return wide;
@@ -50,6 +42,21 @@ Str utf8_from_wide(const wchar_t *wide, int32_t count) {
     data[bytes] = 0;
     return {static_cast<uint64_t>(bytes), data};
 }
+
+// ---- Paths ----
+
+namespace {
+
+constexpr int32_t longest_path = 32767; // UTF-16 units the system takes for a path
+
+// The path up to its first zero byte.
+Str path_text(Str path) {
+    return {path.count > 0 ? strnlen(path.data, path.count) : 0, path.data};
+}
+
+} // namespace
+
+#define PATH_ON_STACK(name, path) WIDE_ON_STACK(name, path_text(path), longest_path)
 
 // ---- Whole files ----
 
@@ -71,7 +78,7 @@ void note_last_error() {
 } // namespace
 
 Str os_file_read_all(Str path) {
-    WIDE_ON_STACK(wide, path);
+    PATH_ON_STACK(wide, path);
     HANDLE file = wide ? CreateFileW(wide, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
                        : INVALID_HANDLE_VALUE;
@@ -114,7 +121,7 @@ void os_file_free(Str *contents) {
 }
 
 int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
-    WIDE_ON_STACK(wide, path);
+    PATH_ON_STACK(wide, path);
     HANDLE file =
         wide ? CreateFileW(wide, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)
              : INVALID_HANDLE_VALUE;
@@ -128,12 +135,12 @@ int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
 }
 
 int32_t os_file_delete(Str path) {
-    WIDE_ON_STACK(wide, path);
+    PATH_ON_STACK(wide, path);
     return wide && (DeleteFileW(wide) || GetLastError() == ERROR_FILE_NOT_FOUND) ? 0 : 1;
 }
 
 uint8_t os_path_exists(Str path) {
-    WIDE_ON_STACK(wide, path);
+    PATH_ON_STACK(wide, path);
     return wide && GetFileAttributesW(wide) != INVALID_FILE_ATTRIBUTES;
 }
 
@@ -166,8 +173,8 @@ void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
 } // namespace
 
 void *os_folder_first(Str folder, FolderListingUse, FolderEntry *entry) {
-    uint64_t count = folder.count > 0 ? strnlen(folder.data, folder.count) : 0;
-    if (count != folder.count || count > longest_path * 3) {
+    uint64_t count = path_text(folder).count;
+    if (count != folder.count || count > uint64_t{longest_path} * 3) {
         return nullptr;
     }
     char *pattern = static_cast<char *>(__builtin_alloca(count + 3));
@@ -179,7 +186,7 @@ void *os_folder_first(Str folder, FolderListingUse, FolderEntry *entry) {
     }
     pattern[count++] = '*';
     pattern[count] = 0;
-    WIDE_ON_STACK(wide, (Str{count, pattern}));
+    PATH_ON_STACK(wide, (Str{count, pattern}));
     if (!wide) {
         return nullptr;
     }

@@ -5,17 +5,21 @@
 
 #include "os/strings.h"
 
-// UTF-16 units of the text up to its first zero byte, or -1 for one that is longer than any path can be.
-int32_t wide_length(Str text);
+// The longest text that is converted on the stack, in UTF-16 units: with its zero 16 MB of the 64 MB that the
+// link step reserves for a stack.
+constexpr int32_t longest_wide_text = 8388608;
 
-// Converts that text into wide, which holds units + 1 units, and zero-terminates it. Returns wide.
+// UTF-16 units that the text converts to, or -1 for more than most_units.
+int32_t wide_length(Str text, int32_t most_units);
+
+// Converts the text into wide, which holds units + 1 units, and zero-terminates it. Returns wide.
 wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
 
-// Declares a const wchar_t * on the caller's stack with the text in it, or null for one that is too long; the
-// stack block is (units + 1) * 2 bytes, rounded up to a multiple of 16. A macro, for the block ends with its
-// function.
-#define WIDE_ON_STACK(name, text)                                                                            \
-    const int32_t name##_units = wide_length(text);                                                          \
+// Declares name, a const wchar_t * on the caller's stack with the text in it, or null for one of more than
+// most_units; and name_units, its length or -1. The stack block is (units + 1) * 2 bytes, rounded up to a
+// multiple of 16. A macro, for the block ends with its function.
+#define WIDE_ON_STACK(name, text, most_units)                                                                \
+    const int32_t name##_units = wide_length(text, most_units);                                              \
     const wchar_t *name =                                                                                    \
         name##_units < 0                                                                                     \
             ? nullptr                                                                                        \
