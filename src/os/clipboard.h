@@ -20,8 +20,9 @@ Str os_clipboard_get_text();
 
 // Makes text, UTF-8 that need not be zero-terminated, all that the clipboard holds; what is not UTF-8 becomes
 // replacement characters in the UTF-16 text only. Returns 0: done, 1: no memory for the UTF-16 text, or it
-// would be longer than 8,388,608 units, 2: no memory for the bytes. On 1 and 2 the clipboard stays as it is,
-// and also, unnoticed, when another program holds it open.
+// would be longer than 8,388,608 units, 2: no memory for the bytes. On 1 and 2 the clipboard stays as it is.
+// When another program holds it open the result is 0 all the same, which is meant, and the system drops the
+// text.
 int32_t os_clipboard_set_text(Str text);
 
 // ---- Other contents (each system) ----

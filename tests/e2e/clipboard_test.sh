@@ -1,0 +1,117 @@
+#!/bin/bash
+# Texts between the program and a real second one, xclip, over the desktop's clipboard, both ways, byte for byte.
+# clipboard_test.sh [RUNNER] PROGRAM, where PROGRAM is clipboard_probe.
+set -euo pipefail
+export LC_ALL=C.UTF-8
+probe=("$@")
+if [ -z "${DISPLAY:-}" ]; then
+    echo 'SKIPPED: no screen, so no clipboard that two programs share'
+    exit 0
+fi
+work=$(mktemp -d)
+failures=0
+
+run_probe() {
+    timeout 60 "${probe[@]}" "$@" 2> "$work/errors"
+}
+
+# As the program itself does, somebody keeps the desktop going: it answers for those that set a text and end.
+"${probe[@]}" stay < /dev/null > /dev/null 2>&1 &
+stays=$!
+trap 'kill "$stays"; rm -rf "$work"' EXIT
+
+failed() {
+    echo "FAILED: $1"
+    failures=$((failures + 1))
+}
+
+# within_30_s NAME EXPECTED COMMAND...: the clipboard reaches others when it does, so COMMAND is tried until it
+# succeeds and writes what file EXPECTED holds.
+within_30_s() {
+    for ((tries = 0; tries < 300; tries++)); do
+        if "${@:3}" > "$work/actual" && cmp -s "$2" "$work/actual"; then
+            return
+        fi
+        sleep 0.1
+    done
+    failed "$1"
+    diff <(od -c "$2") <(od -c "$work/actual") | head -20 || true
+}
+
+from_x() {
+    timeout 10 xclip -selection clipboard -o -t UTF8_STRING 2> /dev/null
+}
+
+# xclip stays behind to answer, and would keep this script's output open.
+into_x() {
+    timeout 10 xclip -selection clipboard -i < "$1" > /dev/null 2>&1
+}
+
+# round_trip NAME: file text goes out to the other program, and comes in from it. What stands there before is another
+# text, so that none arrives by having been there all along.
+round_trip() {
+    printf 'before' > "$work/before"
+    into_x "$work/before"
+    within_30_s "$1: what was there before" "$work/before" run_probe get
+    run_probe set < "$work/text" || failed "$1: exit status of set"
+    within_30_s "$1: out" "$work/text" from_x
+    within_30_s "$1: to another process of the program" "$work/text" run_probe get
+    run_probe set < "$work/before" || failed "$1: exit status of set"
+    within_30_s "$1: what was there between" "$work/before" from_x
+    into_x "$work/text"
+    within_30_s "$1: in" "$work/text" run_probe get
+}
+
+printf 'plain text' > "$work/text"
+round_trip 'ASCII'
+printf 'größe 你好 e\u0301' > "$work/text"
+round_trip 'two and three bytes'
+printf '😀 𠀀𠀁 \U0010FFFD' > "$work/text"
+round_trip 'outside the Basic Multilingual Plane'
+: > "$work/text"
+round_trip 'an empty text'
+for ((i = 0; i < 24000; i++)); do printf '%05d größe 你好 😀 ' "$i"; done > "$work/text"
+[ "$(wc -c < "$work/text")" -ge 524288 ] || failed 'half a megabyte is less'
+round_trip 'half a megabyte'
+
+# ---- Line ends ----
+
+# The program's bytes come and go as they are; in between Wine gives X line feeds, and Windows programs CR LF.
+printf 'a\r\nb\nc\rd' > "$work/text"
+run_probe set < "$work/text"
+within_30_s 'line ends to another process of the program' "$work/text" run_probe get
+printf 'a\nb\nc\rd' > "$work/as_x_sees_it"
+within_30_s 'line ends out' "$work/as_x_sees_it" from_x
+printf 'a\nb\n\nc' > "$work/text"
+into_x "$work/text"
+printf 'a\r\nb\r\n\r\nc' > "$work/as_programs_see_it"
+within_30_s 'line ends in' "$work/as_programs_see_it" run_probe get
+
+# ---- Bytes without a wide text ----
+
+# The system derives a wide text as soon as the other program is done, here from code page 1252.
+printf 'gr\xf6\xdfe' > "$work/text"
+run_probe offer_bytes < "$work/text" || failed 'bytes: exit status of the other program'
+printf 'größe' > "$work/converted"
+within_30_s 'bytes only' "$work/converted" run_probe get
+run_probe list | tr -d '\r' > "$work/actual"
+printf 'CLIP 1 = CF_TEXT\nCLIP 16 = CF_LOCALE\nCLIP 7 = CF_OEMTEXT\nCLIP 13 = CF_UNICODETEXT\n' |
+    diff - "$work/actual" || failed 'formats of bytes only'
+
+# ---- No text ----
+
+printf '\x89PNG\r\n\x1a\n' > "$work/text"
+timeout 10 xclip -selection clipboard -t image/png -i < "$work/text" > /dev/null 2>&1
+no_text() {
+    ! run_probe get
+}
+: > "$work/nothing"
+within_30_s 'a picture is no text' "$work/nothing" no_text
+run_probe set < "$work/before" # which ends the last xclip, too
+within_30_s 'a text after a picture' "$work/before" from_x
+
+if [ "$failures" != 0 ]; then
+    echo "$failures checks failed"
+    exit 1
+fi
+echo "all checks passed"

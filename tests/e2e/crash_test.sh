@@ -1,0 +1,100 @@
+#!/bin/bash
+# Real crashes of a real process, and its last words: crash_test.sh [RUNNER] PROGRAM, where PROGRAM is crash_probe.
+set -euo pipefail
+probe=("$@")
+case ${probe[-1]} in
+*.exe) windows=1 ;;
+*) windows=0 ;;
+esac
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+ulimit -c 0
+failures=0
+
+failed() {
+    echo "FAILED: $1"
+    failures=$((failures + 1))
+}
+
+# expect NAME STATUS TEXT ARGUMENT...: the exit status, and all of standard output.
+expect() {
+    local status=0
+    timeout 100 "${probe[@]}" "${@:4}" > "$work/actual" 2> "$work/errors" < /dev/null || status=$?
+    printf '%s' "$3" > "$work/expected"
+    [ "$status" = "$2" ] || failed "$1: exit status $status, not $2"
+    if ! cmp -s "$work/expected" "$work/actual"; then
+        failed "$1"
+        diff "$work/expected" "$work/actual" || true
+        cat "$work/errors"
+    fi
+}
+
+# ---- Crashes ----
+
+violation='EXCEPTION_ACCESS_VIOLATION -> The thread tried to read from or write to a virtual address for which it does'
+violation+=' not have the appropriate access.'
+division='EXCEPTION_INT_DIVIDE_BY_ZERO -> The thread tried to divide an integer value by an integer divisor of zero.'
+illegal='EXCEPTION_ILLEGAL_INSTRUCTION -> The thread tried to execute an invalid instruction.'
+breakpoint='EXCEPTION_BREAKPOINT -> A breakpoint was encountered.'
+overflow='EXCEPTION_STACK_OVERFLOW -> The thread used up its stack.'
+
+# A shell sees the lowest eight bits of the exception's code.
+expect 'an access violation' $((0x05)) "1 $violation"$'\n' access_violation
+expect 'a division by zero' $((0x94)) "1 $division"$'\n' divide_by_zero
+expect 'an illegal instruction' $((0x1D)) "1 $illegal"$'\n' illegal_instruction
+expect 'a breakpoint' $((0x03)) "1 $breakpoint"$'\n' breakpoint
+expect 'a stack overflow' $((0xFD)) "1 $overflow"$'\n' stack_overflow
+expect 'without a callback' $((0x05)) '' no_callback
+expect 'a second callback' $((0x05)) $'the second callback\n' second_callback
+
+if [ $windows = 1 ]; then
+    expect 'the whole status of an access violation' 0 "1 $violation"$'\nstatus C0000005\n' status access_violation
+    expect 'the whole status of a breakpoint' 0 "1 $breakpoint"$'\nstatus 80000003\n' status breakpoint
+fi
+
+# ---- A fatal error ----
+
+message=$'größe 😀 你好\nand no way out'
+if [ $windows = 0 ]; then
+    status=0
+    "${probe[@]}" fatal > "$work/actual" 2> "$work/errors" < /dev/null || status=$?
+    [ "$status" = 134 ] || failed "a fatal error: exit status $status, not that of an abort"
+    printf 'YA FUCKED UP: %s\n' "$message" | cmp - "$work/errors" || failed 'the message of a fatal error'
+elif [ -z "${DISPLAY:-}" ]; then
+    echo 'SKIPPED: no screen for a message box'
+else
+    # within_30_s COMMAND...: tries until it succeeds.
+    within_30_s() {
+        for ((tries = 0; tries < 300; tries++)); do
+            if "$@" > /dev/null 2>&1; then
+                return 0
+            fi
+            sleep 0.1
+        done
+        return 1
+    }
+    find_box() {
+        window=$(xdotool search --onlyvisible --name '^YA FUCKED UP$')
+    }
+    press_return() {
+        xdotool windowfocus "$window" key Return || true
+        ! kill -0 "$process"
+    }
+    timeout 100 "${probe[@]}" fatal > "$work/actual" 2> "$work/errors" < /dev/null &
+    process=$!
+    if within_30_s find_box; then
+        expect 'a box with title, message and one button' 0 "YA FUCKED UP"$'\n'"$message"$'\n1 button\n' box
+        within_30_s press_return || failed 'a box that closes'
+    else
+        failed 'a visible box'
+    fi
+    status=0
+    wait "$process" || status=$?
+    [ "$status" = 3 ] || failed "a fatal error: exit status $status, not that of an abort"
+fi
+
+if [ "$failures" != 0 ]; then
+    echo "$failures checks failed"
+    exit 1
+fi
+echo "all checks passed"
