@@ -30,6 +30,10 @@ void window_list_remove(const PlatformWindow *window) {
 
 } // namespace
 
+uint8_t window_is_alive(const PlatformWindow *window) {
+    return (window->flags & WINDOW_FLAG_ALIVE) != 0;
+}
+
 uint8_t window_list_add(PlatformWindow *window) {
     if (window_list.count == window_list.capacity) {
         uint32_t capacity = window_list.capacity ? window_list.capacity * 2 : 4;
@@ -208,6 +212,19 @@ void window_closed(PlatformWindow *window) {
     deliver();
 }
 
+void os_window_request_raw_mouse(PlatformWindow *window) {
+    if (window_is_alive(window)) {
+        window->input_flags |= WINDOW_INPUT_RAW_WANTED;
+        if (window->flags & WINDOW_FLAG_FOCUS) {
+            raw_mouse_start(window);
+        }
+    }
+}
+
+void os_window_destroy(PlatformWindow *window) {
+    window_closed(window);
+}
+
 void window_key(PlatformWindow *window, uint16_t code, uint8_t state) {
     begin_event(window, EVENT_KEY);
     event.key = {code, state};
@@ -298,31 +315,63 @@ void window_files_dropped(PlatformWindow *window, Point client, DropList *list) 
     os_free(list->bytes);
 }
 
-// ---- Presentation and place ----
+// ---- Presentation ----
 
-uint8_t window_is_alive(const PlatformWindow *window) {
-    return (window->flags & WINDOW_FLAG_ALIVE) != 0;
-}
+namespace {
 
-uint8_t window_can_present(const PlatformWindow *window) {
+// Whether there is anything to show.
+uint8_t can_present(const PlatformWindow *window) {
     const Framebuffer &framebuffer = window->framebuffer;
     return window_is_alive(window) && framebuffer.pixels && framebuffer.width > 0 && framebuffer.height > 0;
 }
 
-Point window_centered_position(Size window_size, const MonitorInfo *monitor) {
-    return {monitor->work_area.width / 2 - window_size.width / 2,
-            monitor->work_area.height / 2 - window_size.height / 2};
+} // namespace
+
+void os_window_blit(PlatformWindow *window) {
+    if (can_present(window)) {
+        window_present(window, {0, 0, window->client_size.width, window->client_size.height},
+                       {0, 0, window->framebuffer.width, window->framebuffer.height});
+    }
 }
 
-Point window_position_for_client(const PlatformWindow *window, Point client_position) {
-    return {client_position.x - (window->client_position.x - window->window_position.x),
-            client_position.y - (window->client_position.y - window->window_position.y)};
+void os_window_blit_rect(PlatformWindow *window, Rect rect) {
+    if (can_present(window)) {
+        window_present(window, rect, rect);
+    }
 }
 
-Rect window_resized_around_center(const PlatformWindow *window, Size outer_size) {
-    return {window->window_position.x + (window->window_size.width - outer_size.width) / 2,
-            window->window_position.y + (window->window_size.height - outer_size.height) / 2,
-            outer_size.width, outer_size.height};
+// ---- Place and size ----
+
+void os_window_move(PlatformWindow *window, Point position) {
+    if (window_is_alive(window)) {
+        window_place(window, {position.x, position.y, window->window_size.width, window->window_size.height});
+    }
+}
+
+void os_window_move_client(PlatformWindow *window, Point position) {
+    os_window_move(window, {position.x - (window->client_position.x - window->window_position.x),
+                            position.y - (window->client_position.y - window->window_position.y)});
+}
+
+void os_window_center(PlatformWindow *window, const MonitorInfo *monitor) {
+    os_window_move(window, {monitor->work_area.width / 2 - window->window_size.width / 2,
+                            monitor->work_area.height / 2 - window->window_size.height / 2});
+}
+
+void os_window_resize(PlatformWindow *window, Size client_size) {
+    if (window_is_alive(window)) {
+        Size size = window_outer_size(window, client_size);
+        window_place(window, {window->window_position.x, window->window_position.y, size.width, size.height});
+    }
+}
+
+void os_window_resize_centered(PlatformWindow *window, Size client_size) {
+    if (window_is_alive(window)) {
+        Size size = window_outer_size(window, client_size);
+        window_place(window, {window->window_position.x + (window->window_size.width - size.width) / 2,
+                              window->window_position.y + (window->window_size.height - size.height) / 2,
+                              size.width, size.height});
+    }
 }
 
 // ---- Monitors ----
@@ -340,14 +389,5 @@ void monitors_put_primary_first(MonitorInfo *monitors, uint32_t count) {
             monitors[i] = monitors[0];
             monitors[0] = primary;
         }
-    }
-}
-
-// ---- Raw mouse input ----
-
-void window_request_raw_mouse(PlatformWindow *window) {
-    window->input_flags |= WINDOW_INPUT_RAW_WANTED;
-    if (window->flags & WINDOW_FLAG_FOCUS) {
-        raw_mouse_start(window);
     }
 }

@@ -161,14 +161,13 @@ void os_set_event_callback(WindowEventCallback *callback);
 // caller may, with os_free. Without memory for a framebuffer the window has none.
 PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags);
 
-// Closes the window as the user would; EVENT_WINDOW_CLOSED is delivered before this returns.
-void os_window_destroy(PlatformWindow *window);
-
-// ---- Messages and presentation (each system) ----
+// ---- Messages (each system) ----
 
 // Handles every message that waits, without waiting for one, and calls the callback for those that are
 // events. Returns how many messages there were, events or not: one that asks for a redraw counts.
 uint32_t os_pump_messages();
+
+// ---- Presentation (one version for all systems) ----
 
 // Shows the whole framebuffer in the whole client area, stretched when their sizes differ. Nothing happens
 // when the window is closed, owns no framebuffer or has no area.
@@ -177,18 +176,33 @@ void os_window_blit(PlatformWindow *window);
 // Shows a part of the framebuffer at the same place in the client area. rect lies within the framebuffer.
 void os_window_blit_rect(PlatformWindow *window, Rect rect);
 
-// ---- Place, size and frame (each system) ----
+// ---- Place and size (one version for all systems) ----
 
-// All of these do nothing for a window that is closed.
+// All of these, and those of the system below, do nothing for a window that is closed.
 
 struct MonitorInfo;
-
-void os_window_show(PlatformWindow *window, uint8_t visible);
 
 // Moves the window to the middle of the monitor's work area, as if that began at the screen's origin: where
 // the work area begins is not added, and that is meant.
 void os_window_center(PlatformWindow *window, const MonitorInfo *monitor);
 
+// Moves the window's upper left corner, or the client area's, there on the screen.
+void os_window_move(PlatformWindow *window, Point position);
+void os_window_move_client(PlatformWindow *window, Point position);
+
+// Gives the client area that size; the upper left corner stays, or the middle.
+void os_window_resize(PlatformWindow *window, Size client_size);
+void os_window_resize_centered(PlatformWindow *window, Size client_size);
+
+// Closes the window as the user would; EVENT_WINDOW_CLOSED is delivered before this returns.
+void os_window_destroy(PlatformWindow *window);
+
+// Asks for the mouse's own movements while the window has the focus, wherever the pointer is.
+void os_window_request_raw_mouse(PlatformWindow *window);
+
+// ---- Appearance (each system) ----
+
+void os_window_show(PlatformWindow *window, uint8_t visible);
 void os_window_minimize(PlatformWindow *window);
 void os_window_restore(PlatformWindow *window);
 
@@ -198,14 +212,6 @@ void os_window_focus(PlatformWindow *window);
 
 // Flashes the window's taskbar button until the user comes to it, once.
 void os_window_flash(PlatformWindow *window);
-
-// Moves the window's upper left corner, or the client area's, there on the screen.
-void os_window_move(PlatformWindow *window, Point position);
-void os_window_move_client(PlatformWindow *window, Point position);
-
-// Gives the client area that size; the upper left corner stays, or the middle.
-void os_window_resize(PlatformWindow *window, Size client_size);
-void os_window_resize_centered(PlatformWindow *window, Size client_size);
 
 // Takes the frame away or gives it back; the outer rectangle stays.
 void os_window_toggle_frame(PlatformWindow *window);
@@ -237,9 +243,6 @@ void os_set_cursor(uint32_t index);
 
 // Shows or hides the mouse cursor of the whole program, whatever was asked for before.
 void os_show_system_cursor(uint8_t visible);
-
-// Asks for the mouse's own movements while the window has the focus, wherever the pointer is.
-void os_window_request_raw_mouse(PlatformWindow *window);
 
 // ---- Monitors (each system) ----
 

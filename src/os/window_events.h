@@ -93,21 +93,7 @@ void drop_list_add(DropList *list, Str name);
 // Delivers the list's event and frees the list. client: where the files were dropped, in the client area.
 void window_files_dropped(PlatformWindow *window, Point client, DropList *list);
 
-// ---- Presentation and place (one version for all systems) ----
-
 uint8_t window_is_alive(const PlatformWindow *window);
-
-// Whether there is anything to show: the window is open and its framebuffer has pixels.
-uint8_t window_can_present(const PlatformWindow *window);
-
-// Where os_window_center puts a window of that size.
-Point window_centered_position(Size window_size, const MonitorInfo *monitor);
-
-// The window's place that puts its client area there.
-Point window_position_for_client(const PlatformWindow *window, Point client_position);
-
-// The window's place with that outer size and the same middle.
-Rect window_resized_around_center(const PlatformWindow *window, Size outer_size);
 
 // ---- Monitors (one version for all systems) ----
 
@@ -117,17 +103,21 @@ void monitor_set_mode(MonitorInfo *monitor, Size mode_resolution, Size size, uin
 // Exchanges the primary monitor and the first one.
 void monitors_put_primary_first(MonitorInfo *monitors, uint32_t count);
 
-// ---- What window_closed and the focus need (each system) ----
+// ---- What only the system can do (each system) ----
 
 // Gives back the device context and destroys the system's window.
 void window_destroy_native(PlatformWindow *window);
+
+// Shows a part of the framebuffer in a part of the client area, both of some area.
+void window_present(const PlatformWindow *window, Rect to, Rect from);
+
+// The outer size that gives the client area that size.
+Size window_outer_size(const PlatformWindow *window, Size client_size);
+
+// Gives the window that outer rectangle; messages of its new place and size follow.
+void window_place(PlatformWindow *window, Rect outer);
 
 // Asks for raw mouse input for the window, or takes every such request back. Registering returns whether the
 // system agreed.
 uint8_t raw_mouse_register(PlatformWindow *window);
 void raw_mouse_unregister();
-
-// ---- Raw mouse input (one version for all systems) ----
-
-// What os_window_request_raw_mouse does.
-void window_request_raw_mouse(PlatformWindow *window);

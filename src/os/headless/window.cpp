@@ -164,11 +164,6 @@ void tell_geometry(Offscreen *self) {
     }
 }
 
-void place(Offscreen *self, Rect outer) {
-    self->outer = outer;
-    tell_geometry(self);
-}
-
 void bring_to_front(Offscreen *self) {
     for (Offscreen **link = &headless.front; *link; link = &(*link)->behind) {
         if (*link == self) {
@@ -221,10 +216,10 @@ void handle(Message message) {
     case MESSAGE_PAINT:
         break;
     case MESSAGE_MOVE:
-        place(self, {message.outer.x, message.outer.y, self->outer.width, self->outer.height});
+        window_place(window, {message.outer.x, message.outer.y, self->outer.width, self->outer.height});
         break;
     case MESSAGE_SIZE:
-        place(self, {self->outer.x, self->outer.y, message.outer.width, message.outer.height});
+        window_place(window, {self->outer.x, self->outer.y, message.outer.width, message.outer.height});
         break;
     case MESSAGE_FOCUS_GAINED:
         window_focus_gained(window);
@@ -483,10 +478,6 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
     return window;
 }
 
-void os_window_destroy(PlatformWindow *window) {
-    window_closed(window);
-}
-
 void window_destroy_native(PlatformWindow *window) {
     Offscreen *self = offscreen(window);
     forget_messages(self);
@@ -505,7 +496,7 @@ void window_destroy_native(PlatformWindow *window) {
     window->handle = nullptr;
 }
 
-// ---- Messages and presentation ----
+// ---- Messages ----
 
 uint32_t os_pump_messages() {
     uint32_t count = 0;
@@ -517,41 +508,33 @@ uint32_t os_pump_messages() {
     return count;
 }
 
-namespace {
-
-// Copies a part of the framebuffer into a part of the client area, the nearest pixel where the sizes differ.
-void blit(const PlatformWindow *window, Rect to, Rect from) {
-    Offscreen *self = offscreen(window);
-    self->view.presented++;
+// Where the sizes differ, the nearest pixel is taken.
+void window_present(const PlatformWindow *window, Rect to, Rect from) {
+    HeadlessView *view = &offscreen(window)->view;
+    view->presented++;
     for (int32_t y = 0; y < to.height; y++) {
         for (int32_t x = 0; x < to.width; x++) {
             Point at = {to.x + x, to.y + y};
-            if (is_inside({0, 0, self->view.size.width, self->view.size.height}, at)) {
+            if (is_inside({0, 0, view->size.width, view->size.height}, at)) {
                 int64_t from_x = from.x + int64_t{x} * from.width / to.width;
                 int64_t from_y = from.y + int64_t{y} * from.height / to.height;
-                self->view.pixels[int64_t{at.y} * self->view.size.width + at.x] =
+                view->pixels[int64_t{at.y} * view->size.width + at.x] =
                     window->framebuffer.pixels[from_y * window->framebuffer.width + from_x];
             }
         }
     }
 }
 
-} // namespace
-
-void os_window_blit(PlatformWindow *window) {
-    if (window_can_present(window)) {
-        blit(window, {0, 0, window->client_size.width, window->client_size.height},
-             {0, 0, window->framebuffer.width, window->framebuffer.height});
-    }
-}
-
-void os_window_blit_rect(PlatformWindow *window, Rect rect) {
-    if (window_can_present(window)) {
-        blit(window, rect, rect);
-    }
-}
-
 // ---- Place, size and frame ----
+
+Size window_outer_size(const PlatformWindow *window, Size client_size) {
+    return outer_size(client_size, offscreen(window)->style);
+}
+
+void window_place(PlatformWindow *window, Rect outer) {
+    offscreen(window)->outer = outer;
+    tell_geometry(offscreen(window));
+}
 
 void os_window_show(PlatformWindow *window, uint8_t visible) {
     if (!window_is_alive(window)) {
@@ -576,10 +559,6 @@ void os_window_show(PlatformWindow *window, uint8_t visible) {
             window_focus_lost(window);
         }
     }
-}
-
-void os_window_center(PlatformWindow *window, const MonitorInfo *monitor) {
-    os_window_move(window, window_centered_position(window->window_size, monitor));
 }
 
 namespace {
@@ -616,34 +595,6 @@ void os_window_focus(PlatformWindow *window) {
 // There is no taskbar to flash in.
 void os_window_flash(PlatformWindow *) {}
 
-void os_window_move(PlatformWindow *window, Point position) {
-    if (window_is_alive(window)) {
-        Offscreen *self = offscreen(window);
-        place(self, {position.x, position.y, self->outer.width, self->outer.height});
-    }
-}
-
-void os_window_move_client(PlatformWindow *window, Point position) {
-    if (window_is_alive(window)) {
-        os_window_move(window, window_position_for_client(window, position));
-    }
-}
-
-void os_window_resize(PlatformWindow *window, Size client_size) {
-    if (window_is_alive(window)) {
-        Offscreen *self = offscreen(window);
-        Size size = outer_size(client_size, self->style);
-        place(self, {self->outer.x, self->outer.y, size.width, size.height});
-    }
-}
-
-void os_window_resize_centered(PlatformWindow *window, Size client_size) {
-    if (window_is_alive(window)) {
-        Offscreen *self = offscreen(window);
-        place(self, window_resized_around_center(window, outer_size(client_size, self->style)));
-    }
-}
-
 void os_window_toggle_frame(PlatformWindow *window) {
     if (window_is_alive(window)) {
         Offscreen *self = offscreen(window);
@@ -678,12 +629,6 @@ uint8_t raw_mouse_register(PlatformWindow *) {
 
 void raw_mouse_unregister() {
     headless.raw_mouse = 0;
-}
-
-void os_window_request_raw_mouse(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        window_request_raw_mouse(window);
-    }
 }
 
 // ---- Monitors ----

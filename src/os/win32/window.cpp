@@ -281,17 +281,13 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
     return window;
 }
 
-void os_window_destroy(PlatformWindow *window) {
-    window_closed(window);
-}
-
 void window_destroy_native(PlatformWindow *window) {
     HWND handle = static_cast<HWND>(window->handle);
     ReleaseDC(handle, static_cast<HDC>(window->device_context));
     DestroyWindow(handle);
 }
 
-// ---- Messages and presentation ----
+// ---- The pump and presentation ----
 
 uint32_t os_pump_messages() {
     uint32_t count = 0;
@@ -304,9 +300,7 @@ uint32_t os_pump_messages() {
     return count;
 }
 
-namespace {
-
-void blit(const PlatformWindow *window, Rect to, Rect from) {
+void window_present(const PlatformWindow *window, Rect to, Rect from) {
     const Framebuffer &framebuffer = window->framebuffer;
     BITMAPINFO info = {};
     info.bmiHeader.biSize = sizeof(info.bmiHeader);
@@ -315,58 +309,36 @@ void blit(const PlatformWindow *window, Rect to, Rect from) {
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
     info.bmiHeader.biCompression = BI_RGB;
-    StretchDIBits(static_cast<HDC>(window->device_context), to.x, to.y, to.width, to.height, from.x, from.y,
-                  from.width, from.height, framebuffer.pixels, &info, DIB_RGB_COLORS, SRCCOPY);
-}
-
-} // namespace
-
-void os_window_blit(PlatformWindow *window) {
-    if (window_can_present(window)) {
-        blit(window, {0, 0, window->client_size.width, window->client_size.height},
-             {0, 0, window->framebuffer.width, window->framebuffer.height});
-    }
-}
-
-void os_window_blit_rect(PlatformWindow *window, Rect rect) {
-    if (window_can_present(window)) {
-        // For a part of the picture the call counts the source's rows from the bottom.
-        blit(window, rect,
-             {rect.x, window->framebuffer.height - rect.y - rect.height, rect.width, rect.height});
-    }
+    // The call counts the source's rows from the bottom all the same.
+    int32_t from_bottom = framebuffer.height - from.y - from.height;
+    StretchDIBits(static_cast<HDC>(window->device_context), to.x, to.y, to.width, to.height, from.x,
+                  from_bottom, from.width, from.height, framebuffer.pixels, &info, DIB_RGB_COLORS, SRCCOPY);
 }
 
 // ---- Place, size and frame ----
 
 namespace {
 
-void place(PlatformWindow *window, Rect outer, UINT flags) {
-    SetWindowPos(static_cast<HWND>(window->handle), nullptr, outer.x, outer.y, outer.width, outer.height,
+void place(HWND handle, Rect outer, UINT flags) {
+    SetWindowPos(handle, nullptr, outer.x, outer.y, outer.width, outer.height,
                  SWP_NOZORDER | SWP_NOACTIVATE | flags);
 }
 
-void move_to(PlatformWindow *window, Point position) {
-    place(window, {position.x, position.y, 0, 0}, SWP_NOSIZE);
-}
+} // namespace
 
-// The outer size that gives the client area that size.
-Size outer_size_now(const PlatformWindow *window, Size client_size) {
+Size window_outer_size(const PlatformWindow *window, Size client_size) {
     HWND handle = static_cast<HWND>(window->handle);
     return outer_size(client_size, static_cast<DWORD>(GetWindowLongPtrW(handle, GWL_STYLE)),
                       static_cast<DWORD>(GetWindowLongPtrW(handle, GWL_EXSTYLE)));
 }
 
-} // namespace
+void window_place(PlatformWindow *window, Rect outer) {
+    place(static_cast<HWND>(window->handle), outer, 0);
+}
 
 void os_window_show(PlatformWindow *window, uint8_t visible) {
     if (window_is_alive(window)) {
         ShowWindow(static_cast<HWND>(window->handle), visible ? SW_SHOW : SW_HIDE);
-    }
-}
-
-void os_window_center(PlatformWindow *window, const MonitorInfo *monitor) {
-    if (window_is_alive(window)) {
-        move_to(window, window_centered_position(window->window_size, monitor));
     }
 }
 
@@ -402,31 +374,6 @@ void os_window_flash(PlatformWindow *window) {
     }
 }
 
-void os_window_move(PlatformWindow *window, Point position) {
-    if (window_is_alive(window)) {
-        move_to(window, position);
-    }
-}
-
-void os_window_move_client(PlatformWindow *window, Point position) {
-    if (window_is_alive(window)) {
-        move_to(window, window_position_for_client(window, position));
-    }
-}
-
-void os_window_resize(PlatformWindow *window, Size client_size) {
-    if (window_is_alive(window)) {
-        Size size = outer_size_now(window, client_size);
-        place(window, {0, 0, size.width, size.height}, SWP_NOMOVE);
-    }
-}
-
-void os_window_resize_centered(PlatformWindow *window, Size client_size) {
-    if (window_is_alive(window)) {
-        place(window, window_resized_around_center(window, outer_size_now(window, client_size)), 0);
-    }
-}
-
 void os_window_toggle_frame(PlatformWindow *window) {
     if (!window_is_alive(window)) {
         return;
@@ -439,7 +386,7 @@ void os_window_toggle_frame(PlatformWindow *window) {
     constexpr LONG_PTR frame_bits = WS_POPUP | WS_OVERLAPPEDWINDOW;
     LONG_PTR style = GetWindowLongPtrW(handle, GWL_STYLE);
     SetWindowLongPtrW(handle, GWL_STYLE, (style & ~frame_bits) | frame_style(window->flags));
-    place(window, outer, SWP_FRAMECHANGED);
+    place(handle, outer, SWP_FRAMECHANGED);
 }
 
 void os_window_toggle_topmost(PlatformWindow *window) {
@@ -489,12 +436,6 @@ uint8_t raw_mouse_register(PlatformWindow *window) {
 
 void raw_mouse_unregister() {
     register_mouse(RIDEV_REMOVE, nullptr);
-}
-
-void os_window_request_raw_mouse(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        window_request_raw_mouse(window);
-    }
 }
 
 // ---- Monitors ----
