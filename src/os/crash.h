@@ -18,8 +18,9 @@ typedef void CrashCallback(int32_t is_crash, const char *description);
 
 // Has callback called once when the process crashes; the process then ends with the exception's code as exit
 // status, of which the lowest eight bits are left on Linux. The first call installs that, a later one only
-// replaces callback; with null nothing is called. On Linux, where a signal stands for each exception, a stack
-// overflow is reported only in the thread of the first call.
+// replaces callback; with null nothing is called. What MinGW's start-up code takes for harmless in the main
+// thread (codes 0x80000002, 0xC000008C, 0xC0000092 and 0xC0000095) does not come as far. On Linux, where a
+// signal stands for each exception, a stack overflow is reported only in the thread of the first call.
 void os_set_crash_callback(CrashCallback *callback);
 
 // ---- Fatal errors (each system) ----

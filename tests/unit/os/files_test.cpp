@@ -141,6 +141,7 @@ TEST(FileRead, APathEndsAtItsZeroByte) {
     TestTree tree;
     tree.file("f", "text");
     EXPECT_EQ(read_text(tree.path("f") + std::string("\0junk", 5)), "text");
+    EXPECT_EQ(read_text(tree.path("f") + '\0' + std::string(200000, 'x')), "text");
 }
 
 TEST(FileRead, AFolderCannotBeRead) {
