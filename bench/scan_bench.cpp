@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "os/processor.h"
 #include "search/scan.h"
 
 namespace {
@@ -83,7 +84,7 @@ int main(int argc, char **argv) {
     benchmark::RegisterBenchmark("memchr", memchr_speed)->Apply(sizes);
     for (const char *query : {"\x01", "zqxwvk_none", "intqq", "structure_of_nothing", " e_~e "}) {
         std::string name = std::string("scan ") + (query[0] == 1 ? "one byte" : query);
-        if (scan_has_avx2()) {
+        if (os_has_avx2()) {
             benchmark::RegisterBenchmark((name + ", AVX2").c_str(), scan_speed, query, &scan_next_hit_avx2)
                 ->Apply(sizes);
         }

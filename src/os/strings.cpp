@@ -168,31 +168,57 @@ void *dynarray_push(DynArray *array, uint64_t elem_size, const void *elem) {
     return dynarray_push_shared(array, elem_size, elem, nullptr);
 }
 
+namespace {
+
+// Makes room for one element behind the first count. Returns 0, with the array all zero, when it cannot.
+uint8_t dynarray_make_room(DynArray *array, uint64_t elem_size, uint64_t count, RetiredBlocks *readers) {
+    if (array->capacity >= count + 1) {
+        return 1;
+    }
+    // With a capacity of 0 this never ends, which is meant; volatile, lest the compiler drops such a loop.
+    volatile uint64_t grown = array->capacity;
+    while (grown < count + 1) {
+        grown = dynarray_next_capacity(elem_size, grown);
+    }
+    uint64_t capacity = grown;
+    Replacement storage = replace_block(array->data, count * elem_size, capacity * elem_size, readers);
+    if (!storage.new_block) {
+        array->count = 0;
+    }
+    array->data = storage.new_block;
+    array->capacity = storage.new_block ? capacity : 0;
+    if (storage.old_block) {
+        retire_replaced(storage.old_block, readers);
+    }
+    return storage.new_block != nullptr;
+}
+
+} // namespace
+
 void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem, RetiredBlocks *readers) {
     // Read once: the other thread may zero the count of the hit table at any time.
     uint64_t count = array->count;
-    if (array->capacity < count + 1) {
-        // With a capacity of 0 this never ends, which is meant; volatile, lest the compiler drops such a
-        // loop.
-        volatile uint64_t grown = array->capacity;
-        while (grown < count + 1) {
-            grown = dynarray_next_capacity(elem_size, grown);
-        }
-        uint64_t capacity = grown;
-        Replacement storage = replace_block(array->data, count * elem_size, capacity * elem_size, readers);
-        if (!storage.new_block) {
-            array->count = 0;
-        }
-        array->data = storage.new_block;
-        array->capacity = storage.new_block ? capacity : 0;
-        if (storage.old_block) {
-            retire_replaced(storage.old_block, readers);
-        }
-        if (!storage.new_block) {
-            return nullptr;
-        }
+    if (!dynarray_make_room(array, elem_size, count, readers)) {
+        return nullptr;
     }
     char *slot = array->data + count * elem_size;
+    if (elem) {
+        memcpy(slot, elem, elem_size);
+    }
+    array->count = count + 1;
+    return slot;
+}
+
+void *dynarray_insert(DynArray *array, uint64_t elem_size, uint64_t index, const void *elem) {
+    uint64_t count = array->count;
+    if (index >= count) {
+        return dynarray_push(array, elem_size, elem);
+    }
+    if (!dynarray_make_room(array, elem_size, count, nullptr)) {
+        return nullptr;
+    }
+    char *slot = array->data + index * elem_size;
+    memmove(slot + elem_size, slot, (count - index) * elem_size);
     if (elem) {
         memcpy(slot, elem, elem_size);
     }

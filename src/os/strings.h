@@ -81,6 +81,12 @@ void *dynarray_push(DynArray *array, uint64_t elem_size, const void *elem);
 // The same for an array that another thread reads: storage it may be reading is retired to readers.
 void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem, RetiredBlocks *readers);
 
+// Inserts one element before the one at index, copied from elem; when elem is null the slot's bytes are left
+// as they are. An index at or past the end is a push. Growth, its failure, a capacity of 0 and the returned
+// slot are those of dynarray_push. Not for an array that another thread reads: elements move under the
+// reader.
+void *dynarray_insert(DynArray *array, uint64_t elem_size, uint64_t index, const void *elem);
+
 // ---- StringArena ----
 
 struct ArenaBlock {

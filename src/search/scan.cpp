@@ -2,13 +2,9 @@
 
 #include <string.h>
 
-uint8_t scan_has_avx2() {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-           __builtin_cpu_supports("popcnt") && __builtin_cpu_supports("lzcnt");
-}
+#include "os/processor.h"
 
-ScanNextHit *scan_next_hit_variant = scan_has_avx2() ? scan_next_hit_avx2 : scan_next_hit_sse2;
+ScanNextHit *scan_next_hit_variant = os_has_avx2() ? scan_next_hit_avx2 : scan_next_hit_sse2;
 
 namespace {
 

@@ -44,9 +44,7 @@ typedef uint8_t ScanNextHit(const char *text, int64_t from, int64_t span, const 
                             ScanHit *hit);
 
 ScanNextHit scan_next_hit_sse2; // every x86-64 processor
-ScanNextHit scan_next_hit_avx2; // only where scan_has_avx2
-
-uint8_t scan_has_avx2();
+ScanNextHit scan_next_hit_avx2; // only where os_has_avx2
 
 // The variant in use: the best one this processor has, chosen at start-up.
 extern ScanNextHit *scan_next_hit_variant;

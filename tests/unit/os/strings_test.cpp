@@ -4,6 +4,7 @@
 
 #include <string.h>
 
+#include <random>
 #include <string>
 #include <thread>
 #include <utility>
@@ -391,6 +392,102 @@ TEST(DynArrayGrowth, AReaderThatAppearsWhileABlockIsReplacedChangesNothing) {
     EXPECT_EQ(std::string(array.data, 8), "abcdefgh"); // and one owner for each block
     EXPECT_EQ(readers.first, nullptr);
     os_free(array.data);
+}
+
+// ---- dynarray_insert ----
+
+namespace {
+
+struct Numbers : DynArray {
+    explicit Numbers(uint64_t wanted_capacity) : DynArray() {
+        dynarray_init(this, sizeof(uint32_t), wanted_capacity);
+    }
+    ~Numbers() {
+        os_free(data);
+    }
+    Numbers(const Numbers &) = delete;
+    Numbers &operator=(const Numbers &) = delete;
+
+    void *insert(uint64_t index, uint32_t number) {
+        return dynarray_insert(this, sizeof(number), index, &number);
+    }
+    std::vector<uint32_t> all() const {
+        std::vector<uint32_t> numbers(count);
+        memcpy(numbers.data(), data, count * sizeof(uint32_t));
+        return numbers;
+    }
+};
+
+} // namespace
+
+TEST(DynArrayInsert, PutsTheElementBeforeTheOneAtTheIndex) {
+    Numbers numbers(8);
+    numbers.insert(0, 30);
+    EXPECT_EQ(numbers.insert(0, 10), numbers.data);
+    EXPECT_EQ(numbers.insert(1, 20), numbers.data + 4);
+    EXPECT_EQ(numbers.all(), (std::vector<uint32_t>{10, 20, 30}));
+}
+
+TEST(DynArrayInsert, AtOrPastTheEndIsAPush) {
+    Numbers numbers(8);
+    EXPECT_EQ(numbers.insert(5, 1), numbers.data);
+    EXPECT_EQ(numbers.insert(1, 2), numbers.data + 4);
+    EXPECT_EQ(numbers.insert(UINT64_MAX, 3), numbers.data + 8);
+    EXPECT_EQ(numbers.all(), (std::vector<uint32_t>{1, 2, 3}));
+}
+
+TEST(DynArrayInsert, WithoutAnElementTheSlotIsLeftAsItWas) {
+    Numbers numbers(8);
+    numbers.insert(0, 1);
+    numbers.insert(1, 2);
+    EXPECT_EQ(dynarray_insert(&numbers, 4, 0, nullptr), numbers.data);
+    EXPECT_EQ(numbers.all(), (std::vector<uint32_t>{1, 1, 2}));
+}
+
+TEST(DynArrayInsert, GrowsAsAPushDoes) {
+    Numbers numbers(2);
+    numbers.insert(0, 2);
+    numbers.insert(0, 1);
+    std::vector<uint64_t> sizes;
+    {
+        HeapHookScope hook([&](uint64_t size) {
+            sizes.push_back(size);
+            return true;
+        });
+        numbers.insert(0, 0);
+        numbers.insert(0, 7);
+        numbers.insert(2, 9);
+    }
+    EXPECT_EQ(numbers.all(), (std::vector<uint32_t>{7, 0, 9, 1, 2}));
+    EXPECT_EQ(sizes, (std::vector<uint64_t>{4 * 4, 8 * 4}));
+    EXPECT_EQ(numbers.capacity, 8u);
+}
+
+TEST(DynArrayInsert, ARefusedGrowthEmptiesTheArray) {
+    for (uint64_t index : {0u, 1u, 2u}) {
+        Numbers numbers(2);
+        numbers.insert(0, 2);
+        numbers.insert(0, 1);
+        {
+            HeapHookScope hook([](uint64_t) { return false; });
+            EXPECT_EQ(numbers.insert(index, 3), nullptr);
+        }
+        EXPECT_EQ(numbers.count, 0u);
+        EXPECT_EQ(numbers.capacity, 0u);
+        EXPECT_EQ(numbers.data, nullptr);
+    }
+}
+
+TEST(DynArrayInsert, KeepsAVectorsOrderAtRandomPlaces) {
+    std::mt19937 random(3);
+    Numbers numbers(1);
+    std::vector<uint32_t> expected;
+    for (uint32_t i = 0; i < 1000; i++) {
+        size_t index = random() % (expected.size() + 1);
+        numbers.insert(index, i);
+        expected.insert(expected.begin() + static_cast<std::ptrdiff_t>(index), i);
+    }
+    EXPECT_EQ(numbers.all(), expected);
 }
 
 // ---- StringArena ----

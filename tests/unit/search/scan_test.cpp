@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 
+#include "os/processor.h"
 #include "search/plain_matcher.h"
 #include "support/test_tree.h"
 
@@ -48,7 +49,7 @@ TEST(Scan, NothingIsFoundFromSpanOn) {
 }
 
 TEST(Scan, TheBestVariantIsInUse) {
-    EXPECT_EQ(scan_next_hit_variant, scan_has_avx2() ? &scan_next_hit_avx2 : &scan_next_hit_sse2);
+    EXPECT_EQ(scan_next_hit_variant, os_has_avx2() ? &scan_next_hit_avx2 : &scan_next_hit_sse2);
 }
 
 // Blocks that end with the text, beginning at every place of a cache line: the address sanitizer sees any
