@@ -7,6 +7,7 @@ cd "$(dirname "$0")"
 
 tools/need_packages git cmake ninja-build g++ clang-format googletest libbenchmark-dev libstb-dev \
     g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth xclip xdotool
+tools/need_font
 
 echo "== Format"
 git ls-files -co --exclude-standard '*.cpp' '*.h' '*.inl' | xargs clang-format --dry-run --Werror
