@@ -1,0 +1,55 @@
+// The primitives that write into a framebuffer: an opaque rectangle, a translucent one, and a bitmap of
+// coverage in one colour. Outlines and carets are thin rectangles.
+//
+// Colours are 0xAARRGGBB. Blending is single-precision float, cut towards zero and never rounded; every
+// variant below gives the same bits. All primitives draw from row and column 0 up to the clip's width and
+// height, and never past the framebuffer's own; neither a rectangle of any place and size nor a framebuffer
+// without pixels does harm.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/framebuffer.h"
+#include "os/rect.h"
+
+// Where drawing ends at the right and at the bottom: the width and the height. x and y mean nothing.
+using ClipSize = Rect;
+
+// Writes colour, its alpha included, into every pixel of rect. Nothing is blended, whatever the alpha.
+void fill_rect(Framebuffer *framebuffer, ClipSize clip, Rect rect, uint32_t colour);
+
+// Lays colour over every pixel of rect by its alpha; 0xFF is fill_rect, and 0 draws nothing.
+void blend_rect(Framebuffer *framebuffer, ClipSize clip, Rect rect, uint32_t colour);
+
+// Lays colour over the framebuffer, each pixel by its byte of coverage scaled with the colour's alpha. The
+// bitmap's rows are bitmap_size.width bytes; limit's width and height cut what is drawn of it (x and y mean
+// nothing), and its top left pixel lands on position. An alpha of 0 draws nothing. Over a pixel of alpha 0
+// the colour replaces the pixel, also where the coverage is 0.
+void blit_coverage(Framebuffer *framebuffer, ClipSize clip, const uint8_t *coverage, Size bitmap_size,
+                   Rect limit, Point position, uint32_t colour);
+
+// One pixel with colour laid over it by colour's alpha. Over a pixel of alpha 0 that is colour itself.
+uint32_t blend_pixel(uint32_t pixel, uint32_t colour);
+
+// ---- The processor's variants ----
+
+// The part of a bitmap that is to be drawn, after clipping.
+struct CoverageBlit {
+    uint32_t *pixels;        // the first pixel to draw on
+    int64_t pixel_stride;    // pixels from one row to the next
+    const uint8_t *coverage; // the first pixel's byte
+    int64_t coverage_stride; // bytes from one row to the next
+    int64_t width;           // pixels, at least 1
+    int64_t height;          // rows, at least 1
+    uint32_t colour;         // of an alpha above 0
+};
+
+// Draws it, touching no pixel and reading no byte of coverage but those of the part.
+typedef void BlitCoverageRows(const CoverageBlit &blit);
+
+BlitCoverageRows blit_coverage_rows_scalar; // pixel by pixel
+BlitCoverageRows blit_coverage_rows_sse2;   // every x86-64 processor
+BlitCoverageRows blit_coverage_rows_avx2;   // only where os_has_avx2
+
+// The variant in use: the best one this processor has, chosen at start-up.
+extern BlitCoverageRows *blit_coverage_rows;

@@ -1,0 +1,250 @@
+#include "render/font.h"
+
+#include <string.h>
+
+#include "os/files.h"
+
+Font font;
+
+// ---- Loading ----
+
+namespace {
+
+uint32_t big_endian_16(const uint8_t *p) {
+    return static_cast<uint32_t>(p[0] << 8 | p[1]);
+}
+
+uint64_t big_endian_32(const uint8_t *p) {
+    return uint64_t{big_endian_16(p)} << 16 | big_endian_16(p + 2);
+}
+
+// The shortest a table may be, for those whose head stb_truetype reads without a look at the file's end.
+struct TableHead {
+    char tag[5];
+    uint32_t size;
+};
+constexpr TableHead table_heads[] = {{"cmap", 12}, {"head", 54}, {"hhea", 36}, {"maxp", 6}, {"CFF ", 4}};
+
+// Whether the list of tables at start, and every table it names, lies in the file.
+bool tables_lie_within(const uint8_t *file, uint64_t size, uint64_t start) {
+    constexpr uint64_t head_size = 12, row_size = 16; // tag, checksum, offset, length
+    if (start + head_size > size) {
+        return false;
+    }
+    uint64_t rows = big_endian_16(file + start + 4);
+    if (start + head_size + rows * row_size > size) {
+        return false;
+    }
+    for (uint64_t i = 0; i < rows; i++) {
+        const uint8_t *row = file + start + head_size + i * row_size;
+        uint64_t length = big_endian_32(row + 12);
+        if (big_endian_32(row + 8) + length > size) {
+            return false;
+        }
+        for (const TableHead &head : table_heads) {
+            if (memcmp(row, head.tag, 4) == 0 && length < head.size) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// stb_truetype takes a file for a whole one and looks for no end of it.
+bool init_font_info(stbtt_fontinfo *info, Str file) {
+    constexpr uint64_t collection_head = 16; // bytes, up to and with the place of font 0
+    uint8_t *bytes = reinterpret_cast<uint8_t *>(file.data);
+    if (file.count < collection_head) {
+        return false;
+    }
+    int start = stbtt_GetFontOffsetForIndex(bytes, 0);
+    return start >= 0 && tables_lie_within(bytes, file.count, static_cast<uint64_t>(start)) &&
+           stbtt_InitFont(info, bytes, start);
+}
+
+// The number at a place in the file, 0 past its end.
+uint32_t number_at(Str file, uint64_t place) {
+    return place + 2 <= file.count ? big_endian_16(reinterpret_cast<const uint8_t *>(file.data) + place) : 0;
+}
+
+// Whether stb_truetype may find kerning at all: it looks at pair adjustments of GPOS, and at kern when there
+// is no GPOS. It looks them up anew for each two glyphs, which costs as much as drawing one.
+bool may_kern(const stbtt_fontinfo *info, Str file) {
+    constexpr uint32_t pair_adjustment = 2;
+    if (info->gpos <= 0) {
+        return info->kern != 0;
+    }
+    uint64_t gpos = static_cast<uint64_t>(info->gpos);
+    uint64_t lookups = gpos + number_at(file, gpos + 8);
+    uint32_t count = number_at(file, lookups);
+    for (uint32_t i = 0; i < count; i++) {
+        if (number_at(file, lookups + number_at(file, lookups + 2 + 2 * i)) == pair_adjustment) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+Font font_load(Str path) {
+    Font loaded = {};
+    loaded.file = os_file_read_all(path);
+    if (loaded.file.count == 0 || !init_font_info(&loaded.info, loaded.file)) {
+        return {};
+    }
+    loaded.has_kerning = may_kern(&loaded.info, loaded.file);
+    dynarray_init(&loaded.sizes, sizeof(SizedFont), 8);
+    return loaded;
+}
+
+// ---- Sizes ----
+
+namespace {
+
+SizedFont *sizes_of_font() {
+    return reinterpret_cast<SizedFont *>(font.sizes.data);
+}
+
+float scale_for(int32_t pixel_height) {
+    const uint8_t *hhea = font.info.data + font.info.hhea;
+    int32_t ascender = static_cast<int16_t>(big_endian_16(hhea + 4));
+    int32_t descender = static_cast<int16_t>(big_endian_16(hhea + 6));
+    return static_cast<float>(pixel_height) / static_cast<float>(ascender - descender);
+}
+
+} // namespace
+
+SizedFont *font_get_size(int32_t pixel_height) {
+    SizedFont *sizes = sizes_of_font();
+    uint64_t count = font.sizes.count;
+    uint64_t index = 0;
+    while (index < count && sizes[index].pixel_height < pixel_height) {
+        index++;
+    }
+    if (index < count && sizes[index].pixel_height == pixel_height) {
+        return &sizes[index];
+    }
+    SizedFont *sized =
+        static_cast<SizedFont *>(dynarray_insert(&font.sizes, sizeof(SizedFont), index, nullptr));
+    if (!sized) {
+        return nullptr;
+    }
+    sized->font = &font.info;
+    sized->scale = scale_for(pixel_height);
+    sized->pixel_height = pixel_height;
+    strbuf_init(&sized->bitmaps, 0x20000);
+    dynarray_init(&sized->glyphs, sizeof(Glyph), 128);
+    for (uint32_t codepoint = 0; codepoint < 128; codepoint++) {
+        glyph_create(sized, codepoint);
+    }
+    return sized;
+}
+
+// ---- Glyphs ----
+
+namespace {
+
+Glyph *glyphs_of(const SizedFont *sized) {
+    return reinterpret_cast<Glyph *>(sized->glyphs.data);
+}
+
+// Cuts count bytes from the size's bitmaps, which may move. Null when there is no memory, and from then on.
+uint8_t *reserve_bitmap(SizedFont *sized, uint64_t count) {
+    uint8_t *before = reinterpret_cast<uint8_t *>(sized->bitmaps.data);
+    if (!strbuf_make_room(&sized->bitmaps, count, nullptr)) {
+        // The glyphs that are there keep the old block.
+        sized->bitmaps.data = nullptr;
+        sized->bitmaps.capacity = 0;
+        return nullptr;
+    }
+    uint8_t *data = reinterpret_cast<uint8_t *>(sized->bitmaps.data);
+    for (uint64_t i = 0; data != before && i < sized->glyphs.count; i++) {
+        Glyph *glyph = &glyphs_of(sized)[i];
+        if (glyph->bitmap) {
+            glyph->bitmap = data + (glyph->bitmap - before);
+        }
+    }
+    uint8_t *bitmap = data + sized->bitmaps.count;
+    sized->bitmaps.count = sized->bitmaps.count + count;
+    return bitmap;
+}
+
+// Thickens the strokes: 0 stays 0, 255 stays 255, 128 becomes 191.
+void raise_contrast(uint8_t *bitmap, uint64_t count) {
+    for (uint64_t i = 0; i < count; i++) {
+        float t = 1.0f - static_cast<float>(bitmap[i]) / 255.0f;
+        bitmap[i] = static_cast<uint8_t>((1.0f - t * t) * 255.0f);
+    }
+}
+
+Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
+    constexpr uint32_t first_with_shape = 32;
+    Glyph glyph = {};
+    glyph.codepoint = codepoint;
+    if (codepoint < first_with_shape) {
+        return glyph;
+    }
+    int index = stbtt_FindGlyphIndex(sized->font, static_cast<int>(codepoint));
+    int advance, bearing, left, top, right, bottom;
+    stbtt_GetGlyphHMetrics(sized->font, index, &advance, &bearing);
+    stbtt_GetGlyphBitmapBox(sized->font, index, sized->scale, sized->scale, &left, &top, &right, &bottom);
+    int32_t width = right > left ? right - left : 0;
+    int32_t height = bottom > top ? bottom - top : 0;
+    uint64_t count = static_cast<uint64_t>(int64_t{width} * height);
+    uint8_t *bitmap = reserve_bitmap(sized, count);
+    if (!bitmap) {
+        return glyph;
+    }
+    memset(bitmap, 0, count); // what is seen when stb_truetype has no memory
+    stbtt_MakeGlyphBitmap(sized->font, bitmap, width, height, width, sized->scale, sized->scale, index);
+    raise_contrast(bitmap, count);
+    glyph.y_offset = top;
+    glyph.x_offset = left;
+    glyph.glyph_index = static_cast<uint32_t>(index);
+    glyph.advance = static_cast<int32_t>(static_cast<float>(advance) * sized->scale);
+    glyph.width = width;
+    glyph.height = height;
+    glyph.bitmap = bitmap;
+    return glyph;
+}
+
+// The index of the first glyph above a codepoint, the ones before first left out; the count when there is
+// none.
+uint64_t first_above(const SizedFont *sized, uint64_t first, uint32_t codepoint) {
+    uint64_t count = sized->glyphs.count;
+    const Glyph *glyphs = glyphs_of(sized);
+    while (first < count && glyphs[first].codepoint <= codepoint) {
+        first++;
+    }
+    return first;
+}
+
+} // namespace
+
+Glyph *glyph_create(SizedFont *sized, uint32_t codepoint) {
+    if (sized->glyphs.capacity == 0) {
+        return nullptr;
+    }
+    Glyph glyph = rasterise(sized, codepoint);
+    uint64_t index = first_above(sized, 0, codepoint);
+    return static_cast<Glyph *>(dynarray_insert(&sized->glyphs, sizeof(Glyph), index, &glyph));
+}
+
+const Glyph *glyph_find(SizedFont *sized, uint32_t codepoint) {
+    constexpr uint64_t directly = 128; // glyphs whose index is their codepoint
+    if (!sized || sized->glyphs.count < directly) {
+        return nullptr;
+    }
+    if (codepoint < directly) {
+        return &glyphs_of(sized)[codepoint];
+    }
+    const Glyph *last_not_above = &glyphs_of(sized)[first_above(sized, directly, codepoint) - 1];
+    return last_not_above->codepoint == codepoint ? last_not_above : glyph_create(sized, codepoint);
+}
+
+int32_t glyph_kerning(const SizedFont *sized, uint32_t left_index, uint32_t right_index) {
+    int kerning =
+        stbtt_GetGlyphKernAdvance(sized->font, static_cast<int>(left_index), static_cast<int>(right_index));
+    return static_cast<int32_t>(static_cast<float>(kerning) * sized->scale);
+}

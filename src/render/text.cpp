@@ -1,0 +1,67 @@
+#include "render/text.h"
+
+#include "render/draw.h"
+#include "render/font.h"
+
+namespace {
+
+uint64_t extent_of(int32_t width, int32_t height) {
+    return uint64_t{static_cast<uint32_t>(height)} << 32 | static_cast<uint32_t>(width);
+}
+
+int32_t wider_of(int32_t a, int32_t b) {
+    return a > b ? a : b;
+}
+
+// A byte is its own codepoint. There is no UTF-8 here: one from 0x80 on is widened with its sign, which no
+// font has a glyph for, and that is meant.
+const Glyph *glyph_of(SizedFont *sized, char byte) {
+    return glyph_find(sized, static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(byte))));
+}
+
+} // namespace
+
+uint64_t draw_text(Framebuffer *framebuffer, Point position, int32_t pixel_height, int32_t line_height,
+                   uint32_t colour, Str text) {
+    if (text.count == 0) {
+        return extent_of(0, line_height);
+    }
+    SizedFont *sized = font_get_size(pixel_height);
+    const ClipSize clip = {0, 0, framebuffer->width, framebuffer->height};
+    Point pen = position;
+    int32_t widest = 0;
+    int32_t height = line_height;
+    for (uint64_t i = 0; i < text.count; i++) {
+        char byte = text.data[i];
+        if (byte == '\n') {
+            widest = wider_of(widest, pen.x - position.x);
+            height += line_height;
+            pen = {position.x, pen.y + line_height};
+            continue;
+        }
+        if (byte == '\t') {
+            pen.x += 2 * pixel_height; // there are no tab stops
+            continue;
+        }
+        const Glyph *glyph = glyph_of(sized, byte);
+        if (!glyph || !glyph->bitmap) {
+            pen.x += pixel_height / 4 + 1;
+            continue;
+        }
+        if (glyph->width > 0 && glyph->height > 0) {
+            blit_coverage(framebuffer, clip, glyph->bitmap, {glyph->width, glyph->height},
+                          {0, 0, glyph->width, glyph->height},
+                          {pen.x + glyph->x_offset, pen.y + glyph->y_offset}, colour);
+        }
+        pen.x += glyph->advance;
+        if (font.has_kerning && i + 1 < text.count) {
+            // What is needed of this glyph is taken first: making the next one moves it.
+            uint32_t glyph_index = glyph->glyph_index;
+            const Glyph *next = glyph_of(sized, text.data[i + 1]);
+            if (next && next->bitmap) {
+                pen.x += glyph_kerning(sized, glyph_index, next->glyph_index);
+            }
+        }
+    }
+    return extent_of(wider_of(widest, pen.x - position.x), height);
+}

@@ -1,0 +1,422 @@
+#include "render/font.h"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <string>
+#include <vector>
+
+#include "render/font_scope.h"
+#include "render/plain_text.h"
+#include "support/heap_hook.h"
+
+namespace {
+
+std::string default_font_bytes() {
+    return bytes_of(default_font_path());
+}
+
+Font loaded(const TestTree &tree, const std::string &bytes) {
+    tree.file("font", bytes);
+    std::string path = tree.path("font");
+    return font_load(str_over(path));
+}
+
+bool is_all_zero(const Font &f) {
+    return !f.file.data && f.file.count == 0 && !f.info.data && f.info.hhea == 0 && f.info.index_map == 0 &&
+           f.sizes.count == 0 && f.sizes.capacity == 0 && !f.sizes.data && !f.has_kerning;
+}
+
+std::vector<int32_t> heights() {
+    std::vector<int32_t> all;
+    for (uint64_t i = 0; i < font.sizes.count; i++) {
+        all.push_back(reinterpret_cast<SizedFont *>(font.sizes.data)[i].pixel_height);
+    }
+    return all;
+}
+
+const Glyph &glyph_at(const SizedFont *sized, uint64_t index) {
+    return reinterpret_cast<Glyph *>(sized->glyphs.data)[index];
+}
+
+void expect_glyph(const Glyph &glyph, const PlainGlyph &plain) {
+    ASSERT_TRUE(glyph.bitmap);
+    EXPECT_EQ(glyph.glyph_index, static_cast<uint32_t>(plain.index));
+    EXPECT_EQ(glyph.advance, plain.advance);
+    EXPECT_EQ(glyph.x_offset, plain.left);
+    EXPECT_EQ(glyph.y_offset, plain.top);
+    ASSERT_EQ(glyph.width, plain.width);
+    ASSERT_EQ(glyph.height, plain.height);
+    EXPECT_EQ(std::vector<uint8_t>(glyph.bitmap, glyph.bitmap + glyph.width * glyph.height), plain.bitmap)
+        << "codepoint " << glyph.codepoint;
+}
+
+} // namespace
+
+// ---- font_load ----
+
+TEST(FontLoad, TheDefaultFontIsThereAndHasAnEmptyListOfSizes) {
+    FontScope scope;
+    ASSERT_TRUE(font.file.data);
+    EXPECT_EQ(font.file.count, default_font_bytes().size());
+    EXPECT_EQ(font.info.data, scope.file());
+    EXPECT_EQ(font.sizes.count, 0u);
+    EXPECT_EQ(font.sizes.capacity, 8u);
+    EXPECT_TRUE(font.sizes.data);
+}
+
+TEST(FontLoad, AFileThatCannotBeReadGivesAnAllZeroFont) {
+    TestTree tree;
+    std::string path = tree.path("missing.otf");
+    EXPECT_TRUE(is_all_zero(font_load(str_over(path))));
+    EXPECT_TRUE(is_all_zero(font_load({})));
+    std::string folder = tree.path();
+    EXPECT_TRUE(is_all_zero(font_load(str_over(folder))));
+}
+
+TEST(FontLoad, AFileThatIsNoFontGivesAnAllZeroFont) {
+    LeakScope leaks; // the bytes stay allocated, and that is meant
+    TestTree tree;
+    EXPECT_TRUE(is_all_zero(loaded(tree, "")));
+    EXPECT_TRUE(is_all_zero(loaded(tree, "O")));
+    EXPECT_TRUE(is_all_zero(loaded(tree, std::string("\0\1\0\0", 4))));
+    EXPECT_TRUE(is_all_zero(loaded(tree, "OTTO")));
+    EXPECT_TRUE(is_all_zero(loaded(tree, "ttcf")));
+    EXPECT_TRUE(is_all_zero(loaded(tree, "just a text, and a long one, of which no table can be made")));
+    EXPECT_TRUE(is_all_zero(loaded(tree, std::string(1000, '\0'))));
+    EXPECT_TRUE(is_all_zero(loaded(tree, "OTTO" + std::string(1000, '\0')))); // no table
+    EXPECT_TRUE(is_all_zero(loaded(tree, "OTTO" + std::string(1000, '\xFF'))));
+    EXPECT_TRUE(is_all_zero(loaded(tree, default_font_bytes().replace(0, 4, "OTTX"))));
+}
+
+TEST(FontLoad, AFontWithoutATableItNeedsGivesAnAllZeroFont) {
+    LeakScope leaks;
+    TestTree tree;
+    for (const char *tag : {"cmap", "head", "hhea", "hmtx", "CFF "}) {
+        std::string bytes = default_font_bytes();
+        bytes.replace(bytes.find(tag), 4, "none");
+        EXPECT_TRUE(is_all_zero(loaded(tree, bytes))) << tag;
+    }
+    for (const char *tag : {"cmap", "head", "hhea", "maxp", "CFF "}) {
+        EXPECT_TRUE(is_all_zero(loaded(tree, with_table(default_font_bytes(), tag, tag, "x")))) << tag;
+    }
+}
+
+TEST(FontLoad, AFontThatIsCutShortAnywhereGivesAnAllZeroFont) {
+    LeakScope leaks;
+    TestTree tree;
+    std::string bytes = default_font_bytes();
+    for (size_t length = 0; length < bytes.size(); length += length < 300 ? 1 : 997) {
+        ASSERT_TRUE(is_all_zero(loaded(tree, bytes.substr(0, length)))) << length << " bytes";
+    }
+    EXPECT_TRUE(is_all_zero(loaded(tree, bytes.substr(0, bytes.size() - 1))));
+    Font whole = loaded(tree, bytes);
+    EXPECT_FALSE(is_all_zero(whole));
+}
+
+TEST(FontLoad, OfACollectionTheFirstFontIsTaken) {
+    TestTree tree;
+    LeakScope leaks;
+    // The tables' places count from the file's start, so the list of tables is all that moves.
+    std::string bytes = default_font_bytes();
+    size_t list = 12 + 16 * 14;
+    std::string head = "ttcf" + four_bytes(0x00010000) + four_bytes(1);
+    Font first = loaded(tree, head + four_bytes(bytes.size()) + bytes.substr(16) + bytes.substr(0, list));
+    EXPECT_TRUE(first.file.data);
+    EXPECT_EQ(first.info.fontstart, static_cast<int>(bytes.size()));
+    // None, one beyond the end, and one at a place below 0.
+    EXPECT_TRUE(is_all_zero(loaded(tree, "ttcf" + four_bytes(0x00010000) + four_bytes(0) + bytes)));
+    EXPECT_TRUE(is_all_zero(loaded(tree, head + four_bytes(bytes.size() + 100) + bytes)));
+    EXPECT_TRUE(is_all_zero(loaded(tree, head + four_bytes(0xFFFFFFF0) + bytes)));
+}
+
+TEST(FontLoad, ARefusedListOfSizesHasCapacityZero) {
+    HeapHookScope hook([](uint64_t size) { return size != 8 * sizeof(SizedFont); });
+    FontScope scope;
+    EXPECT_TRUE(font.file.data);
+    EXPECT_EQ(font.sizes.capacity, 0u);
+}
+
+// The first text with such a font never returns, which is meant: the list grows until its capacity suffices,
+// and this is the step it grows by. A test cannot wait for what never happens, so it looks at the step.
+TEST(FontLoad, WithoutAFontTheListOfSizesNeverGetsRoomForOneAndThatIsMeant) {
+    Font nothing = font_load({});
+    EXPECT_LT(nothing.sizes.capacity, nothing.sizes.count + 1);
+    EXPECT_EQ(dynarray_next_capacity(sizeof(SizedFont), nothing.sizes.capacity), nothing.sizes.capacity);
+}
+
+// ---- font_get_size ----
+
+TEST(FontGetSize, MakesARecordWithTheFirst128Glyphs) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    ASSERT_TRUE(sized);
+    EXPECT_EQ(sized->font, &font.info);
+    EXPECT_EQ(sized->pixel_height, 14);
+    EXPECT_EQ(sized->scale, 14.0f / (984 + 273)); // the font's ascender and descender
+    EXPECT_EQ(sized->scale, stbtt_ScaleForPixelHeight(&font.info, 14));
+    EXPECT_EQ(sized->bitmaps.capacity, 0x20000u);
+    EXPECT_EQ(sized->glyphs.count, 128u);
+    EXPECT_EQ(sized->glyphs.capacity, 128u);
+    uint64_t used = 0;
+    for (uint32_t i = 0; i < 128; i++) {
+        const Glyph &glyph = glyph_at(sized, i);
+        EXPECT_EQ(glyph.codepoint, i);
+        if (glyph.bitmap) {
+            EXPECT_EQ(glyph.bitmap, reinterpret_cast<uint8_t *>(sized->bitmaps.data) + used);
+        }
+        used += static_cast<uint64_t>(glyph.width * glyph.height);
+    }
+    EXPECT_EQ(sized->bitmaps.count, used);
+}
+
+TEST(FontGetSize, TheSameHeightTwiceIsTheSameRecordAndRasterisesNothing) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    HeapHookScope hook([](uint64_t) {
+        ADD_FAILURE() << "an allocation";
+        return true;
+    });
+    EXPECT_EQ(font_get_size(14), sized);
+    EXPECT_EQ(sized->glyphs.count, 128u);
+}
+
+TEST(FontGetSize, RecordsStandByAscendingHeight) {
+    FontScope scope;
+    font_get_size(20);
+    font_get_size(12);
+    SizedFont *sized = font_get_size(16);
+    EXPECT_EQ(sized->pixel_height, 16);
+    EXPECT_EQ(heights(), (std::vector<int32_t>{12, 16, 20}));
+    EXPECT_EQ(font_get_size(20)->pixel_height, 20);
+    EXPECT_EQ(font_get_size(12)->pixel_height, 12);
+    EXPECT_EQ(font.sizes.count, 3u);
+}
+
+TEST(FontGetSize, TheListGrowsBeyondEightAndRecordsKeepTheirGlyphs) {
+    FontScope scope;
+    std::vector<int32_t> expected;
+    for (int32_t height = 9; height < 27; height++) {
+        font_get_size(height % 2 ? height : 36 - height);
+        expected.push_back(height);
+    }
+    EXPECT_EQ(heights(), expected);
+    EXPECT_EQ(font.sizes.capacity, 32u);
+    for (int32_t height : {9, 18, 26}) {
+        PlainFont plain(scope.file(), height);
+        expect_glyph(glyph_at(font_get_size(height), 'g'), plain.glyphs['g']);
+    }
+}
+
+TEST(FontGetSize, ARefusedGrowthEmptiesTheList) {
+    LeakScope leaks; // the records' storage is lost with the list
+    FontScope scope;
+    for (int32_t height = 10; height < 18; height++) {
+        font_get_size(height);
+    }
+    HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(SizedFont); });
+    EXPECT_EQ(font_get_size(12)->pixel_height, 12);
+    EXPECT_EQ(font_get_size(9), nullptr);
+    EXPECT_EQ(font.sizes.count, 0u);
+    EXPECT_EQ(font.sizes.capacity, 0u);
+}
+
+TEST(FontGetSize, HeightsWithoutAPixelHaveGlyphsWithoutAny) {
+    FontScope scope;
+    for (int32_t height : {0, -14}) {
+        SizedFont *sized = font_get_size(height);
+        EXPECT_EQ(sized->glyphs.count, 128u);
+        EXPECT_EQ(glyph_at(sized, 'A').width * glyph_at(sized, 'A').height, 0);
+    }
+    EXPECT_EQ(heights(), (std::vector<int32_t>{-14, 0}));
+}
+
+// ---- Glyphs ----
+
+TEST(Glyphs, AreWhatStbTruetypeMakesWithMoreContrast) {
+    FontScope scope;
+    for (int32_t height : {9, 14, 20, 64}) {
+        PlainFont plain(scope.file(), height);
+        SizedFont *sized = font_get_size(height);
+        for (uint32_t codepoint = 32; codepoint < 128; codepoint++) {
+            expect_glyph(glyph_at(sized, codepoint), plain.glyphs[codepoint]);
+        }
+    }
+}
+
+TEST(Glyphs, ControlCodepointsHaveNothing) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    for (uint32_t codepoint = 0; codepoint < 32; codepoint++) {
+        const Glyph &glyph = glyph_at(sized, codepoint);
+        Glyph nothing = {};
+        nothing.codepoint = codepoint;
+        EXPECT_EQ(memcmp(&glyph, &nothing, offsetof(Glyph, height) + sizeof(glyph.height)), 0);
+        EXPECT_EQ(glyph.bitmap, nullptr);
+    }
+}
+
+TEST(Glyphs, ASpaceHasABitmapOfNoSizeAndARealAdvance) {
+    FontScope scope;
+    const Glyph &space = glyph_at(font_get_size(14), ' ');
+    EXPECT_TRUE(space.bitmap);
+    EXPECT_EQ(space.width, 0);
+    EXPECT_EQ(space.height, 0);
+    EXPECT_EQ(space.advance, 6); // 600 * 14 / 1257 = 6.68
+}
+
+TEST(Glyphs, Codepoint127IsTheShapeForWhatIsMissing) {
+    FontScope scope;
+    const Glyph &last = glyph_at(font_get_size(14), 127);
+    EXPECT_TRUE(last.bitmap);
+    EXPECT_EQ(last.glyph_index, 0u);
+    EXPECT_GT(last.width, 0);
+}
+
+TEST(Glyphs, StandByAscendingCodepointAsUnsigned) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    for (uint32_t codepoint : {0xFFFFFFC3u, 0x20ACu, 0xFFFFFFA9u, 0xE9u, 128u}) {
+        Glyph *glyph = glyph_create(sized, codepoint);
+        ASSERT_TRUE(glyph);
+        EXPECT_EQ(glyph->codepoint, codepoint);
+    }
+    ASSERT_EQ(sized->glyphs.count, 133u);
+    const uint32_t expected[] = {127, 128, 0xE9, 0x20AC, 0xFFFFFFA9, 0xFFFFFFC3};
+    for (uint64_t i = 0; i < 6; i++) {
+        EXPECT_EQ(glyph_at(sized, 127 + i).codepoint, expected[i]);
+    }
+    EXPECT_EQ(glyph_at(sized, 129).glyph_index,
+              static_cast<uint32_t>(stbtt_FindGlyphIndex(&font.info, 0xE9)));
+    EXPECT_NE(glyph_at(sized, 129).glyph_index, 0u);
+    EXPECT_EQ(glyph_at(sized, 131).glyph_index, 0u);
+}
+
+TEST(Glyphs, AreFoundAndMadeOnce) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    EXPECT_EQ(glyph_find(sized, 'A'), &glyph_at(sized, 'A'));
+    for (uint32_t codepoint : {0xE9u, 0xFFFFFFE9u, 0x20ACu, 0xE9u, 0xFFFFFFE9u}) {
+        EXPECT_EQ(glyph_find(sized, codepoint)->codepoint, codepoint);
+    }
+    EXPECT_EQ(sized->glyphs.count, 131u);
+}
+
+TEST(Glyphs, KeepTheirBitmapsWhenTheArenaMoves) {
+    FontScope scope;
+    std::vector<uint64_t> sizes;
+    SizedFont *sized;
+    {
+        HeapHookScope hook([&](uint64_t size) {
+            if (size % 0x20000 == 1) {
+                sizes.push_back(size);
+            }
+            return true;
+        });
+        sized = font_get_size(200);
+    }
+    // Doubled from its first capacity on, a byte more each time.
+    EXPECT_GE(sizes.size(), 3u);
+    for (size_t i = 0; i < sizes.size(); i++) {
+        EXPECT_EQ(sizes[i], (uint64_t{0x20000} << i) + 1);
+    }
+    EXPECT_EQ(sized->bitmaps.capacity + 1, sizes.back());
+    PlainFont plain(scope.file(), 200);
+    for (uint32_t codepoint = 32; codepoint < 128; codepoint++) {
+        expect_glyph(glyph_at(sized, codepoint), plain.glyphs[codepoint]);
+    }
+}
+
+TEST(Glyphs, ARefusedArenaLeavesCapacityZeroAndGlyphsWithoutABitmap) {
+    HeapHookScope hook([](uint64_t size) { return size != 0x20001; });
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    EXPECT_EQ(sized->bitmaps.capacity, 0u);
+    EXPECT_EQ(sized->glyphs.count, 128u);
+    EXPECT_EQ(glyph_at(sized, 'A').bitmap, nullptr);
+    EXPECT_EQ(glyph_at(sized, ' ').bitmap, nullptr);
+    EXPECT_EQ(glyph_find(sized, 0xE9)->bitmap, nullptr);
+}
+
+TEST(Glyphs, ARefusedGrowthOfTheArenaKeepsWhatIsThereAndGivesNoMore) {
+    LeakScope leaks; // the old block, which the glyphs still need
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    PlainFont plain(scope.file(), 14);
+    HeapHookScope hook([](uint64_t size) { return size != 0x40001; });
+    sized->bitmaps.count = sized->bitmaps.capacity; // as if it were full
+    EXPECT_EQ(glyph_find(sized, 0xE9)->bitmap, nullptr);
+    EXPECT_EQ(sized->bitmaps.capacity, 0u);
+    EXPECT_EQ(glyph_find(sized, 0xEA)->bitmap, nullptr);
+    expect_glyph(glyph_at(sized, 'A'), plain.glyphs['A']);
+}
+
+TEST(Glyphs, ARefusedTableLeavesNone) {
+    HeapHookScope hook([](uint64_t size) { return size != 128 * sizeof(Glyph); });
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    EXPECT_EQ(sized->glyphs.capacity, 0u);
+    EXPECT_EQ(glyph_find(sized, 'A'), nullptr);
+    EXPECT_EQ(glyph_create(sized, 'A'), nullptr);
+}
+
+TEST(Glyphs, ARefusedGrowthOfTheTableLeavesNone) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    HeapHookScope hook([](uint64_t size) { return size != 256 * sizeof(Glyph); });
+    EXPECT_EQ(glyph_find(sized, 0xE9), nullptr);
+    EXPECT_EQ(sized->glyphs.count, 0u);
+    EXPECT_EQ(sized->glyphs.capacity, 0u);
+    EXPECT_EQ(glyph_find(sized, 'A'), nullptr);
+    EXPECT_EQ(glyph_find(nullptr, 'A'), nullptr);
+}
+
+TEST(Glyphs, AreBlankWhenRasterisingGetsNoMemory) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    glyph_create(sized, 0xE8); // the table has grown
+    for (uint32_t given = 1; given <= 4; given++) {
+        // The first allocation is the outline's, without which stb_truetype does not go on.
+        HeapHookScope hook([given, count = 0u](uint64_t) mutable { return count++ < given; });
+        const Glyph *glyph = glyph_create(sized, 0xE9 + given);
+        ASSERT_TRUE(glyph);
+        ASSERT_TRUE(glyph->bitmap);
+        EXPECT_EQ(std::vector<uint8_t>(glyph->bitmap, glyph->bitmap + glyph->width * glyph->height),
+                  std::vector<uint8_t>(static_cast<size_t>(glyph->width * glyph->height)))
+            << given;
+    }
+}
+
+// ---- Kerning ----
+
+TEST(Kerning, TheDefaultFontHasNone) {
+    FontScope scope;
+    EXPECT_FALSE(font.has_kerning);
+    SizedFont *sized = font_get_size(20);
+    EXPECT_EQ(glyph_kerning(sized, glyph_find(sized, 'A')->glyph_index, glyph_find(sized, 'V')->glyph_index),
+              0);
+}
+
+TEST(Kerning, IsCutTowardsZeroFromEitherTable) {
+    TestTree tree;
+    int a, v;
+    {
+        FontScope scope;
+        a = stbtt_FindGlyphIndex(&font.info, 'A');
+        v = stbtt_FindGlyphIndex(&font.info, 'V');
+    }
+    const auto kerning = [&](const std::string &tag, const std::string &table, int left, int right) {
+        tree.file("font", with_table(default_font_bytes(), "GPOS", tag, table));
+        FontScope scope(tree.path("font"));
+        EXPECT_TRUE(font.has_kerning);
+        return glyph_kerning(font_get_size(20), static_cast<uint32_t>(left), static_cast<uint32_t>(right));
+    };
+    // 200 units are 3.18 pixels at 20.
+    EXPECT_EQ(kerning("kern", kern_table(a, v, -200), a, v), -3);
+    EXPECT_EQ(kerning("kern", kern_table(a, v, 200), a, v), 3);
+    EXPECT_EQ(kerning("kern", kern_table(a, v, -200), v, a), 0);
+    EXPECT_EQ(kerning("GPOS", gpos_table(a, v, -200), a, v), -3);
+    EXPECT_EQ(kerning("GPOS", gpos_table(a, v, 60), a, v), 0);
+    EXPECT_EQ(kerning("GPOS", gpos_table(a, v, -200), v, a), 0);
+}
