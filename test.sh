@@ -6,13 +6,14 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 tools/need_packages git cmake ninja-build g++ clang-format googletest libbenchmark-dev libstb-dev \
-    g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth xclip xdotool
+    g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth openbox xdotool xclip imagemagick x11-xserver-utils
 tools/need_font
 
 echo "== Format"
 git ls-files -co --exclude-standard '*.cpp' '*.h' '*.inl' | xargs clang-format --dry-run --Werror
 
-# Windows programs get a screen and a Wine server of their own: one that was started without a screen keeps none.
+# Windows programs get a screen with a window manager, and a Wine server of their own: one that was started without a
+# screen keeps none.
 export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
 mkdir -p "$WINEPREFIX"
 end_wine() {
@@ -26,7 +27,15 @@ under_screen() {
     # The first program starts Wine's services, which go on and would hold the output of whoever waits for it. A server
     # that is up spares every later program two seconds.
     # shellcheck disable=SC2016
-    xvfb-run -a bash -c 'wineserver -p && tools/under_wine cmd /c exit < /dev/null > build/wine.log 2>&1 && "$@"' _ "$@"
+    xvfb-run -a -s '-screen 0 1280x1024x24' bash -euc '
+        openbox > build/openbox.log 2>&1 &
+        until xdotool get_desktop > /dev/null 2>&1; do
+            kill -0 $! || exit 1
+            sleep 0.1
+        done
+        wineserver -p
+        tools/under_wine cmd /c exit < /dev/null > build/wine.log 2>&1
+        "$@"' _ "$@"
 }
 
 for preset in linux linux-asan windows; do
