@@ -7,9 +7,8 @@
 //   all_opaque(v)                whether every pixel's alpha is 255
 //   splat(u), splat_float(f)     one value in every lane
 //   both(a, b)
-//   joined(red, green, blue)     opaque pixels of the channels, each standing in its place; what of red and
-//   green
-//                                lies below is cut off
+//   joined(red, green, blue)     opaque pixels of the channels, each standing in its place; what red and
+//                                green have below theirs is cut off
 //   to_floats(v), to_whole(f)    as numbers, the latter cut towards zero
 //   times(f, g), plus(f, g), minus(f, g), over(f, g)
 //   blit_narrow(blit)            draws what is narrower than half a vector
@@ -18,7 +17,7 @@
 // gives the colour, exactly. A row that no whole number of vectors fills is drawn by two that overlap: both
 // are computed from what was there before, so both give the same where they meet, and nothing beside the row
 // is touched.
-
+//
 // Green and red are computed where they stand in a pixel, as 256 and 65536 times their value. A power of two
 // changes no digit of a float, so what is cut off stays the same and lies below the channel.
 
@@ -103,7 +102,7 @@ inline int64_t draw_two(const CoverageBlit &blit, const Ink &ink, int64_t first,
     return row;
 }
 
-// Columns first to the last, at least half a vector and less than one.
+// Columns first to the last, half a vector to a whole one.
 template <bool scaled>
 inline int64_t draw_halves(const CoverageBlit &blit, const Ink &ink, int64_t first, int64_t row) {
     uint32_t *pixels = blit.pixels + row * blit.pixel_stride + first;
@@ -144,7 +143,7 @@ inline void draw_columns(DrawColumns *draw, const CoverageBlit &blit, const Ink 
     }
 }
 
-// Widths that no glyph of ordinary text has.
+// More than one vector wide, which at a usual height few glyphs are.
 template <bool scaled> [[gnu::noinline]] void blit_wide(const CoverageBlit &blit) {
     Ink ink = ink_of(blit.colour);
     int64_t first = 0;

@@ -1,0 +1,144 @@
+// A whole frame: 1000 x 810 pixels cleared, and 54 rows of 110 glyphs of 14 pixels, with each of the
+// variants. Beside it the same frame by the plain transcription of the rules that the tests compare with, and
+// the parts of a frame alone.
+
+#include <benchmark/benchmark.h>
+
+#include <stdio.h>
+
+#include <string>
+#include <vector>
+
+#include "os/files.h"
+#include "os/processor.h"
+#include "render/draw.h"
+#include "render/font.h"
+#include "render/plain_draw.h"
+#include "render/plain_text.h"
+#include "render/text.h"
+
+namespace {
+
+constexpr int32_t width = 1000, height = 810;
+constexpr int32_t rows = 54, row_height = 15, glyphs_in_row = 110, glyph_height = 14;
+// Not constants: the compiler must not draw one colour better than others.
+uint32_t clear_colour = 0xFF1A1A1A, text_colour = 0xFFE0C080;
+const Rect whole = {0, 0, width, height};
+
+std::vector<uint32_t> pixels(static_cast<size_t>(width) * height);
+Framebuffer framebuffer = {width, height, pixels.data(), pixels.size() * sizeof(uint32_t)};
+std::vector<std::string> lines;
+PlainFont *plain_font;
+
+// Capitals: the largest glyphs there are.
+void make_lines() {
+    for (int row = 0; row < rows; row++) {
+        std::string line;
+        for (int i = 0; i < glyphs_in_row; i++) {
+            line += static_cast<char>('A' + (row * glyphs_in_row + i) % 26);
+        }
+        lines.push_back(line);
+    }
+}
+
+Point row_start(size_t row) {
+    return {4, static_cast<int32_t>(row) * row_height + 12};
+}
+
+void clear() {
+    fill_rect(&framebuffer, whole, whole, clear_colour);
+}
+
+void draw_rows() {
+    for (size_t row = 0; row < lines.size(); row++) {
+        draw_text(&framebuffer, row_start(row), glyph_height, row_height, text_colour,
+                  {lines[row].size(), lines[row].data()});
+    }
+}
+
+void plain_clear() {
+    plain_fill_rect(&framebuffer, whole, whole, clear_colour);
+}
+
+void plain_draw_rows() {
+    for (size_t row = 0; row < lines.size(); row++) {
+        plain_draw_text(*plain_font, &framebuffer, row_start(row), row_height, text_colour,
+                        {lines[row].size(), lines[row].data()});
+    }
+}
+
+void draws_nothing(const CoverageBlit &) {}
+
+typedef void Step();
+
+void steps(benchmark::State &state, Step *first, Step *second, BlitCoverageRows *variant) {
+    blit_coverage_rows = variant;
+    for (auto _ : state) {
+        first();
+        if (second) {
+            second();
+        }
+        benchmark::ClobberMemory();
+    }
+}
+
+void measure(const std::string &name, Step *first, Step *second, BlitCoverageRows *variant) {
+    benchmark::RegisterBenchmark(name.c_str(), steps, first, second, variant)->Unit(benchmark::kMicrosecond);
+}
+
+// The frame must be the same whoever draws it.
+bool draws_the_plain_frame(BlitCoverageRows *variant) {
+    plain_clear();
+    plain_draw_rows();
+    std::vector<uint32_t> plain = pixels;
+    blit_coverage_rows = variant;
+    clear();
+    draw_rows();
+    return plain == pixels;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    benchmark::Initialize(&argc, argv);
+    Str folder = os_exe_folder();
+    std::string font_file = std::string(folder.data, folder.count) + "source_code_pro.otf";
+    font = font_load({font_file.size(), font_file.data()});
+    if (!font.file.data) {
+        fprintf(stderr, "frame_bench: no font at %s\n", font_file.c_str());
+        return 2;
+    }
+    plain_font = new PlainFont(reinterpret_cast<uint8_t *>(font.file.data), glyph_height);
+    make_lines();
+    benchmark::DoNotOptimize(clear_colour);
+    benchmark::DoNotOptimize(text_colour);
+
+    struct Variant {
+        std::string name;
+        BlitCoverageRows *draw;
+    };
+    std::vector<Variant> variants = {{"SSE2", blit_coverage_rows_sse2}};
+    if (os_has_avx2()) {
+        variants.push_back({"AVX2", blit_coverage_rows_avx2});
+    }
+    for (const Variant &variant : variants) {
+        if (!draws_the_plain_frame(variant.draw)) {
+            fprintf(stderr, "frame_bench: %s draws another frame than the plain version\n",
+                    variant.name.c_str());
+            return 1;
+        }
+    }
+    measure("frame, plain", plain_clear, plain_draw_rows, nullptr);
+    for (const Variant &variant : variants) {
+        measure("frame, " + variant.name, clear, draw_rows, variant.draw);
+    }
+    measure("clear alone, plain", plain_clear, nullptr, nullptr);
+    measure("clear alone", clear, nullptr, nullptr);
+    measure("text alone, plain", plain_draw_rows, nullptr, nullptr);
+    for (const Variant &variant : variants) {
+        measure("text alone, " + variant.name, draw_rows, nullptr, variant.draw);
+    }
+    measure("text alone, no pixel drawn", draw_rows, nullptr, draws_nothing);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
