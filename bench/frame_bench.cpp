@@ -69,6 +69,17 @@ void plain_draw_rows() {
 
 void draws_nothing(const CoverageBlit &) {}
 
+// For draw_text with nothing plain but the pixels.
+void blit_plain_rows(const CoverageBlit &blit) {
+    float scale = static_cast<float>(blit.colour >> 24) / 255.0f;
+    for (int64_t y = 0; y < blit.height; y++) {
+        for (int64_t x = 0; x < blit.width; x++) {
+            plain_cover_pixel(&blit.pixels[y * blit.pixel_stride + x], blit.colour, scale,
+                              blit.coverage[y * blit.coverage_stride + x]);
+        }
+    }
+}
+
 typedef void Step();
 
 void steps(benchmark::State &state, Step *first, Step *second, BlitCoverageRows *variant) {
@@ -129,6 +140,7 @@ int main(int argc, char **argv) {
         }
     }
     measure("frame, plain", plain_clear, plain_draw_rows, nullptr);
+    measure("frame, plain pixels", clear, draw_rows, blit_plain_rows);
     for (const Variant &variant : variants) {
         measure("frame, " + variant.name, clear, draw_rows, variant.draw);
     }

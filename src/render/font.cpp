@@ -189,6 +189,7 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     int advance, bearing, left, top, right, bottom;
     stbtt_GetGlyphHMetrics(sized->font, index, &advance, &bearing);
     stbtt_GetGlyphBitmapBox(sized->font, index, sized->scale, sized->scale, &left, &top, &right, &bottom);
+    // At a height below 0 the box is turned over.
     int32_t width = right > left ? right - left : 0;
     int32_t height = bottom > top ? bottom - top : 0;
     uint64_t count = static_cast<uint64_t>(int64_t{width} * height);
