@@ -76,6 +76,7 @@ uint64_t framebuffer_block_size(Size size) {
     if (size.width <= 0 || size.height <= 0) {
         return 0;
     }
+    // In 64 bits: a size that wraps would reserve too little.
     uint64_t bytes = uint64_t{static_cast<uint32_t>(size.width)} * static_cast<uint32_t>(size.height) * 4;
     return uint64_t{1} << (64 - __builtin_clzll(bytes - 1));
 }
@@ -299,12 +300,18 @@ uint8_t drop_list_init(DropList *list, uint64_t units) {
     return list->bytes != nullptr;
 }
 
-void drop_list_add(DropList *list, Str name) {
-    char *to = list->bytes + list->used;
-    for (uint64_t i = 0; i < name.count; i++) {
-        to[i] = name.data[i] == '\\' ? '/' : name.data[i];
+char *drop_list_room(DropList *list) {
+    return list->bytes + list->used;
+}
+
+void drop_list_add(DropList *list, uint64_t count) {
+    char *name = drop_list_room(list);
+    for (uint64_t i = 0; i < count; i++) {
+        if (name[i] == '\\') {
+            name[i] = '/';
+        }
     }
-    list->used += name.count + 1;
+    list->used += count + 1;
     list->count++;
 }
 

@@ -157,8 +157,9 @@ void os_set_event_callback(WindowEventCallback *callback);
 
 // Creates a window whose client area has the given size, in pixels; flags: WindowFlag bits. The title's bytes
 // are taken as UTF-16, each pair one unit: that is meant. Returns the window, or null when the system refuses
-// it. The layer never frees the record, so that whoever holds it can see that it is closed; from then on the
-// caller may, with os_free. Without memory for a framebuffer the window has none.
+// it. The layer never frees the record, so that whoever holds it can see that it is closed; once every
+// callback of its closing has returned the caller may, with os_free. Without memory for a framebuffer the
+// window has none, until a resize finds some.
 PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags);
 
 // ---- Messages (each system) ----
@@ -261,7 +262,7 @@ enum MonitorFlag : uint8_t {
 };
 
 // The monitors, the primary one first. Found at the first call and kept by the layer. Returns null, and a
-// count of 0, when there is none.
+// count of 0, when there is none or no memory; a later call looks again.
 const MonitorInfo *os_get_monitors(uint32_t *count);
 
 static_assert(sizeof(PlatformWindow) == 88 && offsetof(PlatformWindow, client_position) == 4 &&

@@ -87,8 +87,11 @@ struct DropList {
 // Starts a list for names of that many UTF-16 units together. Returns 0 when memory is out.
 uint8_t drop_list_init(DropList *list, uint64_t units);
 
-// Adds a name, with every '\' turned into '/'.
-void drop_list_add(DropList *list, Str name);
+// Where the next name's bytes go: three for each of its units at most.
+char *drop_list_room(DropList *list);
+
+// Adds the name whose bytes stand there, with every '\' turned into '/'.
+void drop_list_add(DropList *list, uint64_t count);
 
 // Delivers the list's event and frees the list. client: where the files were dropped, in the client area.
 void window_files_dropped(PlatformWindow *window, Point client, DropList *list);

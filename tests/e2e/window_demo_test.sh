@@ -63,9 +63,10 @@ act() {
     "$@"
 }
 
-# Whether the events of the given kinds since the last act are the given lines and no others.
+# Whether the events of the given kinds since the last act are the given lines and no others. A move that is told twice
+# counts once: the system may repeat it.
 are_events() {
-    [ "$(since_act | grep -E "^($1) ?" || true)" = "$2" ]
+    [ "$(since_act | grep -E "^($1) ?" | awk '!(/^mouse_move/ && $0 == last) { print } { last = $0 }')" = "$2" ]
 }
 
 # Waits for that: expect KINDS LINE..., KINDS being a regular expression. The last act is over then.

@@ -1,6 +1,7 @@
 #include "os/window.h"
 
 #include <stdlib.h>
+#include <string.h>
 
 #include "os/headless/headless.h"
 #include "os/memory.h"
@@ -376,7 +377,8 @@ void headless_drop(PlatformWindow *window, Point client, const Str *names, int32
         return;
     }
     for (int32_t i = 0; i < count; i++) {
-        drop_list_add(&list, names[i]);
+        memcpy(drop_list_room(&list), names[i].data, names[i].count);
+        drop_list_add(&list, names[i].count);
     }
     Message *message = post(MESSAGE_DROP, offscreen(window));
     message->client = client;
@@ -472,15 +474,16 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
     if (flags & WINDOW_FLAG_FRAMEBUFFER) {
         framebuffer_resize(&window->framebuffer, window->client_size);
     }
-    if (!(flags & WINDOW_FLAG_HIDDEN)) {
-        os_window_show(window, 1);
+    if (!(flags & WINDOW_FLAG_HIDDEN)) { // what is told before the creation's end reaches nobody
+        self->view.is_visible = 1;
+        headless.focused = self;
+        headless_ask_redraw(window);
     }
     return window;
 }
 
 void window_destroy_native(PlatformWindow *window) {
     Offscreen *self = offscreen(window);
-    forget_messages(self);
     bring_to_front(self);
     headless.front = self->behind;
     if (headless.captor == self) {
@@ -490,6 +493,7 @@ void window_destroy_native(PlatformWindow *window) {
         headless.focused = nullptr;
         window_focus_lost(window);
     }
+    forget_messages(self);
     free(self->view.pixels);
     os_free(self->view.title);
     free(self);
@@ -532,8 +536,11 @@ Size window_outer_size(const PlatformWindow *window, Size client_size) {
 }
 
 void window_place(PlatformWindow *window, Rect outer) {
-    offscreen(window)->outer = outer;
-    tell_geometry(offscreen(window));
+    Offscreen *self = offscreen(window);
+    if (!self->view.is_minimized) { // a minimised one comes back as it was
+        self->outer = outer;
+        tell_geometry(self);
+    }
 }
 
 void os_window_show(PlatformWindow *window, uint8_t visible) {
@@ -544,7 +551,11 @@ void os_window_show(PlatformWindow *window, uint8_t visible) {
     if (visible && !self->view.is_visible) {
         self->view.is_visible = 1;
         bring_to_front(self);
+        Offscreen *previous = headless.focused;
         headless.focused = self;
+        if (previous) {
+            window_focus_lost(previous->window);
+        }
         window_focus_gained(window);
         WindowGeometry geometry = geometry_of(self);
         const Rect &client = geometry.client;

@@ -80,10 +80,11 @@ void files_dropped(PlatformWindow *window, HDROP drop) {
     }
     for (UINT i = 0; i < count; i++) {
         wchar_t wide[drop_name_units];
-        UINT name_units = DragQueryFileW(drop, i, wide, drop_name_units);
-        Str name = utf8_from_wide(wide, static_cast<int32_t>(name_units));
-        drop_list_add(&list, name);
-        os_free(name.data);
+        DragQueryFileW(drop, i, wide, drop_name_units); // zero-terminated, and cut there
+        char *room = drop_list_room(&list);
+        int32_t name_units = lstrlenW(wide);
+        drop_list_add(&list, static_cast<uint64_t>(WideCharToMultiByte(CP_UTF8, 0, wide, name_units, room,
+                                                                       name_units * 3, nullptr, nullptr)));
     }
     POINT client = {};
     DragQueryPoint(drop, &client);
@@ -382,7 +383,8 @@ void os_window_toggle_frame(PlatformWindow *window) {
     Rect outer = {window->window_position.x, window->window_position.y, window->window_size.width,
                   window->window_size.height};
     window->flags ^= WINDOW_FLAG_POPUP;
-    // Whether it is visible or maximised has changed since the creation, and stays.
+    // Whether it is visible or maximised has changed since the creation, and stays. The extended style has no
+    // part in the frame.
     constexpr LONG_PTR frame_bits = WS_POPUP | WS_OVERLAPPEDWINDOW;
     LONG_PTR style = GetWindowLongPtrW(handle, GWL_STYLE);
     SetWindowLongPtrW(handle, GWL_STYLE, (style & ~frame_bits) | frame_style(window->flags));
@@ -445,6 +447,7 @@ namespace {
 struct MonitorList {
     MonitorInfo *monitors;
     uint32_t count;
+    uint8_t is_refused; // memory for it
 };
 
 // Describes one monitor and appends it to the list.
@@ -457,7 +460,11 @@ BOOL CALLBACK add_monitor(HMONITOR handle, HDC, RECT *, LPARAM opaque) {
     }
     uint64_t size = (list->count + 1) * sizeof(MonitorInfo);
     void *grown = list->monitors ? os_realloc(list->monitors, size) : os_alloc(size);
-    if (!grown) {
+    Str name = utf8_from_wide(system.szDevice, lstrlenW(system.szDevice));
+    if (!grown || !name.data) {
+        list->is_refused = 1;
+        list->monitors = grown ? static_cast<MonitorInfo *>(grown) : list->monitors;
+        os_free(name.data);
         return FALSE;
     }
     list->monitors = static_cast<MonitorInfo *>(grown);
@@ -474,10 +481,19 @@ BOOL CALLBACK add_monitor(HMONITOR handle, HDC, RECT *, LPARAM opaque) {
     monitor_set_mode(&monitor,
                      {static_cast<int32_t>(mode.dmPelsWidth), static_cast<int32_t>(mode.dmPelsHeight)},
                      {whole.right - whole.left, whole.bottom - whole.top}, mode.dmDisplayFrequency);
-    monitor.name = utf8_from_wide(system.szDevice, lstrlenW(system.szDevice));
+    monitor.name = name;
     monitor.handle = handle;
     list->monitors[list->count++] = monitor;
     return TRUE;
+}
+
+// Half a list might miss the primary monitor.
+void forget_monitors(MonitorList *list) {
+    for (uint32_t i = 0; i < list->count; i++) {
+        os_free(list->monitors[i].name.data);
+    }
+    os_free(list->monitors);
+    *list = {};
 }
 
 } // namespace
@@ -486,6 +502,9 @@ const MonitorInfo *os_get_monitors(uint32_t *count) {
     static MonitorList list;
     if (list.count == 0) {
         EnumDisplayMonitors(nullptr, nullptr, add_monitor, reinterpret_cast<LPARAM>(&list));
+        if (list.is_refused) {
+            forget_monitors(&list);
+        }
         monitors_put_primary_first(list.monitors, list.count);
     }
     *count = list.count;

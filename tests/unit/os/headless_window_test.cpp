@@ -31,6 +31,7 @@ protected:
         destroy(window);
         os_set_event_callback(nullptr);
         headless_set_double_press(500, {4, 4});
+        headless_set_time(1'000'000);
     }
 
     static void destroy(PlatformWindow *created) {
@@ -176,6 +177,39 @@ TEST_F(OffscreenWindow, TakingRawMouseInputBackGoesForEveryWindow) {
     os_pump_messages();
     EXPECT_EQ(other->input_flags & WINDOW_INPUT_RAW_REGISTERED, 0);
     destroy(other);
+}
+
+TEST_F(OffscreenWindow, ShowingAnotherWindowTakesTheFocusAndRawMouseInput) {
+    os_window_request_raw_mouse(window);
+    PlatformWindow *other = os_window_create(200, 100, str_from("Tarnwick"), program_flags);
+    seen.clear();
+    os_window_show(other, 1);
+    ASSERT_GE(seen.size(), 2u);
+    EXPECT_EQ(seen[0].window, window);
+    EXPECT_EQ(seen[0].type, EVENT_FOCUS);
+    EXPECT_EQ(seen[0].focus.is_gained, 0);
+    EXPECT_EQ(seen[1].window, other);
+    EXPECT_EQ(seen[1].focus.is_gained, 1);
+    EXPECT_FALSE(window->flags & WINDOW_FLAG_FOCUS);
+    EXPECT_FALSE(headless_raw_mouse_is_registered());
+    destroy(other);
+}
+
+TEST_F(OffscreenWindow, OneThatIsVisibleFromTheStartTellsNothingOfIt) {
+    PlatformWindow *other = os_window_create(200, 100, str_from("Tarnwick"), WINDOW_FLAG_FRAMEBUFFER);
+    EXPECT_TRUE(headless_view(other)->is_visible);
+    EXPECT_TRUE(seen.empty());
+    EXPECT_EQ(os_pump_messages(), 1u); // the redraw
+    destroy(other);
+}
+
+TEST_F(OffscreenWindow, MovingAMinimisedWindowDoesNotChangeHowItComesBack) {
+    os_window_minimize(window);
+    os_window_move(window, {5, 5});
+    os_window_restore(window);
+    EXPECT_EQ(window->client_size.width, 200);
+    EXPECT_EQ(window->client_size.height, 100);
+    EXPECT_EQ(window->client_position.x, 100);
 }
 
 // ---- Two windows and the screen ----

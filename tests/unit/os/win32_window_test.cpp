@@ -127,17 +127,65 @@ TEST_F(SystemWindow, CapturesTheMouseWhileAButtonIsHeld) {
     }
 }
 
+namespace {
+
+WNDPROC own_procedure;
+int menu_commands;
+
+// Stands before the window's own procedure, and counts what the default one asks for.
+LRESULT CALLBACK count_commands(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) {
+    if (message == WM_SYSCOMMAND) {
+        menu_commands++;
+        return 0;
+    }
+    return CallWindowProcW(own_procedure, handle, message, wparam, lparam);
+}
+
+} // namespace
+
 TEST_F(SystemWindow, AnswersAltItselfAndLeavesOtherKeysToTheSystem) {
-    PlatformWindow *window = create();
+    constexpr LPARAM with_alt = 0x20000001;
+    HWND handle = handle_of(create());
+    own_procedure = reinterpret_cast<WNDPROC>(
+        SetWindowLongPtrW(handle, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(count_commands)));
+    menu_commands = 0;
     // The default procedure would turn the release of a lone Alt into the menu's command.
-    EXPECT_EQ(SendMessageW(handle_of(window), WM_SYSKEYDOWN, VK_MENU, 1), 0);
-    EXPECT_EQ(SendMessageW(handle_of(window), WM_SYSKEYUP, VK_MENU, 1), 0);
-    MSG message;
-    EXPECT_FALSE(PeekMessageW(&message, handle_of(window), WM_SYSCOMMAND, WM_SYSCOMMAND, PM_REMOVE));
-    GUITHREADINFO info = {};
-    info.cbSize = sizeof(info);
-    ASSERT_TRUE(GetGUIThreadInfo(GetCurrentThreadId(), &info));
-    EXPECT_FALSE(info.flags & (GUI_INMENUMODE | GUI_SYSTEMMENUMODE));
+    EXPECT_EQ(SendMessageW(handle, WM_SYSKEYDOWN, VK_MENU, with_alt), 0);
+    EXPECT_EQ(SendMessageW(handle, WM_SYSKEYUP, VK_MENU, static_cast<LPARAM>(0xC0000001)), 0);
+    os_pump_messages();
+    EXPECT_EQ(menu_commands, 0);
+    // And it closes the window on Alt+F4.
+    SendMessageW(handle, WM_SYSKEYDOWN, VK_F4, with_alt);
+    os_pump_messages();
+    EXPECT_EQ(menu_commands, 1);
+    SetWindowLongPtrW(handle, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(own_procedure));
+}
+
+namespace {
+
+LRESULT CALLBACK refuse_windows(int code, WPARAM wparam, LPARAM lparam) {
+    return code == HCBT_CREATEWND ? 1 : CallNextHookEx(nullptr, code, wparam, lparam);
+}
+
+} // namespace
+
+TEST_F(SystemWindow, IsNullWhenTheSystemRefusesIt) {
+    HHOOK hook = SetWindowsHookExW(WH_CBT, refuse_windows, nullptr, GetCurrentThreadId());
+    ASSERT_NE(hook, nullptr);
+    EXPECT_EQ(os_window_create(300, 200, str_from("Tarnwick"), program_flags), nullptr);
+    UnhookWindowsHookEx(hook);
+    EXPECT_NE(create(), nullptr);
+}
+
+TEST_F(SystemWindow, StaysAboveOthersWhileItIsTopmost) {
+    PlatformWindow *window = create();
+    auto is_topmost = [window] {
+        return (GetWindowLongPtrW(handle_of(window), GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+    };
+    os_window_toggle_topmost(window);
+    EXPECT_TRUE(is_topmost());
+    os_window_toggle_topmost(window);
+    EXPECT_FALSE(is_topmost());
 }
 
 TEST_F(SystemWindow, CutsADroppedNameAt2047Units) {
@@ -149,8 +197,10 @@ TEST_F(SystemWindow, CutsADroppedNameAt2047Units) {
     for (int i = 0; i < 2100; i++) {
         wide += "\xE4\xBD\xA0"; // three bytes a unit, as many as there can be
     }
-    drive_drop(window, {0, 0}, {longest, longest + "y", wide, "C:\\a"});
+    HGLOBAL block = static_cast<HGLOBAL>(drive_drop(window, {0, 0}, {longest, longest + "y", wide, "C:\\a"}));
     os_pump_messages();
+    EXPECT_NE(GlobalSize(block), 0u); // not given back: the window leaves the drop's block alone
+    GlobalFree(block);
     ASSERT_EQ(dropped_names.size(), 4u);
     EXPECT_EQ(dropped_names[0], "C:/" + std::string(2044, 'x'));
     EXPECT_EQ(dropped_names[1], "C:/" + std::string(2044, 'x'));

@@ -43,15 +43,22 @@ protected:
         os_pump_messages();
         seen.clear();
         os_set_event_callback(note_event);
+        drive_begin();
     }
 
     void TearDown() override {
+        drive_end();
+        destroy_all();
+        os_set_event_callback(nullptr);
+        os_pump_messages();
+    }
+
+    void destroy_all() {
         for (PlatformWindow *window : windows) {
             os_window_destroy(window);
             os_free(window);
         }
-        os_set_event_callback(nullptr);
-        os_pump_messages();
+        windows.clear();
     }
 
     PlatformWindow *create(Size size = {300, 200}, uint16_t flags = program_flags) {
@@ -67,8 +74,16 @@ protected:
         drive_pointer_away();
         PlatformWindow *window = create(size);
         os_window_show(window, 1);
-        settle();
+        drive_settle();
+        seen.clear();
         return window;
+    }
+
+    // A place in the client area where no test has pressed a button yet.
+    static Point fresh_place() {
+        static int32_t count = 0;
+        count++;
+        return {10 + count % 14 * 20, 10 + count / 14 % 9 * 20};
     }
 
     // Handles what waits, and forgets it.
@@ -177,29 +192,54 @@ TEST_F(Window, TakesTheBytesOfItsTitleAsUtf16Units) {
 }
 
 TEST_F(Window, SurvivesEveryRefusedAllocationOfItsCreation) {
+    constexpr int count = 9; // more than the list of windows has room for at first
     int refused_creations = 0;
     bool was_refused = true;
     for (int refused = 0; was_refused; refused++) {
-        int count = 0;
+        int asked = 0;
         was_refused = false;
-        PlatformWindow *window = nullptr;
-        {
-            HeapHookScope hook([&](uint64_t) {
-                bool refuses = count++ == refused;
-                was_refused |= refuses;
-                return !refuses;
-            });
-            window = create();
+        int refused_here = 0;
+        for (int i = 0; i < count; i++) {
+            bool was_refused_before = was_refused;
+            PlatformWindow *window = nullptr;
+            {
+                HeapHookScope hook([&](uint64_t) {
+                    bool refuses = asked++ == refused;
+                    was_refused |= refuses;
+                    return !refuses;
+                });
+                window = create();
+            }
+            bool is_refused_one = was_refused && !was_refused_before;
+            if (window) {
+                EXPECT_EQ(window->framebuffer.pixels == nullptr, is_refused_one);
+                EXPECT_EQ(window->framebuffer.width, is_refused_one ? 0 : 300);
+                os_window_blit(window); // nothing to show, and no harm
+                drive_character(window, 'a');
+                EXPECT_EQ(pump(EVENT_CHAR).size(), 1u); // it is in the list
+                seen.clear();
+            } else {
+                EXPECT_TRUE(is_refused_one);
+                refused_here++;
+            }
         }
-        if (!window) {
-            refused_creations++;
-            continue;
-        }
-        EXPECT_EQ(window->framebuffer.pixels == nullptr, was_refused);
-        EXPECT_EQ(window->framebuffer.width, was_refused ? 0 : 300);
-        os_window_blit(window); // nothing to show, and no harm
+        refused_creations += refused_here;
+        destroy_all();
     }
     EXPECT_GE(refused_creations, 2); // the record and the title at least
+}
+
+TEST_F(Window, FindsMemoryForItsFramebufferLater) {
+    PlatformWindow *window = nullptr;
+    {
+        HeapHookScope hook([](uint64_t size) { return size != 262144; });
+        window = create({300, 200});
+    }
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->framebuffer.pixels, nullptr);
+    os_window_resize(window, {301, 200});
+    EXPECT_NE(window->framebuffer.pixels, nullptr);
+    EXPECT_EQ(window->framebuffer.width, 301);
 }
 
 TEST_F(Window, MoreThanFourLiveSideBySide) {
@@ -349,7 +389,7 @@ TEST_F(Window, HasNoAreaWhileItIsMinimisedAndComesBackAsItWas) {
     PlatformWindow *window = create_shown();
     uint32_t *block = window->framebuffer.pixels;
     os_window_minimize(window);
-    os_pump_messages();
+    drive_settle();
     EXPECT_EQ(window->client_size.width, 0);
     EXPECT_EQ(window->client_size.height, 0);
     EXPECT_EQ(window->framebuffer.width, 0);
@@ -360,7 +400,7 @@ TEST_F(Window, HasNoAreaWhileItIsMinimisedAndComesBackAsItWas) {
     os_window_blit(window);
 
     os_window_restore(window);
-    os_pump_messages();
+    drive_settle();
     EXPECT_EQ(window->client_size.width, 300);
     EXPECT_EQ(window->client_size.height, 200);
     EXPECT_EQ(window->framebuffer.width, 300);
@@ -388,6 +428,7 @@ TEST_F(Window, TellsThePointersComingItsMovesAndItsLeaving) {
     drive_pointer_out(window);
     os_pump_messages();
     ASSERT_FALSE(events(EVENT_MOUSE_LEAVE).empty());
+    EXPECT_NE(events(EVENT_MOUSE_LEAVE)[0].event.mouse.position.x, on_screen(window, {11, 22}).x);
     EXPECT_FALSE(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
 
     seen.clear();
@@ -398,17 +439,18 @@ TEST_F(Window, TellsThePointersComingItsMovesAndItsLeaving) {
 TEST_F(Window, TellsEachButtonsPressAndRelease) {
     PlatformWindow *window = create_shown();
     for (uint16_t button : {MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}) {
-        drive_long_pause();
-        drive_press(window, button, {30, 40});
-        drive_release(window, button, {31, 42});
+        Point place = fresh_place();
+        Point later = {place.x + 1, place.y + 2};
+        drive_press(window, button, place);
+        drive_release(window, button, later);
         std::vector<SeenEvent> buttons = pump(EVENT_MOUSE_BUTTON);
         ASSERT_EQ(buttons.size(), 2u);
         EXPECT_EQ(buttons[0].event.button.button, button);
         EXPECT_EQ(buttons[0].event.button.state, BUTTON_PRESSED);
-        EXPECT_POINT(buttons[0].event.button.position, on_screen(window, {30, 40}));
+        EXPECT_POINT(buttons[0].event.button.position, on_screen(window, place));
         EXPECT_EQ(buttons[1].event.button.button, button);
         EXPECT_EQ(buttons[1].event.button.state, BUTTON_RELEASED);
-        EXPECT_POINT(buttons[1].event.button.position, on_screen(window, {31, 42}));
+        EXPECT_POINT(buttons[1].event.button.position, on_screen(window, later));
         seen.clear();
     }
 }
@@ -416,10 +458,10 @@ TEST_F(Window, TellsEachButtonsPressAndRelease) {
 TEST_F(Window, TheThirdPressInARowIsASingleOne) {
     PlatformWindow *window = create_shown();
     for (uint16_t button : {MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}) {
-        drive_long_pause();
+        Point place = fresh_place();
         for (int i = 0; i < 4; i++) {
-            drive_press(window, button, {30 + i % 2, 40});
-            drive_release(window, button, {30, 40});
+            drive_press(window, button, {place.x + i % 2, place.y});
+            drive_release(window, button, place);
         }
         std::vector<int> states;
         for (const SeenEvent &entry : pump(EVENT_MOUSE_BUTTON)) {
@@ -432,9 +474,8 @@ TEST_F(Window, TheThirdPressInARowIsASingleOne) {
 
 TEST_F(Window, APressFartherAwayIsASingleOne) {
     PlatformWindow *window = create_shown();
-    drive_long_pause();
-    Point places[] = {{30, 40}, {50, 40}, {50, 60}, {51, 61}};
-    for (Point client : places) {
+    Point first = fresh_place(), second = fresh_place(), third = fresh_place();
+    for (Point client : {first, second, third, Point{third.x + 1, third.y + 1}}) {
         drive_press(window, MOUSE_LEFT, client);
         drive_release(window, MOUSE_LEFT, client);
     }
@@ -447,10 +488,10 @@ TEST_F(Window, APressFartherAwayIsASingleOne) {
 
 TEST_F(Window, TheButtonsAreTestedForDoublePressesApart) {
     PlatformWindow *window = create_shown();
-    drive_long_pause();
+    Point place = fresh_place();
     for (uint16_t button : {MOUSE_LEFT, MOUSE_RIGHT, MOUSE_LEFT}) {
-        drive_press(window, button, {30, 40});
-        drive_release(window, button, {30, 40});
+        drive_press(window, button, place);
+        drive_release(window, button, place);
     }
     std::vector<int> states;
     for (const SeenEvent &entry : pump(EVENT_MOUSE_BUTTON)) {
@@ -546,13 +587,37 @@ TEST_F(Window, WithoutACallbackEventsAreDropped) {
 }
 
 TEST_F(Window, ThePumpCountsMessagesThatAreNoEvents) {
-    PlatformWindow *window = create_shown();
+    PlatformWindow *window = create(); // to one on the screen the system sends messages of its own
+    os_pump_messages();
     EXPECT_EQ(os_pump_messages(), 0u);
     drive_nothing(window);
     drive_nothing(window);
     EXPECT_EQ(os_pump_messages(), 2u);
     EXPECT_TRUE(seen.empty());
     EXPECT_EQ(os_pump_messages(), 0u);
+}
+
+TEST_F(Window, TellsWhenTheFocusGoesAndComes) {
+    PlatformWindow *window = create_shown();
+    drive_focus_away(window);
+    std::vector<SeenEvent> focus = pump(EVENT_FOCUS);
+    ASSERT_EQ(focus.size(), 1u);
+    EXPECT_EQ(focus[0].event.focus.is_gained, 0);
+    EXPECT_FALSE(window->flags & WINDOW_FLAG_FOCUS);
+    seen.clear();
+    drive_focus_back(window);
+    focus = pump(EVENT_FOCUS);
+    ASSERT_EQ(focus.size(), 1u);
+    EXPECT_EQ(focus[0].event.focus.is_gained, 1);
+    EXPECT_TRUE(window->flags & WINDOW_FLAG_FOCUS);
+}
+
+TEST_F(Window, CountsAsHavingTheFocusOnceItIsAskedFor) {
+    PlatformWindow *window = create_shown();
+    drive_focus_away(window);
+    os_pump_messages();
+    os_window_focus(window);
+    EXPECT_TRUE(window->flags & WINDOW_FLAG_FOCUS);
 }
 
 // ---- Closing ----
@@ -689,7 +754,8 @@ TEST(Monitors, TakeTheirSizeAndSixtyHertzForWhatTheModeDoesNotTell) {
     } rows[] = {
         {{2560, 1440}, 144, {2560, 1440}, 144}, {{2560, 1440}, 2, {2560, 1440}, 2},
         {{2560, 1440}, 1, {2560, 1440}, 60},    {{2560, 1440}, 0, {2560, 1440}, 60},
-        {{0, 0}, 24, {800, 600}, 24},
+        {{0, 0}, 24, {800, 600}, 24},           {{0, 1440}, 60, {800, 600}, 60},
+        {{2560, 0}, 60, {800, 600}, 60},
     };
     for (const auto &row : rows) {
         MonitorInfo monitor = {};

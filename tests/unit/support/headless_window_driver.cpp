@@ -7,8 +7,6 @@ void point_at(PlatformWindow *window, Point client) {
     headless_move_pointer({window->client_position.x + client.x, window->client_position.y + client.y});
 }
 
-uint32_t clock_ms = 10'000'000;
-
 } // namespace
 
 void drive_pointer_to(PlatformWindow *window, Point client) {
@@ -57,12 +55,13 @@ void drive_character(PlatformWindow *window, uint32_t unit) {
     headless_type(unit);
 }
 
-void drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names) {
+void *drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names) {
     std::vector<Str> texts;
     for (const std::string &name : names) {
         texts.push_back({name.size(), const_cast<char *>(name.data())});
     }
     headless_drop(window, client, texts.data(), static_cast<int32_t>(texts.size()));
+    return nullptr;
 }
 
 void drive_close(PlatformWindow *window) {
@@ -73,9 +72,20 @@ void drive_nothing(PlatformWindow *window) {
     headless_ask_redraw(window);
 }
 
-void drive_long_pause() {
-    clock_ms += 100'000;
-    headless_set_time(clock_ms);
+void drive_begin() {}
+
+void drive_end() {}
+
+void drive_focus_away(PlatformWindow *) {
+    headless_focus(nullptr);
+}
+
+void drive_focus_back(PlatformWindow *window) {
+    headless_focus(window);
+}
+
+void drive_settle() {
+    os_pump_messages();
 }
 
 std::vector<uint32_t> shown_pixels(const PlatformWindow *window) {

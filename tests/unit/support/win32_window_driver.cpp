@@ -85,7 +85,7 @@ void drive_character(PlatformWindow *window, uint32_t unit) {
     post(window, WM_CHAR, unit, 1);
 }
 
-void drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names) {
+void *drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names) {
     std::wstring list;
     for (const std::string &name : names) {
         std::wstring wide(name.size() + 1, 0); // no text has more UTF-16 units than bytes
@@ -104,6 +104,7 @@ void drive_drop(PlatformWindow *window, Point client, const std::vector<std::str
     memcpy(drop + 1, list.data(), list.size() * sizeof(wchar_t));
     GlobalUnlock(block);
     post(window, WM_DROPFILES, reinterpret_cast<WPARAM>(block), 0);
+    return block;
 }
 
 void drive_close(PlatformWindow *window) {
@@ -114,8 +115,37 @@ void drive_nothing(PlatformWindow *window) {
     post(window, WM_NULL, 0, 0);
 }
 
-void drive_long_pause() {
-    Sleep(GetDoubleClickTime() + 20);
+namespace {
+
+UINT double_press_ms;
+
+} // namespace
+
+void drive_begin() {
+    double_press_ms = GetDoubleClickTime();
+    SetDoubleClickTime(5000); // the most there is
+}
+
+void drive_end() {
+    SetDoubleClickTime(double_press_ms);
+}
+
+void drive_focus_away(PlatformWindow *window) {
+    post(window, WM_KILLFOCUS, 0, 0);
+}
+
+void drive_focus_back(PlatformWindow *window) {
+    post(window, WM_SETFOCUS, 0, 0);
+}
+
+// A window manager works on its own time, and nothing says that it is done.
+void drive_settle() {
+    for (int quiet = 0; quiet < 20; quiet++) {
+        if (os_pump_messages() > 0) {
+            quiet = 0;
+        }
+        Sleep(5);
+    }
 }
 
 std::vector<uint32_t> shown_pixels(const PlatformWindow *window) {

@@ -18,15 +18,24 @@ void drive_wheel(PlatformWindow *window, int32_t delta);
 void drive_key_down(PlatformWindow *window, uint16_t code, bool was_down);
 void drive_key_up(PlatformWindow *window, uint16_t code);
 void drive_character(PlatformWindow *window, uint32_t unit);
-void drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names);
+// Returns the system's handle of the drop, or null where there is none.
+void *drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names);
 void drive_close(PlatformWindow *window);
 void drive_nothing(PlatformWindow *window); // a message that is no event
 
-// Lets so much time pass that no press can be the second one of an earlier test's.
-void drive_long_pause();
+// From here on no second press is too late to be a double press; until drive_end.
+void drive_begin();
+void drive_end();
+
+// The focus goes to another program's window, and comes back.
+void drive_focus_away(PlatformWindow *window);
+void drive_focus_back(PlatformWindow *window);
 
 // Puts the pointer where no window comes to stand, without telling any.
 void drive_pointer_away();
+
+// Handles what the system still has to tell of a window that has just been shown or moved.
+void drive_settle();
 
 // What the client area shows, row by row from the top, 0xRRGGBB.
 std::vector<uint32_t> shown_pixels(const PlatformWindow *window);
