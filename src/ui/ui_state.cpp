@@ -1,0 +1,148 @@
+#include "ui/ui_state.h"
+
+#include <iterator>
+
+#include "os/memory.h"
+#include "os/threads.h"
+
+UiState ui_state;
+
+namespace {
+
+uint8_t reserve_slots() {
+    if (!ui_state.slots) {
+        ui_state.slots = static_cast<InputSlot *>(os_alloc_zero(input_block_size));
+    }
+    return ui_state.slots != nullptr;
+}
+
+uint8_t is_moving(uint16_t slot) {
+    return slot == SLOT_POINTER || slot == SLOT_WHEEL;
+}
+
+// Appends a slot to one of the lists of changed ones.
+void note_change(uint16_t *list, uint32_t *count, uint64_t room, uint16_t slot) {
+    if (*count < room) {
+        list[(*count)++] = slot;
+    } else {
+        ui_state.list_was_full = 1;
+    }
+}
+
+// Counts a change of the slot and returns it; null when there is no such slot.
+InputSlot *change_slot(uint16_t slot) {
+    if (slot >= input_slot_count || !reserve_slots()) {
+        return nullptr;
+    }
+    InputSlot *changed = &ui_state.slots[slot];
+    if (changed->transitions == 0) {
+        if (is_moving(slot)) {
+            note_change(ui_state.moved, &ui_state.moved_count, std::size(ui_state.moved), slot);
+        } else {
+            note_change(ui_state.changed, &ui_state.changed_count, std::size(ui_state.changed), slot);
+        }
+    }
+    changed->transitions++;
+    return changed;
+}
+
+void begin_slot(uint16_t slot) {
+    InputSlot *begun = &ui_state.slots[slot];
+    begun->state &= INPUT_IS_DOWN;
+    begun->transitions = 0;
+    if (is_moving(slot)) {
+        begun->previous_position = begun->press_position;
+    }
+}
+
+uint8_t has_bit(uint16_t slot, InputBit bit) {
+    return slot < input_slot_count && ui_state.slots && (ui_state.slots[slot].state & bit) != 0;
+}
+
+} // namespace
+
+// ---- The turn of a frame ----
+
+void ui_begin_frame() {
+    if (!reserve_slots()) {
+        return;
+    }
+    if (ui_state.list_was_full) {
+        for (uint16_t slot = 0; slot < input_slot_count; slot++) {
+            begin_slot(slot);
+        }
+    } else {
+        for (uint32_t i = 0; i < ui_state.changed_count; i++) {
+            begin_slot(ui_state.changed[i]);
+        }
+        for (uint32_t i = 0; i < ui_state.moved_count; i++) {
+            begin_slot(ui_state.moved[i]);
+        }
+    }
+    ui_state.changed_count = 0;
+    ui_state.moved_count = 0;
+    ui_state.list_was_full = 0;
+    ui_state.wheel_steps = 0;
+}
+
+// ---- Changes ----
+
+void ui_press(uint16_t slot, Point position) {
+    InputSlot *pressed = change_slot(slot);
+    if (!pressed) {
+        return;
+    }
+    uint8_t how = pressed->state & INPUT_IS_DOWN ? INPUT_DOWN_AGAIN : INPUT_WENT_DOWN;
+    pressed->state = static_cast<uint8_t>(pressed->state | how | INPUT_IS_DOWN);
+    pressed->press_position = position;
+    pressed->press_ticks = os_ticks();
+}
+
+void ui_release(uint16_t slot, Point position) {
+    InputSlot *released = change_slot(slot);
+    if (!released) {
+        return;
+    }
+    released->state = static_cast<uint8_t>((released->state & ~INPUT_IS_DOWN) | INPUT_WENT_UP);
+    released->release_position = position;
+    released->release_ticks = os_ticks();
+}
+
+void ui_pointer_moved(Point position) {
+    ui_press(SLOT_POINTER, position);
+}
+
+void ui_wheel_turned(int32_t steps, Point position) {
+    ui_press(SLOT_WHEEL, position);
+    ui_state.wheel_steps += steps;
+}
+
+void ui_release_all() {
+    for (uint16_t slot = 0; slot < input_slot_count; slot++) {
+        if (ui_is_down(slot)) {
+            ui_release(slot, ui_pointer_position());
+        }
+    }
+}
+
+// ---- Questions ----
+
+uint8_t ui_is_down(uint16_t slot) {
+    return has_bit(slot, INPUT_IS_DOWN);
+}
+
+uint8_t ui_went_down(uint16_t slot) {
+    return has_bit(slot, INPUT_WENT_DOWN);
+}
+
+uint8_t ui_consume_press(uint16_t slot) {
+    if (!ui_went_down(slot)) {
+        return 0;
+    }
+    ui_state.slots[slot].state &= static_cast<uint8_t>(~INPUT_WENT_DOWN);
+    return 1;
+}
+
+Point ui_pointer_position() {
+    return ui_state.slots ? ui_state.slots[SLOT_POINTER].press_position : Point{};
+}

@@ -1,0 +1,22 @@
+// The interface's state for a test.
+#pragma once
+
+#include "os/memory.h"
+#include "ui/line_editor.h"
+#include "ui/ui_state.h"
+
+// Sets ui_state up as start-up does, with no field focused, and gives all of it back at the end.
+class UiScope {
+public:
+    UiScope() {
+        ui_state = {};
+        dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
+    }
+    ~UiScope() {
+        os_free(ui_state.slots);
+        os_free(ui_state.caret_list.data);
+        ui_state = {};
+    }
+    UiScope(const UiScope &) = delete;
+    UiScope &operator=(const UiScope &) = delete;
+};

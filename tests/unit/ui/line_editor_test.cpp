@@ -1,0 +1,943 @@
+#include "ui/line_editor.h"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <initializer_list>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "os/clipboard.h"
+#include "search/search_state.h"
+#include "support/heap_hook.h"
+#include "support/system_clipboard.h"
+#include "support/test_tree.h"
+#include "support/ui_scope.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+// What field_handle_key reports: handled, and 2 for a changed text.
+constexpr int NOTHING = 0;
+constexpr int REDRAW = 1;
+constexpr int SEARCH = 3;
+
+// A focused field. Its state is written as its text and then its carets, {anchor,caret} each.
+struct Editor {
+    UiScope scope;
+    StrBuf field = {};
+
+    Editor(const std::string &text, std::initializer_list<Caret> carets, uint64_t capacity = 16) {
+        ui_begin_frame();
+        strbuf_init(&field, capacity);
+        strbuf_append(&field, text.size(), text.data());
+        for (const Caret &caret : carets) {
+            dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+        }
+    }
+    ~Editor() {
+        os_free(field.data);
+    }
+    Editor(const Editor &) = delete;
+    Editor &operator=(const Editor &) = delete;
+
+    std::string state() const {
+        std::string text = to_string(strbuf_text(&field));
+        EXPECT_TRUE(!field.data || field.data[field.count] == 0) << "no terminator";
+        EXPECT_LE(field.count, field.capacity);
+        for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+            const Caret &caret = field_carets()[i];
+            text += " {" + std::to_string(caret.anchor) + "," + std::to_string(caret.caret) + "}";
+            for (int32_t offset : {caret.anchor, caret.caret}) {
+                EXPECT_TRUE(offset >= 0 && static_cast<uint64_t>(offset) <= field.count);
+            }
+        }
+        return text;
+    }
+
+    void hold(uint16_t key) {
+        ui_press(key, {0, 0});
+    }
+    void let_go(uint16_t key) {
+        ui_release(key, {0, 0});
+    }
+
+    int handle(const WindowEvent &event) {
+        uint8_t handled = 77;
+        uint8_t text_changed = 77;
+        field_handle_key(&field, &event, &handled, &text_changed);
+        EXPECT_LE(handled, 1);
+        EXPECT_LE(text_changed, 1);
+        return handled + 2 * text_changed;
+    }
+
+    int key(uint16_t code, uint8_t key_state = KEY_PRESSED) {
+        WindowEvent event = {};
+        event.type = EVENT_KEY;
+        event.key = {code, key_state};
+        return handle(event);
+    }
+
+    int key_with(const std::vector<uint16_t> &modifiers, uint16_t code) {
+        for (uint16_t modifier : modifiers) {
+            hold(modifier);
+        }
+        int report = key(code);
+        for (uint16_t modifier : modifiers) {
+            let_go(modifier);
+        }
+        return report;
+    }
+
+    int type(uint32_t code) {
+        WindowEvent event = {};
+        event.type = EVENT_CHAR;
+        event.character = {code};
+        return handle(event);
+    }
+};
+
+void copy_from_elsewhere(const std::string &text) {
+    hold_clipboard();
+    EXPECT_EQ(os_clipboard_set_text(str_over(text)), 0);
+}
+
+std::string clipboard_text() {
+    hold_clipboard();
+    Str text = os_clipboard_get_text();
+    std::string copy = text.data ? to_string(text) : "(none)";
+    os_free(text.data);
+    return copy;
+}
+
+constexpr char separators[] = "\t\n !()+,-./:;?[\\]{}";
+
+} // namespace
+
+// ---- Words and characters ----
+
+TEST(LineEditorWord, CtrlLeftFromTheEndStopsBehindTheSpace) {
+    Editor editor("foo bar", {{7, 7}});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_LEFT), REDRAW);
+    EXPECT_EQ(editor.state(), "foo bar {4,4}");
+}
+
+TEST(LineEditorWord, CtrlRightFromTheStartStopsBeforeTheSpace) {
+    Editor editor("foo bar", {{0, 0}});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_RIGHT), REDRAW);
+    EXPECT_EQ(editor.state(), "foo bar {3,3}");
+}
+
+TEST(LineEditorWord, AnUnderscoreIsNoSeparator) {
+    Editor editor("a_b", {{3, 3}});
+    editor.key_with({KEY_CTRL}, KEY_LEFT);
+    EXPECT_EQ(editor.state(), "a_b {0,0}");
+}
+
+TEST(LineEditorWord, AWordMoveAlwaysPassesOneCharacter) {
+    Editor editor("a  b", {{2, 2}});
+    editor.key_with({KEY_CTRL}, KEY_LEFT);
+    EXPECT_EQ(editor.state(), "a  b {0,0}"); // the space, then the word before it
+    editor.key_with({KEY_CTRL}, KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "a  b {1,1}");
+    editor.key_with({KEY_CTRL}, KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "a  b {2,2}");
+    editor.key_with({KEY_CTRL}, KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "a  b {4,4}");
+}
+
+TEST(LineEditorWord, ExactlyNineteenBytesEndAWord) {
+    for (int byte = 0; byte < 256; byte++) {
+        std::string text = {'a', static_cast<char>(byte), 'b'};
+        bool separates = byte != 0 && strchr(separators, byte);
+        Editor right(text, {{0, 0}});
+        right.key_with({KEY_CTRL}, KEY_RIGHT);
+        EXPECT_EQ(field_carets()[0].caret, separates ? 1 : 3) << byte;
+        ui_state.caret_list.count = 0;
+        field_set_single_caret(3, 3);
+        right.key_with({KEY_CTRL}, KEY_LEFT);
+        EXPECT_EQ(field_carets()[0].caret, separates ? 2 : 0) << byte;
+    }
+    EXPECT_EQ(strlen(separators), 19u);
+}
+
+TEST(LineEditorCharacter, RightMovesAsFarAsTheLeadByteSays) {
+    const auto length = [](int lead) {
+        return lead < 0xC0   ? 1
+               : lead < 0xE0 ? 2
+               : lead < 0xF0 ? 3
+               : lead < 0xF8 ? 4
+               : lead < 0xFC ? 5
+               : lead < 0xFE ? 6
+               : lead < 0xFF ? 7
+                             : 8;
+    };
+    for (int lead = 0; lead < 256; lead++) {
+        Editor editor(std::string(1, static_cast<char>(lead)) + "xxxxxxxxx", {{0, 0}});
+        editor.key(KEY_RIGHT);
+        EXPECT_EQ(field_carets()[0].caret, length(lead)) << lead;
+    }
+}
+
+TEST(LineEditorCharacter, RightOverACharacterThatTheTextCutsStopsAtTheEnd) {
+    for (const char *text : {"\xC3", "\xE4\xBD", "\xF0", "\xFF\x80\x80"}) {
+        Editor editor(text, {{0, 0}});
+        editor.key(KEY_RIGHT);
+        int32_t end = static_cast<int32_t>(strlen(text));
+        EXPECT_EQ(field_carets()[0].caret, end);
+        EXPECT_EQ(field_carets()[0].anchor, end);
+    }
+}
+
+TEST(LineEditorCharacter, LeftSkipsBytesThatGoOn) {
+    Editor editor("a\xF0\x9F\x98\x80", {{5, 5}});
+    editor.key(KEY_LEFT);
+    EXPECT_EQ(field_carets()[0].caret, 1);
+    Editor stray("\x80\x80\x80", {{3, 3}});
+    stray.key(KEY_LEFT);
+    EXPECT_EQ(field_carets()[0].caret, 0);
+    // A stray continuation belongs to whatever stands before it.
+    Editor after_space("a \x80", {{3, 3}});
+    after_space.key(KEY_LEFT);
+    EXPECT_EQ(field_carets()[0].caret, 1);
+}
+
+TEST(LineEditorCharacter, ZeroBytesAndLineFeedsAreCharacters) {
+    Editor editor("a\0\nb"s, {{0, 0}});
+    editor.key(KEY_RIGHT);
+    editor.key(KEY_RIGHT);
+    editor.key(KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "a\0\nb {3,3}"s);
+    editor.key(KEY_BACKSPACE);
+    editor.key(KEY_BACKSPACE);
+    EXPECT_EQ(editor.state(), "ab {1,1}");
+}
+
+// ---- Moving ----
+
+TEST(LineEditorMove, StopsAtBothEnds) {
+    Editor editor("ab", {{0, 0}});
+    EXPECT_EQ(editor.key(KEY_LEFT), REDRAW);
+    EXPECT_EQ(editor.state(), "ab {0,0}");
+    editor.key_with({KEY_CTRL}, KEY_LEFT);
+    EXPECT_EQ(editor.state(), "ab {0,0}");
+    editor.key(KEY_RIGHT);
+    editor.key(KEY_RIGHT);
+    EXPECT_EQ(editor.key(KEY_RIGHT), REDRAW);
+    EXPECT_EQ(editor.state(), "ab {2,2}");
+    editor.key_with({KEY_CTRL}, KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "ab {2,2}");
+}
+
+TEST(LineEditorMove, ShiftMovesTheCaretAndLeavesTheAnchor) {
+    Editor editor("foo bar", {{3, 3}});
+    editor.hold(KEY_SHIFT);
+    EXPECT_EQ(editor.key(KEY_RIGHT), REDRAW);
+    EXPECT_EQ(editor.state(), "foo bar {3,4}");
+    editor.key(KEY_LEFT);
+    editor.key(KEY_LEFT);
+    EXPECT_EQ(editor.state(), "foo bar {3,2}");
+    editor.hold(KEY_CTRL);
+    editor.key(KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "foo bar {3,3}");
+    editor.key(KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "foo bar {3,7}");
+    editor.key(KEY_LEFT);
+    editor.key(KEY_LEFT);
+    EXPECT_EQ(editor.state(), "foo bar {3,0}");
+}
+
+TEST(LineEditorMove, WithoutShiftASelectionCollapsesToItsEndOnThatSide) {
+    for (Caret selection : {Caret{2, 5}, Caret{5, 2}}) {
+        Editor left("foo bar", {selection});
+        left.key(KEY_LEFT);
+        EXPECT_EQ(left.state(), "foo bar {2,2}");
+        Editor right("foo bar", {selection});
+        right.key(KEY_RIGHT);
+        EXPECT_EQ(right.state(), "foo bar {5,5}");
+    }
+}
+
+TEST(LineEditorMove, CtrlWithASelectionOnlyCollapsesIt) {
+    Editor left("foo bar", {{2, 5}});
+    left.key_with({KEY_CTRL}, KEY_LEFT);
+    EXPECT_EQ(left.state(), "foo bar {2,2}");
+    Editor right("foo bar", {{2, 5}});
+    right.key_with({KEY_CTRL}, KEY_RIGHT);
+    EXPECT_EQ(right.state(), "foo bar {5,5}");
+}
+
+TEST(LineEditorMove, CaretsThatMeetAreNotMergedByIt) {
+    Editor editor("abc", {{0, 0}, {1, 1}});
+    editor.key(KEY_LEFT);
+    EXPECT_EQ(editor.state(), "abc {0,0} {0,0}");
+}
+
+TEST(LineEditorMove, EveryCaretMovesByItself) {
+    Editor editor("foo bar baz", {{11, 11}, {0, 0}, {5, 6}});
+    editor.key_with({KEY_CTRL}, KEY_RIGHT);
+    EXPECT_EQ(editor.state(), "foo bar baz {11,11} {3,3} {6,6}");
+}
+
+TEST(LineEditorMove, WithoutACaretOnlyTheRedrawIsReported) {
+    Editor editor("abc", {});
+    EXPECT_EQ(editor.key(KEY_LEFT), REDRAW);
+    EXPECT_EQ(editor.key(KEY_RIGHT), REDRAW);
+    EXPECT_EQ(editor.state(), "abc");
+}
+
+// ---- Home and End ----
+
+TEST(LineEditorEdge, EndAndHomeMakeOneCaretThere) {
+    Editor editor("abc", {{1, 2}, {0, 0}});
+    EXPECT_EQ(editor.key(KEY_END), REDRAW);
+    EXPECT_EQ(editor.state(), "abc {3,3}");
+    Editor other("abc", {{1, 2}, {0, 0}});
+    EXPECT_EQ(other.key(KEY_HOME), REDRAW);
+    EXPECT_EQ(other.state(), "abc {0,0}");
+}
+
+TEST(LineEditorEdge, ShiftEndWithTwoCaretsSelectsFromTheSmallerAnchor) {
+    Editor editor("abcdef", {{4, 5}, {2, 1}});
+    EXPECT_EQ(editor.key_with({KEY_SHIFT}, KEY_END), REDRAW);
+    EXPECT_EQ(editor.state(), "abcdef {2,6}");
+}
+
+TEST(LineEditorEdge, ShiftHomeWithTwoCaretsSelectsFromTheLargerAnchor) {
+    Editor editor("abcdef", {{2, 1}, {4, 5}});
+    EXPECT_EQ(editor.key_with({KEY_SHIFT}, KEY_HOME), REDRAW);
+    EXPECT_EQ(editor.state(), "abcdef {4,0}");
+}
+
+TEST(LineEditorEdge, WithoutACaretThereStaysNone) {
+    Editor editor("abc", {});
+    EXPECT_EQ(editor.key(KEY_END), REDRAW);
+    EXPECT_EQ(editor.key(KEY_HOME), REDRAW);
+    EXPECT_EQ(editor.key_with({KEY_SHIFT}, KEY_END), REDRAW);
+    EXPECT_EQ(editor.key_with({KEY_SHIFT}, KEY_HOME), REDRAW);
+    EXPECT_EQ(editor.state(), "abc");
+}
+
+// ---- Backspace and Delete ----
+
+TEST(LineEditorDelete, BackspaceRemovesAWholeCharacter) {
+    Editor editor("aé", {{3, 3}});
+    EXPECT_EQ(editor.key(KEY_BACKSPACE), SEARCH);
+    EXPECT_EQ(editor.state(), "a {1,1}");
+}
+
+TEST(LineEditorDelete, DeleteRemovesAWholeCharacter) {
+    Editor editor("😀a", {{0, 0}});
+    EXPECT_EQ(editor.key(KEY_DELETE), SEARCH);
+    EXPECT_EQ(editor.state(), "a {0,0}");
+}
+
+TEST(LineEditorDelete, DeleteOfACharacterThatTheTextCutsRemovesTheRest) {
+    Editor editor("a\xF0\x9F", {{1, 1}});
+    editor.key(KEY_DELETE);
+    EXPECT_EQ(editor.state(), "a {1,1}");
+}
+
+TEST(LineEditorDelete, ReportsAChangeEvenWhereThereIsNothingToRemove) {
+    Editor start("a", {{0, 0}});
+    EXPECT_EQ(start.key(KEY_BACKSPACE), SEARCH);
+    EXPECT_EQ(start.state(), "a {0,0}");
+    Editor end("a", {{1, 1}});
+    EXPECT_EQ(end.key(KEY_DELETE), SEARCH);
+    EXPECT_EQ(end.state(), "a {1,1}");
+    Editor empty("", {{0, 0}});
+    EXPECT_EQ(empty.key(KEY_BACKSPACE), SEARCH);
+    EXPECT_EQ(empty.state(), " {0,0}");
+    Editor no_caret("a", {});
+    EXPECT_EQ(no_caret.key(KEY_BACKSPACE), SEARCH);
+    EXPECT_EQ(no_caret.key(KEY_DELETE), SEARCH);
+    EXPECT_EQ(no_caret.state(), "a");
+}
+
+TEST(LineEditorDelete, CtrlRemovesByTheWordRule) {
+    Editor editor("foo bar baz", {{11, 11}});
+    editor.hold(KEY_CTRL);
+    EXPECT_EQ(editor.key(KEY_BACKSPACE), SEARCH);
+    EXPECT_EQ(editor.state(), "foo bar  {8,8}");
+    field_set_single_caret(0, 0);
+    EXPECT_EQ(editor.key(KEY_DELETE), SEARCH);
+    EXPECT_EQ(editor.state(), " bar  {0,0}");
+}
+
+TEST(LineEditorDelete, ASelectionIsAllThatGoes) {
+    for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE}) {
+        Editor editor("abcdef", {{4, 2}});
+        EXPECT_EQ(editor.key(key), SEARCH);
+        EXPECT_EQ(editor.state(), "abef {2,2}");
+        Editor by_word("abcdef", {{2, 4}});
+        by_word.key_with({KEY_CTRL}, key);
+        EXPECT_EQ(by_word.state(), "abef {2,2}");
+    }
+}
+
+TEST(LineEditorDelete, OneSelectionKeepsTheOtherCaretsFromRemovingAnything) {
+    Editor editor("abcdef", {{6, 6}, {1, 3}});
+    editor.key(KEY_BACKSPACE);
+    EXPECT_EQ(editor.state(), "adef {4,4} {1,1}");
+}
+
+TEST(LineEditorDelete, EveryCaretRemovesItsCharacter) {
+    Editor editor("abcdef", {{2, 2}, {5, 5}});
+    editor.key(KEY_BACKSPACE);
+    EXPECT_EQ(editor.state(), "acdf {1,1} {3,3}");
+    Editor forward("abcdef", {{1, 1}, {4, 4}});
+    forward.key(KEY_DELETE);
+    EXPECT_EQ(forward.state(), "acdf {1,1} {3,3}");
+}
+
+// ---- Typing ----
+
+TEST(LineEditorType, PutsTheCharacterBeforeTheCaret) {
+    Editor editor("ac", {{1, 1}});
+    EXPECT_EQ(editor.type('b'), SEARCH);
+    EXPECT_EQ(editor.state(), "abc {2,2}");
+}
+
+TEST(LineEditorType, ReplacesTheSelection) {
+    for (Caret selection : {Caret{1, 3}, Caret{3, 1}}) {
+        Editor editor("abcd", {selection});
+        editor.type('x');
+        EXPECT_EQ(editor.state(), "axd {2,2}");
+    }
+    Editor all("abcd", {{0, 4}});
+    all.type('x');
+    EXPECT_EQ(all.state(), "x {1,1}");
+}
+
+TEST(LineEditorType, ThreeBytesBeginAt0x701) {
+    const struct {
+        uint32_t code;
+        std::string bytes;
+    } rows[] = {
+        {0, ""},
+        {1, "\x01"},
+        {0x7F, "\x7F"},
+        {0x80, "\xC2\x80"},
+        {0xE9, "é"},
+        {0x700, "\xDC\x80"},
+        {0x701, "\xE0\x9C\x81"}, // two bytes would do
+        {0x750, "\xE0\x9D\x90"},
+        {0x7FF, "\xE0\x9F\xBF"},
+        {0x800, "\xE0\xA0\x80"},
+        {0x4F60, "你"},
+        {0xD83D, "\xED\xA0\xBD"}, // half of a pair by itself
+        {0xDE00, "\xED\xB8\x80"},
+        {0xFFFF, "\xEF\xBF\xBF"},
+        {0x10000, "\xF0\x90\x80\x80"},
+        {0x1F600, "😀"},
+        {0x10FFFF, "\xF4\x8F\xBF\xBF"},
+        {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
+        {0x200000, ""},
+        {0xFFFFFFFF, ""},
+    };
+    for (const auto &row : rows) {
+        Editor editor("()", {{1, 1}});
+        EXPECT_EQ(editor.type(row.code), SEARCH);
+        std::string caret = std::to_string(1 + row.bytes.size());
+        EXPECT_EQ(editor.state(), "(" + row.bytes + ") {" + caret + "," + caret + "}") << row.code;
+    }
+}
+
+TEST(LineEditorType, AnEmptyEncodingStillRemovesTheSelection) {
+    for (uint32_t code : {0u, 0x200000u}) {
+        Editor editor("abcd", {{1, 3}});
+        EXPECT_EQ(editor.type(code), SEARCH);
+        EXPECT_EQ(editor.state(), "ad {1,1}");
+    }
+}
+
+TEST(LineEditorType, ControlCharactersAreTextHere) {
+    Editor editor("", {{0, 0}});
+    editor.type(27);
+    editor.type('\t');
+    editor.type('\n');
+    editor.type(8);
+    EXPECT_EQ(editor.state(), "\x1B\t\n\b {4,4}");
+}
+
+TEST(LineEditorType, CtrlTypesNothingButCtrlWithAltDoes) {
+    Editor editor("ab", {{0, 2}});
+    editor.hold(KEY_CTRL);
+    EXPECT_EQ(editor.type(1), NOTHING);
+    EXPECT_EQ(editor.state(), "ab {0,2}");
+    editor.hold(KEY_ALT);
+    EXPECT_EQ(editor.type('@'), SEARCH);
+    EXPECT_EQ(editor.state(), "@ {1,1}");
+    editor.let_go(KEY_CTRL);
+    EXPECT_EQ(editor.type('!'), SEARCH);
+    EXPECT_EQ(editor.state(), "@! {2,2}");
+}
+
+TEST(LineEditorType, WithoutACaretBothFlagsAreSetAndNothingIsTyped) {
+    Editor editor("ab", {});
+    EXPECT_EQ(editor.type('x'), SEARCH);
+    EXPECT_EQ(editor.state(), "ab");
+    editor.hold(KEY_CTRL);
+    EXPECT_EQ(editor.type('x'), NOTHING);
+}
+
+// ---- Select all, copy, cut, paste ----
+
+TEST(LineEditorSelectAll, MakesOneCaretOverTheWholeText) {
+    Editor editor("abc", {{1, 1}, {2, 2}});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);
+    EXPECT_EQ(editor.state(), "abc {0,3}");
+}
+
+TEST(LineEditorSelectAll, MakesACaretWhereThereWasNone) {
+    Editor editor("abc", {});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);
+    EXPECT_EQ(editor.state(), "abc {0,3}");
+}
+
+TEST(LineEditorCopy, PutsTheSelectionOnTheClipboardAndReportsNothing) {
+    for (Caret selection : {Caret{4, 7}, Caret{7, 4}}) {
+        copy_from_elsewhere("before");
+        Editor editor("foo bar", {selection});
+        hold_clipboard();
+        EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_C), NOTHING);
+        EXPECT_EQ(clipboard_text(), "bar");
+        EXPECT_EQ(field_carets()[0].anchor, selection.anchor);
+        EXPECT_EQ(field_carets()[0].caret, selection.caret);
+    }
+}
+
+TEST(LineEditorCopy, WithoutASelectionLeavesTheClipboardAsItIs) {
+    copy_from_elsewhere("before");
+    Editor editor("foo bar", {{3, 3}, {5, 5}});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_C), NOTHING);
+    Editor no_caret("foo bar", {});
+    EXPECT_EQ(no_caret.key_with({KEY_CTRL}, KEY_C), NOTHING);
+    EXPECT_EQ(clipboard_text(), "before");
+}
+
+TEST(LineEditorCopy, JoinsSelectionsInTheListsOrderWithNothingBetween) {
+    Editor editor("foo bar baz", {{8, 11}, {5, 5}, {3, 0}});
+    hold_clipboard();
+    editor.key_with({KEY_CTRL}, KEY_C);
+    EXPECT_EQ(clipboard_text(), "bazfoo");
+}
+
+TEST(LineEditorCopy, TakesMoreThanTheBufferStartsWith) {
+    for (size_t count : {1023u, 1024u, 1025u, 5000u}) {
+        std::string text(count, 'x');
+        text.back() = 'y';
+        Editor editor(text, {{0, static_cast<int32_t>(count)}});
+        hold_clipboard();
+        editor.key_with({KEY_CTRL}, KEY_C);
+        EXPECT_EQ(clipboard_text(), text);
+    }
+}
+
+TEST(LineEditorCut, CopiesAndRemoves) {
+    Editor editor("foo bar", {{3, 7}});
+    hold_clipboard();
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_X), SEARCH);
+    EXPECT_EQ(editor.state(), "foo {3,3}");
+    EXPECT_EQ(clipboard_text(), " bar");
+}
+
+TEST(LineEditorCut, WithoutASelectionOnlyReportsAChange) {
+    copy_from_elsewhere("before");
+    Editor editor("foo", {{1, 1}});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_X), SEARCH);
+    EXPECT_EQ(editor.state(), "foo {1,1}");
+    Editor no_caret("foo", {});
+    EXPECT_EQ(no_caret.key_with({KEY_CTRL}, KEY_X), SEARCH);
+    EXPECT_EQ(no_caret.state(), "foo");
+    EXPECT_EQ(clipboard_text(), "before");
+}
+
+TEST(LineEditorPaste, ReplacesTheSelection) {
+    copy_from_elsewhere("größe\n");
+    Editor editor("foo bar", {{4, 7}});
+    hold_clipboard();
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), SEARCH);
+    EXPECT_EQ(editor.state(), "foo größe\n {12,12}");
+}
+
+TEST(LineEditorPaste, AnEmptyClipboardChangesNothingAndReportsNothing) {
+    copy_from_elsewhere("");
+    Editor editor("foo bar", {{4, 7}});
+    hold_clipboard();
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), NOTHING);
+    EXPECT_EQ(editor.state(), "foo bar {4,7}");
+    offer_on_clipboard({});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), NOTHING);
+    EXPECT_EQ(editor.state(), "foo bar {4,7}");
+    Editor no_caret("foo", {});
+    EXPECT_EQ(no_caret.key_with({KEY_CTRL}, KEY_V), NOTHING);
+    close_open_clipboard(); // left open by the layer, as it does where there is no text
+}
+
+TEST(LineEditorPaste, WithoutACaretBothFlagsAreSet) {
+    copy_from_elsewhere("x");
+    Editor editor("foo", {});
+    hold_clipboard();
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), SEARCH);
+    EXPECT_EQ(editor.state(), "foo");
+}
+
+TEST(LineEditorPaste, BytesThatAreNotUtf8ArePastedAndCanBeEdited) {
+    offer_on_clipboard({.byte_text = "a\xE9\x80"});
+    Editor editor("", {{0, 0}});
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), SEARCH);
+    EXPECT_EQ(editor.state(), "a\xE9\x80 {3,3}");
+    editor.key(KEY_BACKSPACE);
+    EXPECT_EQ(editor.state(), "a {1,1}");
+}
+
+TEST(LineEditorPaste, GrowsTheTextByDoubling) {
+    std::string long_text(5000, 'z');
+    copy_from_elsewhere(long_text);
+    Editor editor("abcd", {{2, 2}});
+    hold_clipboard();
+    editor.key_with({KEY_CTRL}, KEY_V);
+    EXPECT_EQ(editor.state(), "ab" + long_text + "cd {5002,5002}");
+    EXPECT_EQ(editor.field.capacity, 8192u);
+}
+
+TEST(LineEditorKeys, WithAltGrTheLettersActToo) {
+    copy_from_elsewhere("paste");
+    Editor editor("abc", {{3, 3}});
+    editor.hold(KEY_CTRL);
+    editor.hold(KEY_ALT);
+    EXPECT_EQ(editor.key(KEY_A), REDRAW);
+    EXPECT_EQ(editor.state(), "abc {0,3}");
+    hold_clipboard();
+    EXPECT_EQ(editor.key(KEY_V), SEARCH);
+    EXPECT_EQ(editor.type('@'), SEARCH);
+    EXPECT_EQ(editor.state(), "paste@ {6,6}");
+}
+
+// ---- Which events mean something ----
+
+TEST(LineEditorKeys, OthersMeanNothing) {
+    Editor editor("abc", {{1, 2}});
+    for (const std::vector<uint16_t> &modifiers :
+         std::vector<std::vector<uint16_t>>{{}, {KEY_SHIFT}, {KEY_CTRL}}) {
+        std::set<uint32_t> with_meaning = {8, 35, 36, 37, 39, 46};
+        if (modifiers == std::vector<uint16_t>{KEY_CTRL}) {
+            with_meaning.insert({65, 67, 86, 88});
+        }
+        for (uint32_t code = 0; code <= UINT16_MAX; code++) {
+            if (!with_meaning.contains(code)) {
+                EXPECT_EQ(editor.key_with(modifiers, static_cast<uint16_t>(code)), NOTHING) << code;
+            }
+        }
+    }
+    EXPECT_EQ(editor.state(), "abc {1,2}");
+}
+
+TEST(LineEditorKeys, ARepeatedPressIsAPress) {
+    Editor editor("abc", {{3, 3}});
+    EXPECT_EQ(editor.key(KEY_BACKSPACE, KEY_PRESSED), SEARCH);
+    EXPECT_EQ(editor.key(KEY_BACKSPACE, KEY_REPEATED), SEARCH);
+    EXPECT_EQ(editor.key(KEY_LEFT, KEY_REPEATED), REDRAW);
+    EXPECT_EQ(editor.state(), "a {0,0}");
+}
+
+TEST(LineEditorKeys, OtherKeyStatesMeanNothing) {
+    Editor editor("abc", {{1, 1}, {1, 1}});
+    for (int state = 0; state < 256; state++) {
+        if (state != KEY_PRESSED && state != KEY_REPEATED) {
+            EXPECT_EQ(editor.key(KEY_BACKSPACE, static_cast<uint8_t>(state)), NOTHING) << state;
+        }
+        if (state != KEY_RELEASED) {
+            EXPECT_EQ(editor.key(KEY_SHIFT, static_cast<uint8_t>(state)), NOTHING) << state;
+        }
+    }
+    EXPECT_EQ(editor.state(), "abc {1,1} {1,1}");
+}
+
+TEST(LineEditorKeys, OtherEventsMeanNothing) {
+    Editor editor("abc", {{1, 2}});
+    for (int type = 0; type < 256; type++) {
+        if (type != EVENT_KEY && type != EVENT_CHAR) {
+            WindowEvent event = {};
+            event.type = static_cast<uint8_t>(type);
+            event.key = {KEY_BACKSPACE, KEY_PRESSED};
+            EXPECT_EQ(editor.handle(event), NOTHING) << type;
+        }
+    }
+    EXPECT_EQ(editor.state(), "abc {1,2}");
+}
+
+TEST(LineEditorKeys, ReleasingShiftMergesTheCarets) {
+    Editor editor("abcdef", {{1, 3}, {2, 5}});
+    EXPECT_EQ(editor.key(KEY_SHIFT, KEY_RELEASED), REDRAW);
+    EXPECT_EQ(editor.state(), "abcdef {1,5}");
+    Editor no_caret("abc", {});
+    EXPECT_EQ(no_caret.key(KEY_SHIFT, KEY_RELEASED), REDRAW);
+    EXPECT_EQ(no_caret.state(), "abc");
+}
+
+TEST(LineEditorKeys, AModifierThatWasReleasedWithTheFocusNoLongerCounts) {
+    Editor editor("abc", {{0, 0}});
+    editor.hold(KEY_CTRL);
+    ui_release_all();
+    EXPECT_EQ(editor.type('x'), SEARCH);
+    EXPECT_EQ(editor.state(), "xabc {1,1}");
+}
+
+// ---- Several carets ----
+
+TEST(LineEditorCarets, EachGetsTheTextAndLaterOnesMakeWay) {
+    Editor editor("abcdef", {{1, 1}, {4, 4}});
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "axbcdxef {2,2} {6,6}");
+    Editor selections("abcdef", {{0, 2}, {3, 5}});
+    selections.type('x');
+    EXPECT_EQ(selections.state(), "xcxf {1,1} {3,3}");
+}
+
+TEST(LineEditorCarets, TheThirdGoesTooFarByTheChangesBeforeTheSecond) {
+    Editor editor("abcdefgh", {{1, 1}, {3, 3}, {5, 5}});
+    editor.type('x');
+    // Between e and f it was; now it stands one further.
+    EXPECT_EQ(editor.state(), "axbcxdefxgh {2,2} {5,5} {9,9}");
+}
+
+TEST(LineEditorCarets, AThirdThatWouldGoBeyondTheTextStopsAtItsEnds) {
+    Editor editor("abcdef", {{1, 1}, {3, 3}, {6, 6}});
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "axbcxdefx {2,2} {5,5} {9,9}");
+    Editor start("abcdefgh", {{0, 4}, {5, 6}, {6, 7}});
+    start.key(KEY_DELETE);
+    // The third moves back by 4 and then by 4 + 1: to the start, where it selects nothing and meets the first.
+    EXPECT_EQ(start.state(), "egh {0,0} {1,1}");
+}
+
+TEST(LineEditorCarets, WhetherOneMakesWayIsJudgedFromWhereTheChangeBegan) {
+    Editor editor("abcdef", {{1, 4}, {2, 2}});
+    hold_clipboard();
+    copy_from_elsewhere("XY");
+    editor.key_with({KEY_CTRL}, KEY_V);
+    // The second stood behind the change's start, if not behind its end: it goes back by one, to 1.
+    EXPECT_EQ(editor.state(), "aXYXYef {3,3}");
+}
+
+TEST(LineEditorCarets, OnlyTheAnchorDecidesWhetherOneMakesWay) {
+    Editor editor("abcdef", {{2, 2}, {1, 4}});
+    editor.type('x');
+    // The second selection keeps its offsets, over other bytes now.
+    EXPECT_EQ(editor.state(), "axdef {3,3} {2,2}");
+}
+
+TEST(LineEditorCarets, OneAtTheVeryPlaceDoesNotMakeWay) {
+    Editor editor("ab", {{1, 1}, {1, 1}});
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "axxb {2,2}");
+}
+
+TEST(LineEditorCarets, EarlierOnesStayInsideATextThatShrinks) {
+    Editor editor("abcdef", {{6, 6}, {0, 4}});
+    editor.key(KEY_BACKSPACE);
+    EXPECT_EQ(editor.state(), "ef {2,2} {0,0}");
+}
+
+TEST(LineEditorMerge, OverlappingAndTouchingOnesBecomeOne) {
+    const struct {
+        std::vector<Caret> carets;
+        std::string merged;
+    } rows[] = {
+        {{{0, 2}, {3, 5}}, " {0,2} {3,5}"},
+        {{{0, 3}, {3, 5}}, " {0,5}"},
+        {{{3, 5}, {0, 3}}, " {0,5}"},
+        {{{0, 9}, {3, 5}}, " {0,9}"},
+        {{{3, 5}, {9, 0}}, " {0,9}"},
+        {{{4, 4}, {4, 4}}, " {4,4}"},
+        {{{4, 4}, {4, 2}}, " {2,4}"}, // no direction counts as forward
+        {{{5, 3}, {2, 4}}, " {5,2}"}, // the first one's direction
+        {{{3, 5}, {4, 2}}, " {2,5}"},
+        {{{0, 2}, {1, 3}, {7, 7}, {9, 9}}, " {0,3} {9,9} {7,7}"}, // the last takes the gap
+        {{{0, 2}, {6, 8}, {2, 6}}, " {0,8}"},                     // the union reaches one passed before
+        {{{8, 8}, {0, 1}, {1, 2}, {2, 3}, {3, 4}}, " {8,8} {0,4}"},
+    };
+    for (const auto &row : rows) {
+        Editor editor("0123456789", {});
+        for (const Caret &caret : row.carets) {
+            dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+        }
+        field_merge_carets();
+        EXPECT_EQ(editor.state(), "0123456789" + row.merged);
+    }
+}
+
+TEST(LineEditorCarets, SettingOneReplacesAll) {
+    Editor editor("abc", {{1, 1}, {2, 2}, {3, 3}});
+    field_set_single_caret(2, 1);
+    EXPECT_EQ(editor.state(), "abc {2,1}");
+    EXPECT_EQ(ui_state.caret_list.capacity, 16u);
+}
+
+TEST(LineEditorCarets, ClampingPutsThemIntoTheText) {
+    Editor editor("abc", {});
+    for (Caret caret : {Caret{-1, 2}, Caret{4, INT32_MAX}, Caret{INT32_MIN, 3}}) {
+        dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+    }
+    field_clamp_carets(&editor.field);
+    EXPECT_EQ(editor.state(), "abc {0,2} {3,3} {0,3}");
+}
+
+TEST(LineEditorCarets, OnesThatATextShortenedElsewhereLeftOutsideDoNoHarm) {
+    for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE, KEY_LEFT, KEY_RIGHT, KEY_HOME, KEY_END, KEY_C, KEY_X}) {
+        for (const std::vector<uint16_t> &modifiers :
+             std::vector<std::vector<uint16_t>>{{}, {KEY_CTRL}, {KEY_SHIFT}}) {
+            Editor editor("ab", {{5, 9}, {7, 7}, {-3, -3}});
+            editor.key_with(modifiers, key);
+            editor.type('x');
+            editor.state();
+        }
+    }
+}
+
+// ---- Memory ----
+
+TEST(LineEditorRefusal, ATextThatCannotGrowKeepsItsTextAndItsSelection) {
+    Editor editor("0123456789abcdef", {{4, 4}});
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_EQ(editor.type('x'), SEARCH);
+    }
+    EXPECT_EQ(editor.state(), "0123456789abcdef {4,4}");
+    copy_from_elsewhere("four");
+    field_set_single_caret(6, 3);
+    {
+        HeapHookScope hook([](uint64_t size) { return size < 16; }); // the clipboard's text is small
+        hold_clipboard();
+        EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), SEARCH);
+    }
+    EXPECT_EQ(editor.state(), "0123456789abcdef {6,3}");
+    EXPECT_EQ(editor.field.capacity, 16u);
+    editor.type('x'); // three bytes less, one more: no growth needed
+    EXPECT_EQ(editor.state(), "012x6789abcdef {4,4}");
+}
+
+TEST(LineEditorRefusal, AReplacementThatFitsNeedsNoMemory) {
+    Editor editor("0123456789abcdef", {{4, 5}});
+    HeapHookScope hook([](uint64_t) { return false; });
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "0123x56789abcdef {5,5}");
+}
+
+TEST(LineEditorRefusal, WithSeveralCaretsTheFirstRefusalEndsTheChange) {
+    Editor editor("0123456789abcde", {{1, 1}, {3, 3}, {6, 8}});
+    HeapHookScope hook([](uint64_t) { return false; });
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "0x123456789abcde {2,2} {4,4} {7,9}");
+}
+
+TEST(LineEditorRefusal, APasteWithoutMemoryForItsTextIsAnEmptyClipboard) {
+    copy_from_elsewhere("x");
+    Editor editor("abc", {{1, 2}});
+    HeapHookScope hook([](uint64_t) { return false; });
+    hold_clipboard();
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), NOTHING);
+    EXPECT_EQ(editor.state(), "abc {1,2}");
+}
+
+// Refuses one allocation after the other until the key has all it asks for.
+TEST(LineEditorRefusal, ACopyIsWholeOrNotMade) {
+    std::string text(3000, 'x');
+    for (uint16_t key : {KEY_C, KEY_X}) {
+        for (uint32_t refused = 0;; refused++) {
+            copy_from_elsewhere("before");
+            Editor editor(text, {{0, 1000}, {1000, 3000}});
+            editor.hold(KEY_CTRL);
+            uint32_t asked = 0;
+            hold_clipboard();
+            {
+                HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+                editor.key(key);
+            }
+            EXPECT_EQ(editor.state(), key == KEY_X ? " {0,0}"s : text + " {0,1000} {1000,3000}");
+            bool was_refused = asked > refused;
+            EXPECT_EQ(clipboard_text(), was_refused ? "before" : text) << refused;
+            if (!was_refused) {
+                EXPECT_GE(refused, 4u); // the buffer, its growth and the clipboard's two blocks
+                break;
+            }
+        }
+    }
+}
+
+TEST(LineEditorRefusal, WithoutStorageForCaretsThereIsNone) {
+    HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(Caret); });
+    Editor editor("abc", {});
+    EXPECT_EQ(ui_state.caret_list.capacity, 0u);
+    field_set_single_caret(0, 3);
+    EXPECT_EQ(editor.state(), "abc");
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);
+    EXPECT_EQ(editor.type('x'), SEARCH);
+    EXPECT_EQ(editor.key(KEY_BACKSPACE), SEARCH);
+    EXPECT_EQ(editor.state(), "abc");
+}
+
+TEST(LineEditorRefusal, AFieldWithoutStorageStaysEmpty) {
+    HeapHookScope hook([](uint64_t size) { return size != 17; });
+    Editor editor("", {{0, 0}});
+    ASSERT_EQ(editor.field.data, nullptr);
+    for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE, KEY_LEFT, KEY_RIGHT, KEY_HOME, KEY_END}) {
+        editor.key(key);
+        editor.key_with({KEY_CTRL}, key);
+    }
+    EXPECT_EQ(editor.type('x'), SEARCH);
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_C), NOTHING);
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_X), SEARCH);
+    EXPECT_EQ(editor.state(), " {0,0}");
+}
+
+TEST(LineEditorLength, ATextAsLongAsCaretsCountTakesNoMore) {
+    Editor editor("abc", {{0, 0}});
+    editor.field.capacity = uint64_t{INT32_MAX} + 100;
+    for (uint64_t pretended : {uint64_t{INT32_MAX}, uint64_t{INT32_MAX} + 1, uint64_t{UINT32_MAX}}) {
+        editor.field.count = pretended;
+        EXPECT_EQ(editor.type('x'), SEARCH);
+        EXPECT_EQ(editor.field.count, pretended);
+        EXPECT_EQ(field_text_end(&editor.field), INT32_MAX);
+    }
+    editor.key(KEY_END);
+    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
+    editor.key_with({KEY_CTRL}, KEY_A);
+    EXPECT_EQ(field_carets()[0].anchor, 0);
+    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
+    editor.field.count = 3;
+    editor.field.capacity = 16;
+    field_clamp_carets(&editor.field);
+    EXPECT_EQ(editor.state(), "abc {0,3}");
+}
+
+// ---- What the worker may be reading ----
+
+TEST(LineEditorReader, StorageThatTheTextOutgrowsStaysReadable) {
+    Editor editor("0123456789abcdef", {{16, 16}});
+    search_state.worker_pass = 1;
+    Str before = strbuf_text(&editor.field);
+    editor.type('x');
+    EXPECT_NE(editor.field.data, before.data);
+    EXPECT_EQ(to_string(before), "0123456789abcdef");
+    EXPECT_EQ(before.data[before.count], 0);
+    ASSERT_NE(search_state.retired_text.first, nullptr);
+    EXPECT_EQ(search_state.retired_text.first->block, before.data);
+    search_state.worker_pass = 3;
+    release_retired(&search_state.retired_text);
+    EXPECT_EQ(search_state.retired_text.first, nullptr);
+    search_state.worker_pass = 0;
+}
+
+TEST(LineEditorReader, ARemovalLeavesAZeroBehindTheOldCountAndTheNew) {
+    Editor editor("0123456789", {{2, 5}});
+    editor.key(KEY_DELETE);
+    EXPECT_EQ(editor.field.count, 7u);
+    EXPECT_EQ(editor.field.data[7], 0);
+    EXPECT_EQ(editor.field.data[10], 0);
+}
