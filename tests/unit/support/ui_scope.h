@@ -5,18 +5,22 @@
 #include "ui/line_editor.h"
 #include "ui/ui_state.h"
 
-// Sets ui_state up as start-up does, with no field focused, and gives all of it back at the end.
+// Sets ui_state up as start-up does, with no field focused, and gives all of it back at the end. What there
+// was before comes back then, so one may live within another.
 class UiScope {
 public:
-    UiScope() {
+    UiScope() : outer(ui_state) {
         ui_state = {};
         dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
     }
     ~UiScope() {
         os_free(ui_state.slots);
         os_free(ui_state.caret_list.data);
-        ui_state = {};
+        ui_state = outer;
     }
     UiScope(const UiScope &) = delete;
     UiScope &operator=(const UiScope &) = delete;
+
+private:
+    UiState outer;
 };

@@ -712,7 +712,8 @@ TEST(LineEditorCarets, AThirdThatWouldGoBeyondTheTextStopsAtItsEnds) {
     EXPECT_EQ(editor.state(), "axbcxdefx {2,2} {5,5} {9,9}");
     Editor start("abcdefgh", {{0, 4}, {5, 6}, {6, 7}});
     start.key(KEY_DELETE);
-    // The third moves back by 4 and then by 4 + 1: to the start, where it selects nothing and meets the first.
+    // The third moves back by 4 and then by 4 + 1: to the start, where it selects nothing and meets the
+    // first.
     EXPECT_EQ(start.state(), "egh {0,0} {1,1}");
 }
 
