@@ -2,6 +2,7 @@
 
 #include <bit>
 
+#include <stdlib.h>
 #include <string.h>
 
 #include "os/clipboard.h"
@@ -168,28 +169,17 @@ constexpr Effect no_effect = {0, 0};
 constexpr Effect carets_moved = {1, 0};
 constexpr Effect text_edited = {1, 1};
 
-// Without a caret there stays none. The selection that Shift extends begins at the anchor furthest from the
-// edge.
-void move_to_end(const StrBuf *field, uint8_t extend) {
-    int32_t end = field_text_end(field);
-    int32_t anchor = end;
-    for (uint64_t i = 0; extend && i < ui_state.caret_list.count; i++) {
+// To the text's start or end, as one caret; without a caret there stays none. The selection that Shift
+// extends begins at the anchor furthest from there.
+void move_to_edge(int32_t edge, uint8_t extend) {
+    uint64_t count = ui_state.caret_list.count;
+    int32_t anchor = edge;
+    for (uint64_t i = 0; extend && i < count; i++) {
         int32_t other = field_carets()[i].anchor;
-        anchor = other < anchor ? other : anchor;
+        anchor = abs(other - edge) > abs(anchor - edge) ? other : anchor;
     }
-    if (ui_state.caret_list.count > 0) {
-        field_set_single_caret(anchor, end);
-    }
-}
-
-void move_to_start(uint8_t extend) {
-    int32_t anchor = 0;
-    for (uint64_t i = 0; extend && i < ui_state.caret_list.count; i++) {
-        int32_t other = field_carets()[i].anchor;
-        anchor = other > anchor ? other : anchor;
-    }
-    if (ui_state.caret_list.count > 0) {
-        field_set_single_caret(anchor, 0);
+    if (count > 0) {
+        field_set_single_caret(anchor, edge);
     }
 }
 
@@ -214,7 +204,7 @@ Effect press_letter(StrBuf *field, uint16_t code) {
         return no_effect;
     case KEY_X:
         copy_selections(field);
-        field_replace_selections(field, 0, nullptr);
+        field_replace_selections(field, 0, nullptr); // also when the copy was refused, which is meant
         return text_edited;
     case KEY_V:
         return paste(field);
@@ -240,10 +230,10 @@ Effect press_key(StrBuf *field, uint16_t code) {
         field_move_carets(field, CARET_RIGHT, ctrl, shift);
         return carets_moved;
     case KEY_END:
-        move_to_end(field, shift);
+        move_to_edge(field_text_end(field), shift);
         return carets_moved;
     case KEY_HOME:
-        move_to_start(shift);
+        move_to_edge(0, shift);
         return carets_moved;
     default:
         return ctrl ? press_letter(field, code) : no_effect;

@@ -64,6 +64,7 @@ uint8_t has_bit(uint16_t slot, InputBit bit) {
 // ---- The turn of a frame ----
 
 void ui_begin_frame() {
+    ui_state.wheel_steps = 0;
     if (!reserve_slots()) {
         return;
     }
@@ -82,7 +83,6 @@ void ui_begin_frame() {
     ui_state.changed_count = 0;
     ui_state.moved_count = 0;
     ui_state.list_was_full = 0;
-    ui_state.wheel_steps = 0;
 }
 
 // ---- Changes ----

@@ -12,8 +12,10 @@
 
 // ---- Keys and mouse ----
 
-// Virtual-key codes. They number the keys' slots in the input state too; the mouse's buttons have their
-// codes, MOUSE_LEFT and so on, and what else the mouse does has the two codes at the end.
+// Each key has a slot numbered by its virtual-key code, each mouse button one numbered by its MouseButton,
+// and what else the mouse does has a slot too.
+
+// The virtual-key codes that mean something here.
 enum KeyCode : uint16_t {
     KEY_BACKSPACE = 8,
     KEY_TAB = 9,
@@ -31,7 +33,10 @@ enum KeyCode : uint16_t {
     KEY_C = 'C',
     KEY_V = 'V',
     KEY_X = 'X',
-    SLOT_POINTER = 0x100, // motion, a press that carries the new position
+};
+
+enum MouseSlot : uint16_t {
+    SLOT_POINTER = 0x100, // a motion is a press that carries the new position; no motion releases it
     SLOT_WHEEL = 0x101,
 };
 
@@ -60,8 +65,7 @@ inline constexpr uint16_t input_slot_count = input_block_size / sizeof(InputSlot
 
 struct UiState {
     // the input callback writes, through the functions below; the drawing of a frame reads
-    InputSlot
-        *slots; // input_slot_count, made at first use and kept; null when memory is out: nothing is down
+    InputSlot *slots;    // input_slot_count, from the first use on; null when memory is out: nothing is down
     int32_t wheel_steps; // turned in this frame, positive away from the user
 
     // the slots that changed in this frame, each once; the functions below only
@@ -85,9 +89,9 @@ void ui_begin_frame();
 
 // ---- Changes ----
 
-// slot: a key's or button's code, or another KeyCode. A key event may carry any 16-bit code: from
-// input_slot_count on nothing happens, as without memory for the slots; from 0x100 on it names no key but
-// what the mouse does. position: of the mouse on the screen.
+// slot: a key's code, a MouseButton or a MouseSlot. A key event may carry any 16-bit code: from
+// input_slot_count on nothing happens, as without memory for the slots; from 0x100 on it names no key but a
+// slot of the mouse. position: of the mouse on the screen.
 
 // A first, a second or a repeated press alike. One of a slot that is down sets INPUT_DOWN_AGAIN.
 void ui_press(uint16_t slot, Point position);

@@ -68,7 +68,9 @@ TEST(InputState, WithoutMemoryNothingIsDownAndALaterUseTriesAgain) {
         ui_pointer_moved({5, 5});
         ui_wheel_turned(1, {1, 1});
         ui_release_all();
+        ui_begin_frame();
         EXPECT_EQ(ui_state.slots, nullptr);
+        EXPECT_EQ(ui_state.wheel_steps, 0);
         EXPECT_FALSE(ui_is_down(MOUSE_LEFT));
         EXPECT_FALSE(ui_went_down(MOUSE_LEFT));
         EXPECT_FALSE(ui_consume_press(MOUSE_LEFT));

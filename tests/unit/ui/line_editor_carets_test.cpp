@@ -1,0 +1,337 @@
+// Several carets, memory that is refused, texts of two GiB, and the worker that reads along.
+#include "ui/line_editor.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "os/threads.h"
+#include "search/search_state.h"
+#include "support/heap_hook.h"
+#include "ui/edited_field.h"
+
+using namespace std::string_literals;
+
+// ---- Several carets ----
+
+TEST(LineEditorCarets, EachGetsTheTextAndLaterOnesMakeWay) {
+    Editor editor("abcdef", {{1, 1}, {4, 4}});
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "axbcdxef {2,2} {6,6}");
+    Editor selections("abcdef", {{0, 2}, {3, 5}});
+    selections.type('x');
+    EXPECT_EQ(selections.state(), "xcxf {1,1} {3,3}");
+}
+
+TEST(LineEditorCarets, TheThirdGoesTooFarByTheChangesBeforeTheSecond) {
+    Editor editor("abcdefgh", {{1, 1}, {3, 3}, {5, 5}});
+    editor.type('x');
+    // Between e and f it was; now it stands one further.
+    EXPECT_EQ(editor.state(), "axbcxdefxgh {2,2} {5,5} {9,9}");
+}
+
+TEST(LineEditorCarets, AThirdThatWouldGoBeyondTheTextStopsAtItsEnds) {
+    Editor editor("abcdef", {{1, 1}, {3, 3}, {6, 6}});
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "axbcxdefx {2,2} {5,5} {9,9}");
+    Editor start("abcdefgh", {{0, 4}, {5, 6}, {6, 7}});
+    start.key(KEY_DELETE);
+    // The third moves back by 4 and then by 4 + 1: to the start, where it selects nothing and meets the
+    // first.
+    EXPECT_EQ(start.state(), "egh {0,0} {1,1}");
+}
+
+TEST(LineEditorCarets, WhetherOneMakesWayIsJudgedFromWhereTheChangeBegan) {
+    Editor editor("abcdef", {{1, 4}, {2, 2}});
+    hold_clipboard();
+    copy_from_elsewhere("XY");
+    editor.key_with({KEY_CTRL}, KEY_V);
+    // The second stood behind the change's start, if not behind its end: it goes back by one, to 1.
+    EXPECT_EQ(editor.state(), "aXYXYef {3,3}");
+}
+
+TEST(LineEditorCarets, OnlyTheAnchorDecidesWhetherOneMakesWay) {
+    Editor editor("abcdef", {{2, 2}, {1, 4}});
+    editor.type('x');
+    // The second selection keeps its offsets, over other bytes now.
+    EXPECT_EQ(editor.state(), "axdef {3,3} {2,2}");
+}
+
+TEST(LineEditorCarets, OneAtTheVeryPlaceDoesNotMakeWay) {
+    Editor editor("ab", {{1, 1}, {1, 1}});
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "axxb {2,2}");
+}
+
+TEST(LineEditorCarets, EarlierOnesStayInsideATextThatShrinks) {
+    Editor editor("abcdef", {{6, 6}, {0, 4}});
+    editor.key(KEY_BACKSPACE);
+    EXPECT_EQ(editor.state(), "ef {2,2} {0,0}");
+}
+
+TEST(LineEditorMerge, OverlappingAndTouchingOnesBecomeOne) {
+    const struct {
+        std::vector<Caret> carets;
+        std::string merged;
+    } rows[] = {
+        {{{0, 2}, {3, 5}}, " {0,2} {3,5}"},
+        {{{0, 3}, {3, 5}}, " {0,5}"},
+        {{{3, 5}, {0, 3}}, " {0,5}"},
+        {{{0, 9}, {3, 5}}, " {0,9}"},
+        {{{3, 5}, {9, 0}}, " {0,9}"},
+        {{{4, 4}, {4, 4}}, " {4,4}"},
+        {{{4, 4}, {4, 2}}, " {2,4}"}, // no direction counts as forward
+        {{{5, 3}, {2, 4}}, " {5,2}"}, // the first one's direction
+        {{{3, 5}, {4, 2}}, " {2,5}"},
+        {{{0, 2}, {1, 3}, {7, 7}, {9, 9}}, " {0,3} {9,9} {7,7}"}, // the last takes the gap
+        {{{0, 2}, {6, 8}, {2, 6}}, " {0,8}"},                     // the union reaches one passed before
+        {{{8, 8}, {0, 1}, {1, 2}, {2, 3}, {3, 4}}, " {8,8} {0,4}"},
+    };
+    for (const auto &row : rows) {
+        Editor editor("0123456789", {});
+        for (const Caret &caret : row.carets) {
+            dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+        }
+        field_merge_carets();
+        EXPECT_EQ(editor.state(), "0123456789" + row.merged);
+    }
+}
+
+TEST(LineEditorCarets, SettingOneReplacesAll) {
+    Editor editor("abc", {{1, 1}, {2, 2}, {3, 3}});
+    field_set_single_caret(2, 1);
+    EXPECT_EQ(editor.state(), "abc {2,1}");
+    EXPECT_EQ(ui_state.caret_list.capacity, 16u);
+}
+
+TEST(LineEditorCarets, ClampingPutsThemIntoTheText) {
+    Editor editor("abc", {});
+    for (Caret caret : {Caret{-1, 2}, Caret{4, INT32_MAX}, Caret{INT32_MIN, 3}}) {
+        dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+    }
+    field_clamp_carets(&editor.field);
+    EXPECT_EQ(editor.state(), "abc {0,2} {3,3} {0,3}");
+}
+
+TEST(LineEditorCarets, OnesThatATextShortenedElsewhereLeftOutsideDoNoHarm) {
+    for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE, KEY_LEFT, KEY_RIGHT, KEY_HOME, KEY_END, KEY_C, KEY_X}) {
+        for (const std::vector<uint16_t> &modifiers :
+             std::vector<std::vector<uint16_t>>{{}, {KEY_CTRL}, {KEY_SHIFT}}) {
+            Editor editor("ab", {{5, 9}, {7, 7}, {-3, -3}});
+            editor.key_with(modifiers, key);
+            editor.type('x');
+            editor.state();
+        }
+    }
+}
+
+// ---- Memory ----
+
+TEST(LineEditorRefusal, ATextThatCannotGrowKeepsItsTextAndItsSelection) {
+    Editor editor("0123456789abcdef", {{4, 4}});
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_EQ(editor.type('x'), SEARCH);
+    }
+    EXPECT_EQ(editor.state(), "0123456789abcdef {4,4}");
+    copy_from_elsewhere("four");
+    field_set_single_caret(6, 3);
+    {
+        HeapHookScope hook([](uint64_t size) { return size < 16; }); // the clipboard's text is small
+        hold_clipboard();
+        EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), SEARCH);
+    }
+    EXPECT_EQ(editor.state(), "0123456789abcdef {6,3}");
+    EXPECT_EQ(editor.field.capacity, 16u);
+    editor.type('x'); // three bytes less, one more: no growth needed
+    EXPECT_EQ(editor.state(), "012x6789abcdef {4,4}");
+}
+
+TEST(LineEditorRefusal, AReplacementThatFitsNeedsNoMemory) {
+    Editor editor("0123456789abcdef", {{4, 5}});
+    HeapHookScope hook([](uint64_t) { return false; });
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "0123x56789abcdef {5,5}");
+}
+
+TEST(LineEditorRefusal, WithSeveralCaretsTheFirstRefusalEndsTheChange) {
+    Editor editor("0123456789abcde", {{1, 1}, {3, 3}, {6, 8}});
+    HeapHookScope hook([](uint64_t) { return false; });
+    editor.type('x');
+    EXPECT_EQ(editor.state(), "0x123456789abcde {2,2} {4,4} {7,9}");
+}
+
+TEST(LineEditorRefusal, APasteWithoutMemoryForItsTextIsAnEmptyClipboard) {
+    copy_from_elsewhere("x");
+    Editor editor("abc", {{1, 2}});
+    HeapHookScope hook([](uint64_t) { return false; });
+    hold_clipboard();
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), NOTHING);
+    EXPECT_EQ(editor.state(), "abc {1,2}");
+}
+
+// Refuses one allocation after the other until the key has all it asks for.
+TEST(LineEditorRefusal, ACopyIsWholeOrNotMade) {
+    std::string text(3000, 'x');
+    for (uint16_t key : {KEY_C, KEY_X}) {
+        for (uint32_t refused = 0;; refused++) {
+            copy_from_elsewhere("before");
+            Editor editor(text, {{0, 1000}, {1000, 3000}});
+            editor.hold(KEY_CTRL);
+            uint32_t asked = 0;
+            hold_clipboard();
+            {
+                HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+                editor.key(key);
+            }
+            EXPECT_EQ(editor.state(), key == KEY_X ? " {0,0}"s : text + " {0,1000} {1000,3000}");
+            bool was_refused = asked > refused;
+            EXPECT_EQ(clipboard_text(), was_refused ? "before" : text) << refused;
+            if (!was_refused) {
+                EXPECT_GE(refused, 4u); // the buffer, its growth and the clipboard's two blocks
+                break;
+            }
+        }
+    }
+}
+
+TEST(LineEditorRefusal, WithoutStorageForCaretsThereIsNone) {
+    HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(Caret); });
+    Editor editor("abc", {});
+    EXPECT_EQ(ui_state.caret_list.capacity, 0u);
+    field_set_single_caret(0, 3);
+    EXPECT_EQ(editor.state(), "abc");
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);
+    EXPECT_EQ(editor.type('x'), SEARCH);
+    EXPECT_EQ(editor.key(KEY_BACKSPACE), SEARCH);
+    EXPECT_EQ(editor.state(), "abc");
+}
+
+TEST(LineEditorRefusal, AFieldWithoutStorageStaysEmpty) {
+    HeapHookScope hook([](uint64_t size) { return size != 17; });
+    Editor editor("", {{0, 0}});
+    ASSERT_EQ(editor.field.data, nullptr);
+    for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE, KEY_LEFT, KEY_RIGHT, KEY_HOME, KEY_END}) {
+        editor.key(key);
+        editor.key_with({KEY_CTRL}, key);
+    }
+    EXPECT_EQ(editor.type('x'), SEARCH);
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_C), NOTHING);
+    EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_X), SEARCH);
+    EXPECT_EQ(editor.state(), " {0,0}");
+}
+
+TEST(LineEditorLength, ATextAsLongAsCaretsCountTakesNoMore) {
+    Editor editor("abc", {{0, 0}});
+    editor.field.capacity = uint64_t{INT32_MAX} + 100;
+    for (uint64_t pretended : {uint64_t{INT32_MAX}, uint64_t{INT32_MAX} + 1, uint64_t{UINT32_MAX}}) {
+        editor.field.count = pretended;
+        EXPECT_EQ(editor.type('x'), SEARCH);
+        EXPECT_EQ(editor.field.count, pretended);
+        EXPECT_EQ(field_text_end(&editor.field), INT32_MAX);
+    }
+    editor.key(KEY_END);
+    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
+    editor.key_with({KEY_CTRL}, KEY_A);
+    EXPECT_EQ(field_carets()[0].anchor, 0);
+    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
+    editor.field.count = 3;
+    editor.field.capacity = 16;
+    field_clamp_carets(&editor.field);
+    EXPECT_EQ(editor.state(), "abc {0,3}");
+}
+
+// ---- What the worker may be reading ----
+
+namespace {
+
+volatile uint8_t stop_reading;
+volatile uint8_t has_stopped;
+volatile uint32_t passes;
+volatile uint32_t read_sum; // keeps the reading
+
+// Reads the path as the worker does, from its count and to its terminator.
+uint32_t read_path(void *) {
+    while (!stop_reading) {
+        search_state.worker_pass = search_state.worker_pass + 1;
+        Str text = strbuf_text(&search_state.path);
+        for (uint64_t i = 0; i <= text.count; i++) {
+            read_sum = read_sum + static_cast<uint8_t>(text.data[i]);
+        }
+        passes = passes + 1;
+    }
+    has_stopped = 1;
+    return 0;
+}
+
+} // namespace
+
+// Under the address sanitizer the reader may touch nothing that was given back and nothing behind the
+// storage.
+TEST(LineEditorReader, MayReadThroughEveryEdit) {
+    Editor editor("", {});
+    strbuf_init(&search_state.path, 16);
+    field_set_single_caret(0, 0);
+    search_state.worker_pass = 1;
+    stop_reading = 0;
+    has_stopped = 0;
+    passes = 0;
+    static Thread *thread;
+    thread = os_thread_start(read_path, nullptr);
+    ASSERT_NE(thread, nullptr);
+    const auto edit = [](WindowEvent event) {
+        uint8_t handled = 0;
+        uint8_t text_changed = 0;
+        field_handle_key(&search_state.path, &event, &handled, &text_changed);
+    };
+    for (uint32_t round = 0; round < 300 || passes < 300; round++) {
+        for (uint32_t i = 0; i < 200; i++) {
+            edit({.type = EVENT_CHAR, .window = nullptr, .character = {i % 3 == 0 ? 0x4F60u : '/'}});
+            edit({.type = EVENT_KEY,
+                  .window = nullptr,
+                  .key = {i % 5 == 0 ? KEY_LEFT : KEY_END, KEY_PRESSED}});
+        }
+        EXPECT_EQ(search_state.path.count, 67u * 3 + 133);
+        editor.hold(KEY_CTRL);
+        while (search_state.path.count > 0) {
+            edit({.type = EVENT_KEY, .window = nullptr, .key = {KEY_BACKSPACE, KEY_PRESSED}});
+            edit({.type = EVENT_KEY, .window = nullptr, .key = {KEY_DELETE, KEY_PRESSED}});
+        }
+        editor.let_go(KEY_CTRL);
+        search_state.path.capacity = 16; // so that it grows again
+    }
+    stop_reading = 1;
+    while (!has_stopped) {
+        os_sleep_ms(1);
+    }
+    search_state.worker_pass = search_state.worker_pass + 2;
+    release_retired(&search_state.retired_text);
+    search_state.worker_pass = 0;
+    os_free(search_state.path.data);
+    search_state.path = {};
+}
+
+TEST(LineEditorReader, StorageThatTheTextOutgrowsStaysReadable) {
+    Editor editor("0123456789abcdef", {{16, 16}});
+    search_state.worker_pass = 1;
+    Str before = strbuf_text(&editor.field);
+    editor.type('x');
+    EXPECT_NE(editor.field.data, before.data);
+    EXPECT_EQ(to_string(before), "0123456789abcdef");
+    EXPECT_EQ(before.data[before.count], 0);
+    ASSERT_NE(search_state.retired_text.first, nullptr);
+    EXPECT_EQ(search_state.retired_text.first->block, before.data);
+    search_state.worker_pass = 3;
+    release_retired(&search_state.retired_text);
+    EXPECT_EQ(search_state.retired_text.first, nullptr);
+    search_state.worker_pass = 0;
+}
+
+TEST(LineEditorReader, ARemovalLeavesAZeroBehindTheOldCountAndTheNew) {
+    Editor editor("0123456789", {{2, 5}});
+    editor.key(KEY_DELETE);
+    EXPECT_EQ(editor.field.count, 7u);
+    EXPECT_EQ(editor.field.data[7], 0);
+    EXPECT_EQ(editor.field.data[10], 0);
+}
