@@ -19,11 +19,19 @@ ResultStore results_store = {
     .other_folders = {},
 };
 
-void results_store_reserve() {
+void results_store_reserve_files_and_hits() {
     dynarray_init(&results_store.file_table, sizeof(FileEntry), 10000);
     dynarray_init(&results_store.hit_table, sizeof(ResultRecord), 100000);
+}
+
+void results_store_reserve_folders() {
     dynarray_init(&results_store.matching_folders, sizeof(Str), 128);
     dynarray_init(&results_store.other_folders, sizeof(Str), 128);
+}
+
+void results_store_reserve() {
+    results_store_reserve_files_and_hits();
+    results_store_reserve_folders();
 }
 
 void results_store_start_arena() {

@@ -42,9 +42,11 @@ struct ResultStore {
 
 extern ResultStore results_store;
 
-// Interface, before the worker starts: reserves the four tables. One that is refused has capacity 0: it stays
+// Interface, before the worker starts: reserve the tables. One that is refused has capacity 0: it stays
 // empty, and a push onto it never returns.
-void results_store_reserve();
+void results_store_reserve_files_and_hits();
+void results_store_reserve_folders(); // matching and other ones
+void results_store_reserve();         // all four
 
 // Worker, when it starts: reserves the arena's first block.
 void results_store_start_arena();

@@ -1,5 +1,7 @@
 #include "search/search_state.h"
 
+#include <string.h>
+
 #include "search/results_store.h"
 
 SearchState search_state = {
@@ -14,6 +16,20 @@ SearchState search_state = {
     .results_dirty = 0,
     .results_scroll = 0,
 };
+
+uint8_t set_field_text(StrBuf *field, Str text) {
+    uint64_t more = text.count > field->count ? text.count - field->count : 0;
+    if (!strbuf_make_room(field, more, &search_state.retired_text)) {
+        return 0;
+    }
+    char *data = field->data;
+    if (text.count > 0) {
+        memcpy(data, text.data, text.count);
+    }
+    data[text.count] = 0;
+    field->count = text.count;
+    return 1;
+}
 
 void publish_request() {
     results_store.hit_table.count = 0;

@@ -33,6 +33,11 @@ struct SearchState {
 // request_pending starts as 1, so the worker takes a first request with the texts that start-up has loaded.
 extern SearchState search_state;
 
+// Interface: makes text the whole of path or query. Returns 0, the field unchanged, when there is no memory
+// for it. text may not lie in the field itself. The search that reads the field meanwhile is not cancelled:
+// that takes a request.
+uint8_t set_field_text(StrBuf *field, Str text);
+
 // Interface: wants a new search of the texts as they are now. The list of hits empties at once.
 void publish_request();
 

@@ -100,6 +100,34 @@ TEST(Request, ANewOneReusesTheArenaFromItsFirstBlock) {
     EXPECT_EQ(arena.block_count, 2u);
 }
 
+TEST(Field, TakesATextWholeLongerOrShorterAndGrowsInSteps) {
+    SearchScope scope;
+    StrBuf &field = search_state.path;
+    for (const std::string &text :
+         {std::string("C:/src"), std::string("C:/"), std::string(), std::string("a\0b", 3),
+          std::string(1024, 'x'), std::string(1025, 'y'), std::string(5000, 'z'), std::string("short")}) {
+        ASSERT_TRUE(set_field_text(&field, str_over(text)));
+        EXPECT_EQ(to_string(strbuf_text(&field)), text);
+        EXPECT_EQ(field.data[text.size()], 0);
+        EXPECT_EQ(field.capacity, text.size() < 1025 && field.capacity == 1024 ? 1024u
+                                  : text.size() == 1025                        ? 2048u
+                                                                               : 8192u);
+    }
+}
+
+TEST(Field, KeepsItsTextWhenThereIsNoMemoryForAnother) {
+    SearchScope scope;
+    ASSERT_TRUE(set_field_text(&search_state.path, str_from("C:/src")));
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_FALSE(set_field_text(&search_state.path, str_over(std::string(1025, 'x'))));
+        EXPECT_TRUE(set_field_text(&search_state.query, str_over(std::string(1024, 'x')))); // fits
+    }
+    EXPECT_EQ(to_string(strbuf_text(&search_state.path)), "C:/src");
+    StrBuf without_storage = {};
+    EXPECT_FALSE(set_field_text(&without_storage, str_from("")));
+}
+
 TEST(ResultsStore, PathsAreJoinedInTheArena) {
     SearchScope scope;
     Str path = results_push_path(str_from("C:/src"), str_from("main.c"));

@@ -99,12 +99,7 @@ SearchScope::~SearchScope() {
 }
 
 void set_field(StrBuf *field, const std::string &text) {
-    field->count = 0;
-    if (field->capacity > 0) {
-        field->data[0] = 0;
-    }
-    ASSERT_TRUE(strbuf_make_room(field, text.size(), &search_state.retired_text));
-    strbuf_append(field, text.size(), text.data());
+    ASSERT_TRUE(set_field_text(field, str_over(text)));
 }
 
 std::string stored_rows(const std::string &root) {

@@ -43,7 +43,7 @@ public:
     SearchScope &operator=(const SearchScope &) = delete;
 };
 
-// Makes text the whole of a field, as typing does: the storage grows through strbuf_make_room.
+// Makes text the whole of a field; fails the test when there is no memory for it.
 void set_field(StrBuf *field, const std::string &text);
 
 // What the store holds, one line a row:
