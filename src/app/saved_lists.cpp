@@ -1,0 +1,406 @@
+#include "app/saved_lists.h"
+
+#include <string.h>
+
+#include "os/files.h"
+#include "search/search_state.h"
+
+SavedLists saved_lists;
+
+namespace {
+
+// What belongs to one of the two fields.
+struct FieldList {
+    StrBuf *field;
+    DynArray *entries;
+    uint8_t *is_saved;
+    const char *file_name;
+    const char *second_name; // of the file that exists while file_name is being replaced
+    uint8_t is_path;
+};
+
+const FieldList field_lists[] = {
+    {&search_state.path, &saved_lists.paths, &saved_lists.path_saved, "saved_paths.txt",
+     "saved_paths.txt.new", 1},
+    {&search_state.query, &saved_lists.queries, &saved_lists.query_saved, "saved_queries.txt",
+     "saved_queries.txt.new", 0},
+};
+
+const FieldList *field_list_of(const StrBuf *field) {
+    for (const FieldList &row : field_lists) {
+        if (row.field == field) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+// ---- Paths as they are typed ----
+
+Str path_clean(Str text, uint8_t keep_trailing_slashes) {
+    for (uint64_t i = 0; i < text.count; i++) {
+        char &byte = text.data[i];
+        if (byte == '\n' || byte == '\r' || byte == '\t' || byte == '"') {
+            byte = ' ';
+        } else if (byte == '\\') {
+            byte = '/';
+        }
+    }
+    while (text.count > 0 && text.data[0] == ' ') {
+        text.data++;
+        text.count--;
+    }
+    const auto is_cut_off = [&](char byte) { return byte == ' ' || (byte == '/' && !keep_trailing_slashes); };
+    while (text.count > 0 && is_cut_off(text.data[text.count - 1])) {
+        text.count--;
+    }
+    return text;
+}
+
+void path_clean_field(StrBuf *field, uint8_t keep_trailing_slashes) {
+    Str text = strbuf_text(field);
+    if (!text.data) {
+        return;
+    }
+    Str clean = path_clean(text, keep_trailing_slashes);
+    memmove(text.data, clean.data, clean.count);
+    text.data[clean.count] = 0;
+    field->count = clean.count;
+}
+
+// ---- Entries ----
+
+namespace {
+
+constexpr uint64_t removed_entries_kept = 20;
+
+uint64_t entry_capacity(uint64_t length) {
+    uint64_t capacity = 8;
+    while (capacity < length) {
+        capacity *= 2;
+    }
+    return capacity;
+}
+
+void add_entry(DynArray *list, Str text) {
+    uint64_t capacity = entry_capacity(text.count);
+    char *copy = static_cast<char *>(os_alloc(capacity + 1));
+    SavedEntry entry = {1, 0, nullptr, 0}; // without memory an empty entry, which is kept and written
+    if (copy) {
+        if (text.count > 0) {
+            memcpy(copy, text.data, text.count);
+        }
+        copy[text.count] = 0;
+        entry = {1, text.count, copy, capacity};
+    }
+    // A list that cannot grow is empty from then on; its entries' texts stay allocated.
+    if (!dynarray_push(list, sizeof(SavedEntry), &entry)) {
+        os_free(copy);
+    }
+}
+
+// Deletes the first removed entry for good when there are more than enough of them.
+void compact_removed(DynArray *list) {
+    uint64_t removed = 0;
+    uint64_t first = 0;
+    for (uint64_t row = list->count; row-- > 0;) {
+        if (!saved_entry_at(list, row)->in_use) {
+            removed++;
+            first = row;
+        }
+    }
+    if (removed <= removed_entries_kept) {
+        return;
+    }
+    SavedEntry *entry = saved_entry_at(list, first);
+    os_free(entry->text);
+    memmove(entry, entry + 1, (list->count - first - 1) * sizeof(SavedEntry));
+    list->count = list->count - 1;
+}
+
+} // namespace
+
+void saved_lists_reserve() {
+    dynarray_init(&saved_lists.paths, sizeof(SavedEntry), 128);
+    dynarray_init(&saved_lists.queries, sizeof(SavedEntry), 128);
+}
+
+DynArray *saved_list_of(const StrBuf *field) {
+    const FieldList *saved = field_list_of(field);
+    return saved ? saved->entries : nullptr;
+}
+
+SavedEntry *saved_entry_at(const DynArray *list, uint64_t row) {
+    return reinterpret_cast<SavedEntry *>(list->data + row * sizeof(SavedEntry));
+}
+
+Str saved_entry_text(const SavedEntry *entry) {
+    return {entry->length, entry->text};
+}
+
+SavedEntry *saved_list_find(const DynArray *list, Str text, SavedEntryState wanted) {
+    for (uint64_t row = 0; row < list->count; row++) {
+        SavedEntry *entry = saved_entry_at(list, row);
+        if ((wanted == SAVED_ANY || (wanted == SAVED_LIVE) == (entry->in_use != 0)) &&
+            str_equal(saved_entry_text(entry), text)) {
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+void saved_lists_update_mark(StrBuf *focused) {
+    const FieldList *saved = field_list_of(focused);
+    if (!saved) {
+        return;
+    }
+    if (saved->is_path) {
+        // A blank or a quote typed at the end of the path is gone at once, and that is meant.
+        path_clean_field(focused, 1);
+    }
+    *saved->is_saved = saved_list_find(saved->entries, strbuf_text(focused), SAVED_LIVE) != nullptr;
+}
+
+void saved_list_save(StrBuf *field, StrBuf *focused) {
+    const FieldList *saved = field_list_of(field);
+    if (!saved) {
+        return;
+    }
+    if (saved->is_path) {
+        path_clean_field(field, 1);
+    }
+    Str text = strbuf_text(field);
+    if (*saved->is_saved) {
+        if (!saved_list_find(saved->entries, text, SAVED_REMOVED)) {
+            return;
+        }
+    } else {
+        if (text.count == 0) {
+            return;
+        }
+        SavedEntry *same = saved_list_find(saved->entries, text, SAVED_ANY);
+        if (same) {
+            same->in_use = 1; // neither written nor marked before the next change, and that is meant
+            return;
+        }
+        compact_removed(saved->entries);
+        add_entry(saved->entries, text);
+    }
+    saved_list_write(field);
+    saved_lists_update_mark(focused);
+}
+
+void saved_entry_flip(StrBuf *focused, uint64_t row) {
+    const FieldList *saved = field_list_of(focused);
+    if (!saved || row >= saved->entries->count) {
+        return;
+    }
+    SavedEntry *entry = saved_entry_at(saved->entries, row);
+    entry->in_use = entry->in_use ? 0 : 1;
+    saved_list_write(focused);
+    saved_lists_update_mark(focused);
+}
+
+// ---- A file's bytes ----
+
+void saved_list_load_contents(StrBuf *field, Str contents, uint8_t restore_text) {
+    const FieldList *saved = field_list_of(field);
+    if (!saved) {
+        return;
+    }
+    for (uint64_t i = 0; i < contents.count; i++) {
+        if (contents.data[i] == '\\') {
+            contents.data[i] = '/'; // in queries too, and that is meant
+        }
+    }
+    uint64_t start = 0;
+    for (uint64_t end = 0; end < contents.count; end++) {
+        if (contents.data[end] != '\n') {
+            continue;
+        }
+        Str line = {end - start, contents.data + start};
+        if (line.count > 0 && line.data[line.count - 1] == '\r') {
+            line.count--;
+        }
+        if (start == 0) {
+            // As it stands, even a path: it is cleaned with the first mark update that it has the focus for.
+            if (restore_text && line.count > 0) {
+                set_field_text(field, line);
+            }
+        } else {
+            line = saved->is_path ? path_clean(line, 1) : line;
+            if (line.count > 0) {
+                add_entry(saved->entries, line);
+            }
+        }
+        start = end + 1;
+    }
+    // What no line feed ends is an entry as it stands, its carriage return and all, even the only line of the
+    // file: a text that was left without saved entries comes back as an entry. That is meant.
+    if (start < contents.count) {
+        add_entry(saved->entries, {contents.count - start, contents.data + start});
+    }
+}
+
+namespace {
+
+uint8_t append(StrBuf *out, Str text) {
+    if (!strbuf_make_room(out, text.count, nullptr)) {
+        return 0;
+    }
+    strbuf_append(out, text.count, text.data);
+    return 1;
+}
+
+} // namespace
+
+uint8_t saved_list_contents(const StrBuf *field, StrBuf *out) {
+    const DynArray *list = saved_list_of(field);
+    if (!list || !append(out, strbuf_text(field))) {
+        return 0;
+    }
+    for (uint64_t row = 0; row < list->count; row++) {
+        const SavedEntry *entry = saved_entry_at(list, row);
+        if (entry->in_use && !(append(out, str_from("\r\n")) && append(out, saved_entry_text(entry)))) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+// ---- Files ----
+
+// A file cannot be shortened, so it is deleted and written anew. For a program that is killed in between, a
+// second file holds the new content from before the deletion until the first file is whole again. It begins
+// with the content's length, so a second file that was cut off itself shows: then the first one has not been
+// touched yet. A first file that was cut off is missing, or a beginning of what the second one holds.
+
+namespace {
+
+constexpr uint64_t length_size = sizeof(uint64_t);
+constexpr uint64_t longest_path =
+    4096; // bytes; the system's own limits for the executable's folder are lower
+
+struct FilePaths {
+    Str first;
+    Str second;
+    char first_bytes[longest_path];
+    char second_bytes[longest_path];
+};
+
+Str joined(char *bytes, Str folder, const char *name) {
+    memcpy(bytes, folder.data, folder.count);
+    strcpy(bytes + folder.count, name);
+    return str_from(bytes);
+}
+
+// Returns 0 when no files are to be used.
+uint8_t file_paths(const FieldList *saved, FilePaths *paths) {
+    Str folder = saved_lists.folder;
+    if (!saved || folder.count == 0 || folder.count + strlen(saved->second_name) >= longest_path) {
+        return 0;
+    }
+    paths->first = joined(paths->first_bytes, folder, saved->file_name);
+    paths->second = joined(paths->second_bytes, folder, saved->second_name);
+    return 1;
+}
+
+// What a second file's bytes hold behind the length; null data when they are not whole.
+Str content_of_second(Str second) {
+    if (second.count < length_size) {
+        return {};
+    }
+    uint64_t length;
+    memcpy(&length, second.data, length_size);
+    return length == second.count - length_size ? Str{length, second.data + length_size} : Str{};
+}
+
+// Reads the second file when the first one was cut off while it was replaced; null data when it was not.
+// Freed with os_file_free.
+Str read_interrupted(const FilePaths *paths) {
+    Str second = os_file_read_all(paths->second);
+    Str content = content_of_second(second);
+    if (content.data) {
+        Str first = os_file_read_all(paths->first);
+        uint8_t is_cut_off = first.count < content.count && str_equal(first, {first.count, content.data});
+        os_file_free(&first);
+        if (is_cut_off) {
+            return second;
+        }
+    }
+    os_file_free(&second);
+    return {};
+}
+
+// Replaces the first file and ends the second. Returns 0 when the first cannot be written: the second stays
+// then, as it is the one that has the list.
+uint8_t replace_first(const FilePaths *paths, Str content) {
+    os_file_delete(paths->first); // if that fails, the new content is written over the old all the same
+    if (os_file_write(paths->first, static_cast<uint32_t>(content.count), content.data) != 0) {
+        return 0;
+    }
+    os_file_delete(paths->second);
+    return 1;
+}
+
+// Finishes a replacement that was cut off. Returns 0 when the first file still cannot be written.
+uint8_t finish_interrupted(const FilePaths *paths) {
+    Str second = read_interrupted(paths);
+    uint8_t done = !second.data || replace_first(paths, content_of_second(second));
+    os_file_free(&second);
+    return done;
+}
+
+// second: the content with its length before it.
+void replace_file(const FilePaths *paths, Str second) {
+    if (!finish_interrupted(paths)) {
+        return;
+    }
+    os_file_delete(paths->second);
+    int32_t result = os_file_write(paths->second, static_cast<uint32_t>(second.count), second.data);
+    if (result == 2) {
+        os_file_delete(paths->second); // no room for it: the list on disk stays as it is
+        return;
+    }
+    // Where no second file can be made at all, the first is replaced without it.
+    replace_first(paths, content_of_second(second));
+}
+
+} // namespace
+
+void saved_list_load(StrBuf *field, uint8_t restore_text) {
+    FilePaths paths;
+    if (!file_paths(field_list_of(field), &paths)) {
+        return;
+    }
+    Str second = read_interrupted(&paths);
+    if (second.data) {
+        Str content = content_of_second(second);
+        replace_first(&paths, content);
+        saved_list_load_contents(field, content, restore_text);
+        os_file_free(&second);
+        return;
+    }
+    os_file_delete(paths.second); // of a replacement that did not come to touch the first file
+    Str first = os_file_read_all(paths.first);
+    saved_list_load_contents(field, first, restore_text);
+    os_file_free(&first);
+}
+
+void saved_list_write(const StrBuf *field) {
+    FilePaths paths;
+    if (!file_paths(field_list_of(field), &paths)) {
+        return;
+    }
+    StrBuf second;
+    strbuf_init(&second, 16384);
+    strbuf_append(&second, length_size, nullptr); // room for the length, filled in below
+    if (saved_list_contents(field, &second)) {
+        uint64_t length = second.count - length_size;
+        memcpy(second.data, &length, length_size);
+        replace_file(&paths, strbuf_text(&second));
+    }
+    os_free(second.data);
+}

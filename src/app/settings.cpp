@@ -1,0 +1,288 @@
+#include "app/settings.h"
+
+#include <string.h>
+
+#include "app/scratch.h"
+#include "os/files.h"
+#include "render/font.h"
+#include "search/search_state.h"
+
+namespace {
+
+#define DEFAULT_LEFT_CLICK                                                                                   \
+    "\"C:/Program Files/Sublime Text/sublime_text.exe\" "                                                    \
+    "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}"
+#define DEFAULT_RIGHT_CLICK "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\""
+
+char default_left_click[] = DEFAULT_LEFT_CLICK;
+char default_right_click[] = DEFAULT_RIGHT_CLICK;
+static_assert(sizeof(default_left_click) == 111 + 1 && sizeof(default_right_click) == 57 + 1);
+
+constexpr char default_font[] = "source_code_pro.otf";
+
+} // namespace
+
+Settings settings = {
+    .font_size = 0,
+    .line_height = 0,
+    .text_y_offset = 0,
+    .show_full_paths = 0,
+    .remember_last_path = 1,
+    .remember_last_query = 1,
+    .max_file_size = 10000000,
+    .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
+    .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
+    .file = {},
+};
+
+// ---- Values ----
+
+namespace {
+
+struct Value {
+    Str text;            // neither end is white-space
+    uint64_t to_the_end; // bytes from its start to the end of the file
+    Str folder;          // of the settings file
+};
+
+uint8_t is_space(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+}
+
+uint8_t is_digit(char byte) {
+    return byte >= '0' && byte <= '9';
+}
+
+uint8_t starts_with(Str text, char byte) {
+    return text.count > 0 && text.data[0] == byte;
+}
+
+// Every digit counts, wherever it stands; 32 bits wrap.
+int32_t integer_from(const Value &value) {
+    uint8_t is_negative = starts_with(value.text, '-');
+    uint64_t end = value.text.count;
+    if (is_negative) {
+        // Two characters behind a negative value are read as if they were part of it, and that is meant; the
+        // file ends earlier perhaps.
+        end = end + 2 < value.to_the_end ? end + 2 : value.to_the_end;
+    }
+    uint32_t sum = 0;
+    for (uint64_t i = is_negative; i < end; i++) {
+        if (is_digit(value.text.data[i])) {
+            sum = sum * 10 + static_cast<uint32_t>(value.text.data[i] - '0');
+        }
+    }
+    return static_cast<int32_t>(is_negative ? 0 - sum : sum);
+}
+
+// Whatever is no digit counts as a 0, a second '.' too, and that is meant. The 64 bits of the integer part
+// wrap; the fraction's digits are gathered in single precision, the rest is in double.
+double decimal_from(Str text) {
+    uint8_t is_negative = starts_with(text, '-');
+    uint64_t i = is_negative;
+    uint64_t integer = 0;
+    for (; i < text.count && text.data[i] != '.'; i++) {
+        integer = integer * 10 + (is_digit(text.data[i]) ? static_cast<uint64_t>(text.data[i] - '0') : 0);
+    }
+    uint64_t fraction_start = i + 1;
+    float digits = 0;
+    for (i = fraction_start; i < text.count; i++) {
+        digits = digits * 10 + static_cast<float>(is_digit(text.data[i]) ? text.data[i] - '0' : 0);
+    }
+    double fraction = digits;
+    for (i = fraction_start; i < text.count; i++) {
+        fraction /= 10;
+    }
+    double sum = static_cast<double>(static_cast<int64_t>(integer)) + fraction;
+    return is_negative ? -sum : sum;
+}
+
+// A factor of the font size as it is known so far, in whole pixels: one above font_size in the file counts
+// for nothing, and that is meant. What 32 bits do not hold is the lowest integer.
+int32_t pixels_from(Str text) {
+    double pixels = decimal_from(text) * settings.font_size;
+    uint8_t fits = pixels > -2147483649.0 && pixels < 2147483648.0;
+    return fits ? static_cast<int32_t>(pixels) : INT32_MIN;
+}
+
+uint8_t boolean_from(Str text) {
+    static constexpr const char *true_words[] = {"1", "y", "ok", "yes", "true"};
+    char lower[8];
+    if (text.count >= sizeof(lower)) {
+        return 0;
+    }
+    for (uint64_t i = 0; i < text.count; i++) {
+        char byte = text.data[i];
+        lower[i] = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+    }
+    for (const char *word : true_words) {
+        if (str_equal({text.count, lower}, str_from(word))) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+uint64_t unit_factor(char unit) {
+    switch (unit) {
+    case 'k':
+    case 'K':
+        return 1000;
+    case 'm':
+    case 'M':
+        return 1000000;
+    case 'g':
+    case 'G':
+        return 1000000000;
+    case 't':
+    case 'T':
+        return 1000000000000;
+    default:
+        return 1;
+    }
+}
+
+// A sum of terms, each a number and a unit; ends with the first thing that is no number. 64 bits wrap.
+int64_t byte_count_from(Str text) {
+    uint64_t i = 0;
+    const auto skip_space = [&] {
+        while (i < text.count && is_space(text.data[i])) {
+            i++;
+        }
+    };
+    uint64_t sum = 0;
+    uint8_t is_subtracted = 0;
+    while (i < text.count && is_digit(text.data[i])) {
+        uint64_t term = 0;
+        for (; i < text.count && is_digit(text.data[i]); i++) {
+            term = term * 10 + static_cast<uint64_t>(text.data[i] - '0');
+        }
+        skip_space();
+        if (i < text.count) {
+            term *= unit_factor(text.data[i]); // any character is eaten as a unit, '-' and digits too; meant
+            i++;
+        }
+        if (i < text.count && (text.data[i] == 'B' || text.data[i] == 'b')) {
+            i++;
+        }
+        skip_space();
+        sum = is_subtracted ? sum - term : sum + term;
+        is_subtracted = i < text.count && text.data[i] == '-';
+        if (is_subtracted) {
+            i++;
+            skip_space();
+        }
+    }
+    return static_cast<int64_t>(sum);
+}
+
+// Replaces the font, also by none when the path is empty or the file is no font.
+void load_font(const Value &value) {
+    Str path = value.text;
+    if (path.count >= 2 && path.data[0] == '"' && path.data[path.count - 1] == '"') {
+        path = {path.count - 2, path.data + 1};
+    }
+    if (path.count > 0 && path.data[0] != '/' && path.data[0] != '\\' &&
+        !memchr(path.data, ':', path.count)) {
+        path = scratch_join(value.folder, path);
+    }
+    font = font_load(path);
+}
+
+} // namespace
+
+// ---- Keys ----
+
+namespace {
+
+struct KeyRule {
+    const char *key;
+    void (*apply)(const Value &value);
+};
+
+constexpr KeyRule key_rules[] = {
+    {"font_file", load_font},
+    {"font_size", [](const Value &value) { settings.font_size = integer_from(value); }},
+    {"line_height", [](const Value &value) { settings.line_height = pixels_from(value.text); }},
+    {"text_y_offset", [](const Value &value) { settings.text_y_offset = pixels_from(value.text); }},
+    {"show_full_paths", [](const Value &value) { settings.show_full_paths = boolean_from(value.text); }},
+    {"remember_last_path",
+     [](const Value &value) { settings.remember_last_path = boolean_from(value.text); }},
+    {"remember_last_query",
+     [](const Value &value) { settings.remember_last_query = boolean_from(value.text); }},
+    {"max_file_size", [](const Value &value) { settings.max_file_size = byte_count_from(value.text); }},
+    {"left_click_cmd", [](const Value &value) { settings.left_click_cmd = value.text; }},
+    {"right_click_cmd", [](const Value &value) { settings.right_click_cmd = value.text; }},
+};
+
+void apply_key(Str key, const Value &value) {
+    for (const KeyRule &rule : key_rules) {
+        if (str_equal(key, str_from(rule.key))) {
+            rule.apply(value);
+        }
+    }
+}
+
+// Where white-space ends, at or behind a place.
+uint64_t behind_space(Str text, uint64_t at) {
+    while (at < text.count && is_space(text.data[at])) {
+        at++;
+    }
+    return at;
+}
+
+// Where the line ends: its line feed, or the end of the text.
+uint64_t line_end(Str text, uint64_t at) {
+    while (at < text.count && text.data[at] != '\n') {
+        at++;
+    }
+    return at;
+}
+
+} // namespace
+
+void settings_apply(Str text, Str folder) {
+    uint64_t at = 0;
+    while ((at = behind_space(text, at)) < text.count) {
+        if (text.data[at] == '#') {
+            at = line_end(text, at);
+            continue;
+        }
+        uint64_t key_start = at;
+        while (at < text.count && !is_space(text.data[at])) {
+            at++;
+        }
+        Str key = {at - key_start, text.data + key_start};
+        uint64_t value_start = behind_space(text, at); // over line ends too, and that is meant
+        at = line_end(text, value_start);
+        uint64_t value_end = at;
+        while (value_end > value_start && is_space(text.data[value_end - 1])) {
+            value_end--;
+        }
+        apply_key(key,
+                  {{value_end - value_start, text.data + value_start}, text.count - value_start, folder});
+    }
+}
+
+void settings_apply_fallbacks(Str folder) {
+    if (settings.font_size < 1) {
+        settings.font_size = 14;
+        settings.line_height = 15;
+        settings.text_y_offset = 12;
+    } else if (settings.line_height < 1) {
+        settings.line_height = settings.font_size; // text_y_offset stays as it is, 0 and below included
+    }
+    if (settings.max_file_size < 0) {
+        settings.max_file_size = 0;
+    }
+    if (font.sizes.capacity == 0) {
+        font = font_load(scratch_join(folder, str_from(default_font)));
+    }
+}
+
+void settings_load(Str folder) {
+    settings.file = os_file_read_all(scratch_join(folder, str_from("settings.txt")));
+    settings_apply(settings.file, folder);
+    settings_apply_fallbacks(folder);
+    search_state.max_file_size = settings.max_file_size;
+}

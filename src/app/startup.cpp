@@ -1,0 +1,32 @@
+#include "app/startup.h"
+
+#include "app/command_line.h"
+#include "app/saved_lists.h"
+#include "app/settings.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+
+namespace {
+
+// Reserved and left empty; that nothing uses them is meant.
+StrBuf unused_texts[2];
+
+} // namespace
+
+void startup_reserve_buffers() {
+    strbuf_init(&search_state.path, 1024);
+    strbuf_init(&search_state.query, 1024);
+    strbuf_init(&unused_texts[0], 128);
+    strbuf_init(&unused_texts[1], 128);
+    results_store_reserve_files_and_hits();
+    saved_lists_reserve();
+    results_store_reserve_folders();
+}
+
+void startup_load(Str folder, Str command_line) {
+    settings_load(folder);
+    saved_lists.folder = folder;
+    saved_list_load(&search_state.path, settings.remember_last_path);
+    saved_list_load(&search_state.query, settings.remember_last_query);
+    command_line_apply(command_line);
+}

@@ -1,0 +1,75 @@
+// The program's state as start-up finds it, for one test, with nothing left of it afterwards.
+#pragma once
+
+#include <string>
+
+#include "app/saved_lists.h"
+#include "app/scratch.h"
+#include "app/settings.h"
+#include "os/files.h"
+#include "render/font.h"
+#include "search/search_state.h"
+#include "support/test_tree.h"
+
+// What a field holds now.
+inline std::string text_of(const StrBuf &field) {
+    return to_string(strbuf_text(&field));
+}
+
+// A list's entries with '|' between them, those that are removed in parentheses.
+inline std::string entries_of(const DynArray &list) {
+    std::string entries;
+    for (uint64_t row = 0; row < list.count; row++) {
+        const SavedEntry *entry = saved_entry_at(&list, row);
+        std::string text = to_string(saved_entry_text(entry));
+        entries += (row > 0 ? "|" : "") + (entry->in_use ? text : "(" + text + ")");
+    }
+    return entries;
+}
+
+// Frees a list's entries.
+inline void empty_list(DynArray *list) {
+    for (uint64_t row = 0; row < list->count; row++) {
+        os_free(saved_entry_at(list, row)->text);
+    }
+    list->count = 0;
+}
+
+// Empty fields and lists, a scratch arena, the settings' defaults, no font, no folder.
+class AppScope : SearchScope {
+public:
+    AppScope() : first_settings(settings) {
+        saved_lists_reserve();
+        scratch_create();
+    }
+    ~AppScope() {
+        for (DynArray *list : {&saved_lists.paths, &saved_lists.queries}) {
+            empty_list(list);
+            os_free(list->data);
+        }
+        saved_lists = {};
+        os_free(scratch->data);
+        os_free(scratch);
+        scratch = nullptr;
+        forget_font();
+        os_file_free(&settings.file);
+        settings = first_settings;
+    }
+    AppScope(const AppScope &) = delete;
+    AppScope &operator=(const AppScope &) = delete;
+
+    // Back to no font at all.
+    static void forget_font() {
+        os_free(font.sizes.data);
+        os_file_free(&font.file);
+        font = {};
+    }
+
+    // The settings before any file.
+    void reset_settings() const {
+        settings = first_settings;
+    }
+
+private:
+    Settings first_settings;
+};

@@ -1,0 +1,559 @@
+// The files of the saved lists: what is on disk after each change, and after a program that was killed.
+
+#include "app/saved_lists.h"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <filesystem>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "app/app_scope.h"
+#include "support/heap_hook.h"
+#include "support/system_files.h"
+
+#ifndef _WIN32
+#include <signal.h>
+#include <sys/resource.h>
+#endif
+
+namespace fs = std::filesystem;
+
+namespace {
+
+StrBuf *const path = &search_state.path;
+StrBuf *const query = &search_state.query;
+
+const std::string paths_file = "saved_paths.txt";
+const std::string queries_file = "saved_queries.txt";
+const std::string second_file = "saved_queries.txt.new";
+
+using Bytes = std::optional<std::string>; // a file's; none when it is missing
+
+// The lists' files in a folder of their own.
+class ListFiles : public AppScope {
+public:
+    ListFiles() : folder(tree.path() + "/") {
+        saved_lists.folder = str_over(folder);
+    }
+
+    Bytes read(const std::string &name) const {
+        return fs::is_regular_file(tree.native(name)) ? Bytes(bytes_of(tree.native(name))) : std::nullopt;
+    }
+
+    void put(const std::string &name, const Bytes &bytes) const {
+        fs::remove_all(tree.native(name));
+        if (bytes) {
+            tree.file(name, *bytes);
+        }
+    }
+
+    // Names of all there is, sorted, with blanks between.
+    std::string names() const {
+        std::vector<std::string> found;
+        for (const fs::directory_entry &entry : fs::directory_iterator(tree.native(""))) {
+            found.push_back(entry.path().filename().string());
+        }
+        std::sort(found.begin(), found.end());
+        std::string all;
+        for (const std::string &name : found) {
+            all += (all.empty() ? "" : " ") + name;
+        }
+        return all;
+    }
+
+    // Starts with these two files of queries and an empty field: "text: entries".
+    std::string started_with(const Bytes &first, const Bytes &second) const {
+        put(queries_file, first);
+        put(second_file, second);
+        return started();
+    }
+
+    std::string started() const {
+        empty_list(&saved_lists.queries);
+        set_field(query, "");
+        saved_list_load(query, 1);
+        return text_of(*query) + ": " + entries_of(saved_lists.queries);
+    }
+
+    TestTree tree;
+    std::string folder;
+};
+
+// What a second file holds for a content.
+std::string second_of(const std::string &content) {
+    uint64_t length = content.size();
+    std::string bytes(8, 0);
+    memcpy(bytes.data(), &length, 8);
+    return bytes + content;
+}
+
+// The text and entries that a content stands for.
+std::string state_of(const ListFiles &files, const std::string &content) {
+    return files.started_with(content, std::nullopt);
+}
+
+void add(const std::string &text) {
+    set_field(query, text);
+    saved_lists_update_mark(query);
+    saved_list_save(query, query);
+}
+
+void type(StrBuf *field, const std::string &text) {
+    set_field(field, text);
+    saved_lists_update_mark(field);
+    saved_list_write(field);
+}
+
+} // namespace
+
+// ---- What is written ----
+
+TEST(SavedFiles, HoldTheTextAndTheLiveEntriesByteForByte) {
+    ListFiles files;
+    type(path, "C:\\src");
+    EXPECT_EQ(files.read(paths_file), "C:/src");
+    saved_list_save(path, path);
+    EXPECT_EQ(files.read(paths_file), "C:/src\r\nC:/src");
+    type(path, "D:/größe/");
+    saved_list_save(path, path);
+    EXPECT_EQ(files.read(paths_file), "D:/größe/\r\nC:/src\r\nD:/größe/");
+    type(query, "foo");
+    EXPECT_EQ(files.read(queries_file), "foo");
+    EXPECT_EQ(files.names(), "saved_paths.txt saved_queries.txt");
+}
+
+TEST(SavedFiles, AreReplacedByShorterOnes) {
+    ListFiles files;
+    type(query, std::string(5000, 'x'));
+    type(query, "x");
+    EXPECT_EQ(files.read(queries_file), "x");
+    type(query, "");
+    EXPECT_EQ(files.read(queries_file), "");
+}
+
+TEST(SavedFiles, GrowBeyondTheWritersFirstBuffer) {
+    ListFiles files;
+    std::string expected = "x";
+    for (int i = 0; i < 50; i++) {
+        std::string entry(1000, static_cast<char>('a' + i % 26));
+        entry += std::to_string(i);
+        add(entry);
+        expected += "\r\n" + entry;
+    }
+    type(query, "x");
+    EXPECT_EQ(files.read(queries_file), expected);
+}
+
+TEST(SavedFiles, OfAListWithOnlyRemovedEntriesHoldOnlyTheText) {
+    ListFiles files;
+    add("foo");
+    EXPECT_EQ(files.read(queries_file), "foo\r\nfoo");
+    saved_entry_flip(query, 0);
+    EXPECT_EQ(files.read(queries_file), "foo");
+    saved_entry_flip(query, 0);
+    EXPECT_EQ(files.read(queries_file), "foo\r\nfoo");
+}
+
+TEST(SavedFiles, AreNotWrittenWhenARemovedEntryComesBackAndThatIsMeant) {
+    ListFiles files;
+    add("foo");
+    saved_entry_flip(query, 0);
+    saved_list_save(query, query);
+    EXPECT_EQ(entries_of(saved_lists.queries), "foo");
+    EXPECT_EQ(files.read(queries_file), "foo");
+    type(query, "bar"); // the next change brings it
+    EXPECT_EQ(files.read(queries_file), "bar\r\nfoo");
+}
+
+TEST(SavedFiles, AreWrittenOnceMoreForAMarkedTextOnlyWhenARemovedEntryEqualsIt) {
+    ListFiles files;
+    add("foo");
+    files.put(queries_file, "untouched");
+    saved_list_save(query, query);
+    EXPECT_EQ(files.read(queries_file), "untouched");
+    saved_entry_at(&saved_lists.queries, 0)->in_use = 0;
+    saved_list_save(query, query); // still marked
+    EXPECT_EQ(files.read(queries_file), "foo");
+}
+
+TEST(SavedFiles, AnEmptyTextSavesAndWritesNothing) {
+    ListFiles files;
+    saved_list_save(query, query);
+    saved_list_save(path, path);
+    EXPECT_EQ(files.names(), "");
+}
+
+TEST(SavedFiles, AreReadBackAsTheyWereLeft) {
+    ListFiles files;
+    add("foo");
+    add("bar");
+    type(query, "baz");
+    EXPECT_EQ(files.started(), "baz: foo|bar");
+    EXPECT_EQ(files.read(queries_file), "baz\r\nfoo\r\nbar"); // reading writes nothing
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+}
+
+TEST(SavedFiles, OfATextWithoutEntriesComeBackAsAnEntryAndThatIsMeant) {
+    ListFiles files;
+    type(query, "foo");
+    EXPECT_EQ(files.started(), ": foo");
+}
+
+TEST(SavedFiles, AreNotUsedWithoutAFolder) {
+    ListFiles files;
+    saved_lists.folder = {};
+    type(query, "foo");
+    EXPECT_EQ(files.names(), "");
+    std::string too_long(4090, 'x');
+    saved_lists.folder = str_over(too_long);
+    type(query, "foo");
+    saved_list_load(query, 1);
+    EXPECT_EQ(text_of(*query), "foo");
+}
+
+TEST(SavedFiles, MissingAndEmptyOnesChangeNothing) {
+    ListFiles files;
+    EXPECT_EQ(files.started_with(std::nullopt, std::nullopt), ": ");
+    EXPECT_EQ(files.started_with("", std::nullopt), ": ");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+}
+
+TEST(SavedFiles, UnreadableOnesAreMissingOnes) {
+    ListFiles files;
+    files.put(queries_file, "foo\r\nbar");
+    Unreadable unreadable(files.tree.native(queries_file));
+    EXPECT_EQ(files.started(), ": ");
+}
+
+TEST(SavedFiles, WhicheverAllocationIsRefusedTheFileIsTheOldOneOrTheNewOne) {
+    ListFiles files;
+    set_field(query, "foo");
+    std::string entries = "\n" + std::string(30000, 'x') + "\nbar";
+    saved_list_load_contents(query, str_over(entries), 0);
+    std::string whole = "foo\r\n" + std::string(30000, 'x') + "\r\nbar";
+    int old_ones = 0;
+    for (int refused = 0, asked = 0; refused <= asked; refused++) {
+        files.put(queries_file, "old");
+        asked = 0;
+        {
+            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            saved_list_write(query);
+        }
+        std::string now = files.read(queries_file).value_or("none");
+        EXPECT_TRUE(now == "old" || now == whole) << refused;
+        old_ones += now == "old";
+        EXPECT_EQ(files.names(), "saved_queries.txt");
+    }
+    EXPECT_EQ(old_ones, 2); // without the buffer, and without its growth
+}
+
+TEST(SavedFiles, WhicheverAllocationIsRefusedALoadTakesWhatItCan) {
+    ListFiles files;
+    std::string old_state = state_of(files, "foo\r\nbar");
+    for (int refused = 0, asked = 0; refused <= asked; refused++) {
+        files.put(queries_file, "fo");
+        files.put(second_file, second_of("foo\r\nbar"));
+        asked = 0;
+        std::string state;
+        {
+            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            state = files.started();
+        }
+        EXPECT_TRUE(state == old_state || state == "foo: " || state == ": " || state == ": fo") << state;
+        // Whatever was refused, nothing on disk is lost by it but what was not read.
+        EXPECT_TRUE(files.read(queries_file).has_value()) << refused;
+    }
+}
+
+// ---- A program that is killed while it writes ----
+
+namespace {
+
+// All that two files can be while old_content is replaced, in the order in which it happens.
+struct OnDisk {
+    Bytes first;
+    Bytes second;
+};
+
+std::vector<OnDisk> moments_of_a_write(const Bytes &old_content, const std::string &new_content) {
+    const std::string second = second_of(new_content);
+    std::vector<OnDisk> moments = {{old_content, std::nullopt}};
+    for (size_t written = 0; written <= second.size(); written++) {
+        moments.push_back({old_content, second.substr(0, written)});
+    }
+    moments.push_back({std::nullopt, second});
+    for (size_t written = 0; written <= new_content.size(); written++) {
+        moments.push_back({new_content.substr(0, written), second});
+    }
+    moments.push_back({new_content, std::nullopt});
+    return moments;
+}
+
+const std::vector<std::pair<std::string, std::string>> replacements = {
+    {"a\r\nX", "ab\r\nX"},          // a character typed
+    {"ab\r\nX", "a\r\nX"},          // and taken back
+    {"a\r\nX", "a\r\nX\r\nYY"},     // an entry added: the old content begins the new one
+    {"a\r\nX\r\nYY", "a\r\nX"},     // and removed
+    {"a\r\nX", "a\r\nXYZ"},         // the old content begins the new one, in the middle of an entry
+    {"a", "a\r\nX"},                // the first entry
+    {"a\r\nX", "a"},                // the last one removed
+    {"", "a"},                      //
+    {"a", ""},                      //
+    {"a\r\nX", "\r\nX"},            // the text emptied
+    {"same\r\nX", "same\r\nX"},     //
+    {"C:/x\r\nD:/y", "E:/\r\nD:/y"} //
+};
+
+} // namespace
+
+TEST(KilledWrite, TheSecondFileHoldsTheLengthAndTheNewContentUntilTheFirstIsWhole) {
+    ListFiles files;
+    files.tree.folder(queries_file); // can neither be deleted nor written
+    type(query, "foo");
+    EXPECT_EQ(files.read(second_file), second_of("foo"));
+    EXPECT_EQ(second_of("foo"), std::string("\3\0\0\0\0\0\0\0foo", 11));
+}
+
+TEST(KilledWrite, AtEveryMomentTheNextStartFindsTheOldListOrTheNewOne) {
+    ListFiles files;
+    for (const auto &[old_content, new_content] : replacements) {
+        std::string old_state = state_of(files, old_content);
+        std::string new_state = state_of(files, new_content);
+        bool is_new = false;
+        for (const OnDisk &moment : moments_of_a_write(old_content, new_content)) {
+            SCOPED_TRACE(testing::PrintToString(old_content + " > " + new_content + ": " +
+                                                moment.first.value_or("none") + " and " +
+                                                moment.second.value_or("none")));
+            std::string state = files.started_with(moment.first, moment.second);
+            EXPECT_TRUE(state == old_state || state == new_state) << state;
+            EXPECT_TRUE(state == new_state || !is_new) << "the new list came and went";
+            is_new = is_new || (state == new_state && new_state != old_state);
+            // Nothing is left of the write that was cut off, and the file is the list that was found.
+            EXPECT_EQ(files.read(second_file), std::nullopt);
+            Bytes first = files.read(queries_file);
+            EXPECT_TRUE(first == old_content || first == new_content || (!first && new_content.empty()));
+            EXPECT_EQ(files.started(), state);
+        }
+    }
+}
+
+TEST(KilledWrite, TheFirstWriteOfAllLeavesNothingOrTheNewList) {
+    ListFiles files;
+    std::string new_state = state_of(files, "a\r\nX");
+    for (const OnDisk &moment : moments_of_a_write(std::nullopt, "a\r\nX")) {
+        std::string state = files.started_with(moment.first, moment.second);
+        EXPECT_TRUE(state == ": " || state == new_state) << state;
+        EXPECT_EQ(files.read(second_file), std::nullopt);
+    }
+}
+
+TEST(KilledWrite, AWriteWithoutAStartInBetweenFinishesItFirst) {
+    ListFiles files;
+    add("X");
+    for (const OnDisk &moment : moments_of_a_write("a\r\nX", "ab\r\nX")) {
+        files.put(queries_file, moment.first);
+        files.put(second_file, moment.second);
+        type(query, "abc");
+        EXPECT_EQ(files.read(queries_file), "abc\r\nX");
+        EXPECT_EQ(files.names(), "saved_queries.txt");
+    }
+}
+
+TEST(KilledWrite, AFileChangedByHandSinceIsNotTakenBack) {
+    ListFiles files;
+    EXPECT_EQ(files.started_with("mine\r\nM", second_of("a\r\nX")), "mine: M");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+    EXPECT_EQ(files.read(queries_file), "mine\r\nM");
+}
+
+TEST(KilledWrite, ASecondFileOfAnythingElseIsNotTaken) {
+    ListFiles files;
+    for (const std::string &second :
+         {std::string(), std::string("a\r\nX"), std::string(7, 0), second_of("a\r\nX") + "y",
+          std::string(8, '\xFF') + "a\r\nX", std::string("\xF8\xFF\xFF\xFF\xFF\xFF\xFF\xFF", 8)}) {
+        EXPECT_EQ(files.started_with(std::nullopt, second), ": ");
+        EXPECT_EQ(files.names(), "");
+    }
+}
+
+TEST(KilledWrite, TheTwoListsAreFinishedEachForItself) {
+    ListFiles files;
+    files.put("saved_paths.txt.new", second_of("C:/a\r\nC:/b"));
+    files.put(second_file, second_of("q\r\nr"));
+    saved_list_load(path, 1);
+    EXPECT_EQ(files.names(), "saved_paths.txt saved_queries.txt.new");
+    EXPECT_EQ(text_of(*path) + ": " + entries_of(saved_lists.paths), "C:/a: C:/b");
+    EXPECT_EQ(files.read(paths_file), "C:/a\r\nC:/b");
+    EXPECT_EQ(files.started(), "q: r");
+}
+
+TEST(KilledWrite, WhatIsFinishedKeepsItsBackslashes) {
+    ListFiles files;
+    EXPECT_EQ(files.started_with(std::nullopt, second_of("a\\b\r\nc")), "a/b: c");
+    EXPECT_EQ(files.read(queries_file), "a\\b\r\nc");
+}
+
+// ---- Files that cannot be written ----
+
+TEST(FailedWrite, OfTheFirstFileKeepsTheSecondUntilAWriteSucceeds) {
+    ListFiles files;
+    add("X");
+    fs::remove(files.tree.native(queries_file));
+    files.tree.folder(queries_file);
+    type(query, "a");
+    type(query, "ab");
+    EXPECT_EQ(files.read(second_file), second_of("a\r\nX")); // whole, if not the newest
+    fs::remove(files.tree.native(queries_file));
+    EXPECT_EQ(files.started(), "a: X");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+    type(query, "abc");
+    EXPECT_EQ(files.read(queries_file), "abc\r\nX");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+}
+
+TEST(FailedWrite, OfTheFirstFileAtAStartLoadsTheListAllTheSame) {
+    ListFiles files;
+    files.tree.folder(queries_file);
+    files.put(second_file, second_of("a\r\nX"));
+    EXPECT_EQ(files.started(), "a: X");
+    EXPECT_EQ(files.read(second_file), second_of("a\r\nX"));
+}
+
+TEST(FailedWrite, OfTheSecondFileLeavesTheFirstToBeReplacedWithoutIt) {
+    ListFiles files;
+    files.put(queries_file, "a long old content");
+    files.tree.folder(second_file);
+    type(query, "a");
+    EXPECT_EQ(files.read(queries_file), "a");
+}
+
+TEST(FailedWrite, InAFolderThatIsNotThereIsIgnored) {
+    ListFiles files;
+    std::string missing = files.tree.path("missing") + "/";
+    saved_lists.folder = str_over(missing);
+    type(query, "a");
+    EXPECT_EQ(files.started(), ": ");
+    EXPECT_EQ(files.names(), "");
+}
+
+#ifndef _WIN32
+TEST(FailedWrite, WithoutRoomOnTheDiskLeavesTheOldList) {
+    ListFiles files;
+    files.put(queries_file, "a\r\nX");
+    {
+        struct sigaction ignore = {}, before;
+        ignore.sa_handler = SIG_IGN;
+        sigaction(SIGXFSZ, &ignore, &before);
+        rlimit limit;
+        getrlimit(RLIMIT_FSIZE, &limit);
+        rlimit small = {20, limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+        set_field(query, "a text of more than twenty bytes");
+        saved_list_write(query);
+        setrlimit(RLIMIT_FSIZE, &limit);
+        sigaction(SIGXFSZ, &before, nullptr);
+    }
+    EXPECT_EQ(files.read(queries_file), "a\r\nX");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+}
+#endif
+
+// ---- Many changes ----
+
+TEST(SavedFilesModel, RandomChangesLeaveWhatAPlainListWouldWrite) {
+    struct PlainEntry {
+        std::string text;
+        bool live;
+    };
+    ListFiles files;
+    std::vector<PlainEntry> entries;
+    std::string text;
+    bool marked = false;
+    Bytes on_disk;
+    std::mt19937 random(20264);
+    const auto mark = [&] {
+        marked = false;
+        for (const PlainEntry &entry : entries) {
+            marked = marked || (entry.live && entry.text == text);
+        }
+    };
+    const auto write = [&] {
+        std::string bytes = text;
+        for (const PlainEntry &entry : entries) {
+            bytes += entry.live ? "\r\n" + entry.text : "";
+        }
+        on_disk = bytes;
+    };
+    const auto save = [&] {
+        std::vector<size_t> removed;
+        std::optional<size_t> same;
+        bool removed_same = false;
+        for (size_t i = 0; i < entries.size(); i++) {
+            if (!entries[i].live) {
+                removed.push_back(i);
+            }
+            if (entries[i].text == text) {
+                same = same ? same : i;
+                removed_same = removed_same || !entries[i].live;
+            }
+        }
+        if (marked) {
+            if (!removed_same) {
+                return;
+            }
+        } else if (text.empty()) {
+            return;
+        } else if (same) {
+            entries[*same].live = true;
+            return;
+        } else {
+            if (removed.size() > 20) {
+                entries.erase(entries.begin() + static_cast<ptrdiff_t>(removed[0]));
+            }
+            entries.push_back({text, true});
+        }
+        write();
+        mark();
+    };
+    int deleted = 0;
+    for (int i = 0; i < 600; i++) {
+        switch (random() % 4) {
+        case 0:
+            text = random() % 20 ? "t" + std::to_string(random() % 60) : "";
+            type(query, text);
+            mark();
+            write();
+            break;
+        case 1:
+        case 2: {
+            size_t before = entries.size();
+            saved_list_save(query, query);
+            save();
+            deleted += entries.size() == before && before > 0 && entries.back().text == text;
+            break;
+        }
+        default:
+            if (!entries.empty()) {
+                size_t row = random() % entries.size();
+                saved_entry_flip(query, row);
+                entries[row].live = !entries[row].live;
+                write();
+                mark();
+            }
+        }
+        std::string expected;
+        for (size_t row = 0; row < entries.size(); row++) {
+            expected += (row > 0 ? "|" : "") +
+                        (entries[row].live ? entries[row].text : "(" + entries[row].text + ")");
+        }
+        ASSERT_EQ(entries_of(saved_lists.queries), expected) << i;
+        ASSERT_EQ(saved_lists.query_saved, marked) << i;
+        ASSERT_EQ(files.read(queries_file), on_disk) << i;
+    }
+    EXPECT_GT(deleted, 0); // more than 20 removed entries were reached
+}

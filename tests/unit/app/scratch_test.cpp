@@ -1,0 +1,67 @@
+#include "app/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "app/app_scope.h"
+#include "support/heap_hook.h"
+
+TEST(Scratch, IsABlockOf1000000BytesAndAHeaderOfItsOwn) {
+    std::vector<uint64_t> sizes;
+    HeapHookScope hook([&](uint64_t size) {
+        sizes.push_back(size);
+        return true;
+    });
+    scratch_create();
+    EXPECT_EQ(sizes, (std::vector<uint64_t>{1000000, sizeof(Scratch)}));
+    EXPECT_EQ(scratch->capacity, 1000000u);
+    EXPECT_EQ(scratch->used, 0u);
+    os_free(scratch->data);
+    os_free(scratch);
+    scratch = nullptr;
+}
+
+TEST(Scratch, JoinsTwoTextsWithAZeroBehindThem) {
+    AppScope app;
+    Str text = scratch_join(str_from("C:/Tools/"), str_from("x.ttf"));
+    EXPECT_EQ(to_string(text), "C:/Tools/x.ttf");
+    EXPECT_EQ(text.data[text.count], 0);
+    Str other = scratch_join({}, {});
+    EXPECT_EQ(other.count, 0u);
+    EXPECT_EQ(other.data[0], 0);
+    EXPECT_EQ(to_string(text), "C:/Tools/x.ttf");
+    EXPECT_EQ(scratch->used, 16u);
+}
+
+TEST(Scratch, GivesAnEmptyTextWhenItIsFullAndIsAsNewWhenEmptied) {
+    AppScope app;
+    std::string half(499999, 'x');
+    EXPECT_EQ(scratch_join(str_over(half), {}).count, 499999u);
+    EXPECT_EQ(scratch_join(str_over(half), str_from("y")).data, nullptr); // one byte too many
+    EXPECT_EQ(scratch_join(str_over(half), {}).count, 499999u);           // fits to the byte
+    EXPECT_EQ(scratch->used, 1000000u);
+    Str none = scratch_join({}, {});
+    EXPECT_EQ(none.count, 0u);
+    EXPECT_EQ(none.data, nullptr);
+    scratch_empty();
+    EXPECT_EQ(to_string(scratch_join(str_from("a"), str_from("b"))), "ab");
+}
+
+TEST(Scratch, WithoutMemoryForOneOfItsPartsEveryTextIsEmpty) {
+    for (uint64_t refused : {uint64_t{1000000}, uint64_t{sizeof(Scratch)}}) {
+        {
+            HeapHookScope hook([&](uint64_t size) { return size != refused; });
+            scratch_create();
+        }
+        if (scratch) {
+            EXPECT_EQ(scratch->capacity, 0u);
+        }
+        EXPECT_EQ(scratch_join(str_from("a"), str_from("b")).data, nullptr);
+        EXPECT_EQ(scratch_join({}, {}).data, nullptr);
+        scratch_empty();
+        os_free(scratch);
+        scratch = nullptr;
+    }
+}

@@ -1,0 +1,672 @@
+#include "app/settings.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "app/app_scope.h"
+#include "app/plain_settings.h"
+#include "render/font_scope.h"
+#include "support/heap_hook.h"
+
+namespace {
+
+const std::string default_left = "\"C:/Program Files/Sublime Text/sublime_text.exe\" "
+                                 "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}";
+const std::string default_right = "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\"";
+
+template <typename AnySettings>
+std::string dump(const AnySettings &s, const std::string &l, const std::string &r) {
+    return std::to_string(s.font_size) + "/" + std::to_string(s.line_height) + "/" +
+           std::to_string(s.text_y_offset) + " full=" + std::to_string(s.show_full_paths) +
+           " path=" + std::to_string(s.remember_last_path) +
+           " query=" + std::to_string(s.remember_last_query) + " max=" + std::to_string(s.max_file_size) +
+           " left=" + l + " right=" + r;
+}
+
+// The settings after the bytes of a file, the fallbacks applied. They point into the bytes.
+class Applied {
+public:
+    explicit Applied(std::string file) : bytes(std::move(file)), first_settings(settings) {
+        // Without the zero behind a std::string's end, so that a read past the end shows under
+        // AddressSanitizer.
+        block.assign(bytes.begin(), bytes.end());
+        settings_apply({block.size(), block.data()}, {});
+        before_fallbacks = settings;
+        font.sizes.capacity = 1; // fonts have tests of their own
+        settings_apply_fallbacks({});
+        font.sizes.capacity = 0;
+    }
+    ~Applied() {
+        EXPECT_EQ(std::string(block.begin(), block.end()), bytes); // only read
+        settings = first_settings;
+    }
+    Applied(const Applied &) = delete;
+    Applied &operator=(const Applied &) = delete;
+
+    std::string str() const {
+        return dump(settings, to_string(settings.left_click_cmd), to_string(settings.right_click_cmd));
+    }
+    std::string sizes() const {
+        return std::to_string(settings.font_size) + "/" + std::to_string(settings.line_height) + "/" +
+               std::to_string(settings.text_y_offset);
+    }
+
+    std::string bytes;
+    std::vector<char> block;
+    Settings first_settings;
+    Settings before_fallbacks;
+};
+
+std::string sizes_after(const std::string &file) {
+    return Applied(file).sizes();
+}
+
+int32_t font_size_read(const std::string &value) {
+    return Applied("font_size " + value).before_fallbacks.font_size;
+}
+
+// What a factor makes of a font size.
+int32_t pixels(const std::string &factor, int32_t font_size) {
+    return Applied("font_size " + std::to_string(font_size) + "\ntext_y_offset " + factor)
+        .before_fallbacks.text_y_offset;
+}
+
+int64_t max_file_size_after(const std::string &value) {
+    Applied applied("max_file_size " + value);
+    return settings.max_file_size;
+}
+
+bool read_as_true(const std::string &value) {
+    Applied applied("show_full_paths " + value);
+    return settings.show_full_paths;
+}
+
+std::string left_after(const std::string &file) {
+    Applied applied(file);
+    return to_string(settings.left_click_cmd);
+}
+
+const std::string defaults =
+    "14/15/12 full=0 path=1 query=1 max=10000000 left=" + default_left + " right=" + default_right;
+
+} // namespace
+
+// ---- Lines ----
+
+TEST(SettingsLines, WithoutAnyKeyTheDefaultsHold) {
+    EXPECT_EQ(default_left.size(), 111u);
+    EXPECT_EQ(default_right.size(), 57u);
+    for (const char *file :
+         {"", "\n", " \t\r\n", "# font_size 20", "unknown 20", "#\n#\n", "word", "\r\r\r"}) {
+        EXPECT_EQ(Applied(file).str(), defaults) << file;
+    }
+}
+
+TEST(SettingsLines, EveryKeyIsRead) {
+    EXPECT_EQ(Applied("font_size 20\nline_height 1.25\ntext_y_offset 0.8\nshow_full_paths yes\n"
+                      "remember_last_path no\nremember_last_query 0\nmax_file_size 5K\n"
+                      "left_click_cmd notepad {x}\nright_click_cmd explorer\n")
+                  .str(),
+              "20/25/16 full=1 path=0 query=0 max=5000 left=notepad {x} right=explorer");
+}
+
+TEST(SettingsLines, ACommentIsALineWhoseFirstCharacterIsAHash) {
+    EXPECT_EQ(left_after("# left_click_cmd notepad"), default_left);
+    EXPECT_EQ(left_after(" \t# left_click_cmd notepad\n"), default_left);
+    EXPECT_EQ(left_after("left_click_cmd notepad # x"), "notepad # x");
+    EXPECT_EQ(left_after("# comment\nleft_click_cmd a\n# left_click_cmd b"), "a");
+    EXPECT_EQ(left_after("#left_click_cmd a\r left_click_cmd b\nleft_click_cmd c"),
+              "c"); // only a line feed ends it
+}
+
+TEST(SettingsLines, AKeyIsComparedWithItsCase) {
+    EXPECT_EQ(sizes_after("Font_size 20"), "14/15/12");
+    EXPECT_EQ(sizes_after("FONT_SIZE 20\nfont_size: 20\nfont_siz 20\nfont_size2 20"), "14/15/12");
+}
+
+TEST(SettingsLines, TheLaterOfTwoEqualKeysHolds) {
+    EXPECT_EQ(sizes_after("font_size 20\nfont_size 30"), "30/30/0");
+    EXPECT_EQ(left_after("left_click_cmd a\nleft_click_cmd b"), "b");
+}
+
+TEST(SettingsLines, ThereIsNoEqualsSign) {
+    EXPECT_EQ(left_after("left_click_cmd = a"), "= a");
+    EXPECT_EQ(left_after("left_click_cmd=a"), default_left);
+}
+
+TEST(SettingsLines, AKeyWithoutAValueTakesTheNextLineAndThatIsMeant) {
+    EXPECT_EQ(left_after("left_click_cmd\nnotepad"), "notepad");
+    EXPECT_EQ(left_after("left_click_cmd \r\n\r\n \t notepad\r\n"), "notepad");
+    EXPECT_EQ(left_after("left_click_cmd\n# comment\nleft_click_cmd_ x"), "# comment");
+    Applied applied("left_click_cmd\nright_click_cmd b");
+    EXPECT_EQ(to_string(settings.left_click_cmd), "right_click_cmd b");
+    EXPECT_EQ(to_string(settings.right_click_cmd), default_right);
+}
+
+TEST(SettingsLines, AnUnknownWordWithoutAValueTakesTheNextLineToo) {
+    EXPECT_EQ(left_after("unknown\nleft_click_cmd a\nleft_click_cmd b"), "b");
+    EXPECT_EQ(left_after("unknown\nleft_click_cmd a"), default_left);
+}
+
+TEST(SettingsLines, AKeyAtTheEndHasTheEmptyValue) {
+    EXPECT_FALSE(Applied("remember_last_path 1\nremember_last_path").before_fallbacks.remember_last_path);
+    EXPECT_EQ(left_after("left_click_cmd"), "");
+    EXPECT_EQ(left_after("left_click_cmd \r\n \t"), "");
+    EXPECT_EQ(sizes_after("font_size 20\nfont_size"), "14/15/12");
+}
+
+TEST(SettingsLines, ValuesLoseTheWhiteSpaceAtTheirEndsOnly) {
+    EXPECT_EQ(left_after("left_click_cmd \t a  b\tc \t\r\n"), "a  b\tc");
+}
+
+TEST(SettingsLines, LineEndsOfEveryKind) {
+    EXPECT_EQ(sizes_after("font_size 20\r\nline_height 2\r\n"), "20/40/0");
+    EXPECT_EQ(sizes_after("font_size 20\nline_height 2"), "20/40/0");
+    // A lone carriage return ends no line: all of it is the value of the first key.
+    EXPECT_EQ(sizes_after("font_size 20\rline_height 2"), "202/202/0");
+    EXPECT_EQ(left_after("left_click_cmd a\rb\r"), "a\rb");
+}
+
+TEST(SettingsLines, AByteOrderMarkMakesTheFirstKeyUnknown) {
+    EXPECT_EQ(sizes_after("\xEF\xBB\xBF"
+                          "font_size 20\nleft_click_cmd x"),
+              "14/15/12");
+    EXPECT_EQ(left_after("\xEF\xBB\xBF"
+                         "font_size 20\nleft_click_cmd x"),
+              "x");
+}
+
+TEST(SettingsLines, ZeroBytesAreBytesLikeOthers) {
+    EXPECT_EQ(left_after(std::string("left_click_cmd a\0b\0\n", 20)), std::string("a\0b\0", 4));
+    EXPECT_EQ(left_after(std::string("left_click_cmd\0 a", 17)), default_left);
+    EXPECT_EQ(left_after(std::string("\0left_click_cmd a", 17)), default_left);
+    EXPECT_EQ(sizes_after(std::string("font_size 2\0"
+                                      "0",
+                                      13)),
+              "20/20/0");
+}
+
+TEST(SettingsLines, TheClickCommandsPointIntoTheFile) {
+    Applied applied("left_click_cmd \"a\" {x}\nright_click_cmd b");
+    EXPECT_EQ(settings.left_click_cmd.data, applied.block.data() + 15);
+    EXPECT_EQ(to_string(settings.left_click_cmd), "\"a\" {x}"); // quotes and all
+    EXPECT_EQ(settings.right_click_cmd.data, applied.block.data() + applied.block.size() - 1);
+}
+
+TEST(SettingsLines, TenMegabytesOfGarbageAreReadAndIgnored) {
+    std::mt19937 random(7);
+    std::string garbage(10000000, 0);
+    for (char &byte : garbage) {
+        byte = static_cast<char>(random());
+    }
+    EXPECT_EQ(Applied(garbage).str(), defaults);
+    EXPECT_EQ(left_after(garbage + "\nleft_click_cmd x\n" + garbage), "x");
+    EXPECT_EQ(left_after("left_click_cmd " + std::string(10000000, 'x')).size(), 10000000u);
+    EXPECT_EQ(Applied(std::string(10000000, 'x')).str(), defaults);
+    EXPECT_EQ(Applied(std::string(10000000, '\n')).str(), defaults);
+}
+
+// ---- Integers ----
+
+TEST(SettingsInteger, EveryDigitCountsWhereverItStands) {
+    EXPECT_EQ(font_size_read("20"), 20);
+    EXPECT_EQ(font_size_read("1x6"), 16);
+    EXPECT_EQ(font_size_read("x1 y6 z"), 16);
+    EXPECT_EQ(font_size_read("1-6"), 16);
+    EXPECT_EQ(font_size_read("+007"), 7);
+    EXPECT_EQ(font_size_read("1.5"), 15);
+    EXPECT_EQ(font_size_read("abc"), 0);
+    EXPECT_EQ(font_size_read(""), 0);
+}
+
+TEST(SettingsInteger, ThirtyTwoBitsWrap) {
+    EXPECT_EQ(font_size_read("2147483647"), 2147483647);
+    EXPECT_EQ(font_size_read("2147483648"), INT32_MIN);
+    EXPECT_EQ(font_size_read("4294967296"), 0);
+    EXPECT_EQ(font_size_read("4294967316"), 20);
+    EXPECT_EQ(sizes_after("font_size 4294967316"), "20/20/0");
+}
+
+TEST(SettingsInteger, ANegativeOneReadsTwoCharactersMoreAndThatIsMeant) {
+    EXPECT_EQ(font_size_read("-3"), -3);
+    EXPECT_EQ(font_size_read("-3\r\n45 x"), -3);
+    EXPECT_EQ(font_size_read("-3\n45 x"), -34);
+    EXPECT_EQ(font_size_read("-3 \n45 x"), -3);
+    EXPECT_EQ(font_size_read("-3\n\n4 x"), -3);
+    EXPECT_EQ(font_size_read("-\n45 x"), -4);
+    EXPECT_EQ(font_size_read("3\n45 x"), 3);
+    // The file ends before them.
+    EXPECT_EQ(font_size_read("-3\n"), -3);
+    EXPECT_EQ(font_size_read("-"), 0);
+    EXPECT_EQ(font_size_read("-\n"), 0);
+}
+
+TEST(SettingsInteger, ANegativeOneAtTheEndOfAFileWhoseBlockEndsThereIsReadWithinIt) {
+    // A block has no spare bytes when the file and its zero fill 64: the last value ends one byte before its
+    // end.
+    AppScope app;
+    TestTree tree;
+    for (size_t size : {63u, 127u, 62u, 64u}) {
+        std::string last = "font_size -5";
+        tree.file("settings.txt", "# " + std::string(size - last.size() - 3, 'x') + "\n" + last);
+        settings_load(str_over(tree.path() + "/"));
+        EXPECT_EQ(settings.file.count, size);
+        EXPECT_EQ(settings.font_size, 14);
+        os_file_free(&settings.file);
+        app.reset_settings();
+    }
+}
+
+// ---- Decimals ----
+
+TEST(SettingsDecimal, IsAFactorOfTheFontSize) {
+    EXPECT_EQ(sizes_after("font_size 20\nline_height 1.25\ntext_y_offset 0.8"), "20/25/16");
+    EXPECT_EQ(pixels("2", 20), 40);
+    EXPECT_EQ(pixels(".5", 20), 10);
+    EXPECT_EQ(pixels("1.", 20), 20);
+    EXPECT_EQ(pixels(".", 20), 0);
+    EXPECT_EQ(pixels("", 20), 0);
+    EXPECT_EQ(pixels("-", 20), 0);
+    EXPECT_EQ(pixels("-0.5", 20), -10);
+    EXPECT_EQ(pixels("-0.53", 10), -5); // cut towards zero
+    EXPECT_EQ(pixels("0.59", 10), 5);
+}
+
+TEST(SettingsDecimal, WhatIsNoDigitCountsAsAZero) {
+    EXPECT_EQ(pixels("1x.5", 10), 105);
+    EXPECT_EQ(pixels("1,2", 10), 1020);
+    EXPECT_EQ(pixels("1.2.5", 100), 120); // the second '.' is one more digit, a 0
+    EXPECT_EQ(pixels("1.2.5", 10000), 12050);
+    EXPECT_EQ(pixels("+1", 10), 10);
+    EXPECT_EQ(pixels("1-2", 10), 1020);
+    EXPECT_EQ(pixels("--1", 10), -10);
+    EXPECT_EQ(pixels("1 .5", 10), 105);
+}
+
+TEST(SettingsDecimal, IsMultipliedInDoublePrecision) {
+    EXPECT_EQ(pixels("0.7", 10), 7);   // single precision would give 6
+    EXPECT_EQ(pixels("0.56", 25), 13); // and 14
+}
+
+TEST(SettingsDecimal, GathersTheFractionInSinglePrecision) {
+    EXPECT_EQ(pixels("0.16777217", 100000000), 16777216); // 24 bits of it
+    EXPECT_EQ(pixels("0.99999999", 10), 10);
+}
+
+TEST(SettingsDecimal, WhatDoesNotFitCountsAsTheLowestInteger) {
+    EXPECT_EQ(pixels("2147483647", 1), 2147483647);
+    EXPECT_EQ(pixels("2147483648", 1), INT32_MIN);
+    EXPECT_EQ(pixels("-2147483648.5", 1), INT32_MIN);
+    EXPECT_EQ(pixels("-3000000000", 1), INT32_MIN);
+    EXPECT_EQ(pixels("18446744073709551617", 20), 20); // 64 bits wrap
+    EXPECT_EQ(pixels("9223372036854775808", 1), INT32_MIN);
+    EXPECT_EQ(pixels("0." + std::string(400, '9'), 1), INT32_MIN); // the fraction is infinite
+    EXPECT_EQ(pixels("0." + std::string(400, '9'), 0), INT32_MIN); // and no number times 0
+    EXPECT_EQ(pixels("0." + std::string(400, '0') + "9", 1), 0);
+    EXPECT_EQ(sizes_after("font_size 20\nline_height 200000000"), "20/20/0"); // the line height falls back
+}
+
+// ---- Booleans ----
+
+TEST(SettingsBoolean, FiveWordsAreTrueInAnyCase) {
+    for (const char *value : {"1", "y", "Y", "ok", "OK", "oK", "yes", "Yes", "YES", "true", "True", "tRUE"}) {
+        EXPECT_TRUE(read_as_true(value)) << value;
+    }
+    for (const char *value : {"", "0", "on", "n", "no", "t", "11", "1 1", "yes!", "\"yes\"", "ye", "truetrue",
+                              "false", "okay", "TRUE 1", "2", "y\xC3\x89s"}) {
+        EXPECT_FALSE(read_as_true(value)) << value;
+    }
+    EXPECT_FALSE(read_as_true(std::string("1\0", 2)));
+}
+
+// ---- Byte counts ----
+
+TEST(SettingsByteCount, IsASumOfNumbersWithUnits) {
+    EXPECT_EQ(max_file_size_after("5K"), 5000);
+    EXPECT_EQ(max_file_size_after("1 M B"), 1000000);
+    EXPECT_EQ(max_file_size_after("10M"), 10000000);
+    EXPECT_EQ(max_file_size_after("10 MB"), 10000000);
+    EXPECT_EQ(max_file_size_after("1G 500M"), 1500000000);
+    EXPECT_EQ(max_file_size_after("2GB-1MB"), 1999000000);
+    EXPECT_EQ(max_file_size_after("2 gb - 1 mb - 1 kb"), 1998999000);
+    EXPECT_EQ(max_file_size_after("3t"), 3000000000000);
+    EXPECT_EQ(max_file_size_after("1T1G1M1K1"), 1001001001001);
+    EXPECT_EQ(max_file_size_after("42"), 42);
+    EXPECT_EQ(max_file_size_after("42B"), 42);
+    EXPECT_EQ(max_file_size_after("42 b"), 42);
+    EXPECT_EQ(max_file_size_after("0"), 0);
+}
+
+TEST(SettingsByteCount, AnyCharacterBehindANumberIsEatenAsItsUnitAndThatIsMeant) {
+    EXPECT_EQ(max_file_size_after("10-2"), 12);
+    EXPECT_EQ(max_file_size_after("5 3"), 5);
+    EXPECT_EQ(max_file_size_after("5 34"), 9); // the 3 is the unit, the 4 a number
+    EXPECT_EQ(max_file_size_after("10 - 2"), 12);
+    EXPECT_EQ(max_file_size_after("5x7"), 12);
+    EXPECT_EQ(max_file_size_after("5B7"), 12);
+    EXPECT_EQ(max_file_size_after("5BB7"), 12);
+    EXPECT_EQ(max_file_size_after("5BBB7"), 5);
+    EXPECT_EQ(max_file_size_after("1.5M"), 5000001);
+    EXPECT_EQ(max_file_size_after("5\r-3"), 8);
+}
+
+TEST(SettingsByteCount, EndsWithWhatIsNoNumber) {
+    EXPECT_EQ(max_file_size_after("-1"), 0);
+    EXPECT_EQ(max_file_size_after("abc"), 0);
+    EXPECT_EQ(max_file_size_after(""), 0);
+    EXPECT_EQ(max_file_size_after("10M x 5"), 10000000);
+    EXPECT_EQ(max_file_size_after("10M--2M"), 10000000);
+    EXPECT_EQ(max_file_size_after("10M+2M"), 10000000);
+    EXPECT_EQ(max_file_size_after("10M-"), 10000000);
+    EXPECT_EQ(max_file_size_after("10M - x"), 10000000);
+}
+
+TEST(SettingsByteCount, ATotalBelowZeroBecomesZero) {
+    EXPECT_EQ(max_file_size_after("1M-2M"), 0);
+    EXPECT_EQ(Applied("max_file_size 1M-2M").before_fallbacks.max_file_size,
+              -1000000); // after the whole file
+    EXPECT_EQ(max_file_size_after("9223372036854775808"), 0);
+    EXPECT_EQ(max_file_size_after("18446744073709551617"), 1); // 64 bits wrap
+    EXPECT_EQ(max_file_size_after("9223372036854775807"), INT64_MAX);
+}
+
+TEST(SettingsByteCount, AnAbsentKeyMeansTenMillion) {
+    Applied applied("");
+    EXPECT_EQ(settings.max_file_size, 10000000);
+}
+
+// ---- Fallbacks ----
+
+TEST(SettingsFallbacks, AFontSizeBelowOneTakesAllThreeSizesBack) {
+    EXPECT_EQ(sizes_after("font_size 0"), "14/15/12");
+    EXPECT_EQ(sizes_after("font_size -3"), "14/15/12");
+    EXPECT_EQ(sizes_after("font_size 20\nline_height 2\ntext_y_offset 1\nfont_size 0"), "14/15/12");
+    EXPECT_EQ(sizes_after("line_height 2\ntext_y_offset 1"), "14/15/12");
+}
+
+TEST(SettingsFallbacks, ALineHeightBelowOneBecomesTheFontSize) {
+    EXPECT_EQ(sizes_after("font_size 20"), "20/20/0");
+    EXPECT_EQ(sizes_after("font_size 20\nline_height -1"), "20/20/0");
+    EXPECT_EQ(sizes_after("font_size 20\nline_height 0.04"), "20/20/0");
+    EXPECT_EQ(sizes_after("font_size 20\nline_height 0.05"), "20/1/0");
+    EXPECT_EQ(sizes_after("font_size 1"), "1/1/0");
+}
+
+TEST(SettingsFallbacks, AFactorAboveTheFontSizeInTheFileCountsForNothing) {
+    EXPECT_EQ(sizes_after("line_height 1.2\nfont_size 20"), "20/20/0");
+    EXPECT_EQ(sizes_after("text_y_offset 1\nfont_size 20"), "20/20/0");
+}
+
+TEST(SettingsFallbacks, ATextOffsetStaysAsItWasComputed) {
+    EXPECT_EQ(sizes_after("font_size -3\ntext_y_offset 1\nfont_size 20"), "20/20/-3");
+    EXPECT_EQ(sizes_after("font_size 10\ntext_y_offset 1\nfont_size 20"), "20/20/10");
+    EXPECT_EQ(sizes_after("font_size 20\ntext_y_offset -1"), "20/20/-20");
+}
+
+// ---- Against a plain reading ----
+
+namespace {
+
+void expect_as_plain(const std::string &file) {
+    Applied applied(file);
+    PlainSettings plain;
+    plain.apply(file);
+    plain.fall_back();
+    ASSERT_EQ(applied.str(), dump(plain, plain.left_click_cmd, plain.right_click_cmd))
+        << testing::PrintToString(file);
+}
+
+} // namespace
+
+TEST(SettingsModel, FilesMadeOfLikelyPiecesAreReadAsThePlainReadingReadsThem) {
+    static const std::vector<std::string> pieces = {
+        "font_size",
+        "line_height",
+        "text_y_offset",
+        "show_full_paths",
+        "remember_last_path",
+        "max_file_size",
+        "left_click_cmd",
+        "remember_last_query",
+        "right_click_cmd",
+        "word",
+        "#",
+        " ",
+        " ",
+        "\t",
+        "\r\n",
+        "\n",
+        "\n",
+        "\n",
+        "\r",
+        "-",
+        "-",
+        ".",
+        ".5",
+        "1",
+        "20",
+        "7",
+        "0",
+        "4294967301",
+        "K",
+        "M",
+        "G",
+        "T",
+        "b",
+        "B",
+        "yes",
+        "OK",
+        "true",
+        "x",
+        "\"",
+        "9999999999999999999",
+        std::string("\0", 1),
+        "\xEF\xBB\xBF",
+        "= ",
+        "\n-",
+        " 1.2",
+    };
+    std::mt19937 random(20260);
+    for (int i = 0; i < 20000; i++) {
+        std::string file;
+        for (unsigned count = static_cast<unsigned>(random() % 40); count > 0; count--) {
+            file += pieces[random() % pieces.size()];
+        }
+        expect_as_plain(file);
+    }
+}
+
+TEST(SettingsModel, KeysWithRandomValuesAreReadAsThePlainReadingReadsThem) {
+    static const std::vector<std::string> keys = {"font_size",     "line_height",     "text_y_offset",
+                                                  "max_file_size", "show_full_paths", "left_click_cmd"};
+    static const std::string bytes = "0123456789.-- KMGTbB\t\rxyYeskoOK#";
+    std::mt19937 random(20261);
+    for (int i = 0; i < 20000; i++) {
+        std::string file;
+        for (unsigned lines = static_cast<unsigned>(random() % 8); lines > 0; lines--) {
+            file += keys[random() % keys.size()] + " ";
+            for (unsigned count = static_cast<unsigned>(random() % 12); count > 0; count--) {
+                file += bytes[random() % bytes.size()];
+            }
+            file += random() % 4 ? "\n" : "\r\n";
+        }
+        expect_as_plain(file);
+    }
+}
+
+TEST(SettingsModel, RandomBytesAreReadAsThePlainReadingReadsThem) {
+    std::mt19937 random(20262);
+    for (int i = 0; i < 10000; i++) {
+        std::string file = random() % 2 ? "max_file_size 5 " : "font_size -";
+        for (unsigned count = static_cast<unsigned>(random() % 60); count > 0; count--) {
+            file += static_cast<char>(random() % 4 ? random() % 64 : random());
+        }
+        expect_as_plain(file);
+    }
+}
+
+// ---- The file and the fonts ----
+
+namespace {
+
+// A folder with a settings file and three fonts that can be told apart by their sizes.
+class FontFolder {
+public:
+    FontFolder() {
+        std::string bytes = bytes_of(tree.native_path_of_default_font());
+        for (size_t i = 0; i < 3; i++) {
+            tree.file(names[i], bytes + std::string(i, 'x'));
+        }
+        default_size = bytes.size();
+    }
+
+    // Which of the fonts is loaded after the file has been applied; "none" for none of them.
+    std::string loaded_after(const std::string &settings_file) {
+        AppScope app;
+        LeakScope replaced_fonts_stay;
+        tree.file("settings.txt", settings_file);
+        settings_load(str_over(folder()));
+        if (font.sizes.capacity == 0) {
+            return "none";
+        }
+        return names[font.file.count - default_size];
+    }
+
+    std::string folder() const {
+        return tree.path() + "/";
+    }
+
+    struct Tree : TestTree {
+        std::filesystem::path native_path_of_default_font() const {
+            std::string path = default_font_path();
+            return std::filesystem::path(std::u8string(path.begin(), path.end()));
+        }
+    } tree;
+    const std::string names[3] = {"source_code_pro.otf", "fonts/x.ttf", "größe y.otf"};
+    size_t default_size;
+};
+
+} // namespace
+
+TEST(SettingsFont, WithoutAKeyTheDefaultFontIsLoaded) {
+    FontFolder fonts;
+    EXPECT_EQ(fonts.loaded_after(""), "source_code_pro.otf");
+}
+
+TEST(SettingsFont, ARelativeNameIsTakenFromTheFolderOfTheProgram) {
+    FontFolder fonts;
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf"), "fonts/x.ttf");
+    EXPECT_EQ(fonts.loaded_after("font_file \"fonts/x.ttf\""), "fonts/x.ttf");
+    EXPECT_EQ(fonts.loaded_after("font_file größe y.otf\r\n"), "größe y.otf");
+}
+
+TEST(SettingsFont, AnAbsoluteNameIsUsedAsItIs) {
+    FontFolder fonts;
+    EXPECT_EQ(fonts.loaded_after("font_file " + fonts.folder() + "fonts/x.ttf"), "fonts/x.ttf");
+    EXPECT_EQ(fonts.loaded_after("font_file \"" + fonts.folder() + "fonts/x.ttf\""), "fonts/x.ttf");
+    // Not below the folder, though a file of that name is there.
+    EXPECT_EQ(fonts.loaded_after("font_file /fonts/x.ttf"), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file \\fonts/x.ttf"), "source_code_pro.otf");
+#ifndef _WIN32
+    // A name with a ':' in it is absolute wherever the ':' stands.
+    fonts.tree.file("a:b.otf", bytes_of(fonts.tree.native("fonts/x.ttf")));
+    EXPECT_EQ(fonts.loaded_after("font_file a:b.otf"), "source_code_pro.otf");
+#endif
+}
+
+TEST(SettingsFont, OnlyAPairOfQuotesIsRemoved) {
+    FontFolder fonts;
+    EXPECT_EQ(fonts.loaded_after("font_file \"fonts/x.ttf"), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\""), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file \""), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file \"\"fonts/x.ttf\"\""), "source_code_pro.otf");
+}
+
+TEST(SettingsFont, TheLaterOfTwoHoldsAndOneThatFailsOrIsEmptyReplacesAGoodOne) {
+    FontFolder fonts;
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\nfont_file größe y.otf"), "größe y.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\nfont_file missing.ttf"), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\nfont_file settings.txt"), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\nfont_file \"\""), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\nfont_file"), "source_code_pro.otf");
+    EXPECT_EQ(fonts.loaded_after("font_file missing.ttf\nfont_file fonts/x.ttf"), "fonts/x.ttf");
+}
+
+TEST(SettingsFont, WithoutTheDefaultFontThereIsNone) {
+    FontFolder fonts;
+    std::filesystem::remove(fonts.tree.native("source_code_pro.otf"));
+    EXPECT_EQ(fonts.loaded_after(""), "none");
+    EXPECT_EQ(fonts.loaded_after("font_file missing.ttf"), "none");
+    EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf"), "fonts/x.ttf");
+}
+
+TEST(SettingsFont, IsLoadedAtOnce) {
+    FontFolder fonts;
+    AppScope app;
+    std::string file = "font_file fonts/x.ttf";
+    settings_apply(str_over(file), str_over(fonts.folder()));
+    EXPECT_GT(font.sizes.capacity, 0u);
+}
+
+TEST(SettingsFont, ANameThatTheScratchArenaHasNoRoomForIsNoFont) {
+    FontFolder fonts;
+    EXPECT_EQ(fonts.loaded_after("font_file " + std::string(1000000, 'x') + "\n"), "source_code_pro.otf");
+}
+
+TEST(SettingsFile, IsKeptWithItsClickCommands) {
+    AppScope app;
+    TestTree tree;
+    tree.file("settings.txt", "left_click_cmd a b\r\nmax_file_size 5K\r\n");
+    settings_load(str_over(tree.path() + "/"));
+    EXPECT_EQ(to_string(settings.file), "left_click_cmd a b\r\nmax_file_size 5K\r\n");
+    EXPECT_EQ(settings.left_click_cmd.data, settings.file.data + 15);
+    EXPECT_EQ(to_string(settings.left_click_cmd), "a b");
+    EXPECT_EQ(search_state.max_file_size, 5000); // handed to the worker
+}
+
+TEST(SettingsFile, HandsTheWorkerWhatTheFallbacksLeft) {
+    AppScope app;
+    TestTree tree;
+    tree.file("settings.txt", "max_file_size 1M-2M");
+    settings_load(str_over(tree.path() + "/"));
+    EXPECT_EQ(search_state.max_file_size, 0);
+}
+
+TEST(SettingsFile, AMissingOneLeavesAllDefaults) {
+    AppScope app;
+    TestTree tree;
+    search_state.max_file_size = 1;
+    settings_load(str_over(tree.path() + "/"));
+    EXPECT_EQ(dump(settings, to_string(settings.left_click_cmd), to_string(settings.right_click_cmd)),
+              defaults);
+    EXPECT_EQ(search_state.max_file_size, 10000000);
+    EXPECT_EQ(settings.file.data, nullptr);
+    tree.folder("settings.txt"); // nor can a folder be read
+    settings_load(str_over(tree.path() + "/"));
+    EXPECT_EQ(settings.font_size, 14);
+}
+
+TEST(SettingsFile, WhicheverAllocationIsRefusedTheSizesAreUsable) {
+    FontFolder fonts;
+    fonts.tree.file("settings.txt", "font_size 20\nfont_file fonts/x.ttf\nleft_click_cmd a");
+    for (int refused = 0, asked = 0; refused <= asked; refused++) {
+        AppScope app;
+        LeakScope replaced_fonts_stay;
+        asked = 0;
+        {
+            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            settings_load(str_over(fonts.folder()));
+        }
+        if (settings.file.data) {
+            EXPECT_EQ(settings.font_size, 20);
+            EXPECT_EQ(to_string(settings.left_click_cmd), "a");
+        } else {
+            EXPECT_EQ(settings.font_size, 14);
+            EXPECT_EQ(to_string(settings.left_click_cmd), default_left);
+        }
+        EXPECT_GT(font.sizes.capacity, 0u); // this font or the default one
+    }
+}
