@@ -126,6 +126,9 @@ struct LayoutCursor {
     int32_t y;
     int32_t width;          // of a row
     int32_t row_advance;    // height of a field's row: what a field moves y by
+    int32_t font_size;      // of glyphs
+    int32_t line_height;    // of a row of text
+    int32_t text_y_offset;  // from a row's top to its baseline
     uint8_t stop;           // an open drop-down covers the rest of the frame, which is not drawn
     uint8_t click_consumed; // a click of this frame has been acted on; not stop: the drawing goes on after it
     Point mouse;            // the pointer in the client area

@@ -1,0 +1,179 @@
+#include "app/frame.h"
+
+#include "app/saved_lists.h"
+#include "app/scratch.h"
+#include "app/settings.h"
+#include "os/threads.h"
+#include "render/draw.h"
+#include "render/text.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "ui/field_widget.h"
+#include "ui/ui_state.h"
+
+FrameClock frame_clock;
+
+// ---- Drawing ----
+
+namespace {
+
+constexpr uint32_t background_colour = 0xFF1A1A1A;
+constexpr uint32_t busy_colour = 0xFFFFFF00;
+constexpr uint32_t matching_folder_colour = 0xFF00FFFF;
+constexpr uint32_t other_folder_colour = 0xFF7F7F7F;
+
+Rect whole(const Framebuffer *framebuffer) {
+    return {0, 0, framebuffer->width, framebuffer->height};
+}
+
+void fill(Framebuffer *framebuffer, Rect rect, uint32_t colour) {
+    fill_rect(framebuffer, whole(framebuffer), rect, colour);
+}
+
+// A frame of that thickness inside the rectangle.
+void draw_outline(Framebuffer *framebuffer, Rect rect, int32_t thickness, uint32_t colour) {
+    fill(framebuffer, {rect.x, rect.y, rect.width, thickness}, colour);
+    fill(framebuffer, {rect.x, rect.y + rect.height - thickness, rect.width, thickness}, colour);
+    fill(framebuffer, {rect.x, rect.y, thickness, rect.height}, colour);
+    fill(framebuffer, {rect.x + rect.width - thickness, rect.y, thickness, rect.height}, colour);
+}
+
+// Draws the names of a table of folders, a row each, from y on to the framebuffer's lower edge. Returns the y
+// below the last one.
+int32_t draw_folder_rows(Framebuffer *framebuffer, int32_t y, const DynArray *table, uint32_t colour) {
+    TableRows rows = table_rows(table);
+    for (uint64_t i = 0; i < rows.count && y < framebuffer->height; i++) {
+        // The worker may replace the row at any time: one copy, of which each half is looked at once.
+        Str name = reinterpret_cast<const Str *>(rows.data)[i];
+        if (name.data) {
+            draw_text(framebuffer, {10, y + settings.text_y_offset}, settings.font_size, settings.font_size,
+                      colour, name);
+        }
+        y += settings.line_height;
+    }
+    return y;
+}
+
+// The results' place among all of them. Drawn when they are at least as tall as the list area.
+void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top) {
+    int64_t area = framebuffer->height - list_top;
+    int64_t content = static_cast<int64_t>(results_store.hit_table.count) * settings.line_height;
+    if (area <= 0 || area > content) {
+        return; // an area of no height shows nothing
+    }
+    int64_t scrolled = int64_t{search_state.results_scroll} * settings.line_height;
+    int32_t height = static_cast<int32_t>(area);
+    int32_t length = static_cast<int32_t>(area * area / content);
+    int32_t top = list_top + static_cast<int32_t>(area * scrolled / content);
+    int32_t x = framebuffer->width - 10;
+    fill(framebuffer, {x - 1, list_top, 1, height}, 0xFF505050);
+    fill(framebuffer, {x, list_top, 10, height}, 0xFF323232);
+    Rect thumb = {x, top, 10, length};
+    fill(framebuffer, thumb, 0xFF646464);
+    draw_outline(framebuffer, thumb, 1, 0xFFA0A0A0);
+    constexpr int32_t grip_offsets[] = {-8, -1, 6};
+    for (int32_t offset : grip_offsets) {
+        fill(framebuffer, {framebuffer->width - 6, top + length / 2 + offset, 2, 2}, 0xFFC8C8C8);
+    }
+}
+
+} // namespace
+
+void frame_draw(Framebuffer *framebuffer, Point mouse) {
+    fill(framebuffer, whole(framebuffer), background_colour);
+    LayoutCursor cursor = {};
+    cursor.x = 6;
+    cursor.y = 4;
+    cursor.width = framebuffer->width;
+    cursor.row_advance = settings.line_height + 8;
+    cursor.mouse = mouse;
+    cursor.font_size = settings.font_size;
+    cursor.line_height = settings.line_height;
+    cursor.text_y_offset = settings.text_y_offset;
+    field_widget(framebuffer, str_from("Path: "), &search_state.path, saved_lists.path_saved, &cursor);
+    if (!cursor.stop) {
+        field_widget(framebuffer, str_from("Src: "), &search_state.query, saved_lists.query_saved, &cursor);
+    }
+    if (cursor.stop) {
+        return;
+    }
+    int32_t list_top = cursor.y;
+    if (search_state.search_busy) {
+        draw_outline(framebuffer, {0, list_top, framebuffer->width, framebuffer->height - list_top}, 2,
+                     busy_colour);
+    }
+    int32_t y =
+        draw_folder_rows(framebuffer, list_top, &results_store.matching_folders, matching_folder_colour);
+    draw_folder_rows(framebuffer, y, &results_store.other_folders, other_folder_colour);
+    draw_scroll_bar(framebuffer, list_top);
+}
+
+// ---- The loop ----
+
+int64_t frame_time_us(int32_t refresh_rate) {
+    return 1000000 / (refresh_rate > 30 ? refresh_rate : 30);
+}
+
+void frame_clock_start(int32_t refresh_rate) {
+    frame_clock = {};
+    frame_clock.target_us = frame_time_us(refresh_rate);
+    frame_clock.origin_ticks = os_ticks();
+    frame_clock.frame_start_ticks = frame_clock.origin_ticks;
+}
+
+namespace {
+
+void begin_frame_time() {
+    int64_t now = os_ticks();
+    int64_t us = os_ticks_to_us(now - frame_clock.frame_start_ticks);
+    frame_clock.frame_start_ticks = now;
+    frame_clock.last_us = static_cast<int32_t>(us);
+    frame_clock.last_ms = us / 1000;
+    frame_clock.total_us += us;
+    frame_clock.total_ms = frame_clock.total_us / 1000;
+    frame_clock.last_fraction = static_cast<double>(us) / static_cast<double>(frame_clock.target_us);
+}
+
+int64_t time_left_us() {
+    return frame_clock.target_us - os_ticks_to_us(os_ticks() - frame_clock.frame_start_ticks);
+}
+
+// Where the pointer is in the window's client area, as the events told.
+Point mouse_in(const PlatformWindow *window) {
+    Point position = ui_pointer_position();
+    return {position.x - window->client_position.x, position.y - window->client_position.y};
+}
+
+// The edges count as inside; over the frame the system's own cursors stay.
+uint8_t is_in_client_area(const PlatformWindow *window, Point mouse) {
+    return mouse.x >= 0 && mouse.x <= window->client_size.width && mouse.y >= 0 &&
+           mouse.y <= window->client_size.height;
+}
+
+} // namespace
+
+uint8_t frame_turn(PlatformWindow *window) {
+    begin_frame_time();
+    scratch_empty();
+    // Nothing of the worker's is held here: blocks it retired may go, and those retired for it.
+    search_state.interface_pass = search_state.interface_pass + 1;
+    release_retired(&search_state.retired_text);
+    ui_begin_frame();
+    uint32_t message_count = os_pump_messages();
+    if (!(window->flags & WINDOW_FLAG_ALIVE)) {
+        return 0;
+    }
+    if (is_in_client_area(window, mouse_in(window))) {
+        os_set_cursor(CURSOR_ARROW);
+    }
+    if (message_count > 0 || search_state.results_dirty) {
+        search_state.results_dirty = 0;
+        frame_draw(&window->framebuffer, mouse_in(window));
+        os_window_blit(window);
+        frame_clock.drawn_count++;
+    }
+    for (int64_t left = time_left_us(); left > 0; left = time_left_us()) {
+        os_sleep_us(left);
+    }
+    return 1;
+}

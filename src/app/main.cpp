@@ -1,0 +1,57 @@
+#include "app/frame.h"
+#include "app/input.h"
+#include "app/saved_lists.h"
+#include "app/scratch.h"
+#include "app/startup.h"
+#include "os/console.h"
+#include "os/files.h"
+#include "os/threads.h"
+#include "os/window.h"
+#include "search/search_state.h"
+#include "search/worker.h"
+#include "ui/line_editor.h"
+#include "ui/ui_state.h"
+
+namespace {
+
+// The number in the line that tells of a failed window. Nothing here stands in that line; it is a constant.
+constexpr int32_t window_failure_line = 1092;
+
+int32_t fail_without_window() {
+    os_print("[%s:%i] ", "main_init", window_failure_line);
+    os_print("WTF failed to open window!\n");
+    return 1;
+}
+
+} // namespace
+
+int main() {
+    os_init();
+    scratch_create();
+    uint32_t monitor_count = 0;
+    const MonitorInfo *monitor = os_get_monitors(&monitor_count);
+    if (monitor_count == 0) {
+        return fail_without_window();
+    }
+    int32_t height = static_cast<int32_t>(monitor->work_area.height * 0.9);
+    PlatformWindow *window = os_window_create(1000, height, str_from("Tarnwick  |  0.9.5"),
+                                              WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
+    if (!window) {
+        return fail_without_window();
+    }
+    os_window_center(window, monitor);
+    os_window_show(window, 1);
+    os_set_event_callback(input_handle_event);
+    frame_clock_start(monitor->refresh_rate);
+    startup_reserve_buffers();
+    dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
+    startup_load(os_exe_folder(), os_command_line());
+
+    ui_state.focused_field = &search_state.query;
+    field_set_single_caret(0, field_text_end(&search_state.query));
+    saved_lists_update_mark(ui_state.focused_field);
+    search_worker_start();
+    while (frame_turn(window)) {
+    }
+    return 0;
+}

@@ -1,0 +1,239 @@
+#include "ui/field_widget.h"
+
+#include "app/saved_lists.h"
+#include "os/console.h"
+#include "render/draw.h"
+#include "render/text.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "ui/line_editor.h"
+
+namespace {
+
+constexpr uint32_t background_colour = 0xFF1A1A1A;
+constexpr uint32_t focused_colour = 0xFF323232;
+constexpr uint32_t completion_colour = 0xFF7F7F7F;
+constexpr uint32_t underline_colour = 0xFF505050;
+constexpr uint32_t caret_colour = 0xC8FFFFFF;
+constexpr uint32_t selection_colour = 0x32FFFFFF;
+
+constexpr uint32_t white(uint32_t alpha) {
+    return alpha << 24 | 0xFFFFFF;
+}
+
+Rect whole(const Framebuffer *framebuffer) {
+    return {0, 0, framebuffer->width, framebuffer->height};
+}
+
+uint8_t is_inside(Rect rect, Point point) {
+    return point.x >= rect.x && point.x < rect.x + rect.width && point.y >= rect.y &&
+           point.y < rect.y + rect.height;
+}
+
+uint8_t left_went_down() {
+    return ui_went_down(MOUSE_LEFT);
+}
+
+} // namespace
+
+uint8_t toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const LayoutCursor *cursor) {
+    uint8_t is_hovered = is_inside(rect, cursor->mouse);
+    uint32_t colour = is_hovered ? (state ? 0xFFFF0000 : 0xFF969696) : (state ? 0xFFFFFF00 : 0xFF505050);
+    fill_rect(framebuffer, whole(framebuffer), rect, colour);
+    if (is_hovered && !cursor->click_consumed && ui_consume_press(MOUSE_LEFT)) {
+        search_state.results_dirty = 1;
+        return 1;
+    }
+    return 0;
+}
+
+// ---- Text and carets ----
+
+namespace {
+
+// Draws one line of text at the field's size, cut at the row's lower edge: a line feed in it must not disturb
+// what follows below. Returns its width.
+int32_t draw_line(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
+                  Str text) {
+    Framebuffer row = *framebuffer;
+    int32_t bottom = cursor->y + cursor->row_advance;
+    row.height = bottom < row.height ? bottom : row.height;
+    Point baseline = {x, cursor->y + cursor->text_y_offset};
+    uint64_t extent = draw_text(&row, baseline, cursor->font_size, cursor->font_size, colour, text);
+    return static_cast<int32_t>(extent);
+}
+
+int32_t width_of(const LayoutCursor *cursor, Str text) {
+    Framebuffer none = {};
+    return draw_line(&none, cursor, 0, 0, text);
+}
+
+// Where the pen stands before the byte at that offset, from the text's left edge, with the kerning before it.
+int32_t pen_at(const LayoutCursor *cursor, Str text, uint64_t offset) {
+    uint64_t line_start = offset;
+    while (line_start > 0 && text.data[line_start - 1] != '\n') {
+        line_start--;
+    }
+    Str line = {offset - line_start, text.data + line_start};
+    constexpr uint8_t first_drawn = 32;
+    if (offset < text.count && static_cast<uint8_t>(text.data[offset]) >= first_drawn) {
+        return width_of(cursor, {line.count + 1, line.data}) - width_of(cursor, {1, text.data + offset});
+    }
+    return width_of(cursor, line);
+}
+
+void draw_caret_box(Framebuffer *framebuffer, Rect box) {
+    ClipSize clip = whole(framebuffer);
+    if (box.width == 0) {
+        blend_rect(framebuffer, clip, {box.x, box.y, 2, box.height}, caret_colour);
+        return;
+    }
+    blend_rect(framebuffer, clip, box, selection_colour);
+    if (box.width < 3 || box.height < 3) {
+        blend_rect(framebuffer, clip, box, caret_colour); // and the outline as well, which is meant
+    }
+    int32_t right = box.x + box.width - 1;
+    int32_t bottom = box.y + box.height - 1;
+    blend_rect(framebuffer, clip, {box.x, box.y, box.width, 1}, caret_colour);
+    blend_rect(framebuffer, clip, {box.x, bottom, box.width, 1}, caret_colour);
+    blend_rect(framebuffer, clip, {box.x, box.y + 1, 1, box.height - 2}, caret_colour);
+    blend_rect(framebuffer, clip, {right, box.y + 1, 1, box.height - 2}, caret_colour);
+}
+
+void draw_carets(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t text_x, Str text) {
+    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+        Caret caret = field_carets()[i];
+        int32_t start = caret.anchor < caret.caret ? caret.anchor : caret.caret;
+        int32_t end = caret.anchor < caret.caret ? caret.caret : caret.anchor;
+        int32_t left = text_x + pen_at(cursor, text, static_cast<uint64_t>(start));
+        int32_t right = start == end ? left : text_x + pen_at(cursor, text, static_cast<uint64_t>(end));
+        if (right < left) { // the selection goes over a line feed: from the row's start
+            int32_t swapped = left;
+            left = right;
+            right = swapped;
+        }
+        draw_caret_box(framebuffer, {left, cursor->y, right - left, cursor->row_advance});
+    }
+}
+
+// What of the first completion is not typed yet. The path's completions are shown on either field: that is
+// meant.
+Str completion_tail(Str text) {
+    TableRows rows = table_rows(&results_store.matching_folders);
+    if (rows.count == 0) {
+        return {};
+    }
+    // The worker may replace the row at any time: one copy, of which each half is looked at once.
+    Str name = reinterpret_cast<const Str *>(rows.data)[0];
+    uint64_t typed = 0;
+    while (typed < text.count && text.data[text.count - 1 - typed] != '/') {
+        typed++;
+    }
+    uint64_t skipped = typed < name.count ? typed : name.count;
+    return name.data ? Str{name.count - skipped, name.data + skipped} : Str{};
+}
+
+} // namespace
+
+// ---- The saved entries ----
+
+namespace {
+
+// Makes a saved entry the field's text, selected, and searches for it.
+void pick_entry(StrBuf *text, Str entry) {
+    set_field_text(text, entry); // without memory the text stays, and the search starts all the same
+    ui_state.dropdown_open = 0;
+    publish_request();
+    saved_lists_update_mark(text);
+    saved_list_write(text);
+    field_set_single_caret(0, field_text_end(text));
+}
+
+// Draws the list below the field and moves the cursor below it. Removed entries are shown too, so that they
+// can be brought back.
+void dropdown(Framebuffer *framebuffer, StrBuf *text, LayoutCursor *cursor) {
+    const DynArray *list = saved_list_of(text);
+    if (ui_state.focused_field != text || !ui_state.dropdown_open || !list || list->count == 0) {
+        return;
+    }
+    cursor->stop = 1;
+    int32_t height = cursor->line_height + 2;
+    int32_t side = height - 4;
+    uint64_t picked = UINT64_MAX;
+    for (uint64_t i = 0; i < list->count && cursor->y < framebuffer->height; i++) {
+        const SavedEntry *entry = saved_entry_at(list, i);
+        Rect row = {cursor->x, cursor->y, cursor->width, height};
+        uint8_t is_hovered = is_inside(row, cursor->mouse);
+        Point baseline = {row.x + height + 2, row.y + 1 + cursor->text_y_offset};
+        draw_text(framebuffer, baseline, cursor->font_size, cursor->font_size, white(is_hovered ? 255 : 180),
+                  saved_entry_text(entry));
+        Rect button = {row.x + 2, row.y + 2, side, side};
+        if (toggle_button(framebuffer, button, entry->in_use != 0, cursor)) {
+            os_print("ungav %i\n", static_cast<int32_t>(entry->in_use));
+            saved_entry_flip(text, i);
+            field_clamp_carets(text);
+        } else if (is_hovered && left_went_down()) {
+            picked = i;
+        }
+        cursor->y += height;
+    }
+    if (picked != UINT64_MAX) {
+        pick_entry(text, saved_entry_text(saved_entry_at(list, picked)));
+    }
+}
+
+} // namespace
+
+// ---- The field ----
+
+void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_saved, LayoutCursor *cursor) {
+    uint8_t is_focused = ui_state.focused_field == text;
+    Rect row = {cursor->x, cursor->y, cursor->width, cursor->row_advance};
+    uint8_t is_hovered = is_inside(row, cursor->mouse);
+    ClipSize clip = whole(framebuffer);
+    uint32_t row_colour = is_focused ? focused_colour : background_colour;
+    if (is_focused) {
+        fill_rect(framebuffer, clip, row, row_colour);
+    }
+
+    Str shown = strbuf_text(text);
+    uint32_t colour = white(is_hovered ? 255 : is_focused ? 220 : 140);
+    int32_t text_x = row.x + draw_line(framebuffer, cursor, row.x, colour, label);
+    draw_line(framebuffer, cursor, text_x, colour, shown);
+    if (is_focused) {
+        draw_carets(framebuffer, cursor, text_x, shown);
+    }
+    int32_t end_x = text_x + pen_at(cursor, shown, shown.count);
+    draw_line(framebuffer, cursor, end_x, completion_colour, completion_tail(shown));
+
+    if (saved_list_of(text)) {
+        // The text ends at the button, which stands on a ground of its own.
+        int32_t side = row.height - 4;
+        Rect button = {row.x + row.width - 2 - side, row.y + 2, side, side};
+        fill_rect(framebuffer, clip, {button.x - 2, row.y, row.x + row.width - button.x + 2, row.height},
+                  row_colour);
+        if (toggle_button(framebuffer, button, is_saved, cursor)) {
+            cursor->click_consumed = 1;
+            saved_list_save(text, ui_state.focused_field);
+            if (is_focused) {
+                field_clamp_carets(text);
+            }
+        }
+    }
+    fill_rect(framebuffer, clip, {row.x, row.y + cursor->line_height, row.width, 1}, underline_colour);
+    cursor->y += row.height;
+    dropdown(framebuffer, text, cursor);
+
+    if (is_hovered && !cursor->click_consumed) {
+        uint8_t is_left = left_went_down();
+        if (is_left || ui_went_down(MOUSE_RIGHT)) {
+            ui_state.dropdown_open = !is_left && !(is_focused && ui_state.dropdown_open);
+            ui_state.focused_field = text;
+            field_set_single_caret(0, field_text_end(text));
+            if (is_left) { // the right button's release draws the next frame
+                search_state.results_dirty = 1;
+            }
+            cursor->click_consumed = 1;
+        }
+    }
+}

@@ -1,0 +1,20 @@
+// One of the two fields, drawn and acted on in one call: its label, text, carets, completion, save button
+// and, on demand, the list of its saved entries below it. Interface thread only.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/framebuffer.h"
+#include "os/rect.h"
+#include "os/strings.h"
+#include "ui/ui_state.h"
+
+// Draws the field whose text that is at the layout cursor, does what the mouse asks of it, and moves the
+// cursor below it, and below its list when that is shown; the list sets the cursor's stop flag. text: a field
+// of search_state, or one without saved entries. is_saved: whether the text equals a live saved entry. What a
+// click changes is seen in the next frame, which it asks for.
+void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_saved, LayoutCursor *cursor);
+
+// Draws a button, filled by its state, and returns whether it has been pressed in this frame; that press is
+// then nobody else's.
+uint8_t toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const LayoutCursor *cursor);
