@@ -292,7 +292,7 @@ struct FilePaths {
 
 Str joined(char *bytes, Str folder, const char *name) {
     memcpy(bytes, folder.data, folder.count);
-    strcpy(bytes + folder.count, name);
+    memcpy(bytes + folder.count, name, strlen(name) + 1);
     return str_from(bytes);
 }
 

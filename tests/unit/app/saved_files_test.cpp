@@ -207,7 +207,10 @@ TEST(SavedFiles, OfATextWithoutEntriesComeBackAsAnEntryAndThatIsMeant) {
 TEST(SavedFiles, AreNotUsedWithoutAFolder) {
     ListFiles files;
     saved_lists.folder = {};
+    fs::path before = fs::current_path();
+    fs::current_path(files.tree.native("")); // nor are any in the folder the program was started in
     type(query, "foo");
+    fs::current_path(before);
     EXPECT_EQ(files.names(), "");
     std::string too_long(4090, 'x');
     saved_lists.folder = str_over(too_long);

@@ -571,6 +571,8 @@ TEST(SettingsFont, AnAbsoluteNameIsUsedAsItIs) {
     EXPECT_EQ(fonts.loaded_after("font_file /fonts/x.ttf"), "source_code_pro.otf");
     EXPECT_EQ(fonts.loaded_after("font_file \\fonts/x.ttf"), "source_code_pro.otf");
 #ifndef _WIN32
+    fonts.tree.file("\\b.otf", bytes_of(fonts.tree.native("fonts/x.ttf")));
+    EXPECT_EQ(fonts.loaded_after("font_file \\b.otf"), "source_code_pro.otf");
     // A name with a ':' in it is absolute wherever the ':' stands.
     fonts.tree.file("a:b.otf", bytes_of(fonts.tree.native("fonts/x.ttf")));
     EXPECT_EQ(fonts.loaded_after("font_file a:b.otf"), "source_code_pro.otf");
