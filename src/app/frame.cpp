@@ -172,7 +172,9 @@ uint8_t frame_turn(PlatformWindow *window) {
         os_window_blit(window);
         frame_clock.drawn_count++;
     }
-    for (int64_t left = time_left_us(); left > 0; left = time_left_us()) {
+    // Less than a millisecond is not waited for: a sleep of none only gives way, and hundreds of them a frame
+    // would cost an idle window more than all its sleeping.
+    for (int64_t left = time_left_us(); left >= 1000; left = time_left_us()) {
         os_sleep_us(left);
     }
     return 1;

@@ -1,0 +1,57 @@
+// The program's own frame, redrawn as a key press makes it: two fields and rows of folders down to the lower
+// edge of a window of 1000 x 921 pixels. Nothing is presented.
+#include <benchmark/benchmark.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+
+#include "app/frame.h"
+#include "app/scratch.h"
+#include "app/settings.h"
+#include "os/files.h"
+#include "render/font.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "ui/line_editor.h"
+#include "ui/ui_state.h"
+
+namespace {
+
+void set_up() {
+    scratch_create();
+    settings_apply_fallbacks(os_exe_folder());
+    if (font.sizes.capacity == 0) {
+        fprintf(stderr, "no font beside the program\n");
+        exit(1);
+    }
+    strbuf_init(&search_state.path, 1024);
+    strbuf_init(&search_state.query, 1024);
+    set_field_text(&search_state.path, str_from("C:/code/tarnwick/"));
+    set_field_text(&search_state.query, str_from("EVENT_WINDOW_RESIZED"));
+    dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
+    ui_state.focused_field = &search_state.query;
+    field_set_single_caret(0, field_text_end(&search_state.query));
+    results_store_reserve();
+}
+
+void redraw(benchmark::State &state) {
+    static const bool is_set_up = (set_up(), true);
+    benchmark::DoNotOptimize(is_set_up);
+    DynArray *folders = &results_store.matching_folders;
+    folders->count = 0;
+    for (int64_t i = 0; i < state.range(0); i++) {
+        Str name = str_from("a_folder_of_a_source_tree_with_a_name_of_sixty_letters_in_all");
+        dynarray_push(folders, sizeof(Str), &name);
+    }
+    Framebuffer framebuffer = {1000, 921, static_cast<uint32_t *>(calloc(1000 * 921, 4)), 1000 * 921 * 4};
+    for (auto _ : state) {
+        frame_draw(&framebuffer, {0, 0});
+        benchmark::ClobberMemory();
+    }
+    free(framebuffer.pixels);
+}
+BENCHMARK(redraw)->ArgName("folders")->Arg(0)->Arg(100)->Arg(100000)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
