@@ -70,7 +70,8 @@ void input_handle_event(const WindowEvent *event) {
         break;
     case EVENT_FOCUS:
         if (!event->focus.is_gained) {
-            ui_release_all(); // the releases go to another window
+            ui_release_all();     // the releases go to another window
+            field_merge_carets(); // which Shift's would have done
         }
         break;
     default: // what else happens only redraws

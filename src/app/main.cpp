@@ -1,16 +1,12 @@
 #include "app/frame.h"
 #include "app/input.h"
-#include "app/saved_lists.h"
 #include "app/scratch.h"
 #include "app/startup.h"
 #include "os/console.h"
 #include "os/files.h"
 #include "os/threads.h"
 #include "os/window.h"
-#include "search/search_state.h"
 #include "search/worker.h"
-#include "ui/line_editor.h"
-#include "ui/ui_state.h"
 
 namespace {
 
@@ -44,12 +40,8 @@ int main() {
     os_set_event_callback(input_handle_event);
     frame_clock_start(monitor->refresh_rate);
     startup_reserve_buffers();
-    dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
     startup_load(os_exe_folder(), os_command_line());
-
-    ui_state.focused_field = &search_state.query;
-    field_set_single_caret(0, field_text_end(&search_state.query));
-    saved_lists_update_mark(ui_state.focused_field);
+    startup_focus();
     search_worker_start();
     while (frame_turn(window)) {
     }

@@ -85,6 +85,9 @@ uint64_t entry_capacity(uint64_t length) {
 }
 
 void add_entry(DynArray *list, Str text) {
+    if (list->capacity == 0) {
+        return; // a push onto it would never return
+    }
     uint64_t capacity = entry_capacity(text.count);
     char *copy = static_cast<char *>(os_alloc(capacity + 1));
     SavedEntry entry = {1, 0, nullptr, 0}; // without memory an empty entry, which is kept and written
@@ -334,10 +337,13 @@ Str read_interrupted(const FilePaths *paths) {
     return {};
 }
 
-// Replaces the first file and ends the second. Returns 0 when the first cannot be written: the second stays
+// Replaces the first file and ends the second. Returns 0 when the first cannot be replaced: the second stays
 // then, as it is the one that has the list.
 uint8_t replace_first(const FilePaths *paths, Str content) {
-    os_file_delete(paths->first); // if that fails, the new content is written over the old all the same
+    // Written over a longer old content, the new one would keep the old one's end.
+    if (os_file_delete(paths->first) != 0) {
+        return 0;
+    }
     if (os_file_write(paths->first, static_cast<uint32_t>(content.count), content.data) != 0) {
         return 0;
     }
@@ -358,13 +364,15 @@ void replace_file(const FilePaths *paths, Str second) {
     if (!finish_interrupted(paths)) {
         return;
     }
-    os_file_delete(paths->second);
-    int32_t result = os_file_write(paths->second, static_cast<uint32_t>(second.count), second.data);
-    if (result == 2) {
-        os_file_delete(paths->second); // no room for it: the list on disk stays as it is
+    if (os_file_delete(paths->second) != 0) {
         return;
     }
-    // Where no second file can be made at all, the first is replaced without it.
+    if (os_file_write(paths->second, static_cast<uint32_t>(second.count), second.data) != 0) {
+        // Without the second file the first is not touched: what keeps the one from being made may keep the
+        // other from being made again.
+        os_file_delete(paths->second);
+        return;
+    }
     replace_first(paths, content_of_second(second));
 }
 
@@ -391,7 +399,7 @@ void saved_list_load(StrBuf *field, uint8_t restore_text) {
 
 void saved_list_write(const StrBuf *field) {
     FilePaths paths;
-    if (!file_paths(field_list_of(field), &paths)) {
+    if (!file_paths(field_list_of(field), &paths) || saved_list_of(field)->capacity == 0) {
         return;
     }
     StrBuf second;

@@ -35,10 +35,9 @@ extern SavedLists saved_lists;
 
 // ---- Paths as they are typed ----
 
-// Cleans a path in place: line feeds, carriage returns, tabs and double quotes become spaces, every '\'
-// becomes
-// '/', and spaces are taken off both ends, without keep_trailing_slashes slashes off the far end too. Returns
-// the part of text that is left, without a zero behind it.
+// Cleans a path in place: line feeds, carriage returns, tabs and double quotes become spaces, backslashes
+// become slashes, and spaces are taken off both ends, without keep_trailing_slashes slashes off the far end
+// too. Returns the part of text that is left, without a zero behind it.
 Str path_clean(Str text, uint8_t keep_trailing_slashes);
 
 // The same for a whole field. A shorter text moves to the storage's start, with its zero behind it.
@@ -46,8 +45,8 @@ void path_clean_field(StrBuf *field, uint8_t keep_trailing_slashes);
 
 // ---- Entries ----
 
-// Reserves both lists, 128 entries each. A refused one has capacity 0, and an entry added to it never
-// returns.
+// Reserves both lists, 128 entries each. A refused one has capacity 0: it takes no entries, and its file is
+// left as it is.
 void saved_lists_reserve();
 
 // The field's list; null for a text that is neither the path nor the query.
@@ -75,8 +74,9 @@ void saved_lists_update_mark(StrBuf *focused);
 
 // What the save button of a field does: adds its text to its list, brings back the removed entry that has the
 // same text, or, for a text that is marked as saved, nothing but writing the file once more when a removed
-// entry equals it. Cleans a path as the mark update does, updates the focused field's mark and writes the
-// file. Bringing an entry back does neither, which is meant. Starts no search.
+// entry equals it. Cleans a path as the mark update does, updates the focused field's mark (so that field's
+// path may get shorter as well) and writes the file. Bringing an entry back does neither, which is meant.
+// Starts no search, also for a path that the cleaning has changed.
 void saved_list_save(StrBuf *field, StrBuf *focused);
 
 // Turns a live entry of the focused field's list into a removed one, or the other way round; writes the file
@@ -97,8 +97,9 @@ uint8_t saved_list_contents(const StrBuf *field, StrBuf *out);
 // killed program began.
 void saved_list_load(StrBuf *field, uint8_t restore_text);
 
-// Replaces the field's file. A failure is ignored; short of memory or room the old file stays. Whenever the
-// program is killed meanwhile, the next load finds the list as it was before or as it is now.
+// Replaces the field's file. A failure is ignored; short of memory or room, or where a file cannot be deleted
+// or made, the old content stays. Whenever the program is killed meanwhile, the next load finds the list as
+// it was before or as it is now.
 void saved_list_write(const StrBuf *field);
 
 static_assert(sizeof(SavedEntry) == 32 && offsetof(SavedEntry, length) == 8 &&

@@ -5,6 +5,8 @@
 #include "app/settings.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "ui/line_editor.h"
+#include "ui/ui_state.h"
 
 namespace {
 
@@ -21,6 +23,7 @@ void startup_reserve_buffers() {
     results_store_reserve_files_and_hits();
     saved_lists_reserve();
     results_store_reserve_folders();
+    dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
 }
 
 void startup_load(Str folder, Str command_line) {
@@ -29,4 +32,10 @@ void startup_load(Str folder, Str command_line) {
     saved_list_load(&search_state.path, settings.remember_last_path);
     saved_list_load(&search_state.query, settings.remember_last_query);
     command_line_apply(command_line);
+}
+
+void startup_focus() {
+    ui_state.focused_field = &search_state.query;
+    field_set_single_caret(0, field_text_end(&search_state.query));
+    saved_lists_update_mark(ui_state.focused_field);
 }

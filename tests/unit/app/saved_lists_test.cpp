@@ -182,7 +182,7 @@ TEST(SavedEntries, AListThatCannotGrowIsEmptied) {
     AppScope app;
     LeakScope texts_stay;
     std::string file = "\n";
-    for (int i = 0; i < 129; i++) {
+    for (int i = 0; i < 130; i++) { // the list goes at the 129th, and takes no 130th
         file += "x\n";
     }
     {

@@ -10,6 +10,7 @@
 #include "render/font_scope.h"
 #include "search/results_store.h"
 #include "support/heap_hook.h"
+#include "support/ui_scope.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ void free_buffers() {
     }
     for (DynArray *array :
          {&results_store.file_table, &results_store.hit_table, &saved_lists.paths, &saved_lists.queries,
-          &results_store.matching_folders, &results_store.other_folders}) {
+          &results_store.matching_folders, &results_store.other_folders, &ui_state.caret_list}) {
         os_free(array->data);
         *array = {};
     }
@@ -39,6 +40,7 @@ const std::vector<uint64_t> buffer_sizes = {
     128 * 32,    // saved queries
     128 * 16,    // matching folders
     128 * 16,    // other folders
+    16 * 8,      // carets
 };
 
 // A folder as it lies beside the program: settings, default font, both lists.
@@ -90,6 +92,7 @@ TEST(StartupBuffers, AreReservedInTheirOrder) {
         EXPECT_EQ(array->count, 0u);
         EXPECT_EQ(array->capacity, 128u);
     }
+    EXPECT_EQ(ui_state.caret_list.capacity, 16u);
     free_buffers();
 }
 
@@ -111,7 +114,8 @@ TEST(StartupBuffers, ARefusedOneHasCapacityZeroAndTheOthersAreThere) {
                                        saved_lists.paths.capacity,
                                        saved_lists.queries.capacity,
                                        results_store.matching_folders.capacity,
-                                       results_store.other_folders.capacity};
+                                       results_store.other_folders.capacity,
+                                       ui_state.caret_list.capacity};
         for (size_t i = 0; i < buffer_sizes.size(); i++) {
             EXPECT_EQ(capacities[i] == 0, i == refused && i != 2 && i != 3) << i;
         }
@@ -167,6 +171,50 @@ TEST(Startup, AnEmptyFolderLeavesEverythingAtItsDefaults) {
     EXPECT_EQ(saved_lists.paths.count + saved_lists.queries.count, 0u);
     EXPECT_EQ(font.sizes.capacity, 0u);
     EXPECT_TRUE(std::filesystem::is_empty(tree.native("")));
+}
+
+TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
+    AppScope app;
+    UiScope ui;
+    ProgramFolder program("");
+    program.after("x.exe \"D:/a/b/\" -bar");
+    startup_focus();
+    EXPECT_EQ(ui_state.focused_field, &search_state.query);
+    ASSERT_EQ(ui_state.caret_list.count, 1u);
+    EXPECT_EQ(field_carets()[0].anchor, 0);
+    EXPECT_EQ(field_carets()[0].caret, 3);
+    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(saved_lists.path_saved, 0); // though the path is a saved one: only the focused field is marked
+}
+
+TEST(Startup, AListThatWasRefusedTakesNoEntriesAndKeepsItsFile) {
+    AppScope app;
+    ProgramFolder program("");
+    os_free(saved_lists.paths.data);
+    saved_lists.paths = {};
+    EXPECT_EQ(program.after("x.exe"), "C:/src: ; foo: bar|baz");
+    saved_list_save(&search_state.path, &search_state.path);
+    saved_list_write(&search_state.path);
+    EXPECT_EQ(saved_lists.paths.count, 0u);
+    EXPECT_EQ(bytes_of(program.tree.native("saved_paths.txt")), "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
+}
+
+TEST(Startup, LoadsThePathsBeforeTheQueries) {
+    AppScope app;
+    ProgramFolder program("");
+    program.tree.file("saved_paths.txt", "\n" + std::string(1000, 'p') + "\n");
+    program.tree.file("saved_queries.txt", "\n" + std::string(3000, 'q') + "\n");
+    std::vector<uint64_t> entries; // the storage of an entry's text is a power of two and one byte
+    {
+        HeapHookScope hook([&](uint64_t size) {
+            if (size == 1024 + 1 || size == 4096 + 1) {
+                entries.push_back(size);
+            }
+            return true;
+        });
+        program.after("x.exe");
+    }
+    EXPECT_EQ(entries, (std::vector<uint64_t>{1025, 4097}));
 }
 
 TEST(Startup, WhicheverAllocationIsRefusedItGoesOn) {
