@@ -51,16 +51,21 @@ uint8_t toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const 
 
 namespace {
 
-// Draws one line of text at the field's size, cut at the row's lower edge: a line feed in it must not disturb
-// what follows below. Returns its width.
-int32_t draw_line(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
-                  Str text) {
+// Draws text at the field's size, cut at that lower edge: a line feed in it must not disturb what follows
+// below. Returns its width.
+int32_t draw_cut_text(Framebuffer *framebuffer, const LayoutCursor *cursor, Point baseline, int32_t bottom,
+                      uint32_t colour, Str text) {
     Framebuffer row = *framebuffer;
-    int32_t bottom = cursor->y + cursor->row_advance;
     row.height = bottom < row.height ? bottom : row.height;
-    Point baseline = {x, cursor->y + cursor->text_y_offset};
     uint64_t extent = draw_text(&row, baseline, cursor->font_size, cursor->font_size, colour, text);
     return static_cast<int32_t>(extent);
+}
+
+// The same in the field's row.
+int32_t draw_line(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
+                  Str text) {
+    return draw_cut_text(framebuffer, cursor, {x, cursor->y + cursor->text_y_offset},
+                         cursor->y + cursor->row_advance, colour, text);
 }
 
 int32_t width_of(const LayoutCursor *cursor, Str text) {
@@ -165,8 +170,8 @@ void dropdown(Framebuffer *framebuffer, StrBuf *text, LayoutCursor *cursor) {
         Rect row = {cursor->x, cursor->y, cursor->width, height};
         uint8_t is_hovered = is_inside(row, cursor->mouse);
         Point baseline = {row.x + height + 2, row.y + 1 + cursor->text_y_offset};
-        draw_text(framebuffer, baseline, cursor->font_size, cursor->font_size, white(is_hovered ? 255 : 180),
-                  saved_entry_text(entry));
+        draw_cut_text(framebuffer, cursor, baseline, row.y + height, white(is_hovered ? 255 : 180),
+                      saved_entry_text(entry));
         Rect button = {row.x + 2, row.y + 2, side, side};
         if (toggle_button(framebuffer, button, entry->in_use != 0, cursor)) {
             os_print("ungav %i\n", static_cast<int32_t>(entry->in_use));
@@ -210,8 +215,8 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
         // The text ends at the button, which stands on a ground of its own.
         int32_t side = row.height - 4;
         Rect button = {row.x + row.width - 2 - side, row.y + 2, side, side};
-        fill_rect(framebuffer, clip, {button.x - 2, row.y, row.x + row.width - button.x + 2, row.height},
-                  row_colour);
+        int32_t left = button.x - 2 > row.x ? button.x - 2 : row.x;
+        fill_rect(framebuffer, clip, {left, row.y, row.x + row.width - left, row.height}, row_colour);
         if (toggle_button(framebuffer, button, is_saved, cursor)) {
             cursor->click_consumed = 1;
             saved_list_save(text, ui_state.focused_field);
