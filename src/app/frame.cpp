@@ -30,8 +30,13 @@ void fill(Framebuffer *framebuffer, Rect rect, uint32_t colour) {
     fill_rect(framebuffer, whole(framebuffer), rect, colour);
 }
 
-// A frame of that thickness inside the rectangle.
+int32_t smaller_of(int32_t a, int32_t b) {
+    return a < b ? a : b;
+}
+
+// A frame of that thickness inside the rectangle, which may be lower than the frame is thick.
 void draw_outline(Framebuffer *framebuffer, Rect rect, int32_t thickness, uint32_t colour) {
+    thickness = smaller_of(thickness, rect.height);
     fill(framebuffer, {rect.x, rect.y, rect.width, thickness}, colour);
     fill(framebuffer, {rect.x, rect.y + rect.height - thickness, rect.width, thickness}, colour);
     fill(framebuffer, {rect.x, rect.y, thickness, rect.height}, colour);
@@ -64,6 +69,7 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top) {
     int64_t scrolled = int64_t{search_state.results_scroll} * settings.line_height;
     int32_t height = static_cast<int32_t>(area);
     int32_t length = static_cast<int32_t>(area * area / content);
+    length = length > 1 ? length : 1; // there is always something to see
     int32_t top = list_top + static_cast<int32_t>(area * scrolled / content);
     int32_t x = framebuffer->width - 10;
     fill(framebuffer, {x - 1, list_top, 1, height}, 0xFF505050);

@@ -1,0 +1,94 @@
+// The program as it is while its window is open, for one test.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/app_scope.h"
+#include "os/threads.h"
+#include "render/font_scope.h"
+#include "search/results_store.h"
+#include "support/ui_scope.h"
+
+// What start-up makes, with the fallback's sizes, empty fields of which none has the focus, and the lists'
+// files in a folder of their own.
+struct FrameScope : AppScope {
+    UiScope ui;
+    FontScope the_font;
+    TestTree tree;
+    std::string folder = tree.path() + "/";
+
+    FrameScope() {
+        os_init(); // the clock
+        saved_lists.folder = str_over(folder);
+        use_sizes(14, 15, 12);
+        search_state.request_pending = 0;
+        search_state.search_busy = 0;
+        ui_begin_frame();
+    }
+    ~FrameScope() {
+        search_state.search_busy = 0;
+        search_state.request_pending = 1;
+        search_state.interface_pass = 0;
+    }
+
+    static void use_sizes(int32_t font_size, int32_t line_height, int32_t text_y_offset) {
+        settings.font_size = font_size;
+        settings.line_height = line_height;
+        settings.text_y_offset = text_y_offset;
+    }
+
+    static void focus(StrBuf *field, std::vector<Caret> carets) {
+        ui_state.focused_field = field;
+        ui_state.caret_list.count = 0;
+        for (const Caret &caret : carets) {
+            dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+        }
+    }
+
+    static void put_folders(const std::vector<const char *> &matching,
+                            const std::vector<const char *> &others) {
+        for (const char *name : matching) {
+            Str text = str_from(name);
+            dynarray_push(&results_store.matching_folders, sizeof(text), &text);
+        }
+        for (const char *name : others) {
+            Str text = str_from(name);
+            dynarray_push(&results_store.other_folders, sizeof(text), &text);
+        }
+    }
+
+    static void put_hits(int count) {
+        for (int i = 0; i < count; i++) {
+            ResultRecord hit = {};
+            dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
+        }
+    }
+
+    // Entries of a field's list, those in parentheses removed ones.
+    static void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
+        std::string file = "\n";
+        for (const std::string &entry : entries) {
+            file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
+        }
+        saved_list_load_contents(field, str_over(file), 0);
+        for (uint64_t i = 0; i < entries.size(); i++) {
+            saved_entry_at(saved_list_of(field), i)->in_use = entries[i][0] != '(';
+        }
+    }
+
+    // The carets, {anchor,caret} each.
+    static std::string carets() {
+        std::string text;
+        for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+            text += "{" + std::to_string(field_carets()[i].anchor) + "," +
+                    std::to_string(field_carets()[i].caret) + "}";
+        }
+        return text;
+    }
+
+    // What one of the lists' files holds; "none" when there is none.
+    std::string file(const std::string &name) const {
+        return std::filesystem::exists(tree.native(name)) ? bytes_of(tree.native(name)) : "none";
+    }
+};

@@ -1,0 +1,761 @@
+#include "app/frame.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "app/frame_scope.h"
+#include "app/input.h"
+#include "os/headless/headless.h"
+#include "os/threads.h"
+#include "render/draw.h"
+#include "render/text.h"
+#include "support/picture.h"
+
+namespace {
+
+StrBuf *const path = &search_state.path;
+StrBuf *const query = &search_state.query;
+
+constexpr uint32_t ground = 0xFF1A1A1A, yellow = 0xFFFFFF00;
+constexpr Point nowhere = {-1000, -1000};
+constexpr uint32_t unpainted = 0xFF123456;
+
+// A frame's picture, compared with the one that is kept.
+void expect_frame(const std::string &name, Size size = {420, 160}, Point mouse = nowhere) {
+    Canvas canvas(size.width, size.height, unpainted);
+    frame_draw(&canvas.framebuffer, mouse);
+    expect_picture(canvas.framebuffer, name);
+}
+
+// The columns of one row or the rows of one column that have a colour, as "first-last" runs.
+std::string runs(const Framebuffer &framebuffer, uint32_t colour, Point start, Point step) {
+    std::string text;
+    int32_t from = -1;
+    int32_t i = 0;
+    for (Point at = start;; at = {at.x + step.x, at.y + step.y}, i++) {
+        bool is_inside = at.x < framebuffer.width && at.y < framebuffer.height;
+        bool is_it = is_inside && framebuffer.pixels[at.y * framebuffer.width + at.x] == colour;
+        if (is_it && from < 0) {
+            from = i;
+        } else if (!is_it && from >= 0) {
+            text += (text.empty() ? "" : " ") + std::to_string(from) + "-" + std::to_string(i - 1);
+            from = -1;
+        }
+        if (!is_inside) {
+            return text;
+        }
+    }
+}
+
+std::string column_runs(const Framebuffer &framebuffer, uint32_t colour, int32_t x) {
+    return runs(framebuffer, colour, {x, 0}, {0, 1});
+}
+
+std::string row_runs(const Framebuffer &framebuffer, uint32_t colour, int32_t y) {
+    return runs(framebuffer, colour, {0, y}, {1, 0});
+}
+
+uint64_t count_of(const Framebuffer &framebuffer, uint32_t colour) {
+    uint64_t count = 0;
+    for (int32_t i = 0; i < framebuffer.width * framebuffer.height; i++) {
+        count += framebuffer.pixels[i] == colour;
+    }
+    return count;
+}
+
+} // namespace
+
+// ---- Pictures ----
+
+TEST(FramePicture, Empty) {
+    FrameScope scope;
+    scope.focus(query, {{0, 0}});
+    expect_frame("frame_empty");
+}
+
+TEST(FramePicture, ATypedPathWithFolders) {
+    FrameScope scope;
+    set_field(path, "C:/src/ap");
+    scope.focus(path, {{9, 9}});
+    scope.put_folders({"apps", "Apple_pie"}, {"bin", "gadgets", "lib", "tools", "cut at the edge", "unseen"});
+    expect_frame("frame_folders");
+}
+
+TEST(FramePicture, Busy) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    set_field(query, "needle");
+    scope.focus(query, {{6, 6}});
+    scope.put_hits(3);
+    search_state.search_busy = 1;
+    expect_frame("frame_busy");
+}
+
+TEST(FramePicture, ASelectionAndTheMouseOnTheOtherField) {
+    FrameScope scope;
+    set_field(path, "C:/src/projects");
+    set_field(query, "needle");
+    scope.focus(path, {{7, 15}});
+    expect_frame("frame_selection", {420, 160}, {200, 40});
+}
+
+TEST(FramePicture, SeveralCarets) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    set_field(query, "one two three four");
+    scope.focus(query, {{0, 3}, {7, 4}, {10, 10}, {18, 18}});
+    expect_frame("frame_carets");
+}
+
+TEST(FramePicture, ADropDownWithLiveAndRemovedEntries) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    scope.focus(path, {{0, 6}});
+    scope.set_entries(path, {"C:/src/gadgets", "(C:/old/project)", "C:/src/fjord", "(D:/backup)", "C:/src"});
+    saved_lists.path_saved = 1;
+    ui_state.dropdown_open = 1;
+    expect_frame("frame_dropdown", {420, 160}, {150, 70});
+}
+
+TEST(FramePicture, ADropDownOfSrcWithTheMouseOnAButton) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    set_field(query, "needle");
+    scope.focus(query, {{0, 6}});
+    scope.set_entries(query, {"gjpqy", "(removed)", "last"});
+    ui_state.dropdown_open = 1;
+    expect_frame("frame_dropdown_button", {420, 160}, {14, 76});
+}
+
+TEST(FramePicture, SavedTextsAndTheMouseOnAButton) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    set_field(query, "needle");
+    scope.focus(query, {{6, 6}});
+    saved_lists.path_saved = saved_lists.query_saved = 1;
+    expect_frame("frame_saved", {420, 160}, {412, 36});
+}
+
+TEST(FramePicture, AWindowWhereTextAndButtonMeet) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    set_field(query, "needle");
+    scope.focus(path, {{0, 6}});
+    search_state.search_busy = 1;
+    expect_frame("frame_narrow", {80, 100});
+}
+
+TEST(FramePicture, AWindowNarrowerThanTheButton) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    scope.focus(path, {{0, 6}});
+    expect_frame("frame_narrower", {14, 100});
+}
+
+TEST(FramePicture, ATextLongerThanItsRow) {
+    FrameScope scope;
+    std::string folders = "C:/";
+    for (int i = 0; i < 20; i++) {
+        folders += "folder" + std::to_string(i) + "/";
+    }
+    set_field(path, folders);
+    set_field(query, std::string(200, 'W'));
+    int32_t end = static_cast<int32_t>(folders.size());
+    scope.focus(path, {{0, end}});
+    scope.put_folders({"matching"}, {});
+    expect_frame("frame_long_text");
+}
+
+TEST(FramePicture, TallLines) {
+    FrameScope scope;
+    scope.use_sizes(14, 32, 21);
+    set_field(path, "C:/src/ap");
+    set_field(query, "needle");
+    scope.focus(path, {{7, 9}});
+    scope.put_folders({"apps"}, {"bin", "lib"});
+    expect_frame("frame_tall_lines");
+}
+
+TEST(FramePicture, EverySizeOfText) {
+    const struct {
+        int32_t font_size, line_height, text_y_offset;
+        Size size;
+    } rows[] = {{10, 11, 9, {300, 100}},
+                {14, 15, 12, {360, 130}},
+                {20, 22, 17, {420, 180}},
+                {32, 35, 27, {620, 270}}};
+    for (const auto &sizes : rows) {
+        FrameScope scope;
+        scope.use_sizes(sizes.font_size, sizes.line_height, sizes.text_y_offset);
+        set_field(path, "C:/gypsy/Ap");
+        set_field(query, "needle");
+        scope.focus(path, {{3, 11}});
+        saved_lists.query_saved = 1;
+        scope.put_folders({"Apply_jig"}, {"bin", "quay"});
+        expect_frame("frame_size_" + std::to_string(sizes.font_size), sizes.size);
+    }
+}
+
+TEST(FramePicture, ADropDownOfLargeText) {
+    FrameScope scope;
+    scope.use_sizes(32, 35, 27);
+    set_field(query, "needle");
+    scope.focus(query, {{0, 6}});
+    scope.set_entries(query, {"gjpqy", "(Removed)", "last"});
+    ui_state.dropdown_open = 1;
+    expect_frame("frame_dropdown_32", {420, 220}, {100, 150});
+}
+
+TEST(FramePicture, AQueryWithLineFeedsTabsAndControlBytes) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    set_field(query, "one\ttwo\x01\x1B"
+                     "three\nsecond line\nthird \xC3\xA9");
+    scope.focus(query, {{4, 7}, {9, 14}, {26, 26}});
+    expect_frame("frame_control_bytes");
+}
+
+TEST(FramePicture, TheScrollBarAtTheTopInTheMiddleAndAtTheEnd) {
+    FrameScope scope;
+    set_field(path, "C:/src");
+    set_field(query, "needle");
+    scope.put_hits(20); // of 15 pixels; 7 are seen
+    const struct {
+        const char *name;
+        int32_t scroll;
+    } rows[] = {{"frame_scroll_top", 0}, {"frame_scroll_middle", 7}, {"frame_scroll_end", 13}};
+    for (const auto &scrolled : rows) {
+        search_state.results_scroll = scrolled.scroll;
+        expect_frame(scrolled.name);
+    }
+}
+
+// ---- What is drawn where ----
+
+TEST(FrameDraw, AFramebufferOfNoSizeIsLeftAlone) {
+    FrameScope scope;
+    set_field(path, "C:/src/ap");
+    scope.focus(path, {{0, 4}});
+    scope.put_folders({"apps"}, {"bin"});
+    scope.put_hits(30);
+    search_state.search_busy = 1;
+    for (uint8_t is_open : {uint8_t{0}, uint8_t{1}}) {
+        scope.set_entries(path, {"one"});
+        ui_state.dropdown_open = is_open;
+        Framebuffer none = {};
+        frame_draw(&none, {0, 0});
+        EXPECT_EQ(none.pixels, nullptr);
+    }
+}
+
+TEST(FrameDraw, FitsEverySmallFramebuffer) {
+    FrameScope scope;
+    set_field(path, "C:/src/ap");
+    set_field(query, "a\nb");
+    scope.focus(query, {{0, 3}});
+    scope.put_folders({"apps"}, {"bin"});
+    scope.put_hits(30);
+    search_state.search_busy = 1;
+    for (int32_t width : {1, 5, 9, 10, 11, 30}) {
+        for (int32_t height : {1, 4, 30, 49, 50, 51, 52, 53, 60}) {
+            Canvas canvas(width, height, unpainted);
+            frame_draw(&canvas.framebuffer, {0, 0});
+            EXPECT_EQ(count_of(canvas.framebuffer, unpainted), 0u);
+        }
+    }
+}
+
+TEST(FrameDraw, TheFieldsAreARowEachFromTheTop) {
+    FrameScope scope;
+    set_field(path, "a");
+    set_field(query, "b");
+    for (StrBuf *field : {path, query}) {
+        scope.focus(field, {});
+        Canvas canvas(200, 100, unpainted);
+        frame_draw(&canvas.framebuffer, nowhere);
+        EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF323232, 150),
+                  field == path ? "4-18 20-26" : "27-41 43-49");
+        EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19 42-42");
+    }
+}
+
+TEST(FrameDraw, FoldersAreRowsBelowTheFieldsMatchingOnesFirst) {
+    FrameScope scope;
+    scope.put_folders({"one", "two"}, {"three", "", "five"});
+    Str gone = {3, nullptr};
+    dynarray_push(&results_store.other_folders, sizeof(Str), &gone);
+    scope.put_folders({}, {"seven"});
+    Canvas drawn(200, 150, unpainted), plain(200, 150, unpainted);
+    frame_draw(&drawn.framebuffer, nowhere);
+    results_store.other_folders.count = 0;
+    results_store.matching_folders.count = 1; // of which the fields show something too
+    frame_draw(&plain.framebuffer, nowhere);
+    fill_rect(&plain.framebuffer, {0, 0, 200, 150}, {0, 50, 200, 100}, ground);
+    const struct {
+        const char *name;
+        uint32_t colour;
+        int32_t row;
+    } rows[] = {{"one", 0xFF00FFFF, 0},
+                {"two", 0xFF00FFFF, 1},
+                {"three", 0xFF7F7F7F, 2},
+                {"five", 0xFF7F7F7F, 4},
+                {"seven", 0xFF7F7F7F, 6}};
+    for (const auto &folder : rows) {
+        draw_text(&plain.framebuffer, {10, 50 + 15 * folder.row + 12}, 14, 14, folder.colour,
+                  str_from(folder.name));
+    }
+    for (int32_t i = 0; i < 200 * 150; i++) {
+        ASSERT_EQ(drawn.framebuffer.pixels[i], plain.framebuffer.pixels[i]) << i % 200 << ", " << i / 200;
+    }
+}
+
+TEST(FrameDraw, TheBusyFrameIsTwoPixelsThickAroundTheList) {
+    FrameScope scope;
+    search_state.search_busy = 1;
+    Canvas canvas(200, 100, unpainted);
+    frame_draw(&canvas.framebuffer, nowhere);
+    EXPECT_EQ(column_runs(canvas.framebuffer, yellow, 0), "50-99");
+    EXPECT_EQ(column_runs(canvas.framebuffer, yellow, 1), "50-99");
+    EXPECT_EQ(column_runs(canvas.framebuffer, yellow, 2), "50-51 98-99");
+    EXPECT_EQ(column_runs(canvas.framebuffer, yellow, 197), "50-51 98-99");
+    EXPECT_EQ(column_runs(canvas.framebuffer, yellow, 198), "50-99");
+    EXPECT_EQ(row_runs(canvas.framebuffer, yellow, 75), "0-1 198-199");
+    search_state.search_busy = 0;
+    frame_draw(&canvas.framebuffer, nowhere);
+    EXPECT_EQ(count_of(canvas.framebuffer, yellow), 0u);
+}
+
+TEST(FrameDraw, TheBusyFrameStaysOffTheFieldsOfALowWindow) {
+    FrameScope scope;
+    search_state.search_busy = 1;
+    for (int32_t height : {20, 48, 49, 50}) {
+        Canvas canvas(200, height, unpainted);
+        frame_draw(&canvas.framebuffer, nowhere);
+        EXPECT_EQ(count_of(canvas.framebuffer, yellow), 0u) << height;
+    }
+    Canvas canvas(200, 51, unpainted);
+    frame_draw(&canvas.framebuffer, nowhere);
+    EXPECT_EQ(column_runs(canvas.framebuffer, yellow, 100), "50-50");
+}
+
+TEST(FrameDraw, TheScrollBarShowsThePlaceAmongAllResults) {
+    const struct {
+        int hits;
+        int32_t scroll;
+        const char *outline, *thumb; // rows of its left edge and of what is inside
+    } rows[] = {
+        // The list is 100 high and a row 15, so 7 rows fill it.
+        {0, 0, "", ""},
+        {6, 0, "", ""},
+        {7, 0, "50-144", "51-143"},
+        {10, 0, "50-115", "51-114"},
+        {10, 1, "60-125", "61-124"},
+        {10, 4, "90-149", "91-149"}, // beyond what can be seen together
+        {10, 10, "", ""},            // below the window
+        {10, 2000000000, "", ""},
+        {100, 0, "50-55", "51-54"},
+        {100, 50, "100-105", "101-104"},
+        {300, 0, "50-51", ""},
+        {30000, 0, "50-50", ""}, // never without a thumb
+    };
+    FrameScope scope;
+    for (const auto &scrolled : rows) {
+        results_store.hit_table.count = 0;
+        scope.put_hits(scrolled.hits);
+        search_state.results_scroll = scrolled.scroll;
+        Canvas canvas(200, 150, unpainted);
+        frame_draw(&canvas.framebuffer, nowhere);
+        SCOPED_TRACE(std::to_string(scrolled.hits) + " hits from " + std::to_string(scrolled.scroll));
+        EXPECT_EQ(column_runs(canvas.framebuffer, 0xFFA0A0A0, 190), scrolled.outline);
+        EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF646464, 192), scrolled.thumb);
+        EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 189),
+                  scrolled.hits < 7 ? "6-24 29-47" : "6-24 29-47 50-149");
+        EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF323232, 199).empty(), scrolled.hits < 7);
+    }
+}
+
+TEST(FrameDraw, TheScrollBarIsDrawnWhenTheResultsJustFillTheList) {
+    FrameScope scope;
+    scope.use_sizes(14, 20, 15);
+    scope.put_hits(5);
+    Canvas canvas(200, 160, unpainted); // the list begins at 60
+    frame_draw(&canvas.framebuffer, nowhere);
+    EXPECT_EQ(column_runs(canvas.framebuffer, 0xFFA0A0A0, 190), "60-159");
+    EXPECT_EQ(row_runs(canvas.framebuffer, 0xFFA0A0A0, 60), "190-199");
+    EXPECT_EQ(row_runs(canvas.framebuffer, 0xFFA0A0A0, 159), "190-199");
+    EXPECT_EQ(column_runs(canvas.framebuffer, 0xFFC8C8C8, 194), "102-103 109-110 116-117");
+    EXPECT_EQ(row_runs(canvas.framebuffer, 0xFFC8C8C8, 102), "194-195");
+}
+
+TEST(FrameDraw, WithoutAListAreaThereIsNoScrollBar) {
+    FrameScope scope;
+    scope.put_hits(30);
+    for (int32_t height : {30, 49, 50}) {
+        Canvas canvas(200, height, unpainted);
+        frame_draw(&canvas.framebuffer, nowhere);
+        EXPECT_EQ(count_of(canvas.framebuffer, 0xFFA0A0A0), 0u);
+    }
+    results_store.hit_table.count = 0; // and nothing to divide by
+    Canvas canvas(200, 50, unpainted);
+    frame_draw(&canvas.framebuffer, nowhere);
+    EXPECT_EQ(count_of(canvas.framebuffer, 0xFFA0A0A0), 0u);
+}
+
+// ---- The drop-down in the frame ----
+
+TEST(FrameDraw, AnOpenDropDownLeavesTheRestUndrawn) {
+    FrameScope scope;
+    set_field(query, "b");
+    scope.focus(path, {});
+    scope.set_entries(path, {"one"});
+    scope.put_hits(30);
+    search_state.search_busy = 1;
+    ui_state.dropdown_open = 1;
+    Canvas canvas(200, 100, unpainted);
+    frame_draw(&canvas.framebuffer, nowhere);
+    EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19"); // one underline
+    EXPECT_EQ(column_runs(canvas.framebuffer, ground, 150), "0-3 27-99");
+    EXPECT_EQ(column_runs(canvas.framebuffer, ground, 195), "0-3 27-99");
+
+    empty_list(&saved_lists.paths); // an open one without entries covers nothing
+    frame_draw(&canvas.framebuffer, nowhere);
+    EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19 42-42");
+    EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 189), "6-24 29-47 50-99");
+}
+
+TEST(FrameDraw, TheDropDownOfPathKeepsClicksFromSrc) {
+    FrameScope scope;
+    set_field(path, "abc");
+    scope.focus(path, {});
+    scope.set_entries(path, {"one"});
+    ui_state.dropdown_open = 1;
+    Canvas canvas(200, 100, unpainted);
+    ui_press(MOUSE_RIGHT, {});
+    frame_draw(&canvas.framebuffer, {100, 47}); // on Src, below the list's only row
+    EXPECT_EQ(ui_state.focused_field, path);
+    ui_press(MOUSE_LEFT, {});
+    frame_draw(&canvas.framebuffer, {100, 47});
+    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(text_of(*path), "abc");
+}
+
+TEST(FrameDraw, ARightClickGoesFromSrcsDropDownToPaths) {
+    FrameScope scope;
+    scope.focus(query, {});
+    scope.set_entries(query, {"hay"});
+    scope.set_entries(path, {"C:/one"});
+    ui_state.dropdown_open = 1;
+    Canvas canvas(200, 100, unpainted);
+    ui_press(MOUSE_RIGHT, {});
+    frame_draw(&canvas.framebuffer, {100, 10});
+    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(ui_state.dropdown_open, 1);
+    ui_begin_frame();
+    frame_draw(&canvas.framebuffer, {100, 10});
+    EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19");
+}
+
+TEST(FrameDraw, AClickOnOneFieldIsNoneOnTheOther) {
+    FrameScope scope;
+    set_field(path, "abc");
+    Canvas canvas(200, 100, unpainted);
+    ui_press(MOUSE_LEFT, {});
+    frame_draw(&canvas.framebuffer, {100, 10});
+    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(scope.carets(), "{0,3}");
+    ui_release(MOUSE_LEFT, {});
+    ui_begin_frame();
+    ui_press(MOUSE_LEFT, {});
+    frame_draw(&canvas.framebuffer, {100, 27});
+    EXPECT_EQ(ui_state.focused_field, query);
+}
+
+// ---- The clock ----
+
+TEST(FrameTime, FollowsTheMonitorWith30HertzAtLeast) {
+    const struct {
+        int32_t rate;
+        int64_t us;
+    } rows[] = {{144, 6944}, {60, 16666}, {31, 32258}, {30, 33333},   {29, 33333},  {24, 33333},
+                {1, 33333},  {0, 33333},  {-1, 33333}, {-144, 33333}, {1000000, 1}, {INT32_MIN, 33333}};
+    for (const auto &monitor : rows) {
+        EXPECT_EQ(frame_time_us(monitor.rate), monitor.us) << monitor.rate;
+        frame_clock_start(monitor.rate);
+        EXPECT_EQ(frame_clock.target_us, monitor.us);
+    }
+}
+
+// ---- The loop ----
+
+namespace {
+
+// The program's window off the screen, shown and at rest, with frames that last no time.
+struct Loop : FrameScope {
+    PlatformWindow *window;
+    bool is_open = true;
+
+    explicit Loop(int32_t refresh_rate = 1000000) {
+        headless_move_pointer({-5000, -5000});
+        headless_focus(nullptr);
+        os_pump_messages();
+        window = os_window_create(400, 200, str_from("T"), WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
+        os_window_show(window, 1);
+        os_set_event_callback(input_handle_event);
+        frame_clock_start(refresh_rate);
+        search_state.results_dirty = 0;
+        frame_turn(window);
+    }
+    ~Loop() {
+        os_set_event_callback(nullptr);
+        os_window_destroy(window);
+        os_free(window);
+        os_pump_messages();
+        frame_clock = {};
+        search_state.results_dirty = 0;
+    }
+
+    uint32_t presented() const {
+        return headless_view(window)->presented;
+    }
+
+    // How many of that many turns drew and presented a frame.
+    uint64_t frames_in(int turns) const {
+        uint64_t drawn = frame_clock.drawn_count;
+        uint32_t shown = presented();
+        for (int i = 0; i < turns; i++) {
+            EXPECT_EQ(frame_turn(window), 1);
+        }
+        EXPECT_EQ(presented() - shown, frame_clock.drawn_count - drawn);
+        return frame_clock.drawn_count - drawn;
+    }
+
+    Point on_screen(Point client) const {
+        return {window->client_position.x + client.x, window->client_position.y + client.y};
+    }
+
+    // Points there; the motion that enters the window does not count.
+    void point_at(Point client) const {
+        headless_move_pointer(on_screen(client));
+        headless_move_pointer(on_screen(client));
+    }
+
+    // What stands in the window, as frame_draw draws it into a framebuffer of that size.
+    bool shows_frame(Size size) const {
+        Canvas canvas(size.width, size.height, unpainted);
+        frame_draw(&canvas.framebuffer, nowhere);
+        const HeadlessView *view = headless_view(window);
+        uint64_t count = static_cast<uint64_t>(size.width) * static_cast<uint64_t>(size.height);
+        return view->size.width == size.width && view->size.height == size.height &&
+               std::equal(view->pixels, view->pixels + count, canvas.framebuffer.pixels);
+    }
+};
+
+} // namespace
+
+TEST(FrameLoop, TheShownWindowIsDrawn) {
+    Loop loop;
+    EXPECT_EQ(frame_clock.drawn_count, 1u);
+    EXPECT_EQ(loop.presented(), 1u);
+    EXPECT_TRUE(loop.shows_frame({400, 200}));
+}
+
+TEST(FrameLoop, AnIdleSecondDrawsAndPresentsNothing) {
+    Loop loop;
+    search_state.search_busy = 1; // not even while the worker has found nothing yet
+    EXPECT_EQ(loop.frames_in(144), 0u);
+}
+
+TEST(FrameLoop, AnEventDrawsOnce) {
+    Loop loop;
+    loop.point_at({200, 150});
+    EXPECT_EQ(loop.frames_in(10), 1u);
+    headless_turn_wheel(120);
+    EXPECT_EQ(loop.frames_in(10), 1u);
+    headless_ask_redraw(loop.window);
+    EXPECT_EQ(loop.frames_in(10), 1u);
+    Str name = str_from("C:/dropped");
+    headless_drop(loop.window, {1, 1}, &name, 1);
+    headless_drag_to(loop.window, {50, 60});
+    EXPECT_EQ(loop.frames_in(10), 1u);
+}
+
+TEST(FrameLoop, ResultsDirtyDrawsOnce) {
+    Loop loop;
+    set_field(path, "C:/src");
+    search_state.results_dirty = 1;
+    EXPECT_EQ(loop.frames_in(1), 1u);
+    EXPECT_EQ(search_state.results_dirty, 0);
+    EXPECT_TRUE(loop.shows_frame({400, 200}));
+    EXPECT_EQ(loop.frames_in(10), 0u);
+}
+
+TEST(FrameLoop, AKeyPressCostsOneRedraw) {
+    Loop loop;
+    loop.focus(query, {{0, 0}});
+    headless_press_key('X');
+    headless_type('x');
+    EXPECT_EQ(loop.frames_in(1), 1u);
+    EXPECT_EQ(text_of(*query), "x");
+    EXPECT_EQ(search_state.results_dirty, 0); // the edit's own wish is met by the same frame
+    EXPECT_EQ(loop.frames_in(10), 0u);
+    headless_release_key('X');
+    EXPECT_EQ(loop.frames_in(10), 1u);
+}
+
+TEST(FrameLoop, ALeftClickIsSeenInTheSecondFrame) {
+    Loop loop;
+    set_field(path, "C:/src");
+    loop.point_at({200, 10});
+    loop.frames_in(1);
+    headless_press(MOUSE_LEFT);
+    EXPECT_EQ(loop.frames_in(1), 1u);
+    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(loop.frames_in(10), 1u);
+    headless_release(MOUSE_LEFT);
+    EXPECT_EQ(loop.frames_in(10), 1u);
+}
+
+TEST(FrameLoop, ARightClickIsSeenWithItsRelease) {
+    Loop loop;
+    loop.point_at({200, 10});
+    loop.frames_in(1);
+    headless_press(MOUSE_RIGHT);
+    EXPECT_EQ(loop.frames_in(10), 1u);
+    EXPECT_EQ(ui_state.dropdown_open, 1);
+    headless_release(MOUSE_RIGHT);
+    EXPECT_EQ(loop.frames_in(10), 1u);
+}
+
+TEST(FrameLoop, TheMouseIsWhereTheClientAreaHasIt) {
+    Loop loop;
+    headless_drag_to(loop.window, {300, 70});
+    loop.frames_in(1);
+    loop.point_at({390, 10}); // on Path's save button
+    loop.frames_in(1);
+    EXPECT_EQ(headless_view(loop.window)->pixels[8 * 400 + 388], 0xFF969696u);
+}
+
+TEST(FrameLoop, ClosingEndsItAtOnceAlsoWhileBusy) {
+    for (uint8_t busy : {uint8_t{0}, uint8_t{1}}) {
+        Loop loop;
+        search_state.search_busy = busy;
+        search_state.results_dirty = 1;
+        headless_close(loop.window);
+        uint64_t drawn = frame_clock.drawn_count;
+        EXPECT_EQ(frame_turn(loop.window), 0);
+        EXPECT_EQ(frame_clock.drawn_count, drawn);
+        EXPECT_EQ(search_state.results_dirty, 1);
+        EXPECT_EQ(frame_turn(loop.window), 0);
+    }
+}
+
+TEST(FrameLoop, AMinimisedWindowShowsNothingAndComesBack) {
+    Loop loop;
+    os_window_minimize(loop.window);
+    headless_ask_redraw(loop.window);
+    search_state.results_dirty = 1;
+    uint32_t shown = loop.presented();
+    for (int i = 0; i < 5; i++) {
+        EXPECT_EQ(frame_turn(loop.window), 1);
+    }
+    EXPECT_EQ(loop.presented(), shown);
+    EXPECT_EQ(loop.window->framebuffer.width * loop.window->framebuffer.height, 0);
+
+    set_field(path, "C:/src");
+    os_window_restore(loop.window);
+    EXPECT_EQ(loop.frames_in(10), 1u);
+    EXPECT_TRUE(loop.shows_frame({400, 200}));
+}
+
+TEST(FrameLoop, AResizedWindowIsDrawnInItsNewSize) {
+    Loop loop;
+    set_field(path, "C:/src");
+    for (Size size : {Size{300, 100}, Size{640, 480}, Size{33, 7}}) {
+        headless_drag_size(loop.window, size);
+        EXPECT_EQ(loop.frames_in(10), 1u);
+        EXPECT_TRUE(loop.shows_frame(size)) << size.width;
+    }
+}
+
+TEST(FrameLoop, TheCursorIsAnArrowInsideTheClientAreaEdgesIncluded) {
+    const struct {
+        Point client;
+        bool is_inside;
+    } rows[] = {
+        {{0, 0}, true},    {{400, 200}, true}, {{400, 0}, true},   {{0, 200}, true},   {{200, 100}, true},
+        {{-1, 50}, false}, {{50, -1}, false},  {{401, 50}, false}, {{50, 201}, false},
+    };
+    Loop loop;
+    for (const auto &pointed : rows) {
+        os_set_cursor(CURSOR_WAIT);
+        ui_pointer_moved(loop.on_screen(pointed.client));
+        EXPECT_EQ(loop.frames_in(1), 0u); // the cursor needs no frame
+        EXPECT_EQ(headless_cursor(), pointed.is_inside ? CURSOR_ARROW : CURSOR_WAIT)
+            << pointed.client.x << ", " << pointed.client.y;
+    }
+}
+
+TEST(FrameLoop, EachTurnCountsAPassAndEmptiesTheScratchArena) {
+    Loop loop;
+    uint32_t pass = search_state.interface_pass;
+    for (uint32_t i = 1; i <= 3; i++) {
+        scratch_join(str_from("a"), str_from("b"));
+        EXPECT_GT(scratch->used, 0u);
+        loop.frames_in(1);
+        EXPECT_EQ(scratch->used, 0u);
+        EXPECT_EQ(search_state.interface_pass, pass + i);
+    }
+}
+
+TEST(FrameLoop, TextStorageIsFreedOnceTheWorkerHasTurnedTwice) {
+    Loop loop;
+    search_state.worker_pass = 5; // a worker that reads the texts
+    retire_block(&search_state.retired_text, os_alloc(16));
+    for (uint32_t pass = 5; pass <= 6; pass++) {
+        search_state.worker_pass = pass;
+        loop.frames_in(3);
+        EXPECT_NE(search_state.retired_text.first, nullptr);
+    }
+    search_state.worker_pass = 7;
+    loop.frames_in(1);
+    EXPECT_EQ(search_state.retired_text.first, nullptr);
+    search_state.worker_pass = 0;
+}
+
+TEST(FrameLoop, AKeyWentDownForOneTurnOnly) {
+    Loop loop;
+    headless_press_key('K');
+    loop.frames_in(1);
+    EXPECT_TRUE(ui_went_down('K'));
+    loop.frames_in(1);
+    EXPECT_FALSE(ui_went_down('K'));
+    EXPECT_TRUE(ui_is_down('K'));
+    headless_release_key('K');
+    loop.frames_in(1);
+    EXPECT_FALSE(ui_is_down('K'));
+}
+
+TEST(FrameLoop, ATurnLastsAtLeastTheFramesTime) {
+    Loop loop(144);
+    loop.frames_in(2);
+    EXPECT_GE(os_ticks_to_us(os_ticks() - frame_clock.frame_start_ticks), 6944);
+    loop.frames_in(1);
+    EXPECT_GE(frame_clock.last_us, 6944);
+    EXPECT_GE(frame_clock.last_fraction, 1.0);
+}
+
+TEST(FrameLoop, TheClockAddsUpTheFrames) {
+    Loop loop;
+    int64_t total = frame_clock.total_us;
+    for (int i = 0; i < 5; i++) {
+        loop.frames_in(1);
+        total += frame_clock.last_us;
+        EXPECT_EQ(frame_clock.total_us, total);
+        EXPECT_EQ(frame_clock.total_ms, total / 1000);
+        EXPECT_EQ(frame_clock.last_ms, frame_clock.last_us / 1000);
+        EXPECT_EQ(frame_clock.last_fraction, static_cast<double>(frame_clock.last_us));
+    }
+}
