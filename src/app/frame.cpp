@@ -69,8 +69,10 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top) {
     int64_t scrolled = int64_t{search_state.results_scroll} * settings.line_height;
     int32_t height = static_cast<int32_t>(area);
     int32_t length = static_cast<int32_t>(area * area / content);
-    length = length > 1 ? length : 1; // there is always something to see
-    int32_t top = list_top + static_cast<int32_t>(area * scrolled / content);
+    length = length > 1 ? length : 1;      // there is always something to see
+    constexpr int64_t far_below = 1 << 30; // every window
+    int64_t offset = area * scrolled / content;
+    int32_t top = list_top + static_cast<int32_t>(offset < far_below ? offset : far_below);
     int32_t x = framebuffer->width - 10;
     fill(framebuffer, {x - 1, list_top, 1, height}, 0xFF505050);
     fill(framebuffer, {x, list_top, 10, height}, 0xFF323232);
@@ -78,8 +80,8 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top) {
     fill(framebuffer, thumb, 0xFF646464);
     draw_outline(framebuffer, thumb, 1, 0xFFA0A0A0);
     constexpr int32_t grip_offsets[] = {-8, -1, 6};
-    for (int32_t offset : grip_offsets) {
-        fill(framebuffer, {framebuffer->width - 6, top + length / 2 + offset, 2, 2}, 0xFFC8C8C8);
+    for (int32_t from_middle : grip_offsets) {
+        fill(framebuffer, {framebuffer->width - 6, top + length / 2 + from_middle, 2, 2}, 0xFFC8C8C8);
     }
 }
 

@@ -220,8 +220,8 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
         if (toggle_button(framebuffer, button, is_saved, cursor)) {
             cursor->click_consumed = 1;
             saved_list_save(text, ui_state.focused_field);
-            if (is_focused) {
-                field_clamp_carets(text);
+            if (ui_state.focused_field) { // the path may have got shorter, whichever field was saved
+                field_clamp_carets(ui_state.focused_field);
             }
         }
     }

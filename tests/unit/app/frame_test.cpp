@@ -354,7 +354,8 @@ TEST(FrameDraw, TheScrollBarShowsThePlaceAmongAllResults) {
         {10, 1, "60-125", "61-124"},
         {10, 4, "90-149", "91-149"}, // beyond what can be seen together
         {10, 10, "", ""},            // below the window
-        {10, 2000000000, "", ""},
+        {10, 429496730, "", ""},
+        {10, INT32_MAX, "", ""},
         {100, 0, "50-55", "51-54"},
         {100, 50, "100-105", "101-104"},
         {300, 0, "50-51", ""},

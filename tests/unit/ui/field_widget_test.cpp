@@ -822,6 +822,16 @@ TEST(SaveButton, OfAPathLeavesTheOtherFieldsCarets) {
     EXPECT_EQ(carets(), "{8,10}");
 }
 
+TEST(SaveButton, OfSrcCleansAFocusedPathAndKeepsItsCaretsInside) {
+    Fields fields;
+    set_field(path, "C:/src    "); // as the last run left it
+    set_field(query, "needle");
+    fields.focus(path, 0, 10);
+    fields.click(query, on_save);
+    EXPECT_EQ(text_of(*path), "C:/src"); // by the mark update
+    EXPECT_EQ(carets(), "{0,6}");
+}
+
 TEST(SaveButton, IsHoveredToBeforeItsEnd) {
     Fields fields;
     set_field(query, "a");
