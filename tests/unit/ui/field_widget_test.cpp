@@ -100,7 +100,7 @@ struct Fields : SearchScope {
     Drawing drawing;
     LayoutCursor cursor = {};
 
-    Fields() {
+    explicit Fields(const std::string &font_path = default_font_path()) : the_font(font_path) {
         saved_lists_reserve();
         saved_lists.folder = str_over(folder);
         search_state.request_pending = 0;
@@ -481,6 +481,29 @@ TEST(FieldCarets, StandBehindWideTabsAndNarrowControlBytes) {
                   });
 }
 
+TEST(FieldCarets, StandBehindTheKerningOfTheirPair) {
+    TestTree tree;
+    int a, v;
+    {
+        FontScope scope;
+        a = stbtt_FindGlyphIndex(&font.info, 'A');
+        v = stbtt_FindGlyphIndex(&font.info, 'V');
+    }
+    tree.file("font", with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(a, v, -200)));
+    Fields fields(tree.path("font"));
+    set_field(path, "xAV"); // 2 pixels closer
+    fields.focus(path, 2, 3);
+    fields.draw(path);
+    Drawing expected;
+    expected.fill(row, focused_ground);
+    expected.text(6, white(220), "Path: ");
+    expected.text(text_x, white(220), "xAV");
+    put_box(&expected, text_x + 10, text_x + 16);
+    expected.fill(save_button, grey);
+    expected.fill({6, 19, 420, 1}, grey);
+    EXPECT_EQ(difference(fields.drawing, expected), "");
+}
+
 TEST(FieldCarets, CountFromTheStartOfTheirLine) {
     expect_carets("ab\ncde", {{3, 3}, {5, 5}}, [](Drawing *drawing) {
         put_bar(drawing, text_x);
@@ -521,16 +544,10 @@ TEST(FieldCompletion, IsWhatFollowsTheTypedNameOnEitherField) {
     const struct {
         const char *text, *entry, *tail;
     } rows[] = {
-        {"C:/src/ap", "apps", "ps"},
-        {"C:/src/ap", "Apps", "ps"},
-        {"C:/src/", "apps", "apps"},
-        {"C:/src/apps", "apps", ""},
-        {"C:/src/appstore", "apps", ""},
-        {"", "apps", "apps"},
-        {"ap", "apps", "ps"}, // without a '/' the whole text is the name
-        {"/", "apps", "apps"},
-        {"a//b", "bc", "c"},
-        {"C:/src/ap", "", ""},
+        {"C:/src/ap", "apps", "ps"}, {"C:/src/ap", "Apps", "ps"},  {"C:/src/", "apps", "apps"},
+        {"C:/src/apps", "apps", ""}, {"C:/src/appss", "apps", ""}, {"C:/src/appstore", "apps", ""},
+        {"", "apps", "apps"},        {"ap", "apps", "ps"}, // without a '/' the whole text is the name
+        {"/", "apps", "apps"},       {"a//b", "bc", "c"},          {"C:/src/ap", "", ""},
         {"x/zz", "apps", "ps"}, // the bytes are counted, not compared
     };
     for (const auto &typed : rows) {
