@@ -1,16 +1,49 @@
 #!/bin/bash
-# Builds the search and runs it: ./run.sh [FOLDER] [QUERY]. Prints every file and line of FOLDER that contains QUERY.
+# Builds the program and opens it: ./run.sh [FOLDER] [QUERY]. Without a display it is shown on one that nobody sees, and
+# ends with a picture of it in build/screenshot.png.
 set -euo pipefail
-folder=${1:-$(dirname "$0")/src}
+top=$(cd "$(dirname "$0")" && pwd)
+folder=${1:-$top/src}
 # A slash at the end asks for the sub-folders, so it stays.
 case $folder in
-*/) folder=$(realpath -- "$folder")/ ;;
+*/) folder=$(realpath -- "$folder") && folder=${folder%/}/ ;;
 *) folder=$(realpath -- "$folder") ;;
 esac
 query=${2:-search}
-cd "$(dirname "$0")"
+cd "$top"
+# Wine hands arguments on as one line. It writes a quote in them as a backslash and a quote, and puts quotes around
+# arguments with blanks, so the query goes as words with a blank between them.
+case $query in
+*[\"$'\t\n']* | *'  '* | *' ')
+    echo "Under Wine no query that has quotes, tabs or two blanks together, or that ends in a blank, can be handed over." >&2
+    exit 2
+    ;;
+esac
+IFS=' ' read -ra words <<< "-$query"
 
-tools/need_packages cmake ninja-build g++ googletest libbenchmark-dev libstb-dev
-[ -f build/linux/build.ninja ] || cmake --preset linux > /dev/null
-cmake --build --preset linux --target search_dump > build/linux/build.log || { cat build/linux/build.log; exit 1; }
-build/linux/bin/search_dump "$folder" "$query"
+packages=(cmake ninja-build googletest libstb-dev g++-mingw-w64-x86-64-posix wine wine64)
+[ -n "${DISPLAY:-}" ] || packages+=(xvfb xauth openbox xdotool imagemagick)
+tools/need_packages "${packages[@]}"
+mkdir -p build/windows
+{
+    [ -f build/windows/build.ninja ] || cmake --preset windows
+    cmake --build --preset windows --target tarnwick
+} > build/windows/build.log 2>&1 || { cat build/windows/build.log; exit 1; }
+
+# A path is taken in quotes only, so it gets a blank at its end, which the program takes off.
+program=(build/windows/bin/tarnwick.exe "Z:$folder " "${words[@]}")
+if [ -n "${DISPLAY:-}" ]; then
+    exec tools/under_wine "${program[@]}"
+fi
+
+# A Wine server that is left behind would keep the display that ends here.
+export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
+mkdir -p "$WINEPREFIX"
+end_wine() {
+    wineserver -k 2> /dev/null || true
+    wineserver -w
+}
+end_wine
+trap end_wine EXIT
+xvfb-run -a -s '-screen 0 1280x1024x24' tools/screenshot build/screenshot.png "${program[@]}"
+echo "$PWD/build/screenshot.png"
