@@ -101,7 +101,7 @@ void print_event(const WindowEvent *event) {
 }
 
 void draw(Framebuffer *framebuffer) {
-    Rect whole = {0, 0, framebuffer->width, framebuffer->height};
+    Rect whole = whole_of(framebuffer);
     fill_rect(framebuffer, whole, whole, 0xFF1A1A1A);
     draw_text(framebuffer, {10, 30}, 20, 20, 0xFFFFFF00,
               str_from("Tarnwick shows what happens to this window."));

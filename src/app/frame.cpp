@@ -17,17 +17,12 @@ FrameClock frame_clock;
 
 namespace {
 
-constexpr uint32_t background_colour = 0xFF1A1A1A;
 constexpr uint32_t busy_colour = 0xFFFFFF00;
 constexpr uint32_t matching_folder_colour = 0xFF00FFFF;
 constexpr uint32_t other_folder_colour = 0xFF7F7F7F;
 
-Rect whole(const Framebuffer *framebuffer) {
-    return {0, 0, framebuffer->width, framebuffer->height};
-}
-
 void fill(Framebuffer *framebuffer, Rect rect, uint32_t colour) {
-    fill_rect(framebuffer, whole(framebuffer), rect, colour);
+    fill_rect(framebuffer, whole_of(framebuffer), rect, colour);
 }
 
 int32_t smaller_of(int32_t a, int32_t b) {
@@ -88,7 +83,7 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top) {
 } // namespace
 
 void frame_draw(Framebuffer *framebuffer, Point mouse) {
-    fill(framebuffer, whole(framebuffer), background_colour);
+    fill(framebuffer, whole_of(framebuffer), frame_colour);
     LayoutCursor cursor = {};
     cursor.x = 6;
     cursor.y = 4;
@@ -106,7 +101,7 @@ void frame_draw(Framebuffer *framebuffer, Point mouse) {
         return;
     }
     int32_t list_top = cursor.y;
-    if (search_state.search_busy) {
+    if (search_state.search_busy) { // comes and goes with a redraw only, and that is meant
         draw_outline(framebuffer, {0, list_top, framebuffer->width, framebuffer->height - list_top}, 2,
                      busy_colour);
     }

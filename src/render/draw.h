@@ -15,6 +15,11 @@
 // Where drawing ends at the right and at the bottom: the width and the height. x and y mean nothing.
 using ClipSize = Rect;
 
+// The one that ends at the framebuffer's own edges.
+inline ClipSize whole_of(const Framebuffer *framebuffer) {
+    return {0, 0, framebuffer->width, framebuffer->height};
+}
+
 // Writes colour, its alpha included, into every pixel of rect. Nothing is blended, whatever the alpha.
 void fill_rect(Framebuffer *framebuffer, ClipSize clip, Rect rect, uint32_t colour);
 

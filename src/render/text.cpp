@@ -27,7 +27,7 @@ uint64_t draw_text(Framebuffer *framebuffer, Point position, int32_t pixel_heigh
         return extent_of(0, line_height);
     }
     SizedFont *sized = font_get_size(pixel_height);
-    const ClipSize clip = {0, 0, framebuffer->width, framebuffer->height};
+    const ClipSize clip = whole_of(framebuffer);
     Point pen = position;
     int32_t widest = 0;
     int32_t height = line_height;

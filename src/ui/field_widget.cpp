@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr uint32_t background_colour = 0xFF1A1A1A;
 constexpr uint32_t focused_colour = 0xFF323232;
 constexpr uint32_t completion_colour = 0xFF7F7F7F;
 constexpr uint32_t underline_colour = 0xFF505050;
@@ -19,10 +18,6 @@ constexpr uint32_t selection_colour = 0x32FFFFFF;
 
 constexpr uint32_t white(uint32_t alpha) {
     return alpha << 24 | 0xFFFFFF;
-}
-
-Rect whole(const Framebuffer *framebuffer) {
-    return {0, 0, framebuffer->width, framebuffer->height};
 }
 
 uint8_t is_inside(Rect rect, Point point) {
@@ -39,7 +34,7 @@ uint8_t left_went_down() {
 uint8_t toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const LayoutCursor *cursor) {
     uint8_t is_hovered = is_inside(rect, cursor->mouse);
     uint32_t colour = is_hovered ? (state ? 0xFFFF0000 : 0xFF969696) : (state ? 0xFFFFFF00 : 0xFF505050);
-    fill_rect(framebuffer, whole(framebuffer), rect, colour);
+    fill_rect(framebuffer, whole_of(framebuffer), rect, colour);
     if (is_hovered && !cursor->click_consumed && ui_consume_press(MOUSE_LEFT)) {
         search_state.results_dirty = 1;
         return 1;
@@ -88,7 +83,7 @@ int32_t pen_at(const LayoutCursor *cursor, Str text, uint64_t offset) {
 }
 
 void draw_caret_box(Framebuffer *framebuffer, Rect box) {
-    ClipSize clip = whole(framebuffer);
+    ClipSize clip = whole_of(framebuffer);
     if (box.width == 0) {
         blend_rect(framebuffer, clip, {box.x, box.y, 2, box.height}, caret_colour);
         return;
@@ -148,8 +143,8 @@ namespace {
 void pick_entry(StrBuf *text, Str entry) {
     set_field_text(text, entry); // without memory the text stays, and the search starts all the same
     ui_state.dropdown_open = 0;
+    saved_lists_update_mark(text); // cleans a path, so it comes before the request
     publish_request();
-    saved_lists_update_mark(text);
     saved_list_write(text);
     field_set_single_caret(0, field_text_end(text));
 }
@@ -195,8 +190,8 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
     uint8_t is_focused = ui_state.focused_field == text;
     Rect row = {cursor->x, cursor->y, cursor->width, cursor->row_advance};
     uint8_t is_hovered = is_inside(row, cursor->mouse);
-    ClipSize clip = whole(framebuffer);
-    uint32_t row_colour = is_focused ? focused_colour : background_colour;
+    ClipSize clip = whole_of(framebuffer);
+    uint32_t row_colour = is_focused ? focused_colour : frame_colour;
     if (is_focused) {
         fill_rect(framebuffer, clip, row, row_colour);
     }
