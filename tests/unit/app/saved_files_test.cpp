@@ -471,9 +471,9 @@ TEST(FailedWrite, OfTheSecondFileLeavesTheFirstAsItIs) {
 // Another program has a file open: a scanner, an indexer.
 class HeldFile {
 public:
-    HeldFile(const ListFiles &files, const char *name, DWORD sharing)
-        : handle(CreateFileW(files.tree.native(name).c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING,
-                             0, nullptr)) {
+    HeldFile(const ListFiles &files, const std::string &name, DWORD share_mode)
+        : handle(CreateFileW(files.tree.native(name).c_str(), GENERIC_READ, share_mode, nullptr,
+                             OPEN_EXISTING, 0, nullptr)) {
         EXPECT_NE(handle, INVALID_HANDLE_VALUE);
     }
     ~HeldFile() {
