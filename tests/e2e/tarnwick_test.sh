@@ -99,8 +99,7 @@ see_no_pixels() {
 # Colours
 background=1a1a1a focused=323232 line=505050 live=ffff00 removed=505050
 hovered_removed=969696 hovered_live=ff0000
-selected=5a5a5a # on the focused field's ground
-caret=d2d2d2    # likewise
+selected=5a5a5a # the focused field's ground under a selection
 # Those of text, as expressions: where a letter covers a pixel well enough.
 cyan='0[0-9a-f]\([c-f][0-9a-f]\)\1' grey='\(7[0-9a-f]\)\1\1'
 
@@ -124,7 +123,7 @@ click() { # BUTTON X Y
 }
 
 # The pointer's coming is no move, and what the right button did is drawn with whatever comes next. So the pointer goes
-# to and fro until the place has the colour: until_hovered PLACE_X PLACE_Y X Y RRGGBB.
+# to and fro at a place until a pixel has the colour: nudged_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
 nudged_until_pixel() {
     for _ in {1..300}; do
         move_to "$(($1 + 1))" "$2"
@@ -137,20 +136,20 @@ nudged_until_pixel() {
     failed "pixel $3 $4 is not $5 but $(pixels "1x1+$3+$4" | od -An -tx1)"
 }
 
-# Gives a field the focus, with all of its text selected; "empty" when it has none.
+# Gives a field that has a text the focus, all of it selected.
 focus_path() {
     click 1 500 "$path_y"
     expect_pixel 500 6 "$focused"
-    expect_pixel $((path_text_x + 1)) 6 "$([ "${1:-}" = empty ] && echo "$caret" || echo "$selected")"
+    expect_pixel $((path_text_x + 1)) 6 "$selected"
 }
 
 focus_query() {
     click 1 500 "$query_y"
     expect_pixel 500 29 "$focused"
-    expect_pixel $((query_text_x + 1)) 29 "$([ "${1:-}" = empty ] && echo "$caret" || echo "$selected")"
+    expect_pixel $((query_text_x + 1)) 29 "$selected"
 }
 
-# Opens or closes a drop-down, the first row's button of which has that colour afterwards, or what stands there.
+# Opens or closes a drop-down; where the button of its first row is, there is that colour afterwards.
 toggle_query_list() {
     click 3 300 "$query_y"
     nudged_until_pixel 300 "$query_y" 8 $((first_query_row + 8)) "$1"
@@ -168,8 +167,8 @@ has_window() {
     [ -n "$window" ]
 }
 
-# Starts the program, waits for its first picture and for the first move of the pointer over it: the save button of the
-# query turns to the given colour.
+# Starts the program, and waits for its first picture and for the first move of the pointer over it, which gives the
+# query's save button that colour.
 start() { # HOVERED_COLOUR SAVE_Y ARGUMENT...
     local colour=$1 save_y=$2
     shift 2
@@ -521,12 +520,10 @@ rm "$folder/settings.txt"
 
 # ---- A program that is killed ----
 
-killed=$tree/apples # the path that it left
 typed=
 for ((i = 0; i < 12; i++)); do
     typed+=abcdefghij
 done
-text=q
 for length in 1 17 40 80; do
     start "$hovered_removed" "$query_y"
     xdotool key ctrl+a
