@@ -15,7 +15,7 @@ cd "$top"
 # arguments with blanks, so the query goes as words with a blank between them.
 case $query in
 *[\"$'\t\n']* | *'  '* | *' ')
-    echo "Under Wine no query that has quotes, tabs or two blanks together, or that ends in a blank, can be handed over." >&2
+    echo "A query with quotes, tabs, two blanks together or a blank at its end cannot be handed on under Wine." >&2
     exit 2
     ;;
 esac
