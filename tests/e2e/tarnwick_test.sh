@@ -4,8 +4,8 @@
 set -euo pipefail
 under_wine=$(realpath "$1")
 program=$(realpath "$2")
-export LC_ALL=C.UTF-8 # for characters beyond ASCII
-work=$(mktemp -d)
+# shellcheck source=tests/e2e/real_input.sh
+source "$(dirname "$0")/real_input.sh"
 
 # A program of its own with files of its own, in a folder whose name is not the easiest; and a tree to look at.
 folder="$work/a é"
@@ -13,29 +13,6 @@ mkdir -p "$folder" "$work/tree/apples" "$work/tree/apricots" "$work/tree/pears/g
 cp "$program" "$(dirname "$program")/source_code_pro.otf" "$folder"
 program=$folder/$(basename "$program")
 tree=Z:$work/tree
-
-# ---- Set-up ----
-
-# Two keys of the keyboard become é and 你, as on a keyboard that has them.
-old_keys=$(xmodmap -pke | grep -E '^keycode +(49|94) =')
-xmodmap -e 'keycode 94 = eacute' -e 'keycode 49 = U4F60'
-
-# No press below is too late for a double press.
-mouse='HKCU\Control Panel\Mouse'
-"$under_wine" reg add "$mouse" /v DoubleClickSpeed /t REG_SZ /d 60000 /f > /dev/null < /dev/null
-
-started=() # this script's own processes
-finish() {
-    status=$?
-    for pid in "${started[@]}"; do
-        kill "$pid" 2> /dev/null || true
-    done
-    xmodmap - <<< "$old_keys"
-    "$under_wine" reg delete "$mouse" /v DoubleClickSpeed /f > /dev/null < /dev/null
-    rm -rf "$work"
-    exit "$status"
-}
-trap finish EXIT
 
 # Says what stands on the disk.
 failed() {
@@ -47,17 +24,6 @@ failed() {
         od -An -c "$file"
     done
     exit 1
-}
-
-# Waits until a command succeeds: half a minute, which no machine needs.
-until_true() {
-    for _ in {1..300}; do
-        if "$@"; then
-            return 0
-        fi
-        sleep 0.1
-    done
-    return 1
 }
 
 # ---- The screen ----

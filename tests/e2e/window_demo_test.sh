@@ -5,49 +5,15 @@ set -euo pipefail
 under_wine=$(realpath "$1")
 demo=$(realpath "$2")
 drop_files=$(realpath "$3")
-export LC_ALL=C.UTF-8 # for characters beyond ASCII
-work=$(mktemp -d)
+# shellcheck source=tests/e2e/real_input.sh
+source "$(dirname "$0")/real_input.sh"
 cd "$work"
-
-# ---- Set-up ----
-
-# Two keys of the keyboard become é and 你, as on a keyboard that has them.
-old_keys=$(xmodmap -pke | grep -E '^keycode +(49|94) =')
-xmodmap -e 'keycode 94 = eacute' -e 'keycode 49 = U4F60'
-
-# No press below is too late for a double press; what is to be single is elsewhere.
-mouse='HKCU\Control Panel\Mouse'
-"$under_wine" reg add "$mouse" /v DoubleClickSpeed /t REG_SZ /d 60000 /f > /dev/null < /dev/null
-
-demos=()
-finish() {
-    status=$?
-    for pid in "${demos[@]}"; do
-        kill "$pid" 2> /dev/null || true
-    done
-    xmodmap - <<< "$old_keys"
-    "$under_wine" reg delete "$mouse" /v DoubleClickSpeed /f > /dev/null < /dev/null
-    rm -rf "$work"
-    exit "$status"
-}
-trap finish EXIT
 
 failed() {
     echo "FAILED: $1"
     echo "The events since the last act:"
     since_act
     exit 1
-}
-
-# Waits until a command succeeds: half a minute, which no machine needs.
-until_true() {
-    for _ in {1..300}; do
-        if "$@"; then
-            return 0
-        fi
-        sleep 0.1
-    done
-    return 1
 }
 
 events=$work/events # of the window that is looked at
@@ -93,7 +59,7 @@ windows() {
 start_demo() { # EVENTS
     : > "$1"
     "$under_wine" "$demo" picture.ppm > "$1" 2> /dev/null < /dev/null &
-    demos+=($!)
+    started+=($!)
     until_true grep -q '^moved' "$1" || failed "no window"
 }
 
@@ -255,12 +221,12 @@ until_true other_lost_focus || failed "the other window kept the focus"
 act xdotool key alt+F4
 see closed
 [ "$(since_act | tail -n 1)" = closed ] || failed "something came after the end"
-wait "${demos[0]}" || failed "exit status $?"
-demos=("${demos[@]:1}")
+wait "${started[0]}" || failed "exit status $?"
+started=("${started[@]:1}")
 
 events=$work/other_events
 until_true has_window || failed "the other window is gone too"
 act xdotool windowactivate --sync "$window" key alt+F4
 see closed
-wait "${demos[0]}" || failed "exit status $?"
-demos=()
+wait "${started[0]}" || failed "exit status $?"
+started=()
