@@ -197,7 +197,8 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     if (!bitmap) {
         return glyph;
     }
-    memset(bitmap, 0, count); // what is seen when stb_truetype has no memory
+    memset(bitmap, 0,
+           count); // stb_truetype draws nothing where neither the heap nor its spare block suffices
     stbtt_MakeGlyphBitmap(sized->font, bitmap, width, height, width, sized->scale, sized->scale, index);
     raise_contrast(bitmap, count);
     glyph.y_offset = top;

@@ -372,19 +372,62 @@ TEST(Glyphs, ARefusedGrowthOfTheTableLeavesNone) {
     EXPECT_EQ(glyph_find(nullptr, 'A'), nullptr);
 }
 
-TEST(Glyphs, AreBlankWhenRasterisingGetsNoMemory) {
+// stb_truetype would write through null for want of an outline or of a row of pixels.
+TEST(Glyphs, AreTheSameWhenRasterisingIsRefusedAllMemory) {
     FontScope scope;
+    PlainFont plain(scope.file(), 14);
+    const PlainGlyph expected = plain.glyph_of(0xE9);
     SizedFont *sized = font_get_size(14);
     glyph_create(sized, 0xE8); // the table has grown
-    for (uint32_t given = 1; given <= 4; given++) {
-        // The first allocation is the outline's, without which stb_truetype does not go on.
-        HeapHookScope hook([given, count = 0u](uint64_t) mutable { return count++ < given; });
-        const Glyph *glyph = glyph_create(sized, 0xE9 + given);
+    // Often enough that the spare block would run out if it were not used anew.
+    for (int round = 0; round < 100; round++) {
+        HeapHookScope hook([](uint64_t) { return false; });
+        const Glyph *glyph = glyph_create(sized, 0xE9);
         ASSERT_TRUE(glyph);
-        ASSERT_TRUE(glyph->bitmap);
-        EXPECT_EQ(std::vector<uint8_t>(glyph->bitmap, glyph->bitmap + glyph->width * glyph->height),
-                  std::vector<uint8_t>(static_cast<size_t>(glyph->width * glyph->height)))
-            << given;
+        ASSERT_NO_FATAL_FAILURE(expect_glyph(*glyph, expected)) << round;
+    }
+}
+
+TEST(Glyphs, AreTheSameWhenRasterisingIsRefusedOneAllocation) {
+    FontScope scope;
+    PlainFont plain(scope.file(), 200);
+    const PlainGlyph expected = plain.glyph_of(0xC6);
+    ASSERT_GT(expected.width, 64); // wide enough for a row of pixels from the heap
+    SizedFont *sized = font_get_size(200);
+    glyph_create(sized, 0xC5); // the table has grown
+    const auto is_growth = [](uint64_t size) { return size % 0x20000 == 1; };
+    uint32_t asked = 0;
+    for (uint32_t refused = 0; refused <= asked; refused++) {
+        asked = 0;
+        HeapHookScope hook([&](uint64_t size) { return is_growth(size) || asked++ != refused; });
+        const Glyph *glyph = glyph_create(sized, 0xC6);
+        ASSERT_TRUE(glyph);
+        ASSERT_NO_FATAL_FAILURE(expect_glyph(*glyph, expected)) << refused;
+    }
+    EXPECT_GE(asked, 5u); // outline, contours, points, edges, a row, edges at work
+}
+
+TEST(Glyphs, WhatIsTooLargeForTheSpareBlockIsRefusedAndTheSpareBlockStaysUsable) {
+    FontScope scope;
+    const int index = stbtt_FindGlyphIndex(&font.info, 'H');
+    const auto bitmap_at = [&](int32_t pixel_height) {
+        HeapHookScope hook([](uint64_t) { return false; });
+        float scale = stbtt_ScaleForPixelHeight(&font.info, static_cast<float>(pixel_height));
+        int width, height;
+        uint8_t *bitmap =
+            stbtt_GetGlyphBitmap(&font.info, scale, scale, index, &width, &height, nullptr, nullptr);
+        std::vector<uint8_t> bytes;
+        if (bitmap) {
+            bytes.assign(bitmap, bitmap + width * height);
+        }
+        stbtt_FreeBitmap(bitmap, nullptr);
+        return bytes;
+    };
+    const std::vector<uint8_t> small = bitmap_at(40);
+    EXPECT_GT(small.size(), 0u);
+    for (int round = 0; round < 100; round++) {
+        ASSERT_TRUE(bitmap_at(2000).empty());
+        ASSERT_EQ(bitmap_at(40), small);
     }
 }
 
