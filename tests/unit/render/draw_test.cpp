@@ -83,10 +83,20 @@ private:
     BlitCoverageRows *before;
 };
 
+// What becomes of a pixel. Rows of equal ones, long enough for single pixels, half a vector, whole ones and
+// several: all of them must become the same.
 uint32_t covered(uint32_t pixel, uint8_t coverage, uint32_t colour) {
-    Picture picture(1, 1, pixel);
-    blit_coverage(&picture, picture.size(), &coverage, {1, 1}, {0, 0, 1, 1}, {0, 0}, colour);
-    return picture.at(0, 0);
+    uint32_t first = 0;
+    for (int32_t width : {1, 5, 9, 40}) {
+        Picture picture(width, 1, pixel);
+        const std::vector<uint8_t> row(static_cast<size_t>(width), coverage);
+        blit_coverage(&picture, picture.size(), row.data(), {width, 1}, {0, 0, width, 1}, {0, 0}, colour);
+        first = width == 1 ? picture.at(0, 0) : first;
+        for (int32_t x = 0; x < width; x++) {
+            EXPECT_EQ(picture.at(x, 0), first) << "pixel " << x << " of " << width;
+        }
+    }
+    return first;
 }
 
 uint32_t blended(uint32_t pixel, uint32_t colour) {
