@@ -170,14 +170,6 @@ uint8_t *reserve_bitmap(SizedFont *sized, uint64_t count) {
     return bitmap;
 }
 
-// Thickens the strokes: 0 stays 0, 255 stays 255, 128 becomes 191.
-void raise_contrast(uint8_t *bitmap, uint64_t count) {
-    for (uint64_t i = 0; i < count; i++) {
-        float t = 1.0f - static_cast<float>(bitmap[i]) / 255.0f;
-        bitmap[i] = static_cast<uint8_t>((1.0f - t * t) * 255.0f);
-    }
-}
-
 Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     constexpr uint32_t first_with_shape = 32;
     Glyph glyph = {};
@@ -197,10 +189,12 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     if (!bitmap) {
         return glyph;
     }
-    memset(bitmap, 0,
-           count); // stb_truetype draws nothing where neither the heap nor its spare block suffices
+    // stb_truetype may draw nothing: without a shape, or when its spare block is too small as well.
+    memset(bitmap, 0, count);
     stbtt_MakeGlyphBitmap(sized->font, bitmap, width, height, width, sized->scale, sized->scale, index);
-    raise_contrast(bitmap, count);
+    for (uint64_t i = 0; i < count; i++) {
+        bitmap[i] = glyph_contrast(bitmap[i]);
+    }
     glyph.y_offset = top;
     glyph.x_offset = left;
     glyph.glyph_index = static_cast<uint32_t>(index);
@@ -223,6 +217,11 @@ uint64_t first_above(const SizedFont *sized, uint64_t first, uint32_t codepoint)
 }
 
 } // namespace
+
+uint8_t glyph_contrast(uint8_t coverage) {
+    float t = 1.0f - static_cast<float>(coverage) / 255.0f;
+    return static_cast<uint8_t>((1.0f - t * t) * 255.0f);
+}
 
 Glyph *glyph_create(SizedFont *sized, uint32_t codepoint) {
     if (sized->glyphs.capacity == 0) {

@@ -26,8 +26,8 @@ struct Glyph {
     uint8_t *bitmap;      // width * height bytes in the size's bitmaps; null: no drawing and no metrics
 };
 
-// The font at one height. What a refused allocation left without storage draws nothing: its glyphs have a
-// null bitmap.
+// The font at one height. What a refused allocation left without storage draws nothing: glyphs made from then
+// on have a null bitmap, those that are there keep theirs.
 struct SizedFont {
     const stbtt_fontinfo *font; // the info of the Font
     float scale;                // pixels for one unit of the font
@@ -56,6 +56,10 @@ Font font_load(Str path);
 // refused. With a font that is all zero or whose list is empty of storage this never returns: a list of
 // capacity 0 grows without end, and that is meant, as nothing is ever drawn without a font.
 SizedFont *font_get_size(int32_t pixel_height);
+
+// The contrast curve that every byte of a rasterised bitmap goes through once: coverage in, coverage out.
+// Thickens the strokes: 0 stays 0, 255 stays 255, 128 becomes 191.
+uint8_t glyph_contrast(uint8_t coverage);
 
 // Rasterises one codepoint and inserts it before the first greater one. Returns the new record, valid until
 // the next call. Null when memory for the table is refused; the table is then empty and stays so.

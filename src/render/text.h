@@ -14,7 +14,8 @@
 // end at the framebuffer's edges, and the extent is the same wherever the text stands.
 //
 // Bytes are characters: one from 0x80 on is drawn as the font's shape for what is missing, and that is meant.
-// A tab is twice pixel_height wide, other control bytes pixel_height / 4 + 1. Allocates only for glyphs that
-// are drawn for the first time. Without a font this never returns (font_get_size).
+// A tab is twice pixel_height wide, other control bytes pixel_height / 4 + 1. Between two glyphs of a line
+// the font's kerning is added, none behind the last. Allocates only for a height's first text and for glyphs
+// that are drawn for the first time. Without a font any text but an empty one never returns (font_get_size).
 uint64_t draw_text(Framebuffer *framebuffer, Point position, int32_t pixel_height, int32_t line_height,
                    uint32_t colour, Str text);

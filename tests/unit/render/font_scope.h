@@ -76,6 +76,14 @@ inline std::string with_table(std::string file, const std::string &old_tag, cons
     return file + table;
 }
 
+// A file, and behind it zeros up to where `following` bytes more end one byte before a multiple of 64.
+inline std::string padded_before(std::string file, size_t following) {
+    while ((file.size() + following + 1) % 64 != 0) {
+        file += '\0';
+    }
+    return file;
+}
+
 // Kerning between two glyphs in font units, as a table kern.
 inline std::string kern_table(int left, int right, int units) {
     return two_bytes(0) + two_bytes(1) +                                   // one subtable
@@ -93,4 +101,13 @@ inline std::string gpos_table(int left, int right, int units) {
            two_bytes(12) +                                      // its head
            two_bytes(1) + two_bytes(right) + two_bytes(units) + // the pair, at 12
            two_bytes(1) + two_bytes(1) + two_bytes(left);       // the coverage, at 18
+}
+
+// The same behind a lookup of another kind.
+inline std::string gpos_table_of_two(int left, int right, int units) {
+    constexpr size_t list = 10, head_of_one = 14; // where the list begins, and where its only lookup does
+    std::string table = gpos_table(left, right, units);
+    return table.substr(0, list) + two_bytes(2) + two_bytes(6) + two_bytes(12) + // two, at 6 and at 12
+           two_bytes(1) + two_bytes(0) + two_bytes(0) +                          // of single glyphs, empty
+           table.substr(head_of_one);
 }

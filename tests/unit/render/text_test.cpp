@@ -5,6 +5,7 @@
 #include <limits.h>
 #include <string.h>
 
+#include <memory>
 #include <random>
 #include <string>
 
@@ -12,6 +13,7 @@
 #include "render/font_scope.h"
 #include "render/plain_text.h"
 #include "support/heap_hook.h"
+#include "support/never_returns.h"
 #include "support/picture.h"
 
 namespace {
@@ -51,6 +53,20 @@ TEST(DrawText, AnEmptyTextIsOneLineHigh) {
     EXPECT_EQ(measure("", 17), (Extent{0, 17}));
     EXPECT_EQ(font.sizes.count, 0u);
 }
+
+TEST(DrawText, AnEmptyTextReturnsEvenWithoutAFont) {
+    ASSERT_FALSE(font.file.data);
+    ASSERT_EQ(font.sizes.capacity, 0u);
+    EXPECT_EQ(measure("", 17), (Extent{0, 17}));
+}
+
+#ifndef _WIN32
+TEST(DrawText, AnyOtherTextWithoutAFontNeverReturnsAndThatIsMeant) {
+    ASSERT_EQ(font.sizes.capacity, 0u);
+    EXPECT_TRUE(never_returns([] { measure("a"); }));
+    EXPECT_TRUE(never_returns([] { measure("\n"); })); // what needs no glyph needs the size
+}
+#endif
 
 TEST(DrawText, ALineIsAsWideAsItsAdvances) {
     FontScope scope;
@@ -177,6 +193,28 @@ TEST(DrawText, KerningStandsBetweenGlyphsAndNotBehindTheLast) {
     EXPECT_EQ(measure("AVAV"), (Extent{20, 14}));
     EXPECT_EQ(measure("A\nV"), (Extent{6, 28}));
     EXPECT_EQ(measure("A\x01V"), (Extent{16, 14}));
+    // A text ends with its count, whatever stands behind it.
+    Canvas canvas(1, 1, grey);
+    EXPECT_EQ(draw_text(&canvas.framebuffer, {0, 0}, 14, 14, white, {1, str_from("AV").data}),
+              (uint64_t{14} << 32 | 6));
+}
+
+// In a block without a byte to spare, so that the address sanitizer sees a look at what is behind it.
+TEST(DrawText, NothingBehindATextIsRead) {
+    TestTree tree;
+    tree.file("font", with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(0, 0, 300)));
+    FontScope scope(tree.path("font"));
+    ASSERT_TRUE(font.has_kerning);
+    const std::string text = "a\nb\tc\x01"
+                             "d\xE9";
+    for (size_t count = 1; count <= text.size(); count++) {
+        std::unique_ptr<char[]> exact(new char[count]);
+        memcpy(exact.get(), text.data(), count);
+        Canvas canvas(1, 1, grey);
+        uint64_t extent = draw_text(&canvas.framebuffer, {0, 0}, 14, 14, white, {count, exact.get()});
+        Extent expected = measure(text.substr(0, count));
+        EXPECT_EQ(extent, uint64_t(expected.height) << 32 | uint64_t(expected.width));
+    }
 }
 
 // Texts of any bytes, at any place, height and colour, against the rules written out plainly.
