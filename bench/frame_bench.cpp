@@ -132,7 +132,9 @@ int main(int argc, char **argv) {
     if (os_has_avx2()) {
         variants.push_back({"AVX2", blit_coverage_rows_avx2});
     }
-    for (const Variant &variant : variants) {
+    std::vector<Variant> checked = variants;
+    checked.push_back({"plain pixels", blit_plain_rows});
+    for (const Variant &variant : checked) {
         if (!draws_the_plain_frame(variant.draw)) {
             fprintf(stderr, "frame_bench: %s draws another frame than the plain version\n",
                     variant.name.c_str());
