@@ -15,12 +15,12 @@ int32_t wide_length(Str text, int32_t most_units);
 // Converts the text into wide, which holds units + 1 units, and zero-terminates it. Returns wide.
 wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
 
-// Declares name, a const wchar_t * on the caller's stack with the text in it, or null for one of more than
+// Declares name, a wchar_t * on the caller's stack with the text in it, or null for one of more than
 // most_units; and name_units, its length or -1. The stack block is (units + 1) * 2 bytes, rounded up to a
-// multiple of 16. A macro, for the block ends with its function.
+// multiple of 16, and may be written to, as some calls do. A macro, for the block ends with its function.
 #define WIDE_ON_STACK(name, text, most_units)                                                                \
     const int32_t name##_units = wide_length(text, most_units);                                              \
-    const wchar_t *name =                                                                                    \
+    wchar_t *name =                                                                                          \
         name##_units < 0                                                                                     \
             ? nullptr                                                                                        \
             : wide_convert(text,                                                                             \

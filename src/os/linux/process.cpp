@@ -1,0 +1,342 @@
+#include "os/process.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "os/console.h"
+#include "os/files.h"
+#include "os/memory.h"
+
+// ---- Command lines ----
+
+namespace {
+
+uint8_t is_blank(char byte) {
+    return byte == ' ' || byte == '\t';
+}
+
+// The first word names the program: up to the next double quote when it starts with one, else up to a blank;
+// backslashes are nothing special in it. Returns where the arguments start.
+const char *split_program(const char *at, const char *end, char **out) {
+    uint8_t is_quoted = at < end && *at == '"';
+    at += is_quoted;
+    while (at < end && (is_quoted ? *at != '"' : !is_blank(*at))) {
+        *(*out)++ = *at++;
+    }
+    return is_quoted && at < end ? at + 1 : at;
+}
+
+// An argument, as the C run-time on Windows reads it: blanks between double quotes belong to it, two quotes
+// there are one, and backslashes mean something only before a quote, where two are one and a single one makes
+// the quote plain. Returns where it ends.
+const char *split_argument(const char *at, const char *end, char **out) {
+    uint8_t is_quoted = 0;
+    while (at < end && (is_quoted || !is_blank(*at))) {
+        uint64_t backslashes = 0;
+        while (at < end && *at == '\\') {
+            backslashes++;
+            at++;
+        }
+        uint8_t is_before_quote = at < end && *at == '"';
+        uint64_t kept = is_before_quote ? backslashes / 2 : backslashes;
+        memset(*out, '\\', kept);
+        *out += kept;
+        if (!is_before_quote) {
+            if (backslashes == 0) {
+                *(*out)++ = *at++;
+            }
+        } else if (backslashes % 2 == 1) {
+            *(*out)++ = *at++;
+        } else if (is_quoted && end - at > 1 && at[1] == '"') {
+            *(*out)++ = '"';
+            at += 2;
+        } else {
+            is_quoted = !is_quoted;
+            at++;
+        }
+    }
+    return at;
+}
+
+// A command line's words with a null behind the last one, in one block of the caller's, the words' own bytes
+// included; null without a program or without memory.
+char **split_command(Str cmd) {
+    const char *at = cmd.data;
+    const char *end = at + (cmd.count > 0 ? strnlen(cmd.data, cmd.count) : 0);
+    while (at < end && is_blank(*at)) {
+        at++;
+    }
+    if (at == end) {
+        return nullptr;
+    }
+    uint64_t length = static_cast<uint64_t>(end - at);
+    uint64_t most_words = length / 2 + 2; // a blank between two, but none needed behind a quoted program
+    uint64_t list_size = (most_words + 1) * sizeof(char *);
+    char **words = static_cast<char **>(os_alloc(list_size + length + most_words));
+    if (!words) {
+        return nullptr;
+    }
+    char *out = reinterpret_cast<char *>(words) + list_size;
+    uint64_t count = 0;
+    words[count++] = out;
+    at = split_program(at, end, &out);
+    *out++ = 0;
+    for (;;) {
+        while (at < end && is_blank(*at)) {
+            at++;
+        }
+        if (at == end) {
+            break;
+        }
+        words[count++] = out;
+        at = split_argument(at, end, &out);
+        *out++ = 0;
+    }
+    words[count] = nullptr;
+    return words;
+}
+
+} // namespace
+
+// ---- Children ----
+
+namespace {
+
+int file_of(void *handle) {
+    return static_cast<int>(reinterpret_cast<intptr_t>(handle));
+}
+
+void *handle_of(int file) {
+    return reinterpret_cast<void *>(static_cast<intptr_t>(file));
+}
+
+// A pipe whose ends no child inherits, above the standard files so that they can be put in a child's place of
+// these. Returns 0 when the system refuses.
+uint8_t make_pipe(void **read_end, void **write_end) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return 0;
+    }
+    uint8_t is_made = 1;
+    for (int &end : ends) {
+        if (end <= STDERR_FILENO) {
+            int low = end;
+            end = fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+            close(low);
+            is_made &= end >= 0;
+        }
+    }
+    *read_end = handle_of(ends[0]);
+    *write_end = handle_of(ends[1]);
+    return is_made;
+}
+
+// Starts a program with these files as its standard ones; -1 for a file leaves this process's own. Of other
+// files the child gets none. Returns its id, or -1.
+pid_t spawn(char *const *words, int input, int output, uint8_t show_console) {
+    posix_spawn_file_actions_t files;
+    posix_spawnattr_t attributes;
+    if (posix_spawn_file_actions_init(&files) != 0) {
+        return -1;
+    }
+    if (posix_spawnattr_init(&attributes) != 0) {
+        posix_spawn_file_actions_destroy(&files);
+        return -1;
+    }
+    int error = 0;
+    if (input >= 0) {
+        error |= posix_spawn_file_actions_adddup2(&files, input, STDIN_FILENO);
+        error |= posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
+        error |= posix_spawn_file_actions_adddup2(&files, output, STDERR_FILENO);
+    } else if (!show_console) {
+        error |= posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        error |= posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        error |= posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    error |= posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+    if (!show_console) {
+        error |= posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID); // away from the terminal
+    }
+    pid_t child = -1;
+    if (error != 0 || posix_spawnp(&child, words[0], &files, &attributes, words, environ) != 0) {
+        child = -1;
+    }
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&files);
+    return child;
+}
+
+pid_t start_command(Str cmd, int input, int output, uint8_t show_console) {
+    char **words = split_command(cmd);
+    pid_t child = words ? spawn(words, input, output, show_console) : -1;
+    os_free(words);
+    return child;
+}
+
+pid_t id_of(const Process *process) {
+    return static_cast<pid_t>(process->process_info[0]);
+}
+
+// Looks at how a child ended without giving its record back, waiting for the end unless options say WNOHANG.
+// Returns 0 when the system does not tell.
+uint8_t look_at_child(pid_t child, int options, siginfo_t *info) {
+    *info = {};
+    int result;
+    do {
+        result = waitid(P_PID, static_cast<id_t>(child), info, WEXITED | WNOWAIT | options);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+uint32_t exit_code_from(const siginfo_t &info) {
+    if (info.si_pid == 0) {
+        return exit_code_still_running;
+    }
+    return static_cast<uint32_t>(info.si_code == CLD_EXITED ? info.si_status : 128 + info.si_status);
+}
+
+// Gives an ended child's record back to the system.
+void forget_child(pid_t child) {
+    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+ssize_t read_some(int file, char *bytes, uint64_t count) {
+    ssize_t got;
+    do {
+        got = read(file, bytes, count);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+} // namespace
+
+// ---- One command ----
+
+uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) {
+    siginfo_t info;
+    if (!on_output.callback) {
+        pid_t child = start_command(cmd, -1, -1, show_console);
+        // The child's record is never given back, which is meant: one for each command.
+        return child > 0 && look_at_child(child, WNOHANG, &info) ? exit_code_from(info) : 1;
+    }
+    Process process;
+    if (os_process_start(&process, cmd, show_console) != 0) {
+        return 1;
+    }
+    // With the child's ends open here the output would never end.
+    close(file_of(process.child_output));
+    close(file_of(process.child_input));
+    char chunk[4096];
+    for (;;) {
+        ssize_t count = read_some(file_of(process.output), chunk, sizeof(chunk));
+        if (count <= 0) {
+            break;
+        }
+        on_output.callback(on_output.context, {static_cast<uint64_t>(count), chunk});
+    }
+    // A child closes its output before the system knows how it ended.
+    uint8_t is_read = look_at_child(id_of(&process), 0, &info);
+    forget_child(id_of(&process));
+    if (!is_read) {
+        os_debug_print("%i\n", 2886);
+        return 1;
+    }
+    return exit_code_from(info); // this side's ends of the pipes stay open, which is meant
+}
+
+// ---- A child to talk with ----
+
+int32_t os_process_start(Process *process, Str cmd, uint8_t show_console) {
+    *process = {};
+    // A failure on the way leaves open what there is by then, which is meant.
+    if (!make_pipe(&process->output, &process->child_output) ||
+        !make_pipe(&process->child_input, &process->input)) {
+        return 1;
+    }
+    pid_t child =
+        start_command(cmd, file_of(process->child_input), file_of(process->child_output), show_console);
+    if (child < 0) {
+        return 1;
+    }
+    process->process_info[0] = static_cast<uint64_t>(child);
+    return 0;
+}
+
+int64_t os_process_write(Process *process, uint32_t count, const char *data) {
+    // Writing to nobody is an error to be returned, not a signal that ends this process.
+    sigset_t broken_pipe, before;
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &broken_pipe, &before);
+    int64_t done = 0;
+    while (done < count) {
+        ssize_t put = write(file_of(process->input), data + done, count - static_cast<uint64_t>(done));
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put < 0) {
+            if (errno == EPIPE && !sigismember(&before, SIGPIPE)) {
+                timespec no_time = {};
+                sigtimedwait(&broken_pipe, nullptr, &no_time);
+            }
+            done = -1;
+            break;
+        }
+        done += put;
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return done;
+}
+
+int64_t os_process_read(Process *process, uint32_t max, char *buffer) {
+    pollfd waiting = {file_of(process->output), POLLIN, 0};
+    int count;
+    do {
+        count = poll(&waiting, 1, 0);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0 || (count > 0 && !(waiting.revents & POLLIN))) {
+        return -1; // nobody is left who could write
+    }
+    return count == 0 ? 0 : read_some(waiting.fd, buffer, max);
+}
+
+uint8_t os_process_is_running(const Process *process) {
+    siginfo_t info;
+    return look_at_child(id_of(process), WNOHANG, &info) && info.si_pid == 0;
+}
+
+uint8_t os_process_wait_idle(const Process *) {
+    return 0;
+}
+
+int32_t os_process_kill(Process *process) {
+    if (os_process_is_running(process)) {
+        kill(id_of(process), SIGKILL);
+    }
+    forget_child(id_of(process));
+    close(file_of(process->child_output));
+    return close(file_of(process->child_input)) == 0;
+}
+
+// ---- Desktop ----
+
+int32_t os_shell_open(Str path) {
+    char *name = os_path_exists(path) ? static_cast<char *>(os_alloc(path.count + 1)) : nullptr;
+    if (!name) {
+        return 1;
+    }
+    memcpy(name, path.data, path.count);
+    name[path.count] = 0;
+    char program[] = "xdg-open";
+    char *words[] = {program, name, nullptr};
+    pid_t child = spawn(words, -1, -1, 0); // as for a command, its record is not given back
+    os_free(name);
+    return child > 0 ? 0 : 1;
+}
