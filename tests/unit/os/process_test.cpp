@@ -348,8 +348,12 @@ namespace {
 // Handles, or files, that this process holds open.
 int64_t open_handles() {
 #ifdef _WIN32
-    DWORD count = 0;
-    EXPECT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &count));
+    // Each is looked for, since not every system tells their number.
+    int64_t count = 0;
+    for (uintptr_t value = 4; value < 16384; value += 4) {
+        DWORD flags;
+        count += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != 0;
+    }
     return count;
 #else
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
@@ -393,7 +397,7 @@ TEST(Process, AnExitCodeThatCannotBeReadIsReportedAs2886) {
 #ifdef _WIN32
     // The child's handles are closed behind the call's back.
     ProcessOutput on_output = {[](void *, Str) {
-                                   for (uintptr_t value = 4; value < 65536; value += 4) {
+                                   for (uintptr_t value = 4; value < 16384; value += 4) {
                                        HANDLE handle = reinterpret_cast<HANDLE>(value);
                                        DWORD id = GetProcessId(handle);
                                        if (id != 0 && id != GetCurrentProcessId()) {
@@ -412,11 +416,8 @@ TEST(Process, AnExitCodeThatCannotBeReadIsReportedAs2886) {
 #endif
     fflush(stdout);
     std::string written = testing::internal::GetCapturedStdout();
-#ifdef _WIN32
-    EXPECT_EQ(written, "2886\r\n");
-#else
+    std::erase(written, '\r'); // the standard library's line end
     EXPECT_EQ(written, "2886\n");
-#endif
     EXPECT_EQ(code, 1u);
 }
 
@@ -510,7 +511,7 @@ TEST(Process, AChildThatEndsIsSeenToEnd) {
     char buffer[16];
     EXPECT_EQ(os_process_read(&child.process, sizeof(buffer), buffer), 0); // this side could still write
     EXPECT_NE(child.kill(), 0);
-    EXPECT_EQ(os_process_read(&child.process, sizeof(buffer), buffer), -1);
+    EXPECT_TRUE(comes_true([&] { return os_process_read(&child.process, sizeof(buffer), buffer) == -1; }));
 }
 
 TEST(Process, AKilledChildEnds) {
