@@ -3,7 +3,8 @@
 // A command line is one UTF-8 text: the program first, in double quotes when its path has blanks, then the
 // arguments as the C run-time splits them. It ends at its first zero byte. Windows converts it to UTF-16,
 // which may have 32,766 units, and looks a program without a folder up in its usual places; Linux splits it
-// by the same rules and looks along PATH. All operations run in the calling thread and show the user nothing.
+// by the same rules and looks along PATH. All operations run in the calling thread; no failure is reported
+// but by the result.
 //
 // show_console: 0 starts a console program without a console window; on Linux without the terminal, its
 // standard files leading nowhere unless they are pipes.
@@ -86,8 +87,8 @@ int32_t os_process_kill(Process *process);
 // ---- Desktop (each system) ----
 
 // Opens a file, or a folder in the file manager, as a double click on it does, without waiting for the
-// program. Returns 0, or 1 when the system refuses; on Linux, where xdg-open does it, when there is no such
-// path or no xdg-open.
+// program. Returns 0, or 1 when the system refuses: on Windows once the user has closed the system's own
+// message about it, on Linux, where xdg-open does the work, when there is no such path or no xdg-open.
 int32_t os_shell_open(Str path);
 
 static_assert(sizeof(Process) == 192 && offsetof(Process, input) == 8 && offsetof(Process, output) == 16 &&

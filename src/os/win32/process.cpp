@@ -149,7 +149,7 @@ int32_t os_shell_open(Str path) {
     }
     SHELLEXECUTEINFOW info = {};
     static_assert(sizeof(info) == 112);
-    info.cbSize = sizeof(info);
+    info.cbSize = sizeof(info); // no mask, which is meant: the system itself shows the user a failure
     info.lpVerb = L"open";
     info.lpFile = wide_path;
     info.nShow = SW_SHOWDEFAULT;

@@ -4,6 +4,7 @@
 
 #include <stdio.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -592,9 +593,50 @@ TEST(Process, TheRecordHoldsWhatTheChildWasStartedWith) {
 
 // ---- Desktop ----
 
+#ifdef _WIN32
+namespace {
+
+// Asks the windows of this process to close; returns whether there was one.
+bool close_boxes() {
+    bool is_found = false;
+    EnumWindows(
+        [](HWND window, LPARAM found) -> BOOL {
+            DWORD id = 0;
+            GetWindowThreadProcessId(window, &id);
+            if (id == GetCurrentProcessId() && IsWindowVisible(window)) {
+                PostMessageW(window, WM_CLOSE, 0, 0);
+                *reinterpret_cast<bool *>(found) = true;
+            }
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&is_found));
+    return is_found;
+}
+
+} // namespace
+
+TEST(Process, OpeningAPathThatIsNotThereFailsAndTheSystemSaysSo) {
+    TestTree tree;
+    std::string path = tree.path("missing.txt");
+    std::atomic<int32_t> result = -1;
+    std::thread opener([&] { result = os_shell_open(str_over(path)); });
+    EXPECT_TRUE(comes_true(close_boxes));
+    EXPECT_TRUE(comes_true([&] {
+        close_boxes();
+        return result != -1;
+    }));
+    opener.join();
+    EXPECT_EQ(result, 1);
+}
+#else
 TEST(Process, OpeningAPathThatIsNotThereFails) {
     TestTree tree;
     EXPECT_EQ(os_shell_open(str_over(tree.path("missing.txt"))), 1);
+}
+#endif
+
+TEST(Process, OpeningAPathLongerThanASystemTakesFails) {
+    EXPECT_EQ(os_shell_open(str_over(std::string(8388609, 'x'))), 1);
 }
 
 #ifdef _WIN32
