@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "os/files.h"
+#include "os/process.h"
 
 #ifdef _WIN32
 #include <fcntl.h>
@@ -98,10 +99,25 @@ int hold() {
 }
 
 #ifdef _WIN32
-// A window of the console's own that the user sees.
-int print_console_window() {
-    HWND window = GetConsoleWindow();
-    return print(window && IsWindowVisible(window) ? "window\n" : "no window\n");
+// Whether there is a window of the console's own that the user sees, after the given number of looks.
+int print_console_window(int looks) {
+    for (; looks > 0; looks--) {
+        HWND window = GetConsoleWindow();
+        if (window && IsWindowVisible(window)) {
+            return print("window\n");
+        }
+        Sleep(10);
+    }
+    return print("no window\n");
+}
+
+// Starts the rest of this program's command line, from its third argument on, and prints its output.
+int start(uint8_t show_console) {
+    const char *rest = strstr(GetCommandLineA(), " start ");
+    Str cmd = str_from(rest + strlen(" start 0 "));
+    return static_cast<int>(
+        os_run_process(cmd, {[](void *, Str chunk) { print(std::string(chunk.data, chunk.count)); }, nullptr},
+                       show_console));
 }
 
 // Waits for messages as a program with a window does.
@@ -154,8 +170,14 @@ int main(int count, char **arguments) {
         return hold();
     }
 #ifdef _WIN32
-    if (what == "console") {
-        return print_console_window();
+    if (what == "console_window") {
+        return print_console_window(50);
+    }
+    if (what == "await_console_window") {
+        return print_console_window(6000);
+    }
+    if (what == "start" && count > 3) {
+        return start(arguments[2][0] == '1');
     }
     if (what == "messages") {
         return wait_for_messages();
