@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "app/saved_lists.h"
 #include "app/scratch.h"
@@ -33,6 +34,19 @@ inline void empty_list(DynArray *list) {
         os_free(saved_entry_at(list, row)->text);
     }
     list->count = 0;
+}
+
+// Makes these the field's entries, those that are removed in parentheses.
+inline void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
+    empty_list(saved_list_of(field));
+    std::string file = "\n";
+    for (const std::string &entry : entries) {
+        file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
+    }
+    saved_list_load_contents(field, str_over(file), 0);
+    for (uint64_t row = 0; row < entries.size(); row++) {
+        saved_entry_at(saved_list_of(field), row)->in_use = entries[row][0] != '(';
+    }
 }
 
 // Empty fields and lists, a scratch arena, the settings' defaults, no font, no folder.

@@ -65,28 +65,6 @@ struct FrameScope : AppScope {
         }
     }
 
-    // Entries of a field's list, those in parentheses removed ones.
-    static void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
-        std::string file = "\n";
-        for (const std::string &entry : entries) {
-            file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
-        }
-        saved_list_load_contents(field, str_over(file), 0);
-        for (uint64_t i = 0; i < entries.size(); i++) {
-            saved_entry_at(saved_list_of(field), i)->in_use = entries[i][0] != '(';
-        }
-    }
-
-    // The carets, {anchor,caret} each.
-    static std::string carets() {
-        std::string text;
-        for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
-            text += "{" + std::to_string(field_carets()[i].anchor) + "," +
-                    std::to_string(field_carets()[i].caret) + "}";
-        }
-        return text;
-    }
-
     // What one of the lists' files holds; "none" when there is none.
     std::string file(const std::string &name) const {
         return std::filesystem::exists(tree.native(name)) ? bytes_of(tree.native(name)) : "none";

@@ -113,7 +113,7 @@ TEST(FramePicture, ADropDownWithLiveAndRemovedEntries) {
     FrameScope scope;
     set_field(path, "C:/src");
     scope.focus(path, {{0, 6}});
-    scope.set_entries(path, {"C:/src/gadgets", "(C:/old/project)", "C:/src/fjord", "(D:/backup)", "C:/src"});
+    set_entries(path, {"C:/src/gadgets", "(C:/old/project)", "C:/src/fjord", "(D:/backup)", "C:/src"});
     saved_lists.path_saved = 1;
     ui_state.dropdown_open = 1;
     expect_frame("frame_dropdown", {420, 160}, {150, 70});
@@ -124,7 +124,7 @@ TEST(FramePicture, ADropDownOfSrcWithTheMouseOnAButton) {
     set_field(path, "C:/src");
     set_field(query, "needle");
     scope.focus(query, {{0, 6}});
-    scope.set_entries(query, {"gjpqy", "(removed)", "last"});
+    set_entries(query, {"gjpqy", "(removed)", "last"});
     ui_state.dropdown_open = 1;
     expect_frame("frame_dropdown_button", {420, 160}, {14, 76});
 }
@@ -203,7 +203,7 @@ TEST(FramePicture, ADropDownOfLargeText) {
     scope.use_sizes(32, 35, 27);
     set_field(query, "needle");
     scope.focus(query, {{0, 6}});
-    scope.set_entries(query, {"gjpqy", "(Removed)", "last"});
+    set_entries(query, {"gjpqy", "(Removed)", "last"});
     ui_state.dropdown_open = 1;
     expect_frame("frame_dropdown_32", {420, 220}, {100, 150});
 }
@@ -242,7 +242,7 @@ TEST(FrameDraw, AFramebufferOfNoSizeIsLeftAlone) {
     scope.put_hits(30);
     search_state.search_busy = 1;
     for (uint8_t is_open : {uint8_t{0}, uint8_t{1}}) {
-        scope.set_entries(path, {"one"});
+        set_entries(path, {"one"});
         ui_state.dropdown_open = is_open;
         Framebuffer none = {};
         frame_draw(&none, {0, 0});
@@ -410,7 +410,7 @@ TEST(FrameDraw, AnOpenDropDownLeavesTheRestUndrawn) {
     FrameScope scope;
     set_field(query, "b");
     scope.focus(path, {});
-    scope.set_entries(path, {"one"});
+    set_entries(path, {"one"});
     scope.put_hits(30);
     search_state.search_busy = 1;
     ui_state.dropdown_open = 1;
@@ -430,7 +430,7 @@ TEST(FrameDraw, TheDropDownOfPathKeepsClicksFromSrc) {
     FrameScope scope;
     set_field(path, "abc");
     scope.focus(path, {});
-    scope.set_entries(path, {"one"});
+    set_entries(path, {"one"});
     ui_state.dropdown_open = 1;
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_RIGHT, {});
@@ -446,8 +446,8 @@ TEST(FrameDraw, TheDropDownOfPathKeepsClicksFromSrc) {
 TEST(FrameDraw, ARightClickGoesFromSrcsDropDownToPaths) {
     FrameScope scope;
     scope.focus(query, {});
-    scope.set_entries(query, {"hay"});
-    scope.set_entries(path, {"C:/one"});
+    set_entries(query, {"hay"});
+    set_entries(path, {"C:/one"});
     ui_state.dropdown_open = 1;
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_RIGHT, {});
@@ -466,7 +466,7 @@ TEST(FrameDraw, AClickOnOneFieldIsNoneOnTheOther) {
     ui_press(MOUSE_LEFT, {});
     frame_draw(&canvas.framebuffer, {100, 10});
     EXPECT_EQ(ui_state.focused_field, path);
-    EXPECT_EQ(scope.carets(), "{0,3}");
+    EXPECT_EQ(carets(), "{0,3}");
     ui_release(MOUSE_LEFT, {});
     ui_begin_frame();
     ui_press(MOUSE_LEFT, {});

@@ -81,7 +81,7 @@ struct Seen {
 Seen see(const FrameScope &scope) {
     return {text_of(*path),
             text_of(*query),
-            scope.carets(),
+            carets(),
             scope.file("saved_paths.txt"),
             scope.file("saved_queries.txt"),
             published()};
@@ -93,14 +93,14 @@ Seen see(const FrameScope &scope) {
 
 TEST(InputTyping, EditsTheFocusedFieldWritesItsFileAndStartsASearch) {
     FrameScope scope;
-    scope.set_entries(path, {"C:/kept", "(removed)"});
-    scope.set_entries(query, {"hay"});
+    set_entries(path, {"C:/kept", "(removed)"});
+    set_entries(query, {"hay"});
     for (StrBuf *field : {path, query}) {
         scope.focus(field, {{0, 0}});
         settle();
         type('a');
         EXPECT_EQ(text_of(*field), "a");
-        EXPECT_EQ(scope.carets(), "{1,1}");
+        EXPECT_EQ(carets(), "{1,1}");
         EXPECT_EQ(published(), 1);
         EXPECT_EQ(scope.file("saved_paths.txt"), "a\r\nC:/kept");
         EXPECT_EQ(scope.file("saved_queries.txt"), field == path ? "none" : "a\r\nhay");
@@ -121,7 +121,7 @@ TEST(InputTyping, RewritesTheFileWithEachCharacter) {
 
 TEST(InputTyping, UpdatesTheFocusedFieldsMark) {
     FrameScope scope;
-    scope.set_entries(query, {"ab"});
+    set_entries(query, {"ab"});
     scope.focus(query, {{0, 0}});
     type('a');
     EXPECT_EQ(saved_lists.query_saved, 0);
@@ -140,13 +140,13 @@ TEST(InputTyping, ABlankAtTheEndOfAPathIsGoneAtOnceAndTheCaretStaysInside) {
     settle();
     type(' '); // that it cannot be typed is meant
     EXPECT_EQ(text_of(*path), "C:/Program");
-    EXPECT_EQ(scope.carets(), "{10,10}");
+    EXPECT_EQ(carets(), "{10,10}");
     EXPECT_EQ(published(), 1);
     EXPECT_EQ(scope.file("saved_paths.txt"), "C:/Program");
     type('"');
     key(KEY_BACKSPACE);
     EXPECT_EQ(text_of(*path), "C:/Progra");
-    EXPECT_EQ(scope.carets(), "{9,9}");
+    EXPECT_EQ(carets(), "{9,9}");
 
     // In a query it stays, and so do a backslash and a quote.
     scope.focus(query, {{0, 0}});
@@ -154,7 +154,7 @@ TEST(InputTyping, ABlankAtTheEndOfAPathIsGoneAtOnceAndTheCaretStaysInside) {
         type(static_cast<uint8_t>(c));
     }
     EXPECT_EQ(text_of(*query), "a \\\" ");
-    EXPECT_EQ(scope.carets(), "{5,5}");
+    EXPECT_EQ(carets(), "{5,5}");
 }
 
 TEST(InputTyping, ABackslashInAPathBecomesASlash) {
@@ -164,7 +164,7 @@ TEST(InputTyping, ABackslashInAPathBecomesASlash) {
         type(static_cast<uint8_t>(c));
     }
     EXPECT_EQ(text_of(*path), "C:/x/");
-    EXPECT_EQ(scope.carets(), "{5,5}");
+    EXPECT_EQ(carets(), "{5,5}");
 }
 
 TEST(InputTyping, CleaningAPathClampsEveryCaret) {
@@ -177,7 +177,7 @@ TEST(InputTyping, CleaningAPathClampsEveryCaret) {
     scope.focus(path, {{2, 2}, {6, 6}});
     type(' ');
     EXPECT_EQ(text_of(*path), "");
-    EXPECT_EQ(scope.carets(), "{0,0}{0,0}");
+    EXPECT_EQ(carets(), "{0,0}{0,0}");
 }
 
 TEST(InputTyping, TabAndLineFeedCharactersAreNone) {
@@ -231,7 +231,7 @@ TEST(InputTyping, AKeyThatOnlyMovesTheCaretSearchesForNothing) {
     scope.focus(query, {{1, 1}});
     settle();
     key(KEY_RIGHT);
-    EXPECT_EQ(scope.carets(), "{2,2}");
+    EXPECT_EQ(carets(), "{2,2}");
     key(KEY_END);
     key(KEY_RIGHT, KEY_REPEATED);
     key(KEY_RIGHT, KEY_RELEASED);
@@ -255,7 +255,7 @@ TEST(InputTyping, ARepeatedBackspaceGoesOnAndItsReleaseDoesNothing) {
 
 TEST(InputTyping, ABackspaceThatRemovesNothingSearchesAndWritesAllTheSame) {
     FrameScope scope;
-    scope.set_entries(query, {"hay"});
+    set_entries(query, {"hay"});
     scope.focus(query, {{0, 0}});
     settle();
     key(KEY_BACKSPACE); // that is meant
@@ -284,7 +284,7 @@ TEST(InputTyping, WithoutMemoryTheTextStaysAndIsSearchedForAgain) {
         type('a');
     }
     EXPECT_EQ(text_of(*query), std::string(1024, 'x'));
-    EXPECT_EQ(scope.carets(), "{1024,1024}");
+    EXPECT_EQ(carets(), "{1024,1024}");
     EXPECT_EQ(published(), 1);
     EXPECT_EQ(scope.file("saved_queries.txt"), "none");
 }
@@ -330,7 +330,7 @@ TEST(InputKeys, CtrlIsKnownToTheEditorFromTheSameEvents) {
     scope.focus(query, {{1, 1}});
     key(KEY_CTRL);
     key(KEY_A);
-    EXPECT_EQ(scope.carets(), "{0,3}");
+    EXPECT_EQ(carets(), "{0,3}");
 }
 
 TEST(InputFocus, ItsLossReleasesAllThatIsDown) {

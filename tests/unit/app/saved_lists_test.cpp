@@ -37,19 +37,6 @@ std::string contents(const StrBuf *field) {
     return bytes;
 }
 
-// Gives a field's list these entries, those in parentheses as removed ones.
-void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
-    empty_list(saved_list_of(field));
-    std::string file = "\n";
-    for (const std::string &entry : entries) {
-        file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
-    }
-    saved_list_load_contents(field, str_over(file), 0);
-    for (uint64_t row = 0; row < entries.size(); row++) {
-        saved_entry_at(saved_list_of(field), row)->in_use = entries[row][0] != '(';
-    }
-}
-
 std::vector<std::string> removed_entries(int count) {
     std::vector<std::string> entries;
     for (int i = 1; i <= count; i++) {

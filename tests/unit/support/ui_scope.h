@@ -1,6 +1,8 @@
 // The interface's state for a test.
 #pragma once
 
+#include <string>
+
 #include "os/memory.h"
 #include "ui/line_editor.h"
 #include "ui/ui_state.h"
@@ -24,3 +26,13 @@ public:
 private:
     UiState outer;
 };
+
+// The carets, {anchor,caret} each.
+inline std::string carets() {
+    std::string text;
+    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+        text += "{" + std::to_string(field_carets()[i].anchor) + "," +
+                std::to_string(field_carets()[i].caret) + "}";
+    }
+    return text;
+}

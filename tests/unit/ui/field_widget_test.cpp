@@ -119,18 +119,6 @@ struct Fields : SearchScope {
         dynarray_push(&results_store.matching_folders, sizeof(Str), &entry);
     }
 
-    // Entries of a field's list, those in parentheses removed ones.
-    static void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
-        std::string file = "\n";
-        for (const std::string &entry : entries) {
-            file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
-        }
-        saved_list_load_contents(field, str_over(file), 0);
-        for (uint64_t i = 0; i < entries.size(); i++) {
-            saved_entry_at(saved_list_of(field), i)->in_use = entries[i][0] != '(';
-        }
-    }
-
     static void focus(StrBuf *field, int32_t anchor = 0, int32_t caret = 0) {
         ui_state.focused_field = field;
         field_set_single_caret(anchor, caret);
@@ -174,16 +162,6 @@ struct Fields : SearchScope {
         draw(field, mouse);
     }
 };
-
-// The carets, {anchor,caret} each.
-std::string carets() {
-    std::string text;
-    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
-        text += "{" + std::to_string(field_carets()[i].anchor) + "," +
-                std::to_string(field_carets()[i].caret) + "}";
-    }
-    return text;
-}
 
 // A table of results that a published request empties.
 void put_a_hit() {
@@ -390,7 +368,7 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
     Fields fields;
     set_field(path, "C:/src/a");
     fields.complete("abc");
-    fields.set_entries(path, {"one", "(two)"});
+    set_entries(path, {"one", "(two)"});
     fields.focus(path, 2, 5);
     ui_state.dropdown_open = 1;
     for (int32_t width : {0, 1, 5, 6, 7, 20, 60}) {
@@ -639,7 +617,7 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
     Fields fields;
     set_field(path, "C:/src");
     set_field(query, "needle");
-    fields.set_entries(path, {"one"});
+    set_entries(path, {"one"});
     const struct {
         StrBuf *field;
         uint8_t is_open;
@@ -728,7 +706,7 @@ TEST(FieldClick, ARightClickOnTheSaveButtonIsOneOnTheRow) {
 TEST(SaveButton, AddsTheTextWritesTheFileAndMarksTheFocusedField) {
     Fields fields;
     set_field(query, "needle");
-    fields.set_entries(query, {"one", "(two)"});
+    set_entries(query, {"one", "(two)"});
     fields.focus(query, 0, 6);
     fields.click(query, on_save);
     EXPECT_EQ(entries_of(saved_lists.queries), "one|(two)|needle");
@@ -764,7 +742,7 @@ TEST(SaveButton, SavesNoEmptyText) {
 TEST(SaveButton, BringsARemovedEntryBackWithoutWritingOrMarking) {
     Fields fields;
     set_field(query, "two");
-    fields.set_entries(query, {"one", "(two)"});
+    set_entries(query, {"one", "(two)"});
     fields.focus(query);
     fields.click(query, on_save);
     EXPECT_EQ(entries_of(saved_lists.queries), "one|two");
@@ -776,7 +754,7 @@ TEST(SaveButton, BringsARemovedEntryBackWithoutWritingOrMarking) {
 TEST(SaveButton, OfASavedTextChangesNothing) {
     Fields fields;
     set_field(query, "one");
-    fields.set_entries(query, {"one", "(two)"});
+    set_entries(query, {"one", "(two)"});
     fields.focus(query);
     saved_lists.query_saved = 1;
     fields.click(query, on_save);
@@ -788,7 +766,7 @@ TEST(SaveButton, OfASavedTextChangesNothing) {
 TEST(SaveButton, OfASavedTextWithARemovedTwinWritesTheFile) {
     Fields fields;
     set_field(query, "one");
-    fields.set_entries(query, {"one", "(one)"});
+    set_entries(query, {"one", "(one)"});
     fields.focus(query);
     saved_lists.query_saved = 1;
     fields.click(query, on_save);
@@ -805,7 +783,7 @@ TEST(SaveButton, DeletesTheFirstOf21RemovedEntriesForGood) {
         entries.push_back("(r" + std::to_string(i) + ")");
         rest += i > 1 ? "|(r" + std::to_string(i) + ")" : "";
     }
-    fields.set_entries(query, entries);
+    set_entries(query, entries);
     set_field(query, "new");
     fields.focus(query);
     fields.click(query, on_save);
@@ -1051,7 +1029,7 @@ TEST(DropDown, AClickOnTheFieldAboveClosesItInTheNextFrame) {
 TEST(DropDown, ARightClickOnSrcOpensItsOwn) {
     Fields fields;
     set_field(query, "needle");
-    fields.set_entries(query, {"hay", "needle"});
+    set_entries(query, {"hay", "needle"});
     fields.focus(path);
     fields.click(query, on_row, MOUSE_RIGHT);
     EXPECT_EQ(fields.cursor.stop, 0);
