@@ -72,22 +72,6 @@ const Placeholder *placeholder_at(const char *text, uint64_t count) {
     return nullptr;
 }
 
-// Hit numbers are stored without a sign and printed with one, which is meant: 2^31 and more become negative.
-// Returns the digits, in the caller's digits.
-Str decimal(uint32_t stored, char (&digits)[12]) {
-    int64_t number = static_cast<int32_t>(stored);
-    uint64_t rest = static_cast<uint64_t>(number < 0 ? -number : number);
-    uint64_t at = sizeof(digits);
-    do {
-        digits[--at] = static_cast<char>('0' + rest % 10);
-        rest /= 10;
-    } while (rest > 0);
-    if (number < 0) {
-        digits[--at] = '-';
-    }
-    return {sizeof(digits) - at, digits + at};
-}
-
 // ---- The text with a gap ----
 
 struct GapText {
@@ -162,7 +146,9 @@ void insert_backslashed(GapText *text, Str folder) {
 
 void replace(GapText *text, const Placeholder &placeholder, const FileEntry &file, const ResultRecord &hit) {
     text->ahead -= placeholder.count;
-    char digits[12];
+    // Hit numbers are stored without a sign and printed with one, which is meant: 2^31 and more become
+    // negative.
+    char digits[11];
     uint32_t number = 0;
     switch (placeholder.meaning) {
     case FILE_NAME:
@@ -185,7 +171,7 @@ void replace(GapText *text, const Placeholder &placeholder, const FileEntry &fil
         number = hit.byte_offset;
         break;
     }
-    if (!insert_done(text, decimal(number, digits))) {
+    if (!insert_done(text, str_from_number(static_cast<int32_t>(number), digits))) {
         pass_byte(text); // likewise
     }
 }

@@ -1,5 +1,6 @@
 #include "app/frame.h"
 
+#include "app/results_view.h"
 #include "app/saved_lists.h"
 #include "app/scratch.h"
 #include "app/settings.h"
@@ -38,30 +39,29 @@ void draw_outline(Framebuffer *framebuffer, Rect rect, int32_t thickness, uint32
     fill(framebuffer, {rect.x + rect.width - thickness, rect.y, thickness, rect.height}, colour);
 }
 
-// Draws the names of a table of folders, a row each, from y on to the framebuffer's lower edge. Returns the y
-// below the last one.
-int32_t draw_folder_rows(Framebuffer *framebuffer, int32_t y, const DynArray *table, uint32_t colour) {
-    TableRows rows = table_rows(table);
-    for (uint64_t i = 0; i < rows.count && y < framebuffer->height; i++) {
-        // The worker may replace the row at any time: one copy, of which each half is looked at once.
-        Str name = reinterpret_cast<const Str *>(rows.data)[i];
-        if (name.data) {
-            draw_text(framebuffer, {10, y + settings.text_y_offset}, settings.font_size, settings.font_size,
-                      colour, name);
+// Draws the names of a table of folders, a row each, from the cursor on to the framebuffer's lower edge, and
+// moves the cursor below them.
+void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_t colour,
+                      LayoutCursor *cursor) {
+    uint64_t count = folders->count;
+    for (uint64_t i = 0; i < count && cursor->y < framebuffer->height; i++) {
+        Str name;
+        if (results_folder_at(folders, i, &name)) {
+            draw_text(framebuffer, {10, cursor->y + cursor->text_y_offset}, cursor->font_size,
+                      cursor->font_size, colour, name);
         }
-        y += settings.line_height;
+        cursor->y += cursor->line_height;
     }
-    return y;
 }
 
 // The results' place among all of them. Drawn when they are at least as tall as the list area.
-void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top) {
+void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit) {
     int64_t area = framebuffer->height - list_top;
     int64_t content = static_cast<int64_t>(results_store.hit_table.count) * settings.line_height;
     if (area <= 0 || area > content) {
         return; // an area of no height shows nothing
     }
-    int64_t scrolled = int64_t{search_state.results_scroll} * settings.line_height;
+    int64_t scrolled = int64_t{first_visible_hit} * settings.line_height;
     int32_t height = static_cast<int32_t>(area);
     int32_t length = static_cast<int32_t>(area * area / content);
     length = length > 1 ? length : 1;      // there is always something to see
@@ -105,10 +105,11 @@ void frame_draw(Framebuffer *framebuffer, Point mouse) {
         draw_outline(framebuffer, {0, list_top, framebuffer->width, framebuffer->height - list_top}, 2,
                      busy_colour);
     }
-    int32_t y =
-        draw_folder_rows(framebuffer, list_top, &results_store.matching_folders, matching_folder_colour);
-    draw_folder_rows(framebuffer, y, &results_store.other_folders, other_folder_colour);
-    draw_scroll_bar(framebuffer, list_top);
+    draw_folder_rows(framebuffer, &results_store.matching_folders, matching_folder_colour, &cursor);
+    draw_folder_rows(framebuffer, &results_store.other_folders, other_folder_colour, &cursor);
+    int32_t first_visible_hit = search_state.results_scroll; // once: the worker may set it to 0 meanwhile
+    results_view(framebuffer, first_visible_hit, &cursor);
+    draw_scroll_bar(framebuffer, list_top, first_visible_hit);
 }
 
 // ---- The loop ----

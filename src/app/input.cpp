@@ -1,23 +1,49 @@
 #include "app/input.h"
 
+#include "app/results_view.h"
 #include "app/saved_lists.h"
+#include "os/files.h"
+#include "os/process.h"
+#include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/line_editor.h"
 #include "ui/ui_state.h"
 
 namespace {
 
-// Hands an event to the focused field's editor, and takes the consequences of a changed text.
-void edit(const WindowEvent *event) {
-    StrBuf *field = ui_state.focused_field;
+// What follows from a change of the focused field's text.
+void take_change(StrBuf *field) {
+    saved_lists_update_mark(field); // cleans a path, which may get shorter
+    field_clamp_carets(field);
+    saved_list_write(field);
+    publish_request();
+}
+
+// Hands an event to the focused field's editor.
+void edit(StrBuf *field, const WindowEvent *event) {
     uint8_t handled = 0, text_changed = 0;
     field_handle_key(field, event, &handled, &text_changed);
     if (text_changed) {
-        saved_lists_update_mark(field); // cleans a path, which may get shorter
-        field_clamp_carets(field);
-        saved_list_write(field);
-        publish_request();
+        take_change(field);
     }
+}
+
+// Makes the first folder that goes on as the path does the path's last part.
+void complete_path(StrBuf *field) {
+    Str folder;
+    if (field != &search_state.path || !results_folder_at(&results_store.matching_folders, 0, &folder) ||
+        !set_field_end(field, str_name_start(strbuf_text(field)), folder)) {
+        return;
+    }
+    int32_t end = field_text_end(field);
+    field_set_single_caret(end, end);
+    take_change(field);
+}
+
+// The text that gets the focus is wholly selected. An open drop-down is the other field's from then on.
+void focus_other_field(const StrBuf *field) {
+    ui_state.focused_field = field == &search_state.path ? &search_state.query : &search_state.path;
+    field_set_single_caret(0, field_text_end(ui_state.focused_field));
 }
 
 void handle_button(const ButtonPayload &button) {
@@ -37,15 +63,28 @@ void handle_key(const WindowEvent *event) {
             ui_press(event->key.code, ui_pointer_position());
         }
     }
-    if (ui_state.focused_field) {
-        edit(event);
+    StrBuf *field = ui_state.focused_field;
+    if (!field) {
+        return;
+    }
+    // Fresh presses only: what is held is the editor's, which knows neither key.
+    uint16_t pressed = event->key.state == KEY_PRESSED ? event->key.code : 0;
+    if (pressed == KEY_ENTER) {
+        complete_path(field);
+    } else if (pressed == KEY_TAB) {
+        focus_other_field(field);
+    } else {
+        edit(field, event);
+    }
+    if (pressed == KEY_ESCAPE) {
+        os_shell_open(os_exe_folder()); // where settings.txt and the saved lists are
     }
 }
 
 void handle_character(const WindowEvent *event) {
     // Tab and Enter act as keys only. Escape's character is typed, and that is meant.
     if (ui_state.focused_field && event->character.unit != '\t' && event->character.unit != '\n') {
-        edit(event);
+        edit(ui_state.focused_field, event);
     }
 }
 
@@ -61,6 +100,7 @@ void input_handle_event(const WindowEvent *event) {
         break;
     case EVENT_MOUSE_WHEEL:
         ui_wheel_turned(event->wheel.direction, event->wheel.position);
+        results_scroll_by(event->wheel.direction, event->window->client_size.height);
         break;
     case EVENT_KEY:
         handle_key(event);

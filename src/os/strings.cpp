@@ -12,6 +12,28 @@ uint8_t str_equal(Str a, Str b) {
     return a.count == b.count && (a.count == 0 || memcmp(a.data, b.data, a.count) == 0);
 }
 
+uint64_t str_name_start(Str path) {
+    uint64_t start = path.count;
+    while (start > 0 && path.data[start - 1] != '/') {
+        start--;
+    }
+    return start;
+}
+
+Str str_from_number(int32_t number, char (&digits)[11]) {
+    int64_t wide = number;
+    uint64_t rest = static_cast<uint64_t>(wide < 0 ? -wide : wide);
+    uint64_t at = sizeof(digits);
+    do {
+        digits[--at] = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    } while (rest > 0);
+    if (number < 0) {
+        digits[--at] = '-';
+    }
+    return {sizeof(digits) - at, digits + at};
+}
+
 Str str_cut_to_folder(Str path) {
     uint64_t end = 0;
     for (uint64_t i = 0; i < path.count; i++) {

@@ -25,6 +25,12 @@ Str str_from(const char *text);
 // Whether both hold the same bytes.
 uint8_t str_equal(Str a, Str b);
 
+// Where the text behind the last '/' begins, as a byte offset; 0 when there is no '/'.
+uint64_t str_name_start(Str path);
+
+// A number in decimal, with a '-' when it is negative. The text lies in the caller's digits.
+Str str_from_number(int32_t number, char (&digits)[11]);
+
 // The text with every '\' turned into '/', in place, and cut behind its last '/'; unchanged when it has none.
 // The byte behind the cut becomes zero.
 Str str_cut_to_folder(Str path);

@@ -56,3 +56,35 @@ TableRows table_rows(const DynArray *table) {
     char *data = table->data;
     return {data ? count : 0, data};
 }
+
+namespace {
+
+// Copies a row, word by word, so that the compiler keeps the copy where it stands. Returns 0 when there is no
+// such row.
+uint8_t copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *copy) {
+    TableRows rows = table_rows(table);
+    if (row >= rows.count) {
+        return 0;
+    }
+    const volatile uint64_t *from = reinterpret_cast<const volatile uint64_t *>(rows.data + row * elem_size);
+    uint64_t *to = static_cast<uint64_t *>(copy);
+    for (uint64_t i = 0; i < elem_size / sizeof(uint64_t); i++) {
+        to[i] = from[i];
+    }
+    return 1;
+}
+
+} // namespace
+
+uint8_t results_hit_at(uint64_t row, ResultRecord *hit, FileEntry *file) {
+    // Rows are written over only after requests_taken has gone up.
+    uint32_t taken = search_state.requests_taken;
+    return copy_row(&results_store.hit_table, row, sizeof(*hit), hit) &&
+           copy_row(&results_store.file_table, hit->file_index, sizeof(*file), file) &&
+           taken == search_state.requests_taken;
+}
+
+uint8_t results_folder_at(const DynArray *folders, uint64_t row, Str *name) {
+    uint32_t taken = search_state.requests_taken;
+    return copy_row(folders, row, sizeof(*name), name) && taken == search_state.requests_taken;
+}

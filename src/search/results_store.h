@@ -62,6 +62,12 @@ struct TableRows {
 };
 TableRows table_rows(const DynArray *table);
 
+// Interface: copies of rows, each whole and all of one search, though the worker may be writing the next
+// one's over them. Their texts lie in the arena, of which nothing is freed; the bytes may become those of the
+// next search. Return 0 when a row is not there or no longer there.
+uint8_t results_hit_at(uint64_t row, ResultRecord *hit, FileEntry *file); // and the file that the hit is in
+uint8_t results_folder_at(const DynArray *folders, uint64_t row, Str *name); // folders: one of the two tables
+
 static_assert(sizeof(FileEntry) == 32 && offsetof(FileEntry, name) == 16);
 static_assert(sizeof(ResultRecord) == 40 && offsetof(ResultRecord, kind) == 0 &&
               offsetof(ResultRecord, file_index) == 4 && offsetof(ResultRecord, line) == 8 &&

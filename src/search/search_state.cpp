@@ -13,21 +13,27 @@ SearchState search_state = {
     .request_pending = 1,
     .search_busy = 0,
     .worker_pass = 0,
+    .requests_taken = 0,
     .results_dirty = 0,
     .results_scroll = 0,
 };
 
 uint8_t set_field_text(StrBuf *field, Str text) {
-    uint64_t more = text.count > field->count ? text.count - field->count : 0;
+    return set_field_end(field, 0, text);
+}
+
+uint8_t set_field_end(StrBuf *field, uint64_t start, Str end) {
+    uint64_t count = start + end.count;
+    uint64_t more = count > field->count ? count - field->count : 0;
     if (!strbuf_make_room(field, more, &search_state.retired_text)) {
         return 0;
     }
     char *data = field->data;
-    if (text.count > 0) {
-        memcpy(data, text.data, text.count);
+    if (end.count > 0) {
+        memcpy(data + start, end.data, end.count);
     }
-    data[text.count] = 0;
-    field->count = text.count;
+    data[count] = 0;
+    field->count = count;
     return 1;
 }
 
@@ -48,6 +54,8 @@ Str take_request() {
     results_store.matching_folders.count = 0;
     results_store.other_folders.count = 0;
     search_state.results_scroll = 0;
+    // Rows of the old results are written over from here on.
+    search_state.requests_taken = search_state.requests_taken + 1;
     release_retired(&results_store.retired);
     // results_dirty stays as it is, which is meant: the interface set it when it published.
     return path;

@@ -23,6 +23,7 @@ struct SearchState {
     // worker writes, interface reads
     volatile uint8_t search_busy;  // 1 while a content search walks
     volatile uint32_t worker_pass; // goes up at each turn of the poll loop; 0 until the worker thread starts
+    volatile uint32_t requests_taken; // goes up with each request, once the old results are no longer counted
 
     // both write
     volatile uint8_t
@@ -37,6 +38,9 @@ extern SearchState search_state;
 // for it. text may not lie in the field itself. The search that reads the field meanwhile is not cancelled:
 // that takes a request.
 uint8_t set_field_text(StrBuf *field, Str text);
+
+// The same for what stands behind the first start bytes, which the field has and keeps.
+uint8_t set_field_end(StrBuf *field, uint64_t start, Str end);
 
 // Interface: wants a new search of the texts as they are now. The list of hits empties at once.
 void publish_request();

@@ -26,18 +26,14 @@ void search_contents(Str folder) {
 
 // Splits the path into a folder and the start of a name; returns 0 when it has no folder part.
 uint8_t split_path(Str path, Str *folder, Str *prefix) {
-    uint64_t end = path.count;
-    if (end > 0 && path.data[end - 1] == '/') {
+    uint64_t end = str_name_start(path);
+    *prefix = {path.count - end, path.data + end};
+    if (prefix->count == 0) {
         while (end > 0 && path.data[end - 1] == '/') {
             end--;
         }
-        *prefix = {};
-    } else {
-        while (end > 0 && path.data[end - 1] != '/') {
-            end--;
-        }
-        *prefix = {path.count - end, path.data + end};
-        end = end > 0 ? end - 1 : 0; // without the '/'
+    } else if (end > 0) {
+        end--; // the '/'
     }
     *folder = {end, path.data};
     return end > 0;

@@ -119,18 +119,13 @@ void draw_carets(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t t
 // What of the first completion is not typed yet. The path's completions are shown on either field: that is
 // meant.
 Str completion_tail(Str text) {
-    TableRows rows = table_rows(&results_store.matching_folders);
-    if (rows.count == 0) {
+    Str name;
+    if (!results_folder_at(&results_store.matching_folders, 0, &name)) {
         return {};
     }
-    // The worker may replace the row at any time: one copy, of which each half is looked at once.
-    Str name = reinterpret_cast<const Str *>(rows.data)[0];
-    uint64_t typed = 0;
-    while (typed < text.count && text.data[text.count - 1 - typed] != '/') {
-        typed++;
-    }
+    uint64_t typed = text.count - str_name_start(text);
     uint64_t skipped = typed < name.count ? typed : name.count;
-    return name.data ? Str{name.count - skipped, name.data + skipped} : Str{};
+    return {name.count - skipped, name.data + skipped};
 }
 
 } // namespace

@@ -58,6 +58,28 @@ struct FrameScope : AppScope {
         }
     }
 
+    // A file of which hits follow.
+    static void put_file(const char *in_folder, const char *name) {
+        FileEntry file = {str_from(in_folder), str_from(name)};
+        dynarray_push(&results_store.file_table, sizeof(file), &file);
+        ResultRecord header = {};
+        header.kind = RESULT_FILE_HEADER;
+        header.file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
+        dynarray_push(&results_store.hit_table, sizeof(header), &header);
+    }
+
+    // A hit in the last file.
+    static void put_hit(uint32_t line, const char *text, uint32_t column = 1, uint32_t byte_offset = 0) {
+        ResultRecord hit = {};
+        hit.file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
+        hit.line = line;
+        hit.column = column;
+        hit.byte_offset = byte_offset;
+        hit.text = str_from(text);
+        dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
+    }
+
+    // Hits of a file that is not there, of which nothing is seen but the scroll bar.
     static void put_hits(int count) {
         for (int i = 0; i < count; i++) {
             ResultRecord hit = {};

@@ -284,7 +284,7 @@ TEST(FrameDraw, TheFieldsAreARowEachFromTheTop) {
 TEST(FrameDraw, FoldersAreRowsBelowTheFieldsMatchingOnesFirst) {
     FrameScope scope;
     scope.put_folders({"one", "two"}, {"three", "", "five"});
-    Str gone = {3, nullptr};
+    Str gone = {}; // without memory for its name
     dynarray_push(&results_store.other_folders, sizeof(Str), &gone);
     scope.put_folders({}, {"seven"});
     Canvas drawn(200, 150, unpainted), plain(200, 150, unpainted);

@@ -41,8 +41,11 @@ void pointer(uint8_t type, Point position) {
 }
 
 void wheel(int32_t direction) {
+    PlatformWindow window = {};
+    window.client_size = {1000, 600};
     WindowEvent event = {};
     event.type = EVENT_MOUSE_WHEEL;
+    event.window = &window;
     event.wheel = {{7, 8}, direction};
     input_handle_event(&event);
 }

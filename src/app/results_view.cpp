@@ -1,0 +1,106 @@
+#include "app/results_view.h"
+
+#include "actions/command_template.h"
+#include "app/saved_lists.h"
+#include "app/scratch.h"
+#include "app/settings.h"
+#include "render/text.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+
+namespace {
+
+constexpr uint32_t file_name_colour = 0xFFFFFF00;
+constexpr uint32_t folder_colour = 0xFF7F7F7F;
+constexpr uint32_t line_number_colour = 0xFF00FFFF;
+constexpr uint32_t line_colour = 0xFFFFFFFF;
+constexpr uint32_t hovered_line_colour = 0xFF00FF00;
+
+// Draws text in the cursor's row. Returns its width.
+int32_t draw_in_row(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
+                    Str text) {
+    return static_cast<int32_t>(draw_text(framebuffer, {x, cursor->y + cursor->text_y_offset},
+                                          cursor->font_size, cursor->font_size, colour, text));
+}
+
+void header_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
+                uint64_t hidden_folder_bytes) {
+    int32_t x = 10;
+    x += draw_in_row(framebuffer, cursor, x, file_name_colour, file.name);
+    x += cursor->font_size / 2;
+    uint64_t hidden = hidden_folder_bytes < file.folder.count ? hidden_folder_bytes : file.folder.count;
+    draw_in_row(framebuffer, cursor, x, folder_colour,
+                {file.folder.count - hidden, file.folder.data + hidden});
+    cursor->y += cursor->line_height;
+}
+
+// Runs what a click in this frame asks for, at most once a frame: the cursor remembers.
+void click(LayoutCursor *cursor, const FileEntry &file, const ResultRecord &hit) {
+    uint8_t is_left = ui_went_down(MOUSE_LEFT);
+    if (cursor->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
+        return;
+    }
+    cursor->click_consumed = 1;
+    if (row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
+        expand_command(&file, &hit);
+    }
+}
+
+// ":12 ", the number with its sign, which is meant: 2^31 and more are negative.
+Str line_prefix(uint32_t line) {
+    char digits[11];
+    Str number = str_from_number(static_cast<int32_t>(line), digits);
+    if (!row_text_set(str_from(":"))) {
+        return {};
+    }
+    strbuf_append(&row_text, number.count, number.data);
+    strbuf_append(&row_text, 1, " ");
+    return strbuf_text(&row_text);
+}
+
+void line_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
+              const ResultRecord &hit) {
+    int32_t x = 30;
+    x += draw_in_row(framebuffer, cursor, x, line_number_colour, line_prefix(hit.line));
+    // The x is not asked for, which is meant: the scroll bar belongs to the rows.
+    uint8_t is_hovered = cursor->mouse.y >= cursor->y && cursor->mouse.y < cursor->y + cursor->line_height;
+    draw_in_row(framebuffer, cursor, x, is_hovered ? hovered_line_colour : line_colour, hit.text);
+    if (is_hovered) {
+        click(cursor, file, hit);
+    }
+    cursor->y += cursor->line_height;
+}
+
+} // namespace
+
+void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCursor *cursor) {
+    uint64_t hidden_folder_bytes =
+        settings.show_full_paths ? 0 : results_hidden_folder_bytes(strbuf_text(&search_state.path));
+    uint64_t first = static_cast<uint64_t>(first_visible_hit);
+    for (uint64_t i = first; i < results_store.hit_table.count && cursor->y < framebuffer->height; i++) {
+        ResultRecord hit;
+        FileEntry file;
+        if (!results_hit_at(i, &hit, &file)) {
+            cursor->y += cursor->line_height; // what a search that has just ended left: nothing is shown
+            continue;
+        }
+        if (i == first || hit.kind == RESULT_FILE_HEADER) {
+            header_row(framebuffer, cursor, file, hidden_folder_bytes);
+        }
+        if (hit.kind == RESULT_HIT) {
+            line_row(framebuffer, cursor, file, hit);
+        }
+    }
+}
+
+void results_scroll_by(int32_t direction, int32_t client_height) {
+    int32_t step = static_cast<int32_t>(client_height * 0.2 / settings.line_height);
+    int64_t scroll = search_state.results_scroll - int64_t{direction} * (step > 1 ? step : 1);
+    scroll = scroll < INT32_MAX ? scroll : INT32_MAX;
+    search_state.results_scroll = static_cast<int32_t>(scroll > 0 ? scroll : 0);
+}
+
+uint64_t results_hidden_folder_bytes(Str path) {
+    // The field keeps its text as it is typed. One that the scratch arena does not hold hides nothing.
+    return str_name_start(path_clean(scratch_join(path, {}), 0));
+}
