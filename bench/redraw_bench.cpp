@@ -1,5 +1,5 @@
-// The program's own frame, redrawn as a key press makes it: two fields and rows of folders down to the lower
-// edge of a window of 1000 x 921 pixels. Nothing is presented.
+// The program's own frame, redrawn as a key press or a step of the wheel makes it: two fields, and rows of
+// folders or of hits down to the lower edge of a window of 1000 x 921 pixels. Nothing is presented.
 #include <benchmark/benchmark.h>
 
 #include <stdio.h>
@@ -34,15 +34,16 @@ void set_up() {
     results_store_reserve();
 }
 
-void redraw(benchmark::State &state) {
+void empty_results() {
     static const bool is_set_up = (set_up(), true);
     benchmark::DoNotOptimize(is_set_up);
-    DynArray *folders = &results_store.matching_folders;
-    folders->count = 0;
-    for (int64_t i = 0; i < state.range(0); i++) {
-        Str name = str_from("a_folder_of_a_source_tree_with_a_name_of_sixty_letters_in_all");
-        dynarray_push(folders, sizeof(Str), &name);
-    }
+    results_store.file_table.count = 0;
+    results_store.hit_table.count = 0;
+    results_store.matching_folders.count = 0;
+    search_state.results_scroll = 0;
+}
+
+void draw_again_and_again(benchmark::State &state) {
     Framebuffer framebuffer = {1000, 921, static_cast<uint32_t *>(calloc(1000 * 921, 4)), 1000 * 921 * 4};
     for (auto _ : state) {
         frame_draw(&framebuffer, {0, 0});
@@ -50,7 +51,40 @@ void redraw(benchmark::State &state) {
     }
     free(framebuffer.pixels);
 }
-BENCHMARK(redraw)->ArgName("folders")->Arg(0)->Arg(100)->Arg(100000)->Unit(benchmark::kMicrosecond);
+
+void redraw_folders(benchmark::State &state) {
+    empty_results();
+    for (int64_t i = 0; i < state.range(0); i++) {
+        Str name = str_from("a_folder_of_a_source_tree_with_a_name_of_sixty_letters_in_all");
+        dynarray_push(&results_store.matching_folders, sizeof(Str), &name);
+    }
+    draw_again_and_again(state);
+}
+BENCHMARK(redraw_folders)->ArgName("folders")->Arg(0)->Arg(100)->Arg(100000)->Unit(benchmark::kMicrosecond);
+
+// Files of nine hits each, seen from so many per cent of the way down.
+void redraw_hits(benchmark::State &state) {
+    empty_results();
+    for (int64_t i = 0; i < state.range(0); i++) {
+        ResultRecord hit = {};
+        hit.kind = i % 10 == 0 ? RESULT_FILE_HEADER : RESULT_HIT;
+        if (hit.kind == RESULT_FILE_HEADER) {
+            FileEntry file = {str_from("C:/code/tarnwick/src/os/win32"), str_from("window.cpp")};
+            dynarray_push(&results_store.file_table, sizeof(file), &file);
+        } else {
+            hit.line = static_cast<uint32_t>(i);
+            hit.text = str_from("a line of a source file, with a length of sixty letters in all");
+        }
+        hit.file_index = static_cast<uint32_t>(i / 10);
+        dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
+    }
+    search_state.results_scroll = static_cast<int32_t>((state.range(0) - 60) * state.range(1) / 100);
+    draw_again_and_again(state);
+}
+BENCHMARK(redraw_hits)
+    ->ArgNames({"hits", "from"})
+    ->ArgsProduct({{100, 1000000}, {0, 50, 100}})
+    ->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

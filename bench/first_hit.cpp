@@ -1,0 +1,124 @@
+// From a key press to the first hit in the picture: first_hit FOLDER QUERY [ROUNDS]. The program's own frame
+// loop with an off-screen window, its worker thread, a tree of files. Each round types the query's last
+// character at a time that neither the frames nor the worker's polls know of, and follows that request: when
+// the worker takes it, when the first hit is stored, and when the frame that shows it is drawn. Prints the
+// medians and the largest, in milliseconds.
+//
+// A thread that looks every 50 microseconds notes the first two times; the third is the start of the turn
+// that drew the hit, to which a frame's drawing has to be added.
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <algorithm>
+#include <chrono>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "app/frame.h"
+#include "app/input.h"
+#include "app/scratch.h"
+#include "app/startup.h"
+#include "os/files.h"
+#include "os/headless/headless.h"
+#include "os/threads.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "search/worker.h"
+#include "ui/ui_state.h"
+
+namespace {
+
+struct Moments {
+    int64_t taken, stored; // os_ticks; 0: not yet
+};
+
+volatile uint8_t is_followed; // the follower notes the moments while it is set
+volatile uint32_t taken_before;
+volatile Moments moments;
+
+void follow() {
+    for (;;) {
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+        if (!is_followed) {
+            continue;
+        }
+        if (!moments.taken && search_state.requests_taken != taken_before) {
+            moments.taken = os_ticks();
+        }
+        if (moments.taken && results_store.hit_table.count > 0) {
+            moments.stored = os_ticks();
+            is_followed = 0;
+        }
+    }
+}
+
+void wait_us(uint32_t us) {
+    std::this_thread::sleep_for(std::chrono::microseconds(us));
+}
+
+void print(const char *what, std::vector<double> ms) {
+    std::sort(ms.begin(), ms.end());
+    printf("%-32s median %6.1f ms, largest %6.1f ms\n", what, ms[ms.size() / 2], ms.back());
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 3 || argc > 4 || strlen(argv[2]) == 0) {
+        fputs("usage: first_hit FOLDER QUERY [ROUNDS]\n", stderr);
+        return 2;
+    }
+    int rounds = argc == 4 ? atoi(argv[3]) : 50;
+    os_init();
+    scratch_create();
+    PlatformWindow *window = os_window_create(1000, 921, str_from("first hit"), WINDOW_FLAG_FRAMEBUFFER);
+    headless_focus(window);
+    os_set_event_callback(input_handle_event);
+    frame_clock_start(60);
+    startup_reserve_buffers();
+    startup_load(os_exe_folder(), {});
+    set_field_text(&search_state.path, str_from(argv[1]));
+    Str query = str_from(argv[2]);
+    set_field_text(&search_state.query, {query.count - 1, query.data});
+    startup_focus();
+    search_worker_start();
+    std::thread(follow).detach();
+    headless_press_key(KEY_END);
+    std::vector<double> to_taken, to_stored, to_shown;
+    std::mt19937 random(1);
+    for (int i = 0; i < rounds; i++) {
+        do {
+            frame_turn(window);
+        } while (search_state.request_pending || search_state.search_busy);
+        wait_us(static_cast<uint32_t>(random() % 100000));
+        taken_before = search_state.requests_taken;
+        moments.taken = 0;
+        moments.stored = 0;
+        int64_t pressed = os_ticks();
+        wait_us(static_cast<uint32_t>(random() % 16667)); // the turn that is under way when the key goes down
+        headless_type(static_cast<uint8_t>(query.data[query.count - 1]));
+        is_followed = 1;
+        uint64_t drawn = frame_clock.drawn_count;
+        do { // a turn that drew and began after the hit was stored has it
+            drawn = frame_clock.drawn_count;
+            frame_turn(window);
+        } while (!moments.stored || frame_clock.drawn_count == drawn ||
+                 frame_clock.frame_start_ticks < moments.stored);
+        const auto ms_from_press = [&](int64_t at) {
+            return static_cast<double>(os_ticks_to_us(at - pressed)) / 1000;
+        };
+        to_taken.push_back(ms_from_press(moments.taken));
+        to_stored.push_back(ms_from_press(moments.stored));
+        to_shown.push_back(ms_from_press(frame_clock.frame_start_ticks));
+        headless_press_key(KEY_BACKSPACE);
+        headless_release_key(KEY_BACKSPACE);
+        frame_turn(window);
+    }
+    print("taken by the worker", to_taken);
+    print("first hit stored", to_stored);
+    print("first hit in the picture", to_shown);
+    return 0;
+}
