@@ -5,12 +5,15 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-tools/need_packages git cmake ninja-build g++ clang-format googletest libbenchmark-dev libstb-dev \
+tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck googletest libbenchmark-dev libstb-dev \
     g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth openbox xdotool xclip imagemagick x11-xserver-utils
 tools/need_font
 
 echo "== Format"
 git ls-files -co --exclude-standard '*.cpp' '*.h' '*.inl' | xargs clang-format --dry-run --Werror
+
+echo "== Lint"
+tools/lint
 
 # Windows programs get a screen with a window manager, and a Wine server of their own: one that was started without a
 # screen keeps none.

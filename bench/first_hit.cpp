@@ -101,7 +101,7 @@ int main(int argc, char **argv) {
         wait_us(static_cast<uint32_t>(random() % 16667)); // the turn that is under way when the key goes down
         headless_type(static_cast<uint8_t>(query.data[query.count - 1]));
         is_followed = 1;
-        uint64_t drawn = frame_clock.drawn_count;
+        uint64_t drawn;
         do { // a turn that drew and began after the hit was stored has it
             drawn = frame_clock.drawn_count;
             frame_turn(window);

@@ -96,8 +96,10 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCur
 void results_scroll_by(int32_t direction, int32_t client_height) {
     int32_t step = static_cast<int32_t>(client_height * 0.2 / settings.line_height);
     int64_t scroll = search_state.results_scroll - int64_t{direction} * (step > 1 ? step : 1);
-    scroll = scroll < INT32_MAX ? scroll : INT32_MAX;
-    search_state.results_scroll = static_cast<int32_t>(scroll > 0 ? scroll : 0);
+    if (scroll < 0) {
+        scroll = 0;
+    }
+    search_state.results_scroll = scroll < INT32_MAX ? static_cast<int32_t>(scroll) : INT32_MAX;
 }
 
 uint64_t results_hidden_folder_bytes(Str path) {

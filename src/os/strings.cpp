@@ -262,7 +262,7 @@ void arena_enter(StringArena *arena, ArenaBlock *block) {
 }
 
 // Appends a row to the block table; null when the table cannot grow.
-ArenaBlock *arena_push_row(StringArena *arena, ArenaBlock row) {
+ArenaBlock *arena_push_row(StringArena *arena, const ArenaBlock &row) {
     uint64_t size = (arena->block_count + 1) * sizeof(ArenaBlock);
     ArenaBlock *rows = nullptr;
     if (arena->blocks == &arena->first_block) {

@@ -78,7 +78,7 @@ bool may_kern(const stbtt_fontinfo *info, Str file) {
     uint64_t lookups = gpos + number_at(file, gpos + 8);
     uint32_t count = number_at(file, lookups);
     for (uint32_t i = 0; i < count; i++) {
-        if (number_at(file, lookups + number_at(file, lookups + 2 + 2 * i)) == pair_adjustment) {
+        if (number_at(file, lookups + number_at(file, lookups + 2 + uint64_t{2} * i)) == pair_adjustment) {
             return true;
         }
     }

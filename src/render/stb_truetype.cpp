@@ -12,7 +12,7 @@ namespace {
 // Enough for a glyph of some thousand points and pixels of width. What asks for more gets null when the heap
 // refuses as well, which a larger outline or row does not survive. Used by the interface thread only, as all
 // of stb_truetype is.
-constexpr uint64_t spare_size = 256 * 1024; // bytes
+constexpr uint64_t spare_size = 0x40000; // bytes
 alignas(16) uint8_t spare[spare_size];
 uint64_t spare_used; // bytes from its start, given back all at once
 uint32_t spare_live; // allocations in it

@@ -404,7 +404,7 @@ void headless_set_monitors(const HeadlessMonitor *monitors, uint32_t count) {
     headless.monitors = static_cast<MonitorInfo *>(taken(calloc(count + 1, sizeof(MonitorInfo))));
     headless.monitor_count = count;
     headless.has_monitors = 1;
-    for (uint32_t i = 0; i < headless.monitor_count; i++) {
+    for (uint32_t i = 0; i < count; i++) {
         const HeadlessMonitor &from = monitors[i];
         MonitorInfo *monitor = &headless.monitors[i];
         monitor->flags = from.is_primary ? MONITOR_FLAG_PRIMARY : 0;

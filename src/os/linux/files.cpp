@@ -390,8 +390,8 @@ void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry) {
     return listing;
 }
 
-uint8_t os_folder_next(void *opaque, FolderEntry *entry) {
-    Listing *listing = static_cast<Listing *>(opaque);
+uint8_t os_folder_next(void *handle, FolderEntry *entry) {
+    Listing *listing = static_cast<Listing *>(handle);
     close_open_entry();
     while (listing->next < listing->end) {
         dirent64 *found = reinterpret_cast<dirent64 *>(listing->entries() + listing->next);
@@ -411,8 +411,8 @@ uint8_t os_folder_next(void *opaque, FolderEntry *entry) {
     return 0;
 }
 
-void os_folder_close(void *opaque) {
-    Listing *listing = static_cast<Listing *>(opaque);
+void os_folder_close(void *handle) {
+    Listing *listing = static_cast<Listing *>(handle);
     close_open_entry();
     if (listing->use == LIST_FILES && listing->next >= listing->end && listing->path.data) {
         close(listing->folder);

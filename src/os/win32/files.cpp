@@ -199,15 +199,15 @@ void *os_folder_first(Str folder, FolderListingUse, FolderEntry *entry) {
     return listing;
 }
 
-uint8_t os_folder_next(void *listing, FolderEntry *entry) {
+uint8_t os_folder_next(void *handle, FolderEntry *entry) {
     WIN32_FIND_DATAW found;
-    if (!FindNextFileW(listing, &found)) {
+    if (!FindNextFileW(handle, &found)) {
         return 0;
     }
     fill_entry(entry, found);
     return 1;
 }
 
-void os_folder_close(void *listing) {
-    FindClose(listing);
+void os_folder_close(void *handle) {
+    FindClose(handle);
 }

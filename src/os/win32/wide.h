@@ -18,6 +18,7 @@ wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
 // Declares name, a wchar_t * on the caller's stack with the text in it, or null for one of more than
 // most_units; and name_units, its length or -1. The stack block is (units + 1) * 2 bytes, rounded up to a
 // multiple of 16, and may be written to, as some calls do. A macro, for the block ends with its function.
+// NOLINTBEGIN(bugprone-macro-parentheses) a declared name has none
 #define WIDE_ON_STACK(name, text, most_units)                                                                \
     const int32_t name##_units = wide_length(text, most_units);                                              \
     wchar_t *name =                                                                                          \
@@ -27,6 +28,7 @@ wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
                            static_cast<wchar_t *>(__builtin_alloca(                                          \
                                ((static_cast<size_t>(name##_units) + 1) * 2 + 15) & ~size_t{15})),           \
                            name##_units)
+// NOLINTEND(bugprone-macro-parentheses)
 
 // The text of count UTF-16 units as UTF-8: a zero-terminated Str that the caller frees with os_free, or the
 // empty Str. Unpaired surrogates become replacement characters.

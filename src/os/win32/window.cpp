@@ -121,7 +121,7 @@ LRESULT CALLBACK window_procedure(HWND handle, UINT message, WPARAM wparam, LPAR
     case WM_SYSKEYUP: {
         constexpr LPARAM was_down = LPARAM{1} << 30;
         uint8_t is_down = message == WM_KEYDOWN || message == WM_SYSKEYDOWN;
-        uint8_t state = !is_down ? KEY_RELEASED : lparam & was_down ? KEY_REPEATED : KEY_PRESSED;
+        uint8_t state = !is_down ? KEY_RELEASED : (lparam & was_down) ? KEY_REPEATED : KEY_PRESSED;
         window_key(window, LOWORD(wparam), state);
         if (wparam == VK_MENU) {
             return 0; // or the key would open the system menu
@@ -475,7 +475,7 @@ BOOL CALLBACK add_monitor(HMONITOR handle, HDC, RECT *, LPARAM opaque) {
     const RECT &work = system.rcWork;
     const RECT &whole = system.rcMonitor;
     MonitorInfo monitor = {};
-    monitor.flags = system.dwFlags & MONITORINFOF_PRIMARY ? MONITOR_FLAG_PRIMARY : 0;
+    monitor.flags = (system.dwFlags & MONITORINFOF_PRIMARY) ? MONITOR_FLAG_PRIMARY : 0;
     monitor.work_area = {work.left, work.top, work.right - work.left, work.bottom - work.top};
     monitor.origin = {whole.left, whole.top};
     monitor_set_mode(&monitor,
