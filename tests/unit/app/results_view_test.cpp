@@ -1,1 +1,1093 @@
+#include "app/results_view.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "actions/command_template.h"
+#include "actions/plain_template.h"
+#include "app/frame.h"
+#include "app/frame_scope.h"
+#include "app/plain_results.h"
+#include "support/heap_hook.h"
+#include "support/picture.h"
+#include "support/recorded_commands.h"
+
+namespace {
+
+StrBuf *const path = &search_state.path;
+
+constexpr uint32_t ground = 0xFF1A1A1A, unpainted = 0xFF123456;
+constexpr Point nowhere = {-1000, -1000};
+constexpr int32_t list_top = 50; // of a frame with lines of 15 pixels
+
+// Two files with hits, found from C:/code/proj, and nothing run yet.
+struct ListScope : FrameScope {
+    ListScope() {
+        recorded_commands.clear();
+        settings.left_click_cmd = str_from("L {tarn_file_folder}/{tarn_file_name}:{tarn_row}:{tarn_column}");
+        settings.right_click_cmd = str_from("R {tarn_file_folder_bs}\\{tarn_file_name} {tarn_byte}");
+        set_field(path, "C:/code/proj");
+        put_file("C:/code/proj/src", "main.c");
+        put_hit(3, "int needle;", 5, 40);
+        put_hit(12, "needle = 1;", 1, 100);
+        put_hit(200, "return needle;", 8, 2000);
+        put_file("C:/code/proj", "b.h");
+        put_hit(1, "needle", 1, 0);
+    }
+};
+
+LayoutCursor cursor_at(int32_t y, Point mouse) {
+    LayoutCursor cursor = {};
+    cursor.y = y;
+    cursor.mouse = mouse;
+    cursor.font_size = settings.font_size;
+    cursor.line_height = settings.line_height;
+    cursor.text_y_offset = settings.text_y_offset;
+    return cursor;
+}
+
+void draw_list(Canvas *canvas, int32_t first, LayoutCursor *cursor) {
+    scratch_empty();
+    results_view(&canvas->framebuffer, first, cursor);
+}
+
+testing::AssertionResult same_pixels(const Framebuffer &a, const Framebuffer &b) {
+    for (int32_t i = 0; i < a.width * a.height; i++) {
+        if (a.pixels[i] != b.pixels[i]) {
+            return testing::AssertionFailure() << "differ at " << i % a.width << ", " << i / a.width;
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+// Rows as a test tells them: "main.c  src" is a file's, ":12 needle" a line's, "*:12 needle" the same under
+// the mouse, and an empty one shows nothing.
+void draw_rows(Framebuffer *framebuffer, int32_t top, const std::vector<std::string> &rows) {
+    for (const std::string &row : rows) {
+        bool is_hovered = row[0] == '*';
+        std::string text = row.substr(is_hovered ? 1 : 0);
+        if (text[0] == ':') {
+            size_t end = text.find(' ') + 1;
+            plain_line_row(framebuffer, top, text.substr(0, end), text.substr(end), is_hovered);
+        } else if (!text.empty()) {
+            size_t gap = text.find("  ");
+            plain_header_row(framebuffer, top, text.substr(0, gap), text.substr(gap + 2));
+        }
+        top += settings.line_height;
+    }
+}
+
+// Expects the list from that hit on, drawn at the top of a window of that height, to be these rows.
+void expect_rows(int32_t first, const std::vector<std::string> &rows, int32_t height = 150,
+                 Point mouse = nowhere) {
+    Canvas drawn(300, height, ground), plain(300, height, ground);
+    LayoutCursor cursor = cursor_at(0, mouse);
+    draw_list(&drawn, first, &cursor);
+    draw_rows(&plain.framebuffer, 0, rows);
+    EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
+    EXPECT_EQ(cursor.y, static_cast<int32_t>(rows.size()) * settings.line_height);
+}
+
+enum Buttons { NONE, LEFT, RIGHT, BOTH };
+
+// Begins a frame in which these went down.
+void press(Buttons buttons) {
+    for (uint16_t button : {MOUSE_LEFT, MOUSE_RIGHT}) {
+        if (ui_is_down(button)) {
+            ui_release(button, {});
+        }
+    }
+    ui_begin_frame();
+    if (buttons == RIGHT || buttons == BOTH) {
+        ui_press(MOUSE_RIGHT, {});
+    }
+    if (buttons == LEFT || buttons == BOTH) {
+        ui_press(MOUSE_LEFT, {});
+    }
+}
+
+// What has been run since the last time, with '|' behind each command.
+std::string commands() {
+    std::string texts;
+    for (const RecordedCommand &command : recorded_commands) {
+        EXPECT_TRUE(command.is_zero_terminated);
+        EXPECT_FALSE(command.wants_output);
+        EXPECT_EQ(command.show_console, 0);
+        texts += command.text + "|";
+    }
+    recorded_commands.clear();
+    return texts;
+}
+
+// What a click there runs, in a list from that hit on at the top of a window of 150 pixels.
+std::string click(Point mouse, Buttons buttons = LEFT, int32_t first = 0) {
+    press(buttons);
+    Canvas canvas(300, 150, ground);
+    LayoutCursor cursor = cursor_at(0, mouse);
+    draw_list(&canvas, first, &cursor);
+    return commands();
+}
+
+void forget_row_text() {
+    os_free(row_text.data);
+    row_text = {};
+}
+
+// Puts the model's rows into the store; texts that are empty have no memory half the time.
+void put(const PlainList &list, std::mt19937 *random) {
+    const auto over = [&](const std::string &text) {
+        return text.empty() && (*random)() % 2 == 0 ? Str{} : str_over(text);
+    };
+    results_store.file_table.count = 0;
+    results_store.hit_table.count = 0;
+    for (const PlainFile &file : list.files) {
+        FileEntry entry = {over(file.folder), over(file.name)};
+        dynarray_push(&results_store.file_table, sizeof(entry), &entry);
+    }
+    for (const PlainResult &result : list.results) {
+        ResultRecord hit = {};
+        hit.kind = result.opens_file ? RESULT_FILE_HEADER : RESULT_HIT;
+        hit.file_index = result.file;
+        hit.line = static_cast<uint32_t>(result.line);
+        hit.column = static_cast<uint32_t>(result.column);
+        hit.byte_offset = static_cast<uint32_t>(result.byte);
+        hit.text = over(result.text);
+        dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
+    }
+}
+
+} // namespace
+
+// ---- Rows ----
+
+TEST(ResultsList, AFileIsNamedAboveItsLines) {
+    ListScope scope;
+    expect_rows(0, {"main.c  proj/src", ":3 int needle;", ":12 needle = 1;", ":200 return needle;",
+                    "b.h  proj", ":1 needle"});
+}
+
+TEST(ResultsList, TextsStandInTheirColoursAtTheirPlaces) {
+    ListScope scope;
+    scope.use_sizes(15, 21, 17); // half of 15 is 7
+    Canvas drawn(300, 100, ground), plain(300, 100, ground);
+    LayoutCursor cursor = cursor_at(31, nowhere);
+    draw_list(&drawn, 3, &cursor);
+    const auto text = [&](int32_t x, int32_t y, uint32_t colour, const char *bytes) {
+        return static_cast<int32_t>(draw_text(&plain.framebuffer, {x, y}, 15, 15, colour, str_from(bytes)) &
+                                    0xFFFFFFFF);
+    };
+    int32_t name_width = text(10, 31 + 17, 0xFFFFFF00, "main.c");
+    text(10 + name_width + 7, 31 + 17, 0xFF7F7F7F, "proj/src");
+    int32_t prefix_width = text(30, 52 + 17, 0xFF00FFFF, ":200 ");
+    text(30 + prefix_width, 52 + 17, 0xFFFFFFFF, "return needle;");
+    name_width = text(10, 73 + 17, 0xFFFFFF00, "b.h");
+    text(10 + name_width + 7, 73 + 17, 0xFF7F7F7F, "proj");
+    text(30 + text(30, 94 + 17, 0xFF00FFFF, ":1 "), 94 + 17, 0xFFFFFFFF, "needle"); // cut at the edge
+    EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
+    EXPECT_EQ(cursor.y, 31 + 4 * 21);
+}
+
+TEST(ResultsList, TheFirstVisibleHitsFileIsNamedAgain) {
+    ListScope scope;
+    expect_rows(3, {"main.c  proj/src", ":200 return needle;", "b.h  proj", ":1 needle"});
+    expect_rows(1, {"main.c  proj/src", ":3 int needle;", ":12 needle = 1;", ":200 return needle;",
+                    "b.h  proj", ":1 needle"});
+}
+
+TEST(ResultsList, AFileThatComesFirstIsNamedOnce) {
+    ListScope scope;
+    expect_rows(4, {"b.h  proj", ":1 needle"});
+}
+
+TEST(ResultsList, TheFirstVisibleHitsFileIsNamedBelowSuggestionsToo) {
+    ListScope scope;
+    scope.put_folders({"one"}, {"two"});
+    Canvas drawn(300, 150, unpainted), plain(300, 150, unpainted);
+    search_state.results_scroll = 3;
+    frame_draw(&drawn.framebuffer, nowhere);
+    results_store.hit_table.count = 0;
+    frame_draw(&plain.framebuffer, nowhere);
+    draw_rows(&plain.framebuffer, list_top + 2 * 15,
+              {"main.c  proj/src", ":200 return needle;", "b.h  proj", ":1 needle"});
+    EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
+}
+
+TEST(ResultsList, ARowIsBegunWhileItsTopIsAboveTheLowerEdge) {
+    ListScope scope;
+    expect_rows(0, {"main.c  proj/src", ":3 int needle;", ":12 needle = 1;"}, 45);
+    expect_rows(0, {"main.c  proj/src", ":3 int needle;", ":12 needle = 1;"}, 31);
+    expect_rows(0, {"main.c  proj/src", ":3 int needle;"}, 30);
+    expect_rows(0, {"main.c  proj/src"}, 1);
+}
+
+TEST(ResultsList, AListBelowTheWindowHasNoRows) {
+    ListScope scope;
+    for (int32_t y : {100, 101, 500}) {
+        press(LEFT);
+        Canvas drawn(300, 100, ground), plain(300, 100, ground);
+        LayoutCursor cursor = cursor_at(y, {10, y + 15});
+        draw_list(&drawn, 1, &cursor);
+        EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
+        EXPECT_EQ(cursor.y, y);
+        EXPECT_EQ(commands(), "");
+    }
+}
+
+TEST(ResultsList, TheFirstHitsLineIsBegunBelowANameInTheLastRow) {
+    ListScope scope;
+    Canvas canvas(300, 100, ground);
+    LayoutCursor cursor = cursor_at(90, {10, 110}); // the name stands at 90, the line at 105
+    press(LEFT);
+    draw_list(&canvas, 2, &cursor);
+    EXPECT_EQ(cursor.y, 120); // and nothing after it
+    EXPECT_EQ(commands(), "L C:/code/proj/src/main.c:12:1|");
+    press(LEFT);
+    cursor = cursor_at(90, {10, 104});
+    draw_list(&canvas, 2, &cursor);
+    EXPECT_EQ(commands(), "");
+    press(LEFT);
+    cursor = cursor_at(90, {10, 120});
+    draw_list(&canvas, 2, &cursor);
+    EXPECT_EQ(commands(), "");
+}
+
+TEST(ResultsList, LineZeroHasItsPrefix) {
+    ListScope scope;
+    scope.put_hit(0, "needle");
+    expect_rows(6, {"b.h  proj", ":0 needle"});
+}
+
+TEST(ResultsList, LineNumbersFromTwoToThe31OnAreNegativeAndThatIsMeant) {
+    ListScope scope;
+    scope.put_hit(2147483647, "last");
+    scope.put_hit(2147483648, "first");
+    scope.put_hit(4294967295, "end");
+    expect_rows(6, {"b.h  proj", ":2147483647 last", ":-2147483648 first", ":-1 end"});
+    EXPECT_EQ(click({50, 35}, LEFT, 6), "L C:/code/proj/b.h:-2147483648:1|");
+}
+
+TEST(ResultsList, TextsWithoutMemoryLeaveTheirPlacesEmpty) {
+    ListScope scope;
+    FileEntry file = {};
+    dynarray_push(&results_store.file_table, sizeof(file), &file);
+    ResultRecord hit = {};
+    hit.file_index = 2;
+    hit.line = 7;
+    dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
+    expect_rows(6, {"  ", ":7 "});
+    settings.show_full_paths = 1;
+    expect_rows(6, {"  ", ":7 "});
+    EXPECT_EQ(click({50, 20}, LEFT, 6), "L /:7:0|");
+}
+
+TEST(ResultsList, AHitOfAFileThatIsNotThereTakesARowAndShowsNothing) {
+    ListScope scope;
+    ResultRecord *hits = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
+    hits[2].file_index = 2;
+    hits[4].file_index = UINT32_MAX;
+    expect_rows(0, {"main.c  proj/src", ":3 int needle;", "", ":200 return needle;", "", ":1 needle"});
+    expect_rows(1, {"main.c  proj/src", ":3 int needle;", "", ":200 return needle;", "", ":1 needle"});
+    EXPECT_EQ(click({50, 35}), "");
+    EXPECT_EQ(click({50, 65}), "");
+    EXPECT_EQ(click({50, 50}), "L C:/code/proj/src/main.c:200:8|");
+}
+
+TEST(ResultsList, AFirstHitOfAFileThatIsNotThereNamesNone) {
+    ListScope scope;
+    ResultRecord *hits = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
+    hits[1].file_index = 2;
+    expect_rows(1, {"", ":12 needle = 1;", ":200 return needle;", "b.h  proj", ":1 needle"});
+    expect_rows(1, {"", "*:12 needle = 1;", ":200 return needle;", "b.h  proj", ":1 needle"}, 150, {1, 20});
+}
+
+TEST(ResultsList, WithoutFilesNothingIsShown) {
+    ListScope scope;
+    results_store.file_table.count = 0;
+    expect_rows(0, {"", "", "", "", "", ""});
+    EXPECT_EQ(click({50, 20}), "");
+}
+
+TEST(ResultsList, WithoutHitsThereAreNoRows) {
+    ListScope scope;
+    results_store.hit_table.count = 0;
+    expect_rows(0, {});
+    expect_rows(INT32_MAX, {});
+    EXPECT_EQ(click({50, 20}), "");
+}
+
+TEST(ResultsList, PastTheLastHitItIsEmpty) {
+    ListScope scope;
+    expect_rows(5, {"b.h  proj", ":1 needle"});
+    for (int32_t first : {6, 7, 1000, INT32_MAX}) {
+        expect_rows(first, {});
+        EXPECT_EQ(click({50, 20}, LEFT, first), "");
+    }
+}
+
+TEST(ResultsList, PastTheLastHitTheScrollBarStays) {
+    ListScope scope;
+    for (int32_t scroll : {6, 1000, INT32_MAX}) {
+        Canvas drawn(300, 110, unpainted), plain(300, 110, unpainted); // four rows fill the list
+        search_state.results_scroll = scroll;
+        frame_draw(&drawn.framebuffer, nowhere);
+        uint64_t files = results_store.file_table.count;
+        results_store.file_table.count = 0;
+        frame_draw(&plain.framebuffer, nowhere);
+        results_store.file_table.count = files;
+        EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
+        EXPECT_EQ(drawn.framebuffer.pixels[109 * 300 + 289], 0xFF505050);
+        EXPECT_EQ(drawn.framebuffer.pixels[109 * 300 + 295], 0xFF323232);
+        EXPECT_EQ(drawn.framebuffer.pixels[109 * 300 + 100], ground);
+    }
+}
+
+TEST(ResultsList, TheScrollOfTheFrameIsTheFirstRow) {
+    ListScope scope;
+    for (int32_t scroll = 0; scroll < 6; scroll++) {
+        Canvas drawn(300, 300, unpainted), plain(300, 300, unpainted);
+        search_state.results_scroll = scroll;
+        frame_draw(&drawn.framebuffer, {40, 110});
+        uint64_t count = results_store.hit_table.count;
+        results_store.hit_table.count = 0;
+        frame_draw(&plain.framebuffer, {40, 110});
+        results_store.hit_table.count = count;
+        LayoutCursor cursor = cursor_at(list_top, {40, 110});
+        draw_list(&plain, scroll, &cursor);
+        EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer)) << scroll;
+        EXPECT_EQ(search_state.results_scroll, scroll);
+    }
+}
+
+// ---- Folders ----
+
+TEST(ResultsList, FoldersStartWithTheSearchedOnesName) {
+    ListScope scope;
+    expect_rows(3, {"main.c  proj/src", ":200 return needle;", "b.h  proj", ":1 needle"});
+    settings.show_full_paths = 1;
+    expect_rows(3, {"main.c  C:/code/proj/src", ":200 return needle;", "b.h  C:/code/proj", ":1 needle"});
+}
+
+TEST(ResultsList, ASlashAtThePathsEndChangesNoFolder) {
+    ListScope scope;
+    for (const char *typed : {"C:/code/proj/", "C:/code/proj//", "  C:\\code\\proj\\ ", "\"C:/code/proj\""}) {
+        set_field(path, typed);
+        expect_rows(3, {"main.c  proj/src", ":200 return needle;", "b.h  proj", ":1 needle"});
+    }
+}
+
+TEST(ResultsList, AFolderThatIsShorterThanWhatIsLeftOutIsEmpty) {
+    ListScope scope;
+    const struct {
+        const char *path, *first, *second;
+    } rows[] = {
+        {"C:/code/proj/s", "main.c  src", "b.h  "},
+        {"C:/code/proj/src/a", "main.c  ", "b.h  "},
+        {"C:/code/proj/src/deeper/and/deeper", "main.c  ", "b.h  "},
+        {"C:/code/pro/x", "main.c  /src", "b.h  "}, // counted, not compared
+        {"D:/a/b", "main.c  de/proj/src", "b.h  de/proj"},
+    };
+    for (const auto &edited : rows) {
+        set_field(path, edited.path);
+        expect_rows(3, {edited.first, ":200 return needle;", edited.second, ":1 needle"});
+    }
+}
+
+TEST(ResultsList, APathWithoutASlashHidesNothing) {
+    ListScope scope;
+    for (const char *typed : {"", "C:", " proj ", "C:/", "\\", "///", "\"\""}) {
+        set_field(path, typed);
+        expect_rows(3, {"main.c  C:/code/proj/src", ":200 return needle;", "b.h  C:/code/proj", ":1 needle"});
+    }
+}
+
+TEST(ResultsHiddenFolder, IsAllBeforeTheSearchedFoldersName) {
+    const struct {
+        const char *path;
+        uint64_t bytes;
+    } rows[] = {
+        {"C:/code/proj", 8},
+        {"C:/code/proj/", 8},
+        {"C:/code/proj///", 8},
+        {"C:\\code\\proj\\", 8},
+        {" C:/code/proj ", 8},
+        {"\tC:/code/p\r\n", 8},
+        {"\"C:/code/proj/\"", 8},
+        {"C:/code/proj / /", 8},
+        {"C:/co de/proj", 9},
+        {"/srv", 1},
+        {"//server/share", 9},
+        {"C:/", 0},
+        {"C:", 0},
+        {"", 0},
+        {"   ", 0},
+        {"/", 0},
+        {"\\\\", 0},
+        {"proj", 0},
+        {"proj/", 0},
+        {"./proj", 2},
+        {"C:/code/proj\"/src", 14},
+        {"/ x", 1},
+    };
+    FrameScope scope;
+    for (const auto &typed : rows) {
+        std::string text = typed.path;
+        EXPECT_EQ(results_hidden_folder_bytes(str_over(text)), typed.bytes) << typed.path;
+        EXPECT_EQ(text, typed.path); // the field's own text stays
+    }
+    EXPECT_EQ(results_hidden_folder_bytes({}), 0u);
+}
+
+TEST(ResultsHiddenFolder, TheFieldsTextStaysAsItIsTyped) {
+    ListScope scope;
+    set_field(path, " C:\\code\\proj\\ ");
+    expect_rows(4, {"b.h  proj", ":1 needle"});
+    EXPECT_EQ(text_of(*path), " C:\\code\\proj\\ ");
+}
+
+TEST(ResultsHiddenFolder, IsNothingForAPathThatTheScratchArenaDoesNotHold) {
+    ListScope scope;
+    scratch_empty();
+    uint64_t used = scratch->used;
+    std::string longest = "C:/code/" + std::string(scratch->capacity - used - 9, 'x');
+    EXPECT_EQ(results_hidden_folder_bytes(str_over(longest)), 8u);
+    EXPECT_EQ(results_hidden_folder_bytes(str_from("C:/code/proj")), 0u); // full
+    scratch_empty();
+    longest += 'x';
+    EXPECT_EQ(results_hidden_folder_bytes(str_over(longest)), 0u);
+    EXPECT_EQ(results_hidden_folder_bytes(str_from("C:/code/proj")), 8u);
+}
+
+// ---- The mouse ----
+
+TEST(ResultsMouse, ALineUnderItIsHighlighted) {
+    ListScope scope;
+    const struct {
+        int32_t y;
+        int row; // -1: none
+    } rows[] = {{-1, -1}, {0, -1},  {14, -1}, {15, 1}, {29, 1}, {30, 2},  {44, 2},         {45, 3},
+                {59, 3},  {60, -1}, {74, -1}, {75, 5}, {89, 5}, {90, -1}, {INT32_MAX, -1}, {INT32_MIN, -1}};
+    for (const auto &pointed : rows) {
+        std::vector<std::string> expected = {"main.c  proj/src",    ":3 int needle;", ":12 needle = 1;",
+                                             ":200 return needle;", "b.h  proj",      ":1 needle"};
+        if (pointed.row >= 0) {
+            std::string &hovered = expected[static_cast<size_t>(pointed.row)];
+            hovered = "*" + hovered;
+        }
+        for (int32_t x : {-500, 0, 100, 299, 300, 5000}) {
+            SCOPED_TRACE(std::to_string(x) + ", " + std::to_string(pointed.y));
+            expect_rows(0, expected, 150, {x, pointed.y});
+        }
+    }
+}
+
+TEST(ResultsMouse, OnAFilesNameNothingIsHighlightedAndNothingRun) {
+    ListScope scope;
+    expect_rows(0, {"main.c  proj/src", ":3 int needle;"}, 30, {20, 7});
+    expect_rows(2, {"main.c  proj/src", ":12 needle = 1;"}, 30, {20, 7});
+    for (Buttons buttons : {LEFT, RIGHT, BOTH}) {
+        EXPECT_EQ(click({20, 7}, buttons), "");
+        EXPECT_EQ(click({20, 7}, buttons, 2), "");
+        EXPECT_EQ(click({20, 65}, buttons), "");
+    }
+}
+
+TEST(ResultsMouse, OnASuggestionNothingIsRun) {
+    ListScope scope;
+    scope.put_folders({"one"}, {"two"});
+    search_state.results_scroll = 1;
+    Canvas canvas(300, 200, unpainted);
+    for (int32_t y : {list_top, list_top + 15, list_top + 30}) { // the third row is a file's
+        press(LEFT);
+        frame_draw(&canvas.framebuffer, {40, y + 5});
+        EXPECT_EQ(commands(), "");
+    }
+    press(LEFT);
+    frame_draw(&canvas.framebuffer, {40, list_top + 45});
+    EXPECT_EQ(commands(), "L C:/code/proj/src/main.c:3:5|");
+}
+
+TEST(ResultsMouse, EachButtonRunsItsCommand) {
+    ListScope scope;
+    EXPECT_EQ(click({50, 20}, NONE), "");
+    EXPECT_EQ(click({50, 20}, LEFT), "L C:/code/proj/src/main.c:3:5|");
+    EXPECT_EQ(click({50, 20}, RIGHT), "R C:\\code\\proj\\src\\main.c 40|");
+    EXPECT_EQ(click({50, 50}, LEFT), "L C:/code/proj/src/main.c:200:8|");
+    EXPECT_EQ(click({50, 80}, RIGHT), "R C:\\code\\proj\\b.h 0|");
+    EXPECT_EQ(click({50, 20}, LEFT, 5), "L C:/code/proj/b.h:1:1|");
+}
+
+TEST(ResultsMouse, TheMiddleButtonRunsNothing) {
+    ListScope scope;
+    press(NONE);
+    ui_press(MOUSE_MIDDLE, {});
+    Canvas canvas(300, 150, ground);
+    LayoutCursor cursor = cursor_at(0, {50, 20});
+    draw_list(&canvas, 0, &cursor);
+    EXPECT_EQ(commands(), "");
+    EXPECT_EQ(cursor.click_consumed, 0);
+}
+
+TEST(ResultsMouse, TheLeftButtonWinsWhenBothWentDown) {
+    ListScope scope;
+    EXPECT_EQ(click({50, 20}, BOTH), "L C:/code/proj/src/main.c:3:5|");
+    settings.left_click_cmd = str_from(""); // then nothing, and not the right one
+    EXPECT_EQ(click({50, 20}, BOTH), "");
+}
+
+TEST(ResultsMouse, AHeldButtonRunsNothing) {
+    ListScope scope;
+    EXPECT_EQ(click({50, 20}, LEFT), "L C:/code/proj/src/main.c:3:5|");
+    Canvas canvas(300, 150, ground);
+    ui_begin_frame();
+    LayoutCursor cursor = cursor_at(0, {50, 35});
+    draw_list(&canvas, 0, &cursor);
+    EXPECT_EQ(commands(), "");
+    ui_begin_frame();
+    ui_press(MOUSE_LEFT, {}); // down again without having been up
+    cursor = cursor_at(0, {50, 35});
+    draw_list(&canvas, 0, &cursor);
+    EXPECT_EQ(commands(), "");
+    ui_begin_frame();
+    ui_release(MOUSE_LEFT, {});
+    cursor = cursor_at(0, {50, 35});
+    draw_list(&canvas, 0, &cursor);
+    EXPECT_EQ(commands(), "");
+}
+
+TEST(ResultsMouse, AClickThatWentElsewhereRunsNothing) {
+    ListScope scope;
+    for (Buttons buttons : {LEFT, RIGHT, BOTH}) {
+        press(buttons);
+        Canvas canvas(300, 150, ground), plain(300, 150, ground);
+        LayoutCursor cursor = cursor_at(0, {50, 20});
+        cursor.click_consumed = 1;
+        draw_list(&canvas, 4, &cursor);
+        EXPECT_EQ(commands(), "");
+        draw_rows(&plain.framebuffer, 0, {"b.h  proj", "*:1 needle"}); // the highlight stays
+        EXPECT_TRUE(same_pixels(canvas.framebuffer, plain.framebuffer));
+    }
+}
+
+TEST(ResultsMouse, OneCommandAFrame) {
+    ListScope scope;
+    press(BOTH);
+    Canvas canvas(300, 150, ground);
+    LayoutCursor cursor = cursor_at(0, {50, 20});
+    draw_list(&canvas, 0, &cursor);
+    EXPECT_EQ(cursor.click_consumed, 1);
+    cursor.y = 0;
+    draw_list(&canvas, 0, &cursor);
+    EXPECT_EQ(commands(), "L C:/code/proj/src/main.c:3:5|");
+}
+
+TEST(ResultsMouse, AnOpenDropDownKeepsClicksFromTheList) {
+    ListScope scope;
+    scope.focus(path, {});
+    set_entries(path, {"one"});
+    ui_state.dropdown_open = 1;
+    Canvas canvas(300, 200, unpainted);
+    for (Buttons buttons : {RIGHT, LEFT}) {
+        press(buttons);
+        frame_draw(&canvas.framebuffer, {50, 70});
+        EXPECT_EQ(commands(), "");
+    }
+}
+
+TEST(ResultsMouse, AClickBesideTheWindowOrOnTheScrollBarIsTheRows) {
+    ListScope scope;
+    for (int32_t x : {INT32_MIN, -1, 0, 10, 295, 300, INT32_MAX}) {
+        EXPECT_EQ(click({x, 35}, RIGHT), "R C:\\code\\proj\\src\\main.c 100|") << x;
+    }
+}
+
+TEST(ResultsMouse, TheCommandIsTheTemplateWithTheHitsParts) {
+    ListScope scope;
+    settings.left_click_cmd =
+        str_from("{tarn_row} {tarn_column} {tarn_byte} {tarn_file_name} {tarn_file_folder} "
+                 "{tarn_file_folder_bs} {tarn_no}");
+    EXPECT_EQ(click({50, 50}), "200 8 2000 main.c C:/code/proj/src C:\\code\\proj\\src {tarn_no}|");
+    settings.show_full_paths = 1; // changes what is shown, not what is run
+    EXPECT_EQ(click({50, 50}), "200 8 2000 main.c C:/code/proj/src C:\\code\\proj\\src {tarn_no}|");
+}
+
+TEST(ResultsMouse, TheTemplatesDefaultsOpenAndShowTheFile) {
+    FrameScope scope;
+    recorded_commands.clear();
+    scope.put_file("C:/data/src", "a.c");
+    scope.put_hit(12, "needle", 5, 77);
+    EXPECT_EQ(click({50, 20}, LEFT),
+              "\"C:/Program Files/Sublime Text/sublime_text.exe\" \"C:/data/src/a.c\":12:5|");
+    EXPECT_EQ(click({50, 20}, RIGHT), "explorer /select,\"C:\\data\\src\\a.c\"|");
+}
+
+TEST(ResultsMouse, TheTemplateStaysAsItIsAndNeedsNoZeroBehindIt) {
+    ListScope scope;
+    std::string bytes = "edit {tarn_row} and more";
+    settings.left_click_cmd = {15, bytes.data()};
+    EXPECT_EQ(click({50, 20}), "edit 3|");
+    EXPECT_EQ(click({50, 35}), "edit 12|");
+    EXPECT_EQ(bytes, "edit {tarn_row} and more");
+}
+
+TEST(ResultsMouse, AnEmptyTemplateRunsNothing) {
+    ListScope scope;
+    settings.left_click_cmd = settings.right_click_cmd = str_from("");
+    for (Buttons buttons : {LEFT, RIGHT, BOTH}) {
+        EXPECT_EQ(click({50, 20}, buttons), "");
+    }
+    settings.left_click_cmd = {};
+    EXPECT_EQ(click({50, 20}), "");
+}
+
+TEST(ResultsMouse, ATemplateLongerThanTheRowTextIsRunWhole) {
+    ListScope scope;
+    std::string text(5000, 'x');
+    settings.left_click_cmd = str_over(text);
+    EXPECT_EQ(click({50, 20}), text + "|");
+    expect_rows(4, {"b.h  proj", ":1 needle"}); // and the rows' texts are as before
+}
+
+// ---- Without memory ----
+
+TEST(ResultsMemory, WithoutARowTextLinesHaveNoPrefixAndClicksRunNothing) {
+    ListScope scope;
+    forget_row_text();
+    {
+        HeapHookScope hook([](uint64_t size) { return size != 1025; });
+        Canvas drawn(300, 150, ground), plain(300, 150, ground);
+        LayoutCursor cursor = cursor_at(0, {50, 20});
+        press(LEFT);
+        draw_list(&drawn, 4, &cursor);
+        plain_header_row(&plain.framebuffer, 0, "b.h", "proj");
+        plain_line_row(&plain.framebuffer, 15, "", "needle", true);
+        EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
+        EXPECT_EQ(commands(), "");
+        EXPECT_EQ(row_text.data, nullptr);
+    }
+    expect_rows(4, {"b.h  proj", "*:1 needle"}, 150, {50, 20});
+    EXPECT_EQ(commands(), "L C:/code/proj/b.h:1:1|"); // the button is down in this frame still
+}
+
+TEST(ResultsMemory, ATemplateWithoutRoomRunsNothingAndTheRowsStay) {
+    ListScope scope;
+    forget_row_text();
+    std::string text(1025, 'x');
+    settings.left_click_cmd = str_over(text);
+    expect_rows(4, {"b.h  proj", ":1 needle"}); // makes the row text
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_EQ(click({50, 20}, LEFT, 4), "");
+        expect_rows(4, {"b.h  proj", ":1 needle"});
+        text.pop_back();
+        settings.left_click_cmd = str_over(text);
+        EXPECT_EQ(click({50, 20}, LEFT, 4), text + "|"); // fits
+    }
+    EXPECT_EQ(click({50, 20}, RIGHT, 4), "R C:\\code\\proj\\b.h 0|");
+}
+
+// ---- Many hits ----
+
+namespace {
+
+constexpr uint64_t million = 1000000;
+
+// A file of nine hits, then another, as row i of as many as wanted.
+ResultRecord repeated_row(uint64_t i) {
+    static const std::string texts[] = {"one", "two needles", "needle three", "", "five"};
+    ResultRecord row = {};
+    row.kind = i % 10 == 0 ? RESULT_FILE_HEADER : RESULT_HIT;
+    row.file_index = i / 10 % 2;
+    row.line = row.kind == RESULT_HIT ? static_cast<uint32_t>(i % 100) : 0;
+    row.column = 1;
+    row.text = row.kind == RESULT_HIT ? str_over(texts[i % 5]) : Str{};
+    return row;
+}
+
+void put_repeated(uint64_t count) {
+    results_store.hit_table.count = 0;
+    for (uint64_t i = 0; i < count; i++) {
+        ResultRecord row = repeated_row(i);
+        dynarray_push(&results_store.hit_table, sizeof(row), &row);
+    }
+}
+
+} // namespace
+
+TEST(ResultsMany, AMillionLookLikeAHundredFromTheSamePlace) {
+    ListScope scope;
+    for (int32_t offset : {0, 1, 10, 55, 95, 99}) {
+        Canvas few(300, 150, ground), many(300, 150, ground), last(300, 150, ground);
+        put_repeated(100);
+        LayoutCursor few_cursor = cursor_at(0, {50, 20});
+        draw_list(&few, offset, &few_cursor);
+        put_repeated(million);
+        LayoutCursor last_cursor = cursor_at(0, {50, 20});
+        draw_list(&last, static_cast<int32_t>(million - 100) + offset, &last_cursor);
+        EXPECT_TRUE(same_pixels(few.framebuffer, last.framebuffer)) << offset;
+        EXPECT_EQ(few_cursor.y, last_cursor.y);
+        if (offset <= 55) { // further down the hundred end
+            LayoutCursor many_cursor = cursor_at(0, {50, 20});
+            draw_list(&many, 500000 + offset, &many_cursor);
+            EXPECT_TRUE(same_pixels(few.framebuffer, many.framebuffer)) << offset;
+            EXPECT_EQ(few_cursor.y, many_cursor.y);
+        }
+    }
+}
+
+// Of a table that claims a million rows only those in the window exist: to touch another one is to leave the
+// memory that there is.
+TEST(ResultsMany, OnlyRowsInTheWindowAreRead) {
+    ListScope scope;
+    DynArray &table = results_store.hit_table;
+    const auto drawn_from = [](Canvas *canvas, int32_t first) {
+        LayoutCursor cursor = cursor_at(0, {50, 20});
+        draw_list(canvas, first, &cursor);
+    };
+    for (int32_t first : {0, 500003, 999990}) {
+        uint64_t visible = first % 10 == 0 ? 10 : 9; // the name again takes a row of the ten
+        std::vector<ResultRecord> rows(visible);
+        for (uint64_t i = 0; i < visible; i++) {
+            rows[i] = repeated_row(static_cast<uint64_t>(first) + i);
+        }
+        Canvas whole(300, 150, ground), part(300, 150, ground);
+        put_repeated(million);
+        drawn_from(&whole, first);
+        char *data = table.data;
+        uintptr_t missing = static_cast<uintptr_t>(first) * sizeof(ResultRecord);
+        table.data = reinterpret_cast<char *>(reinterpret_cast<uintptr_t>(rows.data()) - missing);
+        drawn_from(&part, first);
+        table.data = data;
+        EXPECT_TRUE(same_pixels(whole.framebuffer, part.framebuffer)) << first;
+    }
+}
+
+// ---- Against the plain list ----
+
+namespace {
+
+// States of a list at random, and the same for the program.
+struct RandomLists {
+    std::mt19937 random{20261121};
+
+    size_t below(size_t limit) {
+        return static_cast<size_t>(random() % limit);
+    }
+    int32_t from(int32_t least, int32_t most) {
+        return least + static_cast<int32_t>(below(static_cast<size_t>(most - least + 1)));
+    }
+    bool one_in(size_t limit) {
+        return below(limit) == 0;
+    }
+    const std::string &one_of(const std::vector<std::string> &texts) {
+        return texts[below(texts.size())];
+    }
+
+    PlainList list() {
+        static const std::vector<std::string> paths = {
+            "",           "C:",          "proj",           "C:/code/proj",       "C:/code/proj/",
+            "  C:/code ", "C:\\code\\p", "\"C:/code/p\"",  "C:/code/proj / //",  "/",
+            "\\ \\",      "/x",          "C:/code/proj/s", "C:/c/d/e/f/g/h/i/j", " \t C:\\code/pro\n",
+        };
+        static const std::vector<std::string> folders = {"",  "C:/code/proj", "C:/code/proj/src/deep",
+                                                         "/", "C:/code",      "//server/share"};
+        static const std::vector<std::string> names = {"", "main.c", "a", "a_rather_long_name_of_a_file.cpp"};
+        static const std::vector<std::string> texts = {"",     "needle",       "int needle = 1;",
+                                                       "a\tb", "\x01\xC3\xA9", std::string(100, 'W')};
+        PlainList list = {};
+        for (size_t count = one_in(8) ? 0 : 1 + below(4); count > 0; count--) {
+            list.files.push_back({one_of(folders), one_of(names)});
+        }
+        for (size_t count = below(one_in(6) ? 3 : 40); count > 0; count--) {
+            bool opens_file = one_in(4);
+            size_t past_last = one_in(12) ? random() : 0;
+            uint32_t file = static_cast<uint32_t>(past_last + below(std::max(list.files.size(), size_t{1})));
+            list.results.push_back({opens_file, file, number(), number(), number(), one_of(texts)});
+        }
+        list.path = one_of(paths);
+        list.shows_full_paths = one_in(4);
+        list.first = one_in(2) ? 0 : static_cast<int64_t>(below(list.results.size() + 3));
+        if (one_in(40)) {
+            list.first = INT32_MAX;
+        }
+        return list;
+    }
+    int32_t number() {
+        return one_in(8) ? static_cast<int32_t>(random()) : from(0, 300);
+    }
+    void set_state(const PlainList &list) {
+        put(list, &random);
+        set_field(path, list.path);
+        settings.show_full_paths = list.shows_full_paths;
+        const int32_t sizes[][3] = {{14, 15, 12}, {10, 11, 9}, {15, 20, 3}, {20, 16, 17}};
+        const auto &chosen = sizes[below(4)];
+        FrameScope::use_sizes(chosen[0], chosen[1], chosen[2]);
+        static const std::vector<std::string> templates = {
+            "", "e {tarn_row}", "{tarn_file_folder_bs}/{tarn_file_name}", "{tarn_byte}:{tarn_column}{"};
+        settings.left_click_cmd = str_over(one_of(templates));
+        settings.right_click_cmd = str_over(one_of(templates));
+    }
+};
+
+// What the click of a frame runs, as commands() tells it.
+std::string plain_click(const PlainList &list, int32_t height, bool left, bool right) {
+    std::optional<PlainResult> hit = plain_hovered(list, height);
+    if (!hit || (!left && !right)) {
+        return "";
+    }
+    std::string command = to_string(left ? settings.left_click_cmd : settings.right_click_cmd);
+    const PlainFile &file = list.files[hit->file];
+    command = plain_command(command, {file.folder, file.name, hit->line, hit->column, hit->byte},
+                            longest_command, [](size_t) { return true; });
+    return command.empty() ? "" : command + "|";
+}
+
+} // namespace
+
+TEST(ResultsModel, TheListIsThePlainOneAndClicksRunItsCommands) {
+    ListScope scope;
+    RandomLists states;
+    size_t run = 0, hovered = 0;
+    for (int i = 0; i < 3000; i++) {
+        PlainList list = states.list();
+        states.set_state(list);
+        Size size = {states.from(1, 250), states.from(1, 220)};
+        list.top = states.one_in(3) ? states.from(-40, size.height + 10) : states.from(0, 30);
+        list.mouse_y = states.one_in(4) ? states.from(-300, 500) : states.from(0, size.height + 20);
+        Buttons buttons = static_cast<Buttons>(states.below(4));
+        press(buttons);
+        if (states.one_in(6)) { // a button that stays down is not one that went down
+            ui_begin_frame();
+            buttons = NONE;
+        }
+        LayoutCursor cursor = cursor_at(list.top, {states.from(-300, 500), list.mouse_y});
+        cursor.click_consumed = states.one_in(5);
+        bool is_free = !cursor.click_consumed;
+        Canvas drawn(size.width, size.height, ground), plain(size.width, size.height, ground);
+        draw_list(&drawn, static_cast<int32_t>(list.first), &cursor);
+        plain_list(&plain.framebuffer, list);
+        ASSERT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer)) << i;
+        bool left = is_free && (buttons == LEFT || buttons == BOTH);
+        bool right = is_free && (buttons == RIGHT || buttons == BOTH);
+        std::string expected = plain_click(list, size.height, left, right);
+        ASSERT_EQ(commands(), expected) << i;
+        bool is_clicked = (left || right) && plain_hovered(list, size.height);
+        ASSERT_EQ(cursor.click_consumed, !is_free || is_clicked) << i;
+        run += !expected.empty();
+        hovered += plain_hovered(list, size.height).has_value();
+    }
+    EXPECT_GT(hovered, 500u); // the states are worth it
+    EXPECT_GT(run, 150u);
+}
+
+TEST(ResultsModel, TheFrameShowsThePlainListBelowItsSuggestions) {
+    ListScope scope;
+    RandomLists states;
+    size_t run = 0, bars = 0;
+    for (int i = 0; i < 1000; i++) {
+        PlainList list = states.list();
+        states.set_state(list);
+        for (DynArray *folders : {&results_store.matching_folders, &results_store.other_folders}) {
+            folders->count = 0;
+        }
+        std::vector<const char *> matching(states.below(3), "match"), others(states.below(3), "other");
+        scope.put_folders(matching, others);
+        int32_t area_top = 4 + 2 * (settings.line_height + 8);
+        Size size = {states.from(1, 250), states.from(1, 250)};
+        list.top = area_top + static_cast<int32_t>(matching.size() + others.size()) * settings.line_height;
+        list.mouse_y = states.from(area_top, size.height + area_top); // below the fields
+        Point mouse = {states.from(-100, 350), list.mouse_y};
+        search_state.results_scroll = static_cast<int32_t>(list.first);
+        search_state.search_busy = states.one_in(2);
+        Buttons buttons = static_cast<Buttons>(states.below(4));
+
+        Canvas drawn(size.width, size.height, unpainted), plain(size.width, size.height, unpainted);
+        Canvas with_bar(size.width, size.height, unpainted);
+        press(buttons);
+        scratch_empty();
+        frame_draw(&drawn.framebuffer, mouse);
+        press(NONE);
+        results_store.file_table.count = 0; // so that nothing but the scroll bar is seen of the hits
+        frame_draw(&with_bar.framebuffer, mouse);
+        results_store.hit_table.count = 0;
+        frame_draw(&plain.framebuffer, mouse);
+        std::vector<int32_t> bar; // stands over the list
+        for (int32_t at = 0; at < size.width * size.height; at++) {
+            if (with_bar.framebuffer.pixels[at] != plain.framebuffer.pixels[at]) {
+                bar.push_back(at);
+            }
+        }
+        plain_list(&plain.framebuffer, list);
+        for (int32_t at : bar) {
+            plain.framebuffer.pixels[at] = with_bar.framebuffer.pixels[at];
+        }
+        ASSERT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer)) << i;
+        std::string expected = plain_click(list, size.height, buttons == LEFT || buttons == BOTH,
+                                           buttons == RIGHT || buttons == BOTH);
+        ASSERT_EQ(commands(), expected) << i;
+        run += !expected.empty();
+        bars += !bar.empty();
+    }
+    EXPECT_GT(run, 50u);
+    EXPECT_GT(bars, 100u);
+}
+
+// ---- Scrolling ----
+
+TEST(ResultsScroll, AStepIsAFifthOfTheClientAreaAndAtLeastOneHit) {
+    const struct {
+        int32_t client_height, line_height, step;
+    } rows[] = {{600, 15, 8},   {1000, 15, 13},     {1080, 15, 14},   {74, 15, 1},   {75, 15, 1},
+                {149, 15, 1},   {150, 15, 2},       {224, 15, 2},     {225, 15, 3},  {600, 22, 5},
+                {600, 35, 3},   {349, 35, 1},       {350, 35, 2},     {1, 15, 1},    {0, 15, 1},
+                {600, 1000, 1}, {2160, 11, 39},     {600, 1, 120},    {4, 1, 1},     {5, 1, 1},
+                {9, 1, 1},      {10, 1, 2},         {30000, 1, 6000}, {100, 100, 1}, {1000, 100, 2},
+                {999, 100, 1},  {600, INT32_MAX, 1}};
+    FrameScope scope;
+    for (const auto &sized : rows) {
+        scope.use_sizes(14, sized.line_height, 12);
+        SCOPED_TRACE(std::to_string(sized.client_height) + " / " + std::to_string(sized.line_height));
+        search_state.results_scroll = 100000;
+        results_scroll_by(-1, sized.client_height);
+        EXPECT_EQ(search_state.results_scroll, 100000 + sized.step);
+        results_scroll_by(1, sized.client_height);
+        EXPECT_EQ(search_state.results_scroll, 100000);
+        results_scroll_by(1, sized.client_height);
+        EXPECT_EQ(search_state.results_scroll, 100000 - sized.step);
+    }
+}
+
+TEST(ResultsScroll, EveryHeightMakesTheStepOfWholeNumbers) {
+    FrameScope scope;
+    for (int32_t line_height : {1, 7, 11, 15, 22, 35}) {
+        scope.use_sizes(14, line_height, 12);
+        for (int32_t height = 0; height <= 4400; height++) {
+            search_state.results_scroll = 0;
+            results_scroll_by(-1, height);
+            int32_t whole = height / (5 * line_height);
+            ASSERT_EQ(search_state.results_scroll, whole > 1 ? whole : 1) << height << " / " << line_height;
+        }
+    }
+}
+
+TEST(ResultsScroll, StopsAtTheFirstHit) {
+    FrameScope scope;
+    for (int32_t scroll : {0, 1, 7, 8}) {
+        search_state.results_scroll = scroll;
+        results_scroll_by(1, 600);
+        EXPECT_EQ(search_state.results_scroll, 0);
+    }
+    search_state.results_scroll = 9;
+    results_scroll_by(1, 600);
+    EXPECT_EQ(search_state.results_scroll, 1);
+}
+
+TEST(ResultsScroll, GoesPastTheLastHitAndComesBack) {
+    ListScope scope;
+    for (int i = 1; i <= 5; i++) {
+        results_scroll_by(-1, 600);
+        EXPECT_EQ(search_state.results_scroll, 8 * i); // of six
+    }
+    for (int i = 4; i >= 0; i--) {
+        results_scroll_by(1, 600);
+        EXPECT_EQ(search_state.results_scroll, 8 * i);
+    }
+}
+
+TEST(ResultsScroll, StaysANumberOfARow) {
+    FrameScope scope;
+    for (int32_t scroll : {INT32_MAX, INT32_MAX - 1, INT32_MAX - 8}) {
+        search_state.results_scroll = scroll;
+        results_scroll_by(-1, 600);
+        EXPECT_EQ(search_state.results_scroll, INT32_MAX);
+    }
+    results_scroll_by(1, 600);
+    EXPECT_EQ(search_state.results_scroll, INT32_MAX - 8);
+    search_state.results_scroll = INT32_MAX - 9;
+    results_scroll_by(-1, 600);
+    EXPECT_EQ(search_state.results_scroll, INT32_MAX - 1);
+}
+
+// ---- Pictures ----
+
+namespace {
+
+// A frame over a list of two files with many hits, compared with the one that is kept.
+struct PictureScope : FrameScope {
+    PictureScope() {
+        recorded_commands.clear();
+        set_field(path, "C:/code/proj");
+        set_field(&search_state.query, "needle");
+        put_file("C:/code/proj/src", "main.c");
+        put_hit(3, "#include \"needle.h\"");
+        put_hit(41, "static Needle *needle_find(Haystack *hay) {");
+        put_hit(118, "return needle ? needle->next : NULL; // gjpqy");
+        put_file("C:/code/proj/include/public", "needle.h");
+        put_hit(1, "#pragma once // needle");
+        put_hit(1042, "typedef struct Needle Needle;");
+        put_hit(100000, "void needle_free(Needle *needle);");
+        put_file("C:/code/proj", "README");
+        put_hit(7, "How to find a needle");
+        put_hit(9, "How to lose one");
+    }
+    static void expect(const std::string &name, Point mouse = nowhere, Size size = {420, 160}) {
+        Canvas canvas(size.width, size.height, unpainted);
+        frame_draw(&canvas.framebuffer, mouse);
+        expect_picture(canvas.framebuffer, name);
+    }
+};
+
+} // namespace
+
+TEST(ResultsPicture, FromTheTop) {
+    PictureScope scope;
+    scope.expect("results_top", nowhere, {420, 240});
+}
+
+TEST(ResultsPicture, FromTheMiddleOfAFile) {
+    PictureScope scope;
+    search_state.results_scroll = 3;
+    scope.expect("results_middle");
+}
+
+TEST(ResultsPicture, ALineUnderTheMouse) {
+    PictureScope scope;
+    scope.expect("results_hover", {200, 85});
+}
+
+TEST(ResultsPicture, WithFullPaths) {
+    PictureScope scope;
+    settings.show_full_paths = 1;
+    scope.expect("results_full_paths");
+}
+
+TEST(ResultsPicture, BelowSuggestions) {
+    PictureScope scope;
+    set_field(path, "C:/code/pr");
+    scope.put_folders({"proj"}, {"attic", "tools"});
+    scope.expect("results_suggestions", {200, 130});
+}
+
+TEST(ResultsPicture, LongLinesUnderTheScrollBar) {
+    PictureScope scope;
+    std::string text(100, 'W');
+    ResultRecord *hits = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
+    hits[1].text = hits[3].text = hits[5].text = str_over(text);
+    scope.expect("results_long_lines", {200, 70});
+}
+
+TEST(ResultsPicture, LargerText) {
+    const struct {
+        int32_t font_size, line_height, text_y_offset;
+        Size size;
+    } rows[] = {{20, 22, 17, {560, 240}}, {32, 35, 27, {800, 360}}};
+    for (const auto &sizes : rows) {
+        PictureScope scope;
+        scope.use_sizes(sizes.font_size, sizes.line_height, sizes.text_y_offset);
+        scope.expect("results_size_" + std::to_string(sizes.font_size), {100, sizes.size.height / 2 + 30},
+                     sizes.size);
+    }
+}
