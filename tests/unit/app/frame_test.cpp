@@ -12,6 +12,7 @@
 #include "render/draw.h"
 #include "render/text.h"
 #include "support/picture.h"
+#include "support/recorded_commands.h"
 
 namespace {
 
@@ -628,6 +629,51 @@ TEST(FrameLoop, ARightClickIsSeenWithItsRelease) {
     EXPECT_EQ(ui_state.dropdown_open, 1);
     headless_release(MOUSE_RIGHT);
     EXPECT_EQ(loop.frames_in(10), 1u);
+}
+
+TEST(FrameLoop, AClickOnAHitRunsOneCommand) {
+    Loop loop;
+    recorded_commands.clear();
+    settings.left_click_cmd = str_from("left {tarn_row}");
+    settings.right_click_cmd = str_from("right {tarn_row}");
+    loop.put_file("C:/src", "a.c");
+    loop.put_hit(12, "needle");
+    loop.point_at({200, 70});
+    loop.frames_in(1);
+    for (uint16_t button : {MOUSE_LEFT, MOUSE_RIGHT}) {
+        headless_press(button);
+        loop.frames_in(5);
+        search_state.results_dirty = 1; // drawn again while it is held
+        loop.frames_in(5);
+        headless_release(button);
+        loop.frames_in(5);
+    }
+    ASSERT_EQ(recorded_commands.size(), 2u);
+    EXPECT_EQ(recorded_commands[0].text, "left 12");
+    EXPECT_EQ(recorded_commands[1].text, "right 12");
+}
+
+TEST(FrameLoop, TheWheelScrollsTheHits) {
+    Loop loop; // 200 high, so a step is two hits of 15
+    loop.put_file("C:/src", "a.c");
+    for (uint32_t line = 1; line <= 30; line++) {
+        loop.put_hit(line, "needle");
+    }
+    loop.point_at({200, 55}); // on the file's name, which no scrolling moves
+    loop.frames_in(1);
+    headless_turn_wheel(-120);
+    headless_turn_wheel(-360); // one step as well
+    EXPECT_EQ(loop.frames_in(1), 1u);
+    EXPECT_EQ(search_state.results_scroll, 4);
+    EXPECT_TRUE(loop.shows_frame({400, 200}));
+    headless_turn_wheel(120);
+    loop.frames_in(1);
+    EXPECT_EQ(search_state.results_scroll, 2);
+    headless_turn_wheel(120);
+    headless_turn_wheel(120);
+    loop.frames_in(1);
+    EXPECT_EQ(search_state.results_scroll, 0);
+    EXPECT_TRUE(loop.shows_frame({400, 200}));
 }
 
 TEST(FrameLoop, TheMouseIsWhereTheClientAreaHasIt) {

@@ -50,6 +50,60 @@ TEST(Strings, EqualMeansTheSameBytes) {
     EXPECT_TRUE(str_equal({}, str_from("")));
 }
 
+TEST(Strings, ANameStartsBehindTheLastSlash) {
+    const struct {
+        const char *path;
+        uint64_t start;
+    } rows[] = {
+        {"C:/code/proj", 8}, {"/x", 1}, {"a/b", 2}, {"C:/code/", 8}, {"/", 1},      {"//", 2},
+        {"//server", 2},     {"x", 0},  {"", 0},    {"C:\\x", 0},    {"a/b\\c", 2}, {"a//b", 3},
+    };
+    for (const auto &named : rows) {
+        EXPECT_EQ(str_name_start(str_from(named.path)), named.start) << named.path;
+    }
+    EXPECT_EQ(str_name_start({}), 0u);
+    EXPECT_EQ(str_name_start({4, str_from("ab/cd/ef").data}), 3u); // what stands behind the text is not read
+    std::string with_zero("a/\0b", 4);
+    EXPECT_EQ(str_name_start(str_over(with_zero)), 2u);
+}
+
+TEST(Strings, ANumberIsWrittenInDecimal) {
+    const struct {
+        int32_t number;
+        const char *text;
+    } rows[] = {
+        {0, "0"},
+        {1, "1"},
+        {-1, "-1"},
+        {9, "9"},
+        {10, "10"},
+        {-10, "-10"},
+        {99, "99"},
+        {100, "100"},
+        {1000000000, "1000000000"},
+        {-1000000000, "-1000000000"},
+        {INT32_MAX, "2147483647"},
+        {INT32_MIN, "-2147483648"},
+        {INT32_MIN + 1, "-2147483647"},
+    };
+    for (const auto &written : rows) {
+        char digits[11];
+        Str text = str_from_number(written.number, digits);
+        EXPECT_EQ(to_string(text), written.text);
+        EXPECT_GE(text.data, digits);
+        EXPECT_LE(text.data + text.count, digits + sizeof(digits));
+    }
+}
+
+TEST(Strings, EveryNumberIsTheOneTheLibraryWrites) {
+    std::mt19937 random(11);
+    for (int i = 0; i < 100000; i++) {
+        int32_t number = static_cast<int32_t>(random()) >> random() % 32; // of every length
+        char digits[11];
+        ASSERT_EQ(to_string(str_from_number(number, digits)), std::to_string(number));
+    }
+}
+
 TEST(Strings, AFolderEndsBehindTheLastSlash) {
     const auto cut = [](std::string path) { return to_string(str_cut_to_folder(str_over(path))); };
     EXPECT_EQ(cut("C:\\Tools\\x.exe"), "C:/Tools/");

@@ -128,6 +128,75 @@ TEST(Field, KeepsItsTextWhenThereIsNoMemoryForAnother) {
     EXPECT_FALSE(set_field_text(&without_storage, str_from("")));
 }
 
+TEST(Field, KeepsItsStartBeforeANewEnd) {
+    SearchScope scope;
+    StrBuf &field = search_state.path;
+    const struct {
+        uint64_t start;
+        std::string end, text;
+    } rows[] = {
+        {0, "C:/code/pr", "C:/code/pr"},
+        {8, "project", "C:/code/project"}, // longer
+        {8, "x", "C:/code/x"},             // shorter
+        {9, "yz", "C:/code/xyz"},          // behind the end
+        {11, "", "C:/code/xyz"},           // nothing behind the end
+        {3, "", "C:/"},                    // a cut
+        {3, std::string("a\0b", 3), std::string("C:/a\0b", 6)},
+        {0, "", ""},
+        {0, "", ""},
+    };
+    for (const auto &changed : rows) {
+        ASSERT_TRUE(set_field_end(&field, changed.start, str_over(changed.end)));
+        EXPECT_EQ(to_string(strbuf_text(&field)), changed.text);
+        EXPECT_EQ(field.data[field.count], 0);
+    }
+    ASSERT_TRUE(set_field_end(&field, 0, {})); // an end without bytes
+    EXPECT_EQ(field.count, 0u);
+    EXPECT_EQ(field.capacity, 1024u);
+}
+
+TEST(Field, GrowsForAnEndAndKeepsItsStart) {
+    SearchScope scope;
+    StrBuf &field = search_state.path;
+    ASSERT_TRUE(set_field_text(&field, str_over(std::string(1000, 'x'))));
+    ASSERT_TRUE(set_field_end(&field, 1000, str_over(std::string(24, 'y'))));
+    EXPECT_EQ(field.capacity, 1024u);
+    ASSERT_TRUE(set_field_end(&field, 1000, str_over(std::string(25, 'z'))));
+    EXPECT_EQ(field.capacity, 2048u);
+    EXPECT_EQ(to_string(strbuf_text(&field)), std::string(1000, 'x') + std::string(25, 'z'));
+    EXPECT_EQ(field.data[1025], 0);
+}
+
+TEST(Field, KeepsItsTextWhenThereIsNoMemoryForAnEnd) {
+    SearchScope scope;
+    StrBuf &field = search_state.path;
+    ASSERT_TRUE(set_field_text(&field, str_from("C:/code/pr")));
+    HeapHookScope hook([](uint64_t) { return false; });
+    EXPECT_FALSE(set_field_end(&field, 8, str_over(std::string(1017, 'x'))));
+    EXPECT_EQ(to_string(strbuf_text(&field)), "C:/code/pr");
+    EXPECT_EQ(field.data[10], 0);
+    EXPECT_TRUE(set_field_end(&field, 8, str_over(std::string(1016, 'x')))); // fits
+    EXPECT_EQ(to_string(strbuf_text(&field)), "C:/code/" + std::string(1016, 'x'));
+    StrBuf without_storage = {};
+    EXPECT_FALSE(set_field_end(&without_storage, 0, str_from("x")));
+    EXPECT_FALSE(set_field_end(&without_storage, 0, {}));
+}
+
+TEST(Field, AnEndsOldStorageStaysForTheWorker) {
+    SearchScope scope;
+    StrBuf &field = search_state.path;
+    ASSERT_TRUE(set_field_text(&field, str_from("C:/code/pr")));
+    search_state.worker_pass = 5; // a worker that reads the texts
+    char *read = field.data;
+    ASSERT_TRUE(set_field_end(&field, 8, str_over(std::string(2000, 'x'))));
+    EXPECT_NE(field.data, read);
+    EXPECT_STREQ(read, "C:/code/pr");
+    search_state.worker_pass = 7;
+    release_retired(&search_state.retired_text);
+    EXPECT_EQ(search_state.retired_text.first, nullptr);
+    search_state.worker_pass = 0;
+}
+
 TEST(ResultsStore, PathsAreJoinedInTheArena) {
     SearchScope scope;
     Str path = results_push_path(str_from("C:/src"), str_from("main.c"));
@@ -147,4 +216,147 @@ TEST(ResultsStore, ARefusedTableReadsAsEmpty) {
     TableRows rows = table_rows(&table);
     EXPECT_EQ(rows.count, 0u);
     EXPECT_EQ(rows.data, nullptr);
+}
+
+// ---- Copies of rows ----
+
+namespace {
+
+void put_file(const char *folder, const char *name) {
+    FileEntry file = {str_from(folder), str_from(name)};
+    dynarray_push(&results_store.file_table, sizeof(file), &file);
+}
+
+void put_hit(uint8_t kind, uint32_t file_index, uint32_t line, const char *text) {
+    ResultRecord hit = {kind, file_index, line, line + 1, line + 2, str_from(text)};
+    dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
+}
+
+} // namespace
+
+TEST(ResultsCopies, AHitComesWithItsFile) {
+    SearchScope scope;
+    put_file("C:/src", "a.c");
+    put_file("C:/src/deep", "b.c");
+    put_hit(RESULT_FILE_HEADER, 0, 0, "");
+    put_hit(RESULT_HIT, 1, 12, "needle");
+    put_hit(RESULT_HIT, 0, 4294967295, "last");
+    ResultRecord hit = {};
+    FileEntry file = {};
+    ASSERT_EQ(results_hit_at(0, &hit, &file), 1);
+    EXPECT_EQ(hit.kind, RESULT_FILE_HEADER);
+    EXPECT_EQ(to_string(file.folder) + " " + to_string(file.name), "C:/src a.c");
+    ASSERT_EQ(results_hit_at(1, &hit, &file), 1);
+    EXPECT_EQ(hit.kind, RESULT_HIT);
+    EXPECT_EQ(hit.file_index, 1u);
+    EXPECT_EQ(hit.line, 12u);
+    EXPECT_EQ(hit.column, 13u);
+    EXPECT_EQ(hit.byte_offset, 14u);
+    EXPECT_EQ(to_string(hit.text), "needle");
+    EXPECT_EQ(to_string(file.folder) + " " + to_string(file.name), "C:/src/deep b.c");
+    ASSERT_EQ(results_hit_at(2, &hit, &file), 1);
+    EXPECT_EQ(hit.line, 4294967295);
+    EXPECT_EQ(to_string(file.name), "a.c");
+}
+
+TEST(ResultsCopies, StayAsTheyWereWhenTheRowsAreWrittenOver) {
+    SearchScope scope;
+    put_file("C:/src", "a.c");
+    put_hit(RESULT_HIT, 0, 12, "needle");
+    ResultRecord hit = {};
+    FileEntry file = {};
+    ASSERT_EQ(results_hit_at(0, &hit, &file), 1);
+    take_request();
+    EXPECT_EQ(results_hit_at(0, &hit, &file), 0); // no longer there
+    put_file("D:/other", "z.c");
+    put_hit(RESULT_HIT, 0, 99, "hay");
+    EXPECT_EQ(to_string(hit.text), "needle");
+    EXPECT_EQ(to_string(file.name), "a.c");
+    ASSERT_EQ(results_hit_at(0, &hit, &file), 1); // the next search's
+    EXPECT_EQ(to_string(hit.text), "hay");
+    EXPECT_EQ(to_string(file.folder), "D:/other");
+}
+
+TEST(ResultsCopies, ThereIsNoHitFromTheCountOn) {
+    SearchScope scope;
+    ResultRecord hit = {};
+    FileEntry file = {};
+    EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+    put_file("C:/src", "a.c");
+    put_hit(RESULT_HIT, 0, 1, "needle");
+    for (uint64_t row : {uint64_t{1}, uint64_t{2}, uint64_t{100000}, UINT64_MAX}) {
+        EXPECT_EQ(results_hit_at(row, &hit, &file), 0) << row;
+    }
+    EXPECT_EQ(results_hit_at(0, &hit, &file), 1);
+    publish_request(); // the list empties at once
+    EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+}
+
+TEST(ResultsCopies, AHitWhoseFileIsNotThereIsNoneEither) {
+    SearchScope scope;
+    ResultRecord hit = {};
+    FileEntry file = {};
+    put_hit(RESULT_HIT, 0, 1, "without any file");
+    EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+    put_file("C:/src", "a.c");
+    EXPECT_EQ(results_hit_at(0, &hit, &file), 1);
+    for (uint32_t index : {1u, 2u, 0x80000000u, UINT32_MAX}) {
+        results_store.hit_table.count = 0;
+        put_hit(RESULT_FILE_HEADER, index, 0, "");
+        EXPECT_EQ(results_hit_at(0, &hit, &file), 0) << index;
+    }
+}
+
+TEST(ResultsCopies, ATableWithoutStorageHasNoRows) {
+    SearchScope scope;
+    ResultRecord hit = {};
+    FileEntry file = {};
+    put_file("C:/src", "a.c");
+    put_hit(RESULT_HIT, 0, 1, "needle");
+    for (DynArray *table : {&results_store.hit_table, &results_store.file_table}) {
+        char *data = table->data;
+        table->data = nullptr; // the reader has seen the count before the writer dropped the rows
+        EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+        table->data = data;
+        EXPECT_EQ(results_hit_at(0, &hit, &file), 1);
+    }
+}
+
+TEST(ResultsCopies, AFolderIsItsRowOfEitherTable) {
+    SearchScope scope;
+    for (DynArray *folders : {&results_store.matching_folders, &results_store.other_folders}) {
+        Str name = {};
+        EXPECT_EQ(results_folder_at(folders, 0, &name), 0);
+        for (const char *text : {"one", "", "three"}) {
+            Str pushed = str_from(text);
+            dynarray_push(folders, sizeof(pushed), &pushed);
+        }
+        ASSERT_EQ(results_folder_at(folders, 0, &name), 1);
+        EXPECT_EQ(to_string(name), "one");
+        ASSERT_EQ(results_folder_at(folders, 1, &name), 1);
+        EXPECT_EQ(name.count, 0u);
+        ASSERT_EQ(results_folder_at(folders, 2, &name), 1);
+        EXPECT_EQ(to_string(name), "three");
+        for (uint64_t row : {uint64_t{3}, uint64_t{128}, UINT64_MAX}) {
+            EXPECT_EQ(results_folder_at(folders, row, &name), 0) << row;
+        }
+    }
+    take_request();
+    Str name = {};
+    EXPECT_EQ(results_folder_at(&results_store.matching_folders, 0, &name), 0);
+    EXPECT_EQ(results_folder_at(&results_store.other_folders, 0, &name), 0);
+}
+
+TEST(Request, EachThatIsTakenIsCounted) {
+    SearchScope scope;
+    uint32_t taken = search_state.requests_taken;
+    publish_request();
+    EXPECT_EQ(search_state.requests_taken, taken); // by the worker alone
+    for (uint32_t i = 1; i <= 3; i++) {
+        take_request();
+        EXPECT_EQ(search_state.requests_taken, taken + i);
+    }
+    search_state.requests_taken = UINT32_MAX;
+    take_request();
+    EXPECT_EQ(search_state.requests_taken, 0u);
 }
