@@ -322,7 +322,7 @@ TEST(ResultsList, WithoutHitsThereAreNoRows) {
 TEST(ResultsList, PastTheLastHitItIsEmpty) {
     ListScope scope;
     expect_rows(5, {"b.h  proj", ":1 needle"});
-    for (int32_t first : {6, 7, 1000, INT32_MAX}) {
+    for (int32_t first : {6, 7, 1 << 8, 1 << 16, 1 << 20, 1 << 24, 1 << 30, INT32_MAX}) {
         expect_rows(first, {});
         EXPECT_EQ(click({50, 20}, LEFT, first), "");
     }

@@ -2,6 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <string.h>
+
+#ifndef _WIN32
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
 #include <string>
 
 #include "search/search_state.h"
@@ -346,6 +354,104 @@ TEST(ResultsCopies, AFolderIsItsRowOfEitherTable) {
     EXPECT_EQ(results_folder_at(&results_store.matching_folders, 0, &name), 0);
     EXPECT_EQ(results_folder_at(&results_store.other_folders, 0, &name), 0);
 }
+
+#ifndef _WIN32
+namespace {
+
+// Moves a table's rows to a page whose first touch is where the worker gets its turn: between the reader's
+// look at the count and its look at the row. Gives all of it back at the end.
+class TouchScope {
+public:
+    TouchScope(DynArray *touched, void (*turn)()) : table(touched), rows(touched->data) {
+        workers_turn = turn;
+        size = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        page = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        memcpy(page, rows, 64);
+        table->data = static_cast<char *>(page);
+        struct sigaction action = {};
+        action.sa_handler = let_worker_run;
+        sigaction(SIGSEGV, &action, &outer);
+        mprotect(page, size, PROT_NONE);
+    }
+    ~TouchScope() {
+        sigaction(SIGSEGV, &outer, nullptr);
+        munmap(page, size);
+        table->data = rows;
+    }
+    TouchScope(const TouchScope &) = delete;
+    TouchScope &operator=(const TouchScope &) = delete;
+
+    static bool is_touched() {
+        return !workers_turn;
+    }
+
+private:
+    static void let_worker_run(int) {
+        mprotect(page, size, PROT_READ | PROT_WRITE);
+        void (*turn)() = workers_turn;
+        workers_turn = nullptr;
+        if (turn) {
+            turn();
+        } else {
+            _exit(1); // a fault of the test's own
+        }
+    }
+
+    static inline void *page;
+    static inline size_t size;
+    static inline void (*workers_turn)();
+    DynArray *table;
+    char *rows;
+    struct sigaction outer;
+};
+
+} // namespace
+
+TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
+    SearchScope scope;
+    Str name = str_from("one");
+    ResultRecord hit = {};
+    FileEntry file = {};
+    const auto is_hit = [&](DynArray *touched, void (*turn)()) {
+        results_store.file_table.count = 0;
+        results_store.hit_table.count = 0;
+        put_file("C:/src", "a.c");
+        put_hit(RESULT_HIT, 0, 12, "needle");
+        TouchScope page(touched, turn);
+        uint8_t is_there = results_hit_at(0, &hit, &file);
+        EXPECT_TRUE(page.is_touched());
+        return is_there;
+    };
+    const auto is_folder = [&](DynArray *touched, void (*turn)()) {
+        touched->count = 0;
+        dynarray_push(touched, sizeof(name), &name);
+        TouchScope page(touched, turn);
+        Str copy = {};
+        uint8_t is_there = results_folder_at(touched, 0, &copy);
+        EXPECT_TRUE(page.is_touched());
+        return is_there;
+    };
+    const auto nothing = [] {};
+    const auto take = [] { take_request(); };
+    const auto take_and_find = [] { // the next search is as far already
+        take_request();
+        for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
+                                &results_store.matching_folders, &results_store.other_folders}) {
+            table->count = 1;
+        }
+    };
+    for (DynArray *touched : {&results_store.hit_table, &results_store.file_table}) {
+        EXPECT_EQ(is_hit(touched, nothing), 1);
+        EXPECT_EQ(is_hit(touched, take), 0);
+        EXPECT_EQ(is_hit(touched, take_and_find), 0);
+    }
+    for (DynArray *touched : {&results_store.matching_folders, &results_store.other_folders}) {
+        EXPECT_EQ(is_folder(touched, nothing), 1);
+        EXPECT_EQ(is_folder(touched, take), 0);
+        EXPECT_EQ(is_folder(touched, take_and_find), 0);
+    }
+}
+#endif
 
 TEST(Request, EachThatIsTakenIsCounted) {
     SearchScope scope;
