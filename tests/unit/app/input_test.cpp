@@ -5,7 +5,10 @@
 #include <string>
 
 #include "app/frame_scope.h"
+#include "os/files.h"
+#include "search/worker.h"
 #include "support/heap_hook.h"
+#include "support/recorded_commands.h"
 
 namespace {
 
@@ -40,9 +43,9 @@ void pointer(uint8_t type, Point position) {
     input_handle_event(&event);
 }
 
-void wheel(int32_t direction) {
+void wheel(int32_t direction, int32_t client_height = 600) {
     PlatformWindow window = {};
-    window.client_size = {1000, 600};
+    window.client_size = {1000, client_height};
     WindowEvent event = {};
     event.type = EVENT_MOUSE_WHEEL;
     event.window = &window;
@@ -77,6 +80,10 @@ int published() {
 // What the interface's state and the files would show of an event that did something to a text.
 struct Seen {
     std::string path, query, carets, paths_file, queries_file;
+    const StrBuf *focused_field;
+    uint8_t dropdown_open, path_saved, query_saved;
+    int32_t scroll;
+    size_t opened;
     int published;
     bool operator==(const Seen &) const = default;
 };
@@ -87,7 +94,22 @@ Seen see(const FrameScope &scope) {
             carets(),
             scope.file("saved_paths.txt"),
             scope.file("saved_queries.txt"),
+            ui_state.focused_field,
+            ui_state.dropdown_open,
+            saved_lists.path_saved,
+            saved_lists.query_saved,
+            search_state.results_scroll,
+            recorded_opened_paths.size(),
             published()};
+}
+
+// A path with a caret in it, and completions of it, the first of which Enter takes.
+void put_completions(const std::string &typed, const std::vector<const char *> &names) {
+    set_field(path, typed);
+    FrameScope::focus(path, {{1, 1}});
+    results_store.matching_folders.count = 0;
+    FrameScope::put_folders(names, {"other"});
+    settle();
 }
 
 } // namespace
@@ -290,6 +312,549 @@ TEST(InputTyping, WithoutMemoryTheTextStaysAndIsSearchedForAgain) {
     EXPECT_EQ(carets(), "{1024,1024}");
     EXPECT_EQ(published(), 1);
     EXPECT_EQ(scope.file("saved_queries.txt"), "none");
+}
+
+// ---- Enter ----
+
+TEST(InputEnter, CompletesThePathWithTheFirstFolderAndStartsASearch) {
+    FrameScope scope;
+    set_entries(path, {"C:/kept"});
+    set_entries(query, {"hay"});
+    set_field(query, "q");
+    put_completions("C:/code/pr", {"project/", "private"});
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/code/project/");
+    EXPECT_EQ(carets(), "{16,16}");
+    EXPECT_EQ(published(), 1);
+    EXPECT_EQ(scope.file("saved_paths.txt"), "C:/code/project/\r\nC:/kept");
+    EXPECT_EQ(scope.file("saved_queries.txt"), "none");
+    EXPECT_EQ(text_of(*query), "q");
+    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(path->data[path->count], 0);
+}
+
+TEST(InputEnter, AppendsTheNameAsItIsStoredWithoutASlashOfItsOwn) {
+    FrameScope scope;
+    put_completions("C:/code/pr", {"project"});
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/code/project");
+    EXPECT_EQ(carets(), "{15,15}");
+}
+
+TEST(InputEnter, CutsAfterTheLastSlashOnly) {
+    FrameScope scope;
+    struct Case {
+        const char *typed, *completed;
+    };
+    for (const Case &c : {Case{"C:/code/", "C:/code/name"}, Case{"/x", "/name"}, Case{"/", "/name"},
+                          Case{"//a//b", "//a//name"}, Case{"pr", "name"}, Case{"", "name"},
+                          Case{"C:/a longer end than the name's", "C:/name"}}) {
+        put_completions(c.typed, {"name"});
+        key(KEY_ENTER);
+        EXPECT_EQ(text_of(*path), c.completed);
+        EXPECT_EQ(carets(), "{" + std::to_string(path->count) + "," + std::to_string(path->count) + "}");
+        EXPECT_EQ(path->data[path->count], 0);
+        EXPECT_EQ(published(), 1);
+    }
+}
+
+TEST(InputEnter, ReplacesManyCaretsByOne) {
+    FrameScope scope;
+    put_completions("C:/co", {"code"});
+    scope.focus(path, {{0, 5}, {2, 2}, {3, 4}});
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/code");
+    EXPECT_EQ(carets(), "{7,7}");
+}
+
+TEST(InputEnter, UpdatesThePathsMark) {
+    FrameScope scope;
+    set_entries(path, {"C:/code"});
+    put_completions("C:/co", {"code"});
+    key(KEY_ENTER);
+    EXPECT_EQ(saved_lists.path_saved, 1);
+    put_completions("C:/co", {"coal"});
+    key(KEY_ENTER);
+    EXPECT_EQ(saved_lists.path_saved, 0);
+}
+
+TEST(InputEnter, ANameThatThePathsCleaningCutsLeavesTheCaretInside) {
+    FrameScope scope;
+    put_completions("C:/co", {"code  "});
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/code");
+    EXPECT_EQ(carets(), "{7,7}");
+    EXPECT_EQ(scope.file("saved_paths.txt"), "C:/code");
+}
+
+TEST(InputEnter, ANameWithoutBytesLeavesTheFolder) {
+    FrameScope scope;
+    put_completions("C:/co", {""});
+    reinterpret_cast<Str *>(results_store.matching_folders.data)[0] = {}; // its text was refused
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/");
+    EXPECT_EQ(carets(), "{3,3}");
+    EXPECT_EQ(published(), 1);
+}
+
+TEST(InputEnter, ASecondOneBeforeTheWorkerReactsAppendsFromTheOldList) {
+    FrameScope scope;
+    put_completions("C:/pr", {"project/"});
+    key(KEY_ENTER);
+    key(KEY_ENTER); // that is meant
+    EXPECT_EQ(text_of(*path), "C:/project/project/");
+    EXPECT_EQ(scope.file("saved_paths.txt"), "C:/project/project/");
+    put_completions("C:/pr", {"project"});
+    key(KEY_ENTER);
+    settle();
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/project");
+    EXPECT_EQ(published(), 1);
+}
+
+TEST(InputEnter, TakesTheWorkersFirstFolderWhichIsSearchedThen) {
+    FrameScope scope;
+    scope.tree.file("project/file", "a needle\n-------");
+    scope.tree.folder("other");
+    set_field(query, "needle");
+    set_field(path, scope.tree.path("pr"));
+    publish_request();
+    ASSERT_TRUE(search_worker_turn());
+    scope.focus(path, {});
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), scope.tree.path("project"));
+    EXPECT_EQ(search_state.request_pending, 1);
+    ASSERT_TRUE(search_worker_turn());
+    EXPECT_EQ(stored_rows(scope.tree.path()), "files 1\nfile project/file\nhit 1 3 2 a needle\n");
+    settle();
+    Seen before = see(scope);
+    key(KEY_ENTER); // the list of folders is empty again
+    EXPECT_TRUE(see(scope) == before);
+}
+
+TEST(InputEnter, DoesNothingInTheQuery) {
+    FrameScope scope;
+    put_completions("C:/code/pr", {"project/"});
+    set_field(query, "a/b");
+    scope.focus(query, {{1, 2}});
+    Seen before = see(scope);
+    key(KEY_ENTER);
+    EXPECT_TRUE(see(scope) == before);
+    EXPECT_TRUE(ui_went_down(KEY_ENTER));
+}
+
+TEST(InputEnter, DoesNothingWithoutMatchingFolders) {
+    FrameScope scope;
+    put_completions("C:/code/pr", {}); // there are others
+    Seen before = see(scope);
+    key(KEY_ENTER);
+    EXPECT_TRUE(see(scope) == before);
+}
+
+TEST(InputEnter, DoesNothingWithoutAFocus) {
+    FrameScope scope;
+    put_completions("C:/code/pr", {"project/"});
+    ui_state.focused_field = nullptr;
+    Seen before = see(scope);
+    key(KEY_ENTER);
+    EXPECT_TRUE(see(scope) == before);
+}
+
+TEST(InputEnter, HeldOrReleasedItDoesNothing) {
+    FrameScope scope;
+    put_completions("C:/code/pr", {"project/"});
+    Seen before = see(scope);
+    for (uint8_t state : {KEY_REPEATED, KEY_RELEASED}) {
+        key(KEY_ENTER, state);
+        EXPECT_TRUE(see(scope) == before);
+    }
+    EXPECT_EQ(ui_state.slots[KEY_ENTER].transitions, 2u);
+}
+
+TEST(InputEnter, WithoutMemoryForTheTextNothingChangesAtAll) {
+    FrameScope scope;
+    set_entries(path, {"C:/kept"});
+    std::string name(1022, 'n');
+    put_completions("C:/co", {name.c_str()}); // one byte more than the storage has
+    Seen before = see(scope);
+    int asked = 0;
+    {
+        HeapHookScope hook([&asked](uint64_t size) { // the file could be written
+            asked += size == 2049;
+            return size != 2049;
+        });
+        key(KEY_ENTER);
+    }
+    EXPECT_EQ(asked, 1);
+    EXPECT_TRUE(see(scope) == before);
+    EXPECT_EQ(path->capacity, 1024u);
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/" + name);
+    EXPECT_EQ(carets(), "{1025,1025}");
+    EXPECT_EQ(published(), 1);
+}
+
+TEST(InputEnter, ACompletionThatJustFitsNeedsNoMemory) {
+    FrameScope scope;
+    std::string name(1021, 'n');
+    put_completions("C:/co", {name.c_str()});
+    HeapHookScope hook([](uint64_t size) { return size != 2049; });
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/" + name);
+    EXPECT_EQ(published(), 1);
+}
+
+TEST(InputEnter, AFileThatCannotBeWrittenStopsNoSearch) {
+    FrameScope scope;
+    std::string missing = scope.folder + "missing/";
+    saved_lists.folder = str_over(missing);
+    put_completions("C:/co", {"code"});
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/code");
+    EXPECT_EQ(published(), 1);
+}
+
+TEST(InputEnter, CompletesUnderAnOpenDropDownWhichStaysOpen) {
+    FrameScope scope;
+    put_completions("C:/co", {"code"});
+    ui_state.dropdown_open = 1;
+    key(KEY_ENTER);
+    EXPECT_EQ(text_of(*path), "C:/code");
+    EXPECT_EQ(ui_state.dropdown_open, 1);
+}
+
+TEST(InputEnter, ShiftAndCtrlMakeNoDifference) {
+    FrameScope scope;
+    for (uint16_t held : {KEY_SHIFT, KEY_CTRL}) {
+        put_completions("C:/co", {"code"});
+        key(held);
+        key(KEY_ENTER);
+        key(held, KEY_RELEASED);
+        EXPECT_EQ(text_of(*path), "C:/code");
+        EXPECT_EQ(carets(), "{7,7}");
+    }
+}
+
+// ---- Tab ----
+
+TEST(InputTab, MovesTheFocusToAndFroAndSelectsTheWholeText) {
+    FrameScope scope;
+    set_field(path, "C:/code");
+    set_field(query, "needle");
+    scope.focus(query, {{1, 1}, {3, 3}});
+    settle();
+    Seen expected = see(scope);
+    expected.focused_field = path;
+    expected.carets = "{0,7}";
+    key(KEY_TAB);
+    EXPECT_TRUE(see(scope) == expected); // no search, and no file
+    expected.focused_field = query;
+    expected.carets = "{0,6}";
+    key(KEY_TAB);
+    EXPECT_TRUE(see(scope) == expected);
+}
+
+TEST(InputTab, AnEmptyTextGetsACaretAtItsStart) {
+    FrameScope scope;
+    set_field(path, "C:/code");
+    scope.focus(path, {{1, 1}});
+    key(KEY_TAB);
+    EXPECT_EQ(ui_state.focused_field, query);
+    EXPECT_EQ(carets(), "{0,0}");
+}
+
+TEST(InputTab, LeavesAPathThatIsNotCleanAsItIs) {
+    FrameScope scope;
+    set_field(path, " C:\\x ");
+    set_field(query, "q");
+    scope.focus(query, {});
+    settle();
+    key(KEY_TAB);
+    EXPECT_EQ(text_of(*path), " C:\\x ");
+    EXPECT_EQ(carets(), "{0,6}");
+    EXPECT_EQ(published(), 0);
+}
+
+TEST(InputTab, HeldItMovesTheFocusOnce) {
+    FrameScope scope;
+    set_field(path, "C:/code");
+    scope.focus(query, {});
+    settle();
+    key(KEY_TAB);
+    scope.focus(path, {{2, 3}});
+    Seen moved = see(scope);
+    EXPECT_EQ(moved.focused_field, path);
+    for (uint8_t state : {KEY_REPEATED, KEY_REPEATED, KEY_RELEASED}) {
+        key(KEY_TAB, state);
+        EXPECT_TRUE(see(scope) == moved);
+    }
+    EXPECT_EQ(ui_state.slots[KEY_TAB].transitions, 4u);
+}
+
+TEST(InputTab, ItsCharacterIsNotTypedIntoEitherField) {
+    FrameScope scope;
+    set_field(path, "C:/code");
+    set_field(query, "needle");
+    scope.focus(query, {{0, 6}});
+    settle();
+    key(KEY_TAB);
+    Seen moved = see(scope);
+    type('\t');
+    EXPECT_TRUE(see(scope) == moved);
+    key(KEY_TAB);
+    moved = see(scope);
+    type('\t');
+    EXPECT_TRUE(see(scope) == moved);
+}
+
+TEST(InputTab, WhatIsTypedNextReplacesTheTextOfTheOtherField) {
+    FrameScope scope;
+    set_field(path, "C:/code");
+    set_field(query, "needle");
+    scope.focus(path, {{7, 7}});
+    settle();
+    key(KEY_TAB);
+    type('x');
+    EXPECT_EQ(text_of(*path), "C:/code");
+    EXPECT_EQ(text_of(*query), "x");
+    EXPECT_EQ(scope.file("saved_queries.txt"), "x");
+    EXPECT_EQ(scope.file("saved_paths.txt"), "none");
+}
+
+TEST(InputTab, DoesNothingWithoutAFocus) {
+    FrameScope scope;
+    set_field(path, "C:/code");
+    settle();
+    Seen before = see(scope);
+    key(KEY_TAB);
+    EXPECT_TRUE(see(scope) == before);
+    EXPECT_TRUE(ui_went_down(KEY_TAB));
+}
+
+TEST(InputTab, AnOpenDropDownIsTheOtherFieldsFromThenOn) {
+    FrameScope scope;
+    set_field(query, "needle");
+    scope.focus(path, {});
+    ui_state.dropdown_open = 1;
+    key(KEY_TAB);
+    EXPECT_EQ(ui_state.focused_field, query);
+    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(carets(), "{0,6}");
+}
+
+TEST(InputTab, ShiftAndCtrlMakeNoDifference) {
+    FrameScope scope;
+    set_field(query, "needle");
+    for (uint16_t held : {KEY_SHIFT, KEY_CTRL}) {
+        scope.focus(path, {});
+        key(held);
+        key(KEY_TAB);
+        key(held, KEY_RELEASED);
+        EXPECT_EQ(ui_state.focused_field, query);
+        EXPECT_EQ(carets(), "{0,6}");
+    }
+}
+
+// ---- Escape ----
+
+TEST(InputEscape, OpensTheProgramsFolderOnceForEachFreshPress) {
+    FrameScope scope;
+    for (StrBuf *field : {path, query}) {
+        recorded_opened_paths.clear();
+        recorded_commands.clear();
+        set_field(field, "C:/code");
+        scope.focus(field, {{1, 3}, {5, 5}});
+        settle();
+        Seen expected = see(scope);
+        key(KEY_ESCAPE);
+        expected.opened = 1;
+        EXPECT_TRUE(see(scope) == expected); // text, carets and focus as they were
+        for (uint8_t state : {KEY_REPEATED, KEY_REPEATED, KEY_RELEASED}) {
+            key(KEY_ESCAPE, state);
+            EXPECT_TRUE(see(scope) == expected);
+        }
+        key(KEY_ESCAPE);
+        ASSERT_EQ(recorded_opened_paths.size(), 2u);
+        EXPECT_EQ(recorded_opened_paths[0], to_string(os_exe_folder()));
+        EXPECT_EQ(recorded_opened_paths[1], to_string(os_exe_folder()));
+        EXPECT_TRUE(recorded_commands.empty());
+    }
+    recorded_opened_paths.clear();
+}
+
+TEST(InputEscape, ReachesTheEditorToo) {
+    FrameScope scope;
+    recorded_opened_paths.clear();
+    set_field(query, "ab");
+    scope.focus(query, {{1, 9}});
+    settle();
+    key(KEY_ESCAPE);
+    EXPECT_EQ(carets(), "{1,2}"); // which the editor does first with any key
+    EXPECT_EQ(text_of(*query), "ab");
+    EXPECT_EQ(published(), 0);
+    EXPECT_EQ(recorded_opened_paths.size(), 1u);
+    recorded_opened_paths.clear();
+}
+
+TEST(InputEscape, OpensNothingWithoutAFocus) {
+    FrameScope scope;
+    recorded_opened_paths.clear();
+    settle();
+    Seen before = see(scope);
+    key(KEY_ESCAPE);
+    type(27);
+    EXPECT_TRUE(see(scope) == before);
+    EXPECT_TRUE(ui_went_down(KEY_ESCAPE));
+    EXPECT_TRUE(recorded_opened_paths.empty());
+}
+
+TEST(InputEscape, LeavesAnOpenDropDownOpen) {
+    FrameScope scope;
+    recorded_opened_paths.clear();
+    scope.focus(path, {{0, 0}});
+    ui_state.dropdown_open = 1;
+    key(KEY_ESCAPE); // that is meant
+    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(recorded_opened_paths.size(), 1u);
+    recorded_opened_paths.clear();
+}
+
+TEST(InputEscape, ItsCharacterReplacesTheSelectionAfterItsKeyDidNot) {
+    FrameScope scope;
+    recorded_opened_paths.clear();
+    set_field(path, "C:/code");
+    scope.focus(path, {{0, 7}});
+    settle();
+    key(KEY_ESCAPE);
+    EXPECT_EQ(text_of(*path), "C:/code");
+    EXPECT_EQ(scope.file("saved_paths.txt"), "none");
+    type(27); // the system sends it with the key; that it is typed is meant
+    EXPECT_EQ(text_of(*path), "\x1B");
+    EXPECT_EQ(scope.file("saved_paths.txt"), "\x1B");
+    EXPECT_EQ(published(), 1);
+    EXPECT_EQ(recorded_opened_paths.size(), 1u);
+    recorded_opened_paths.clear();
+}
+
+TEST(InputBindings, NoOtherCodeOrStateIsOne) {
+    FrameScope scope;
+    recorded_opened_paths.clear();
+    put_completions("C:/code/pr", {"project/"});
+    Seen before = see(scope);
+    for (uint32_t code : {KEY_ENTER, KEY_TAB, KEY_ESCAPE}) {
+        for (uint32_t high = 0x100; high <= 0xFF00; high += 0x100) {
+            key(static_cast<uint16_t>(high + code));
+        }
+        for (uint32_t state = 0; state <= 255; state++) {
+            if (state != KEY_PRESSED) {
+                key(static_cast<uint16_t>(code), static_cast<uint8_t>(state));
+            }
+        }
+    }
+    EXPECT_TRUE(see(scope) == before);
+    key(0);
+    EXPECT_TRUE(see(scope) == before);
+}
+
+// ---- The wheel ----
+
+TEST(InputWheel, ScrollsAFifthOfTheWindowsRowsAStepAndStopsAtTheFirst) {
+    FrameScope scope; // rows of 15 pixels
+    wheel(1);
+    EXPECT_EQ(search_state.results_scroll, 0);
+    wheel(-1);
+    EXPECT_EQ(search_state.results_scroll, 8);
+    wheel(-1);
+    EXPECT_EQ(search_state.results_scroll, 16);
+    wheel(1);
+    EXPECT_EQ(search_state.results_scroll, 8);
+    search_state.results_scroll = 7;
+    wheel(1);
+    EXPECT_EQ(search_state.results_scroll, 0);
+}
+
+TEST(InputWheel, TheStepFollowsTheClientHeightOfTheEventsWindow) {
+    FrameScope scope;
+    struct Case {
+        int32_t client_height, step;
+    };
+    // A tenth of a row too little for 2 and for 8, and what is less than a row is one.
+    for (const Case &c : {Case{600, 8}, Case{599, 7}, Case{150, 2}, Case{149, 1}, Case{75, 1}, Case{74, 1},
+                          Case{1, 1}, Case{0, 1}, Case{-1, 1}, Case{30000, 400}}) {
+        search_state.results_scroll = 1000;
+        wheel(-1, c.client_height);
+        EXPECT_EQ(search_state.results_scroll, 1000 + c.step) << c.client_height;
+        wheel(1, c.client_height);
+        EXPECT_EQ(search_state.results_scroll, 1000) << c.client_height;
+    }
+    scope.use_sizes(32, 60, 30);
+    wheel(-1);
+    EXPECT_EQ(search_state.results_scroll, 1002);
+}
+
+TEST(InputWheel, ScrollsInEveryState) {
+    FrameScope scope;
+    set_entries(path, {"C:/kept"});
+    set_field(path, "C:/code");
+    settle(); // two rows, less than a step
+    for (StrBuf *field : {static_cast<StrBuf *>(nullptr), path, query}) {
+        for (bool is_open : {false, true}) {
+            for (Point mouse : {Point{20, 8}, Point{300, 300}, Point{-5000, 9000}}) {
+                scope.focus(field, {{1, 3}});
+                ui_state.dropdown_open = is_open ? 1 : 0;
+                pointer(EVENT_MOUSE_MOVE, mouse);
+                search_state.results_scroll = 100;
+                Seen expected = see(scope);
+                wheel(-1);
+                expected.scroll = 108;
+                EXPECT_TRUE(see(scope) == expected); // and nothing else, above all no search
+                wheel(1);
+                wheel(1);
+                EXPECT_EQ(search_state.results_scroll, 92);
+            }
+        }
+    }
+}
+
+TEST(InputWheel, ScrollsWithoutResultsAndBeyondTheLastOne) {
+    FrameScope scope;
+    for (int i = 0; i < 100; i++) {
+        wheel(-1); // that is meant
+    }
+    EXPECT_EQ(search_state.results_scroll, 800);
+}
+
+TEST(InputWheel, NeverPassesTheLastNumberARowCanHave) {
+    FrameScope scope;
+    search_state.results_scroll = INT32_MAX - 3;
+    wheel(-1);
+    EXPECT_EQ(search_state.results_scroll, INT32_MAX);
+    wheel(-1);
+    EXPECT_EQ(search_state.results_scroll, INT32_MAX);
+    wheel(1);
+    EXPECT_EQ(search_state.results_scroll, INT32_MAX - 8);
+}
+
+// ---- The first event ----
+
+TEST(InputFirst, EachEventOfAKeyOrTheMouseMakesTheSlots) {
+    FrameScope scope;
+    void (*const events[])() = {[] {
+                                    pointer(EVENT_MOUSE_MOVE, {3, 4});
+                                },
+                                [] {
+                                    button(MOUSE_LEFT, BUTTON_PRESSED, {3, 4});
+                                },
+                                [] { wheel(-1); }, [] { key('K'); }};
+    const uint16_t slots[] = {SLOT_POINTER, MOUSE_LEFT, SLOT_WHEEL, 'K'};
+    for (size_t i = 0; i < std::size(events); i++) {
+        UiScope no_slots;
+        ASSERT_EQ(ui_state.slots, nullptr);
+        events[i]();
+        ASSERT_NE(ui_state.slots, nullptr) << i;
+        EXPECT_TRUE(ui_went_down(slots[i])) << i;
+    }
 }
 
 // ---- Keys ----
