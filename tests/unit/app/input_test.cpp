@@ -930,6 +930,16 @@ TEST(InputFocus, ItsGainReleasesNothingAndNeitherChangesATextOrTheFocusedField) 
     EXPECT_EQ(ui_state.focused_field, query);
 }
 
+TEST(InputFocus, ItsLossMergesTheCaretsAsShiftsReleaseDoes) {
+    FrameScope scope;
+    set_field(query, "abcdef");
+    scope.focus(query, {{0, 2}, {1, 4}});
+    focus_event(1);
+    EXPECT_EQ(carets(), "{0,2}{1,4}");
+    focus_event(0);
+    EXPECT_EQ(carets(), "{0,4}");
+}
+
 // ---- The mouse ----
 
 TEST(InputMouse, ADoublePressIsAPress) {

@@ -1,76 +1,41 @@
 // The two threads as they really run: the worker searches while the interface edits both fields, publishes
-// and reads the results. Without locks much may be seen torn meanwhile; under the address sanitizer none of
-// it may touch memory that was given back, and the last request's results must be right.
+// and reads the results. Without locks a text's bytes may be the next search's meanwhile, but a row is whole;
+// under the address sanitizer none of it may touch memory that was given back, and the last request's results
+// must be right.
 
 #include <gtest/gtest.h>
 
+#include <string.h>
+
 #include <random>
 #include <string>
+#include <vector>
 
 #include "os/threads.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "search/telling_tree.h"
 #include "search/worker.h"
 #include "support/test_tree.h"
 
 namespace {
 
-constexpr int folder_count = 12;
-constexpr int files_in_folder = 12;
-
-std::string folder_name(int i) {
-    return "folder_" + std::to_string(i);
-}
-
-// A tree with a known answer: every file has its number of "needle" lines.
-void fill_tree(const TestTree &tree) {
-    for (int i = 0; i < folder_count; i++) {
-        for (int j = 0; j < files_in_folder; j++) {
-            std::string bytes;
-            for (int k = 0; k < 200 + j; k++) {
-                bytes += k % 10 == j % 10 ? "\tthe needle in line " + std::to_string(k) + "\n"
-                                          : "some hay in here\n";
-            }
-            tree.file(folder_name(i) + "/deep/er/file_" + std::to_string(j), bytes + "-------------------");
-        }
-    }
-}
-
-std::string expected_rows() {
-    std::string rows = "files " + std::to_string(folder_count * files_in_folder) + "\n";
-    for (int i = 0; i < folder_count; i++) {
-        for (int j = 0; j < files_in_folder; j++) {
-            rows += "file " + folder_name(i) + "/deep/er/file_" + std::to_string(j) + "\n";
-            int64_t at = 0;
-            for (int k = 0; k < 200 + j; k++) {
-                std::string line = "the needle in line " + std::to_string(k);
-                bool hit = k % 10 == j % 10;
-                if (hit) {
-                    rows +=
-                        "hit " + std::to_string(k + 1) + " 6 " + std::to_string(at + 5) + " " + line + "\n";
-                }
-                at += hit ? static_cast<int64_t>(line.size()) + 2 : 17;
-            }
-        }
-    }
-    return sort_file_groups(rows);
-}
-
-// Edits a field as typing does, in place; the storage grows now and then.
-void edit(StrBuf *field, std::mt19937 &random, const std::string &whole) {
-    switch (random() % 4) {
+// Edits a field as typing does, in place; the storage grows now and then. The first kept bytes stay what they
+// are, so that nothing but the tree is ever searched.
+void edit(StrBuf *field, std::mt19937 &random, const std::string &whole, uint64_t kept) {
+    switch (field->count < kept ? 0 : random() % 4) {
     case 0:
         set_field(field, whole);
         break;
     case 1:
-        if (field->count > 0) { // backspace
+        if (field->count > kept) { // backspace
             field->count = field->count - 1;
             field->data[field->count] = 0;
         }
         break;
     case 2:
         if (strbuf_make_room(field, 1, &search_state.retired_text)) {
-            strbuf_insert(field, random() % (field->count + 1), 1, "e");
+            strbuf_insert(field, kept + random() % (field->count + 1 - kept), 1, "e");
         }
         break;
     default:
@@ -81,35 +46,54 @@ void edit(StrBuf *field, std::mt19937 &random, const std::string &whole) {
     }
 }
 
-// Reads the results as a frame does. The rows may be torn, but what they point at stays.
-uint64_t read_frame() {
-    search_state.interface_pass = search_state.interface_pass + 1;
-    release_retired(&search_state.retired_text);
-    uint64_t sum = 0;
-    if (search_state.results_dirty) {
-        search_state.results_dirty = 0;
-        TableRows hit_rows = table_rows(&results_store.hit_table);
-        TableRows file_rows = table_rows(&results_store.file_table);
-        const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(hit_rows.data);
-        const FileEntry *files = reinterpret_cast<const FileEntry *>(file_rows.data);
-        for (uint64_t i = 0; i < hit_rows.count; i++) {
-            Str text = hits[i].text;
-            sum += text.count > 0 ? static_cast<uint8_t>(text.data[text.count - 1]) : 0;
-            if (hits[i].file_index < file_rows.count) {
-                Str name = files[hits[i].file_index].name;
-                sum += name.count > 0 ? static_cast<uint8_t>(name.data[0]) : 0;
-            }
-        }
-        TableRows folder_rows = table_rows(&results_store.matching_folders);
-        for (uint64_t i = 0; i < folder_rows.count; i++) {
-            Str name = reinterpret_cast<const Str *>(folder_rows.data)[i];
-            sum += name.count > 0 ? static_cast<uint8_t>(name.data[0]) : 0;
-        }
+// What a reader has seen.
+struct Seen {
+    uint64_t rows;       // that were there
+    uint64_t sure_texts; // whose bytes nobody can have written over meanwhile
+    uint64_t mixed_rows; // put together wrongly
+    uint64_t wrong_texts;
+};
+
+void read_texts(uint32_t taken, std::initializer_list<Str> texts, Seen *seen) {
+    uint64_t wrong = 0;
+    for (Str text : texts) {
+        wrong += !telling::text_fits(text);
     }
-    return sum;
+    if (taken == search_state.requests_taken) {
+        seen->sure_texts++;
+        seen->wrong_texts += wrong;
+    }
 }
 
-volatile uint64_t read_sum; // keeps the reading
+// Reads the results as a frame does.
+void read_frame(uint64_t root_length, Seen *seen) {
+    search_state.interface_pass = search_state.interface_pass + 1;
+    release_retired(&search_state.retired_text);
+    if (!search_state.results_dirty) {
+        return;
+    }
+    search_state.results_dirty = 0;
+    ResultRecord hit;
+    FileEntry file;
+    for (uint64_t i = 0; i < results_store.hit_table.count; i++) {
+        uint32_t taken = search_state.requests_taken;
+        if (results_hit_at(i, &hit, &file)) {
+            seen->rows++;
+            seen->mixed_rows += !telling::row_fits(hit, file, root_length);
+            read_texts(taken, {file.folder, file.name, hit.text}, seen);
+        }
+    }
+    for (const DynArray *folders : {&results_store.matching_folders, &results_store.other_folders}) {
+        Str name;
+        for (uint64_t i = 0; i < folders->count; i++) {
+            uint32_t taken = search_state.requests_taken;
+            if (results_folder_at(folders, i, &name)) {
+                seen->rows++;
+                read_texts(taken, {name}, seen);
+            }
+        }
+    }
+}
 
 // So that the tables grow again and again while they are read.
 void start_tables_small() {
@@ -119,29 +103,33 @@ void start_tables_small() {
     }
 }
 
-volatile uint32_t requests_taken; // counted by turn_without_sleep
-
 // Publishes that many requests with ever changing texts, and goes on until that many have been taken; then
 // one for the needle in the whole tree.
 void publish_many(const TestTree &tree, int requests, uint32_t to_be_taken) {
     std::mt19937 random(11);
-    const std::string queries[] = {"needle", "hay", "e", "line 1", "nothing of the kind"};
-    const std::string paths[] = {tree.path(), tree.path() + "/", tree.path("folder_1"), tree.path("fol"), ""};
-    uint64_t sum = 0;
-    for (int i = 0; i < requests || requests_taken < to_be_taken; i++) {
+    const std::string queries[] = {"needle", "hay", "e", "\t", "nothing of the kind"};
+    const std::string paths[] = {tree.path(), tree.path() + "/", tree.path(telling::folder_name(1)),
+                                 tree.path("fol"), ""};
+    uint64_t root_length = tree.path().size();
+    uint32_t first = search_state.requests_taken;
+    Seen seen = {};
+    for (int i = 0; i < requests || search_state.requests_taken - first < to_be_taken; i++) {
         if (random() % 2) {
-            edit(&search_state.query, random, queries[random() % std::size(queries)]);
+            edit(&search_state.query, random, queries[random() % std::size(queries)], 0);
         } else {
-            edit(&search_state.path, random, paths[random() % std::size(paths)]);
+            edit(&search_state.path, random, paths[random() % std::size(paths)], root_length + 1);
         }
         publish_request();
-        sum += read_frame();
+        read_frame(root_length, &seen);
         if (random() % 8 == 0) {
             os_sleep_ms(static_cast<uint32_t>(random() % 3));
-            sum += read_frame();
+            read_frame(root_length, &seen);
         }
     }
-    read_sum = sum;
+    EXPECT_GT(seen.rows, 1000u);
+    EXPECT_GT(seen.sure_texts, 1000u);
+    EXPECT_EQ(seen.mixed_rows, 0u);
+    EXPECT_EQ(seen.wrong_texts, 0u);
     set_field(&search_state.path, tree.path());
     set_field(&search_state.query, "needle");
     publish_request();
@@ -164,36 +152,14 @@ volatile uint8_t has_stopped;
 uint32_t turn_without_sleep(void *) {
     while (!stop_turning) {
         search_state.worker_pass = search_state.worker_pass + 1;
-        requests_taken = requests_taken + search_worker_turn();
+        search_worker_turn();
     }
     has_stopped = 1;
     return 0;
 }
 
-} // namespace
-
-// The worker's turns without the poll's sleep, so that thousands of requests are really taken.
-TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
-    TestTree tree;
-    fill_tree(tree);
-    SearchScope scope;
-    start_tables_small();
-    search_state.interface_pass = 1;
-    search_state.worker_pass = 1;
-    stop_turning = 0;
-    has_stopped = 0;
-    requests_taken = 0;
-    static Thread *thread;
-    thread = os_thread_start(turn_without_sleep, nullptr);
-    ASSERT_NE(thread, nullptr);
-    publish_many(tree, 5000, 2000);
-    wait_for_the_last_request();
-    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), expected_rows());
-    EXPECT_GT(results_store.hit_table.capacity, 2u);
-    stop_turning = 1;
-    while (!has_stopped) {
-        os_sleep_ms(1);
-    }
+// Nothing is left of what was retired, and nobody reads any more.
+void end_passes() {
     search_state.worker_pass = search_state.worker_pass + 2;
     search_state.interface_pass = search_state.interface_pass + 2;
     release_retired(&search_state.retired_text);
@@ -204,11 +170,139 @@ TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
     search_state.interface_pass = 0;
 }
 
+} // namespace
+
+// The worker's turns without the poll's sleep, so that thousands of requests are really taken.
+TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
+    TestTree tree;
+    telling::fill(tree);
+    SearchScope scope;
+    start_tables_small();
+    search_state.interface_pass = 1;
+    search_state.worker_pass = 1;
+    stop_turning = 0;
+    has_stopped = 0;
+    static Thread *thread;
+    thread = os_thread_start(turn_without_sleep, nullptr);
+    ASSERT_NE(thread, nullptr);
+    publish_many(tree, 3000, 1000);
+    wait_for_the_last_request();
+    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
+    EXPECT_GT(results_store.hit_table.capacity, 2u);
+    stop_turning = 1;
+    while (!has_stopped) {
+        os_sleep_ms(1);
+    }
+    end_passes();
+}
+
+// The thread sanitizer holds signals back, and with them the stopping of a thread that makes no calls.
+#if !defined(__SANITIZE_THREAD__)
+
+namespace {
+
+// A row as results_hit_at gives it, or a folder with nothing but its name.
+struct WholeRow {
+    ResultRecord hit;
+    FileEntry file;
+    Str folder;
+};
+
+constexpr uint64_t rows_read = 16;
+WholeRow whole_rows[2][rows_read]; // of each search
+volatile uint64_t calls, rows_found, rows_mixed;
+
+bool read_row(uint64_t row, WholeRow *read) {
+    *read = {};
+    return row % 2 ? results_folder_at(&results_store.matching_folders, row, &read->folder)
+                   : results_hit_at(row, &read->hit, &read->file);
+}
+
+bool is_whole(uint64_t row, const WholeRow &read) {
+    return memcmp(&read, &whole_rows[0][row], sizeof(read)) == 0 ||
+           memcmp(&read, &whole_rows[1][row], sizeof(read)) == 0;
+}
+
+uint32_t read_without_end(void *) {
+    WholeRow read;
+    for (uint64_t row = 0; !stop_turning; row = (row + 1) % rows_read) {
+        search_state.interface_pass = search_state.interface_pass + 1;
+        if (read_row(row, &read)) {
+            rows_found = rows_found + 1;
+            rows_mixed = rows_mixed + !is_whole(row, read);
+        }
+        calls = calls + 1;
+    }
+    has_stopped = 1;
+    return 0;
+}
+
+// Fills the tables with hits, and with folders' names beside them.
+void search_both(const std::string &folder, const std::string &folders) {
+    set_field(&search_state.path, folder);
+    set_field(&search_state.query, "needle");
+    publish_request();
+    ASSERT_TRUE(search_worker_turn());
+    for (uint64_t i = 0; i < rows_read; i++) {
+        std::string text = telling::text_of_length(folders, 20 + folders.size() * i);
+        Str name = arena_push_string(&results_store.arena, str_over(text));
+        dynarray_push_shared(&results_store.matching_folders, sizeof(name), &name, &results_store.retired);
+    }
+}
+
+} // namespace
+
+// The reader is stopped wherever it happens to be, mostly within the copying of a row, and finds another
+// search's rows when it goes on.
+TEST(TwoThreads, ARowThatIsBeingCopiedWhenTheNextSearchStartsIsNotMixed) {
+    TestTree tree;
+    telling::fill(tree);
+    SearchScope scope;
+    start_tables_small();
+    const std::string paths[] = {tree.path(telling::folder_name(2)), tree.path(telling::folder_name(5))};
+    const std::string folders[] = {"abc", "abcdefg"};
+    for (int search = 0; search < 2; search++) { // twice: the first one's tables grow
+        search_both(paths[search], folders[search]);
+        for (uint64_t row = 0; row < rows_read; row++) {
+            ASSERT_TRUE(read_row(row, &whole_rows[search][row])) << row;
+            ASSERT_TRUE(is_whole(row, whole_rows[search][row]));
+        }
+    }
+    search_state.interface_pass = 1;
+    search_state.worker_pass = 1;
+    stop_turning = 0;
+    has_stopped = 0;
+    calls = 0;
+    rows_found = 0;
+    rows_mixed = 0;
+    static Thread *thread;
+    thread = os_thread_start(read_without_end, nullptr);
+    ASSERT_NE(thread, nullptr);
+    std::mt19937 random(12);
+    for (int stop = 0; stop < 400; stop++) {
+        for (uint64_t end = calls + random() % 8; calls <= end;) {
+            os_sleep_ms(0);
+        }
+        os_thread_suspend(thread);
+        search_both(paths[stop % 2], folders[stop % 2]);
+        os_thread_resume(thread);
+    }
+    EXPECT_GT(rows_found, 400u);
+    EXPECT_EQ(rows_mixed, 0u);
+    stop_turning = 1;
+    while (!has_stopped) {
+        os_sleep_ms(1);
+    }
+    end_passes();
+}
+
+#endif
+
 // The worker thread itself. It never ends, so this is the program's last test, and what it uses is never
 // given back.
 TEST(TwoThreadsLast, TheWorkerThreadEndsWithTheLastRequestsResults) {
     TestTree tree;
-    fill_tree(tree);
+    telling::fill(tree);
     results_store_reserve();
     strbuf_init(&search_state.path, 1024);
     strbuf_init(&search_state.query, 1024);
@@ -219,5 +313,5 @@ TEST(TwoThreadsLast, TheWorkerThreadEndsWithTheLastRequestsResults) {
     ASSERT_NE(thread, nullptr);
     publish_many(tree, 3000, 0);
     wait_for_the_last_request();
-    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), expected_rows());
+    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
 }

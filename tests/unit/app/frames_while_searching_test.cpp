@@ -1,0 +1,322 @@
+// Frames as they are really drawn while the worker restarts its search as fast as it can. A row may show what
+// was valid a moment ago, but neither the drawing nor a click reads outside memory that is still there, no
+// command mixes two searches, and once all is quiet the picture is the one that a quiet run draws.
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <random>
+#include <string>
+
+#include "app/frame.h"
+#include "app/frame_scope.h"
+#include "app/input.h"
+#include "search/telling_tree.h"
+#include "search/worker.h"
+#include "support/picture.h"
+#include "support/recorded_commands.h"
+
+namespace {
+
+StrBuf *const path = &search_state.path;
+StrBuf *const query = &search_state.query;
+
+constexpr Size client_size = {900, 400};
+constexpr Point nowhere = {-1000, -1000};
+constexpr uint32_t unpainted = 0xFF123456;
+
+// ---- The worker ----
+
+volatile uint8_t stop_turning;
+volatile uint8_t has_stopped;
+
+uint32_t turn_without_sleep(void *) {
+    while (!stop_turning) {
+        search_state.worker_pass = search_state.worker_pass + 1;
+        search_worker_turn();
+    }
+    has_stopped = 1;
+    return 0;
+}
+
+// Until the request is taken and the turn that took it has ended.
+void wait_for_the_last_request() {
+    while (search_state.request_pending) {
+        os_sleep_ms(1);
+    }
+    uint32_t pass = search_state.worker_pass;
+    while (search_state.worker_pass == pass) {
+        os_sleep_ms(1);
+    }
+}
+
+// ---- The user ----
+
+struct User {
+    std::mt19937 random = std::mt19937(13);
+    std::string root;
+    PlatformWindow window = {};
+    Point mouse = {};
+
+    uint32_t below(uint32_t end) {
+        return static_cast<uint32_t>(random() % end);
+    }
+
+    void send(WindowEvent *event) {
+        event->window = &window;
+        input_handle_event(event);
+    }
+    void key(uint16_t code, uint8_t state = KEY_PRESSED) {
+        WindowEvent event = {};
+        event.type = EVENT_KEY;
+        event.key = {code, state};
+        send(&event);
+    }
+    void type(char character) {
+        WindowEvent event = {};
+        event.type = EVENT_CHAR;
+        event.character.unit = static_cast<uint8_t>(character);
+        send(&event);
+    }
+    void wheel(int32_t direction) {
+        WindowEvent event = {};
+        event.type = EVENT_MOUSE_WHEEL;
+        event.wheel = {mouse, direction};
+        send(&event);
+    }
+    void move(Point to) {
+        mouse = to;
+        WindowEvent event = {};
+        event.type = EVENT_MOUSE_MOVE;
+        event.mouse.position = to;
+        send(&event);
+    }
+    void button(uint16_t which, uint8_t state) {
+        WindowEvent event = {};
+        event.type = EVENT_MOUSE_BUTTON;
+        event.button = {which, mouse, state};
+        send(&event);
+    }
+
+    // To the field, by Tab when the other one has the focus, with the caret at the text's end.
+    void go_to(StrBuf *field) {
+        if (!ui_state.focused_field) {
+            ui_state.focused_field = field;
+        } else if (ui_state.focused_field != field) {
+            key(KEY_TAB);
+        }
+        key(KEY_END);
+    }
+
+    // The path stays the tree's or goes on from there, so that nothing else is ever searched.
+    void edit_path() {
+        go_to(path);
+        if (path->count < root.size() || path->count > root.size() + 600) {
+            set_field(path, root);
+            FrameScope::focus(path, {{0, 0}});
+            key(KEY_END);
+            publish_request();
+        }
+        uint32_t what = below(8);
+        if (path->count == root.size()) {
+            type('/');
+        } else if (what < 3) {
+            key(KEY_ENTER);
+        } else if (what < 5) {
+            if (path->count > root.size() + 1) {
+                key(KEY_BACKSPACE, below(2) ? KEY_PRESSED : KEY_REPEATED);
+            }
+        } else {
+            type("/fd"[what - 5]);
+        }
+        if (what == 7 && below(2)) { // a search of the whole tree
+            set_field(path, root);
+            publish_request();
+        }
+    }
+
+    void edit_query() {
+        go_to(query);
+        switch (below(6)) {
+        case 0:
+        case 1:
+            key(KEY_BACKSPACE);
+            break;
+        case 2:
+            type("nedlha+"[below(7)]);
+            break;
+        case 3:
+            set_field(query, "\t"); // which cannot be typed
+            publish_request();
+            break;
+        default: {
+            const char *whole[] = {"needle", "hay", "e", "in"};
+            set_field(query, whole[below(4)]);
+            publish_request();
+            break;
+        }
+        }
+    }
+};
+
+// What follows from the frame that is drawn next, as in the program's own loop.
+void draw_frame(Framebuffer *framebuffer, Point mouse) {
+    search_state.results_dirty = 0;
+    frame_draw(framebuffer, mouse);
+}
+
+void begin_frame() {
+    scratch_empty();
+    search_state.interface_pass = search_state.interface_pass + 1;
+    release_retired(&search_state.retired_text);
+    ui_begin_frame();
+}
+
+// "line column byte_offset name": the numbers of one row, and a name as long as that row's file's. The name's
+// bytes may have become another one's.
+bool command_fits(const std::string &command) {
+    unsigned line = 0, column = 0, byte_offset = 0;
+    int name_start = 0;
+    return sscanf(command.c_str(), "%u %u %u |%n", &line, &column, &byte_offset, &name_start) == 3 &&
+           telling::numbers_fit(line, column, byte_offset,
+                                command.size() - static_cast<uint64_t>(name_start));
+}
+
+struct Pictures {
+    Canvas top{client_size.width, client_size.height, unpainted};
+    Canvas scrolled{client_size.width, client_size.height, unpainted};
+    Canvas hovered{client_size.width, client_size.height, unpainted};
+};
+
+void draw_pictures(Pictures *pictures) {
+    begin_frame();
+    search_state.results_scroll = 0;
+    frame_draw(&pictures->top.framebuffer, nowhere);
+    frame_draw(&pictures->hovered.framebuffer, {300, 200});
+    search_state.results_scroll = 701;
+    frame_draw(&pictures->scrolled.framebuffer, nowhere);
+}
+
+bool is_same(const Canvas &a, const Canvas &b) {
+    return memcmp(a.framebuffer.pixels, b.framebuffer.pixels, a.framebuffer.capacity) == 0;
+}
+
+constexpr uint32_t requests_to_take = 1000;
+
+} // namespace
+
+TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
+    TestTree tree;
+    telling::fill(tree);
+    FrameScope scope;
+    for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
+                            &results_store.matching_folders, &results_store.other_folders}) {
+        table->capacity = 1; // they grow while they are read
+    }
+    std::string left = "{tarn_row} {tarn_column} {tarn_byte} |{tarn_file_name}", right = "{tarn_file_folder}";
+    settings.left_click_cmd = str_over(left);
+    settings.right_click_cmd = str_over(right);
+    recorded_commands.clear();
+    User user;
+    user.root = tree.path();
+    user.window.client_size = client_size;
+    set_field(path, user.root);
+    set_field(query, "needle");
+    set_entries(path, {tree.path(), tree.path(telling::folder_name(1))});
+    publish_request();
+
+    search_state.interface_pass = 1;
+    search_state.worker_pass = 1;
+    stop_turning = 0;
+    has_stopped = 0;
+    static Thread *thread;
+    thread = os_thread_start(turn_without_sleep, nullptr);
+    ASSERT_NE(thread, nullptr);
+
+    Canvas canvas(client_size.width, client_size.height, unpainted);
+    uint32_t first = search_state.requests_taken;
+    while (search_state.requests_taken - first < requests_to_take || recorded_commands.size() < 100) {
+        begin_frame();
+        switch (user.below(8)) {
+        case 0:
+        case 1:
+            user.edit_path();
+            break;
+        case 2:
+        case 3:
+            user.edit_query();
+            break;
+        case 4:
+            user.wheel(user.below(3) ? -1 : 1);
+            break;
+        case 5: { // below the fields, so that no field gets the click
+            user.move({static_cast<int32_t>(user.below(880)), 60 + static_cast<int32_t>(user.below(330))});
+            uint16_t which = user.below(2) ? MOUSE_LEFT : MOUSE_RIGHT;
+            user.button(which, BUTTON_PRESSED);
+            user.button(which, BUTTON_RELEASED);
+            break;
+        }
+        case 6: // a right click on the path opens the saved ones, and a click takes one
+            if (user.below(8) == 0) {
+                user.move({300, 10});
+                user.button(MOUSE_RIGHT, BUTTON_PRESSED);
+                user.button(MOUSE_RIGHT, BUTTON_RELEASED);
+                draw_frame(&canvas.framebuffer, user.mouse);
+                begin_frame();
+                user.move({300, 40});
+                user.button(MOUSE_LEFT, BUTTON_PRESSED);
+                user.button(MOUSE_LEFT, BUTTON_RELEASED);
+            }
+            break;
+        default:
+            user.move({static_cast<int32_t>(user.below(900)), static_cast<int32_t>(user.below(400))});
+            break;
+        }
+        draw_frame(&canvas.framebuffer, user.mouse);
+    }
+
+    ui_state.focused_field = nullptr;
+    ui_state.dropdown_open = 0;
+    begin_frame();
+    set_field(path, user.root);
+    set_field(query, "needle");
+    publish_request();
+    wait_for_the_last_request();
+    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
+    EXPECT_GT(results_store.hit_table.capacity, 2u);
+    Pictures after_the_storm;
+    draw_pictures(&after_the_storm);
+
+    stop_turning = 1;
+    while (!has_stopped) {
+        os_sleep_ms(1);
+    }
+    uint64_t of_rows = 0;
+    for (const RecordedCommand &command : recorded_commands) {
+        if (command.text.find(" |") != std::string::npos) {
+            of_rows++;
+            EXPECT_TRUE(command_fits(command.text)) << command.text;
+        }
+    }
+    EXPECT_GT(of_rows, 10u);
+    recorded_commands.clear();
+
+    publish_request();
+    ASSERT_TRUE(search_worker_turn());
+    Pictures quiet;
+    draw_pictures(&quiet);
+    EXPECT_TRUE(is_same(after_the_storm.top, quiet.top));
+    EXPECT_TRUE(is_same(after_the_storm.scrolled, quiet.scrolled));
+    EXPECT_TRUE(is_same(after_the_storm.hovered, quiet.hovered));
+    EXPECT_FALSE(is_same(quiet.top, quiet.scrolled));
+    EXPECT_FALSE(is_same(quiet.top, quiet.hovered));
+
+    search_state.worker_pass = search_state.worker_pass + 2;
+    search_state.interface_pass = search_state.interface_pass + 2;
+    release_retired(&search_state.retired_text);
+    release_retired(&results_store.retired);
+    EXPECT_EQ(search_state.retired_text.first, nullptr);
+    EXPECT_EQ(results_store.retired.first, nullptr);
+    search_state.worker_pass = 0;
+}
