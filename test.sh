@@ -1,6 +1,6 @@
 #!/bin/bash
 # Builds everything for Windows and Linux and runs every test on both: the Windows programs under Wine, the Linux ones
-# plain and under AddressSanitizer and UndefinedBehaviorSanitizer. Stops with a failure's status at the first preset
+# plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under ThreadSanitizer too. Stops with a failure's status at the first preset
 # that has one.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -41,7 +41,7 @@ under_screen() {
         "$@"' _ "$@"
 }
 
-for preset in linux linux-asan windows; do
+for preset in linux linux-asan linux-tsan windows; do
     echo "== $preset"
     [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" > /dev/null
     cmake --build --preset "$preset" > "build/$preset/build.log" || { cat "build/$preset/build.log"; exit 1; }
