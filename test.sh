@@ -1,7 +1,7 @@
 #!/bin/bash
 # Builds everything for Windows and Linux and runs every test on both: the Windows programs under Wine, the Linux ones
-# plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under ThreadSanitizer too. Stops with a failure's status at the first preset
-# that has one.
+# plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under ThreadSanitizer as well.
+# Stops with a failure's status at the first preset that has one.
 set -euo pipefail
 cd "$(dirname "$0")"
 
