@@ -1,4 +1,4 @@
-// The settings file read in the plainest way, to compare the program's reading with. No fonts.
+// The settings file read in the plainest way, to compare the program's reading with. Fonts are only named.
 #pragma once
 
 #include <stdint.h>
@@ -6,6 +6,7 @@
 #include <cmath>
 #include <map>
 #include <string>
+#include <vector>
 
 struct PlainSettings {
     int32_t font_size = 0;
@@ -18,6 +19,8 @@ struct PlainSettings {
     std::string left_click_cmd = "\"C:/Program Files/Sublime Text/sublime_text.exe\" "
                                  "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}";
     std::string right_click_cmd = "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\"";
+    std::string folder;                  // of the file, with a '/' at its end
+    std::vector<std::string> font_paths; // of the fonts to load, in their order
 
     void apply(std::string file) {
         while (true) {
@@ -77,7 +80,9 @@ private:
     }
 
     void set(const std::string &key, const std::string &value, const std::string &from_value) {
-        if (key == "font_size") {
+        if (key == "font_file") {
+            font_paths.push_back(font_path(value));
+        } else if (key == "font_size") {
             font_size = integer(value, from_value);
         } else if (key == "line_height") {
             line_height = pixels(value);
@@ -96,6 +101,14 @@ private:
         } else if (key == "right_click_cmd") {
             right_click_cmd = value;
         }
+    }
+
+    std::string font_path(std::string value) const {
+        if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
+            value = value.substr(1, value.size() - 2);
+        }
+        bool is_absolute = value.find(':') != std::string::npos || value.find_first_of("/\\") == 0;
+        return value.empty() || is_absolute ? value : folder + value;
     }
 
     static int32_t integer(std::string value, const std::string &from_value) {
