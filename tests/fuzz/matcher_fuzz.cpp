@@ -1,0 +1,143 @@
+// The matcher against the rules byte by byte: a file's hits, in each variant of the scan, and the sorting of
+// sub-folders.
+//
+// An input: one byte of how, one of where the text begins in its block and how often it is repeated, one of
+// the query's length, the query, and the text.
+
+#include <string>
+#include <vector>
+
+#include "fuzz.h"
+#include "os/processor.h"
+#include "search/matcher.h"
+#include "search/plain_matcher.h"
+#include "search/results_store.h"
+#include "search/scan.h"
+#include "search/search_state.h"
+
+namespace {
+
+void reserve_once() {
+    static bool is_reserved = false;
+    if (!is_reserved) {
+        dynarray_init(&results_store.hit_table, sizeof(ResultRecord), 16);
+        results_store_reserve_folders();
+        results_store_start_arena();
+        search_state.request_pending = 0;
+        is_reserved = true;
+    }
+    results_store.hit_table.count = 0;
+    results_store.matching_folders.count = 0;
+    results_store.other_folders.count = 0;
+    arena_rewind(&results_store.arena);
+}
+
+// ---- Hits ----
+
+std::string written(const std::vector<PlainHit> &hits, uint32_t file_index) {
+    std::string all = hits.empty() ? "" : "header " + std::to_string(file_index) + "\n";
+    for (const PlainHit &hit : hits) {
+        all += std::to_string(hit.line) + " " + std::to_string(hit.column) + " " +
+               std::to_string(hit.byte_offset) + " " + hit.text + "\n";
+    }
+    return all;
+}
+
+std::string stored_rows(uint32_t file_index) {
+    std::string all;
+    const ResultRecord *rows = reinterpret_cast<const ResultRecord *>(results_store.hit_table.data);
+    for (uint64_t i = 0; i < results_store.hit_table.count; i++) {
+        const ResultRecord &row = rows[i];
+        if (row.kind == RESULT_FILE_HEADER) {
+            bool is_bare = !row.line && !row.column && !row.byte_offset && !row.text.count && !row.text.data;
+            all += "header " + std::to_string(row.file_index) + (is_bare ? "\n" : " with a hit in it\n");
+            continue;
+        }
+        all += std::to_string(row.line) + " " + std::to_string(row.column) + " " +
+               std::to_string(row.byte_offset) + " " + to_string(row.text) + "\n";
+        fuzz_expect("a hit's file", row.file_index, file_index);
+        fuzz_expect("the byte behind a line's text", row.text.data[row.text.count], 0);
+    }
+    return all;
+}
+
+void check_hits(const std::string &text, const std::string &query, size_t offset, uint32_t file_index) {
+    std::string plain_text = text;
+    const std::string expected = written(plain_hits(plain_text, query), file_index);
+    const ExactBytes real_query(query);
+    std::vector<ScanNextHit *> variants = {scan_next_hit_sse2};
+    if (os_has_avx2()) {
+        variants.push_back(scan_next_hit_avx2);
+    }
+    for (ScanNextHit *variant : variants) {
+        reserve_once();
+        scan_next_hit_variant = variant;
+        const ExactBytes contents(text, offset);
+        scan_contents(contents.str, real_query.str, file_index);
+        fuzz_expect("hits", stored_rows(file_index), expected);
+        fuzz_expect("the text afterwards", to_string(contents.str), plain_text);
+    }
+}
+
+// ---- Sub-folders ----
+
+std::string plain_lower(std::string text) {
+    for (char &c : text) {
+        size_t letter = std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZ").find(c);
+        c = letter == std::string::npos ? c : "abcdefghijklmnopqrstuvwxyz"[letter];
+    }
+    return text;
+}
+
+std::string joined(const DynArray &list) {
+    std::string all;
+    for (uint64_t i = 0; i < list.count; i++) {
+        all += to_string(reinterpret_cast<const Str *>(list.data)[i]) + "\n";
+    }
+    return all;
+}
+
+// names: separated by slashes, a file's with a '.' before it.
+void check_folders(const std::string &names, const std::string &prefix) {
+    reserve_once();
+    std::string matching, others;
+    FuzzInput input(reinterpret_cast<const uint8_t *>(names.data()), names.size());
+    const ExactBytes real_prefix(prefix);
+    Str context = real_prefix.str;
+    while (!input.is_over()) {
+        std::string name = input.text_before('/');
+        bool is_folder = name.rfind(".", 0) != 0;
+        if (is_folder) {
+            bool matches = plain_lower(name.substr(0, prefix.size())) == plain_lower(prefix);
+            (matches ? matching : others) += name + "\n";
+        }
+        const ExactBytes real_name(name);
+        fuzz_expect("the way on", on_folder_suggestion(&context, {}, real_name.str, 0, nullptr, is_folder),
+                    1);
+    }
+    fuzz_expect("matching folders", joined(results_store.matching_folders), matching);
+    fuzz_expect("other folders", joined(results_store.other_folders), others);
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    FuzzInput input(data, size);
+    uint8_t how = input.byte();
+    uint8_t place = input.byte();
+    std::string query = input.text(input.byte());
+    std::string text = input.rest();
+    if (how & 1) {
+        check_folders(text, query);
+        return 0;
+    }
+    if (how & 2) {
+        text += query; // at the very end, where it is no hit
+    }
+    std::string all;
+    for (int repeats = 1 + place / 64; repeats > 0; repeats--) {
+        all += text;
+    }
+    check_hits(all, query, place % 64, how >> 2);
+    return 0;
+}

@@ -1,0 +1,421 @@
+// The saved lists against the plain ones: files of any bytes are loaded, texts typed, saved and removed, and
+// the program is killed, or its disk fails, in the middle of a writing. Both fields, with files in memory.
+//
+// An input: what the files of both lists hold at the start, and then steps of one byte, some with more bytes
+// behind them. A file is its kind, a byte more, its bytes up to 0xFF, and those of its second file likewise.
+
+#include <array>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/plain_saved_lists.h"
+#include "app/saved_lists.h"
+#include "fuzz.h"
+#include "os/files.h"
+#include "search/search_state.h"
+
+// ---- Files in memory, in the place of the system's ----
+
+namespace {
+
+using Bytes = std::optional<std::string>; // a file's; none when it is missing
+
+struct Disk {
+    std::map<std::string, std::string> files;
+    bool is_killed = false; // nothing changes any more: whatever the program still does was never done
+    int steps_left = -1;    // deletions and writings until the fault below; -1: none comes
+    bool fault_kills = false;
+    uint8_t written_part = 0; // of 255: how much of a writing is done when the fault hits it
+
+    Bytes read(const std::string &name) const {
+        const auto found = files.find(name);
+        return found == files.end() ? std::nullopt : Bytes(found->second);
+    }
+    void put(const std::string &name, const Bytes &bytes) {
+        files.erase(name);
+        if (bytes) {
+            files[name] = *bytes;
+        }
+    }
+    // Counts a step; returns whether the fault hits it.
+    bool fails() {
+        if (steps_left < 0) {
+            return false;
+        }
+        if (steps_left > 0) {
+            steps_left--;
+            return false;
+        }
+        steps_left = -1;
+        is_killed = fault_kills;
+        return true;
+    }
+};
+
+Disk disk;
+
+} // namespace
+
+Str os_file_read_all(Str path) {
+    const Bytes bytes = disk.read(to_string(path));
+    if (!bytes) {
+        return {};
+    }
+    char *block = static_cast<char *>(os_alloc(bytes->size() + 1)); // without the system's bytes behind it
+    memcpy(block, bytes->c_str(), bytes->size() + 1);
+    return {bytes->size(), block};
+}
+
+void os_file_free(Str *contents) {
+    os_free(contents->data);
+    *contents = {};
+}
+
+int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
+    if (disk.is_killed) {
+        return 0;
+    }
+    uint32_t done = count;
+    const bool fails = disk.fails();
+    if (fails) {
+        if (disk.written_part == 0) {
+            return 1; // not even made
+        }
+        done = static_cast<uint32_t>(uint64_t{count} * disk.written_part / 256);
+    }
+    std::string &file = disk.files[to_string(path)];
+    file.replace(0, std::min<size_t>(done, file.size()), bytes, done); // a longer old end stays
+    return fails ? 2 : 0;
+}
+
+int32_t os_file_delete(Str path) {
+    if (disk.is_killed) {
+        return 0;
+    }
+    if (disk.fails()) {
+        return 1;
+    }
+    disk.files.erase(to_string(path));
+    return 0;
+}
+
+namespace {
+
+const std::string first_names[] = {"C:/d/saved_paths.txt", "C:/d/saved_queries.txt"};
+
+std::string second_name(size_t which) {
+    return first_names[which] + ".new";
+}
+
+std::string with_length(const std::string &content) {
+    const uint64_t length = content.size();
+    return std::string(reinterpret_cast<const char *>(&length), 8) + content;
+}
+
+// What counts of the two files after whatever has happened.
+Bytes plain_recovered(const Bytes &first, const Bytes &second) {
+    if (second && second->size() >= 8) {
+        const std::string content = second->substr(8);
+        const std::string start = first.value_or("");
+        const bool is_whole = *second == with_length(content);
+        if (is_whole && start.size() < content.size() && content.compare(0, start.size(), start) == 0) {
+            return content;
+        }
+    }
+    return first;
+}
+
+// ---- The lists, real and plain ----
+
+StrBuf *const fields[] = {&search_state.path, &search_state.query};
+
+void empty_list(DynArray *list) {
+    for (uint64_t row = 0; row < list->count; row++) {
+        os_free(saved_entry_at(list, row)->text);
+    }
+    list->count = 0;
+}
+
+std::string written(const PlainSavedList &list) {
+    std::string all = list.text + (list.is_saved ? "\nsaved" : "\nnot saved");
+    for (const PlainEntry &entry : list.entries) {
+        all += (entry.is_live ? "\n+" : "\n-") + entry.text;
+    }
+    return all;
+}
+
+std::string stored(size_t which) {
+    const bool is_saved = which == 0 ? saved_lists.path_saved : saved_lists.query_saved;
+    const DynArray *list = saved_list_of(fields[which]);
+    std::string all = to_string(strbuf_text(fields[which])) + (is_saved ? "\nsaved" : "\nnot saved");
+    for (uint64_t row = 0; row < list->count; row++) {
+        const SavedEntry *entry = saved_entry_at(list, row);
+        all += (entry->in_use ? "\n+" : "\n-") + to_string(saved_entry_text(entry));
+        uint64_t capacity = 8;
+        while (capacity < entry->length) {
+            capacity *= 2;
+        }
+        fuzz_expect("an entry's storage", static_cast<int64_t>(entry->capacity),
+                    static_cast<int64_t>(capacity));
+        fuzz_expect("the byte behind an entry", entry->text[entry->length], 0);
+    }
+    return all;
+}
+
+class Run {
+public:
+    explicit Run(FuzzInput *bytes) : input(*bytes) {
+        disk = {};
+        saved_lists.folder = str_over(folder);
+        for (size_t which = 0; which < 2; which++) {
+            plain[which].is_path = which == 0;
+            strbuf_init(fields[which], 16);
+            fields[which]->data[0] = 0;
+            dynarray_init(saved_list_of(fields[which]), sizeof(SavedEntry), 4);
+        }
+        for (size_t which = 0; which < 2; which++) {
+            put_files(which);
+            start(which, true);
+        }
+        compare();
+    }
+    ~Run() {
+        for (StrBuf *field : fields) {
+            DynArray *list = saved_list_of(field);
+            empty_list(list);
+            os_free(list->data);
+            os_free(field->data);
+        }
+        saved_lists = {};
+    }
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
+
+    void step() {
+        const uint8_t what = input.byte();
+        const size_t which = what >> 7;
+        const size_t focus = what >> 6 & 1;
+        switch (what % 16) {
+        case 0:
+        case 1:
+        case 2: // a text is typed
+            type(which, input.text(input.below(32)));
+            mark(which);
+            write(which);
+            break;
+        case 3: // as a click into the field leaves it
+            type(which, input.text(input.below(32)));
+            break;
+        case 4:
+            mark(which);
+            break;
+        case 5:
+        case 6:
+            save(which, focus);
+            break;
+        case 7:
+            flip(which, input.byte());
+            break;
+        case 8:
+            write(which);
+            break;
+        case 9: // an entry's text, typed
+            if (!plain[which].entries.empty()) {
+                type(which, plain[which].entries[input.byte() % plain[which].entries.size()].text);
+                mark(which);
+            }
+            break;
+        case 10: // many entries that are saved and removed
+            for (uint32_t count = input.below(30); count > 0; count--) {
+                type(which, "entry " + std::to_string(count));
+                mark(which);
+                save(which, which);
+                flip(which, static_cast<uint32_t>(plain[which].entries.size()) - 1);
+            }
+            break;
+        case 11:
+            if (what & 0x10) {
+                start_with_a_fault(which);
+            } else {
+                start(which, what & 0x20);
+            }
+            break;
+        case 12:
+        case 13:
+        case 14: // the disk fails, or the program is killed and started again
+            arm();
+            break;
+        default:
+            clean(which, what & 0x20);
+        }
+        compare();
+    }
+
+private:
+    FuzzInput &input;
+    const std::string folder = "C:/d/";
+    std::array<PlainSavedList, 2> plain;
+    // What each file may count as, a missing one as empty; more than one after writings that a fault has hit.
+    std::array<std::vector<std::string>, 2> possible;
+    bool had_fault = false; // in the last writing
+
+    void put_files(size_t which) {
+        const uint8_t kind = input.byte();
+        const size_t cut = input.byte();
+        Bytes first = input.text_before(0xFF);
+        Bytes second = input.text_before(0xFF);
+        switch (kind % 4) {
+        case 0:
+            second.reset();
+            break;
+        case 1:
+            break;
+        default: // as a program that was killed left it; cut off itself, perhaps
+            second = with_length(*second);
+            second->resize(second->size() - (kind & 8 ? cut % (second->size() + 1) : 0));
+        }
+        if (kind & 4 && second && second->size() >= 8) {
+            first = second->substr(8, cut); // a beginning of it
+        }
+        if (kind & 16) {
+            first.reset();
+        }
+        disk.put(first_names[which], first);
+        disk.put(second_name(which), second);
+        possible[which] = {plain_recovered(first, second).value_or("")};
+    }
+
+    // A new program reads the files, perhaps with a fault on the way.
+    void load(size_t which, bool restores_text) {
+        (which == 0 ? saved_lists.path_saved : saved_lists.query_saved) = 0;
+        empty_list(saved_list_of(fields[which]));
+        set_field_text(fields[which], {});
+        const std::string counts =
+            plain_recovered(disk.read(first_names[which]), disk.read(second_name(which))).value_or("");
+        if (std::find(possible[which].begin(), possible[which].end(), counts) == possible[which].end()) {
+            fuzz_expect("what counts at a start", counts, possible[which].back());
+        }
+        saved_list_load(fields[which], restores_text);
+        possible[which] = {counts};
+        plain[which].is_saved = false;
+        plain[which].text.clear();
+        plain[which].entries.clear();
+        plain[which].load(counts, restores_text);
+    }
+
+    // The same on a disk without faults: afterwards only the first file is there, with what counts.
+    void start(size_t which, bool restores_text) {
+        disk.is_killed = false;
+        disk.steps_left = -1;
+        load(which, restores_text);
+        fuzz_expect("a file after a start", disk.read(first_names[which]).value_or(""), possible[which][0]);
+        fuzz_expect("the second file after a start", disk.read(second_name(which)).has_value(), 0);
+        compare();
+    }
+
+    void start_with_a_fault(size_t which) {
+        arm();
+        load(which, true);
+        if (disk.is_killed) {
+            start(which, true);
+            start(1 - which, true);
+        }
+    }
+
+    void arm() {
+        disk.fault_kills = input.byte() & 1;
+        disk.steps_left = static_cast<int>(input.below(6));
+        disk.written_part = input.byte();
+    }
+
+    // The real program has just written the field's file, or tried to.
+    void expect_written(size_t which) {
+        const std::string content = plain[which].contents();
+        if (disk.is_killed) {
+            possible[which].push_back(content);
+            start(which, true);
+            start(1 - which, true); // what it held in memory only is gone too
+            return;
+        }
+        if (disk.read(first_names[which]) == content) {
+            possible[which] = {content};
+        } else {
+            fuzz_expect("a writing without a fault", had_fault, 1);
+            possible[which].push_back(content);
+        }
+    }
+
+    void mark(size_t which) {
+        saved_lists_update_mark(fields[which]);
+        plain[which].update_mark();
+    }
+
+    void type(size_t which, const std::string &text) {
+        const ExactBytes bytes(text);
+        set_field_text(fields[which], bytes.str);
+        plain[which].text = text;
+    }
+
+    void clean(size_t which, bool keep) {
+        path_clean_field(fields[which], keep);
+        plain[which].text = plain_clean(plain[which].text, keep);
+        fuzz_expect("the byte behind a field", fields[which]->data[fields[which]->count], 0);
+    }
+
+    void write(size_t which) {
+        const bool was_armed = disk.steps_left >= 0;
+        saved_list_write(fields[which]);
+        had_fault = was_armed && disk.steps_left < 0;
+        expect_written(which);
+    }
+
+    void save(size_t which, size_t focus) {
+        const bool was_armed = disk.steps_left >= 0;
+        const std::map<std::string, std::string> files_before = disk.files;
+        saved_list_save(fields[which], fields[focus]);
+        had_fault = was_armed && disk.steps_left < 0;
+        if (!plain[which].save()) {
+            fuzz_expect("files that are not written", disk.files == files_before, 1);
+            return;
+        }
+        plain[focus].update_mark();
+        expect_written(which);
+    }
+
+    void flip(size_t which, uint32_t row) {
+        const bool was_armed = disk.steps_left >= 0;
+        saved_entry_flip(fields[which], row);
+        had_fault = was_armed && disk.steps_left < 0;
+        if (row < plain[which].entries.size()) {
+            plain[which].entries[row].is_live = !plain[which].entries[row].is_live;
+            // The file holds the text before the mark's update has cleaned it.
+            expect_written_then_mark(which);
+        }
+    }
+
+    void expect_written_then_mark(size_t which) {
+        const bool is_killed = disk.is_killed;
+        expect_written(which);
+        if (!is_killed) {
+            plain[which].update_mark();
+        }
+    }
+
+    void compare() const {
+        fuzz_expect("the paths", stored(0), written(plain[0]));
+        fuzz_expect("the queries", stored(1), written(plain[1]));
+    }
+};
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    FuzzInput input(data, size);
+    Run run(&input);
+    while (!input.is_over()) {
+        run.step();
+    }
+    return 0;
+}

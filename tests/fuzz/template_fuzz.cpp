@@ -1,0 +1,87 @@
+// Command templates against the plain rules, with room to grow and without.
+//
+// An input: one byte of how much memory there is, the hit's three numbers of four bytes each, the folder and
+// the name, each up to a line feed, and the template.
+
+#include <algorithm>
+#include <bit>
+#include <string>
+
+#include "actions/command_template.h"
+#include "actions/plain_template.h"
+#include "fuzz.h"
+#include "os/process.h"
+#include "support/heap_hook.h"
+
+// Stands in for the launching of programs: nothing is started, the command is kept.
+
+namespace {
+
+std::string started;
+int start_count;
+
+} // namespace
+
+uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) {
+    started = to_string(cmd);
+    start_count++;
+    fuzz_expect("the byte behind the command", cmd.data[cmd.count], 0);
+    fuzz_expect("the wish for the output", on_output.callback != nullptr, 0);
+    fuzz_expect("the wish for a console", show_console, 0);
+    return exit_code_still_running;
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    FuzzInput input(data, size);
+    const uint8_t how = input.byte();
+    PlainHit hit = {};
+    hit.row = static_cast<int32_t>(input.number());
+    hit.column = static_cast<int32_t>(input.number());
+    hit.byte = static_cast<int32_t>(input.number());
+    hit.folder = input.text_before('\n');
+    hit.name = input.text_before('\n');
+    std::string text = input.rest();
+    // Folders that name placeholders grow for as long as there is memory: the storage ends at 1 to 16 KiB. A
+    // template may begin near the first storage's end.
+    const uint64_t most_memory = uint64_t{1025} << how % 5;
+    if (how & 0x80) {
+        text.insert(0, 900 + size_t{how} % 64 * 2, '.');
+    }
+
+    started.clear();
+    start_count = 0;
+    os_free(row_text.data);
+    row_text.data = nullptr;
+    row_text.count = 0;
+    row_text.capacity = 0;
+    const ExactBytes folder(hit.folder), name(hit.name), real_text(text);
+    fuzz_expect("the template is taken", row_text_set(real_text.str), 1);
+    uint64_t plain_capacity = row_text.capacity;
+    fuzz_expect("the first storage", static_cast<int64_t>(plain_capacity),
+                static_cast<int64_t>(std::max<size_t>(1024, std::bit_ceil(text.size()))));
+
+    const std::string expected = plain_command(text, hit, longest_command, [&](size_t wanted) {
+        uint64_t capacity = plain_capacity;
+        while (capacity < wanted) {
+            capacity *= 2;
+        }
+        const bool has_room = capacity == plain_capacity || capacity < most_memory;
+        plain_capacity = has_room ? capacity : plain_capacity;
+        return has_room;
+    });
+
+    const FileEntry file = {folder.str, name.str};
+    ResultRecord record = {};
+    record.line = static_cast<uint32_t>(hit.row);
+    record.column = static_cast<uint32_t>(hit.column);
+    record.byte_offset = static_cast<uint32_t>(hit.byte);
+    {
+        HeapHookScope limited([&](uint64_t wanted) { return wanted <= most_memory; });
+        expand_command(&file, &record);
+    }
+    fuzz_expect("how often something is started", start_count, expected.empty() ? 0 : 1);
+    fuzz_expect("the command", started, expected);
+    fuzz_expect("the text that is left", to_string(strbuf_text(&row_text)), expected);
+    fuzz_expect("its storage", static_cast<int64_t>(row_text.capacity), static_cast<int64_t>(plain_capacity));
+    return 0;
+}
