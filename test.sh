@@ -1,9 +1,18 @@
 #!/bin/bash
 # Builds everything for Windows and Linux and runs every test on both: the Windows programs under Wine, the Linux ones
 # plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under ThreadSanitizer as well.
-# Stops with a failure's status at the first preset that has one.
+# Stops with a failure's status at the first preset that has one. The fuzzers' corpora are replayed among the tests; with
+# --long each fuzzer also looks for new inputs afterwards, for 60 seconds.
 set -euo pipefail
 cd "$(dirname "$0")"
+
+is_long=0
+for argument in "$@"; do
+    case $argument in
+        --long) is_long=1 ;;
+        *) echo "usage: ./test.sh [--long]" >&2; exit 2 ;;
+    esac
+done
 
 tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck googletest libbenchmark-dev libstb-dev \
     g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth openbox xdotool xclip imagemagick x11-xserver-utils
@@ -51,3 +60,8 @@ for preset in linux linux-asan linux-tsan windows; do
         ctest --preset "$preset"
     fi
 done
+
+if [ "$is_long" = 1 ]; then
+    echo "== Fuzzing"
+    tools/fuzz 60
+fi
