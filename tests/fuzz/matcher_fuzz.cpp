@@ -97,26 +97,39 @@ std::string joined(const DynArray &list) {
     return all;
 }
 
+struct Folders {
+    Str prefix;
+    std::string plain_prefix;
+    std::string matching, others;
+
+    void check(const std::string &name, bool is_folder) {
+        if (is_folder) {
+            const std::string start = name.substr(0, plain_prefix.size());
+            (plain_lower(start) == plain_lower(plain_prefix) ? matching : others) += name + "\n";
+        }
+        const ExactBytes bytes(name);
+        fuzz_expect("the way on", on_folder_suggestion(&prefix, {}, bytes.str, 0, nullptr, is_folder), 1);
+    }
+};
+
 // names: separated by slashes, a file's with a '.' before it.
 void check_folders(const std::string &names, const std::string &prefix) {
     reserve_once();
-    std::string matching, others;
+    const ExactBytes bytes(prefix);
+    Folders folders = {bytes.str, prefix, "", ""};
     FuzzInput input(reinterpret_cast<const uint8_t *>(names.data()), names.size());
-    const ExactBytes real_prefix(prefix);
-    Str context = real_prefix.str;
     while (!input.is_over()) {
-        std::string name = input.text_before('/');
-        bool is_folder = name.rfind(".", 0) != 0;
-        if (is_folder) {
-            bool matches = plain_lower(name.substr(0, prefix.size())) == plain_lower(prefix);
-            (matches ? matching : others) += name + "\n";
-        }
-        const ExactBytes real_name(name);
-        fuzz_expect("the way on", on_folder_suggestion(&context, {}, real_name.str, 0, nullptr, is_folder),
-                    1);
+        const std::string name = input.text_before('/');
+        folders.check(name, name.rfind(".", 0) != 0);
     }
-    fuzz_expect("matching folders", joined(results_store.matching_folders), matching);
-    fuzz_expect("other folders", joined(results_store.other_folders), others);
+    // The prefix with one letter in the other case, or with what is taken for that.
+    for (size_t i = 0; i < prefix.size(); i++) {
+        std::string name = prefix;
+        name[i] = static_cast<char>(name[i] ^ 0x20);
+        folders.check(name, true);
+    }
+    fuzz_expect("matching folders", joined(results_store.matching_folders), folders.matching);
+    fuzz_expect("other folders", joined(results_store.other_folders), folders.others);
 }
 
 } // namespace

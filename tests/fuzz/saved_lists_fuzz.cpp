@@ -22,13 +22,28 @@ namespace {
 
 using Bytes = std::optional<std::string>; // a file's; none when it is missing
 
+enum Fault : uint8_t {
+    FAILS_ONCE,
+    KILLED,    // nothing changes any more: whatever the program still does was never done
+    DISK_FULL, // no writing gets through
+    READ_ONLY, // and no deletion
+};
+
 struct Disk {
     std::map<std::string, std::string> files;
-    bool is_killed = false; // nothing changes any more: whatever the program still does was never done
-    int steps_left = -1;    // deletions and writings until the fault below; -1: none comes
-    bool fault_kills = false;
-    uint8_t written_part = 0; // of 255: how much of a writing is done when the fault hits it
+    Fault fault = FAILS_ONCE;
+    int steps_left = -1;      // deletions and writings until it comes; -1: none comes
+    bool lasts = false;       // it has come, and goes on
+    int hits = 0;             // steps that it has hit
+    uint8_t written_part = 0; // of 256: how much of a writing is done when it is hit
 
+    bool is_killed() const {
+        return lasts && fault == KILLED;
+    }
+    void mend() {
+        steps_left = -1;
+        lasts = false;
+    }
     Bytes read(const std::string &name) const {
         const auto found = files.find(name);
         return found == files.end() ? std::nullopt : Bytes(found->second);
@@ -40,17 +55,16 @@ struct Disk {
         }
     }
     // Counts a step; returns whether the fault hits it.
-    bool fails() {
-        if (steps_left < 0) {
-            return false;
+    bool fails(bool is_writing) {
+        if (!lasts && steps_left-- == 0) {
+            lasts = fault != FAILS_ONCE;
+            hits++;
+            return true;
         }
-        if (steps_left > 0) {
-            steps_left--;
-            return false;
-        }
-        steps_left = -1;
-        is_killed = fault_kills;
-        return true;
+        steps_left = std::max(steps_left, -1);
+        const bool is_hit = lasts && (fault != DISK_FULL || is_writing);
+        hits += is_hit;
+        return is_hit;
     }
 };
 
@@ -74,13 +88,13 @@ void os_file_free(Str *contents) {
 }
 
 int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
-    if (disk.is_killed) {
+    if (disk.is_killed()) {
         return 0;
     }
     uint32_t done = count;
-    const bool fails = disk.fails();
+    const bool fails = disk.fails(true);
     if (fails) {
-        if (disk.written_part == 0) {
+        if (disk.written_part == 0 || disk.fault == READ_ONLY) {
             return 1; // not even made
         }
         done = static_cast<uint32_t>(uint64_t{count} * disk.written_part / 256);
@@ -91,10 +105,10 @@ int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
 }
 
 int32_t os_file_delete(Str path) {
-    if (disk.is_killed) {
+    if (disk.is_killed()) {
         return 0;
     }
-    if (disk.fails()) {
+    if (disk.fails(false)) {
         return 1;
     }
     disk.files.erase(to_string(path));
@@ -307,8 +321,7 @@ private:
 
     // The same on a disk without faults: afterwards only the first file is there, with what counts.
     void start(size_t which, bool restores_text) {
-        disk.is_killed = false;
-        disk.steps_left = -1;
+        disk.mend();
         load(which, restores_text);
         fuzz_expect("a file after a start", disk.read(first_names[which]).value_or(""), possible[which][0]);
         fuzz_expect("the second file after a start", disk.read(second_name(which)).has_value(), 0);
@@ -318,14 +331,15 @@ private:
     void start_with_a_fault(size_t which) {
         arm();
         load(which, true);
-        if (disk.is_killed) {
+        if (disk.is_killed()) {
             start(which, true);
             start(1 - which, true);
         }
     }
 
     void arm() {
-        disk.fault_kills = input.byte() & 1;
+        disk.mend();
+        disk.fault = static_cast<Fault>(input.below(4));
         disk.steps_left = static_cast<int>(input.below(6));
         disk.written_part = input.byte();
     }
@@ -333,7 +347,7 @@ private:
     // The real program has just written the field's file, or tried to.
     void expect_written(size_t which) {
         const std::string content = plain[which].contents();
-        if (disk.is_killed) {
+        if (disk.is_killed()) {
             possible[which].push_back(content);
             start(which, true);
             start(1 - which, true); // what it held in memory only is gone too
@@ -365,17 +379,17 @@ private:
     }
 
     void write(size_t which) {
-        const bool was_armed = disk.steps_left >= 0;
+        const int hits_before = disk.hits;
         saved_list_write(fields[which]);
-        had_fault = was_armed && disk.steps_left < 0;
+        had_fault = disk.hits > hits_before;
         expect_written(which);
     }
 
     void save(size_t which, size_t focus) {
-        const bool was_armed = disk.steps_left >= 0;
+        const int hits_before = disk.hits;
         const std::map<std::string, std::string> files_before = disk.files;
         saved_list_save(fields[which], fields[focus]);
-        had_fault = was_armed && disk.steps_left < 0;
+        had_fault = disk.hits > hits_before;
         if (!plain[which].save()) {
             fuzz_expect("files that are not written", disk.files == files_before, 1);
             return;
@@ -385,9 +399,9 @@ private:
     }
 
     void flip(size_t which, uint32_t row) {
-        const bool was_armed = disk.steps_left >= 0;
+        const int hits_before = disk.hits;
         saved_entry_flip(fields[which], row);
-        had_fault = was_armed && disk.steps_left < 0;
+        had_fault = disk.hits > hits_before;
         if (row < plain[which].entries.size()) {
             plain[which].entries[row].is_live = !plain[which].entries[row].is_live;
             // The file holds the text before the mark's update has cleaned it.
@@ -396,7 +410,7 @@ private:
     }
 
     void expect_written_then_mark(size_t which) {
-        const bool is_killed = disk.is_killed;
+        const bool is_killed = disk.is_killed();
         expect_written(which);
         if (!is_killed) {
             plain[which].update_mark();

@@ -1,7 +1,7 @@
 // Command templates against the plain rules, with room to grow and without.
 //
-// An input: one byte of how much memory there is, the hit's three numbers of four bytes each, the folder and
-// the name, each up to a line feed, and the template.
+// An input: one byte of how much memory there is, one of how full the first storage is, the hit's three
+// numbers of four bytes each, the folder and the name, each up to a line feed, and the template.
 
 #include <algorithm>
 #include <bit>
@@ -33,7 +33,8 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) 
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzInput input(data, size);
-    const uint8_t how = input.byte();
+    const uint64_t most_memory = uint64_t{1025} << input.below(5);
+    const uint8_t fill = input.byte();
     PlainHit hit = {};
     hit.row = static_cast<int32_t>(input.number());
     hit.column = static_cast<int32_t>(input.number());
@@ -41,11 +42,12 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     hit.folder = input.text_before('\n');
     hit.name = input.text_before('\n');
     std::string text = input.rest();
-    // Folders that name placeholders grow for as long as there is memory: the storage ends at 1 to 16 KiB. A
-    // template may begin near the first storage's end.
-    const uint64_t most_memory = uint64_t{1025} << how % 5;
-    if (how & 0x80) {
-        text.insert(0, 900 + size_t{how} % 64 * 2, '.');
+    // Folders that name placeholders grow for as long as there is memory, so the storage ends at 1 to 16 KiB.
+    // Values are left out when they do not fit in that: a template may fill the first storage but for a few
+    // bytes.
+    const size_t filled = 1024 - fill % 64;
+    if (fill & 0x80 && text.size() < filled) {
+        text.insert(0, filled - text.size(), '.');
     }
 
     started.clear();
