@@ -14,16 +14,17 @@ struct FieldList {
     StrBuf *field;
     DynArray *entries;
     uint8_t *is_saved;
+    uint8_t *is_unread;
     const char *file_name;
     const char *second_name; // of the file that exists while file_name is being replaced
     uint8_t is_path;
 };
 
 const FieldList field_lists[] = {
-    {&search_state.path, &saved_lists.paths, &saved_lists.path_saved, "saved_paths.txt",
-     "saved_paths.txt.new", 1},
-    {&search_state.query, &saved_lists.queries, &saved_lists.query_saved, "saved_queries.txt",
-     "saved_queries.txt.new", 0},
+    {&search_state.path, &saved_lists.paths, &saved_lists.path_saved, &saved_lists.paths_unread,
+     "saved_paths.txt", "saved_paths.txt.new", 1},
+    {&search_state.query, &saved_lists.queries, &saved_lists.query_saved, &saved_lists.queries_unread,
+     "saved_queries.txt", "saved_queries.txt.new", 0},
 };
 
 const FieldList *field_list_of(const StrBuf *field) {
@@ -320,21 +321,29 @@ Str content_of_second(Str second) {
     return length == second.count - length_size ? Str{length, second.data + length_size} : Str{};
 }
 
-// Reads the second file when the first one was cut off while it was replaced; null data when it was not.
-// Freed with os_file_free.
-Str read_interrupted(const FilePaths *paths) {
-    Str second = os_file_read_all(paths->second);
-    Str content = content_of_second(second);
+// Reads a file; null data when there is none. Returns 0 when it is there and cannot be read.
+uint8_t read_file(Str path, Str *contents) {
+    *contents = os_file_read_all(path);
+    return contents->data || !os_path_exists(path);
+}
+
+// Reads the second file when the first one was cut off while it was replaced, or cannot be read; null data
+// when it was not. Freed with os_file_free. Returns 0, with null data, when the second cannot be read.
+uint8_t read_interrupted(const FilePaths *paths, Str *second) {
+    if (!read_file(paths->second, second)) {
+        return 0;
+    }
+    Str content = content_of_second(*second);
+    uint8_t is_cut_off = 0;
     if (content.data) {
         Str first = os_file_read_all(paths->first);
-        uint8_t is_cut_off = first.count < content.count && str_equal(first, {first.count, content.data});
+        is_cut_off = first.count < content.count && str_equal(first, {first.count, content.data});
         os_file_free(&first);
-        if (is_cut_off) {
-            return second;
-        }
     }
-    os_file_free(&second);
-    return {};
+    if (!is_cut_off) {
+        os_file_free(second);
+    }
+    return 1;
 }
 
 // Replaces the first file and ends the second. Returns 0 when the first cannot be replaced: the second stays
@@ -353,7 +362,10 @@ uint8_t replace_first(const FilePaths *paths, Str content) {
 
 // Finishes a replacement that was cut off. Returns 0 when the first file still cannot be written.
 uint8_t finish_interrupted(const FilePaths *paths) {
-    Str second = read_interrupted(paths);
+    Str second;
+    if (!read_interrupted(paths, &second)) {
+        return 0;
+    }
     uint8_t done = !second.data || replace_first(paths, content_of_second(second));
     os_file_free(&second);
     return done;
@@ -378,29 +390,51 @@ void replace_file(const FilePaths *paths, Str second) {
 
 } // namespace
 
-void saved_list_load(StrBuf *field, uint8_t restore_text) {
-    FilePaths paths;
-    if (!file_paths(field_list_of(field), &paths)) {
-        return;
+namespace {
+
+// Returns 0, with nothing loaded, when what is there cannot be read.
+uint8_t load(const FilePaths *paths, StrBuf *field, uint8_t restore_text) {
+    Str second;
+    if (!read_interrupted(paths, &second)) {
+        return 0;
     }
-    Str second = read_interrupted(&paths);
     if (second.data) {
         Str content = content_of_second(second);
-        replace_first(&paths, content);
+        replace_first(paths, content);
         saved_list_load_contents(field, content, restore_text);
         os_file_free(&second);
-        return;
+        return 1;
     }
-    os_file_delete(paths.second); // of a replacement that did not come to touch the first file
-    Str first = os_file_read_all(paths.first);
+    os_file_delete(paths->second); // of a replacement that did not come to touch the first file
+    Str first;
+    uint8_t is_read = read_file(paths->first, &first);
     saved_list_load_contents(field, first, restore_text);
     os_file_free(&first);
+    return is_read;
+}
+
+} // namespace
+
+void saved_list_load(StrBuf *field, uint8_t restore_text) {
+    const FieldList *saved = field_list_of(field);
+    FilePaths paths;
+    if (file_paths(saved, &paths)) {
+        *saved->is_unread = !load(&paths, field, restore_text);
+    }
 }
 
 void saved_list_write(const StrBuf *field) {
+    const FieldList *saved = field_list_of(field);
     FilePaths paths;
-    if (!file_paths(field_list_of(field), &paths) || saved_list_of(field)->capacity == 0) {
+    if (!file_paths(saved, &paths) || saved->entries->capacity == 0) {
         return;
+    }
+    // A list that could not be read at the start must not be replaced by one without its entries.
+    if (*saved->is_unread) {
+        *saved->is_unread = !load(&paths, saved->field, 0);
+        if (*saved->is_unread) {
+            return;
+        }
     }
     StrBuf second;
     strbuf_init(&second, 16384);

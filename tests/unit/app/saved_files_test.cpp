@@ -237,6 +237,45 @@ TEST(SavedFiles, UnreadableOnesAreMissingOnes) {
     EXPECT_EQ(files.started(), ": ");
 }
 
+TEST(SavedFiles, ThatCouldNotBeReadAreReadBeforeTheyAreReplaced) {
+    for (const std::string &unread : {queries_file, second_file}) {
+        ListFiles files;
+        files.put(queries_file, "fo");
+        files.put(second_file, unread == second_file ? Bytes(second_of("foo\r\nbar")) : std::nullopt);
+        if (unread == queries_file) {
+            files.put(queries_file, "foo\r\nbar");
+        }
+        {
+            Unreadable unreadable(files.tree.native(unread));
+            files.started();
+            set_field(query, "typed");
+            saved_list_save(query, query);
+            EXPECT_TRUE(saved_lists.queries_unread);
+        }
+        set_field(query, "typed2");
+        saved_list_write(query);
+        EXPECT_EQ(files.read(queries_file).value_or("none"), "typed2\r\ntyped\r\nbar") << unread;
+        EXPECT_FALSE(saved_lists.queries_unread);
+        EXPECT_EQ(files.names(), "saved_queries.txt");
+        EXPECT_EQ(text_of(*query), "typed2"); // what was typed since stays
+    }
+}
+
+TEST(SavedFiles, ThatCannotBeReadAtAllAreNotReplaced) {
+    for (const std::string &unread : {queries_file, second_file}) {
+        ListFiles files;
+        files.put(queries_file, "foo\r\nbar");
+        files.put(second_file, unread == second_file ? Bytes(second_of("foo\r\nbar")) : std::nullopt);
+        {
+            Unreadable unreadable(files.tree.native(unread));
+            files.started();
+            set_field(query, "typed");
+            saved_list_write(query);
+        }
+        EXPECT_EQ(files.read(queries_file).value_or("none"), "foo\r\nbar") << unread;
+    }
+}
+
 TEST(SavedFiles, WhicheverAllocationIsRefusedTheFileIsTheOldOneOrTheNewOne) {
     ListFiles files;
     set_field(query, "foo");
