@@ -82,6 +82,10 @@ Str os_file_read_all(Str path) {
     return {bytes->size(), block};
 }
 
+uint8_t os_path_exists(Str path) {
+    return disk.read(to_string(path)).has_value();
+}
+
 void os_file_free(Str *contents) {
     os_free(contents->data);
     *contents = {};
