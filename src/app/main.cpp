@@ -30,7 +30,7 @@ int main() {
         return fail_without_window();
     }
     int32_t height = static_cast<int32_t>(monitor->work_area.height * 0.9);
-    PlatformWindow *window = os_window_create(1000, height, str_from("Tarnwick  |  0.9.5"),
+    PlatformWindow *window = os_window_create(1000, height, str_from("Tarnwick  |  " TARNWICK_VERSION),
                                               WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
     if (!window) {
         return fail_without_window();
