@@ -672,3 +672,80 @@ TEST(SettingsFile, WhicheverAllocationIsRefusedTheSizesAreUsable) {
         EXPECT_GT(font.sizes.capacity, 0u); // this font or the default one
     }
 }
+
+// ---- The file that comes with the program ----
+
+namespace {
+
+const std::vector<std::string> keys = {
+    "font_file",          "font_size",           "line_height",   "text_y_offset",  "show_full_paths",
+    "remember_last_path", "remember_last_query", "max_file_size", "left_click_cmd", "right_click_cmd",
+};
+
+// With the line ends of Windows or of elsewhere.
+std::string packaged_settings(const std::string &line_end) {
+    std::string file;
+    for (char byte : bytes_of(std::filesystem::path(PACKAGED_SETTINGS))) {
+        file += byte == '\n' ? line_end : std::string(1, byte);
+    }
+    return file;
+}
+
+// How often "# " and the key, at the start of a line, stand in the file; taken away from there if wanted.
+size_t count_key_lines(std::string *file, const std::string &key, bool without_hash) {
+    size_t count = 0;
+    std::string mark = "\n# ";
+    for (size_t at = 0; (at = file->find(mark + key + " ", at)) != std::string::npos; at++) {
+        count++;
+        if (without_hash) {
+            file->erase(at + 1, mark.size() - 1);
+        }
+    }
+    return count;
+}
+
+} // namespace
+
+TEST(PackagedSettings, ChangeNothingAsTheyCome) {
+    for (const char *line_end : {"\n", "\r\n"}) {
+        std::string file = packaged_settings(line_end);
+        EXPECT_EQ(Applied(file).str(), defaults);
+        EXPECT_EQ(Applied(file).before_fallbacks.font_size, 0); // not even to the same
+        EXPECT_EQ(FontFolder().loaded_after(file), "source_code_pro.otf");
+    }
+}
+
+TEST(PackagedSettings, NameEveryKeyWithItsDefault) {
+    for (const char *line_end : {"\n", "\r\n"}) {
+        std::string file = packaged_settings(line_end);
+        for (const std::string &key : keys) {
+            EXPECT_EQ(count_key_lines(&file, key, true), 1u) << key;
+        }
+        // Every key is read now: the sizes come from the file, and so do the commands.
+        Applied applied(file);
+        EXPECT_EQ(applied.str(), defaults);
+        EXPECT_EQ(applied.before_fallbacks.font_size, 14);
+        EXPECT_EQ(applied.before_fallbacks.line_height, 15);
+        EXPECT_EQ(applied.before_fallbacks.text_y_offset, 12);
+        for (Str command : {settings.left_click_cmd, settings.right_click_cmd}) {
+            EXPECT_GE(command.data, applied.block.data());
+            EXPECT_LT(command.data, applied.block.data() + applied.block.size());
+        }
+        EXPECT_EQ(FontFolder().loaded_after(file), "source_code_pro.otf");
+    }
+}
+
+TEST(PackagedSettings, AreCommentsThatTellKeysFromWords) {
+    std::string file = packaged_settings("\r\n");
+    for (const std::string &key : keys) {
+        EXPECT_EQ(count_key_lines(&file, key, false), 1u) << key;
+    }
+    size_t lines = 0, key_lines = 0;
+    for (size_t at = 0; at < file.size(); at = file.find('\n', at) + 1) {
+        lines++;
+        key_lines += file.compare(at, 2, "# ") == 0;
+        EXPECT_TRUE(file[at] == '#' || file[at] == '\r') << file.substr(at, 20);
+    }
+    EXPECT_EQ(key_lines, keys.size()); // every other comment has two
+    EXPECT_GT(lines, 3 * keys.size());
+}
