@@ -1,0 +1,193 @@
+#!/bin/bash
+# Makes the package twice, from two folders, and does with it what a user does: unpacks it, starts the program with real
+# keys, and clicks a hit: package_test.sh UNDER_WINE SOURCE_FOLDER. Needs a display with a window manager.
+set -euo pipefail
+under_wine=$(realpath "$1")
+top=$(realpath "$2")
+# shellcheck source=tests/e2e/real_input.sh
+source "$(dirname "$0")/real_input.sh"
+
+failed() {
+    echo "FAILED in line ${BASH_LINENO[-2]}: $1"
+    exit 1
+}
+
+expect_lines() { # WHAT EXPECTED ACTUAL
+    [ "$2" = "$3" ] || failed "$1: $(diff <(echo "$2") <(echo "$3") || true)"
+}
+
+# ---- Two packages, the same bytes ----
+
+# The second one from a copy elsewhere, by a user with other habits.
+copy=$work/somewhere/else
+mkdir -p "$copy/build"
+(cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
+"$top/tools/package.sh"
+cp -r "$top/build/font" "$copy/build"
+(umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/package.sh")
+
+version=$(sed -n 's/^project(tarnwick VERSION \([0-9.]*\) .*/\1/p' "$top/CMakeLists.txt")
+name=tarnwick-$version
+package=$top/dist/$name-win64.zip
+cmp "$package" "$copy/dist/$name-win64.zip" || failed 'the packages differ'
+
+# ---- What is in it ----
+
+unzip -tq "$package"
+expect_lines 'the files' "$({
+    printf "$name/%s\n" LICENSE THIRD_PARTY_NOTICES.md docs/user_guide.md settings.txt source_code_pro.otf tarnwick.exe
+    (cd "$top" && printf "$name/%s\n" docs/pictures/*.png)
+} | LC_ALL=C sort)" "$(unzip -Z1 "$package")"
+
+folder="$work/Tärn  wick 你 ß"
+mkdir "$folder"
+unzip -q "$package" -d "$folder"
+folder=$folder/$name
+for file in LICENSE THIRD_PARTY_NOTICES.md docs/user_guide.md; do
+    sed 's/$/\r/' "$top/$file" | cmp - "$folder/$file" || failed "$file differs"
+done
+sed 's/$/\r/' "$top/src/app/settings.txt" | cmp - "$folder/settings.txt" || failed 'settings.txt differs'
+for key in font_file font_size line_height text_y_offset show_full_paths remember_last_path remember_last_query \
+    max_file_size left_click_cmd right_click_cmd; do
+    [ "$(grep -c "^# $key " "$folder/settings.txt")" = 1 ] || failed "settings.txt has no $key"
+done
+# What the guide shows and points to is there.
+while read -r link; do
+    [ -s "$folder/docs/$link" ] || failed "the guide points to $link"
+done < <(grep -oP '\]\(\K[^)#]+' "$folder/docs/user_guide.md" | grep -v '^https\?:')
+
+# ---- The program as a file ----
+
+program=$folder/tarnwick.exe
+objdump=x86_64-w64-mingw32-objdump
+expect_lines 'the imports' "$(printf '%s\n' gdi32.dll kernel32.dll msvcrt.dll shell32.dll user32.dll)" \
+    "$($objdump -p "$program" | sed -n 's/^\s*DLL Name: //p' | tr '[:upper:]' '[:lower:]' | sort)"
+$objdump -t "$program" | grep -qx 'no symbols' || failed 'the program has symbols'
+$objdump -h "$program" > "$work/sections"
+grep -q ' \.text ' "$work/sections" || failed 'the program has no code'
+! grep -q debug "$work/sections" || failed 'the program has debugging information'
+! grep -qaF "$top" "$program" || failed 'the program names the folder it was built in'
+[ "$(stat -c %s "$program")" -lt 320000 ] || failed "the program has $(stat -c %s "$program") bytes; say so in the docs"
+
+# Whose code is in it, by the linker's own account; THIRD_PARTY_NOTICES.md names them all.
+expect_lines 'the libraries' "$(printf '%s\n' libgcc libgdi32 libkernel32 libmingw32 libmingwex libmsvcrt libshell32 \
+    libtarnwick_{actions,app,os,render,saved_lists,search,ui,window} libuser32 | LC_ALL=C sort)" \
+    "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package/tarnwick.map" |
+        grep -oE '[A-Za-z0-9_+-]+\.a\(' | tr -d '.(' | sed 's/a$//' | LC_ALL=C sort -u)"
+
+for library in libgcc libmingw32 libmingwex libmsvcrt; do
+    grep -q "$library" "$folder/THIRD_PARTY_NOTICES.md" || failed "THIRD_PARTY_NOTICES.md does not name $library"
+done
+
+x86_64-w64-mingw32-windres -J coff -O rc -i "$program" -o "$work/resources.rc"
+four_parts="${version//./, }, 0"
+for line in "FILEVERSION $four_parts" "PRODUCTVERSION $four_parts" "VALUE \"FileVersion\", \"$version.0\"" \
+    "VALUE \"ProductVersion\", \"$version\"" 'VALUE "ProductName", "Tarnwick"' \
+    'VALUE "OriginalFilename", "tarnwick.exe"' '1 14 /\* RT_GROUP_ICON \*/' '1 24 /\* RT_MANIFEST \*/'; do
+    grep -qx " *$line" "$work/resources.rc" || failed "no resource $line"
+done
+[ "$(grep -c ' 3 /\* RT_ICON \*/' "$work/resources.rc")" = 4 ] || failed 'not four sizes of the icon'
+
+# ---- The program, started where it was unpacked ----
+
+# How many pixels of a part of the client area match a colour, a regular expression: WIDTHxHEIGHT+X+Y RRGGBB.
+has_pixels() {
+    [ "$(timeout 20 import -window "$window" -crop "$1" +repage -depth 8 rgb:- 2> /dev/null | od -An -v -tx1 -w3 |
+        tr -d ' ' | grep -cx "$2")" -gt 0 ]
+}
+
+see_pixels() {
+    until_true has_pixels "$@" || failed "no pixel of $1 is $2"
+}
+
+has_window() {
+    window=$(xdotool search --onlyvisible --class tarnwick 2> /dev/null) && [ -n "$window" ]
+}
+
+has_no_window() {
+    ! has_window
+}
+
+# The pointer's coming is no move, so it goes to and fro over the query's save button, until that has its colour.
+button_is() { # RRGGBB
+    xdotool mousemove --window "$window" 991 38 mousemove --window "$window" 992 38
+    has_pixels 1x1+992+38 "$1"
+}
+
+start() { # COLOUR_OF_THE_BUTTON
+    xdotool mousemove 1275 1015
+    # The program's own folder is where its commands run.
+    (cd "$folder" && exec "$under_wine" "$program") > "$work/output" 2>&1 < /dev/null &
+    tarnwick=$!
+    started=("$tarnwick")
+    until_true has_window || failed 'no window'
+    see_pixels 1x1+3+2 1a1a1a
+    xdotool windowactivate --sync "$window"
+    until_true button_is "$1" || failed 'the pointer has no effect'
+    see_pixels 1x1+500+29 "$focused"
+}
+
+close() {
+    xdotool key alt+F4
+    local status=0
+    wait "$tarnwick" || status=$?
+    started=()
+    [ "$status" = 0 ] || failed "exit status $status"
+    until_true has_no_window || failed 'the window stays'
+}
+
+has_bytes() { # FILE BYTES
+    printf '%s' "$2" | cmp -s - "$1"
+}
+
+expect_bytes() {
+    until_true has_bytes "$@" || failed "$(basename "$1") is not ${2@Q} but $(od -An -c "$1")"
+}
+
+# Colours; those of text as expressions, where a letter covers a pixel well enough. The list begins at y = 50, a row is
+# 15 high: the file's name, then its line.
+focused=323232 hovered_removed=969696 hovered_live=ff0000
+yellow='\([c-f][0-9a-f]\)\10[0-9a-f]' white='\([c-f][0-9a-f]\)\1\1' green='0[0-9a-f][c-f][0-9a-f]0[0-9a-f]'
+file_row=100x15+10+50 line_row=300x15+50+65
+
+mkdir -p "$work/tree"
+printf 'first\nsecond\n  here is a needle, and more\n' > "$work/tree/hay.txt"
+printf 'nothing at all\n' > "$work/tree/stack.txt"
+tree=Z:$work/tree
+
+start "$hovered_removed"
+# The title's bytes are shown as UTF-16, and that is meant.
+[ "$(xdotool getwindowname "$window" | tr -d '\n' | iconv -t UTF-16LE)" = "Tarnwick  |  $version" ] ||
+    failed "the title is $(xdotool getwindowname "$window")"
+xdotool mousemove --window "$window" 500 15 click 1
+see_pixels 1x1+500+6 "$focused"
+xdotool type "$tree"
+expect_bytes "$folder/saved_paths.txt" "$tree"
+xdotool key Tab
+see_pixels 1x1+500+29 "$focused"
+! has_pixels "$file_row" "$yellow" || failed 'hits of nothing'
+xdotool type needle
+expect_bytes "$folder/saved_queries.txt" needle
+see_pixels "$file_row" "$yellow"
+see_pixels "$line_row" "$white"
+# Without an entry, the texts would not come back as texts, and that is meant.
+until_true button_is "$hovered_removed"
+xdotool click 1
+expect_bytes "$folder/saved_queries.txt" $'needle\r\nneedle'
+xdotool mousemove --window "$window" 992 15 click 1
+expect_bytes "$folder/saved_paths.txt" "$tree"$'\r\n'"$tree"
+close
+expect_lines 'the folder' \
+    "$(printf '%s\n' LICENSE THIRD_PARTY_NOTICES.md docs saved_paths.txt saved_queries.txt settings.txt \
+        source_code_pro.otf tarnwick.exe)" "$(cd "$folder" && printf '%s\n' *)"
+
+# With a command of the user's own, written below what settings.txt has.
+printf 'left_click_cmd cmd /c echo {tarn_row} {tarn_column} {tarn_file_name}>clicked.txt\r\n' >> "$folder/settings.txt"
+start "$hovered_live"
+see_pixels "$file_row" "$yellow"
+see_pixels "$line_row" "$white"
+xdotool mousemove --window "$window" 300 72
+see_pixels "$line_row" "$green"
+xdotool click 1
+expect_bytes "$folder/clicked.txt" $'3 13 hay.txt\r\n'
+close
