@@ -64,6 +64,9 @@ constexpr Placeholder placeholders[] = {
 
 // The placeholder that text begins with, or null.
 const Placeholder *placeholder_at(const char *text, uint64_t count) {
+    if (*text != '{') {
+        return nullptr;
+    }
     for (const Placeholder &placeholder : placeholders) {
         if (count >= placeholder.count && memcmp(text, placeholder.text, placeholder.count) == 0) {
             return &placeholder;

@@ -26,8 +26,16 @@ void fill(Framebuffer *framebuffer, Rect rect, uint32_t colour) {
     fill_rect(framebuffer, whole_of(framebuffer), rect, colour);
 }
 
+// More pixels than a window has, and few enough for sums of them.
+constexpr int32_t far_below = 1 << 24;
+
 int32_t smaller_of(int32_t a, int32_t b) {
     return a < b ? a : b;
+}
+
+// The value, or the nearer end of -limit to limit.
+int32_t within(int32_t value, int32_t limit) {
+    return value < -limit ? -limit : smaller_of(value, limit);
 }
 
 // A frame of that thickness inside the rectangle, which may be lower than the frame is thick.
@@ -43,12 +51,10 @@ void draw_outline(Framebuffer *framebuffer, Rect rect, int32_t thickness, uint32
 // moves the cursor below them.
 void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_t colour,
                       LayoutCursor *cursor) {
-    uint64_t count = folders->count;
-    for (uint64_t i = 0; i < count && cursor->y < framebuffer->height; i++) {
+    for (uint64_t i = 0; i < folders->count && cursor->y < framebuffer->height; i++) {
         Str name;
         if (results_folder_at(folders, i, &name)) {
-            draw_text(framebuffer, {10, cursor->y + cursor->text_y_offset}, cursor->font_size,
-                      cursor->font_size, colour, name);
+            draw_row_text(framebuffer, cursor, 10, colour, name);
         }
         cursor->y += cursor->line_height;
     }
@@ -57,16 +63,15 @@ void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_
 // The results' place among all of them. Drawn when they are at least as tall as the list area.
 void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit) {
     int64_t area = framebuffer->height - list_top;
-    int64_t content = static_cast<int64_t>(results_store.hit_table.count) * settings.line_height;
+    int64_t hits = static_cast<int64_t>(results_store.hit_table.count);
+    int64_t content = hits * settings.line_height;
     if (area <= 0 || area > content) {
         return; // an area of no height shows nothing
     }
-    int64_t scrolled = int64_t{first_visible_hit} * settings.line_height;
     int32_t height = static_cast<int32_t>(area);
     int32_t length = static_cast<int32_t>(area * area / content);
-    length = length > 1 ? length : 1;      // there is always something to see
-    constexpr int64_t far_below = 1 << 30; // every window
-    int64_t offset = area * scrolled / content;
+    length = length > 1 ? length : 1; // there is always something to see
+    int64_t offset = area * first_visible_hit / hits;
     int32_t top = list_top + static_cast<int32_t>(offset < far_below ? offset : far_below);
     int32_t x = framebuffer->width - 10;
     fill(framebuffer, {x - 1, list_top, 1, height}, 0xFF505050);
@@ -84,15 +89,16 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_v
 
 void frame_draw(Framebuffer *framebuffer, Point mouse) {
     fill(framebuffer, whole_of(framebuffer), frame_colour);
+    int32_t line_height = within(settings.line_height, far_below);
     LayoutCursor cursor = {};
     cursor.x = 6;
     cursor.y = 4;
     cursor.width = framebuffer->width;
-    cursor.row_advance = settings.line_height + 8;
+    cursor.row_advance = line_height + 8;
     cursor.mouse = mouse;
+    cursor.text_y_offset = within(settings.text_y_offset, far_below);
     cursor.font_size = settings.font_size;
-    cursor.line_height = settings.line_height;
-    cursor.text_y_offset = settings.text_y_offset;
+    cursor.line_height = line_height;
     field_widget(framebuffer, str_from("Path: "), &search_state.path, saved_lists.path_saved, &cursor);
     if (!cursor.stop) {
         field_widget(framebuffer, str_from("Src: "), &search_state.query, saved_lists.query_saved, &cursor);

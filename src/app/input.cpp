@@ -55,8 +55,7 @@ void handle_button(const ButtonPayload &button) {
 }
 
 void handle_key(const WindowEvent *event) {
-    constexpr uint16_t first_mouse_slot = SLOT_POINTER;
-    if (event->key.code < first_mouse_slot) { // any program may send any code
+    if (event->key.code < uint16_t{SLOT_POINTER}) { // any program may send any code; from there on: the mouse
         if (event->key.state == KEY_RELEASED) {
             ui_release(event->key.code, ui_pointer_position());
         } else {

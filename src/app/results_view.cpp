@@ -16,33 +16,32 @@ constexpr uint32_t line_number_colour = 0xFF00FFFF;
 constexpr uint32_t line_colour = 0xFFFFFFFF;
 constexpr uint32_t hovered_line_colour = 0xFF00FF00;
 
-// Draws text in the cursor's row. Returns its width.
-int32_t draw_in_row(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
-                    Str text) {
-    return static_cast<int32_t>(draw_text(framebuffer, {x, cursor->y + cursor->text_y_offset},
-                                          cursor->font_size, cursor->font_size, colour, text));
-}
-
-void header_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
-                uint64_t hidden_folder_bytes) {
+void draw_header_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
+                     uint64_t hidden_folder_bytes) {
     int32_t x = 10;
-    x += draw_in_row(framebuffer, cursor, x, file_name_colour, file.name);
+    x += draw_row_text(framebuffer, cursor, x, file_name_colour, file.name);
     x += cursor->font_size / 2;
     uint64_t hidden = hidden_folder_bytes < file.folder.count ? hidden_folder_bytes : file.folder.count;
-    draw_in_row(framebuffer, cursor, x, folder_colour,
-                {file.folder.count - hidden, file.folder.data + hidden});
+    draw_row_text(framebuffer, cursor, x, folder_colour,
+                  {file.folder.count - hidden, file.folder.data + hidden});
     cursor->y += cursor->line_height;
 }
 
-// Runs what a click in this frame asks for, at most once a frame: the cursor remembers.
-void click(LayoutCursor *cursor, const FileEntry &file, const ResultRecord &hit) {
+// Runs what a click in this frame asks for, at most once a frame: the cursor remembers. search: what
+// requests_taken was before the row was read.
+void run_click_command(LayoutCursor *cursor, const FileEntry &file, const ResultRecord &hit,
+                       uint32_t search) {
     uint8_t is_left = ui_went_down(MOUSE_LEFT);
     if (cursor->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
         return;
     }
     cursor->click_consumed = 1;
-    if (row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
-        expand_command(&file, &hit);
+    // The next search writes its texts over these ones: no command may have some of both.
+    FileEntry copy = {scratch_join(file.folder, {}), scratch_join(file.name, {})};
+    uint8_t is_whole = copy.folder.count == file.folder.count && copy.name.count == file.name.count;
+    if (is_whole && search_state.requests_taken == search &&
+        row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
+        expand_command(&copy, &hit);
     }
 }
 
@@ -61,23 +60,30 @@ Str line_prefix(uint32_t line) {
 void line_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
               const ResultRecord &hit) {
     int32_t x = 30;
-    x += draw_in_row(framebuffer, cursor, x, line_number_colour, line_prefix(hit.line));
+    x += draw_row_text(framebuffer, cursor, x, line_number_colour, line_prefix(hit.line));
     // The x is not asked for, which is meant: the scroll bar belongs to the rows.
     uint8_t is_hovered = cursor->mouse.y >= cursor->y && cursor->mouse.y < cursor->y + cursor->line_height;
-    draw_in_row(framebuffer, cursor, x, is_hovered ? hovered_line_colour : line_colour, hit.text);
+    draw_row_text(framebuffer, cursor, x, is_hovered ? hovered_line_colour : line_colour, hit.text);
     if (is_hovered) {
-        click(cursor, file, hit);
+        run_click_command(cursor, file, hit, search);
     }
     cursor->y += cursor->line_height;
 }
 
 } // namespace
 
+int32_t draw_row_text(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
+                      Str text) {
+    return static_cast<int32_t>(draw_text(framebuffer, {x, cursor->y + cursor->text_y_offset},
+                                          cursor->font_size, cursor->font_size, colour, text));
+}
+
 void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCursor *cursor) {
     uint64_t hidden_folder_bytes =
         settings.show_full_paths ? 0 : results_hidden_folder_bytes(strbuf_text(&search_state.path));
     uint64_t first = static_cast<uint64_t>(first_visible_hit);
     for (uint64_t i = first; i < results_store.hit_table.count && cursor->y < framebuffer->height; i++) {
+        uint32_t search = search_state.requests_taken;
         ResultRecord hit;
         FileEntry file;
         if (!results_hit_at(i, &hit, &file)) {
@@ -85,15 +91,16 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCur
             continue;
         }
         if (i == first || hit.kind == RESULT_FILE_HEADER) {
-            header_row(framebuffer, cursor, file, hidden_folder_bytes);
+            draw_header_row(framebuffer, cursor, file, hidden_folder_bytes);
         }
         if (hit.kind == RESULT_HIT) {
-            line_row(framebuffer, cursor, file, hit);
+            draw_line_row(framebuffer, cursor, file, hit, search);
         }
     }
 }
 
 void results_scroll_by(int32_t direction, int32_t client_height) {
+    // A request that is taken in between is scrolled like the list before it.
     int32_t step = static_cast<int32_t>(client_height * 0.2 / settings.line_height);
     int64_t scroll = search_state.results_scroll - int64_t{direction} * (step > 1 ? step : 1);
     if (scroll < 0) {

@@ -8,6 +8,10 @@
 #include "os/strings.h"
 #include "ui/ui_state.h"
 
+// Draws text in the cursor's row, at that x. Returns its width in pixels.
+int32_t draw_row_text(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
+                      Str text);
+
 // Draws the hits from that row of the hit table on, from the cursor down to the framebuffer's lower edge, and
 // moves the cursor below them. The first one's file is named above it, wherever in the file it is. A row is
 // under the mouse at any x. The first row under it runs left_click_cmd or right_click_cmd when that button

@@ -65,8 +65,8 @@ enum FolderListingUse : uint8_t {
 };
 
 // Starts listing a folder's entries, "." and ".." among them, in the system's order, and fills in the first
-// one. Returns the listing's handle, or null when the folder cannot be listed, has no entry, or has a zero byte in its
-// text.
+// one. Returns the listing's handle, or null when the folder cannot be listed, has no entry, or has a zero
+// byte in its text.
 void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry);
 
 // Fills in the next entry; returns 0 after the last one.

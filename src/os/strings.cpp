@@ -225,7 +225,7 @@ void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem
     }
     char *slot = array->data + count * elem_size;
     if (elem) {
-        memcpy(slot, elem, elem_size);
+        memcpy(slot, elem, elem_size); // of a size unknown here: a call, which stays before the count's store
     }
     array->count = count + 1;
     return slot;

@@ -1,6 +1,7 @@
 // What a search has found. The worker fills it, the interface reads the rows below the counts.
 //
-// Rows are only appended, and a row is complete before its count includes it. Strings live in the arena;
+// Rows are only appended, and a row is complete before its count includes it. When a request is published or
+// taken the counts become 0, and the next rows are written over the old ones. Strings live in the arena;
 // nothing is freed between searches, only rewound.
 #pragma once
 
@@ -63,8 +64,9 @@ struct TableRows {
 TableRows table_rows(const DynArray *table);
 
 // Interface: copies of rows, each whole and all of one search, though the worker may be writing the next
-// one's over them. Their texts lie in the arena, of which nothing is freed; the bytes may become those of the
-// next search. Return 0 when a row is not there or no longer there.
+// one's over them. (Between publishing and taking only the interface zeroes a count, and not while it
+// copies.) Their texts lie in the arena, of which nothing is freed; the bytes may become those of the next
+// search. Return 0 when a row is not there or no longer there.
 uint8_t results_hit_at(uint64_t row, ResultRecord *hit, FileEntry *file); // and the file that the hit is in
 uint8_t results_folder_at(const DynArray *folders, uint64_t row, Str *name); // folders: one of the two tables
 

@@ -174,14 +174,14 @@ void begin_frame() {
     ui_begin_frame();
 }
 
-// "line column byte_offset name": the numbers of one row, and a name as long as that row's file's. The name's
-// bytes may have become another one's.
+// "line column byte_offset name": the numbers of one row, and the whole name of that row's file.
 bool command_fits(const std::string &command) {
     unsigned line = 0, column = 0, byte_offset = 0;
     int name_start = 0;
     return sscanf(command.c_str(), "%u %u %u |%n", &line, &column, &byte_offset, &name_start) == 3 &&
            telling::numbers_fit(line, column, byte_offset,
-                                command.size() - static_cast<uint64_t>(name_start));
+                                command.size() - static_cast<uint64_t>(name_start)) &&
+           telling::text_fits(str_over(command));
 }
 
 struct Pictures {
