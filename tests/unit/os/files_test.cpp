@@ -10,7 +10,9 @@
 #include "support/system_files.h"
 #include "support/test_tree.h"
 
-#ifdef __linux__
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -180,6 +182,27 @@ TEST(FileRead, ARefusedBlockIsAFailedReadAndIsNoted) {
     EXPECT_EQ(read_text(tree.path("f")), "text"); // closed again
 }
 
+TEST(FileRead, AFileThatShrinksMeanwhileKeepsItsLengthWithZerosBehind) {
+    TestTree tree;
+    tree.file("f", "0123456789");
+    // Asked for the block between the look at the size and the read.
+    HeapHookScope hook([&](uint64_t) {
+        fs::resize_file(tree.native("f"), 4);
+        return true;
+    });
+    EXPECT_EQ(read_text(tree.path("f")), std::string("0123\0\0\0\0\0\0", 10));
+}
+
+TEST(FileRead, AFileThatGrowsMeanwhileIsReadUpToItsOldLength) {
+    TestTree tree;
+    tree.file("f", "0123");
+    HeapHookScope hook([&](uint64_t) {
+        fs::resize_file(tree.native("f"), 100);
+        return true;
+    });
+    EXPECT_EQ(read_text(tree.path("f")), "0123");
+}
+
 TEST(FileRead, NamesOutsideAscii) {
     TestTree tree;
     for (const char *name : outside_ascii) {
@@ -229,6 +252,16 @@ TEST(FileWrite, IntoAMissingFolderCannotOpen) {
     EXPECT_EQ(write("", "x"), 1);
 }
 
+#ifdef _WIN32
+TEST(FileWrite, AFileThatAnyoneHoldsOpenCannotBeOpened) {
+    TestTree tree;
+    tree.file("f", "text");
+    HeldForWriting held(tree.native("f")); // which would let others write, but a write lets nobody in
+    EXPECT_EQ(write(tree.path("f"), "x"), 1);
+    EXPECT_EQ(read_text(tree.path("f")), "text");
+}
+#endif
+
 #ifdef __linux__
 TEST(FileWrite, WhatTheSystemDoesNotTakeIsAFailedWrite) {
     EXPECT_EQ(write("/dev/full", "x"), 2);
@@ -273,6 +306,17 @@ TEST(PathExists, FilesAndFolders) {
     EXPECT_FALSE(os_path_exists(str_over(std::string(100000, 'x'))));
 }
 
+TEST(Paths, AreMadeForTheSystemWithoutTheHeap) {
+    TestTree tree;
+    tree.folder("d");
+    std::string path = tree.path("d/你.txt");
+    HeapHookScope hook([](uint64_t) { return false; });
+    EXPECT_EQ(write(path, "x"), 0);
+    EXPECT_TRUE(os_path_exists(str_over(path)));
+    EXPECT_EQ(os_file_delete(str_over(path)), 0);
+    EXPECT_FALSE(os_path_exists(str_over(path)));
+}
+
 TEST(ExeFolder, EndsInASlashAndHoldsTheExecutable) {
     Str folder = os_exe_folder();
     ASSERT_GT(folder.count, 1u);
@@ -299,6 +343,28 @@ TEST(FolderListing, TellsNamesSizesAndFolders) {
     EXPECT_EQ(list(tree.path(), LIST_FILES), (Names{".hidden 1", "a.txt 5", "d/", "empty 0"}));
     EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{".hidden", "a.txt", "d/", "empty"}));
 }
+
+TEST(FolderListing, ASizeOf4GiBAndMoreIsWhole) {
+    TestTree tree;
+    tree.file("f", "");
+    fs::resize_file(tree.native("f"), (uint64_t{1} << 32) + 10); // sparse
+    for (FolderListingUse use : {LIST_DETAILS, LIST_FILES}) {
+        EXPECT_EQ(list(tree.path(), use), Names{"f 4294967306"});
+    }
+}
+
+#ifdef _WIN32
+TEST(FolderListing, HiddenAndSystemEntriesAreListed) {
+    TestTree tree;
+    tree.file("hidden", "x");
+    tree.file("system", "xx");
+    tree.folder("d");
+    EXPECT_TRUE(SetFileAttributesW(tree.native("hidden").c_str(), FILE_ATTRIBUTE_HIDDEN));
+    EXPECT_TRUE(SetFileAttributesW(tree.native("system").c_str(), FILE_ATTRIBUTE_SYSTEM));
+    EXPECT_TRUE(SetFileAttributesW(tree.native("d").c_str(), FILE_ATTRIBUTE_HIDDEN));
+    EXPECT_EQ(list(tree.path(), LIST_DETAILS), (Names{"d/", "hidden 1", "system 2"}));
+}
+#endif
 
 TEST(FolderListing, AnEmptyOrMissingFolderOrAFileHasNoEntries) {
     TestTree tree;

@@ -292,6 +292,21 @@ TEST(Process, ACaptureWithinACaptureIsACommandOfItsOwn) {
     EXPECT_TRUE(outer.inner.starts_with("ab"));
 }
 
+TEST(Process, AChildHasThisProcesssFolderAndEnvironment) {
+#ifdef _WIN32
+    ASSERT_TRUE(SetEnvironmentVariableW(L"TARNWICK_TEST", L"handed on"));
+    std::string text = capture("cmd /c cd&& set TARNWICK_TEST").text();
+    std::erase(text, '\r');
+    SetEnvironmentVariableW(L"TARNWICK_TEST", nullptr);
+    EXPECT_EQ(text, fs::current_path().string() + "\nTARNWICK_TEST=handed on\n");
+#else
+    setenv("TARNWICK_TEST", "handed on", 1);
+    std::string text = capture("sh -c \"pwd; echo $TARNWICK_TEST\"").text();
+    unsetenv("TARNWICK_TEST");
+    EXPECT_EQ(text, fs::current_path().string() + "\nhanded on\n");
+#endif
+}
+
 // ---- Arguments ----
 
 TEST(Process, ArgumentsAreSplitAtBlanksOutsideOfQuotes) {

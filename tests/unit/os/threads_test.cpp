@@ -135,6 +135,12 @@ protected:
     }
 };
 
+#ifdef _WIN32
+TEST_F(Threads, InitialisationAsksForWindowsInRealPixels) {
+    EXPECT_TRUE(IsProcessDPIAware());
+}
+#endif
+
 // ---- Starting ----
 
 struct Seen {

@@ -130,6 +130,38 @@ TEST(Worker, AFileAsThePathFindsNothing) {
     EXPECT_EQ(search_rows(tree, tree.path("f"), "foo"), "files 0\n");
 }
 
+#ifdef _WIN32
+TEST(Worker, ADriveAndASlashListTheDrivesRoot) {
+    TestTree tree;
+    SearchScope scope;
+    // What is left of the path is "C:", the drive's current folder elsewhere, but with "/*" behind it the
+    // root.
+    fs::path before = fs::current_path();
+    fs::current_path("C:/windows");
+    std::string rows = search_rows(tree, "C:/", "foo");
+    fs::current_path(before);
+    EXPECT_NE(rows.find("match windows\n"), std::string::npos) << rows;
+}
+
+TEST(Worker, ABackslashAtTheEndOfThePathIsNoSlashAndItsFilesGetOne) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("f", "foo.....");
+    EXPECT_EQ(search_rows(tree, tree.path() + "\\", "foo"), "files 1\nfile /f\nhit 1 1 0 foo..\n");
+}
+#endif
+
+TEST(Worker, EachPathOfAJobStaysInTheArenaUntilTheNextRequest) {
+    TestTree tree;
+    SearchScope scope;
+    tree.folder("d");
+    search_rows(tree, tree.path(), "foo");
+    uint64_t folder_path = 8 + tree.path("d").size() + 1;
+    EXPECT_EQ(results_store.arena.used, folder_path);
+    take_request();
+    EXPECT_EQ(results_store.arena.used, 0u);
+}
+
 TEST(Worker, TheTopFoldersFilesComeBeforeAnySubfoldersAndFoldersAreEnteredDepthFirst) {
     TestTree tree;
     SearchScope scope;
