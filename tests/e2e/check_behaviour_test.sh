@@ -1,0 +1,39 @@
+#!/bin/bash
+# The check of the behaviour page finds what it is there for: check_behaviour_test.sh CHECK.
+set -euo pipefail
+check=$1
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+failed=0
+mkdir -p "$folder/docs" "$folder/tests/unit" "$folder/tests/e2e"
+printf 'TEST(Plain, One) {\n}\nTEST_F(Fixed, Two) {\nTEST_P(Many,\n       Three) {\n' > "$folder/tests/unit/a_test.cpp"
+touch "$folder/tests/e2e/a_test.sh"
+
+# expect STATUS OUTPUT ROW...: a page with these rows in its table of rules.
+expect() {
+    local status=0
+    { printf '# Page\n\n| name | meaning |\n|---|---|\n| a | b |\n\n| rule | test |\n|---|---|\n'
+        printf '%s\n' "${@:3}"; } > "$folder/docs/behaviour.md"
+    "$check" "$folder" > "$folder/out" || status=$?
+    sed -i "s|^$folder/docs/||" "$folder/out"
+    if [ "$status" != "$1" ] || [ "$(cat "$folder/out")" != "$2" ]; then
+        printf 'FAILED: %s\n' "${@:3}" "$(cat "$folder/out")"
+        failed=1
+    fi
+}
+
+# shellcheck disable=SC2016
+{
+    expect 0 '' '| A rule. | `Plain.One` |' '| With `code`. | `Fixed.Two`, `Many.Three`, `a_test.sh` |'
+    expect 1 'behaviour.md:9: no such test: Plain.Two' '| A rule. | `Plain.Two` |'
+    expect 1 'behaviour.md:10: no such test: Fixed.One' '| A. | `Plain.One` |' '| B. | `Plain.One`, `Fixed.One` |'
+    expect 1 'behaviour.md:9: no such test: b_test.sh' '| A rule. | `b_test.sh` |'
+    expect 1 'behaviour.md:9: no such test: One' '| A rule. | `One` |'
+    expect 1 'behaviour.md:9: a rule without a test' '| A rule with `Plain.One` elsewhere. | |'
+    expect 1 'behaviour.md: no rules found' ''
+}
+
+if [ "$failed" = 0 ]; then
+    printf 'check_behaviour: all cases passed\n'
+fi
+exit "$failed"
