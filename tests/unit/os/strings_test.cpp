@@ -135,11 +135,12 @@ TEST(StrBufInsert, ARefusedReservationLeavesCapacityZero) {
 
 TEST(StrBufInsert, AtTheStartInTheMiddleAtTheEnd) {
     Text text("bd");
+    memset(text.data + 3, '!', 14); // so that the zero byte behind has to be written
     strbuf_insert(&text, 0, 1, "a");
     strbuf_insert(&text, 2, 1, "c");
     strbuf_insert(&text, 4, 1, "e");
     EXPECT_EQ(text.str(), "abcde");
-    EXPECT_EQ(text.data[5], 0);
+    EXPECT_STREQ(text.data, "abcde");
 }
 
 TEST(StrBufInsert, BeyondTheEndAppends) {
