@@ -135,12 +135,6 @@ protected:
     }
 };
 
-#ifdef _WIN32
-TEST_F(Threads, InitialisationAsksForWindowsInRealPixels) {
-    EXPECT_TRUE(IsProcessDPIAware());
-}
-#endif
-
 // ---- Starting ----
 
 struct Seen {
