@@ -339,6 +339,7 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
     static Thread *threads[2]; // never end
     for (uint8_t pending : {uint8_t{0}, uint8_t{1}}) {
         search_state.request_pending = pending; // of no text, so that the turn ends at once
+        search_state.worker_pass = 0;
         watched_sleep = 0;
         threads[pending] = os_thread_start(watched_worker, nullptr);
         ASSERT_NE(threads[pending], nullptr);
@@ -346,6 +347,7 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
             os_sleep_ms(1);
         }
         EXPECT_EQ(watched_sleep, 100u);
+        EXPECT_EQ(search_state.worker_pass, 1u); // behind its first turn
         EXPECT_EQ(search_state.request_pending, 0);
         EXPECT_EQ(results_store.arena.capacity, 50000000u);
         EXPECT_NE(results_store.arena.base, nullptr);
