@@ -57,8 +57,8 @@ Str line_prefix(uint32_t line) {
     return strbuf_text(&row_text);
 }
 
-void line_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
-              const ResultRecord &hit) {
+void draw_line_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
+                   const ResultRecord &hit, uint32_t search) {
     int32_t x = 30;
     x += draw_row_text(framebuffer, cursor, x, line_number_colour, line_prefix(hit.line));
     // The x is not asked for, which is meant: the scroll bar belongs to the rows.

@@ -178,10 +178,11 @@ void begin_frame() {
 bool command_fits(const std::string &command) {
     unsigned line = 0, column = 0, byte_offset = 0;
     int name_start = 0;
-    return sscanf(command.c_str(), "%u %u %u |%n", &line, &column, &byte_offset, &name_start) == 3 &&
-           telling::numbers_fit(line, column, byte_offset,
-                                command.size() - static_cast<uint64_t>(name_start)) &&
-           telling::text_fits(str_over(command));
+    if (sscanf(command.c_str(), "%u %u %u |%n", &line, &column, &byte_offset, &name_start) != 3) {
+        return false;
+    }
+    std::string name = command.substr(static_cast<size_t>(name_start));
+    return telling::numbers_fit(line, column, byte_offset, name.size()) && telling::text_fits(str_over(name));
 }
 
 struct Pictures {

@@ -765,6 +765,24 @@ TEST(ResultsMany, OnlyRowsInTheWindowAreRead) {
     }
 }
 
+// A settings file may ask for lines as high as numbers go: then no row is in the window, and none is touched.
+TEST(ResultsMany, LinesHigherThanEveryWindowShowNone) {
+    ListScope scope;
+    put_repeated(million);
+    DynArray &table = results_store.hit_table;
+    char *data = table.data;
+    for (int32_t line_height : {1 << 24, 1 << 29, 1 << 30, INT32_MAX}) {
+        for (int32_t text_y_offset : {INT32_MIN, 0, INT32_MAX}) {
+            scope.use_sizes(14, line_height, text_y_offset);
+            Canvas canvas(300, 150, ground);
+            table.data = reinterpret_cast<char *>(64); // nobody's memory
+            frame_draw(&canvas.framebuffer, {50, 20});
+            table.data = data;
+            EXPECT_EQ(recorded_commands.size(), 0u);
+        }
+    }
+}
+
 // ---- Against the plain list ----
 
 namespace {
