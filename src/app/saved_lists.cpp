@@ -93,9 +93,7 @@ void add_entry(DynArray *list, Str text) {
     char *copy = static_cast<char *>(os_alloc(capacity + 1));
     SavedEntry entry = {1, 0, nullptr, 0}; // without memory an empty entry, which is kept and written
     if (copy) {
-        if (text.count > 0) {
-            memcpy(copy, text.data, text.count);
-        }
+        memcpy(copy, text.data, text.count);
         copy[text.count] = 0;
         entry = {1, text.count, copy, capacity};
     }
