@@ -1,5 +1,5 @@
-// A program for search_and_click_test.sh: appends its whole command line, as it arrived, to the file commands.txt in its
-// own folder, a line for each start.
+// A program for search_and_click_test.sh: appends its whole command line, as it arrived, to the file
+// commands.txt in its own folder, a line for each start.
 #include <windows.h>
 
 namespace {
