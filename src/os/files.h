@@ -24,7 +24,8 @@ extern LastFileError os_last_file_error;
 Str os_file_read_all(Str path);
 
 // The same for the entry that a folder listing has just handed out: path names it, name is the entry's own
-// name. A system may have opened the file for its size already and saves itself the way.
+// name. A system may have opened the file for its size already and saves itself the way. An empty path cannot
+// be read, whatever the name.
 Str os_file_read_entry(Str path, Str name);
 
 // Frees what os_file_read_all returned, and sets it to length 0 and a null pointer.

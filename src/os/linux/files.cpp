@@ -119,7 +119,8 @@ Str os_file_read_all(Str path) {
 }
 
 Str os_file_read_entry(Str path, Str name) {
-    if (open_entry.file < 0 || open_entry.name != name.data) {
+    // An empty path is one that found no memory: there is no such file, open or not.
+    if (path.count == 0 || open_entry.file < 0 || open_entry.name != name.data) {
         return os_file_read_all(path);
     }
     return read_open_file(open_entry.file, open_entry.size);

@@ -449,6 +449,18 @@ TEST(FolderListing, AReadEntryHasItsFilesBytes) {
     }
 }
 
+TEST(FolderListing, AnEntryWhosePathFoundNoMemoryIsNotRead) {
+    TestTree tree;
+    tree.file("a", "text of a");
+    FolderEntry entry;
+    void *listing = os_folder_first(str_over(tree.path()), LIST_FILES, &entry);
+    ASSERT_NE(listing, nullptr);
+    do {
+        EXPECT_EQ(os_file_read_entry({}, entry.name).data, nullptr);
+    } while (os_folder_next(listing, &entry));
+    os_folder_close(listing);
+}
+
 TEST(FolderListing, FolderThatGrowsPastOneReadOfTheSystem) {
     TestTree tree;
     for (int i = 0; i < 3000; i++) {
