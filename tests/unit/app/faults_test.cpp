@@ -1,0 +1,458 @@
+// Every allocation of start-up, of a search, of a frame and of what the user does in one, refused: each
+// alone, and each with all that follow it. Whatever is refused, what is lost is what that memory was for, and
+// the program goes on.
+//
+// In a few places it does not go on, and that is meant: an array that has no storage cannot grow, and the
+// next push onto it never returns. never_ending_steps lists them with their reasons; each is shown never to
+// return, and the runs below leave out these steps and no others.
+//
+// Off Windows only: the list of what asks for memory is the system's own, and only here can a process be
+// copied to show that it never returns.
+
+#include <gtest/gtest.h>
+
+#include <stdio.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "actions/command_template.h"
+#include "app/frame.h"
+#include "app/frame_scope.h"
+#include "app/input.h"
+#include "app/startup.h"
+#include "os/clipboard.h"
+#include "os/headless/headless.h"
+#include "os/linux/clipboard.h"
+#include "search/worker.h"
+#include "support/heap_hook.h"
+#include "support/never_returns.h"
+#include "support/picture.h"
+#include "support/recorded_commands.h"
+
+namespace {
+
+StrBuf *const path = &search_state.path;
+StrBuf *const query = &search_state.query;
+
+// ---- Refusals ----
+
+enum Series {
+    ALONE,
+    WITH_ALL_LATER_ONES,
+};
+constexpr Series both_series[] = {ALONE, WITH_ALL_LATER_ONES};
+constexpr uint64_t nothing = UINT64_MAX;
+
+// While it lives, the nth allocation is refused, counted from 0. Keeps the sizes asked for.
+class Refusal {
+public:
+    Refusal(uint64_t nth, Series series)
+        : hook([this, nth, series](uint64_t size) {
+              uint64_t index = sizes.size();
+              sizes.push_back(size);
+              return series == ALONE ? index != nth : index < nth;
+          }) {}
+
+    std::vector<uint64_t> sizes;
+
+private:
+    HeapHookScope hook;
+};
+
+std::string place(uint64_t nth, Series series) {
+    return "allocation " + std::to_string(nth) + (series == ALONE ? " alone" : " and all later ones");
+}
+
+// Tells a reader of the test's output how much was tried.
+void report(const char *phase, uint64_t allocations, uint64_t runs, uint64_t left_out) {
+    printf("%s: %llu allocations, %llu runs, %llu left out as never returning\n", phase,
+           static_cast<unsigned long long>(allocations), static_cast<unsigned long long>(runs),
+           static_cast<unsigned long long>(left_out));
+}
+
+void free_row_text() {
+    os_free(row_text.data);
+    row_text = {};
+}
+
+// A leak that is meant, for one run of many.
+class LeakIf {
+public:
+    explicit LeakIf(bool leaks) : scope(leaks ? std::make_unique<LeakScope>() : nullptr) {}
+
+private:
+    std::unique_ptr<LeakScope> scope;
+};
+
+} // namespace
+
+// ---- Start-up ----
+
+namespace {
+
+// What start-up asks for, in its order, with a settings file, a font and both lists.
+enum StartAllocation : uint64_t {
+    SCRATCH_DATA,
+    SCRATCH_HEADER,
+    WINDOW_RECORD,
+    WINDOW_TITLE,
+    WINDOW_PIXELS,
+    PATH_TEXT,
+    QUERY_TEXT,
+    UNUSED_TEXT,
+    OTHER_UNUSED_TEXT,
+    FILE_TABLE,
+    HIT_TABLE,
+    SAVED_PATHS,
+    SAVED_QUERIES,
+    MATCHING_FOLDERS,
+    OTHER_FOLDERS,
+    CARETS,
+    SETTINGS_FILE,
+    FONT_FILE,
+    FONT_SIZES,
+    PATHS_FILE,
+    FIRST_SAVED_PATH,
+    SECOND_SAVED_PATH,
+    QUERIES_FILE,
+    FIRST_SAVED_QUERY,
+    SECOND_SAVED_QUERY,
+    ARENA,
+    START_ALLOCATIONS,
+};
+
+const std::string settings_with_font = "font_size 20\nfont_file source_code_pro.otf\n";
+const std::string settings_without_font = "font_size 20\n";
+
+// The folder beside the program.
+struct ProgramFolder {
+    explicit ProgramFolder(const std::string &settings_file) {
+        tree.file("settings.txt", settings_file);
+        tree.file("source_code_pro.otf", bytes_of(default_font_path()));
+        tree.file("searched/f.txt", "a needle .........");
+        tree.folder("searched/match");
+        tree.folder("searched/other");
+        put_lists();
+    }
+    void put_lists() const {
+        tree.file("saved_paths.txt", "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
+        tree.file("saved_queries.txt", "foo\r\nbar\r\nbaz");
+    }
+
+    TestTree tree;
+    std::string folder = tree.path() + "/";
+    std::string searched = tree.path("searched");
+};
+
+// The whole program, from an empty process to the loop; what is left of it is given back at the end.
+struct StartedProgram {
+    StartedProgram() : first_settings(settings) {}
+    ~StartedProgram();
+    StartedProgram(const StartedProgram &) = delete;
+    StartedProgram &operator=(const StartedProgram &) = delete;
+
+    // As main does it, with another thread's share of it, the arena, in the end. Returns false when there is
+    // no window.
+    bool start(const ProgramFolder &program);
+
+    Settings first_settings;
+};
+
+PlatformWindow *window;
+
+bool StartedProgram::start(const ProgramFolder &program) {
+    scratch_create();
+    uint32_t monitor_count = 0;
+    const MonitorInfo *monitor = os_get_monitors(&monitor_count);
+    window = os_window_create(300, 200, str_from("Tarnwick"), WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
+    if (!window) {
+        return false;
+    }
+    os_window_center(window, monitor);
+    os_window_show(window, 1);
+    os_set_event_callback(input_handle_event);
+    frame_clock_start(monitor->refresh_rate);
+    frame_clock.target_us = 1; // frames follow one another at once
+    {
+        LeakScope unused_texts_stay;
+        startup_reserve_buffers();
+    }
+    startup_load(str_over(program.folder), str_from("tarnwick.exe -needle"));
+    startup_focus();
+    results_store_start_arena();
+    return true;
+}
+
+void free_font() {
+    for (uint64_t i = 0; i < font.sizes.count; i++) {
+        SizedFont *sized = reinterpret_cast<SizedFont *>(font.sizes.data) + i;
+        os_free(sized->bitmaps.data);
+        os_free(sized->glyphs.data);
+    }
+    AppScope::forget_font();
+}
+
+void free_arena() {
+    StringArena &arena = results_store.arena;
+    for (uint64_t i = 0; i < arena.block_count; i++) {
+        os_free(arena.blocks[i].base);
+    }
+    if (arena.blocks != &arena.first_block) {
+        os_free(arena.blocks);
+    }
+    arena = {};
+}
+
+StartedProgram::~StartedProgram() {
+    os_set_event_callback(nullptr);
+    if (window) {
+        os_window_destroy(window);
+        os_free(window);
+        window = nullptr;
+    }
+    for (DynArray *list : {&saved_lists.paths, &saved_lists.queries}) {
+        empty_list(list);
+    }
+    for (DynArray *array :
+         {&results_store.file_table, &results_store.hit_table, &saved_lists.paths, &saved_lists.queries,
+          &results_store.matching_folders, &results_store.other_folders, &ui_state.caret_list}) {
+        os_free(array->data);
+        *array = {};
+    }
+    for (StrBuf *text : {path, query}) {
+        os_free(text->data);
+        *text = {};
+    }
+    if (scratch) {
+        os_free(scratch->data);
+        os_free(scratch);
+        scratch = nullptr;
+    }
+    free_font();
+    free_arena();
+    free_row_text();
+    os_free(ui_state.slots);
+    ui_state = {};
+    os_file_free(&settings.file);
+    settings = first_settings;
+    saved_lists = {};
+    search_state.request_pending = 1;
+    search_state.results_dirty = 0;
+    search_state.interface_pass = 0;
+}
+
+std::string capacity_text(const char *name, uint64_t capacity) {
+    return std::string(name) + " " + std::to_string(capacity) + "\n";
+}
+
+// The program as start-up leaves it.
+std::string started_state() {
+    return capacity_text("scratch", scratch ? scratch->capacity : 0) +
+           capacity_text("pixels", window->framebuffer.pixels ? 1 : 0) + //
+           capacity_text("path", path->capacity) + capacity_text("query", query->capacity) +
+           capacity_text("files", results_store.file_table.capacity) +
+           capacity_text("hits", results_store.hit_table.capacity) +
+           capacity_text("matching", results_store.matching_folders.capacity) +
+           capacity_text("other", results_store.other_folders.capacity) +
+           capacity_text("font size", static_cast<uint64_t>(settings.font_size)) +
+           capacity_text("font", font.sizes.capacity ? 1 : 0) +
+           capacity_text("arena", results_store.arena.base ? 1 : 0) +                   //
+           "path " + text_of(*path) + ": " + entries_of(saved_lists.paths) + "\n" +     //
+           "query " + text_of(*query) + ": " + entries_of(saved_lists.queries) + "\n" + //
+           "carets " + carets() + "\n";
+}
+
+// The state that the rules state for a refusal.
+struct StartExpectation {
+    uint64_t nth;
+    Series series;
+    bool names_font; // in the settings file
+
+    bool lost(uint64_t allocation) const {
+        return series == ALONE ? allocation == nth : allocation >= nth;
+    }
+    bool has_window() const {
+        return !lost(WINDOW_RECORD) && !lost(WINDOW_TITLE);
+    }
+    bool has_scratch() const {
+        return !lost(SCRATCH_DATA) && !lost(SCRATCH_HEADER);
+    }
+    bool has_settings() const { // their path is a temporary string
+        return has_scratch() && !lost(SETTINGS_FILE);
+    }
+    bool has_font() const {
+        if (!has_scratch()) {
+            return false; // and so is the font's
+        }
+        if (series == ALONE && has_settings() && names_font) {
+            return true; // the default font is tried in place of the named one
+        }
+        return !lost(FONT_FILE) && !lost(FONT_SIZES);
+    }
+    std::string entries(uint64_t list, uint64_t file, uint64_t first, const char *text) const {
+        if (lost(list) || lost(file)) {
+            return "";
+        }
+        std::string both = text;
+        size_t bar = both.find('|');
+        return (lost(first) ? "" : both.substr(0, bar)) + "|" + (lost(first + 1) ? "" : both.substr(bar + 1));
+    }
+    std::string query_text() const {
+        return lost(QUERY_TEXT) ? "" : "needle";
+    }
+    std::string query_entries() const {
+        return entries(SAVED_QUERIES, QUERIES_FILE, FIRST_SAVED_QUERY, "bar|baz");
+    }
+    std::string state() const {
+        return capacity_text("scratch", has_scratch() ? 1000000 : 0) +
+               capacity_text("pixels", series == ALONE || !lost(WINDOW_PIXELS)) + // found later
+               capacity_text("path", lost(PATH_TEXT) ? 0 : 1024) +
+               capacity_text("query", lost(QUERY_TEXT) ? 0 : 1024) +
+               capacity_text("files", lost(FILE_TABLE) ? 0 : 10000) +
+               capacity_text("hits", lost(HIT_TABLE) ? 0 : 100000) +
+               capacity_text("matching", lost(MATCHING_FOLDERS) ? 0 : 128) +
+               capacity_text("other", lost(OTHER_FOLDERS) ? 0 : 128) +
+               capacity_text("font size", has_settings() ? 20 : 14) + capacity_text("font", has_font()) +
+               capacity_text("arena", !lost(ARENA)) + //
+               "path " + (lost(PATH_TEXT) || lost(PATHS_FILE) ? "" : "C:/src") + ": " +
+               entries(SAVED_PATHS, PATHS_FILE, FIRST_SAVED_PATH, "D:/a/b/|E:/x") + "\n" + //
+               "query " + query_text() + ": " + query_entries() + "\n" +                   //
+               "carets " +
+               (lost(CARETS)       ? ""
+                : lost(QUERY_TEXT) ? "{0,0}"
+                                   : "{0,6}") +
+               "\n";
+    }
+};
+
+void search(const std::string &path_text, const std::string &query_text) {
+    set_field_text(path, str_over(path_text));
+    set_field_text(query, str_over(query_text));
+    publish_request();
+    search_worker_turn();
+}
+
+// The steps that follow start-up, each where it returns. Returns how many were left out.
+uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation &expected) {
+    uint64_t left_out = 0;
+    if (expected.has_font()) {
+        headless_focus(window);
+        EXPECT_EQ(frame_turn(window), 1);
+        headless_type('x');
+        EXPECT_EQ(frame_turn(window), 1);
+        bool is_typed = !expected.lost(QUERY_TEXT) && !expected.lost(CARETS);
+        EXPECT_EQ(text_of(*query), is_typed ? "x" : expected.query_text());
+        std::string file = "foo\r\nbar\r\nbaz"; // a list without storage leaves its file as it is
+        if (!expected.lost(SAVED_QUERIES)) {
+            file = text_of(*query);
+            for (uint64_t row = 0; row < saved_lists.queries.count; row++) {
+                file += "\r\n" + to_string(saved_entry_text(saved_entry_at(&saved_lists.queries, row)));
+            }
+        }
+        EXPECT_EQ(bytes_of(program.tree.native("saved_queries.txt")), file);
+    } else {
+        left_out++;
+    }
+    bool has_texts = !expected.lost(PATH_TEXT) && !expected.lost(QUERY_TEXT);
+    bool has_arena = !expected.lost(ARENA);
+    // A search without a path does nothing, one without names reads nothing, so that nothing is stored.
+    bool stores = has_texts && has_arena;
+    if (stores && (expected.lost(FILE_TABLE) || expected.lost(HIT_TABLE))) {
+        left_out++;
+    } else {
+        search(program.searched, "needle");
+        EXPECT_EQ(stored_rows(program.searched),
+                  stores ? "files 1\nfile f.txt\nhit 1 3 2 a needle ...\n" : "files 0\n");
+        if (expected.has_font()) {
+            EXPECT_EQ(frame_turn(window), 1);
+        }
+    }
+    bool lists = has_texts || !expected.lost(PATH_TEXT);
+    if (lists && (expected.lost(MATCHING_FOLDERS) || expected.lost(OTHER_FOLDERS))) {
+        left_out++;
+    } else {
+        search(program.searched + "/ma", "needle");
+        std::string names = has_arena ? "match match\nother other\n" : "";
+        if (lists && !has_arena) { // the rows are still there, by which name they match too
+            names = "match \nother \n";
+        }
+        EXPECT_EQ(sort_file_groups(stored_rows()), "files 0\n" + (lists ? names : ""));
+        if (expected.has_font()) {
+            EXPECT_EQ(frame_turn(window), 1);
+        }
+    }
+    return left_out;
+}
+
+void refuse_each_of_start_up(const char *phase, bool names_font) {
+    ProgramFolder program(names_font ? settings_with_font : settings_without_font);
+    uint64_t runs = 0, left_out = 0;
+    for (Series series : both_series) {
+        for (uint64_t nth = 0; nth <= START_ALLOCATIONS; nth++) { // the last one: nothing is refused
+            SCOPED_TRACE(place(nth, series));
+            program.put_lists();
+            // A font whose sizes have no memory is replaced as a whole, and its file stays.
+            LeakIf replaced_font_stays(nth == FONT_SIZES);
+            StartedProgram started;
+            StartExpectation expected = {nth, series, names_font};
+            bool has_started = false;
+            {
+                Refusal refusal(nth, series);
+                has_started = started.start(program);
+                if (nth == START_ALLOCATIONS) {
+                    EXPECT_EQ(refusal.sizes.size(), uint64_t{START_ALLOCATIONS});
+                }
+            }
+            runs++;
+            EXPECT_EQ(has_started, expected.has_window());
+            if (has_started) {
+                EXPECT_EQ(started_state(), expected.state());
+                left_out += go_on_after_start(program, expected);
+            }
+        }
+    }
+    report(phase, START_ALLOCATIONS, runs, left_out);
+}
+
+} // namespace
+
+TEST(FaultsOfStartUp, LoseWhatTheMemoryWasForAndTheProgramGoesOn) {
+    headless_set_time(0);
+    os_init();
+    {
+        ProgramFolder program(""); // the layer's own list of windows is made once for the process
+        StartedProgram started;
+        ASSERT_TRUE(started.start(program));
+    }
+    refuse_each_of_start_up("Start-up with a named font", true);
+    refuse_each_of_start_up("Start-up with the default font", false);
+}
+
+TEST(FaultsOfStartUp, WithoutMemoryForItsRecordTheWorkerIsNotStartedAndNothingWaitsForIt) {
+    SearchScope scope;
+    {
+        Refusal refusal(0, ALONE);
+        EXPECT_EQ(search_worker_start(), nullptr);
+    }
+    EXPECT_EQ(search_state.worker_pass, 0u);
+    search_state.interface_pass = 0;
+}
+
+TEST(FaultsOfStartUp, TheProgramsOwnFolderIsLookedUpAgainWhenMemoryIsRefusedAtFirst) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // in a process that has not looked it up yet
+    EXPECT_EXIT(
+        {
+            bool was_refused = false;
+            {
+                Refusal refusal(0, ALONE);
+                was_refused = os_exe_folder().data == nullptr && refusal.sizes.size() == 1;
+            }
+            Str folder = os_exe_folder();
+            _exit(was_refused && folder.count > 1 && folder.data[folder.count - 1] == '/' ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
