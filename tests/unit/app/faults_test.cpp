@@ -456,3 +456,284 @@ TEST(FaultsOfStartUp, TheProgramsOwnFolderIsLookedUpAgainWhenMemoryIsRefusedAtFi
         },
         testing::ExitedWithCode(0), "");
 }
+
+// ---- A search ----
+
+namespace {
+
+// The record that a listing of a folder begins with, with room for its entries.
+bool is_listing(uint64_t size) {
+    return size > 32768 && size < 33000;
+}
+constexpr uint64_t note_size = sizeof(RetiredBlock);
+
+struct SearchedFile {
+    std::string folder; // '/' at its end, empty for the top
+    std::string name;
+    uint64_t size;
+    int hits;
+};
+
+// Folders whose paths are of different lengths, and files of different sizes, so that a size tells whose it
+// is.
+const std::vector<SearchedFile> searched_files = {
+    {"", "top.txt", 1000, 2},
+    {"", "none.txt", 2000, 0},
+    {"a/", "one.txt", 3000, 3},
+    {"a/bcd/", "two.txt", 4000, 1},
+    {"efghijklm/", "three.txt", 5000, 2},
+};
+
+std::string bytes_of_searched(const SearchedFile &file) {
+    std::string bytes;
+    for (int i = 0; i < file.hits; i++) {
+        bytes += "needle of " + file.name + " " + std::string(200, static_cast<char>('a' + i)) + "\n";
+    }
+    bytes.resize(file.size, '.');
+    return bytes;
+}
+
+uint64_t block_of(const SearchedFile &file) {
+    return file.size + 1 + ((file.size + 1) & 63);
+}
+
+enum SearchKind { CONTENTS, SUGGESTIONS };
+
+// Small tables and a small arena, so that all of them grow, and one by one.
+struct SmallSearch {
+    SmallSearch(const std::string &path_text, bool is_read) {
+        free_arena();
+        arena_init(&results_store.arena, 1800); // two of them hold the strings of a search, not one
+        results_store.file_table.capacity = 2;
+        results_store.hit_table.capacity = 4;
+        results_store.matching_folders.capacity = 1;
+        results_store.other_folders.capacity = 1;
+        set_field(path, path_text);
+        set_field(query, "needle");
+        search_state.interface_pass = is_read ? 1 : 0;
+        publish_request();
+    }
+    ~SmallSearch() {
+        search_state.interface_pass = search_state.interface_pass + 2;
+        release_retired(&results_store.retired);
+        search_state.interface_pass = 0;
+    }
+
+    SearchScope scope;
+};
+
+// For a copy of this process, which takes no arguments.
+struct {
+    std::string path;
+    bool is_read;
+    uint64_t nth;
+    Series series;
+} in_copy;
+
+void search_in_copy() {
+    SmallSearch small(in_copy.path, in_copy.is_read);
+    Refusal refusal(in_copy.nth, in_copy.series);
+    search_worker_turn();
+}
+
+// The tables' storage as it grows.
+bool is_growth(uint64_t size, SearchKind kind) {
+    for (uint64_t capacity : {2u, 4u, 8u, 16u, 32u}) {
+        if (kind == CONTENTS ? size == capacity * sizeof(FileEntry) || size == capacity * sizeof(ResultRecord)
+                             : size == capacity * sizeof(Str)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Rows without the groups of the files for which that holds; "files n" counts what is left.
+std::string rows_without(const std::function<bool(const SearchedFile &)> &is_lost, const std::string &rows) {
+    std::string kept;
+    bool keeps = true;
+    for (size_t at = rows.find('\n') + 1; at < rows.size();) {
+        size_t end = rows.find('\n', at) + 1;
+        std::string line = rows.substr(at, end - at);
+        if (line.compare(0, 5, "file ") == 0) {
+            keeps = true;
+            for (const SearchedFile &file : searched_files) {
+                keeps = keeps && (line != "file " + file.folder + file.name + "\n" || !is_lost(file));
+            }
+        }
+        kept += keeps ? line : "";
+        at = end;
+    }
+    auto lost = std::count_if(searched_files.begin(), searched_files.end(), is_lost);
+    return "files " + std::to_string(static_cast<int64_t>(searched_files.size()) - lost) + "\n" + kept;
+}
+
+// The rows behind the first line, each with as many texts emptied as memory was missing for, are a beginning
+// of all rows.
+bool is_beginning_with_gaps(const std::string &rows, const std::string &all) {
+    size_t at = rows.find('\n') + 1, whole_at = all.find('\n') + 1;
+    while (at < rows.size()) {
+        size_t end = rows.find('\n', at), whole_end = all.find('\n', whole_at);
+        if (whole_end == std::string::npos) {
+            return false;
+        }
+        std::string line = rows.substr(at, end - at), whole = all.substr(whole_at, whole_end - whole_at);
+        if (line != whole) {
+            std::string name = whole.substr(whole.rfind('/') + 1);
+            bool is_gap = line.compare(0, 5, "file ") == 0
+                              ? line == "file /" || line == "file /" + name
+                              : whole.compare(0, line.size(), line) == 0 && line.back() == ' ' &&
+                                    std::count(line.begin(), line.end(), ' ') == 4;
+            if (!is_gap) {
+                return false;
+            }
+        }
+        at = end + 1;
+        whole_at = whole_end + 1;
+    }
+    return true;
+}
+
+// Rows with their numbers alone.
+std::string without_texts(const std::string &rows) {
+    std::string numbers;
+    for (size_t at = 0; at < rows.size();) {
+        size_t end = rows.find('\n', at) + 1;
+        size_t kept_end = at;
+        uint64_t words = rows.compare(at, 4, "hit ") == 0 ? 4 : rows.compare(at, 6, "files ") == 0 ? 2 : 1;
+        for (; words > 0 && kept_end < end; kept_end++) {
+            words -= rows[kept_end] == ' ' || rows[kept_end] == '\n';
+        }
+        numbers += rows.substr(at, kept_end - at) + "\n";
+        at = end;
+    }
+    return numbers;
+}
+
+struct SearchTrace {
+    std::string root;
+    std::vector<uint64_t> sizes;   // of an undisturbed search
+    std::vector<std::string> rows; // stored when each was asked for
+    std::string all_rows;
+};
+
+SearchTrace trace_search(const TestTree &tree, const std::string &path_text, bool is_read) {
+    SearchTrace trace = {tree.path(), {}, {}, {}};
+    SmallSearch small(path_text, is_read);
+    {
+        HeapHookScope hook([&](uint64_t size) {
+            trace.sizes.push_back(size);
+            trace.rows.push_back(stored_rows(trace.root));
+            return true;
+        });
+        search_worker_turn();
+    }
+    trace.all_rows = stored_rows(trace.root);
+    return trace;
+}
+
+// What is stored when one allocation alone is refused; growths of tables, and what may leave gaps, apart.
+std::string rows_expected(const SearchTrace &trace, SearchKind kind, uint64_t nth) {
+    uint64_t size = trace.sizes[nth];
+    if (kind == SUGGESTIONS) {
+        return is_listing(size) ? "files 0\n" : trace.all_rows;
+    }
+    if (is_listing(size)) {
+        // The folder's files are not found. Its sub-folders are, by a listing of their own.
+        uint64_t path_length = trace.sizes[nth + 1] - 1;
+        return rows_without(
+            [&](const SearchedFile &file) {
+                return (trace.root + "/" + file.folder).size() - 1 == path_length;
+            },
+            trace.all_rows);
+    }
+    return rows_without([&](const SearchedFile &file) { return block_of(file) == size; }, trace.all_rows);
+}
+
+void refuse_each_of_search(const char *phase, const TestTree &tree, const std::string &path_text,
+                           SearchKind kind, bool is_read) {
+    const SearchTrace trace = trace_search(tree, path_text, is_read);
+    uint64_t runs = 0, left_out = 0, growths = 0, arena_blocks = 0, listings = 0, files = 0;
+    for (Series series : both_series) {
+        for (uint64_t nth = 0; nth < trace.sizes.size(); nth++) {
+            SCOPED_TRACE(place(nth, series) + ", " + std::to_string(trace.sizes[nth]) + " bytes");
+            uint64_t size = trace.sizes[nth];
+            bool follows_path = nth >= 2 && is_listing(trace.sizes[nth - 2]); // a listing that is cut to size
+            bool grows = is_growth(size, kind) && !(kind == CONTENTS && follows_path);
+            bool is_arena = size == 1800 || size == 2 * sizeof(ArenaBlock);
+            growths += grows;
+            // A file that is being scanned goes on pushing hits when nothing can grow any more.
+            bool scan_goes_on = series == WITH_ALL_LATER_ONES && (is_arena || size == note_size);
+            if (grows || scan_goes_on) {
+                in_copy = {path_text, is_read, nth, series};
+                if (never_returns(search_in_copy)) {
+                    left_out++; // another push follows, onto a table without storage
+                    continue;
+                }
+            }
+            listings += is_listing(size);
+            arena_blocks += is_arena;
+            LeakIf replaced_block_stays(size == note_size);
+            SmallSearch small(path_text, is_read);
+            {
+                Refusal refusal(nth, series);
+                EXPECT_EQ(search_worker_turn(), 1);
+            }
+            runs++;
+            EXPECT_EQ(search_state.search_busy, 0);
+            bool is_emptied = false;
+            for (const DynArray *table : {&results_store.file_table, &results_store.hit_table,
+                                          &results_store.matching_folders, &results_store.other_folders}) {
+                is_emptied = is_emptied || (!table->data && table->count == 0 && table->capacity == 0);
+            }
+            EXPECT_TRUE(is_emptied || !grows);
+            if (is_emptied) {
+                ResultRecord hit;
+                FileEntry file;
+                EXPECT_EQ(results_hit_at(0, &hit, &file), 0); // hits are rows only with their files
+                continue;                                     // what is searched for next never returns
+            }
+            std::string rows = stored_rows(tree.path());
+            if (series == WITH_ALL_LATER_ONES || is_arena) {
+                EXPECT_TRUE(is_beginning_with_gaps(rows, trace.all_rows)) << rows;
+                EXPECT_GE(rows.size() + 220, trace.rows[nth].size()); // but for one row's gap nothing goes
+            } else {
+                EXPECT_EQ(rows, rows_expected(trace, kind, nth));
+                files += rows != trace.all_rows;
+            }
+            bool overwrites = results_store.arena.block_count > 1; // its first block, which is meant
+            publish_request();
+            search_worker_turn();
+            std::string next_rows = stored_rows(tree.path());
+            EXPECT_EQ(overwrites ? without_texts(next_rows) : next_rows,
+                      overwrites ? without_texts(trace.all_rows) : trace.all_rows);
+        }
+    }
+    report(phase, trace.sizes.size(), runs, left_out);
+    EXPECT_GT(growths, 0u);
+    EXPECT_GT(left_out, 0u);
+    EXPECT_GT(listings, 0u);
+    if (kind == CONTENTS) {
+        EXPECT_GE(arena_blocks, 2u); // the block and its row at least
+        EXPECT_EQ(files, 5u + 4u);   // each file, and the files of each folder
+    }
+}
+
+} // namespace
+
+TEST(FaultsOfASearch, LoseWhatTheMemoryWasForAndTheNextSearchFindsAll) {
+    TestTree tree;
+    for (const SearchedFile &file : searched_files) {
+        tree.file(file.folder + file.name, bytes_of_searched(file));
+    }
+    refuse_each_of_search("Search", tree, tree.path(), CONTENTS, false);
+    refuse_each_of_search("Search while frames are drawn", tree, tree.path(), CONTENTS, true);
+}
+
+TEST(FaultsOfASearch, ForSuggestionsLoseTheListAndTheNextSearchFindsAll) {
+    TestTree tree;
+    for (const char *name : {"pa", "pb", "pc", "xa", "xb", "xc"}) {
+        tree.folder(name);
+    }
+    refuse_each_of_search("Suggestions", tree, tree.path() + "/p", SUGGESTIONS, false);
+    refuse_each_of_search("Suggestions while frames are drawn", tree, tree.path() + "/p", SUGGESTIONS, true);
+}

@@ -1,0 +1,50 @@
+#!/bin/bash
+# A tree of 1,000,000 small files, searched three times: million_files.sh [SEARCH_DUMP]
+#
+# Every file must be counted and every hit be found, with its place and its file's name; a limit of sizes must leave
+# out exactly the files above it. The tree is made in a folder of its own in $TMPDIR (4 GB, and as many files, have to
+# fit there) and removed at the end. Takes about a minute or two, most of it for making and removing the tree.
+set -euo pipefail
+here=$(cd "$(dirname "$0")/../.." && pwd)
+search_dump=$(realpath "${1:-$here/build/linux/bin/search_dump}")
+[ -x "$search_dump" ] || { echo "million_files: no $search_dump; build it with: cmake --build --preset linux" >&2; exit 2; }
+
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
+
+# 1000 folders with 1000 files each: tree/<f>/file-<n>, numbers of three digits. Each file has two lines, the second
+# of which is a number that no other file has. The names are long enough that the strings of one search fill the
+# first of the store's blocks and go on in a second one, and short enough that they need no third.
+mkdir tree
+start=$SECONDS
+for f in $(seq -w 0 999); do
+    mkdir "tree/folder-$f"
+    seq -f "first line
+number $f%03.0f, and a few bytes behind it" 0 999 | split -l 2 -a 3 -d - "tree/folder-$f/file-"
+done
+echo "million_files: made in $((SECONDS - start)) s"
+printf 'one byte more than the others have\n' >> tree/folder-500/file-500
+
+failed=0
+# expect NAME FILE_COUNT EXPECTED_GROUPS ARGUMENT...: "name line column byte_offset text" of each hit, sorted.
+expect() {
+    local name=$1 count=$2 expected=$3 began=$SECONDS
+    shift 3
+    "$search_dump" "$@" > out < /dev/null
+    awk '/^file /{file = substr($0, 6)} /^hit /{print file, substr($0, 5)}' out | sort > found
+    if [ "$(head -n 1 out)" = "files $count" ] && printf '%s' "$expected" | sort | cmp - found; then
+        echo "million_files: passed: $name ($((SECONDS - began)) s, $(wc -l < found) hits)"
+    else
+        echo "FAILED: $name: $(head -n 1 out), $(wc -l < found) hits"
+        failed=1
+    fi
+}
+
+expect 'one file of them all' 1000000 $'tree/folder-731/file-042 2 8 18 number 731042, and a few bytes beh\n' \
+    tree '731042, and '
+each=$(for f in $(seq -w 0 999); do echo "tree/folder-$f/file-777 2 11 21 number ${f}777, and a few byte"; done)
+expect 'one file of each folder' 1000000 "$each"$'\n' --max-file-size 0 tree '777, and a few bytes behind'
+size=$(stat -c %s tree/folder-000/file-000)
+expect 'all but the largest' 999999 '' --max-file-size "$size" tree 'one byte more than'
+exit $failed
