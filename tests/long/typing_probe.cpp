@@ -136,7 +136,6 @@ struct PlainProgram {
     bool is_selected = true; // the whole text
 
     void act(const Action &action) {
-        constexpr size_t most_entries = 400;
         PlainField &field = fields[focused];
         switch (action.kind) {
         case TYPE:
@@ -156,7 +155,7 @@ struct PlainProgram {
             is_selected = !fields[focused].text.empty();
             break;
         case SAVE:
-            if (!field.text.empty() && field.entries.size() < most_entries &&
+            if (!field.text.empty() &&
                 std::find(field.entries.begin(), field.entries.end(), field.text) == field.entries.end()) {
                 field.entries.push_back(field.text);
             }

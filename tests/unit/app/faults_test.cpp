@@ -432,6 +432,104 @@ TEST(FaultsOfStartUp, LoseWhatTheMemoryWasForAndTheProgramGoesOn) {
     refuse_each_of_start_up("Start-up with the default font", false);
 }
 
+// ---- What never returns ----
+
+namespace {
+
+// The program after a start-up with one refusal, for a copy of this process.
+StartedProgram *copied_program;
+const ProgramFolder *copied_folder;
+
+void start_copy(uint64_t refused) {
+    Refusal refusal(refused, ALONE);
+    copied_program->start(*copied_folder);
+}
+void search_contents_in_copy() {
+    search(copied_folder->searched, "needle");
+}
+void list_folders_in_copy() {
+    search(copied_folder->searched + "/ma", "");
+}
+
+struct NeverEndingStep {
+    const char *step;
+    const char *reason;
+    void (*run)();
+};
+constexpr NeverEndingStep never_ending_steps[] = {
+    {"the first frame, when no font could be loaded: neither its file nor its list of sizes",
+     "a font that is all zero has a list of sizes of capacity 0, and the first text asks for a size",
+     [] {
+         start_copy(FONT_SIZES);
+         frame_turn(window);
+     }},
+    {"the first frame, when the scratch arena was refused",
+     "the font's path is a temporary string, so no font is loaded either",
+     [] {
+         start_copy(SCRATCH_DATA);
+         frame_turn(window);
+     }},
+    {"a search that reads a file, when file_table was refused", "each file read is pushed onto it",
+     [] {
+         start_copy(FILE_TABLE);
+         search_contents_in_copy();
+     }},
+    {"a search with a hit, when hit_table was refused", "the hit's header is pushed onto it",
+     [] {
+         start_copy(HIT_TABLE);
+         search_contents_in_copy();
+     }},
+    {"a listing with a folder that matches, when matching_folders was refused", "it is pushed onto it",
+     [] {
+         start_copy(MATCHING_FOLDERS);
+         list_folders_in_copy();
+     }},
+    {"a listing with a folder that does not match, when other_folders was refused", "it is pushed onto it",
+     [] {
+         start_copy(OTHER_FOLDERS);
+         list_folders_in_copy();
+     }},
+    // Within or after a search; the runs of searches show each of theirs themselves.
+    {"another file, folder or hit after the growth of its table was refused",
+     "the table has been emptied and has capacity 0 from then on",
+     [] {
+         start_copy(nothing);
+         results_store.file_table.capacity = 1;
+         copied_folder->tree.file("searched/g.txt", "a needle .........");
+         copied_folder->tree.file("searched/h.txt", "a needle .........");
+         HeapHookScope refuse_growth([](uint64_t size) { return size != 2 * sizeof(FileEntry); });
+         search_contents_in_copy();
+     }},
+    {"the next search after the growth of a table was refused", "likewise",
+     [] {
+         start_copy(nothing);
+         results_store.hit_table.capacity = 1; // the file's only hit finds no place behind its header
+         {
+             HeapHookScope refuse_growth([](uint64_t size) { return size != 2 * sizeof(ResultRecord); });
+             search_contents_in_copy();
+         }
+         search_contents_in_copy();
+     }},
+};
+
+} // namespace
+
+TEST(FaultsOfStartUp, StepsThatNeverReturnAreTheseAndThatIsMeant) {
+    ProgramFolder program(settings_without_font);
+    copied_folder = &program;
+    StartedProgram started;
+    copied_program = &started;
+    for (const NeverEndingStep &row : never_ending_steps) {
+        EXPECT_TRUE(never_returns(row.run)) << row.step << ": " << row.reason;
+    }
+    EXPECT_FALSE(never_returns([] {
+        start_copy(nothing);
+        frame_turn(window);
+        search_contents_in_copy();
+        list_folders_in_copy();
+    }));
+}
+
 TEST(FaultsOfStartUp, WithoutMemoryForItsRecordTheWorkerIsNotStartedAndNothingWaitsForIt) {
     SearchScope scope;
     {
@@ -736,4 +834,398 @@ TEST(FaultsOfASearch, ForSuggestionsLoseTheListAndTheNextSearchFindsAll) {
     }
     refuse_each_of_search("Suggestions", tree, tree.path() + "/p", SUGGESTIONS, false);
     refuse_each_of_search("Suggestions while frames are drawn", tree, tree.path() + "/p", SUGGESTIONS, true);
+}
+
+// ---- Frames, input and clicks ----
+
+namespace {
+
+constexpr Size canvas_size = {400, 300};
+constexpr int32_t list_top = 50;
+
+// The interface as a test of one step finds it: glyphs made, two hits, completions, files of the lists.
+struct InterfaceScope : FrameScope {
+    InterfaceScope() : canvas(canvas_size.width, canvas_size.height, 0xFF000000) {
+        free_row_text();
+        recorded_commands.clear();
+        settings.left_click_cmd = str_from("L {tarn_row} {tarn_file_name}");
+        set_entries(path, {"C:/kept"});
+        set_entries(query, {"hay"});
+        set_field(path, "C:/code/pr");
+        set_field(query, "needle");
+        focus(query, {{6, 6}});
+        saved_list_write(path);
+        saved_list_write(query);
+        put_results();
+        search_state.worker_pass = 1; // the texts' old storage is retired
+    }
+    ~InterfaceScope() {
+        search_state.worker_pass = search_state.worker_pass + 2;
+        release_retired(&search_state.retired_text);
+        search_state.worker_pass = 0;
+        os_clipboard_forget();
+        free_row_text();
+    }
+    static void os_clipboard_forget() {
+        process_clipboard_clear();
+    }
+    static void put_results() {
+        put_folders({"project/"}, {"other"});
+        put_file("C:/code/project", "a.c");
+        put_hit(3, "int needle;");
+        put_hit(9, "needle = 1;");
+    }
+
+    void begin() {
+        scratch_empty();
+        ui_begin_frame();
+    }
+    void draw(Point mouse = {-100, -100}) {
+        frame_draw(&canvas.framebuffer, mouse);
+    }
+    void warm() { // the glyphs, and the buffers of an earlier frame
+        begin();
+        draw();
+    }
+    std::vector<uint32_t> picture() const {
+        const Framebuffer &shown = canvas.framebuffer;
+        return {shown.pixels, shown.pixels + shown.width * shown.height};
+    }
+
+    Canvas canvas;
+};
+
+void type_unit(uint32_t unit) {
+    WindowEvent event = {};
+    event.type = EVENT_CHAR;
+    event.character.unit = unit;
+    input_handle_event(&event);
+}
+
+void press_key(uint16_t code) {
+    WindowEvent event = {};
+    event.type = EVENT_KEY;
+    event.key = {code, KEY_PRESSED};
+    input_handle_event(&event);
+}
+
+void click_at(InterfaceScope *scope, uint16_t button, Point place_in_window) {
+    scope->begin();
+    ui_release(button, {});
+    ui_begin_frame();
+    WindowEvent event = {};
+    event.type = EVENT_MOUSE_BUTTON;
+    event.button = {button, place_in_window, BUTTON_PRESSED};
+    input_handle_event(&event);
+    scope->draw(place_in_window);
+}
+
+void with_ctrl(uint16_t code) {
+    ui_press(KEY_CTRL, {});
+    press_key(code);
+    ui_release(KEY_CTRL, {});
+}
+
+// What a step changes: each part is as it was before or as it is after an undisturbed one, or one of few
+// more.
+using Parts = std::vector<std::string>;
+enum Part {
+    PATH,
+    QUERY,
+    PATH_ENTRIES,
+    QUERY_ENTRIES,
+    PATHS_ON_DISK,
+    QUERIES_ON_DISK,
+    COMMANDS,
+    CLIPBOARD,
+    STATE
+};
+
+Parts parts_of(const InterfaceScope &scope) {
+    std::string commands;
+    for (const RecordedCommand &command : recorded_commands) {
+        commands += command.text + "|";
+    }
+    return {text_of(*path),
+            text_of(*query),
+            entries_of(saved_lists.paths),
+            entries_of(saved_lists.queries),
+            scope.file("saved_paths.txt"),
+            scope.file("saved_queries.txt"),
+            commands,
+            to_string(process_clipboard.blocks[CLIPBOARD_BYTE_TEXT]),
+            std::to_string(ui_state.dropdown_open) + std::to_string(search_state.results_scroll) +
+                std::to_string(search_state.request_pending)};
+}
+
+// The bytes that a field's file has to hold.
+std::string plain_file(const StrBuf *field) {
+    std::string bytes = text_of(*field);
+    const DynArray *list = saved_list_of(field);
+    for (uint64_t row = 0; row < list->count; row++) {
+        const SavedEntry *entry = saved_entry_at(list, row);
+        bytes += entry->in_use ? "\r\n" + to_string(saved_entry_text(entry)) : "";
+    }
+    return bytes;
+}
+
+struct Step {
+    const char *name;
+    void (*prepare)(InterfaceScope *scope);
+    void (*act)(InterfaceScope *scope);
+    std::vector<std::pair<Part, std::string>> also; // what else a part may be
+};
+
+constexpr Point query_save_button = {395, 38};
+const std::string long_folder = "C:/" + std::string(590, 'd'), long_name(700, 'n');
+const std::string long_template =
+    "L {tarn_row} " + std::string(880, 't') + " {tarn_file_folder_bs} {tarn_file_name}";
+
+std::string command_of_long_template(bool has_folder, bool has_name) {
+    std::string folder = "C:\\" + std::string(590, 'd');
+    return "L 3 " + std::string(880, 't') + " " + (has_folder ? folder : "") + " " +
+           (has_name ? long_name : "") + "|";
+}
+
+const std::vector<Step> steps = {
+    {"a first frame", [](InterfaceScope *) {}, [](InterfaceScope *scope) { scope->warm(); }, {}},
+    {"a glyph outside ASCII",
+     [](InterfaceScope *scope) {
+         scope->warm();
+         FrameScope::put_hit(10, "größe needle");
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         scope->draw();
+     },
+     {}},
+    {"typing that grows the field",
+     [](InterfaceScope *scope) {
+         set_field(query, std::string(1024, 'x'));
+         FrameScope::focus(query, {{1024, 1024}});
+         saved_list_write(query);
+         scope->warm();
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         type_unit('y');
+         scope->draw();
+     },
+     {}},
+    {"typing",
+     [](InterfaceScope *scope) { scope->warm(); },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         type_unit('y');
+         scope->draw();
+     },
+     {}},
+    {"Enter that grows the path",
+     [](InterfaceScope *scope) {
+         set_field(path, "C:/" + std::string(1018, 'x') + "/pr");
+         FrameScope::focus(path, {{0, 0}});
+         saved_list_write(path);
+         scope->warm();
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         press_key(KEY_ENTER);
+         scope->draw();
+     },
+     {}},
+    {"saving an entry that grows the list",
+     [](InterfaceScope *scope) {
+         set_entries(query, std::vector<std::string>(128, "e"));
+         saved_list_write(query);
+         scope->warm();
+     },
+     [](InterfaceScope *scope) { click_at(scope, MOUSE_LEFT, query_save_button); },
+     // The entry's text was refused, or the list's growth.
+     {{QUERY_ENTRIES,
+       [] {
+           std::string entries;
+           for (int i = 0; i < 128; i++) {
+               entries += "e|";
+           }
+           return entries;
+       }()},
+      {QUERY_ENTRIES, ""}}},
+    {"picking an entry that grows the field",
+     [](InterfaceScope *scope) {
+         set_entries(query, {"hay", std::string(3000, 'p')});
+         saved_list_write(query);
+         ui_state.dropdown_open = 1;
+         scope->warm();
+     },
+     [](InterfaceScope *scope) {
+         click_at(scope, MOUSE_LEFT, {200, list_top + 17 + 5});
+     },
+     {}},
+    {"removing an entry",
+     [](InterfaceScope *scope) {
+         ui_state.dropdown_open = 1;
+         scope->warm();
+     },
+     [](InterfaceScope *scope) {
+         click_at(scope, MOUSE_LEFT, {14, list_top + 8});
+     },
+     {}},
+    {"opening the saved entries",
+     [](InterfaceScope *scope) { scope->warm(); },
+     [](InterfaceScope *scope) {
+         click_at(scope, MOUSE_RIGHT, {200, 38});
+         scope->begin();
+         scope->draw();
+     },
+     {}},
+    {"a click on a hit with a long command",
+     [](InterfaceScope *scope) {
+         settings.left_click_cmd = str_over(long_template);
+         FileEntry *file = reinterpret_cast<FileEntry *>(results_store.file_table.data);
+         *file = {str_over(long_folder), str_over(long_name)};
+         scope->warm();
+         free_row_text();
+     },
+     [](InterfaceScope *scope) {
+         click_at(scope, MOUSE_LEFT, {200, list_top + 15 * 3 + 5});
+     },
+     {{COMMANDS, command_of_long_template(false, false)},
+      {COMMANDS, command_of_long_template(false, true)},
+      {COMMANDS, command_of_long_template(true, false)}}},
+    {"the wheel, as the first input of all",
+     [](InterfaceScope *scope) {
+         scope->warm();
+         os_free(ui_state.slots);
+         ui_state.slots = nullptr;
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         PlatformWindow turned = {};
+         turned.client_size = canvas_size;
+         WindowEvent event = {};
+         event.type = EVENT_MOUSE_WHEEL;
+         event.window = &turned;
+         event.wheel = {{1, 1}, -1};
+         input_handle_event(&event);
+         scope->draw();
+     },
+     {}},
+    {"copying a long selection",
+     [](InterfaceScope *scope) {
+         set_field(query, std::string(3000, 'c'));
+         FrameScope::focus(query, {{0, 3000}});
+         saved_list_write(query);
+         scope->warm();
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         with_ctrl(KEY_C);
+         scope->draw();
+     },
+     {}},
+    {"cutting",
+     [](InterfaceScope *scope) {
+         FrameScope::focus(query, {{0, 6}});
+         scope->warm();
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         with_ctrl(KEY_X);
+         scope->draw();
+     },
+     {}},
+    {"pasting what grows the field",
+     [](InterfaceScope *scope) {
+         std::string text(3000, 'v');
+         os_clipboard_set_text(str_over(text));
+         scope->warm();
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         with_ctrl(KEY_V);
+         scope->draw();
+     },
+     {}},
+};
+
+bool is_allowed(const Step &step, Part part, const std::string &value) {
+    return std::any_of(step.also.begin(), step.also.end(), [&](const std::pair<Part, std::string> &also) {
+        return also.first == part && also.second == value;
+    });
+}
+
+// A step that follows, with memory again: the text can be typed into, the file is the list's, a click runs
+// its command, and the picture is there.
+void go_on_after_step(InterfaceScope *scope) {
+    search_state.request_pending = 0;
+    ui_state.dropdown_open = 0;
+    search_state.results_scroll = 0;
+    FrameScope::focus(query, {{0, 0}});
+    scope->begin();
+    type_unit('z');
+    EXPECT_EQ(text_of(*query).substr(0, 1), "z");
+    EXPECT_EQ(search_state.request_pending, 1);
+    if (saved_lists.queries.capacity > 0) { // one without storage leaves its file as it is
+        EXPECT_EQ(scope->file("saved_queries.txt"), plain_file(query));
+    }
+    recorded_commands.clear();
+    results_store.file_table.count = 0;
+    results_store.matching_folders.count = 0;
+    results_store.other_folders.count = 0;
+    InterfaceScope::put_results();
+    settings.left_click_cmd = str_from("L {tarn_row} {tarn_file_name}");
+    click_at(scope, MOUSE_LEFT, {200, list_top + 15 * 3 + 5});
+    ASSERT_EQ(recorded_commands.size(), 1u);
+    EXPECT_EQ(recorded_commands[0].text, "L 3 a.c");
+}
+
+} // namespace
+
+TEST(FaultsOfTheInterface, LoseWhatTheMemoryWasForAndTheNextStepWorks) {
+    uint64_t changed_in_all = 0;
+    for (const Step &step : steps) {
+        Parts before, after;
+        std::vector<uint64_t> sizes;
+        std::vector<uint32_t> whole_picture;
+        {
+            InterfaceScope scope;
+            step.prepare(&scope);
+            before = parts_of(scope);
+            Refusal none_is_refused(nothing, ALONE);
+            step.act(&scope);
+            after = parts_of(scope);
+            sizes = none_is_refused.sizes;
+            whole_picture = scope.picture();
+        }
+        uint64_t runs = 0, changed_pictures = 0;
+        for (Series series : both_series) {
+            for (uint64_t nth = 0; nth < sizes.size(); nth++) {
+                SCOPED_TRACE(std::string(step.name) + ": " + place(nth, series) + ", " +
+                             std::to_string(sizes[nth]) + " bytes");
+                // The texts of a list that could not grow stay, and a replaced text that found no note.
+                LeakIf texts_stay(sizes[nth] == 256 * sizeof(SavedEntry) || sizes[nth] == note_size);
+                InterfaceScope scope;
+                step.prepare(&scope);
+                {
+                    Refusal refusal(nth, series);
+                    step.act(&scope);
+                }
+                runs++;
+                Parts now = parts_of(scope);
+                for (int i = PATH; i <= STATE; i++) {
+                    Part part = static_cast<Part>(i);
+                    bool is_file = part == PATHS_ON_DISK || part == QUERIES_ON_DISK;
+                    std::string of_list = is_file ? plain_file(part == PATHS_ON_DISK ? path : query) : "";
+                    EXPECT_TRUE(now[part] == before[part] || now[part] == after[part] ||
+                                (is_file && now[part] == of_list) || is_allowed(step, part, now[part]))
+                        << "part " << i << ": " << now[part];
+                }
+                changed_pictures += scope.picture() != whole_picture;
+                go_on_after_step(&scope);
+            }
+        }
+        report(step.name, sizes.size(), runs, 0);
+        changed_in_all += changed_pictures;
+    }
+    EXPECT_GT(changed_in_all, 0u); // something is seen of a loss
 }
