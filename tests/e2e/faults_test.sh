@@ -1,0 +1,147 @@
+#!/bin/bash
+# Disks that fail, are full or may not be written, and files of 3 GB: faults_test.sh SEARCH_DUMP TYPING_PROBE
+# FAILING_READS. Nothing that was saved may be lost by any of it.
+#
+# A full disk is a small file system of its own, a folder that may not be written one that is mounted read-only; where
+# this process may not mount, a limit on the size of files stands in for the first, and for the second the folder's
+# mode, unless the superuser runs this. What was used is printed.
+set -euo pipefail
+search_dump=$1 probe=$2 failing_reads=$3
+font=$(dirname "$probe")/source_code_pro.otf
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+passed=0
+failed=0
+
+check() { # check NAME COMMAND...
+    local name=$1
+    shift
+    if "$@"; then
+        passed=$((passed + 1))
+    else
+        printf 'FAILED: %s\n' "$name"
+        failed=$((failed + 1))
+    fi
+}
+cd "$folder"
+
+# ---- Reading ----
+
+mkdir tree
+printf 'foo ....' > tree/whole
+printf 'foo ....' > tree/broken
+{ printf 'foo ....'; head -c 10000 /dev/zero; } > tree/broken-late
+check 'a file that cannot be read leaves no trace, wherever the error is' test \
+    "$(LD_PRELOAD=$failing_reads "$search_dump" tree foo)" = $'files 1\nfile tree/whole\nhit 1 1 0 foo .'
+check 'without an error all are found' test "$("$search_dump" tree foo | grep -c '^hit ')" = 3
+
+# A length of 2^31 bytes or more is below zero as the matcher counts: such a file is read, but nothing is found in it.
+mkdir large
+printf 'foo ....' > large/small
+printf 'foo ....' > large/large
+truncate -s 3G large/large
+check 'a file of 3 GB is no larger than no limit' test \
+    "$("$search_dump" --max-file-size 0 large foo)" = $'files 2\nfile large/small\nhit 1 1 0 foo .'
+check 'a file of 3 GB is above a limit' test \
+    "$("$search_dump" --max-file-size 2999999999 large foo)" = $'files 1\nfile large/small\nhit 1 1 0 foo .'
+truncate -s 2147483647 large/large
+check 'one byte less than 2 GiB is searched' test \
+    "$("$search_dump" --max-file-size 0 large foo | grep -c '^hit 1 1 0 foo')" = 2
+rm large/large
+
+# ---- Writing ----
+
+entries=800
+put_program() { # put_program FOLDER: a program's folder with a text and entries in one list
+    rm -f "$1"/saved_*
+    ln -sf "$font" "$1/source_code_pro.otf"
+    { printf 'first'; for i in $(seq -w "$entries"); do printf '\r\nkept-entry-number-%s' "$i"; done; } > "$1/saved_queries.txt"
+}
+
+# holds_all FOLDER: what a start finds there, is the text as far as it was typed, and every entry in its order.
+holds_all() {
+    "$probe" load "$1/" > loaded
+    grep -qxE 'first(abc|ab|a|)x?' <<< "$(sed -n 2p loaded)" &&
+        cmp -s <(seq -f "  kept-entry-number-%0${#entries}g" "$entries") <(grep '^  kept' loaded) &&
+        [ "$(grep -c '^  ' loaded)" -le $((entries + 2)) ]
+}
+
+# goes_on FOLDER: with room again, what is typed next is written, and the other file is gone.
+goes_on() {
+    "$probe" type "$1/" x > /dev/null
+    holds_all "$1" && grep -q 'x$' <<< "$(sed -n 2p loaded)" && [ ! -e "$1/saved_queries.txt.new" ]
+}
+
+mkdir disk
+put_program disk
+for kilobytes in $(seq 0 30); do
+    put_program disk
+    (trap '' XFSZ; ulimit -f "$kilobytes"; "$probe" type disk/ abc > /dev/null)
+    check "files of at most $kilobytes KB" holds_all disk
+    check "files of at most $kilobytes KB, later" goes_on disk
+done
+
+full_disk() {
+    mount -t tmpfs -o size=100k,mode=755 tmpfs disk
+    local page most=0
+    for page in $(seq 0 12); do
+        rm -f disk/filler
+        put_program disk
+        dd if=/dev/zero of=disk/filler bs=4096 2> /dev/null || true
+        truncate -s "-$((page * 4096))" disk/filler
+        "$probe" type disk/ abc > /dev/null
+        check "a disk with $page free pages" holds_all disk
+        grep -q firstabc loaded && most=$page
+        rm disk/filler
+        check "a disk with $page free pages, later" goes_on disk
+    done
+    check 'with enough room all that was typed is there' test "$most" = 12
+    umount disk
+}
+
+read_only() {
+    put_program disk
+    cp disk/saved_queries.txt before
+    "$1"
+    check 'typing in a folder that may not be written' "$probe" type disk/ abc > /dev/null
+    check 'nothing is changed in it' cmp before disk/saved_queries.txt
+    check 'nor added' test ! -e disk/saved_queries.txt.new
+    check 'a start finds all' holds_all disk
+    "$2"
+    check 'and when it may be written again' goes_on disk
+}
+mount_read_only() { mount --bind disk disk && mount -o remount,bind,ro disk; }
+mount_writable() { umount disk; }
+mode_read_only() { chmod 555 disk; }
+mode_writable() { chmod 755 disk; }
+
+export -f check put_program holds_all goes_on full_disk read_only mount_read_only mount_writable
+export search_dump probe font entries
+in_own_mounts() {
+    # shellcheck disable=SC2016
+    "$@" bash -euc 'passed=0 failed=0
+        full_disk
+        read_only mount_read_only mount_writable
+        echo "$passed $failed" > counts'
+}
+used=
+for own in 'unshare -m' 'unshare -rm'; do
+    # shellcheck disable=SC2086
+    if [ -z "$used" ] && $own mount -t tmpfs tmpfs disk 2> /dev/null; then
+        used=$own
+    fi
+done
+if [ -n "$used" ]; then
+    # shellcheck disable=SC2086
+    in_own_mounts $used
+    read -r more_passed more_failed < counts
+    passed=$((passed + more_passed)) failed=$((failed + more_failed))
+    how="a small file system and a read-only one ($used)"
+elif [ "$(id -u)" != 0 ]; then
+    read_only mode_read_only mode_writable
+    how="a limit on files' sizes, and the folder's mode"
+else
+    how="a limit on files' sizes only: the superuser may write everywhere and not mount here"
+fi
+printf 'faults: %s passed, %s failed, with %s\n' "$passed" "$failed" "$how"
+[ "$failed" = 0 ]
