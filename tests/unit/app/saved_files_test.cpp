@@ -539,6 +539,25 @@ TEST(FailedWrite, ThatCannotDeleteTheFirstFileKeepsBothContents) {
     EXPECT_EQ(files.names(), "saved_queries.txt");
 }
 
+TEST(FailedWrite, OfFilesThatAnotherProgramSharesWithNobodyLosesNothing) {
+    for (const std::string &name : {queries_file, second_file}) {
+        ListFiles files;
+        files.put(queries_file, "abc\r\nfoo");
+        EXPECT_EQ(files.started(), "abc: foo");
+        files.put(name, files.read(name).value_or("of another program"));
+        {
+            HeldFile held(files, name, 0);
+            type(query, "ab");
+        }
+        // Whichever of the two could be written has the list.
+        std::string state = files.started();
+        EXPECT_TRUE(state == "abc: foo" || state == "ab: foo") << state;
+        type(query, "a");
+        EXPECT_EQ(files.read(queries_file), "a\r\nfoo");
+        EXPECT_EQ(files.names(), "saved_queries.txt");
+    }
+}
+
 TEST(FailedWrite, OfASecondFileThatIsHeldOpenWhileItIsDeletedLosesNothing) {
     ListFiles files;
     files.put(queries_file, "abc\r\nfoo");
@@ -584,6 +603,48 @@ TEST(FailedWrite, WithoutRoomOnTheDiskLeavesTheOldList) {
     EXPECT_EQ(files.names(), "saved_queries.txt");
 }
 #endif
+
+// ---- Many entries ----
+
+TEST(SavedFiles, AHundredThousandEntriesAreLoadedAddedToRemovedFromWrittenAndReadBack) {
+    ListFiles files;
+    constexpr uint64_t count = 100000;
+    std::string bytes = "text";
+    for (uint64_t i = 0; i < count; i++) {
+        bytes += "\r\nentry " + std::to_string(i);
+    }
+    files.put(queries_file, bytes);
+    set_field(query, "");
+    saved_list_load(query, 1);
+    ASSERT_EQ(saved_lists.queries.count, count);
+    EXPECT_EQ(text_of(*query), "text");
+    EXPECT_EQ(to_string(saved_entry_text(saved_entry_at(&saved_lists.queries, count - 1))), "entry 99999");
+
+    add("one more");
+    EXPECT_EQ(saved_lists.query_saved, 1);
+    for (uint64_t row : {uint64_t{0}, uint64_t{50000}, count}) {
+        saved_entry_flip(query, row);
+    }
+    EXPECT_EQ(saved_lists.query_saved, 0);
+    saved_entry_flip(query, count);
+    EXPECT_EQ(saved_lists.query_saved, 1);
+
+    std::string expected = "one more";
+    for (uint64_t i = 1; i < count; i++) {
+        expected += i == 50000 ? "" : "\r\nentry " + std::to_string(i);
+    }
+    expected += "\r\none more";
+    EXPECT_TRUE(files.read(queries_file) == expected); // too long to be shown
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+
+    empty_list(&saved_lists.queries);
+    set_field(query, "");
+    saved_list_load(query, 1);
+    EXPECT_EQ(saved_lists.queries.count, count - 1);
+    EXPECT_EQ(text_of(*query), "one more");
+    saved_list_write(query);
+    EXPECT_TRUE(files.read(queries_file) == expected);
+}
 
 // ---- Many changes ----
 

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <string>
+#include <thread>
 
 #include "search/matcher.h"
 #include "search/results_store.h"
@@ -422,6 +424,98 @@ TEST(Worker, AFolderNested1000Deep) {
         fs::rename(whole / "d", part);
         fs::remove_all(whole);
         fs::rename(part, whole);
+    }
+}
+
+TEST(Worker, FilesThatAreGoneWhenTheirTurnComesLeaveNoTrace) {
+    TestTree tree;
+    SearchScope scope;
+    for (const char *name : {"a", "b", "c", "d/e"}) {
+        tree.file(name, marker_bytes());
+    }
+    bool removed = false;
+    HeapHookScope hook([&](uint64_t size) {
+        if (size == marker_block && !removed) {
+            removed = true; // the first is being read: it may stay, as a file that is open
+            for (const char *name : {"a", "b", "c", "d/e"}) {
+                std::error_code in_use;
+                fs::remove(tree.native(name), in_use);
+            }
+        }
+        return true;
+    });
+    search_rows(tree, tree.path(), "foo");
+    EXPECT_TRUE(removed);
+    EXPECT_EQ(results_store.file_table.count, 1u);
+    EXPECT_EQ(results_store.hit_table.count, 2u);
+}
+
+TEST(Worker, ATreeThatAnotherThreadRemovesAndMakesAnewIsSearchedToItsEnd) {
+    static std::atomic<bool> is_over;
+    static const TestTree *shared;
+    is_over = false;
+    TestTree tree;
+    shared = &tree;
+    SearchScope scope;
+    tree.file("stays", "foo.....");
+    std::thread changes([] {
+        for (int i = 0; !is_over; i++) {
+            std::string folder = "d" + std::to_string(i % 7);
+            std::error_code in_use;
+            if (fs::exists(shared->native(folder), in_use)) {
+                fs::remove_all(shared->native(folder), in_use);
+            } else {
+                fs::create_directories(shared->native(folder) / "e", in_use);
+                std::ofstream(shared->native(folder) / "f", std::ios::binary) << "foo.....";
+                std::ofstream(shared->native(folder) / "e" / "g", std::ios::binary) << "foo.....";
+            }
+        }
+    });
+    for (int i = 0; i < 300; i++) {
+        std::string rows = search_rows(tree, tree.path(), "foo");
+        EXPECT_NE(rows.find("file stays\nhit 1 1 0 foo..\n"), std::string::npos) << rows;
+    }
+    is_over = true;
+    changes.join();
+}
+
+TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("top", "foo.....");
+    constexpr size_t longest_name = 255, levels = 4;
+    // Built from the inside out, so that no path gets long.
+    const fs::path part = tree.native("part");
+    std::string path = std::string(longest_name, 'f');
+    for (size_t level = 0; level < levels; level++) {
+        std::string name = std::string(longest_name, static_cast<char>('a' + level));
+        fs::create_directory(part);
+        if (level == 0) {
+            std::ofstream(part / "short", std::ios::binary) << "foo.....";
+#ifndef _WIN32
+            std::ofstream(part / path, std::ios::binary) << "foo.....";
+#endif
+        } else {
+            std::string inner = std::string(longest_name, static_cast<char>('a' + level - 1));
+            fs::rename(tree.native("w"), part / inner);
+        }
+        fs::rename(part, tree.native("w"));
+        path = level == 0 ? path : std::string(longest_name, static_cast<char>('a' + level - 1)) + "/" + path;
+    }
+    std::string rows = search_rows(tree, tree.path(), "foo");
+    EXPECT_NE(rows.find("file top\nhit 1 1 0 foo..\n"), std::string::npos);
+#ifdef _WIN32
+    // The system's limit for paths may end the walk; what lies behind it is not found, and nothing else is
+    // lost.
+    EXPECT_LE(results_store.file_table.count, 2u);
+#else
+    EXPECT_EQ(results_store.file_table.count, 3u);
+    EXPECT_NE(rows.find("file w/" + path + "\nhit 1 1 0 foo..\n"), std::string::npos) << rows;
+#endif
+    for (size_t level = levels - 1; level > 0; level--) { // taken apart likewise
+        fs::rename(tree.native("w") / std::string(longest_name, static_cast<char>('a' + level - 1)), part);
+        fs::remove_all(tree.native("w"));
+        fs::rename(part, tree.native("w"));
     }
 }
 
