@@ -479,6 +479,7 @@ TEST(Worker, ATreeThatAnotherThreadRemovesAndMakesAnewIsSearchedToItsEnd) {
     changes.join();
 }
 
+#ifdef __linux__ // elsewhere a path of that length cannot even be made
 TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
     TestTree tree;
     SearchScope scope;
@@ -492,9 +493,7 @@ TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
         fs::create_directory(part);
         if (level == 0) {
             std::ofstream(part / "short", std::ios::binary) << "foo.....";
-#ifndef _WIN32
             std::ofstream(part / path, std::ios::binary) << "foo.....";
-#endif
         } else {
             std::string inner = std::string(longest_name, static_cast<char>('a' + level - 1));
             fs::rename(tree.native("w"), part / inner);
@@ -504,20 +503,15 @@ TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
     }
     std::string rows = search_rows(tree, tree.path(), "foo");
     EXPECT_NE(rows.find("file top\nhit 1 1 0 foo..\n"), std::string::npos);
-#ifdef _WIN32
-    // The system's limit for paths may end the walk; what lies behind it is not found, and nothing else is
-    // lost.
-    EXPECT_LE(results_store.file_table.count, 2u);
-#else
     EXPECT_EQ(results_store.file_table.count, 3u);
     EXPECT_NE(rows.find("file w/" + path + "\nhit 1 1 0 foo..\n"), std::string::npos) << rows;
-#endif
     for (size_t level = levels - 1; level > 0; level--) { // taken apart likewise
         fs::rename(tree.native("w") / std::string(longest_name, static_cast<char>('a' + level - 1)), part);
         fs::remove_all(tree.native("w"));
         fs::rename(part, tree.native("w"));
     }
 }
+#endif
 
 TEST(Worker, ARefusedSubfolderPathIsNotWalked) {
     TestTree tree;
