@@ -132,6 +132,22 @@ TEST(InputTyping, EditsTheFocusedFieldWritesItsFileAndStartsASearch) {
     }
 }
 
+TEST(InputTyping, WritesTheFileBeforeItAsksForTheSearch) {
+    FrameScope scope;
+    scope.focus(query, {{0, 0}});
+    settle();
+    int asked = -1;
+    {
+        HeapHookScope hook([&asked](uint64_t size) { // what is written is gathered first
+            asked = size == 16384 + 1 ? search_state.request_pending : asked;
+            return true;
+        });
+        type('a');
+    }
+    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(published(), 1);
+}
+
 TEST(InputTyping, RewritesTheFileWithEachCharacter) {
     FrameScope scope;
     scope.focus(path, {{0, 0}});

@@ -978,6 +978,21 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     EXPECT_EQ(saved_lists.path_saved, 1);
 }
 
+TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
+    OpenPaths fields({"C:/one"});
+    put_a_hit();
+    bool was_published = false;
+    {
+        HeapHookScope hook([&was_published](uint64_t size) { // what is written is gathered first
+            was_published |= size == 16384 + 1 && is_published();
+            return true;
+        });
+        fields.click(path, on_entry(0));
+    }
+    EXPECT_TRUE(was_published);
+    EXPECT_EQ(fields.file("saved_paths.txt"), "C:/one\r\nC:/one");
+}
+
 TEST(DropDown, APickGrowsTheTextsStorageByDoubling) {
     std::string entry = "C:/" + std::string(3000, 'x');
     OpenPaths fields({entry});
