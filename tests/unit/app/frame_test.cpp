@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -490,7 +491,40 @@ TEST(FrameTime, FollowsTheMonitorWith30HertzAtLeast) {
     }
 }
 
+TEST(FrameTime, CountsFromTheStartOfTheClock) {
+    os_init();
+    frame_clock = {1, 2, 3, 4, 5, 6, 7, 8.0, 9};
+    int64_t before = os_ticks();
+    frame_clock_start(60);
+    EXPECT_GE(frame_clock.origin_ticks, before);
+    EXPECT_LE(frame_clock.origin_ticks, os_ticks());
+    EXPECT_EQ(frame_clock.frame_start_ticks, frame_clock.origin_ticks);
+    EXPECT_EQ(frame_clock.last_us + frame_clock.last_ms, 0);
+    EXPECT_EQ(frame_clock.total_us + frame_clock.total_ms, 0);
+    EXPECT_EQ(frame_clock.last_fraction, 0.0);
+    EXPECT_EQ(frame_clock.drawn_count, 0u);
+    frame_clock = {};
+}
+
 // ---- The loop ----
+
+// The linker hands every call of os_sleep_ms to the first of these; the second is the real one.
+extern "C" void __wrap__Z11os_sleep_msj(uint32_t ms);
+extern "C" void __real__Z11os_sleep_msj(uint32_t ms);
+
+namespace {
+
+std::vector<uint32_t> *asked_sleeps; // while it is there, nobody sleeps
+
+} // namespace
+
+void __wrap__Z11os_sleep_msj(uint32_t ms) {
+    if (asked_sleeps) {
+        asked_sleeps->push_back(ms);
+    } else {
+        __real__Z11os_sleep_msj(ms);
+    }
+}
 
 namespace {
 
@@ -792,6 +826,19 @@ TEST(FrameLoop, ATurnLastsTheWholeMillisecondsOfTheFramesTime) {
     loop.frames_in(1);
     EXPECT_GE(frame_clock.last_us, 6000);
     EXPECT_GE(frame_clock.last_fraction, 6000.0 / 6944);
+}
+
+TEST(FrameLoop, LessThanAMillisecondIsNotSlept) {
+    Loop loop(30);
+    std::vector<uint32_t> sleeps; // as each ends at once, the time that is left goes down to the last one
+    asked_sleeps = &sleeps;
+    while (sleeps.empty()) { // a turn that takes its whole time by itself sleeps not at all
+        loop.frames_in(1);
+    }
+    asked_sleeps = nullptr;
+    EXPECT_LE(*std::max_element(sleeps.begin(), sleeps.end()), 33u);
+    EXPECT_GE(*std::min_element(sleeps.begin(), sleeps.end()), 1u);
+    EXPECT_TRUE(std::is_sorted(sleeps.rbegin(), sleeps.rend()));
 }
 
 TEST(FrameLoop, TheClockAddsUpTheFrames) {
