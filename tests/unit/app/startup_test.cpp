@@ -173,6 +173,24 @@ TEST(Startup, AnEmptyFolderLeavesEverythingAtItsDefaults) {
     EXPECT_TRUE(std::filesystem::is_empty(tree.native("")));
 }
 
+TEST(Startup, SaysNothingWhateverItFinds) {
+    AppScope app;
+    UiScope ui;
+    LeakScope fonts_that_failed_stay;
+    TestTree tree;
+    std::string folder = tree.path() + "/";
+    testing::internal::CaptureStdout();
+    startup_load(str_over(folder), {}); // no files at all
+    tree.file("settings.txt", "font_size x\nfont_file settings.txt\nmax_file_size -\nfont_sized 3\n\xFF\xFE");
+    tree.file("source_code_pro.otf", "no font");
+    tree.folder("saved_paths.txt"); // can be neither read nor replaced
+    tree.file("saved_queries.txt", "\n\xFF\n");
+    startup_load(str_over(folder), str_from("x.exe a b"));
+    startup_focus();
+    saved_list_write(&search_state.path);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
     AppScope app;
     UiScope ui;
