@@ -604,6 +604,37 @@ TEST(ResultsMouse, AClickBesideTheWindowOrOnTheScrollBarIsTheRows) {
     }
 }
 
+TEST(ResultsMouse, ARowThatANewSearchTookBackSinceItWasReadRunsNothing) {
+    ListScope scope;
+    forget_row_text();
+    {
+        HeapHookScope hook([](uint64_t size) { // the row's prefix is made between its reading and its click
+            search_state.requests_taken = search_state.requests_taken + (size == 1025);
+            return true;
+        });
+        EXPECT_EQ(click({50, 20}), "");
+    }
+    EXPECT_EQ(click({50, 20}), "L C:/code/proj/src/main.c:3:5|");
+}
+
+TEST(ResultsMouse, ARowWhoseTextsTheScratchArenaDoesNotHoldRunsNothing) {
+    ListScope scope;
+    settings.show_full_paths = 1; // so that nothing else takes room
+    uint64_t folder_size = strlen("C:/code/proj/src") + 1, name_size = strlen("main.c") + 1;
+    for (uint64_t room :
+         {folder_size + name_size, folder_size + name_size - 1, folder_size, folder_size - 1}) {
+        scratch_empty();
+        std::string filler(scratch->capacity - room - 1, 'x');
+        scratch_join(str_over(filler), {});
+        Canvas canvas(300, 150, ground);
+        LayoutCursor cursor = cursor_at(0, {50, 20});
+        press(LEFT);
+        results_view(&canvas.framebuffer, 0, &cursor);
+        EXPECT_EQ(commands(), room == folder_size + name_size ? "L C:/code/proj/src/main.c:3:5|" : "")
+            << room;
+    }
+}
+
 TEST(ResultsMouse, TheCommandIsTheTemplateWithTheHitsParts) {
     ListScope scope;
     settings.left_click_cmd =
