@@ -116,6 +116,10 @@ TEST(SettingsLines, EveryKeyIsRead) {
 TEST(SettingsLines, ACommentIsALineWhoseFirstCharacterIsAHash) {
     EXPECT_EQ(left_after("# left_click_cmd notepad"), default_left);
     EXPECT_EQ(left_after(" \t# left_click_cmd notepad\n"), default_left);
+    // It has no value, which would be the next line.
+    EXPECT_EQ(left_after("#\nleft_click_cmd a"), "a");
+    EXPECT_EQ(left_after("#word\nleft_click_cmd a"), "a");
+    EXPECT_EQ(left_after("\n \t#\nleft_click_cmd a"), "a");
     EXPECT_EQ(left_after("left_click_cmd notepad # x"), "notepad # x");
     EXPECT_EQ(left_after("# comment\nleft_click_cmd a\n# left_click_cmd b"), "a");
     EXPECT_EQ(left_after("#left_click_cmd a\r left_click_cmd b\nleft_click_cmd c"),
