@@ -2,7 +2,7 @@
 # Builds everything for Windows and Linux and runs every test on both: the Windows programs under Wine, the Linux ones
 # plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under ThreadSanitizer as well.
 # Stops with a failure's status at the first preset that has one. The fuzzers' corpora are replayed among the tests; with
-# --long each fuzzer also looks for new inputs afterwards, for 60 seconds.
+# --long come the long tests, and each fuzzer looks for new inputs, for 60 seconds.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -63,6 +63,10 @@ for preset in linux linux-asan linux-tsan windows; do
 done
 
 if [ "$is_long" = 1 ]; then
+    echo "== A million files"
+    tests/long/million_files.sh build/linux/bin/search_dump
+    echo "== Killed while typing"
+    tests/long/kill_while_typing.sh build/linux/bin/typing_probe
     echo "== Fuzzing"
     tools/fuzz 60
 fi
