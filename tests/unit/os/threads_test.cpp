@@ -635,3 +635,44 @@ TEST(Dates, TheNamesAreInOrderAndShortOnesAreTheFirstThreeLetters) {
 }
 
 } // namespace
+
+#ifdef _WIN32
+
+// ---- Real pixels ----
+
+// The linker hands every call of SetProcessDPIAware to the first of these; the second is the real one.
+extern "C" {
+extern BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)();
+extern BOOL(WINAPI *__real___imp_SetProcessDPIAware)();
+}
+
+namespace {
+
+uint32_t asked_for_real_pixels;
+BOOL real_pixels_are_given = TRUE;
+
+BOOL WINAPI count_askings() {
+    asked_for_real_pixels++;
+    return real_pixels_are_given;
+}
+
+} // namespace
+
+BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)() = count_askings;
+
+TEST_F(Threads, TheStartAsksForRealPixelsAndGoesOnWithoutThem) {
+    for (BOOL given : {TRUE, FALSE}) {
+        asked_for_real_pixels = 0;
+        real_pixels_are_given = given;
+        os_ticks_per_second = 0;
+        testing::internal::CaptureStdout();
+        os_init();
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  given ? "" : "Error: failed to set DPI awareness\n");
+        EXPECT_EQ(asked_for_real_pixels, 1u);
+        EXPECT_GT(os_ticks_per_second, 0);
+    }
+    EXPECT_TRUE(__real___imp_SetProcessDPIAware());
+}
+
+#endif
