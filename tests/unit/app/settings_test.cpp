@@ -578,8 +578,10 @@ TEST(SettingsFont, AnAbsoluteNameIsUsedAsItIs) {
     fonts.tree.file("\\b.otf", bytes_of(fonts.tree.native("fonts/x.ttf")));
     EXPECT_EQ(fonts.loaded_after("font_file \\b.otf"), "source_code_pro.otf");
     // A name with a ':' in it is absolute wherever the ':' stands.
-    fonts.tree.file("a:b.otf", bytes_of(fonts.tree.native("fonts/x.ttf")));
-    EXPECT_EQ(fonts.loaded_after("font_file a:b.otf"), "source_code_pro.otf");
+    for (const char *name : {"a:b.otf", ":b.otf", "abc.otf:"}) {
+        fonts.tree.file(name, bytes_of(fonts.tree.native("fonts/x.ttf")));
+        EXPECT_EQ(fonts.loaded_after("font_file " + std::string(name)), "source_code_pro.otf");
+    }
 #endif
 }
 
