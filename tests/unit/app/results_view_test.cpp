@@ -703,23 +703,6 @@ TEST(ResultsMemory, WithoutARowTextLinesHaveNoPrefixAndClicksRunNothing) {
     EXPECT_EQ(commands(), "L C:/code/proj/b.h:1:1|"); // the button is down in this frame still
 }
 
-TEST(ResultsMemory, AFileThatTheFramesScratchDoesNotHoldIsNotOpened) {
-    ListScope scope;
-    const uint64_t folder_room = sizeof("C:/code/proj/src"), name_room = sizeof("main.c");
-    for (uint64_t room : {uint64_t{0}, folder_room, folder_room + name_room}) {
-        recorded_commands.clear();
-        settings.show_full_paths = 1; // short folders take room as well
-        Canvas canvas(300, 150, ground);
-        LayoutCursor cursor = cursor_at(0, {50, 20});
-        press(LEFT);
-        scratch->used = scratch->capacity - room;
-        results_view(&canvas.framebuffer, 0, &cursor);
-        EXPECT_EQ(commands(), room == folder_room + name_room ? "L C:/code/proj/src/main.c:3:5|" : "")
-            << room;
-        EXPECT_TRUE(cursor.click_consumed);
-    }
-}
-
 TEST(ResultsMemory, ATemplateWithoutRoomRunsNothingAndTheRowsStay) {
     ListScope scope;
     forget_row_text();
