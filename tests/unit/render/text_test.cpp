@@ -199,6 +199,17 @@ TEST(DrawText, KerningStandsBetweenGlyphsAndNotBehindTheLast) {
               (uint64_t{14} << 32 | 6));
 }
 
+TEST(DrawText, ThereIsNoKerningBeforeAGlyphThatFindsNoMemory) {
+    LeakScope leaks;
+    TestTree tree;
+    tree.file("font", with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(0, 0, 300)));
+    FontScope scope(tree.path("font"));
+    ASSERT_TRUE(font.has_kerning);
+    font_get_size(14);
+    HeapHookScope hook([=](uint64_t size) { return size != 256 * sizeof(Glyph); });
+    EXPECT_EQ(measure("a\x80"), (Extent{6 + 4, 14}));
+}
+
 // In a block without a byte to spare, so that the address sanitizer sees a look at what is behind it.
 TEST(DrawText, NothingBehindATextIsRead) {
     TestTree tree;
