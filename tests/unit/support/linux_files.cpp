@@ -11,6 +11,10 @@ uint64_t process_id() {
     return static_cast<uint64_t>(getpid());
 }
 
+void remove_tree(const std::filesystem::path &root) {
+    std::filesystem::remove_all(root);
+}
+
 void set_last_write(const std::filesystem::path &path, int64_t ms_since_1970) {
     timespec time = {ms_since_1970 / 1000, ms_since_1970 % 1000 * 1000000};
     timespec times[2] = {time, time};

@@ -7,6 +7,9 @@
 
 uint64_t process_id();
 
+// Removes a folder and all that is in it, however long the paths. Nothing happens when it is not there.
+void remove_tree(const std::filesystem::path &root);
+
 // Sets a file's last write, in milliseconds since 1970 began.
 void set_last_write(const std::filesystem::path &path, int64_t ms_since_1970);
 

@@ -29,13 +29,12 @@ TestTree::TestTree() {
     std::string name =
         "tarnwick_" + std::to_string(process_id()) + "_" + std::to_string(made++) + "_" + test->name();
     root = fs::temp_directory_path() / name.substr(0, 60);
-    fs::remove_all(root);
+    remove_tree(root); // of a process that had the same number
     fs::create_directories(root);
 }
 
 TestTree::~TestTree() {
-    std::error_code ignored;
-    fs::remove_all(root, ignored);
+    remove_tree(root);
 }
 
 std::string TestTree::path(const std::string &name) const {

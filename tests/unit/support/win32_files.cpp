@@ -7,6 +7,39 @@ uint64_t process_id() {
     return GetCurrentProcessId();
 }
 
+namespace {
+
+// The C++ library gives up on paths of more than 260 units, the system's own calls do not.
+void remove_long_paths(const std::wstring &folder) {
+    WIN32_FIND_DATAW entry;
+    HANDLE listing = FindFirstFileW((folder + L"\\*").c_str(), &entry);
+    if (listing != INVALID_HANDLE_VALUE) {
+        do {
+            std::wstring name = entry.cFileName;
+            if (name == L"." || name == L"..") {
+                continue;
+            }
+            if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+                remove_long_paths(folder + L"\\" + name);
+            } else {
+                DeleteFileW((folder + L"\\" + name).c_str());
+            }
+        } while (FindNextFileW(listing, &entry));
+        FindClose(listing);
+    }
+    RemoveDirectoryW(folder.c_str());
+}
+
+} // namespace
+
+void remove_tree(const std::filesystem::path &root) {
+    std::error_code ignored;
+    std::filesystem::remove_all(root, ignored);
+    if (std::filesystem::exists(root, ignored)) {
+        remove_long_paths(L"\\\\?\\" + root.native());
+    }
+}
+
 void set_last_write(const std::filesystem::path &path, int64_t ms_since_1970) {
     constexpr int64_t ms_from_1601_to_1970 = 11644473600000;
     uint64_t ticks = static_cast<uint64_t>((ms_since_1970 + ms_from_1601_to_1970) * 10000);
