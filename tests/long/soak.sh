@@ -1,0 +1,462 @@
+#!/bin/bash
+# Random real input in the program's window over a real tree, for a while: keys, clicks, drags, the wheel, new sizes of
+# the window, and the focus lost and regained. The program must neither crash nor stop answering, hold no more memory
+# than its largest result set takes, and leave open no handle but the pair of each command that a click runs.
+#
+#     soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED]
+#
+# PROBE_EXE is process_probe; record_command has to be beside it. Needs a display with a window manager; by hand:
+#
+#     cmake --build --preset windows --target tarnwick process_probe record_command
+#     xvfb-run -a -s '-screen 0 1280x1024x24' bash -c 'openbox & tests/long/soak.sh tools/under_wine \
+#         build/windows/bin/tarnwick.exe build/windows/bin/process_probe.exe 180'
+#
+# One seed gives one sequence of inputs. What the program is at when one arrives differs from run to run, and so does
+# the number of inputs: SECONDS ends it. Nothing here is judged by how long it takes.
+#
+# Escape is left out: it opens the file manager's windows, which would have to be closed again.
+set -euo pipefail
+
+# As in search_and_click_test.sh: clicks start hundreds of programs, and Wine fails one of some thousand unless all get
+# the same places.
+if [ -z "${has_fixed_places:-}" ] && setarch -R true 2> /dev/null; then
+    has_fixed_places=1 exec setarch -R bash "$0" "$@"
+fi
+
+if [ $# -lt 4 ]; then
+    echo 'usage: soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED]' >&2
+    exit 2
+fi
+under_wine=$(realpath "$1")
+program=$(realpath "$2")
+probe=$(realpath "$3")
+recorder=$(realpath "$(dirname "$3")/record_command.exe")
+seconds=$4
+seed=${5:-1}
+sources=$(realpath "$(dirname "$0")/../..")
+# shellcheck source=tests/e2e/real_program.sh
+source "$(dirname "$0")/../e2e/real_program.sh"
+
+# ---- What is held ----
+
+# Bounds of what the end may hold more than the beginning.
+memory_allowance=4096 # KiB: the heap grows by pieces, and its free places lie differently after each sequence
+memory_per_entry=2    # KiB: a saved path or query, which may be as long as batches make it
+largest_file=9800     # KiB: a search holds one file at a time, so the most while input arrives is so much more
+handle_allowance=8    # of what Wine opens when it is first needed, and of commands that ended before they wrote
+
+memory=0 handles=0
+read_memory() {
+    memory=$(awk '$1 == "VmData:" { print $2 }' "/proc/$tarnwick/status" 2> /dev/null || true)
+    [ -n "$memory" ] || failed 'the program has ended'
+}
+
+read_handles() {
+    read -r _ handles _ drive_letter < <(timeout 120 "$under_wine" "$probe" lum_sharedWindowClass \
+        < /dev/null 2> /dev/null | tr -d '\r') || failed 'the probe tells nothing'
+}
+
+count_lines() {
+    wc -l < "$commands"
+}
+
+# A saved file has its text and an entry in each further line.
+count_entries() {
+    cat "$folder"/saved_paths.txt "$folder"/saved_queries.txt | tr -cd '\n' | wc -c
+}
+
+# ---- The tree ----
+
+# A drive of its own: no path that the input can make leads out of it, so no search finds more than the largest here.
+# A path with another drive would take a letter that is neither typed nor part of a folder's name.
+drives=$(dirname "$under_wine")/../build/wine/dosdevices
+for other in "$drives"/[abd-rt-y]:; do
+    if [ -e "$other" ]; then
+        failed "there is another drive: $other"
+    fi
+done
+ln -sfn "$work/drive" "$drives/s:"
+remove_drive_and_finish() {
+    local left=$?
+    set +e
+    rm -f "$drives/s:"
+    (exit "$left")
+    finish
+}
+trap remove_drive_and_finish EXIT
+
+all=$work/drive/all
+mkdir -p "$all/large"
+cp -r "$sources/src" "$all/sources"
+cp -r "$sources/tests" "$all/tests"
+find "$all" -depth -type d -name '*[cxzCXZ]*' | while IFS= read -r old; do
+    mv "$old" "$(dirname "$old")/$(basename "$old" | sed 's/[cxzCXZ]/k/g')"
+done
+# An e in each line, and one other letter ninety times. More than a block of strings (50,000,000 bytes).
+for i in {1..7}; do
+    awk -v first="$i" 'BEGIN {
+        letters = "taoinsrldu"
+        for (i = 1; i <= length(letters); i++) {
+            word[i % 10] = sprintf("%90s", "")
+            gsub(/ /, substr(letters, i, 1), word[i % 10])
+        }
+        for (i = first; i < first + 95000; i++) {
+            print "e" i word[i % 10]
+        }
+    }' > "$all/large/$i.txt"
+done
+typed='taoinsrldu _/é你'
+letters=(e t a o i n s r l d u space underscore slash eacute U4F60)
+words=('i n t' 't h e' 'r e t u r n' 'l i n e' 'u i n t' 'n e e d l e' 't e s t s' 's t d' 'e space t' 'e e' e)
+
+# A query finds lines that contain each of its characters, so no query finds more lines than its rarest character alone.
+# Of all that can be typed or pasted, none is in as many lines as e.
+most=$(LC_ALL=C grep -rahF e "$all" | wc -l)
+while IFS= read -r character; do
+    if [ "$character" != e ] && [ "$(LC_ALL=C grep -rahF -- "$character" "$all" | wc -l)" -ge "$most" ]; then
+        failed "not the largest result set: $character"
+    fi
+done < <({ echo "$typed:S"; cd "$all" && find . -type d; } | grep -o . | sort -u)
+
+# ---- What clicks run ----
+
+mkdir "$work/a recorder"
+cp "$recorder" "$work/a recorder"
+commands=$work/a\ recorder/commands.txt
+: > "$commands"
+recorder="Z:$work/a recorder/$(basename "$recorder")"
+printf '%s\n' "left_click_cmd \"$recorder\" left {tarn_file_folder}/{tarn_file_name}:{tarn_row}" \
+    "right_click_cmd \"$recorder\" right {tarn_file_folder_bs}" > "$folder/settings.txt"
+
+no_command_runs() {
+    ! pgrep -f "$(basename "$work")/a recorder/" > /dev/null
+}
+
+# ---- The window ----
+
+standard_width=1000 standard_height=900
+most_width=1240 most_height=960
+
+read_size() {
+    local shell
+    shell=$(xdotool getwindowgeometry --shell "$window" 2> /dev/null) || failed 'the window is gone'
+    width=$(sed -n 's/^WIDTH=//p' <<< "$shell")
+    height=$(sed -n 's/^HEIGHT=//p' <<< "$shell")
+}
+
+has_size() {
+    read_size
+    [ "$width" = "$1" ] && [ "$height" = "$2" ]
+}
+
+resize() {
+    xdotool windowsize "$window" "$1" "$2"
+    until_true has_size "$1" "$2" || failed "the window does not become $1 by $2"
+}
+
+# Waits for a frame that is drawn after all input so far has been handled: one that knows the pointer over the
+# query's save button.
+wait_for_frame() {
+    local colour
+    move_to 500 600
+    until_true sees_pointer_away || failed 'no answer to the pointer'
+    for _ in {1..600}; do
+        move_to "$((save_x - 1))" "$1"
+        move_to "$save_x" "$1"
+        colour=$(pixels "1x1+$save_x+$1" | od -An -tx1 | tr -d ' \n')
+        if [ "$colour" = "$hovered_removed" ] || [ "$colour" = "$hovered_live" ]; then
+            return
+        fi
+        sleep 0.05
+    done
+    failed "no frame: $colour"
+}
+
+sees_pointer_away() {
+    local colour
+    move_to 501 600
+    move_to 500 600
+    colour=$(pixels "1x1+$save_x+$path_y" | od -An -tx1 | tr -d ' \n')
+    [ "$colour" = "$removed" ] || [ "$colour" = "$live" ]
+}
+
+first_line_is() { # FILE TEXT
+    [ "$(head -n 1 "$folder/$1" 2> /dev/null | tr -d '\r\0')" = "$2" ]
+}
+
+# From whatever state: the window in its standard size, no list open, the path and the query these. That they arrive in
+# the files shows that the program still answers.
+set_texts() { # PATH KEY...
+    local path=$1 query
+    shift
+    xdotool windowactivate --sync "$window"
+    xdotool keyup shift keyup ctrl mouseup 1 mouseup 2 mouseup 3
+    resize "$standard_width" "$standard_height"
+    click 1 500 "$path_y" # closes a list that is open, whichever field's it is
+    wait_for_frame "$path_y"
+    expect_pixel 500 6 "$focused"
+    xdotool key ctrl+a BackSpace
+    xdotool type --delay 3 "$path"
+    until_true first_line_is saved_paths.txt "$path" || failed "the path does not become $path"
+    xdotool key Tab
+    xdotool key --delay 3 ctrl+a BackSpace "$@"
+    query=$(tr -d ' ' <<< "$*")
+    query=${query//space/ }
+    until_true first_line_is saved_queries.txt "$query" || failed "the query does not become $query"
+}
+
+# ---- The largest result set ----
+
+sees_rows() {
+    wait_for_frame "$query_y"
+    has_pixels 60x300+0+50 "$cyan"
+}
+
+# The search has begun before a row of it is there, so a frame without the yellow outline drawn after that shows its end.
+is_idle() {
+    wait_for_frame "$query_y"
+    is_pixel 0 600 "$background"
+}
+
+search_largest() {
+    set_texts S:/all
+    wait_for_frame "$query_y"
+    see_no_pixels 60x300+0+50 "$cyan"
+    xdotool key e
+    until_true sees_rows || failed 'the largest search finds nothing'
+    until_true is_idle || until_true is_idle || failed 'the largest search does not end'
+}
+
+# ---- Random input ----
+
+inputs=0 clicks=0 sizes=0 batch=()
+
+# Puts the parts of an xdotool command behind the batch.
+add() { # INPUTS PART...
+    inputs=$((inputs + $1))
+    shift
+    batch+=("$@")
+}
+
+random_place() { # sets x and y, somewhere in the window; now and then its edges
+    x=$((RANDOM % width)) y=$((RANDOM % height))
+    case $((RANDOM % 16)) in
+        0) x=$((width - 1)) ;;
+        1) y=$((height - 1)) ;;
+        2) x=0 ;;
+        3) y=0 ;;
+    esac
+}
+
+add_click() { # BUTTON X Y [TIMES]
+    local times=${4:-1}
+    clicks=$((clicks + times))
+    add "$((times + 1))" mousemove --window "$window" "$2" "$3" click --delay 5 --repeat "$times" "$1" sleep 0.02
+}
+
+edit_keys=(Left Right Home End BackSpace Delete ctrl+Left ctrl+Right ctrl+BackSpace ctrl+Delete shift+Left shift+Right
+    shift+Home shift+End shift+ctrl+Left shift+ctrl+Right ctrl+a Up Down Prior Next F5 Insert)
+
+add_action() { # FIRST_KIND, out of a hundred
+    local what=$(($1 + RANDOM % (100 - $1))) x y i count keys=()
+    random_place
+    if ((what < 16)); then
+        count=$((1 + RANDOM % 5))
+        for ((i = 0; i < count; i++)); do
+            keys+=("${letters[RANDOM % ${#letters[@]}]}")
+        done
+        add "$count" key --delay 3 "${keys[@]}"
+    elif ((what < 24)); then
+        # shellcheck disable=SC2206
+        keys=(${words[RANDOM % ${#words[@]}]})
+        add $((1 + ${#keys[@]})) key --delay 3 ctrl+a "${keys[@]}"
+    elif ((what < 40)); then
+        count=$((1 + RANDOM % 4))
+        for ((i = 0; i < count; i++)); do
+            keys+=("${edit_keys[RANDOM % ${#edit_keys[@]}]}")
+        done
+        add "$count" key --delay 3 "${keys[@]}"
+    elif ((what < 45)); then
+        add 1 key Tab
+    elif ((what < 48)); then
+        add 1 key Return
+    elif ((what < 51)); then
+        add 1 key ctrl+c
+    elif ((what < 53)); then
+        add 1 key ctrl+x
+    elif ((what < 55)); then
+        if ((pastes_left > 0)); then # so a text grows to sixteen times its length between two resets, and no further
+            pastes_left=$((pastes_left - 1))
+            add 1 key ctrl+v
+        fi
+    elif ((what < 66)); then
+        count=$((1 + RANDOM % 25))
+        add "$count" mousemove --window "$window" "$x" "$y" click --delay 1 --repeat "$count" \
+            $((RANDOM % 3 ? 5 : 4))
+    elif ((what < 72)); then
+        add_click $((1 + RANDOM % 2 * 2)) "$x" "$y"
+    elif ((what < 74)); then
+        add_click 2 "$x" "$y"
+    elif ((what < 76)); then
+        add_click 1 "$x" "$y" 2
+    elif ((what < 82)); then # the fields and what drops down from them
+        add_click $((1 + RANDOM % 2 * 2)) "$x" $((RANDOM % (height < 110 ? height : 110)))
+    elif ((what < 85)); then # the squares at the ends of the rows
+        if ((width > 20 && height > 50)); then
+            add_click 1 $((RANDOM % 3 == 0 ? 12 : width - 8)) $((15 + RANDOM % 4 * 17))
+        fi
+    elif ((what < 90)); then
+        count=$((1 + RANDOM % 2 * 2))
+        add 4 mousemove --window "$window" "$x" "$y" mousedown "$count" sleep 0.02
+        random_place
+        add 0 mousemove --window "$window" "$x" "$y"
+        random_place
+        add 0 mousemove --window "$window" "$x" "$y" mouseup "$count"
+        clicks=$((clicks + 1))
+    elif ((what < 96)); then
+        for _ in {1..4}; do
+            add 1 mousemove --window "$window" "$x" "$y"
+            random_place
+        done
+    elif ((what < 98)); then
+        keys=(shift ctrl)
+        i=${keys[RANDOM % 2]}
+        add 2 keydown "$i"
+        add_click 1 "$x" "$y"
+        add 0 key "${edit_keys[RANDOM % 6]}" keyup "$i"
+    else # lost with a key and a button held
+        add 5 keydown shift mousemove --window "$window" "$x" "$y" mousedown 1 \
+            windowactivate --sync "$other_window" keyup shift mouseup 1 sleep 0.05 windowactivate --sync "$window"
+    fi
+}
+
+# A size: mostly of some use, also tiny, flat and large ones.
+random_resize() {
+    local new_width new_height
+    case $((RANDOM % 5)) in
+        0) new_width=$((1 + RANDOM % 60)) new_height=$((1 + RANDOM % 60)) ;;
+        1) new_width=$most_width new_height=$((1 + RANDOM % 120)) ;;
+        2) new_width=$((1 + RANDOM % 120)) new_height=$most_height ;;
+        3) new_width=$((600 + RANDOM % (most_width - 599))) new_height=$((500 + RANDOM % (most_height - 499))) ;;
+        4) new_width=$most_width new_height=$most_height ;;
+    esac
+    sizes=$((sizes + 1))
+    resize "$new_width" "$new_height"
+}
+
+# Some forty inputs, sent at once. Without new texts the search goes on, and clicks find its rows.
+texts_change=0 texts_stay=55
+run_batch() { # FIRST_KIND
+    local i
+    batch=()
+    if ((RANDOM % 4 == 0)); then
+        random_resize
+    fi
+    read_size
+    for ((i = 0; i < 15; i++)); do
+        add_action "$1"
+    done
+    timeout 60 xdotool windowactivate --sync "$window" "${batch[@]}" > "$work/xdotool" 2>&1 ||
+        failed "input is refused: $(cat "$work/xdotool")"
+}
+
+report() {
+    echo "$1: after $SECONDS s memory $memory KiB, handles $handles; $inputs inputs, $clicks clicks," \
+        "$sizes sizes, $(count_lines) commands, $(count_entries) saved entries"
+}
+
+# ---- The run ----
+
+display -size 200x100 -geometry +1000+850 -title other xc:gray > /dev/null 2>&1 &
+started+=("$!")
+has_other_window() {
+    other_window=$(xdotool search --onlyvisible --name '^other$' 2> /dev/null) && [ -n "$other_window" ]
+}
+until_true has_other_window || failed 'no other window'
+
+cd "$work/drive"
+start "$hovered_removed" "$query_y"
+xdotool windowmove "$window" 20 40
+read_handles
+[ "$drive_letter" = S ] || failed "the program is on drive $drive_letter"
+
+# Everything at its largest once: the picture, the tables, both blocks of strings, a file that is read. A click, since
+# what Wine loads for the first one stays.
+xdotool key eacute U4F60
+for _ in 1 2; do
+    resize "$most_width" "$most_height"
+    search_largest
+done
+click 1 300 100
+click 3 300 100
+has_two_commands() {
+    [ "$(count_lines)" = 2 ] && no_command_runs
+}
+until_true has_two_commands || failed 'two clicks do not run two commands'
+search_largest
+read_memory
+read_handles
+first_memory=$memory first_handles=$handles first_commands=$(count_lines)
+largest_memory=$memory
+report 'largest result set'
+
+RANDOM=$seed
+folders=(S:/all S:/all S:/all/large S:/all/tests S:/all/sources)
+SECONDS=0
+for ((round = 1; SECONDS < seconds; round++)); do
+    pastes_left=4
+    for kind in "$texts_stay" "$texts_change" "$texts_change" "$texts_change"; do
+        run_batch "$kind"
+        read_memory
+        largest_memory=$((memory > largest_memory ? memory : largest_memory))
+    done
+    # shellcheck disable=SC2086
+    set_texts "${folders[RANDOM % ${#folders[@]}]}" ${words[RANDOM % ${#words[@]}]}
+    # What was copied is short again, and no list grows for ever.
+    xdotool key ctrl+c
+    if ((round % 25 == 0)); then
+        read_handles
+        report "round $round"
+    fi
+done
+
+until_true no_command_runs || failed 'commands do not end'
+resize "$most_width" "$most_height"
+search_largest
+read_memory
+read_handles
+report 'the same again'
+entries=$(count_entries)
+ran=$(($(count_lines) - first_commands))
+echo "memory: $first_memory KiB at first, $largest_memory at most, $memory at the end"
+echo "handles: $first_handles at first, $handles at the end, after $ran commands"
+
+allowed=$((first_memory + memory_allowance + memory_per_entry * entries))
+[ "$memory" -le "$allowed" ] || failed "more memory than $allowed KiB"
+allowed=$((allowed + largest_file))
+[ "$largest_memory" -le "$allowed" ] || failed "meanwhile more memory than $allowed KiB"
+allowed=$((first_handles + 2 * ran + handle_allowance))
+[ "$handles" -le "$allowed" ] || failed "more handles than $allowed"
+[ "$ran" -gt 0 ] || failed 'no click ran a command'
+
+# ---- The end ----
+
+set_texts S:/all t h e space e n d
+close
+# The text, and the entries behind line ends; none twice, and no half characters.
+for file in saved_paths.txt saved_queries.txt; do
+    [ ! -e "$folder/$file.new" ] || failed "$file.new is left"
+    iconv -f UTF-8 -t UTF-8 "$folder/$file" > /dev/null || failed "half a character in $file"
+    [ "$(tr -cd '\0' < "$folder/$file" | wc -c)" = 0 ] || failed "a zero byte in $file"
+    line_ends=$(wc -l < "$folder/$file")
+    if [ "$(grep -ac $'\r$' "$folder/$file" || true)" != "$line_ends" ] ||
+        [ "$(tr -cd '\r' < "$folder/$file" | wc -c)" != "$line_ends" ]; then
+        failed "other line ends in $file"
+    fi
+    tail -n +2 "$folder/$file" | tr -d '\r' | sort > "$work/entries"
+    [ -z "$(uniq -d "$work/entries")" ] || failed "an entry twice in $file"
+    ! grep -qx '' "$work/entries" || failed "an empty entry in $file"
+done
+[ "$(head -n 1 "$folder/saved_paths.txt" | tr -d '\r')" = S:/all ] || failed 'another path'
+[ "$(head -n 1 "$folder/saved_queries.txt" | tr -d '\r')" = 'the end' ] || failed 'another query'
+echo "soak: seed $seed, $inputs inputs, $clicks clicks, $sizes sizes, $ran commands"
