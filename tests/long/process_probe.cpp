@@ -6,6 +6,7 @@
 //
 // Exits with 1 when there is no such window or the system does not tell. Wine knows handles by no other way,
 // and tells no number of another process's private bytes or of its window objects.
+#include <stdint.h>
 #include <stdio.h>
 #include <windows.h>
 

@@ -129,7 +129,7 @@ printf '%s\n' "left_click_cmd \"$recorder\" left {tarn_file_folder}/{tarn_file_n
     "right_click_cmd \"$recorder\" right {tarn_file_folder_bs}" > "$folder/settings.txt"
 
 no_command_runs() {
-    ! pgrep -f "$(basename "$work")/a recorder/" > /dev/null
+    ! grep -qs "$(basename "$work")/[a] recorder/" /proc/[0-9]*/cmdline # not itself
 }
 
 # ---- The window ----
@@ -192,7 +192,8 @@ set_texts() { # PATH KEY...
     xdotool windowactivate --sync "$window"
     xdotool keyup shift keyup ctrl mouseup 1 mouseup 2 mouseup 3
     resize "$standard_width" "$standard_height"
-    click 1 500 "$path_y" # closes a list that is open, whichever field's it is
+    wait_for_frame "$path_y" # a new size can count as the pointer's coming, and that is no move; the next one is
+    click 1 500 "$path_y"    # closes a list that is open, whichever field's it is
     wait_for_frame "$path_y"
     expect_pixel 500 6 "$focused"
     xdotool key ctrl+a BackSpace
@@ -212,7 +213,8 @@ sees_rows() {
     has_pixels 60x300+0+50 "$cyan"
 }
 
-# The search has begun before a row of it is there, so a frame without the yellow outline drawn after that shows its end.
+# The search has begun before a row of it is there, so a frame that is drawn after that, and has no yellow outline,
+# shows its end.
 is_idle() {
     wait_for_frame "$query_y"
     is_pixel 0 600 "$background"
