@@ -67,6 +67,9 @@ if [ "$is_long" = 1 ]; then
     tests/long/million_files.sh build/linux/bin/search_dump
     echo "== Killed while typing"
     tests/long/kill_while_typing.sh build/linux/bin/typing_probe
+    echo "== Soak"
+    under_screen bash tests/long/soak.sh tools/under_wine build/windows/bin/tarnwick.exe \
+        build/windows/bin/process_probe.exe 180
     echo "== Fuzzing"
     tools/fuzz 60
 fi

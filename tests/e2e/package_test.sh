@@ -108,9 +108,13 @@ has_no_window() {
     ! has_window
 }
 
-# The pointer's coming is no move, so it goes to and fro over the query's save button, until that has its colour.
+# The pointer's coming is no move, so it goes to and fro over the query's save button, until that has its colour. Two
+# moves that arrive together would be one, to where it is.
 button_is() { # RRGGBB
-    xdotool mousemove --window "$window" 991 38 mousemove --window "$window" 992 38
+    xdotool mousemove --window "$window" 985 38
+    sleep 0.05
+    xdotool mousemove --window "$window" 992 38
+    sleep 0.05
     has_pixels 1x1+992+38 "$1"
 }
 
