@@ -386,10 +386,6 @@ void replace_file(const FilePaths *paths, Str second) {
     replace_first(paths, content_of_second(second));
 }
 
-} // namespace
-
-namespace {
-
 // Returns 0, with nothing loaded, when what is there cannot be read.
 uint8_t load(const FilePaths *paths, StrBuf *field, uint8_t restore_text) {
     Str second;
