@@ -1,5 +1,6 @@
 // The saved lists against the plain ones: files of any bytes are loaded, texts typed, saved and removed, and
-// the program is killed, or its disk fails, in the middle of a writing. Both fields, with files in memory.
+// the program is killed, or its disk fails, in the middle of a writing, or a file cannot be read for a while.
+// Both fields, with files in memory.
 //
 // An input: what the files of both lists hold at the start, and then steps of one byte, some with more bytes
 // behind them. A file is its kind, a byte more, its bytes up to 0xFF, and those of its second file likewise.
@@ -7,6 +8,7 @@
 #include <array>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,6 +38,7 @@ struct Disk {
     bool lasts = false;       // it has come, and goes on
     int hits = 0;             // steps that it has hit
     uint8_t written_part = 0; // of 256: how much of a writing is done when it is hit
+    std::set<std::string> unreadable;
 
     bool is_killed() const {
         return lasts && fault == KILLED;
@@ -43,6 +46,7 @@ struct Disk {
     void mend() {
         steps_left = -1;
         lasts = false;
+        unreadable.clear();
     }
     Bytes read(const std::string &name) const {
         const auto found = files.find(name);
@@ -74,7 +78,7 @@ Disk disk;
 
 Str os_file_read_all(Str path) {
     const Bytes bytes = disk.read(to_string(path));
-    if (!bytes) {
+    if (!bytes || disk.unreadable.count(to_string(path))) {
         return {};
     }
     char *block = static_cast<char *>(os_alloc(bytes->size() + 1)); // without the system's bytes behind it
@@ -132,8 +136,8 @@ std::string with_length(const std::string &content) {
     return std::string(reinterpret_cast<const char *>(&length), 8) + content;
 }
 
-// What counts of the two files after whatever has happened.
-Bytes plain_recovered(const Bytes &first, const Bytes &second) {
+// What the second file has when the first one was cut off while it was replaced.
+Bytes plain_interrupted(const Bytes &first, const Bytes &second) {
     if (second && second->size() >= 8) {
         const std::string content = second->substr(8);
         const std::string start = first.value_or("");
@@ -142,7 +146,32 @@ Bytes plain_recovered(const Bytes &first, const Bytes &second) {
             return content;
         }
     }
-    return first;
+    return std::nullopt;
+}
+
+// What counts of the two files after whatever has happened.
+Bytes plain_recovered(const Bytes &first, const Bytes &second) {
+    const Bytes interrupted = plain_interrupted(first, second);
+    return interrupted ? interrupted : first;
+}
+
+bool is_unreadable(const std::string &name) {
+    return disk.files.count(name) && disk.unreadable.count(name);
+}
+
+// What a program reads of a list's files, a missing file as empty; none when one of them cannot be read. A
+// first file that cannot be read is as good as missing for a second one that holds something.
+Bytes plain_read(size_t which) {
+    if (is_unreadable(second_name(which))) {
+        return std::nullopt;
+    }
+    const bool has_first = !is_unreadable(first_names[which]);
+    const Bytes first = has_first ? disk.read(first_names[which]) : std::nullopt;
+    const Bytes interrupted = plain_interrupted(first, disk.read(second_name(which)));
+    if (interrupted || has_first) {
+        return interrupted ? interrupted : first.value_or("");
+    }
+    return std::nullopt;
 }
 
 // ---- The lists, real and plain ----
@@ -227,6 +256,9 @@ public:
             type(which, input.text(input.below(32)));
             break;
         case 4:
+            if (what & 0x20) {
+                block_reading(which, input.byte());
+            }
             mark(which);
             break;
         case 5:
@@ -275,9 +307,13 @@ private:
     FuzzInput &input;
     const std::string folder = "C:/d/";
     std::array<PlainSavedList, 2> plain;
+    std::array<bool, 2> is_unread = {}; // the list was there and could not be read
     // What each file may count as, a missing one as empty; more than one after writings that a fault has hit.
     std::array<std::vector<std::string>, 2> possible;
-    bool had_fault = false; // in the last writing
+    // Of the last writing:
+    bool had_fault = false;
+    Bytes first_before;
+    Bytes counts_before;
 
     void put_files(size_t which) {
         const uint8_t kind = input.byte();
@@ -310,17 +346,27 @@ private:
         (which == 0 ? saved_lists.path_saved : saved_lists.query_saved) = 0;
         empty_list(saved_list_of(fields[which]));
         set_field_text(fields[which], {});
-        const std::string counts =
-            plain_recovered(disk.read(first_names[which]), disk.read(second_name(which))).value_or("");
-        if (std::find(possible[which].begin(), possible[which].end(), counts) == possible[which].end()) {
-            fuzz_expect("what counts at a start", counts, possible[which].back());
-        }
+        const Bytes counts = plain_read(which);
         saved_list_load(fields[which], restores_text);
-        possible[which] = {counts};
         plain[which].is_saved = false;
         plain[which].text.clear();
         plain[which].entries.clear();
-        plain[which].load(counts, restores_text);
+        is_unread[which] = true;
+        take_read(which, counts, restores_text);
+    }
+
+    // counts: what plain_read has given before the program read.
+    void take_read(size_t which, const Bytes &counts, bool restores_text) {
+        if (!is_unread[which] || !counts) {
+            return;
+        }
+        if (!disk.unreadable.count(first_names[which]) &&
+            std::find(possible[which].begin(), possible[which].end(), *counts) == possible[which].end()) {
+            fuzz_expect("what counts at a start", *counts, possible[which].back());
+        }
+        is_unread[which] = false;
+        possible[which] = {*counts};
+        plain[which].load(*counts, restores_text);
     }
 
     // The same on a disk without faults: afterwards only the first file is there, with what counts.
@@ -348,6 +394,22 @@ private:
         disk.written_part = input.byte();
     }
 
+    // One of a list's files, or both, cannot be read until the disk is mended; perhaps the program is started
+    // then.
+    void block_reading(size_t which, uint8_t what) {
+        disk.mend();
+        if (what % 4 != 1) {
+            disk.unreadable.insert(first_names[which]);
+        }
+        if (what % 4 != 0) {
+            disk.unreadable.insert(second_name(which));
+        }
+        if (what & 4) {
+            load(which, what & 8);
+            compare();
+        }
+    }
+
     // The real program has just written the field's file, or tried to.
     void expect_written(size_t which) {
         const std::string content = plain[which].contents();
@@ -357,10 +419,21 @@ private:
             start(1 - which, true); // what it held in memory only is gone too
             return;
         }
-        if (disk.read(first_names[which]) == content) {
+        const Bytes first = disk.read(first_names[which]);
+        const Bytes second = disk.read(second_name(which));
+        if (is_unread[which]) {
+            fuzz_expect("a file that was not read", first == first_before, 1);
+            return;
+        }
+        if (!had_fault) {
+            fuzz_expect("a file after a writing", first.value_or("(missing)"), content);
+            fuzz_expect("the second file after a writing", second.has_value(), 0);
+        }
+        // A first file of this content is not enough: the second one may hold an older text's that begins
+        // with it.
+        if (plain_recovered(first, second) == content) {
             possible[which] = {content};
         } else {
-            fuzz_expect("a writing without a fault", had_fault, 1);
             possible[which].push_back(content);
         }
     }
@@ -382,32 +455,37 @@ private:
         fuzz_expect("the byte behind a field", fields[which]->data[fields[which]->count], 0);
     }
 
-    void write(size_t which) {
+    template <typename Writing> void watch(size_t which, Writing writing) {
+        first_before = disk.read(first_names[which]);
+        counts_before = plain_read(which);
         const int hits_before = disk.hits;
-        saved_list_write(fields[which]);
-        had_fault = disk.hits > hits_before;
+        writing();
+        had_fault = disk.hits > hits_before || is_unreadable(second_name(which)) || !counts_before;
+    }
+
+    void write(size_t which) {
+        watch(which, [&] { saved_list_write(fields[which]); });
+        take_read(which, counts_before, false);
         expect_written(which);
     }
 
     void save(size_t which, size_t focus) {
-        const int hits_before = disk.hits;
         const std::map<std::string, std::string> files_before = disk.files;
-        saved_list_save(fields[which], fields[focus]);
-        had_fault = disk.hits > hits_before;
+        watch(which, [&] { saved_list_save(fields[which], fields[focus]); });
         if (!plain[which].save()) {
             fuzz_expect("files that are not written", disk.files == files_before, 1);
             return;
         }
+        take_read(which, counts_before, false);
         plain[focus].update_mark();
         expect_written(which);
     }
 
     void flip(size_t which, uint32_t row) {
-        const int hits_before = disk.hits;
-        saved_entry_flip(fields[which], row);
-        had_fault = disk.hits > hits_before;
+        watch(which, [&] { saved_entry_flip(fields[which], row); });
         if (row < plain[which].entries.size()) {
             plain[which].entries[row].is_live = !plain[which].entries[row].is_live;
+            take_read(which, counts_before, false);
             // The file holds the text before the mark's update has cleaned it.
             expect_written_then_mark(which);
         }
