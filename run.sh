@@ -24,6 +24,7 @@ IFS=' ' read -ra words <<< "-$query"
 packages=(cmake ninja-build googletest libstb-dev g++-mingw-w64-x86-64-posix wine wine64)
 [ -n "${DISPLAY:-}" ] || packages+=(xvfb xauth openbox xdotool imagemagick)
 tools/need_packages "${packages[@]}"
+tools/need_font
 mkdir -p build/windows
 {
     [ -f build/windows/build.ninja ] || cmake --preset windows

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Builds everything for Windows and Linux and runs every test on both: the Windows programs under Wine, the Linux ones
-# plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under ThreadSanitizer as well.
-# Stops with a failure's status at the first preset that has one. The fuzzers' corpora are replayed among the tests; with
-# --long come the long tests, and each fuzzer looks for new inputs, for 60 seconds.
+# Checks the format, lints, builds everything for Windows and Linux and runs every test on both: the Windows programs
+# under Wine, the Linux ones plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under
+# ThreadSanitizer as well. Stops with a failure's status at the first preset that has one. The fuzzers' corpora are
+# replayed among the tests; with --long come the long tests, and each fuzzer looks for new inputs, for 60 seconds.
 set -euo pipefail
 cd "$(dirname "$0")"
 
