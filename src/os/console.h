@@ -19,8 +19,8 @@
 
 // ---- Formatted output (one version for all systems) ----
 
-// Formats with stb_sprintf's language and writes with os_console_write, byte for byte: in pieces of about 1
-// KiB, the last one shorter.
+// Formats with stb_sprintf's language and writes with os_console_write, byte for byte: in pieces of 1023
+// bytes, the last one shorter.
 OS_FORMAT_CHECKED void os_print(const char *format, ...);
 
 // Formats with the standard library's language onto its stdout, which collects the text, and on Windows

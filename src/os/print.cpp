@@ -15,20 +15,41 @@
 
 namespace {
 
-char *write_piece(const char *bytes, void *, int count) {
-    char *buffer = const_cast<char *>(bytes);
-    os_console_write({static_cast<uint64_t>(count), buffer});
-    return buffer;
+struct Piece {
+    uint64_t count;
+    char bytes[1023];
+};
+
+void write_piece(Piece *piece) {
+    os_console_write({piece->count, piece->bytes});
+    piece->count = 0;
+}
+
+// The formatter fills its buffer to different ends.
+char *add_to_piece(const char *bytes, void *user, int count) {
+    Piece *piece = static_cast<Piece *>(user);
+    for (int i = 0; i < count; i++) {
+        piece->bytes[piece->count++] = bytes[i];
+        if (piece->count == sizeof(piece->bytes)) {
+            write_piece(piece);
+        }
+    }
+    return const_cast<char *>(bytes);
 }
 
 } // namespace
 
 void os_print(const char *format, ...) {
     char buffer[STB_SPRINTF_MIN];
+    Piece piece;
+    piece.count = 0;
     va_list arguments;
     va_start(arguments, format);
-    stbsp_vsprintfcb(write_piece, nullptr, buffer, format, arguments);
+    stbsp_vsprintfcb(add_to_piece, &piece, buffer, format, arguments);
     va_end(arguments);
+    if (piece.count > 0) {
+        write_piece(&piece);
+    }
 }
 
 void os_debug_print(const char *format, ...) {

@@ -152,21 +152,26 @@ TEST(Print, NothingToPrintIsNoWrite) {
     EXPECT_TRUE(out.take().empty());
 }
 
-TEST(Print, LongTextIsWrittenInPiecesOfTheBuffersSize) {
+TEST(Print, LongTextIsWrittenInPiecesOf1023Bytes) {
     std::string text = numbered_lines(900);
     WrittenPieces out;
-    os_print("%s", text.c_str());
-    std::vector<std::string> pieces = out.take();
-    std::string all;
-    for (const std::string &piece : pieces) {
-        all += piece;
-        if (&piece != &pieces.back()) {
-            // Written as soon as not one more byte and a terminator would fit into 1024.
-            EXPECT_GE(piece.size(), 1023u);
-            EXPECT_LE(piece.size(), 1024u);
+    void (*print)(const char *, ...) = os_print; // which looks at no format
+    for (size_t count : {1022u, 1023u, 1024u, 2046u, 2047u, 5000u}) {
+        std::string part = text.substr(0, count);
+        for (bool is_literal : {false, true}) {
+            if (is_literal) {
+                print(part.c_str());
+            } else {
+                os_print("%s", part.c_str());
+            }
+            std::string all;
+            for (const std::string &piece : out.take()) {
+                EXPECT_EQ(piece.size(), std::min<size_t>(1023, count - all.size())) << count << is_literal;
+                all += piece;
+            }
+            EXPECT_EQ(all, part);
         }
     }
-    EXPECT_EQ(all, text);
 }
 
 TEST(Print, EveryLengthAroundTheBuffersSizeComesThroughWhole) {
