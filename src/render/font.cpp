@@ -185,7 +185,8 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     int32_t width = right > left ? right - left : 0;
     int32_t height = bottom > top ? bottom - top : 0;
     uint64_t count = static_cast<uint64_t>(int64_t{width} * height);
-    uint8_t *bitmap = reserve_bitmap(sized, count);
+    // stb_truetype counts a bitmap's bytes in 32 bits with sign.
+    uint8_t *bitmap = count <= INT32_MAX ? reserve_bitmap(sized, count) : nullptr;
     if (!bitmap) {
         return glyph;
     }

@@ -423,6 +423,23 @@ TEST(Glyphs, ARefusedGrowthOfTheArenaKeepsWhatIsThereAndGivesNoMore) {
     expect_glyph(glyph_at(sized, 'A'), plain.glyphs['A']);
 }
 
+TEST(Glyphs, ABitmapOf2GiBAndMoreIsRefused) {
+    FontScope scope;
+    SizedFont *sized = font_get_size(14);
+    const float scale = sized->scale;
+    uint64_t largest = 0;
+    HeapHookScope hook([&](uint64_t size) {
+        largest = std::max(largest, size);
+        return size < 1u << 28;
+    });
+    sized->scale = scale * 10000;
+    const Glyph *glyph = glyph_create(sized, 0xC9);
+    ASSERT_TRUE(glyph);
+    EXPECT_EQ(glyph->bitmap, nullptr);
+    EXPECT_LT(largest, 1u << 28); // not asked for
+    EXPECT_GT(sized->bitmaps.capacity, 0u);
+}
+
 TEST(Glyphs, ARefusedTableLeavesNone) {
     HeapHookScope hook([](uint64_t size) { return size != 128 * sizeof(Glyph); });
     FontScope scope;
