@@ -184,8 +184,11 @@ uint8_t frame_turn(PlatformWindow *window) {
     }
     // Less than a millisecond is not waited for: a sleep of none only gives way, and hundreds of them a frame
     // would cost an idle window more than all its sleeping.
-    for (int64_t left = time_left_us(); left >= 1000; left = time_left_us()) {
+    // More than a frame is left when the ticks of a machine that slept for days have overflowed.
+    int64_t left = time_left_us();
+    while (left >= 1000 && left <= frame_clock.target_us) {
         os_sleep_us(left);
+        left = time_left_us();
     }
     return 1;
 }
