@@ -12,6 +12,8 @@ void os_init() {
     LARGE_INTEGER frequency = {};
     QueryPerformanceFrequency(&frequency);
     os_ticks_per_second = frequency.QuadPart;
+    // A drive without a disk is a path that does not exist, and no box that waits for an answer.
+    SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
     if (!SetProcessDPIAware()) {
         os_debug_print("Error: failed to set DPI awareness\n");
     }

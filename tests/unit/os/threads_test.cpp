@@ -660,6 +660,12 @@ BOOL WINAPI count_askings() {
 
 BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)() = count_askings;
 
+TEST_F(Threads, TheStartTurnsTheSystemsErrorBoxesOff) {
+    UINT before = SetErrorMode(SEM_NOOPENFILEERRORBOX);
+    os_init();
+    EXPECT_EQ(SetErrorMode(before), UINT{SEM_NOOPENFILEERRORBOX | SEM_FAILCRITICALERRORS});
+}
+
 TEST_F(Threads, TheStartAsksForRealPixelsAndGoesOnWithoutThem) {
     for (BOOL given : {TRUE, FALSE}) {
         asked_for_real_pixels = 0;
