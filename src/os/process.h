@@ -64,7 +64,8 @@ struct Process {
 // used.
 int32_t os_process_start(Process *process, Str cmd, uint8_t show_console);
 
-// Writes count bytes to the child's input, waiting while the pipe is full. Returns the bytes written, or -1.
+// Writes count bytes to the child's input, waiting while the pipe is full. Returns the bytes written, or -1;
+// to a child that has gone only after os_init, without which a system may end the program.
 int64_t os_process_write(Process *process, uint32_t count, const char *data);
 
 // Reads at most max bytes of what the child has written so far into buffer, without waiting. Returns the

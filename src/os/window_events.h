@@ -8,6 +8,9 @@
 
 // ---- The list of windows (one version for all systems) ----
 
+// Whether it has not been closed yet.
+uint8_t window_is_alive(const PlatformWindow *window);
+
 // Adds an open window. Returns 0 and changes nothing when memory is out.
 uint8_t window_list_add(PlatformWindow *window);
 
@@ -95,8 +98,6 @@ void drop_list_add(DropList *list, uint64_t count);
 
 // Delivers the list's event and frees the list. client: where the files were dropped, in the client area.
 void window_files_dropped(PlatformWindow *window, Point client, DropList *list);
-
-uint8_t window_is_alive(const PlatformWindow *window);
 
 // ---- Monitors (one version for all systems) ----
 

@@ -3,7 +3,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <spawn.h>
 #include <string.h>
 #include <sys/wait.h>
@@ -270,11 +269,6 @@ int32_t os_process_start(Process *process, Str cmd, uint8_t show_console) {
 }
 
 int64_t os_process_write(Process *process, uint32_t count, const char *data) {
-    // Writing to nobody is an error to be returned, not a signal that ends this process.
-    sigset_t broken_pipe, before;
-    sigemptyset(&broken_pipe);
-    sigaddset(&broken_pipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &broken_pipe, &before);
     int64_t done = 0;
     while (done < count) {
         ssize_t put = write(file_of(process->input), data + done, count - static_cast<uint64_t>(done));
@@ -282,16 +276,10 @@ int64_t os_process_write(Process *process, uint32_t count, const char *data) {
             continue;
         }
         if (put < 0) {
-            if (errno == EPIPE && !sigismember(&before, SIGPIPE)) {
-                timespec no_time = {};
-                sigtimedwait(&broken_pipe, nullptr, &no_time);
-            }
-            done = -1;
-            break;
+            return -1;
         }
         done += put;
     }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return done;
 }
 

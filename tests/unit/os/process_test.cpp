@@ -1,4 +1,5 @@
 #include "os/process.h"
+#include "os/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,7 @@ bool appears(const fs::path &file) {
 class Child {
 public:
     explicit Child(const std::string &cmd) {
+        os_init(); // a child may have gone when it is written to
         EXPECT_EQ(os_process_start(&process, str_over(cmd), no_console), 0);
     }
     ~Child() {
