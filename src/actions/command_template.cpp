@@ -16,19 +16,7 @@ uint8_t row_text_set(Str text) {
     if (!row_text.data) {
         strbuf_init(&row_text, first_capacity);
     }
-    uint64_t count = row_text.count;
-    if (text.count > count && !strbuf_make_room(&row_text, text.count - count, nullptr)) {
-        return 0;
-    }
-    if (!row_text.data) {
-        return 0;
-    }
-    if (text.count > 0) {
-        memcpy(row_text.data, text.data, text.count);
-    }
-    row_text.data[text.count] = 0;
-    row_text.count = text.count;
-    return 1;
+    return strbuf_set_end(&row_text, 0, text, nullptr);
 }
 
 // ---- Placeholders ----

@@ -212,11 +212,7 @@ void saved_list_load_contents(StrBuf *field, Str contents, uint8_t restore_text)
     if (!saved) {
         return;
     }
-    for (uint64_t i = 0; i < contents.count; i++) {
-        if (contents.data[i] == '\\') {
-            contents.data[i] = '/'; // in queries too, and that is meant
-        }
-    }
+    str_slashes(contents); // in queries too, and that is meant
     uint64_t start = 0;
     for (uint64_t end = 0; end < contents.count; end++) {
         if (contents.data[end] != '\n') {

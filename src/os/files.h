@@ -9,7 +9,8 @@
 
 // ---- Whole files (each system) ----
 
-// The last failed or finished read's outcome, kept for inspection; nothing in the program reads it.
+// The last failed or finished read's outcome, kept for inspection; nothing in the program reads it. Both
+// threads write it without a lock, and that is meant: code and text may be those of different reads.
 struct LastFileError {
     uint32_t code;  // the system's error code; 0: none
     char text[512]; // the system's message for it, in the system's own code page; empty for code 0

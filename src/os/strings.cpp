@@ -34,16 +34,17 @@ Str str_from_number(int32_t number, char (&digits)[11]) {
     return {sizeof(digits) - at, digits + at};
 }
 
-Str str_cut_to_folder(Str path) {
-    uint64_t end = 0;
-    for (uint64_t i = 0; i < path.count; i++) {
-        if (path.data[i] == '\\') {
-            path.data[i] = '/';
-        }
-        if (path.data[i] == '/') {
-            end = i + 1;
-        }
+void str_slashes(Str text) {
+    char *at = text.data;
+    char *end = at + text.count;
+    while (at != end && (at = static_cast<char *>(memchr(at, '\\', static_cast<size_t>(end - at))))) {
+        *at++ = '/';
     }
+}
+
+Str str_cut_to_folder(Str path) {
+    str_slashes(path);
+    uint64_t end = str_name_start(path);
     if (end > 0 && end < path.count) {
         path.data[end] = 0;
         path.count = end;
@@ -170,6 +171,21 @@ uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers) {
     if (storage.old_block) {
         retire_replaced(storage.old_block, readers);
     }
+    return 1;
+}
+
+uint8_t strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers) {
+    uint64_t count = start + end.count;
+    uint64_t more = count > buf->count ? count - buf->count : 0;
+    if (!strbuf_make_room(buf, more, readers)) {
+        return 0;
+    }
+    char *data = buf->data;
+    if (end.count > 0) {
+        memcpy(data + start, end.data, end.count);
+    }
+    data[count] = 0;
+    buf->count = count;
     return 1;
 }
 

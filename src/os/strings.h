@@ -28,6 +28,9 @@ uint8_t str_equal(Str a, Str b);
 // Where the text behind the last '/' begins, as a byte offset; 0 when there is no '/'.
 uint64_t str_name_start(Str path);
 
+// Turns every '\\' into '/', in place.
+void str_slashes(Str text);
+
 // A number in decimal, with a '-' when it is negative. The text lies in the caller's digits.
 Str str_from_number(int32_t number, char (&digits)[11]);
 
@@ -62,6 +65,11 @@ void strbuf_append(StrBuf *buf, uint64_t count, const char *bytes);
 // Grows the storage so that count more bytes fit. Returns 0 and changes nothing when it cannot, also for a
 // text without storage. The old storage is retired to readers, or freed at once when readers is null.
 uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers);
+
+// Makes end what stands behind the text's first start bytes, which it has and keeps. Returns 0, the text
+// unchanged, when there is no memory for it, also for a text without storage. end may not lie in the text
+// itself. readers: as for strbuf_make_room.
+uint8_t strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers);
 
 // ---- DynArray ----
 

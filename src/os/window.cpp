@@ -78,7 +78,7 @@ uint64_t framebuffer_block_size(Size size) {
     }
     // In 64 bits: a size that wraps would reserve too little.
     uint64_t bytes = uint64_t{static_cast<uint32_t>(size.width)} * static_cast<uint32_t>(size.height) * 4;
-    return uint64_t{1} << (64 - __builtin_clzll(bytes - 1));
+    return bytes > uint64_t{1} << 63 ? UINT64_MAX : uint64_t{1} << (64 - __builtin_clzll(bytes - 1));
 }
 
 void framebuffer_resize(Framebuffer *framebuffer, Size size) {
@@ -305,12 +305,7 @@ char *drop_list_room(DropList *list) {
 }
 
 void drop_list_add(DropList *list, uint64_t count) {
-    char *name = drop_list_room(list);
-    for (uint64_t i = 0; i < count; i++) {
-        if (name[i] == '\\') {
-            name[i] = '/';
-        }
-    }
+    str_slashes({count, drop_list_room(list)});
     list->used += count + 1;
     list->count++;
 }

@@ -36,14 +36,6 @@ Str line_text(char *line, int64_t length) {
     return {static_cast<uint64_t>(length), line};
 }
 
-void slashes_for_backslashes(Str text) {
-    char *at = text.data;
-    char *end = at + text.count;
-    while (at != end && (at = static_cast<char *>(memchr(at, '\\', static_cast<size_t>(end - at))))) {
-        *at++ = '/';
-    }
-}
-
 char lower_case(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
@@ -95,7 +87,7 @@ uint8_t on_file(void *, Str folder, Str name, uint64_t size, const FileTime *, u
     }
     FileEntry file = {arena_push_string(&results_store.arena, folder),
                       arena_push_string(&results_store.arena, name)};
-    slashes_for_backslashes(file.folder);
+    str_slashes(file.folder);
     if (dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
         uint32_t file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
         scan_contents(contents, strbuf_text(&search_state.query), file_index);

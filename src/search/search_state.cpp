@@ -1,7 +1,5 @@
 #include "search/search_state.h"
 
-#include <string.h>
-
 #include "search/results_store.h"
 
 SearchState search_state = {
@@ -23,18 +21,7 @@ uint8_t set_field_text(StrBuf *field, Str text) {
 }
 
 uint8_t set_field_end(StrBuf *field, uint64_t start, Str end) {
-    uint64_t count = start + end.count;
-    uint64_t more = count > field->count ? count - field->count : 0;
-    if (!strbuf_make_room(field, more, &search_state.retired_text)) {
-        return 0;
-    }
-    char *data = field->data;
-    if (end.count > 0) {
-        memcpy(data + start, end.data, end.count);
-    }
-    data[count] = 0;
-    field->count = count;
-    return 1;
+    return strbuf_set_end(field, start, end, &search_state.retired_text);
 }
 
 void publish_request() {

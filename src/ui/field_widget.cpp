@@ -20,11 +20,6 @@ constexpr uint32_t white(uint32_t alpha) {
     return alpha << 24 | 0xFFFFFF;
 }
 
-uint8_t is_inside(Rect rect, Point point) {
-    return point.x >= rect.x && point.x < rect.x + rect.width && point.y >= rect.y &&
-           point.y < rect.y + rect.height;
-}
-
 uint8_t left_went_down() {
     return ui_went_down(MOUSE_LEFT);
 }

@@ -83,8 +83,8 @@ Offscreen *offscreen(const PlatformWindow *window) {
 
 // ---- Places ----
 
-constexpr Rect frame = {8, 31, 16,
-                        39}; // the client area's offset in a framed window, and what the frame adds
+// The client area's offset in a framed window, and what the frame adds.
+constexpr Rect frame = {8, 31, 16, 39};
 
 uint8_t has_frame(uint16_t style) {
     return !(style & (WINDOW_FLAG_BORDERLESS | WINDOW_FLAG_POPUP));
@@ -109,11 +109,6 @@ WindowGeometry geometry_of(const Offscreen *self) {
     return {outer,
             {outer.x + frame.x, outer.y + frame.y, not_negative(outer.width - frame.width),
              not_negative(outer.height - frame.height)}};
-}
-
-uint8_t is_inside(const Rect &rect, Point point) {
-    return point.x >= rect.x && point.x < rect.x + rect.width && point.y >= rect.y &&
-           point.y < rect.y + rect.height;
 }
 
 // The window whose client area is seen at that place, or null.

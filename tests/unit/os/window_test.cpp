@@ -803,6 +803,8 @@ TEST(FramebufferBlock, IsTheNextPowerOfTwo) {
         {{16384, 32768}, 2147483648},
         {{16385, 32768}, 4294967296}, // more than the heap gives
         {{65535, 65535}, 17179869184},
+        {{INT32_MAX, 1 << 30}, uint64_t{1} << 63},
+        {{INT32_MAX, INT32_MAX}, UINT64_MAX}, // no power of two holds it
     };
     for (const auto &row : rows) {
         EXPECT_EQ(framebuffer_block_size(row.size), row.bytes) << row.size.width << " x " << row.size.height;
