@@ -1,5 +1,7 @@
 #include "search/worker.h"
 
+#include <string.h>
+
 #include "search/matcher.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
@@ -10,6 +12,10 @@ namespace {
 constexpr EntryCallback every_file = {on_file, nullptr, LIST_FILES};
 constexpr EntryCallback every_subfolder = {on_subfolder, nullptr, LIST_SUBFOLDERS};
 constexpr uint32_t poll_period_ms = 100;
+
+// The path of the sub-folder that is walked. Each level's path begins with that of the level above, so that
+// one place serves them all. Longer than any path that the system opens.
+char walked_path[4096];
 
 void search_contents(Str folder) {
     if (search_state.query.count == 0) {
@@ -60,6 +66,12 @@ uint8_t on_subfolder(void *, Str folder, Str name, uint64_t, const FileTime *, u
     if (!subfolder.data) {
         return 1; // walking the empty path would walk the root
     }
+    if (subfolder.count >= sizeof(walked_path)) {
+        return 1;
+    }
+    // Walked from here, as a search of many texts may write over the one in the arena.
+    memcpy(walked_path, subfolder.data, subfolder.count + 1);
+    subfolder.data = walked_path;
     walk_folder(subfolder, every_file);
     if (!search_state.request_pending) {
         walk_folder(subfolder, every_subfolder);
@@ -68,7 +80,7 @@ uint8_t on_subfolder(void *, Str folder, Str name, uint64_t, const FileTime *, u
 }
 
 uint8_t search_worker_turn() {
-    if (!search_state.request_pending) {
+    if (!has_request()) {
         return 0;
     }
     Str path = take_request();

@@ -513,6 +513,25 @@ TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
 }
 #endif
 
+// Texts that the arena writes over are lost, as is meant; files are not.
+TEST(Worker, EveryFolderIsWalkedThoughTheArenaWritesOverItsPath) {
+    TestTree tree;
+    SearchScope scope;
+    constexpr uint64_t folders = 30, files = 2;
+    for (uint64_t folder = 0; folder < folders; folder++) {
+        for (uint64_t file = 0; file < files; file++) {
+            tree.file("a/b/" + std::to_string(folder) + "/c/" + std::to_string(file), "foo.....");
+        }
+    }
+    os_free(results_store.arena.base);
+    arena_init(&results_store.arena, 600);        // a few paths
+    for (int search = 1; search <= 3; search++) { // each with more blocks than the one before
+        search_rows(tree, tree.path(), "foo");
+        EXPECT_EQ(results_store.file_table.count, folders * files) << search;
+        EXPECT_EQ(results_store.hit_table.count, 2 * folders * files) << search; // a header and a line each
+    }
+}
+
 TEST(Worker, ARefusedSubfolderPathIsNotWalked) {
     TestTree tree;
     SearchScope scope;
