@@ -2,6 +2,7 @@
 
 #include "app/results_view.h"
 #include "app/saved_lists.h"
+#include "app/scratch.h"
 #include "os/files.h"
 #include "os/process.h"
 #include "search/results_store.h"
@@ -31,8 +32,14 @@ void edit(StrBuf *field, const WindowEvent *event) {
 // Makes the first folder that goes on as the path does the path's last part.
 void complete_path(StrBuf *field) {
     Str folder;
-    if (field != &search_state.path || !results_folder_at(&results_store.matching_folders, 0, &folder) ||
-        !set_field_end(field, str_name_start(strbuf_text(field)), folder)) {
+    uint32_t search = search_state.requests_taken;
+    if (field != &search_state.path || !results_folder_at(&results_store.matching_folders, 0, &folder)) {
+        return;
+    }
+    // The next search writes its names over this one: the path may not get some of both.
+    Str name = scratch_join(folder, {});
+    if (name.count != folder.count || search_state.requests_taken != search ||
+        !set_field_end(field, str_name_start(strbuf_text(field)), name)) {
         return;
     }
     int32_t end = field_text_end(field);

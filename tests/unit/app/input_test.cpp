@@ -413,6 +413,34 @@ TEST(InputEnter, ANameWithoutBytesLeavesTheFolder) {
     EXPECT_EQ(published(), 1);
 }
 
+TEST(InputEnter, ANameThatTheWorkerWritesOverMeanwhileIsTheWholeOldOne) {
+    FrameScope scope;
+    const std::string name(2000, 'n'); // longer than the field's storage
+    std::string stored_name = name;
+    put_completions("C:/co", {stored_name.c_str()});
+    {
+        HeapHookScope hook([&](uint64_t) {
+            stored_name.assign(name.size(), 'x');
+            return true;
+        });
+        key(KEY_ENTER);
+    }
+    EXPECT_EQ(text_of(*path), "C:/" + name);
+}
+
+TEST(InputEnter, ANameThatTheScratchArenaDoesNotHoldChangesNothing) {
+    FrameScope scope;
+    put_completions("C:/co", {"code"});
+    for (uint64_t room : {4u, 5u}) { // the name's zero byte wants one too
+        scratch_empty();
+        std::string filler(scratch->capacity - room - 1, 'x');
+        scratch_join(str_over(filler), {});
+        key(KEY_ENTER);
+        EXPECT_EQ(text_of(*path), room == 4 ? "C:/co" : "C:/code");
+        EXPECT_EQ(published(), room == 4 ? 0 : 1);
+    }
+}
+
 TEST(InputEnter, ASecondOneBeforeTheWorkerReactsAppendsFromTheOldList) {
     FrameScope scope;
     put_completions("C:/pr", {"project/"});
