@@ -6,12 +6,14 @@ SearchState search_state = {
     .path = {},
     .query = {},
     .max_file_size = 10000000,
+    .requests_published = 0,
     .interface_pass = 0,
     .retired_text = {nullptr, &search_state.worker_pass},
     .request_pending = 1,
     .search_busy = 0,
     .worker_pass = 0,
     .requests_taken = 0,
+    .requests_seen = 0,
     .results_dirty = 0,
     .results_scroll = 0,
 };
@@ -27,12 +29,20 @@ uint8_t set_field_end(StrBuf *field, uint64_t start, Str end) {
 void publish_request() {
     results_store.hit_table.count = 0;
     search_state.results_dirty = 1;
+    search_state.requests_published = search_state.requests_published + 1;
     search_state.request_pending = 1;
 }
 
+uint8_t has_request() {
+    return search_state.request_pending || search_state.requests_published != search_state.requests_seen;
+}
+
 Str take_request() {
-    // The path is read after the flag is cleared: an edit that lands in between raises the flag again and is
-    // searched next, while one that landed after an earlier read would be lost with the flag.
+    // The path is read after the flag is cleared: an edit that lands in between raises the flag again and
+    // cancels the search, while one that landed after an earlier read would be lost with the flag. The
+    // processor may still delay the store beyond the read, and so clear the flag of an edit that this search
+    // does not see. Loads it keeps in order: the number is then an old one too.
+    search_state.requests_seen = search_state.requests_published;
     search_state.request_pending = 0;
     Str path = strbuf_text(&search_state.path);
     results_store.file_table.count = 0;

@@ -13,7 +13,8 @@ struct SearchState {
     // interface writes, worker reads
     StrBuf path;  // the Path field's own text: a folder, or a folder and the start of a name
     StrBuf query; // the Src field's own text, matched byte for byte
-    volatile int64_t max_file_size;   // bytes; larger files are skipped; 0: no limit; set at start-up only
+    volatile int64_t max_file_size; // bytes; larger files are skipped; 0: no limit; set at start-up only
+    volatile uint32_t requests_published; // goes up with each request, before request_pending is set
     volatile uint32_t interface_pass; // goes up at the top of each frame; 0 where nobody reads the results
     RetiredBlocks retired_text;       // interface only: replaced storage of path and query
 
@@ -24,10 +25,11 @@ struct SearchState {
     volatile uint8_t search_busy;  // 1 while a content search walks
     volatile uint32_t worker_pass; // goes up at each turn of the poll loop; 0 until the worker thread starts
     volatile uint32_t requests_taken; // goes up with each request, once the old results are no longer counted
+    uint32_t requests_seen;           // worker only: requests_published before the path was read for a search
 
     // both write
-    volatile uint8_t
-        results_dirty; // set by whoever changes the results; the interface clears it, then redraws
+    // set by whoever changes the results; the interface clears it, then redraws
+    volatile uint8_t results_dirty;
     volatile int32_t results_scroll; // first visible row; the interface scrolls, each request sets it to 0
 };
 
@@ -44,6 +46,9 @@ uint8_t set_field_end(StrBuf *field, uint64_t start, Str end);
 
 // Interface: wants a new search of the texts as they are now. The list of hits empties at once.
 void publish_request();
+
+// Worker: whether a search is wanted.
+uint8_t has_request();
 
 // Worker: accepts the request and empties the results. Returns the path, in the field's own storage.
 Str take_request();

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "search/search_state.h"
+#include "search/worker.h"
 #include "support/heap_hook.h"
 #include "support/test_tree.h"
 
@@ -66,6 +67,20 @@ TEST(Request, PublishingEmptiesTheHitsMarksThemDirtyAndAsks) {
     EXPECT_EQ(search_state.request_pending, 1);
     EXPECT_EQ(results_store.file_table.count, 3u); // the worker's to empty
     EXPECT_EQ(search_state.results_scroll, 5);
+}
+
+TEST(Request, OneWhoseFlagIsLostIsTakenAllTheSame) {
+    SearchScope scope;
+    set_field(&search_state.path, "C:/src/");
+    publish_request();
+    EXPECT_EQ(search_worker_turn(), 1);
+    EXPECT_EQ(search_worker_turn(), 0);
+    publish_request();
+    search_state.request_pending = 0; // by a turn that read the path before
+    uint32_t taken = search_state.requests_taken;
+    EXPECT_EQ(search_worker_turn(), 1);
+    EXPECT_EQ(search_state.requests_taken, taken + 1);
+    EXPECT_EQ(search_worker_turn(), 0);
 }
 
 TEST(Request, TakingOneEmptiesTheStoreAndLeavesDirtyAlone) {
