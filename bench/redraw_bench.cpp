@@ -28,8 +28,8 @@ void set_up() {
     strbuf_init(&search_state.query, 1024);
     set_field_text(&search_state.path, str_from("C:/code/tarnwick/"));
     set_field_text(&search_state.query, str_from("EVENT_WINDOW_RESIZED"));
-    dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
-    ui_state.focused_field = &search_state.query;
+    dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
+    input_field.focused_field = &search_state.query;
     field_set_single_caret(0, field_text_end(&search_state.query));
     results_store_reserve();
 }

@@ -49,8 +49,8 @@ void complete_path(StrBuf *field) {
 
 // The text that gets the focus is wholly selected. An open drop-down is the other field's from then on.
 void focus_other_field(const StrBuf *field) {
-    ui_state.focused_field = field == &search_state.path ? &search_state.query : &search_state.path;
-    field_set_single_caret(0, field_text_end(ui_state.focused_field));
+    input_field.focused_field = field == &search_state.path ? &search_state.query : &search_state.path;
+    field_set_single_caret(0, field_text_end(input_field.focused_field));
 }
 
 void handle_button(const ButtonPayload &button) {
@@ -69,7 +69,7 @@ void handle_key(const WindowEvent *event) {
             ui_press(event->key.code, ui_pointer_position());
         }
     }
-    StrBuf *field = ui_state.focused_field;
+    StrBuf *field = input_field.focused_field;
     if (!field) {
         return;
     }
@@ -89,8 +89,8 @@ void handle_key(const WindowEvent *event) {
 
 void handle_character(const WindowEvent *event) {
     // Tab and Enter act as keys only. Escape's character is typed, and that is meant.
-    if (ui_state.focused_field && event->character.unit != '\t' && event->character.unit != '\n') {
-        edit(ui_state.focused_field, event);
+    if (input_field.focused_field && event->character.unit != '\t' && event->character.unit != '\n') {
+        edit(input_field.focused_field, event);
     }
 }
 

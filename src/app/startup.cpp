@@ -23,7 +23,7 @@ void startup_reserve_buffers() {
     results_store_reserve_files_and_hits();
     saved_lists_reserve();
     results_store_reserve_folders();
-    dynarray_init(&ui_state.caret_list, sizeof(Caret), 16);
+    dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
 }
 
 void startup_load(Str folder, Str command_line) {
@@ -35,7 +35,7 @@ void startup_load(Str folder, Str command_line) {
 }
 
 void startup_focus() {
-    ui_state.focused_field = &search_state.query;
+    input_field.focused_field = &search_state.query;
     field_set_single_caret(0, field_text_end(&search_state.query));
-    saved_lists_update_mark(ui_state.focused_field);
+    saved_lists_update_mark(input_field.focused_field);
 }

@@ -96,7 +96,7 @@ void draw_caret_box(Framebuffer *framebuffer, Rect box) {
 }
 
 void draw_carets(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t text_x, Str text) {
-    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
         Caret caret = field_carets()[i];
         int32_t start = caret.anchor < caret.caret ? caret.anchor : caret.caret;
         int32_t end = caret.anchor < caret.caret ? caret.caret : caret.anchor;
@@ -132,7 +132,7 @@ namespace {
 // Makes a saved entry the field's text, selected, and searches for it.
 void pick_entry(StrBuf *text, Str entry) {
     set_field_text(text, entry); // without memory the text stays, and the search starts all the same
-    ui_state.dropdown_open = 0;
+    input_field.dropdown_open = 0;
     saved_lists_update_mark(text); // cleans a path, so it comes before the request
     publish_request();
     saved_list_write(text);
@@ -143,7 +143,7 @@ void pick_entry(StrBuf *text, Str entry) {
 // can be brought back.
 void dropdown(Framebuffer *framebuffer, StrBuf *text, LayoutCursor *cursor) {
     const DynArray *list = saved_list_of(text);
-    if (ui_state.focused_field != text || !ui_state.dropdown_open || !list || list->count == 0) {
+    if (input_field.focused_field != text || !input_field.dropdown_open || !list || list->count == 0) {
         return;
     }
     cursor->stop = 1;
@@ -177,7 +177,7 @@ void dropdown(Framebuffer *framebuffer, StrBuf *text, LayoutCursor *cursor) {
 // ---- The field ----
 
 void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_saved, LayoutCursor *cursor) {
-    uint8_t is_focused = ui_state.focused_field == text;
+    uint8_t is_focused = input_field.focused_field == text;
     Rect row = {cursor->x, cursor->y, cursor->width, cursor->row_advance};
     uint8_t is_hovered = is_inside(row, cursor->mouse);
     ClipSize clip = whole_of(framebuffer);
@@ -204,9 +204,9 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
         fill_rect(framebuffer, clip, {left, row.y, row.x + row.width - left, row.height}, row_colour);
         if (toggle_button(framebuffer, button, is_saved, cursor)) {
             cursor->click_consumed = 1;
-            saved_list_save(text, ui_state.focused_field);
-            if (ui_state.focused_field) { // the path may have got shorter, whichever field was saved
-                field_clamp_carets(ui_state.focused_field);
+            saved_list_save(text, input_field.focused_field);
+            if (input_field.focused_field) { // the path may have got shorter, whichever field was saved
+                field_clamp_carets(input_field.focused_field);
             }
         }
     }
@@ -217,8 +217,8 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
     if (is_hovered && !cursor->click_consumed) {
         uint8_t is_left = left_went_down();
         if (is_left || ui_went_down(MOUSE_RIGHT)) {
-            ui_state.dropdown_open = !is_left && !(is_focused && ui_state.dropdown_open);
-            ui_state.focused_field = text;
+            input_field.dropdown_open = !is_left && !(is_focused && input_field.dropdown_open);
+            input_field.focused_field = text;
             field_set_single_caret(0, field_text_end(text));
             if (is_left) { // the right button's release draws the next frame
                 search_state.results_dirty = 1;

@@ -98,7 +98,7 @@ void copy_selections(const StrBuf *field) {
     StrBuf copy;
     strbuf_init(&copy, 1024);
     uint8_t is_whole = 1;
-    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
         Range selection = selection_of(field_carets()[i]);
         uint64_t count = static_cast<uint64_t>(selection.end - selection.start);
         is_whole = is_whole && strbuf_make_room(&copy, count, nullptr);
@@ -140,7 +140,7 @@ void remove_bytes(StrBuf *field, Range range) {
 // Merges the first pair that overlaps or touches; returns 0 when there is none.
 uint8_t merge_one_pair() {
     Caret *carets = field_carets();
-    uint64_t count = ui_state.caret_list.count;
+    uint64_t count = input_field.caret_list.count;
     for (uint64_t i = 0; i < count; i++) {
         Range first = selection_of(carets[i]);
         for (uint64_t j = i + 1; j < count; j++) {
@@ -152,7 +152,7 @@ uint8_t merge_one_pair() {
             int32_t end = first.end > second.end ? first.end : second.end;
             carets[i] = carets[i].anchor > carets[i].caret ? Caret{end, start} : Caret{start, end};
             carets[j] = carets[count - 1];
-            ui_state.caret_list.count = count - 1;
+            input_field.caret_list.count = count - 1;
             return 1;
         }
     }
@@ -172,7 +172,7 @@ constexpr Effect text_edited = {1, 1};
 // To the text's start or end, as one caret; without a caret there stays none. The selection that Shift
 // extends begins at the anchor furthest from there.
 void move_to_edge(int32_t edge, uint8_t extend) {
-    uint64_t count = ui_state.caret_list.count;
+    uint64_t count = input_field.caret_list.count;
     int32_t anchor = edge;
     for (uint64_t i = 0; extend && i < count; i++) {
         int32_t other = field_carets()[i].anchor;
@@ -306,16 +306,16 @@ int32_t field_text_end(const StrBuf *field) {
 }
 
 void field_set_single_caret(int32_t anchor, int32_t caret) {
-    ui_state.caret_list.count = 0;
-    if (ui_state.caret_list.capacity > 0) { // a push would never return
+    input_field.caret_list.count = 0;
+    if (input_field.caret_list.capacity > 0) { // a push would never return
         Caret only = {anchor, caret};
-        dynarray_push(&ui_state.caret_list, sizeof(only), &only);
+        dynarray_push(&input_field.caret_list, sizeof(only), &only);
     }
 }
 
 void field_clamp_carets(const StrBuf *field) {
     int32_t end = field_text_end(field);
-    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
         Caret *caret = &field_carets()[i];
         *caret = {clamped(caret->anchor, end), clamped(caret->caret, end)};
     }
@@ -338,7 +338,7 @@ void field_handle_key(StrBuf *field, const WindowEvent *event, uint8_t *handled,
 // ---- Edits ----
 
 void field_move_carets(const StrBuf *field, CaretDirection direction, uint8_t word, uint8_t extend) {
-    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
         Caret *caret = &field_carets()[i];
         if (has_selection(*caret) && !extend) {
             Range selection = selection_of(*caret);
@@ -354,7 +354,7 @@ void field_move_carets(const StrBuf *field, CaretDirection direction, uint8_t wo
 
 void field_delete(StrBuf *field, CaretDirection direction, uint8_t word) {
     uint8_t any_selection = 0;
-    for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
         any_selection = any_selection || has_selection(field_carets()[i]);
     }
     if (!any_selection) {
@@ -365,7 +365,7 @@ void field_delete(StrBuf *field, CaretDirection direction, uint8_t word) {
 
 void field_replace_selections(StrBuf *field, uint64_t count, const char *bytes) {
     Caret *carets = field_carets();
-    uint64_t caret_count = ui_state.caret_list.count;
+    uint64_t caret_count = input_field.caret_list.count;
     int64_t total_change = 0; // of the text's length
     for (uint64_t i = 0; i < caret_count; i++) {
         Range selection = selection_of(carets[i]);

@@ -1,6 +1,6 @@
 // The line editor: what keys and characters do to the focused field's text and carets.
 //
-// The carets are ui_state.caret_list. Whoever sets carets sets exactly one; several are allowed, and every
+// The carets are input_field.caret_list. Whoever sets carets sets exactly one; several are allowed, and every
 // key acts on all of them in the list's order. Offsets are bytes, and every caret lies inside the text:
 // whoever else shortens a text calls field_clamp_carets. The search worker reads the text where it is,
 // without a lock: it is zero-terminated after each change, and storage that it outgrows is retired. Interface
@@ -22,9 +22,9 @@ struct Caret {
     int32_t caret;  // byte offset; moves
 };
 
-// The focused field's carets, ui_state.caret_list.count of them. Valid until carets are set.
+// The focused field's carets, input_field.caret_list.count of them. Valid until carets are set.
 inline Caret *field_carets() {
-    return reinterpret_cast<Caret *>(ui_state.caret_list.data);
+    return reinterpret_cast<Caret *>(input_field.caret_list.data);
 }
 
 // The end of the text as carets count it: its length, or 2 GiB - 1 in a longer text, whose rest no caret

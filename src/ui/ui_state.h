@@ -74,13 +74,16 @@ struct UiState {
     uint16_t moved[64]; // pointer and wheel
     uint32_t moved_count;
     uint8_t list_was_full; // the next frame's begin clears every slot
+};
+extern UiState ui_state;
 
-    // whoever moves the focus writes; the line editor changes the carets
+// Whoever moves the focus writes; the line editor changes the carets.
+struct InputField {
     StrBuf *focused_field; // the text of the field that keys go to, a field of search_state; null: none
     DynArray caret_list;   // of Caret (line_editor.h), the focused field's; start-up reserves room for 16
     uint8_t dropdown_open; // the saved entries of the focused field are shown below it
 };
-extern UiState ui_state;
+extern InputField input_field;
 
 // ---- The turn of a frame ----
 

@@ -226,7 +226,7 @@ StartedProgram::~StartedProgram() {
     }
     for (DynArray *array :
          {&results_store.file_table, &results_store.hit_table, &saved_lists.paths, &saved_lists.queries,
-          &results_store.matching_folders, &results_store.other_folders, &ui_state.caret_list}) {
+          &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
         os_free(array->data);
         *array = {};
     }
@@ -244,6 +244,7 @@ StartedProgram::~StartedProgram() {
     free_row_text();
     os_free(ui_state.slots);
     ui_state = {};
+    input_field = {};
     os_file_free(&settings.file);
     settings = first_settings;
     saved_lists = {};
@@ -961,7 +962,7 @@ Parts parts_of(const InterfaceScope &scope) {
             scope.file("saved_queries.txt"),
             commands,
             to_string(process_clipboard.blocks[CLIPBOARD_BYTE_TEXT]),
-            std::to_string(ui_state.dropdown_open) + std::to_string(search_state.results_scroll) +
+            std::to_string(input_field.dropdown_open) + std::to_string(search_state.results_scroll) +
                 std::to_string(search_state.request_pending)};
 }
 
@@ -1061,7 +1062,7 @@ const std::vector<Step> steps = {
      [](InterfaceScope *scope) {
          set_entries(query, {"hay", std::string(3000, 'p')});
          saved_list_write(query);
-         ui_state.dropdown_open = 1;
+         input_field.dropdown_open = 1;
          scope->warm();
      },
      [](InterfaceScope *scope) {
@@ -1070,7 +1071,7 @@ const std::vector<Step> steps = {
      {}},
     {"removing an entry",
      [](InterfaceScope *scope) {
-         ui_state.dropdown_open = 1;
+         input_field.dropdown_open = 1;
          scope->warm();
      },
      [](InterfaceScope *scope) {
@@ -1165,7 +1166,7 @@ bool is_allowed(const Step &step, Part part, const std::string &value) {
 // its command, and the picture is there.
 void go_on_after_step(InterfaceScope *scope) {
     search_state.request_pending = 0;
-    ui_state.dropdown_open = 0;
+    input_field.dropdown_open = 0;
     search_state.results_scroll = 0;
     FrameScope::focus(query, {{0, 0}});
     scope->begin();

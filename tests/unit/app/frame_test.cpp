@@ -117,7 +117,7 @@ TEST(FramePicture, ADropDownWithLiveAndRemovedEntries) {
     scope.focus(path, {{0, 6}});
     set_entries(path, {"C:/src/gadgets", "(C:/old/project)", "C:/src/fjord", "(D:/backup)", "C:/src"});
     saved_lists.path_saved = 1;
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     expect_frame("frame_dropdown", {420, 160}, {150, 70});
 }
 
@@ -127,7 +127,7 @@ TEST(FramePicture, ADropDownOfSrcWithTheMouseOnAButton) {
     set_field(query, "needle");
     scope.focus(query, {{0, 6}});
     set_entries(query, {"gjpqy", "(removed)", "last"});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     expect_frame("frame_dropdown_button", {420, 160}, {14, 76});
 }
 
@@ -206,7 +206,7 @@ TEST(FramePicture, ADropDownOfLargeText) {
     set_field(query, "needle");
     scope.focus(query, {{0, 6}});
     set_entries(query, {"gjpqy", "(Removed)", "last"});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     expect_frame("frame_dropdown_32", {420, 220}, {100, 150});
 }
 
@@ -245,7 +245,7 @@ TEST(FrameDraw, AFramebufferOfNoSizeIsLeftAlone) {
     search_state.search_busy = 1;
     for (uint8_t is_open : {uint8_t{0}, uint8_t{1}}) {
         set_entries(path, {"one"});
-        ui_state.dropdown_open = is_open;
+        input_field.dropdown_open = is_open;
         Framebuffer none = {};
         frame_draw(&none, {0, 0});
         EXPECT_EQ(none.pixels, nullptr);
@@ -415,7 +415,7 @@ TEST(FrameDraw, AnOpenDropDownLeavesTheRestUndrawn) {
     set_entries(path, {"one"});
     scope.put_hits(30);
     search_state.search_busy = 1;
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     Canvas canvas(200, 100, unpainted);
     frame_draw(&canvas.framebuffer, nowhere);
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19"); // one underline
@@ -433,15 +433,15 @@ TEST(FrameDraw, TheDropDownOfPathKeepsClicksFromSrc) {
     set_field(path, "abc");
     scope.focus(path, {});
     set_entries(path, {"one"});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_RIGHT, {});
     frame_draw(&canvas.framebuffer, {100, 47}); // on Src, below the list's only row
-    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     ui_press(MOUSE_LEFT, {});
     frame_draw(&canvas.framebuffer, {100, 47});
-    EXPECT_EQ(ui_state.focused_field, path);
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_EQ(input_field.dropdown_open, 1);
     EXPECT_EQ(text_of(*path), "abc");
 }
 
@@ -450,12 +450,12 @@ TEST(FrameDraw, ARightClickGoesFromSrcsDropDownToPaths) {
     scope.focus(query, {});
     set_entries(query, {"hay"});
     set_entries(path, {"C:/one"});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_RIGHT, {});
     frame_draw(&canvas.framebuffer, {100, 10});
-    EXPECT_EQ(ui_state.focused_field, path);
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_EQ(input_field.dropdown_open, 1);
     ui_begin_frame();
     frame_draw(&canvas.framebuffer, {100, 10});
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19");
@@ -467,13 +467,13 @@ TEST(FrameDraw, AClickOnOneFieldIsNoneOnTheOther) {
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_LEFT, {});
     frame_draw(&canvas.framebuffer, {100, 10});
-    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(carets(), "{0,3}");
     ui_release(MOUSE_LEFT, {});
     ui_begin_frame();
     ui_press(MOUSE_LEFT, {});
     frame_draw(&canvas.framebuffer, {100, 27});
-    EXPECT_EQ(ui_state.focused_field, query);
+    EXPECT_EQ(input_field.focused_field, query);
 }
 
 // ---- The clock ----
@@ -651,7 +651,7 @@ TEST(FrameLoop, ALeftClickIsSeenInTheSecondFrame) {
     loop.frames_in(1);
     headless_press(MOUSE_LEFT);
     EXPECT_EQ(loop.frames_in(1), 1u);
-    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(loop.frames_in(10), 1u);
     headless_release(MOUSE_LEFT);
     EXPECT_EQ(loop.frames_in(10), 1u);
@@ -663,7 +663,7 @@ TEST(FrameLoop, ARightClickIsSeenWithItsRelease) {
     loop.frames_in(1);
     headless_press(MOUSE_RIGHT);
     EXPECT_EQ(loop.frames_in(10), 1u);
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.dropdown_open, 1);
     headless_release(MOUSE_RIGHT);
     EXPECT_EQ(loop.frames_in(10), 1u);
 }

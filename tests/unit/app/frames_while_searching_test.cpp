@@ -102,9 +102,9 @@ struct User {
 
     // To the field, by Tab when the other one has the focus, with the caret at the text's end.
     void go_to(StrBuf *field) {
-        if (!ui_state.focused_field) {
-            ui_state.focused_field = field;
-        } else if (ui_state.focused_field != field) {
+        if (!input_field.focused_field) {
+            input_field.focused_field = field;
+        } else if (input_field.focused_field != field) {
             key(KEY_TAB);
         }
         key(KEY_END);
@@ -286,8 +286,8 @@ TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
         }
     }
 
-    ui_state.focused_field = nullptr;
-    ui_state.dropdown_open = 0;
+    input_field.focused_field = nullptr;
+    input_field.dropdown_open = 0;
     begin_frame();
     set_field(path, user.root);
     set_field(query, "needle");

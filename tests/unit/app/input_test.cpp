@@ -94,8 +94,8 @@ Seen see(const FrameScope &scope) {
             carets(),
             scope.file("saved_paths.txt"),
             scope.file("saved_queries.txt"),
-            ui_state.focused_field,
-            ui_state.dropdown_open,
+            input_field.focused_field,
+            input_field.dropdown_open,
             saved_lists.path_saved,
             saved_lists.query_saved,
             search_state.results_scroll,
@@ -345,7 +345,7 @@ TEST(InputEnter, CompletesThePathWithTheFirstFolderAndStartsASearch) {
     EXPECT_EQ(scope.file("saved_paths.txt"), "C:/code/project/\r\nC:/kept");
     EXPECT_EQ(scope.file("saved_queries.txt"), "none");
     EXPECT_EQ(text_of(*query), "q");
-    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(path->data[path->count], 0);
 }
 
@@ -498,7 +498,7 @@ TEST(InputEnter, DoesNothingWithoutMatchingFolders) {
 TEST(InputEnter, DoesNothingWithoutAFocus) {
     FrameScope scope;
     put_completions("C:/code/pr", {"project/"});
-    ui_state.focused_field = nullptr;
+    input_field.focused_field = nullptr;
     Seen before = see(scope);
     key(KEY_ENTER);
     EXPECT_TRUE(see(scope) == before);
@@ -561,10 +561,10 @@ TEST(InputEnter, AFileThatCannotBeWrittenStopsNoSearch) {
 TEST(InputEnter, CompletesUnderAnOpenDropDownWhichStaysOpen) {
     FrameScope scope;
     put_completions("C:/co", {"code"});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     key(KEY_ENTER);
     EXPECT_EQ(text_of(*path), "C:/code");
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.dropdown_open, 1);
 }
 
 TEST(InputEnter, ShiftAndCtrlMakeNoDifference) {
@@ -603,7 +603,7 @@ TEST(InputTab, AnEmptyTextGetsACaretAtItsStart) {
     set_field(path, "C:/code");
     scope.focus(path, {{1, 1}});
     key(KEY_TAB);
-    EXPECT_EQ(ui_state.focused_field, query);
+    EXPECT_EQ(input_field.focused_field, query);
     EXPECT_EQ(carets(), "{0,0}");
 }
 
@@ -679,10 +679,10 @@ TEST(InputTab, AnOpenDropDownIsTheOtherFieldsFromThenOn) {
     FrameScope scope;
     set_field(query, "needle");
     scope.focus(path, {});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     key(KEY_TAB);
-    EXPECT_EQ(ui_state.focused_field, query);
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.focused_field, query);
+    EXPECT_EQ(input_field.dropdown_open, 1);
     EXPECT_EQ(carets(), "{0,6}");
 }
 
@@ -694,7 +694,7 @@ TEST(InputTab, ShiftAndCtrlMakeNoDifference) {
         key(held);
         key(KEY_TAB);
         key(held, KEY_RELEASED);
-        EXPECT_EQ(ui_state.focused_field, query);
+        EXPECT_EQ(input_field.focused_field, query);
         EXPECT_EQ(carets(), "{0,6}");
     }
 }
@@ -756,10 +756,10 @@ TEST(InputEscape, LeavesAnOpenDropDownOpen) {
     FrameScope scope;
     recorded_opened_paths.clear();
     scope.focus(path, {{0, 0}});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     key(KEY_ESCAPE); // that is meant
-    EXPECT_EQ(ui_state.dropdown_open, 1);
-    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(input_field.dropdown_open, 1);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(recorded_opened_paths.size(), 1u);
     recorded_opened_paths.clear();
 }
@@ -846,7 +846,7 @@ TEST(InputWheel, ScrollsInEveryState) {
         for (bool is_open : {false, true}) {
             for (Point mouse : {Point{20, 8}, Point{300, 300}, Point{-5000, 9000}}) {
                 scope.focus(field, {{1, 3}});
-                ui_state.dropdown_open = is_open ? 1 : 0;
+                input_field.dropdown_open = is_open ? 1 : 0;
                 pointer(EVENT_MOUSE_MOVE, mouse);
                 search_state.results_scroll = 100;
                 Seen expected = see(scope);
@@ -971,7 +971,7 @@ TEST(InputFocus, ItsGainReleasesNothingAndNeitherChangesATextOrTheFocusedField) 
     EXPECT_TRUE(ui_is_down(KEY_SHIFT));
     focus_event(0);
     EXPECT_TRUE(see(scope) == before);
-    EXPECT_EQ(ui_state.focused_field, query);
+    EXPECT_EQ(input_field.focused_field, query);
 }
 
 TEST(InputFocus, ItsLossMergesTheCaretsAsShiftsReleaseDoes) {

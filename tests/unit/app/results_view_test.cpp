@@ -588,7 +588,7 @@ TEST(ResultsMouse, AnOpenDropDownKeepsClicksFromTheList) {
     ListScope scope;
     scope.focus(path, {});
     set_entries(path, {"one"});
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     Canvas canvas(300, 200, unpainted);
     for (Buttons buttons : {RIGHT, LEFT}) {
         press(buttons);

@@ -22,7 +22,7 @@ void free_buffers() {
     }
     for (DynArray *array :
          {&results_store.file_table, &results_store.hit_table, &saved_lists.paths, &saved_lists.queries,
-          &results_store.matching_folders, &results_store.other_folders, &ui_state.caret_list}) {
+          &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
         os_free(array->data);
         *array = {};
     }
@@ -92,7 +92,7 @@ TEST(StartupBuffers, AreReservedInTheirOrder) {
         EXPECT_EQ(array->count, 0u);
         EXPECT_EQ(array->capacity, 128u);
     }
-    EXPECT_EQ(ui_state.caret_list.capacity, 16u);
+    EXPECT_EQ(input_field.caret_list.capacity, 16u);
     free_buffers();
 }
 
@@ -115,7 +115,7 @@ TEST(StartupBuffers, ARefusedOneHasCapacityZeroAndTheOthersAreThere) {
                                        saved_lists.queries.capacity,
                                        results_store.matching_folders.capacity,
                                        results_store.other_folders.capacity,
-                                       ui_state.caret_list.capacity};
+                                       input_field.caret_list.capacity};
         for (size_t i = 0; i < buffer_sizes.size(); i++) {
             EXPECT_EQ(capacities[i] == 0, i == refused && i != 2 && i != 3) << i;
         }
@@ -197,8 +197,8 @@ TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
     ProgramFolder program("");
     program.after("x.exe \"D:/a/b/\" -bar");
     startup_focus();
-    EXPECT_EQ(ui_state.focused_field, &search_state.query);
-    ASSERT_EQ(ui_state.caret_list.count, 1u);
+    EXPECT_EQ(input_field.focused_field, &search_state.query);
+    ASSERT_EQ(input_field.caret_list.count, 1u);
     EXPECT_EQ(field_carets()[0].anchor, 0);
     EXPECT_EQ(field_carets()[0].caret, 3);
     EXPECT_EQ(saved_lists.query_saved, 1);

@@ -120,7 +120,7 @@ struct Fields : SearchScope {
     }
 
     static void focus(StrBuf *field, int32_t anchor = 0, int32_t caret = 0) {
-        ui_state.focused_field = field;
+        input_field.focused_field = field;
         field_set_single_caret(anchor, caret);
     }
 
@@ -263,7 +263,7 @@ TEST(FieldWidget, DrawsLabelTextSaveButtonAndUnderline) {
 TEST(FieldWidget, ItsTextIsBrightestUnderTheMouseAndBrighterWithTheFocus) {
     Fields fields;
     set_field(query, "needle");
-    ui_state.focused_field = query; // and no caret
+    input_field.focused_field = query; // and no caret
     fields.draw(query);
     Drawing focused;
     focused.field("Src: ", "needle", 220, grey, true);
@@ -311,8 +311,8 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     strbuf_init(&other, 16);
     strbuf_append(&other, 3, "abc");
     fields.focus(&other);
-    ui_state.caret_list.count = 0;
-    ui_state.dropdown_open = 1;
+    input_field.caret_list.count = 0;
+    input_field.dropdown_open = 1;
     fields.click(&other, on_save, MOUSE_MIDDLE);
     Drawing expected;
     expected.fill(row, focused_ground);
@@ -324,7 +324,7 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     EXPECT_EQ(fields.cursor.y, 27);
     fields.click(&other, on_save);
     EXPECT_EQ(carets(), "{0,3}");
-    ui_state.focused_field = nullptr;
+    input_field.focused_field = nullptr;
     os_free(other.data);
 }
 
@@ -370,7 +370,7 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
     fields.complete("abc");
     set_entries(path, {"one", "(two)"});
     fields.focus(path, 2, 5);
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     for (int32_t width : {0, 1, 5, 6, 7, 20, 60}) {
         for (int32_t height : {0, 1, 4, 19, 28, 46}) {
             Canvas canvas(width, height, ground);
@@ -409,9 +409,9 @@ void put_bar(Drawing *drawing, int32_t x) {
 template <typename Put> void expect_carets(const std::string &text, std::vector<Caret> carets, Put put) {
     Fields fields;
     set_field(path, text);
-    ui_state.focused_field = path;
+    input_field.focused_field = path;
     for (const Caret &caret : carets) {
-        dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
     }
     fields.draw(path);
     Drawing expected;
@@ -567,11 +567,11 @@ TEST(FieldClick, ALeftClickSelectsAllAndClosesTheDropDown) {
     set_field(path, "C:/src");
     set_field(query, "needle");
     fields.focus(query, 2, 2);
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     fields.click(path, on_row);
-    EXPECT_EQ(ui_state.focused_field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(carets(), "{0,6}");
-    EXPECT_EQ(ui_state.dropdown_open, 0);
+    EXPECT_EQ(input_field.dropdown_open, 0);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_EQ(fields.cursor.click_consumed, 1);
@@ -610,7 +610,7 @@ TEST(FieldClick, SelectsAllOfAFieldThatHasTheFocusAndOfAnEmptyOne) {
     EXPECT_EQ(carets(), "{0,3}");
     fields.click(query, on_row);
     EXPECT_EQ(carets(), "{0,0}");
-    EXPECT_EQ(ui_state.focused_field, query);
+    EXPECT_EQ(input_field.focused_field, query);
 }
 
 TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame) {
@@ -629,8 +629,8 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
     fields.focus(query, 3, 3);
     for (const auto &clicked : rows) {
         fields.click(clicked.field, on_row, MOUSE_RIGHT);
-        EXPECT_EQ(ui_state.focused_field, clicked.field);
-        EXPECT_EQ(ui_state.dropdown_open, clicked.is_open);
+        EXPECT_EQ(input_field.focused_field, clicked.field);
+        EXPECT_EQ(input_field.dropdown_open, clicked.is_open);
         EXPECT_EQ(carets(), clicked.carets);
         EXPECT_EQ(search_state.results_dirty, 0); // its release redraws: that is meant
         EXPECT_EQ(fields.cursor.click_consumed, 1);
@@ -643,8 +643,8 @@ TEST(FieldClick, OfBothButtonsTheLeftOneCounts) {
     ui_press(MOUSE_RIGHT, on_row);
     ui_press(MOUSE_LEFT, on_row);
     fields.draw(path, on_row);
-    EXPECT_EQ(ui_state.focused_field, path);
-    EXPECT_EQ(ui_state.dropdown_open, 0);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_EQ(input_field.dropdown_open, 0);
     EXPECT_EQ(search_state.results_dirty, 1);
 }
 
@@ -661,7 +661,7 @@ TEST(FieldClick, BesideTheRowAndWithAHeldOrMiddleButtonNothingHappens) {
     ui_press(MOUSE_LEFT, on_row);
     ui_begin_frame();
     fields.draw(path, on_row);
-    EXPECT_EQ(ui_state.focused_field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
     EXPECT_EQ(fields.cursor.click_consumed, 0);
 }
 
@@ -672,12 +672,12 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_press(MOUSE_LEFT, on_row);
     fields.cursor.click_consumed = 1;
     fields.draw_next(path);
-    EXPECT_EQ(ui_state.focused_field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
 
     // A click on the save button does not move the focus.
     ui_begin_frame();
     fields.click(path, on_save);
-    EXPECT_EQ(ui_state.focused_field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
     EXPECT_EQ(fields.cursor.click_consumed, 1);
     EXPECT_EQ(entries_of(saved_lists.paths), "abc");
 
@@ -688,7 +688,7 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_press(MOUSE_RIGHT, on_save);
     ui_press(MOUSE_LEFT, on_save);
     fields.draw(path, on_save);
-    EXPECT_EQ(ui_state.focused_field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
     EXPECT_EQ(entries_of(saved_lists.paths), "abc|def");
 }
 
@@ -696,8 +696,8 @@ TEST(FieldClick, ARightClickOnTheSaveButtonIsOneOnTheRow) {
     Fields fields;
     set_field(path, "abc");
     fields.click(path, on_save, MOUSE_RIGHT);
-    EXPECT_EQ(ui_state.focused_field, path);
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_EQ(input_field.dropdown_open, 1);
     EXPECT_EQ(entries_of(saved_lists.paths), "");
 }
 
@@ -861,7 +861,7 @@ struct OpenPaths : Fields {
         set_field(path, text);
         set_entries(path, entries);
         focus(path, 1, 1);
-        ui_state.dropdown_open = 1;
+        input_field.dropdown_open = 1;
     }
 };
 
@@ -870,7 +870,7 @@ struct OpenPaths : Fields {
 TEST(DropDown, ShowsLiveAndRemovedEntriesInRowsBelowTheField) {
     const std::vector<std::string> entries = {"C:/one", "(C:/two)", "C:/three"};
     OpenPaths fields(entries);
-    ui_state.caret_list.count = 0;
+    input_field.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
     expected.field("Path: ", "abc", 220, grey, true);
@@ -883,7 +883,7 @@ TEST(DropDown, ShowsLiveAndRemovedEntriesInRowsBelowTheField) {
 TEST(DropDown, LightsTheRowAndTheButtonUnderTheMouse) {
     const std::vector<std::string> entries = {"C:/one", "(C:/two)", "C:/three"};
     OpenPaths fields(entries);
-    ui_state.caret_list.count = 0;
+    input_field.caret_list.count = 0;
     const struct {
         Point mouse;
         int32_t hovered;
@@ -910,11 +910,11 @@ TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     EXPECT_EQ(fields.cursor.stop, 1);
     fields.draw(query);
     EXPECT_EQ(fields.cursor.stop, 0);
-    ui_state.dropdown_open = 0;
+    input_field.dropdown_open = 0;
     fields.draw(path);
     EXPECT_EQ(fields.cursor.stop, 0);
     EXPECT_EQ(fields.cursor.y, 27);
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     empty_list(&saved_lists.paths);
     fields.draw(path);
     EXPECT_EQ(fields.cursor.stop, 0);
@@ -936,7 +936,7 @@ TEST(DropDown, AButtonTurnsItsEntryAroundAndTellsWhatItWas) {
     EXPECT_EQ(entries_of(saved_lists.paths), "(one)|two");
     EXPECT_EQ(fields.file("saved_paths.txt"), "abc\r\ntwo");
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.dropdown_open, 1);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_EQ(carets(), "{1,1}");
@@ -964,7 +964,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     fields.click(path, on_entry(1)); // a removed one, which stays removed
     EXPECT_EQ(text_of(*path), "C:/two");
     EXPECT_EQ(entries_of(saved_lists.paths), "C:/one|(C:/two)");
-    EXPECT_EQ(ui_state.dropdown_open, 0);
+    EXPECT_EQ(input_field.dropdown_open, 0);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/two\r\nC:/one");
     EXPECT_EQ(carets(), "{0,6}");
@@ -972,7 +972,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     EXPECT_EQ(fields.cursor.stop, 1); // the list was drawn: nothing else in this frame
     EXPECT_EQ(fields.cursor.y, 27 + 2 * 17);
 
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     fields.click(path, on_entry(0));
     EXPECT_EQ(text_of(*path), "C:/one");
     EXPECT_EQ(saved_lists.path_saved, 1);
@@ -1013,7 +1013,7 @@ TEST(DropDown, WithoutMemoryForAPickTheTextStaysAndIsSearchedForAgain) {
     }
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(path->capacity, 1024u);
-    EXPECT_EQ(ui_state.dropdown_open, 0);
+    EXPECT_EQ(input_field.dropdown_open, 0);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(carets(), "{0,3}");
 }
@@ -1024,7 +1024,7 @@ TEST(DropDown, ARightClickOnARowOrItsButtonDoesNothing) {
     fields.click(path, on_entry_button(0), MOUSE_RIGHT);
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(entries_of(saved_lists.paths), "one");
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.dropdown_open, 1);
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
 }
 
@@ -1033,8 +1033,8 @@ TEST(DropDown, AClickOnTheFieldAboveClosesItInTheNextFrame) {
         OpenPaths fields({"one"});
         fields.click(path, on_row, button);
         EXPECT_EQ(fields.cursor.stop, 1);
-        EXPECT_EQ(ui_state.dropdown_open, 0);
-        EXPECT_EQ(ui_state.focused_field, path);
+        EXPECT_EQ(input_field.dropdown_open, 0);
+        EXPECT_EQ(input_field.focused_field, path);
         ui_begin_frame();
         fields.draw(path, on_row);
         EXPECT_EQ(fields.cursor.stop, 0);
@@ -1066,18 +1066,18 @@ TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
     EXPECT_EQ(fields.cursor.y, 27 + 6 * 17);
 
     set_field(path, "abc");
-    ui_state.dropdown_open = 1;
+    input_field.dropdown_open = 1;
     for (Point below : {on_entry(6), on_entry_button(6), on_entry(40)}) {
         fields.click(path, below);
     }
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(ui_state.dropdown_open, 1);
+    EXPECT_EQ(input_field.dropdown_open, 1);
 }
 
 TEST(DropDown, AnEntryOfLinesKeepsToItsRow) {
     OpenPaths fields({"a gjl", "z"});
     saved_entry_at(&saved_lists.paths, 0)->text[1] = '\n'; // as an entry that was pasted and saved
-    ui_state.caret_list.count = 0;
+    input_field.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
     expected.field("Path: ", "abc", 220, grey, true);

@@ -301,12 +301,12 @@ private:
 
     static void push_caret(PlainCaret plain_caret) {
         Caret caret = {static_cast<int32_t>(plain_caret.anchor), static_cast<int32_t>(plain_caret.caret)};
-        dynarray_push(&ui_state.caret_list, sizeof(caret), &caret);
+        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
     }
 
     static std::vector<PlainCaret> carets() {
         std::vector<PlainCaret> all;
-        for (uint64_t i = 0; i < ui_state.caret_list.count; i++) {
+        for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
             all.push_back({field_carets()[i].anchor, field_carets()[i].caret});
         }
         return all;
