@@ -4,12 +4,6 @@
 # are those of search_dump, the places and the commands are worked out here anew. Needs a display with a window manager.
 set -euo pipefail
 
-# Of some thousand starts Wine fails one: where the kernel puts a program's heap by chance, something of Wine's own has
-# to go. The hundreds of starts here get the same places each time.
-if [ -z "${has_fixed_places:-}" ] && setarch -R true 2> /dev/null; then
-    has_fixed_places=1 exec setarch -R bash "$0" "$@"
-fi
-
 under_wine=$(realpath "$1")
 program=$(realpath "$2")
 search_dump=$(realpath "$3")
