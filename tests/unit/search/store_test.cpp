@@ -12,8 +12,10 @@
 
 #include <string>
 
+#include "search/matcher.h"
 #include "search/search_state.h"
 #include "search/worker.h"
+#include "support/each_step.h"
 #include "support/heap_hook.h"
 #include "support/test_tree.h"
 
@@ -222,6 +224,7 @@ TEST(Field, AnEndsOldStorageStaysForTheWorker) {
 
 TEST(ResultsStore, PathsAreJoinedInTheArena) {
     SearchScope scope;
+    memset(results_store.arena.base, 'x', 100); // what a search before has left
     Str path = results_push_path(str_from("C:/src"), str_from("main.c"));
     EXPECT_EQ(to_string(path), "C:/src/main.c");
     EXPECT_EQ(path.data[path.count], 0);
@@ -231,6 +234,24 @@ TEST(ResultsStore, PathsAreJoinedInTheArena) {
     path = results_push_path(str_from("C:/src"), str_from("main.c"));
     EXPECT_EQ(path.count, 0u);
     EXPECT_EQ(path.data, nullptr);
+}
+
+TEST(ResultsStore, ATablesOldStorageStaysForTheInterface) {
+    SearchScope scope;
+    DynArray &folders = results_store.matching_folders;
+    folders.count = folders.capacity;
+    search_state.request_pending = 0;
+    search_state.interface_pass = 5; // an interface that reads the rows
+    char *read = folders.data;
+    Str prefix = {};
+    on_folder_suggestion(&prefix, str_from("C:"), str_from("d"), 0, nullptr, 1);
+    EXPECT_NE(folders.data, read);
+    take_request();
+    EXPECT_NE(results_store.retired.first, nullptr);
+    search_state.interface_pass = 7;
+    take_request();
+    EXPECT_EQ(results_store.retired.first, nullptr);
+    search_state.interface_pass = 0;
 }
 
 TEST(ResultsStore, ARefusedTableReadsAsEmpty) {
@@ -481,3 +502,120 @@ TEST(Request, EachThatIsTakenIsCounted) {
     take_request();
     EXPECT_EQ(search_state.requests_taken, 0u);
 }
+
+// ---- The order of stores ----
+
+#ifndef _WIN32
+TEST(StoreOrder, PublishingAsksLast) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    results_store.hit_table.count = 7;
+    search_state.requests_published = 3;
+    EXPECT_EQ(states_while(publish_request, 4,
+                           [] {
+                               return each_step::State{{static_cast<int64_t>(results_store.hit_table.count),
+                                                        search_state.results_dirty,
+                                                        search_state.requests_published,
+                                                        search_state.request_pending}};
+                           }),
+              "7 0 3 0\n"
+              "0 0 3 0\n"
+              "0 1 3 0\n"
+              "0 1 4 0\n"
+              "0 1 4 1\n");
+}
+
+TEST(StoreOrder, TakingClearsTheRequestFirstAndCountsItLast) {
+    SearchScope scope;
+    results_store.file_table.count = 1;
+    results_store.hit_table.count = 2;
+    results_store.matching_folders.count = 3;
+    results_store.other_folders.count = 4;
+    search_state.results_scroll = 5;
+    results_store.arena.used = 6;
+    search_state.requests_taken = 7;
+    EXPECT_EQ(states_while([] { take_request(); }, 8,
+                           [] {
+                               const ResultStore &store = results_store;
+                               return each_step::State{{search_state.request_pending,
+                                                        static_cast<int64_t>(store.file_table.count),
+                                                        static_cast<int64_t>(store.arena.used),
+                                                        static_cast<int64_t>(store.hit_table.count),
+                                                        static_cast<int64_t>(store.matching_folders.count),
+                                                        static_cast<int64_t>(store.other_folders.count),
+                                                        search_state.results_scroll,
+                                                        search_state.requests_taken}};
+                           }),
+              "1 1 6 2 3 4 5 7\n"
+              "0 1 6 2 3 4 5 7\n"
+              "0 0 6 2 3 4 5 7\n"
+              "0 0 0 2 3 4 5 7\n"
+              "0 0 0 0 3 4 5 7\n"
+              "0 0 0 0 0 4 5 7\n"
+              "0 0 0 0 0 0 5 7\n"
+              "0 0 0 0 0 0 0 7\n"
+              "0 0 0 0 0 0 0 8\n");
+}
+
+TEST(StoreOrder, AnEditRightAfterTheRequestIsClearedIsSeenAndItsRequestStays) {
+    SearchScope scope;
+    set_field(&search_state.path, "C:/src");
+    search_state.requests_published = 3;
+    static Str path;
+    states_while([] { path = take_request(); }, 0,
+                 [] {
+                     if (!search_state.request_pending && search_state.requests_published == 3) {
+                         search_state.path.count = 3;
+                         search_state.requests_published = 4; // its flag is lost
+                     }
+                     return each_step::State{};
+                 });
+    EXPECT_EQ(to_string(path), "C:/");
+    EXPECT_EQ(has_request(), 1);
+    take_request();
+    EXPECT_EQ(has_request(), 0);
+}
+
+TEST(StoreOrder, ARowIsWholeBeforeItIsCountedAndCountedBeforeResultsAreDirty) {
+    SearchScope scope;
+    static char bytes[] = ".\n foo.....";
+    memset(results_store.hit_table.data, 0x55, 2 * sizeof(ResultRecord)); // a search before has left it
+    EXPECT_EQ(states_while(
+                  [] {
+                      scan_contents({strlen(bytes), bytes}, str_from("foo"), 0);
+                  },
+                  8,
+                  [] {
+                      uint64_t count = results_store.hit_table.count;
+                      ResultRecord last = {};
+                      if (count > 0) {
+                          memcpy(&last, results_store.hit_table.data + (count - 1) * sizeof(last),
+                                 sizeof(last));
+                      }
+                      return each_step::State{{static_cast<int64_t>(count), search_state.results_dirty,
+                                               last.kind, last.file_index, last.line, last.column,
+                                               last.byte_offset, static_cast<int64_t>(last.text.count)}};
+                  }),
+              "0 0 0 0 0 0 0 0\n"
+              "1 0 1 0 0 0 0 0\n"
+              "2 0 0 0 2 2 3 5\n"
+              "2 1 0 0 2 2 3 5\n");
+    results_store.matching_folders.count = 0;
+    search_state.results_dirty = 0;
+    search_state.request_pending = 0;
+    memset(results_store.matching_folders.data, 0x55, sizeof(Str));
+    static Str prefix;
+    EXPECT_EQ(
+        states_while([] { on_folder_suggestion(&prefix, str_from("C:"), str_from("d"), 0, nullptr, 1); }, 3,
+                     [] {
+                         uint64_t count = results_store.matching_folders.count;
+                         Str last = {};
+                         memcpy(&last, results_store.matching_folders.data, count * sizeof(last));
+                         return each_step::State{{static_cast<int64_t>(count), search_state.results_dirty,
+                                                  static_cast<int64_t>(last.count)}};
+                     }),
+        "0 0 0\n"
+        "1 0 1\n"
+        "1 1 1\n");
+}
+#endif
