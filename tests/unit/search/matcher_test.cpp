@@ -210,18 +210,28 @@ TEST(Matcher, From4GiBOnTheSizeIsCutToItsLow32Bits) {
     SearchScope scope;
     tree.file("f", "foo.......foo.......");
     std::filesystem::resize_file(tree.native("f"), (uint64_t{1} << 32) + 10); // sparse
+    search_state.max_file_size = 1000;                                        // the limit's size is not cut
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 0\n");
     search_state.max_file_size = 0;
     EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo....\n");
 }
 
 TEST(Matcher, SizesAreComparedAsSignedNumbers) {
+    TestTree tree;
     SearchScope scope;
+    tree.file("f", "foo.....");
     search_state.request_pending = 0;
     search_state.max_file_size = 10;
+    std::string folder = tree.path();
     FileTime time = {};
-    // A negative size passes the limit; the file is missing, so nothing is stored, and the walk goes on.
+    // A negative size passes the limit; a file that is missing is not stored, and the walk goes on.
     EXPECT_EQ(on_file(nullptr, str_from("/nowhere"), str_from("f"), UINT64_MAX, &time, 0), 1);
     EXPECT_EQ(results_store.file_table.count, 0u);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), UINT64_MAX, &time, 0), 1);
+    EXPECT_EQ(results_store.file_table.count, 1u);
+    search_state.max_file_size = -1; // a limit below every other size, not none
+    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, &time, 0), 1);
+    EXPECT_EQ(results_store.file_table.count, 1u);
 }
 
 // ---- Files ----
@@ -246,12 +256,12 @@ TEST(Matcher, FilesThatOthersWriteAreSearched) {
 TEST(Matcher, EveryFileReadHasARowAndEveryFirstHitAHeader) {
     TestTree tree;
     SearchScope scope;
-    tree.file("a", "foo\nfoo\n....");
+    tree.file("a", "-\n -foo\nfoo\n....");
     tree.file("b", "nothing");
-    tree.file("c", "foo\n....");
+    tree.file("c", "-\n -foo\n....");
     tree.file("d", "");
     EXPECT_EQ(sorted_search_rows(tree, tree.path(), "foo"),
-              "files 4\nfile a\nhit 1 1 0 foo\nhit 2 1 4 foo\nfile c\nhit 1 1 0 foo\n");
+              "files 4\nfile a\nhit 2 3 4 -foo\nhit 3 1 8 foo\nfile c\nhit 2 3 4 -foo\n");
     const ResultRecord *rows = reinterpret_cast<const ResultRecord *>(results_store.hit_table.data);
     ResultRecord header = {};
     header.kind = RESULT_FILE_HEADER;
@@ -288,8 +298,11 @@ TEST(Matcher, APendingRequestStopsTheListingBeforeAnything) {
     Str prefix = {};
     for (int pending : {1, 2, 255}) { // anything but zero
         search_state.request_pending = static_cast<uint8_t>(pending);
-        EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 0);
-        EXPECT_EQ(on_folder_suggestion(&prefix, str_over(folder), str_from("d"), 0, nullptr, 1), 0);
+        for (uint8_t is_folder : {uint8_t{0}, uint8_t{1}}) { // before it is asked what the entry is
+            EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, is_folder), 0);
+            EXPECT_EQ(on_folder_suggestion(&prefix, str_over(folder), str_from("d"), 0, nullptr, is_folder),
+                      0);
+        }
     }
     EXPECT_EQ(stored_rows(), "files 0\n");
     search_state.request_pending = 0;

@@ -84,6 +84,29 @@ TEST(Walk, WithoutACallbackNothingIsListed) {
     walk_folder(str_over(folder), {nullptr, nullptr, LIST_DETAILS});
 }
 
+#ifdef __linux__
+TEST(Walk, NamesThatEndInADotAreNoDots) {
+    TestTree tree;
+    tree.file("a.", "x");
+    tree.file("...", "x");
+    EXPECT_EQ(walk(tree.path()), (Names{"... 1", "a. 1"}));
+}
+
+TEST(Walk, EveryListingIsClosed) {
+    TestTree tree;
+    tree.file("a", "x");
+    tree.file("b", "x");
+    const auto open_files = [] {
+        std::filesystem::directory_iterator files("/proc/self/fd");
+        return std::distance(begin(files), end(files));
+    };
+    auto before = open_files();
+    walk(tree.path());
+    walk(tree.path(), 1); // stopped
+    EXPECT_EQ(open_files(), before);
+}
+#endif
+
 #ifdef _WIN32
 TEST(Walk, ABackslashAtTheEndIsASeparatorToo) {
     TestTree tree;

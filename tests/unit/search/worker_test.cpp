@@ -71,6 +71,7 @@ TEST(Worker, AnExistingFolderWithoutAQueryDoesNothing) {
     tree.file("f", "foo.....");
     tree.folder("d");
     EXPECT_EQ(search_rows(tree, tree.path(), ""), "files 0\n");
+    EXPECT_EQ(search_state.search_busy, 0);
 }
 
 TEST(Worker, ATrailingSlashListsEverySubfolder) {
@@ -214,17 +215,19 @@ TEST(Worker, IsBusyDuringAContentSearchOnly) {
     TestTree tree;
     SearchScope scope;
     tree.file("f", marker_bytes());
-    int busy_while_reading = -1;
+    tree.file("d/f", marker_bytes());
+    tree.file("d/e/f", marker_bytes());
+    std::string busy_while_reading;
     {
         HeapHookScope hook([&](uint64_t size) {
             if (size == marker_block) {
-                busy_while_reading = search_state.search_busy;
+                busy_while_reading += search_state.search_busy ? "busy " : "idle ";
             }
             return true;
         });
         search_rows(tree, tree.path(), "foo");
     }
-    EXPECT_EQ(busy_while_reading, 1);
+    EXPECT_EQ(busy_while_reading, "busy busy busy ");
     EXPECT_EQ(search_state.search_busy, 0);
 }
 
@@ -327,6 +330,7 @@ TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
     std::string folder = tree.path();
     search_state.request_pending = 1;
     EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("d"), 0, nullptr, 1), 0);
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("f"), 5, nullptr, 0), 0); // nor passed
     search_state.request_pending = 0;
     EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("f"), 5, nullptr, 0), 1); // a file
     EXPECT_EQ(stored_rows(), "files 0\n");
@@ -546,6 +550,13 @@ TEST(Worker, ARefusedSubfolderPathIsNotWalked) {
 }
 
 #ifdef __linux__
+TEST(Worker, TwoSlashesAndANameSuggestTheRootsFolders) {
+    TestTree tree;
+    SearchScope scope;
+    std::string rows = search_rows(tree, "//abc_that_does_not_exist", "foo");
+    EXPECT_NE(rows.find("other tmp\n"), std::string::npos) << rows;
+}
+
 TEST(Worker, UnreadableFoldersAreSkipped) {
     TestTree tree;
     SearchScope scope;
@@ -569,6 +580,8 @@ TEST(Worker, LinkedFoldersAreEnteredButNoneThatHoldsItself) {
                                                             "file a/f\nhit 1 1 0 foo..\n"
                                                             "file to_a/f\nhit 1 1 0 foo..\n"
                                                             "file to_file\nhit 1 1 0 foo..\n");
+    EXPECT_EQ(sort_file_groups(search_rows(tree, tree.path("a/"), "foo")), // every one is suggested
+              "files 0\nmatch root\nmatch to_itself\nmatch up\n");
 }
 
 TEST(Worker, TwoLinksThatLeadIntoEachOtherEnd) {
