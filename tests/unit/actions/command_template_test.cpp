@@ -257,6 +257,10 @@ TEST(Command, TheLongestCommandIsStartedAndALongerOneIsNot) {
     EXPECT_TRUE(command_of("edit {tarn_file_name}", hit) == "edit " + name);
     EXPECT_EQ(command_of("edit  {tarn_file_name}", hit), "(none)");
     EXPECT_EQ(command_of("edit {tarn_file_name}{tarn_row}", hit), "(none)");
+    // The limit is reached, not passed, when the row's number is still to come.
+    std::string shorter(longest_command - 15, 'n');
+    EXPECT_TRUE(command_of("edit {tarn_file_name}{tarn_row}", {"f", shorter, 12, 1, 0}) ==
+                "edit " + shorter + "12");
     EXPECT_EQ(command_of(std::string(longest_command + 1, 'x')), "(none)");
 }
 
