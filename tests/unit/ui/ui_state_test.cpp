@@ -194,6 +194,10 @@ TEST(InputState, AConsumedPressIsGoneForTheFrameButStaysDown) {
     EXPECT_FALSE(ui_went_down(MOUSE_LEFT));
     EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
     EXPECT_FALSE(ui_consume_press(MOUSE_RIGHT));
+    ui_press(MOUSE_RIGHT, {1, 1});
+    ui_release(MOUSE_RIGHT, {1, 1});
+    EXPECT_TRUE(ui_consume_press(MOUSE_RIGHT));
+    EXPECT_EQ(slot(MOUSE_RIGHT).state, INPUT_WENT_UP);
     ui_begin_frame();
     EXPECT_EQ(slot(MOUSE_LEFT).state, INPUT_IS_DOWN);
     EXPECT_EQ(slot(MOUSE_LEFT).transitions, 0u);
@@ -220,7 +224,9 @@ TEST(InputState, AFrameAfterAMotionKnowsWhereThePointerWas) {
     ui_begin_frame();
     ui_pointer_moved({1, 2});
     EXPECT_EQ(slot(SLOT_POINTER).previous_position, (Point{0, 0}));
+    EXPECT_EQ(ui_state.moved_count, 1u);
     ui_begin_frame();
+    EXPECT_EQ(ui_state.moved_count, 0u);
     EXPECT_EQ(slot(SLOT_POINTER).previous_position, (Point{1, 2}));
     ui_pointer_moved({5, 6});
     EXPECT_EQ(slot(SLOT_POINTER).previous_position, (Point{1, 2}));
@@ -278,6 +284,8 @@ TEST(InputState, MoreChangesThanTheListHoldsAreAllSeenAndAllCleared) {
         for (uint16_t code = 1; code <= count; code++) {
             EXPECT_TRUE(ui_went_down(code)) << code;
         }
+        EXPECT_EQ(ui_state.changed_count, count < 32 ? count : 32u);
+        EXPECT_EQ(ui_state.list_was_full, count > 32);
         ui_begin_frame();
         for (uint16_t code = 1; code <= count; code++) {
             EXPECT_EQ(slot(code).state, INPUT_IS_DOWN) << code;
