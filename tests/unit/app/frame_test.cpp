@@ -726,12 +726,16 @@ TEST(FrameLoop, ClosingEndsItAtOnceAlsoWhileBusy) {
     for (uint8_t busy : {uint8_t{0}, uint8_t{1}}) {
         Loop loop;
         search_state.search_busy = busy;
+        loop.point_at({200, 100});
+        loop.frames_in(1);
         search_state.results_dirty = 1;
+        os_set_cursor(CURSOR_WAIT);
         headless_close(loop.window);
         uint64_t drawn = frame_clock.drawn_count;
         EXPECT_EQ(frame_turn(loop.window), 0);
         EXPECT_EQ(frame_clock.drawn_count, drawn);
         EXPECT_EQ(search_state.results_dirty, 1);
+        EXPECT_EQ(headless_cursor(), CURSOR_WAIT); // nobody's any more
         EXPECT_EQ(frame_turn(loop.window), 0);
     }
 }
@@ -862,7 +866,9 @@ TEST(FrameLoop, TheClockAddsUpTheFrames) {
     Loop loop;
     int64_t total = frame_clock.total_us;
     for (int i = 0; i < 5; i++) {
+        frame_clock.frame_start_ticks -= 12345678; // a frame that lasted so long, with parts of milliseconds
         loop.frames_in(1);
+        EXPECT_GE(frame_clock.last_us, os_ticks_to_us(12345678));
         total += frame_clock.last_us;
         EXPECT_EQ(frame_clock.total_us, total);
         EXPECT_EQ(frame_clock.total_ms, total / 1000);
