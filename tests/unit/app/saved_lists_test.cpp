@@ -8,6 +8,7 @@
 
 #include "app/app_scope.h"
 #include "render/font_scope.h"
+#include "support/each_step.h"
 #include "support/heap_hook.h"
 
 namespace {
@@ -98,6 +99,20 @@ TEST(PathCleaning, OfAFieldMovesTheTextToItsStartWithAZeroBehindIt) {
     path_clean_field(&without_storage, 1);
     EXPECT_EQ(without_storage.count, 0u);
 }
+
+#ifndef _WIN32
+TEST(PathCleaning, OfAFieldHasAZeroBehindTheCountAtEveryMoment) {
+    AppScope app;
+    set_field(path, "   C:/src ");
+    EXPECT_EQ(states_while([] { path_clean_field(path, 1); }, 2,
+                           [] {
+                               uint64_t count = path->count;
+                               return each_step::State{{static_cast<int64_t>(count), path->data[count]}};
+                           }),
+              "10 0\n"
+              "6 0\n");
+}
+#endif
 
 // ---- Entries ----
 

@@ -11,6 +11,7 @@
 #include "render/font_scope.h"
 #include "render/text.h"
 #include "search/results_store.h"
+#include "support/each_step.h"
 #include "support/heap_hook.h"
 #include "support/picture.h"
 #include "support/ui_scope.h"
@@ -372,12 +373,13 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
     fields.focus(path, 2, 5);
     input_field.dropdown_open = 1;
     for (int32_t width : {0, 1, 5, 6, 7, 20, 60}) {
-        for (int32_t height : {0, 1, 4, 19, 28, 46}) {
+        for (int32_t height : {0, 1, 4, 19, 27, 28, 44, 45, 46}) {
             Canvas canvas(width, height, ground);
             fields.begin({3, 3});
             fields.cursor.width = width;
             field_widget(&canvas.framebuffer, str_from("Path: "), path, 1, &fields.cursor);
-            EXPECT_GE(fields.cursor.y, 27);
+            // A row of the list begins above the lower edge.
+            EXPECT_EQ(fields.cursor.y, height <= 27 ? 27 : height <= 44 ? 44 : 61);
             for (int32_t i = 0; i < width * height; i++) {
                 ASSERT_EQ(canvas.framebuffer.pixels[i] >> 24, 255u);
             }
@@ -492,18 +494,43 @@ TEST(FieldCarets, CountFromTheStartOfTheirLine) {
 }
 
 TEST(FieldCarets, ABoxOfLessThanThreePixelsIsBlendedTwiceAndOutlined) {
-    Fields fields;
-    set_field(query, "\x01");
-    fields.focus(query, 0, 1);
-    fields.begin(nowhere);
-    fields.cursor.font_size = 4; // a control byte is 2 wide
-    field_widget(&fields.drawing.framebuffer, {}, query, 0, &fields.cursor);
-    Drawing expected;
-    expected.fill(row, focused_ground);
-    put_box(&expected, 6, 8);
-    expected.fill(save_button, grey);
-    expected.fill({6, 19, 420, 1}, grey);
-    EXPECT_EQ(difference(fields.drawing, expected), "");
+    for (int32_t width : {2, 3}) {
+        Fields fields;
+        set_field(query, "\x01");
+        fields.focus(query, 0, 1);
+        fields.begin(nowhere);
+        fields.cursor.font_size = 4 * (width - 1); // a control byte is a quarter wide and one
+        field_widget(&fields.drawing.framebuffer, {}, query, 0, &fields.cursor);
+        Drawing expected;
+        expected.fill(row, focused_ground);
+        put_box(&expected, 6, 6 + width);
+        expected.fill(save_button, grey);
+        expected.fill({6, 19, 420, 1}, grey);
+        EXPECT_EQ(difference(fields.drawing, expected), "") << width;
+    }
+}
+
+TEST(FieldCarets, ABoxOfLessThanThreePixelsHeightIsBlendedTwiceToo) {
+    for (int32_t height : {2, 3}) {
+        Fields fields;
+        set_field(query, "\x01");
+        fields.focus(query, 0, 1);
+        fields.begin(nowhere);
+        fields.cursor.row_advance = height;
+        field_widget(&fields.drawing.framebuffer, {}, query, 0, &fields.cursor);
+        Drawing expected;
+        expected.fill({6, 4, 420, height}, focused_ground);
+        expected.blend({6, 4, 4, height}, 0x32FFFFFF);
+        if (height < 3) {
+            expected.blend({6, 4, 4, height}, 0xC8FFFFFF);
+        }
+        expected.blend({6, 4, 4, 1}, 0xC8FFFFFF);
+        expected.blend({6, 4 + height - 1, 4, 1}, 0xC8FFFFFF);
+        expected.blend({6, 5, 1, height - 2}, 0xC8FFFFFF);
+        expected.blend({9, 5, 1, height - 2}, 0xC8FFFFFF);
+        expected.fill({6, 19, 420, 1}, grey);
+        EXPECT_EQ(difference(fields.drawing, expected), "") << height;
+    }
 }
 
 TEST(FieldCarets, BelongToTheFocusedFieldOnly) {
@@ -906,6 +933,7 @@ TEST(DropDown, LightsTheRowAndTheButtonUnderTheMouse) {
 
 TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     OpenPaths fields({"one"});
+    set_entries(query, {"two"});
     fields.draw(path);
     EXPECT_EQ(fields.cursor.stop, 1);
     fields.draw(query);
@@ -992,6 +1020,23 @@ TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
     EXPECT_TRUE(was_published);
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/one\r\nC:/one");
 }
+
+#ifndef _WIN32
+TEST(DropDown, APickedPathIsCleanBeforeItIsSearchedFor) {
+    static OpenPaths *open;
+    OpenPaths fields({"C:/one/"});
+    saved_entry_at(&saved_lists.paths, 0)->text[6] = ' '; // what a file's last line may end in
+    open = &fields;
+    fields.draw(path, on_entry(0)); // with every glyph
+    EXPECT_EQ(states_while([] { open->click(path, on_entry(0)); }, 1,
+                           [] {
+                               bool is_wanted = search_state.request_pending;
+                               return each_step::State{{is_wanted ? static_cast<int64_t>(path->count) : -1}};
+                           }),
+              "-1\n"
+              "6\n");
+}
+#endif
 
 TEST(DropDown, APickGrowsTheTextsStorageByDoubling) {
     std::string entry = "C:/" + std::string(3000, 'x');

@@ -8,6 +8,7 @@
 
 #include "os/threads.h"
 #include "search/search_state.h"
+#include "support/each_step.h"
 #include "support/heap_hook.h"
 #include "ui/edited_field.h"
 
@@ -177,15 +178,20 @@ TEST(LineEditorRefusal, ACopyIsWholeOrNotMade) {
     for (uint16_t key : {KEY_C, KEY_X}) {
         for (uint32_t refused = 0;; refused++) {
             copy_from_elsewhere("before");
-            Editor editor(text, {{0, 1000}, {1000, 3000}});
+            Editor editor(text, {{0, 2000}, {2000, 3000}}); // the second one alone would fit
             editor.hold(KEY_CTRL);
             uint32_t asked = 0;
+            uint64_t first_size = 0;
             hold_clipboard();
             {
-                HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+                HeapHookScope hook([&](uint64_t size) {
+                    first_size = asked == 0 ? size : first_size;
+                    return asked++ != refused;
+                });
                 editor.key(key);
             }
-            EXPECT_EQ(editor.state(), key == KEY_X ? " {0,0}"s : text + " {0,1000} {1000,3000}");
+            EXPECT_EQ(first_size, 1025u);
+            EXPECT_EQ(editor.state(), key == KEY_X ? " {0,0}"s : text + " {0,2000} {2000,3000}");
             bool was_refused = asked > refused;
             EXPECT_EQ(clipboard_text(), was_refused ? "before" : text) << refused;
             if (!was_refused) {
@@ -240,6 +246,26 @@ TEST(LineEditorLength, ATextAsLongAsCaretsCountTakesNoMore) {
     editor.field.capacity = 16;
     field_clamp_carets(&editor.field);
     EXPECT_EQ(editor.state(), "abc {0,3}");
+}
+
+TEST(LineEditorLength, MemoryIsAskedForOnlyForATextThatCaretsCanCount) {
+    Editor editor("abc", {{3, 3}});
+    const struct {
+        uint64_t count;
+        bool is_asked_for;
+    } rows[] = {{INT32_MAX - 3, true}, {INT32_MAX - 2, false},
+                {INT32_MAX, false},    {uint64_t{INT32_MAX} + 1, false},
+                {UINT32_MAX, false},   {UINT64_MAX, false}};
+    for (const auto &inserted : rows) {
+        bool is_asked_for = false;
+        HeapHookScope hook([&](uint64_t) {
+            is_asked_for = true;
+            return false;
+        });
+        field_replace_selections(&editor.field, inserted.count, "not read");
+        EXPECT_EQ(is_asked_for, inserted.is_asked_for) << inserted.count;
+        EXPECT_EQ(editor.state(), "abc {3,3}");
+    }
 }
 
 // ---- What the worker may be reading ----
@@ -335,3 +361,18 @@ TEST(LineEditorReader, ARemovalLeavesAZeroBehindTheOldCountAndTheNew) {
     EXPECT_EQ(editor.field.data[7], 0);
     EXPECT_EQ(editor.field.data[10], 0);
 }
+
+#ifndef _WIN32
+TEST(LineEditorReader, ARemovalHasAZeroBehindTheCountAtEveryMoment) {
+    static StrBuf *field;
+    Editor editor("0123456789", {{2, 5}});
+    field = &editor.field;
+    EXPECT_EQ(states_while([] { field_replace_selections(field, 0, nullptr); }, 2,
+                           [] {
+                               uint64_t count = field->count;
+                               return each_step::State{{static_cast<int64_t>(count), field->data[count]}};
+                           }),
+              "10 0\n"
+              "7 0\n");
+}
+#endif
