@@ -266,6 +266,7 @@ TEST(SavedFiles, ThatCannotBeReadAtAllAreNotReplaced) {
         ListFiles files;
         files.put(queries_file, "foo\r\nbar");
         files.put(second_file, unread == second_file ? Bytes(second_of("foo\r\nbar")) : std::nullopt);
+        fs::permissions(files.tree.native(""), fs::perms::all); // it could be deleted
         {
             Unreadable unreadable(files.tree.native(unread));
             files.started();
@@ -485,6 +486,39 @@ TEST(FailedWrite, OfTheFirstFileKeepsTheSecondUntilAWriteSucceeds) {
     type(query, "abc");
     EXPECT_EQ(files.read(queries_file), "abc\r\nX");
     EXPECT_EQ(files.names(), "saved_queries.txt");
+}
+
+// The linker hands every call of os_file_write to the first of these; the second is the real one.
+extern "C" int32_t __wrap__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes);
+extern "C" int32_t __real__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes);
+
+namespace {
+
+int failing_write; // the how manieth from now on fails without a trace, as of a file that cannot be made
+
+} // namespace
+
+int32_t __wrap__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes) {
+    if (failing_write > 0 && --failing_write == 0) {
+        return 1;
+    }
+    return __real__Z13os_file_write3StrjPKc(path, count, bytes);
+}
+
+TEST(FailedWrite, OfTheFirstFileWhenItIsDeletedKeepsTheSecond) {
+    ListFiles files;
+    add("X");
+    failing_write = 2;
+    type(query, "a");
+    EXPECT_EQ(failing_write, 0);
+    EXPECT_EQ(files.names(), second_file);
+    EXPECT_EQ(files.read(second_file), second_of("a\r\nX"));
+    failing_write = 1; // at the next start too
+    EXPECT_EQ(files.started(), "a: X");
+    EXPECT_EQ(files.names(), second_file);
+    EXPECT_EQ(files.started(), "a: X");
+    EXPECT_EQ(files.names(), queries_file);
+    EXPECT_EQ(files.read(queries_file), "a\r\nX");
 }
 
 TEST(FailedWrite, OfTheFirstFileAtAStartLoadsTheListAllTheSame) {
