@@ -632,6 +632,13 @@ TEST(Saving, DeletesTheFirstRemovedEntryForGoodWhenMoreThan20AreRemoved) {
     // One a save, and none once there are 20.
     saved(query, "newer");
     EXPECT_EQ(saved_lists.queries.count, 24u);
+    // Before the new one needs room.
+    entries = removed_entries(21);
+    entries.resize(128, "live");
+    set_entries(query, entries);
+    saved(query, "new");
+    EXPECT_EQ(saved_lists.queries.count, 128u);
+    EXPECT_EQ(saved_lists.queries.capacity, 128u);
 }
 
 TEST(Saving, KeepsTwentyRemovedEntriesAndDeletesOnlyOneASave) {
@@ -687,6 +694,8 @@ TEST(Flipping, TurnsALiveEntryIntoARemovedOneAndBack) {
     EXPECT_EQ(entries_of(saved_lists.queries), "a|foo|(b)");
     EXPECT_EQ(saved_lists.query_saved, 1);
     saved_entry_flip(query, 2);
+    saved_entry_at(&saved_lists.queries, 3)->in_use = 7;
     saved_entry_flip(query, 3); // not there
+    EXPECT_EQ(saved_entry_at(&saved_lists.queries, 3)->in_use, 7u);
     EXPECT_EQ(entries_of(saved_lists.queries), "a|foo|b");
 }

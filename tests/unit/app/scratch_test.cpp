@@ -46,7 +46,9 @@ TEST(Scratch, GivesAnEmptyTextWhenItIsFullAndIsAsNewWhenEmptied) {
     EXPECT_EQ(none.count, 0u);
     EXPECT_EQ(none.data, nullptr);
     scratch_empty();
-    EXPECT_EQ(to_string(scratch_join(str_from("a"), str_from("b"))), "ab");
+    Str text = scratch_join(str_from("a"), str_from("b"));
+    EXPECT_EQ(to_string(text), "ab");
+    EXPECT_EQ(text.data[2], 0); // over what was there before
 }
 
 TEST(Scratch, WithoutMemoryForOneOfItsPartsEveryTextIsEmpty) {

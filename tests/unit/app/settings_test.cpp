@@ -306,6 +306,7 @@ TEST(SettingsDecimal, WhatDoesNotFitCountsAsTheLowestInteger) {
     EXPECT_EQ(pixels("-2147483648.5", 1), INT32_MIN);
     EXPECT_EQ(pixels("-3000000000", 1), INT32_MIN);
     EXPECT_EQ(pixels("18446744073709551617", 20), 20); // 64 bits wrap
+    EXPECT_EQ(pixels("18446744073709551615", 14), -14);
     EXPECT_EQ(pixels("9223372036854775808", 1), INT32_MIN);
     EXPECT_EQ(pixels("0." + std::string(400, '9'), 1), INT32_MIN); // the fraction is infinite
     EXPECT_EQ(pixels("0." + std::string(400, '9'), 0), INT32_MIN); // and no number times 0
@@ -591,6 +592,13 @@ TEST(SettingsFont, OnlyAPairOfQuotesIsRemoved) {
     EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\""), "source_code_pro.otf");
     EXPECT_EQ(fonts.loaded_after("font_file \""), "source_code_pro.otf");
     EXPECT_EQ(fonts.loaded_after("font_file \"\"fonts/x.ttf\"\""), "source_code_pro.otf");
+#ifndef _WIN32
+    // One alone is a name, two are an empty one.
+    fonts.tree.file("\"", bytes_of(fonts.tree.native("fonts/x.ttf")));
+    fonts.tree.file("\"\"", bytes_of(fonts.tree.native("fonts/x.ttf")));
+    EXPECT_EQ(fonts.loaded_after("font_file \""), "fonts/x.ttf");
+    EXPECT_EQ(fonts.loaded_after("font_file \"\""), "source_code_pro.otf");
+#endif
 }
 
 TEST(SettingsFont, TheLaterOfTwoHoldsAndOneThatFailsOrIsEmptyReplacesAGoodOne) {

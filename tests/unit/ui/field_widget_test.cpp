@@ -977,6 +977,7 @@ TEST(DropDown, AButtonUpdatesTheMarkWhichCleansThePath) {
     testing::internal::CaptureStdout();
     fields.click(path, on_entry_button(0));
     testing::internal::GetCapturedStdout();
+    EXPECT_EQ(fields.file("saved_paths.txt"), "one "); // written before
     EXPECT_EQ(saved_lists.path_saved, 0);
     EXPECT_EQ(text_of(*path), "one");
     EXPECT_EQ(carets(), "{3,3}");
