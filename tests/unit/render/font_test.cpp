@@ -392,6 +392,9 @@ TEST(Glyphs, KeepTheirBitmapsWhenTheArenaMoves) {
     }
     EXPECT_EQ(sized->bitmaps.capacity + 1, sizes.back());
     PlainFont plain(scope.file(), 200);
+    for (uint32_t codepoint = 0; codepoint < 32; codepoint++) {
+        EXPECT_EQ(glyph_at(sized, codepoint).bitmap, nullptr); // and none stays none
+    }
     for (uint32_t codepoint = 32; codepoint < 128; codepoint++) {
         expect_glyph(glyph_at(sized, codepoint), plain.glyphs[codepoint]);
     }
