@@ -64,6 +64,54 @@ const char *const outside_ascii[] = {"é.txt", "你好.txt", "\xF0\x9F\x98\x80.t
 
 } // namespace
 
+#ifdef _WIN32
+
+// ---- A disk that fails ----
+
+// The linker hands every call to the first of each pair; the second is the real one.
+extern "C" {
+extern decltype(&GetFileSizeEx) __wrap___imp_GetFileSizeEx;
+extern decltype(&GetFileSizeEx) __real___imp_GetFileSizeEx;
+extern decltype(&ReadFile) __wrap___imp_ReadFile;
+extern decltype(&ReadFile) __real___imp_ReadFile;
+}
+
+namespace {
+
+bool sizes_fail;
+bool reads_fail;
+
+BOOL WINAPI size_or_failure(HANDLE file, LARGE_INTEGER *size) {
+    if (sizes_fail) {
+        SetLastError(ERROR_CRC);
+        return FALSE;
+    }
+    return __real___imp_GetFileSizeEx(file, size);
+}
+
+BOOL WINAPI read_or_failure(HANDLE file, void *bytes, DWORD count, DWORD *read, OVERLAPPED *overlapped) {
+    if (reads_fail) {
+        SetLastError(ERROR_CRC);
+        return FALSE;
+    }
+    return __real___imp_ReadFile(file, bytes, count, read, overlapped);
+}
+
+// What the system says about an error, in the user's language.
+std::string words_of(DWORD error) {
+    char words[512] = "";
+    EXPECT_NE(
+        FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, error, 0x400, words, sizeof(words), nullptr), 0u);
+    return words;
+}
+
+} // namespace
+
+decltype(&GetFileSizeEx) __wrap___imp_GetFileSizeEx = size_or_failure;
+decltype(&ReadFile) __wrap___imp_ReadFile = read_or_failure;
+
+#endif
+
 // ---- Reading ----
 
 TEST(FileRead, ReturnsEveryByte) {
@@ -179,8 +227,56 @@ TEST(FileRead, ARefusedBlockIsAFailedReadAndIsNoted) {
     }
     EXPECT_NE(os_last_file_error.code, 0u);
     EXPECT_NE(os_last_file_error.text[0], 0);
-    EXPECT_EQ(read_text(tree.path("f")), "text"); // closed again
+    EXPECT_EQ(read_text(tree.path("f")), "text");
+    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0); // both reads have closed it
 }
+
+#ifdef _WIN32
+TEST(FileRead, ASuccessNotesWhateverErrorTheSystemHadLastAndThatIsMeant) {
+    TestTree tree;
+    tree.file("f", "text");
+    for (DWORD last : {DWORD{ERROR_SHARING_VIOLATION}, DWORD{ERROR_SUCCESS}}) {
+        HeapHookScope hook([&](uint64_t) {
+            SetLastError(last);
+            return true;
+        });
+        EXPECT_EQ(read_text(tree.path("f")), "text");
+        EXPECT_EQ(os_last_file_error.code, last);
+        EXPECT_EQ(os_last_file_error.text, last == ERROR_SUCCESS ? "" : words_of(last));
+    }
+}
+
+TEST(FileRead, AFileThatFailsAfterItsOpeningHasNoPointerAndIsNotedAndClosed) {
+    TestTree tree;
+    tree.file("f", "text");
+    for (bool *fails : {&sizes_fail, &reads_fail}) {
+        os_last_file_error = {};
+        *fails = true;
+        Str contents = read(tree.path("f"));
+        *fails = false;
+        EXPECT_EQ(contents.data, nullptr);
+        EXPECT_EQ(contents.count, 0u);
+        EXPECT_EQ(os_last_file_error.code, DWORD{ERROR_CRC});
+        EXPECT_EQ(os_last_file_error.text, words_of(ERROR_CRC));
+    }
+    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0); // it is open no more
+}
+
+TEST(FileRead, WhileAFileIsReadOthersMayReadAndWriteItButNotDeleteIt) {
+    TestTree tree;
+    tree.file("f", "text");
+    bool is_asked = false;
+    HeapHookScope hook([&](uint64_t) {
+        is_asked = true;
+        EXPECT_EQ(bytes_of(tree.native("f")), "text");
+        HeldForWriting(tree.native("f"));
+        EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 1);
+        return true;
+    });
+    EXPECT_EQ(read_text(tree.path("f")), "text");
+    EXPECT_TRUE(is_asked);
+}
+#endif
 
 TEST(FileRead, AFileThatShrinksMeanwhileKeepsItsLengthWithZerosBehind) {
     TestTree tree;
@@ -259,6 +355,12 @@ TEST(FileWrite, AFileThatAnyoneHoldsOpenCannotBeOpened) {
     HeldForWriting held(tree.native("f")); // which would let others write, but a write lets nobody in
     EXPECT_EQ(write(tree.path("f"), "x"), 1);
     EXPECT_EQ(read_text(tree.path("f")), "text");
+}
+
+TEST(FileWrite, WhatTheSystemDoesNotTakeIsAFailedWrite) {
+    TestTree tree;
+    EXPECT_EQ(os_file_write(str_over(tree.path("f")), 4, nullptr), 2);
+    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0); // it was closed
 }
 #endif
 
