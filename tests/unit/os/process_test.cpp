@@ -410,6 +410,15 @@ TEST(Process, AFailedStartLeavesBothPipesOpenAndThatIsMeant) {
     EXPECT_EQ(handles_left_by([] { EXPECT_EQ(capture("no_program_has_this_name").exit_code, 1u); }), 4);
 }
 
+TEST(Process, AKilledChildLeavesThisSidesEndsOfThePipesOpenAndThatIsMeant) {
+    EXPECT_EQ(handles_left_by([] {
+                  Child child(probe("hold"));
+                  child.hear_until("\n");
+                  EXPECT_NE(child.kill(), 0);
+              }),
+              2);
+}
+
 TEST(Process, AnExitCodeThatCannotBeReadIsReportedAs2886) {
     testing::internal::CaptureStdout();
 #ifdef _WIN32
@@ -463,6 +472,19 @@ TEST(Process, AConsoleProgramGetsAConsoleWindowOnlyWhenItIsToBeShown) {
     }
     DestroyWindow(window);
     EXPECT_EQ(capture(parent + "1 " + probe("await_console_window")).text(), "window\n");
+}
+
+TEST(Process, AChildGetsInheritableHandlesOnlyWithItsOutput) {
+    TestTree tree;
+    SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
+    HANDLE event = CreateEventW(&inheritable, TRUE, FALSE, nullptr);
+    std::string cmd = probe("set_event " + std::to_string(reinterpret_cast<uintptr_t>(event)));
+    run(cmd + quoted(tree.path("without")));
+    ASSERT_TRUE(appears(tree.native("without")));
+    EXPECT_EQ(WaitForSingleObject(event, 0), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(capture(cmd + quoted(tree.path("with"))).exit_code, 0u);
+    EXPECT_EQ(WaitForSingleObject(event, 0), DWORD{WAIT_OBJECT_0});
+    CloseHandle(event);
 }
 #else
 TEST(Process, ACommandIsLookedUpAlongThePath) {
@@ -545,7 +567,20 @@ TEST(Process, AKilledChildEnds) {
     Child child(probe("hold"));
     EXPECT_EQ(child.hear_until("\n"), "holding\n");
     EXPECT_TRUE(os_process_is_running(&child.process));
+#ifdef _WIN32
+    DWORD id = reinterpret_cast<PROCESS_INFORMATION *>(child.process.process_info)->dwProcessId;
+    HANDLE watched = OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, id);
     EXPECT_NE(child.kill(), 0);
+    EXPECT_EQ(WaitForSingleObject(watched, 60000), DWORD{WAIT_OBJECT_0});
+    DWORD exit_code = 1;
+    EXPECT_TRUE(GetExitCodeProcess(watched, &exit_code));
+    EXPECT_EQ(exit_code, 0u);
+    CloseHandle(watched);
+#else
+    EXPECT_NE(child.kill(), 0);
+    // Its record is given back.
+    EXPECT_EQ(waitpid(static_cast<pid_t>(child.process.process_info[0]), nullptr, WNOHANG), -1);
+#endif
     // Only a child that is gone has closed its output.
     char buffer[16];
     EXPECT_TRUE(comes_true([&] { return os_process_read(&child.process, sizeof(buffer), buffer) == -1; }));
@@ -669,7 +704,8 @@ TEST(Process, OpeningAProgramStartsIt) {
     fs::copy_file(fs::path(probe_path()), tree.native("Grüße 你好/probe.exe"));
     std::string path = tree.path("Grüße 你好/probe.exe");
     EXPECT_EQ(os_shell_open(str_over(path)), 0);
-    EXPECT_TRUE(appears(tree.native("Grüße 你好/opened.txt")));
+    ASSERT_TRUE(appears(tree.native("Grüße 你好/opened.txt")));
+    EXPECT_EQ(bytes_of(tree.native("Grüße 你好/opened.txt")), std::to_string(SW_SHOWDEFAULT));
 }
 #else
 namespace {

@@ -91,6 +91,17 @@ int talk() {
     return gave_up;
 }
 
+// What whoever started this program asked for its first window.
+std::string how_to_show() {
+#ifdef _WIN32
+    STARTUPINFOW start = {};
+    GetStartupInfoW(&start);
+    return start.dwFlags & STARTF_USESHOWWINDOW ? std::to_string(start.wShowWindow) : "as usual";
+#else
+    return "as usual";
+#endif
+}
+
 int hold() {
     print("holding\n");
     std::fflush(stdout);
@@ -120,6 +131,12 @@ int start(uint8_t show_console) {
                        show_console));
 }
 
+// Sets an event of the parent's by the parent's own handle, which it has only if handles are inherited.
+int set_parents_event(const char *handle, const std::string &written) {
+    SetEvent(reinterpret_cast<HANDLE>(std::strtoull(handle, nullptr, 10)));
+    return write_file(written, "done");
+}
+
 // Waits for messages as a program with a window does.
 int wait_for_messages() {
     SetTimer(nullptr, 0, 60000, nullptr);
@@ -143,7 +160,7 @@ int main(int count, char **arguments) {
     std::string what = count > 1 ? arguments[1] : "";
     if (count == 1) {
         Str folder = os_exe_folder(); // opened from the desktop
-        return write_file(std::string(folder.data, folder.count) + "opened.txt", "done");
+        return write_file(std::string(folder.data, folder.count) + "opened.txt", how_to_show());
     }
     if (what == "exit" && count == 3) {
         return static_cast<int>(std::strtoul(arguments[2], nullptr, 10));
@@ -178,6 +195,9 @@ int main(int count, char **arguments) {
     }
     if (what == "start" && count > 3) {
         return start(arguments[2][0] == '1');
+    }
+    if (what == "set_event" && count == 4) {
+        return set_parents_event(arguments[2], arguments[3]);
     }
     if (what == "messages") {
         return wait_for_messages();
