@@ -11,6 +11,12 @@
 #include "os/window.h"
 #include "support/window_driver.h"
 
+// The linker hands every call of CreateWindowExW to the first of these; the second is the real one.
+extern "C" {
+extern decltype(&CreateWindowExW) __wrap___imp_CreateWindowExW;
+extern decltype(&CreateWindowExW) __real___imp_CreateWindowExW;
+}
+
 namespace {
 
 constexpr uint16_t program_flags = WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN;
@@ -53,6 +59,21 @@ void note_drop(const WindowEvent *event) {
 }
 
 } // namespace
+
+namespace {
+
+Point asked_position;
+
+HWND WINAPI note_position(DWORD extended_style, LPCWSTR class_name, LPCWSTR title, DWORD style, int x, int y,
+                          int width, int height, HWND parent, HMENU menu, HINSTANCE program, void *opaque) {
+    asked_position = {x, y};
+    return __real___imp_CreateWindowExW(extended_style, class_name, title, style, x, y, width, height, parent,
+                                        menu, program, opaque);
+}
+
+} // namespace
+
+decltype(&CreateWindowExW) __wrap___imp_CreateWindowExW = note_position;
 
 TEST_F(SystemWindow, HasTheClassOfASelfDrawnWindow) {
     PlatformWindow *window = create();
@@ -102,6 +123,17 @@ TEST_F(SystemWindow, HasTheStylesOfItsFlags) {
     }
 }
 
+TEST_F(SystemWindow, IsPlacedByTheSystemUnlessItIsBorderless) {
+    for (int flags : {0, int{WINDOW_FLAG_POPUP}, int{WINDOW_FLAG_FIXED_SIZE}}) {
+        create(static_cast<uint16_t>(program_flags | flags));
+        EXPECT_EQ(asked_position.x, CW_USEDEFAULT) << flags;
+        EXPECT_EQ(asked_position.y, CW_USEDEFAULT) << flags;
+    }
+    create(program_flags | WINDOW_FLAG_BORDERLESS);
+    EXPECT_EQ(asked_position.x, 0);
+    EXPECT_EQ(asked_position.y, 0);
+}
+
 TEST_F(SystemWindow, LayeredMakesBlackTransparent) {
     PlatformWindow *window = create(WINDOW_FLAG_HIDDEN | WINDOW_FLAG_LAYERED);
     COLORREF key = 1;
@@ -111,6 +143,32 @@ TEST_F(SystemWindow, LayeredMakesBlackTransparent) {
     EXPECT_EQ(key, 0u);
     EXPECT_EQ(alpha, 0);
     EXPECT_EQ(flags, static_cast<DWORD>(LWA_COLORKEY));
+}
+
+TEST_F(SystemWindow, AsksToBeToldWhenThePointerLeaves) {
+    PlatformWindow *window = create();
+    os_window_show(window, 1);
+    drive_settle();
+    drive_pointer_to(window, {10, 10});
+    os_pump_messages();
+    TRACKMOUSEEVENT track = {};
+    track.cbSize = sizeof(track);
+    track.dwFlags = TME_QUERY;
+    ASSERT_TRUE(TrackMouseEvent(&track));
+    EXPECT_EQ(track.hwndTrack, handle_of(window));
+    EXPECT_EQ(track.dwFlags, DWORD{TME_LEAVE});
+}
+
+TEST_F(SystemWindow, TakesTheKeyboardsFocusWhenItIsAskedTo) {
+    PlatformWindow *first = create();
+    PlatformWindow *second = create();
+    for (PlatformWindow *window : {first, second}) {
+        os_window_show(window, 1);
+    }
+    for (PlatformWindow *window : {first, second, first}) {
+        os_window_focus(window);
+        EXPECT_EQ(GetFocus(), handle_of(window));
+    }
 }
 
 TEST_F(SystemWindow, CapturesTheMouseWhileAButtonIsHeld) {

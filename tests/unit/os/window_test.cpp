@@ -570,10 +570,14 @@ TEST_F(Window, TellsDroppedFilesWithSlashesAndAZeroAfterEach) {
 
 TEST_F(Window, DropsTheDropWhenThereIsNoMemoryForIt) {
     PlatformWindow *window = create_shown();
-    HeapHookScope hook([](uint64_t) { return false; });
-    std::vector<std::string> names = {"C:/a"};
-    drive_drop(window, {1, 1}, names);
+    std::vector<uint64_t> sizes;
+    HeapHookScope hook([&](uint64_t size) {
+        sizes.push_back(size);
+        return false;
+    });
+    drive_drop(window, {1, 1}, {"C:/a", "D:/bc"});
     EXPECT_TRUE(pump(EVENT_FILES_DROPPED).empty());
+    EXPECT_EQ(sizes, std::vector<uint64_t>{(4 + 5) * 4 + 1}); // four bytes for each of the names' units
 }
 
 TEST_F(Window, WithoutACallbackEventsAreDropped) {
