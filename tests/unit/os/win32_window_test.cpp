@@ -240,8 +240,14 @@ TEST_F(SystemWindow, StaysAboveOthersWhileItIsTopmost) {
     auto is_topmost = [window] {
         return (GetWindowLongPtrW(handle_of(window), GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
     };
+    os_window_move(window, {200, 150});
+    RECT before = {};
+    GetWindowRect(handle_of(window), &before);
     os_window_toggle_topmost(window);
     EXPECT_TRUE(is_topmost());
+    RECT after = {};
+    GetWindowRect(handle_of(window), &after);
+    EXPECT_TRUE(EqualRect(&before, &after));
     os_window_toggle_topmost(window);
     EXPECT_FALSE(is_topmost());
 }

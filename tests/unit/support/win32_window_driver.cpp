@@ -78,7 +78,7 @@ void drive_key_down(PlatformWindow *window, uint16_t code, bool was_down) {
 }
 
 void drive_key_up(PlatformWindow *window, uint16_t code) {
-    post(window, WM_KEYUP, code, static_cast<LPARAM>(0xC0000001));
+    post(window, code == VK_MENU ? WM_SYSKEYUP : WM_KEYUP, code, static_cast<LPARAM>(0xC0000001));
 }
 
 void drive_character(PlatformWindow *window, uint32_t unit) {
