@@ -189,6 +189,10 @@ TEST(StrBufGrowth, DoublesUntilItFits) {
     strbuf_append(&text, 100, long_text.data());
     EXPECT_EQ(text.capacity, 128u);
     EXPECT_EQ(text.str(), std::string(117, 'x'));
+    Text from_nothing("", 0);
+    strbuf_append(&from_nothing, 3, "abc");
+    EXPECT_EQ(from_nothing.capacity, 4u);
+    EXPECT_EQ(from_nothing.str(), "abc");
 }
 
 TEST(StrBufGrowth, DoublesUpTo0x3FFFFFFAndStepsBy64MiBFromThere) {
@@ -653,7 +657,9 @@ TEST(Arena, AfterARewindBlockZeroIsReusedNotBlockOne) {
     Arena arena;
     char *first = static_cast<char *>(arena_alloc(&arena, 900));
     arena_alloc(&arena, 900);
+    arena.blocks[0].used = 908;
     arena_rewind(&arena);
+    EXPECT_EQ(arena.blocks[0].used, 0u);
     EXPECT_EQ(arena.used, 0u);
     EXPECT_EQ(arena.index, 0u);
     EXPECT_EQ(arena.base, arena.blocks[0].base);
