@@ -7,6 +7,7 @@
 #include "app/frame_scope.h"
 #include "os/files.h"
 #include "search/worker.h"
+#include "support/each_step.h"
 #include "support/heap_hook.h"
 #include "support/recorded_commands.h"
 
@@ -427,6 +428,20 @@ TEST(InputEnter, ANameThatTheWorkerWritesOverMeanwhileIsTheWholeOldOne) {
     }
     EXPECT_EQ(text_of(*path), "C:/" + name);
 }
+
+#ifndef _WIN32
+TEST(InputEnter, ANameOfASearchThatIsOverChangesNothing) {
+    FrameScope scope;
+    put_completions("C:/co", {"code"});
+    states_while([] { key(KEY_ENTER); }, 0,
+                 [] {
+                     search_state.requests_taken = search_state.requests_taken + 1; // all the time
+                     return each_step::State{};
+                 });
+    EXPECT_EQ(text_of(*path), "C:/co");
+    EXPECT_EQ(published(), 0);
+}
+#endif
 
 TEST(InputEnter, ANameThatTheScratchArenaDoesNotHoldChangesNothing) {
     FrameScope scope;

@@ -549,6 +549,16 @@ TEST(Worker, ARefusedSubfolderPathIsNotWalked) {
     EXPECT_EQ(stored_rows(), "files 0\n"); // the empty path would have walked the root
 }
 
+TEST(Worker, ASubfolderWhosePathNoSystemOpensIsPassed) {
+    SearchScope scope;
+    search_state.request_pending = 0;
+    std::string folder(4090, 'a');
+    for (const char *name : {"1234", "12345", "123456"}) { // the first has room, and is nowhere
+        EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from(name), 0, nullptr, 1), 1);
+        EXPECT_EQ(stored_rows(), "files 0\n");
+    }
+}
+
 #ifdef __linux__
 TEST(Worker, TwoSlashesAndANameSuggestTheRootsFolders) {
     TestTree tree;
