@@ -432,14 +432,23 @@ TEST(InputEnter, ANameThatTheWorkerWritesOverMeanwhileIsTheWholeOldOne) {
 #ifndef _WIN32
 TEST(InputEnter, ANameOfASearchThatIsOverChangesNothing) {
     FrameScope scope;
-    put_completions("C:/co", {"code"});
-    states_while([] { key(KEY_ENTER); }, 0,
-                 [] {
-                     search_state.requests_taken = search_state.requests_taken + 1; // all the time
-                     return each_step::State{};
-                 });
-    EXPECT_EQ(text_of(*path), "C:/co");
-    EXPECT_EQ(published(), 0);
+    scratch_empty();
+    static bool is_over;
+    for (bool ends : {true, false}) {
+        put_completions("C:/co", {"code"});
+        is_over = ends;
+        states_while([] { key(KEY_ENTER); }, 0,
+                     [] {
+                         if (is_over && scratch->used > 0) { // while its name is copied
+                             is_over = false;
+                             search_state.requests_taken = search_state.requests_taken + 1;
+                         }
+                         return each_step::State{};
+                     });
+        EXPECT_FALSE(is_over);
+        EXPECT_EQ(text_of(*path), ends ? "C:/co" : "C:/code");
+        EXPECT_EQ(published(), ends ? 0 : 1);
+    }
 }
 #endif
 
