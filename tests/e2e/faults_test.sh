@@ -2,9 +2,9 @@
 # Disks that fail, are full or may not be written, and files of 3 GB: faults_test.sh SEARCH_DUMP TYPING_PROBE
 # FAILING_READS. Nothing that was saved may be lost by any of it.
 #
-# A full disk is a small file system of its own, a folder that may not be written one that is mounted read-only; where
-# this process may not mount, a limit on the size of files stands in for the first, and for the second the folder's
-# mode, unless the superuser runs this. What was used is printed.
+# A full disk is a limit on the size of files, a folder that may not be written one whose mode says so. Where this
+# process may mount, a small file system of its own and one that is mounted read-only come on top; whether they did is
+# printed.
 set -euo pipefail
 search_dump=$1 probe=$2 failing_reads=$3
 font=$(dirname "$probe")/source_code_pro.otf
@@ -115,33 +115,27 @@ mount_writable() { umount disk; }
 mode_read_only() { chmod 555 disk; }
 mode_writable() { chmod 755 disk; }
 
-export -f check put_program holds_all goes_on full_disk read_only mount_read_only mount_writable
+export -f check put_program holds_all goes_on full_disk read_only mount_read_only mount_writable \
+    mode_read_only mode_writable
 export search_dump probe font entries
-in_own_mounts() {
-    # shellcheck disable=SC2016
-    "$@" bash -euc 'passed=0 failed=0
-        full_disk
-        read_only mount_read_only mount_writable
-        echo "$passed $failed" > counts'
-}
-used=
-for own in 'unshare -m' 'unshare -rm'; do
+checks_in() { # checks_in STARTER CHECKS: in a shell that the starter starts
     # shellcheck disable=SC2086
-    if [ -z "$used" ] && $own mount -t tmpfs tmpfs disk 2> /dev/null; then
-        used=$own
-    fi
-done
-if [ -n "$used" ]; then
-    # shellcheck disable=SC2086
-    in_own_mounts $used
+    $1 bash -euc "passed=0 failed=0; $2; echo \"\$passed \$failed\" > counts"
+    local more_passed more_failed
     read -r more_passed more_failed < counts
     passed=$((passed + more_passed)) failed=$((failed + more_failed))
-    how="a small file system and a read-only one ($used)"
-elif [ "$(id -u)" != 0 ]; then
-    read_only mode_read_only mode_writable
-    how="a limit on files' sizes, and the folder's mode"
-else
-    how="a limit on files' sizes only: the superuser may write everywhere and not mount here"
-fi
-printf 'faults: %s passed, %s failed, with %s\n' "$passed" "$failed" "$how"
+}
+restricted='env'
+[ "$(id -u)" != 0 ] || restricted='setpriv --bounding-set -dac_override' # who otherwise may write everywhere
+checks_in "$restricted" 'read_only mode_read_only mode_writable'
+how='without mounting'
+for own in 'unshare -m' 'unshare -rm'; do
+    # shellcheck disable=SC2086
+    if $own mount -t tmpfs tmpfs disk 2> /dev/null; then
+        checks_in "$own" 'full_disk; read_only mount_read_only mount_writable'
+        how="with file systems of its own ($own)"
+        break
+    fi
+done
+printf 'faults: %s passed, %s failed, %s\n' "$passed" "$failed" "$how"
 [ "$failed" = 0 ]
