@@ -58,10 +58,6 @@ void note_drop(const WindowEvent *event) {
     }
 }
 
-} // namespace
-
-namespace {
-
 Point asked_position;
 
 HWND WINAPI note_position(DWORD extended_style, LPCWSTR class_name, LPCWSTR title, DWORD style, int x, int y,
