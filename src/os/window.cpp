@@ -102,6 +102,7 @@ namespace {
 
 WindowEvent event;
 WindowEventCallback *event_callback;
+uint32_t callback_depth; // callbacks that have not returned
 
 // Starts the event; its payload is filled in before deliver.
 void begin_event(PlatformWindow *window, uint8_t type) {
@@ -112,7 +113,9 @@ void begin_event(PlatformWindow *window, uint8_t type) {
 
 void deliver() {
     if (event_callback) {
+        callback_depth++;
         event_callback(&event);
+        callback_depth--;
     }
 }
 
@@ -126,6 +129,38 @@ void deliver_mouse(PlatformWindow *window, uint8_t type, Point position) {
 
 void os_set_event_callback(WindowEventCallback *callback) {
     event_callback = callback;
+}
+
+// ---- The system's own message loop ----
+
+namespace {
+
+WindowFrameCallback *frame_callback;
+uint32_t frame_period_ms;
+const PlatformWindow *looping_window; // null: the system runs no loop of its own
+
+} // namespace
+
+void os_set_frame_callback(WindowFrameCallback *callback, uint32_t period_ms) {
+    frame_callback = callback;
+    frame_period_ms = period_ms;
+}
+
+uint32_t window_system_loop_begin(PlatformWindow *window) {
+    looping_window = window;
+    return frame_callback ? frame_period_ms : 0;
+}
+
+void window_system_loop_end() {
+    looping_window = nullptr;
+}
+
+void window_frame_due(PlatformWindow *window) {
+    if (frame_callback && window == looping_window && callback_depth == 0) {
+        callback_depth++;
+        frame_callback(window);
+        callback_depth--;
+    }
 }
 
 // ---- Messages ----
@@ -152,6 +187,7 @@ void window_resized(PlatformWindow *window, const WindowGeometry &geometry, uint
     begin_event(window, EVENT_WINDOW_RESIZED);
     event.resized = {width, height};
     deliver();
+    window_frame_due(window);
 }
 
 namespace {
@@ -209,6 +245,9 @@ void window_closed(PlatformWindow *window) {
     window_destroy_native(window);
     raw_mouse_stop(window);
     window_list_remove(window);
+    if (looping_window == window) {
+        window_system_loop_end();
+    }
     begin_event(window, EVENT_WINDOW_CLOSED);
     deliver();
 }

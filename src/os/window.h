@@ -168,6 +168,14 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
 // events. Returns how many messages there were, events or not: one that asks for a redraw counts.
 uint32_t os_pump_messages();
 
+typedef void WindowFrameCallback(PlatformWindow *window);
+
+// Sets the one function that draws while os_pump_messages does not return: the system runs a message loop of
+// its own as long as the user holds the title bar or the frame, or has a menu open. Meanwhile the function is
+// called every period_ms milliseconds and after every change of size, but never from within an event's
+// callback or its own. Null: it is not called.
+void os_set_frame_callback(WindowFrameCallback *callback, uint32_t period_ms);
+
 // ---- Presentation (one version for all systems) ----
 
 // Shows the whole framebuffer in the whole client area, stretched when their sizes differ. Nothing happens

@@ -78,6 +78,16 @@ void window_button_released(PlatformWindow *window, uint16_t button, Point posit
 
 void window_wheel_turned(PlatformWindow *window, Point position, int32_t delta);
 
+// ---- The system's own message loop (one version for all systems) ----
+
+// The system begins a message loop of its own for the window. Returns after how many milliseconds each
+// window_frame_due is called until it ends; 0: never.
+uint32_t window_system_loop_begin(PlatformWindow *window);
+void window_system_loop_end();
+
+// Calls the frame callback, if the window's system loop runs and no callback does.
+void window_frame_due(PlatformWindow *window);
+
 // ---- Dropped files (one version for all systems) ----
 
 // The names of dropped files while they are collected.

@@ -36,6 +36,11 @@ void headless_drag_size(PlatformWindow *window, Size client_size);
 void headless_close(PlatformWindow *window);
 void headless_focus(PlatformWindow *window);
 
+// Takes hold of the window's title bar, or lets it go. In between the system handles the messages in a loop
+// of its own, in which a frame is due after each of them; it ends with the last message in any case.
+void headless_hold_title(PlatformWindow *window);
+void headless_release_title(PlatformWindow *window);
+
 // Drops files there in the client area; names in the system's own writing.
 void headless_drop(PlatformWindow *window, Point client, const Str *names, int32_t count);
 

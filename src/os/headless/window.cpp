@@ -39,6 +39,8 @@ enum MessageKind : uint8_t {
     MESSAGE_RELEASED, // code
     MESSAGE_WHEEL,    // delta
     MESSAGE_DROP,     // client, names
+    MESSAGE_TITLE_HELD,
+    MESSAGE_TITLE_RELEASED,
 };
 
 struct Message {
@@ -204,6 +206,22 @@ void forget_messages(const Offscreen *target) {
     headless.message_count = kept;
 }
 
+void handle(Message message);
+
+// The loop that runs while the title bar is held.
+void run_system_loop(PlatformWindow *window) {
+    window_system_loop_begin(window);
+    while (headless.message_next < headless.message_count) {
+        Message message = headless.messages[headless.message_next++];
+        if (message.kind == MESSAGE_TITLE_RELEASED) {
+            break;
+        }
+        handle(message);
+        window_frame_due(window);
+    }
+    window_system_loop_end();
+}
+
 // A copy, for the callback may post further messages.
 void handle(Message message) {
     Offscreen *self = message.target;
@@ -250,6 +268,11 @@ void handle(Message message) {
         break;
     case MESSAGE_DROP:
         window_files_dropped(window, message.client, &message.names);
+        break;
+    case MESSAGE_TITLE_HELD:
+        run_system_loop(window);
+        break;
+    case MESSAGE_TITLE_RELEASED:
         break;
     }
 }
@@ -360,6 +383,14 @@ void headless_close(PlatformWindow *window) {
 
 void headless_focus(PlatformWindow *window) {
     give_focus(window ? offscreen(window) : nullptr);
+}
+
+void headless_hold_title(PlatformWindow *window) {
+    post(MESSAGE_TITLE_HELD, offscreen(window));
+}
+
+void headless_release_title(PlatformWindow *window) {
+    post(MESSAGE_TITLE_RELEASED, offscreen(window));
 }
 
 void headless_drop(PlatformWindow *window, Point client, const Str *names, int32_t count) {

@@ -91,6 +91,20 @@ void files_dropped(PlatformWindow *window, HDROP drop) {
     window_files_dropped(window, {client.x, client.y}, &list);
 }
 
+constexpr UINT_PTR frame_timer = 1;
+
+void system_loop_begins(PlatformWindow *window) {
+    uint32_t period_ms = window_system_loop_begin(window);
+    if (period_ms > 0) {
+        SetTimer(static_cast<HWND>(window->handle), frame_timer, period_ms, nullptr);
+    }
+}
+
+void system_loop_ends(PlatformWindow *window) {
+    KillTimer(static_cast<HWND>(window->handle), frame_timer);
+    window_system_loop_end();
+}
+
 LRESULT CALLBACK window_procedure(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) {
     PlatformWindow *window = window_from_handle(handle);
     if (!window) {
@@ -102,6 +116,19 @@ LRESULT CALLBACK window_procedure(HWND handle, UINT message, WPARAM wparam, LPAR
         break;
     case WM_SIZE:
         window_resized(window, geometry_of(handle), LOWORD(lparam), HIWORD(lparam));
+        break;
+    case WM_ENTERSIZEMOVE:
+    case WM_ENTERMENULOOP:
+        system_loop_begins(window);
+        break;
+    case WM_EXITSIZEMOVE:
+    case WM_EXITMENULOOP:
+        system_loop_ends(window);
+        break;
+    case WM_TIMER:
+        if (wparam == frame_timer) {
+            window_frame_due(window);
+        }
         break;
     case WM_SETFOCUS:
         window_focus_gained(window);
@@ -250,6 +277,15 @@ HWND create_native(Size client_size, Str title, uint16_t flags) {
     return handle;
 }
 
+// Gives the window the program's icon, if it has one. The class has none.
+void set_icon(HWND handle, WPARAM kind, int32_t width_metric, int32_t height_metric) {
+    HANDLE icon = LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(1), IMAGE_ICON,
+                             GetSystemMetrics(width_metric), GetSystemMetrics(height_metric), LR_SHARED);
+    if (icon) {
+        SendMessageW(handle, WM_SETICON, kind, reinterpret_cast<LPARAM>(icon));
+    }
+}
+
 } // namespace
 
 PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags) {
@@ -271,6 +307,8 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
     if (flags & WINDOW_FLAG_LAYERED) {
         SetLayeredWindowAttributes(handle, 0, 0, LWA_COLORKEY);
     }
+    set_icon(handle, ICON_BIG, SM_CXICON, SM_CYICON);
+    set_icon(handle, ICON_SMALL, SM_CXSMICON, SM_CYSMICON);
     DragAcceptFiles(handle, TRUE);
     window->handle = handle;
     window->device_context = GetDC(handle);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "os/memory.h"
@@ -268,6 +269,89 @@ TEST_F(OffscreenWindow, DraggingMovesAndResizesItInsideThePump) {
     EXPECT_EQ(window->window_position.x, 30);
     EXPECT_EQ(window->framebuffer.width, 333);
     EXPECT_EQ(window->framebuffer.height, 222);
+}
+
+namespace {
+
+// What has been called, in order: 'e' an event, 'f' a frame.
+std::string calls;
+
+void note_event_call(const WindowEvent *) {
+    calls += 'e';
+}
+
+void note_frame_call(PlatformWindow *) {
+    calls += 'f';
+}
+
+} // namespace
+
+TEST_F(OffscreenWindow, CallsForFramesWhileItsTitleBarIsHeldAndAfterEachNewSize) {
+    os_set_event_callback(note_event_call);
+    os_set_frame_callback(note_frame_call, 10);
+    calls.clear();
+    headless_type('a');
+    headless_hold_title(window);
+    headless_drag_to(window, {50, 60});
+    headless_drag_size(window, {300, 200});
+    headless_type('b');
+    headless_release_title(window);
+    headless_type('c');
+    headless_drag_size(window, {200, 100});
+    os_pump_messages();
+    EXPECT_EQ(calls, "e"
+                     "ef"
+                     "eff"
+                     "ef"
+                     "ee");
+    os_set_frame_callback(nullptr, 0);
+}
+
+TEST_F(OffscreenWindow, CallsForNoFrameWithinACallback) {
+    os_set_event_callback([](const WindowEvent *event) {
+        calls += 'e';
+        if (event->type == EVENT_CHAR) {
+            os_window_resize(event->window, {300, 200});
+        }
+    });
+    os_set_frame_callback(
+        [](PlatformWindow *held) {
+            calls += 'f';
+            os_window_resize(held, {210, 110});
+        },
+        10);
+    calls.clear();
+    headless_hold_title(window);
+    headless_type('a');
+    headless_release_title(window);
+    os_pump_messages();
+    EXPECT_EQ(calls, "ee"
+                     "fe"); // the character with its new size, then the frame with its own
+    os_set_frame_callback(nullptr, 0);
+}
+
+TEST_F(OffscreenWindow, EventsAndTheirOrderAreTheSameWhileItsTitleBarIsHeld) {
+    std::vector<uint8_t> types[2];
+    for (bool is_held : {false, true}) {
+        seen.clear();
+        os_set_frame_callback(note_frame_call, 10);
+        if (is_held) {
+            headless_hold_title(window);
+        }
+        headless_drag_to(window, {50, 60});
+        headless_type('a');
+        headless_drag_size(window, {300, 200});
+        headless_release_title(window);
+        headless_drag_size(window, {200, 100});
+        headless_drag_to(window, {100, 100});
+        os_pump_messages();
+        os_set_frame_callback(nullptr, 0);
+        for (const WindowEvent &event : seen) {
+            types[is_held].push_back(event.type);
+        }
+    }
+    EXPECT_EQ(types[0].size(), 5u);
+    EXPECT_EQ(types[0], types[1]);
 }
 
 TEST_F(OffscreenWindow, CountsEachPresentationThatShowsSomething) {

@@ -371,3 +371,42 @@ TEST_F(SystemWindow, DescribesTheMonitorsAsTheSystemDoes) {
     EXPECT_EQ(std::string(monitors[0].name.data, monitors[0].name.count).substr(0, 11), "\\\\.\\DISPLAY");
     EXPECT_EQ(monitors[0].handle, MonitorFromPoint({0, 0}, MONITOR_DEFAULTTOPRIMARY));
 }
+
+namespace {
+
+int frames_asked;
+
+// Handles the window's messages until that many frames have been asked for; a frame too many is one, too.
+void pump_for_frames(int count) {
+    for (int waits = 0; frames_asked < count && waits < 1000; waits++) {
+        os_pump_messages();
+        Sleep(5);
+    }
+}
+
+} // namespace
+
+TEST_F(SystemWindow, AsksForFramesByATimerWhileTheSystemRunsItsOwnLoop) {
+    const UINT loops[][2] = {{WM_ENTERSIZEMOVE, WM_EXITSIZEMOVE}, {WM_ENTERMENULOOP, WM_EXITMENULOOP}};
+    os_set_frame_callback([](PlatformWindow *) { frames_asked++; }, 10);
+    for (const auto &loop : loops) {
+        PlatformWindow *window = create();
+        frames_asked = 0;
+        SendMessageW(handle_of(window), WM_TIMER, 1, 0);
+        EXPECT_EQ(frames_asked, 0);
+        SendMessageW(handle_of(window), loop[0], 0, 0);
+        pump_for_frames(3);
+        EXPECT_GE(frames_asked, 3);
+        SendMessageW(handle_of(window), loop[1], 0, 0);
+        frames_asked = 0;
+        EXPECT_FALSE(KillTimer(handle_of(window), 1)); // there is none any more
+        SendMessageW(handle_of(window), WM_TIMER, 1, 0);
+        EXPECT_EQ(frames_asked, 0);
+    }
+    os_set_frame_callback(nullptr, 0);
+}
+
+TEST_F(SystemWindow, HasNoIconWhenTheProgramHasNone) {
+    PlatformWindow *window = create();
+    EXPECT_EQ(SendMessageW(handle_of(window), WM_GETICON, ICON_BIG, 0), 0);
+}
