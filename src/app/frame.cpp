@@ -1,5 +1,6 @@
 #include "app/frame.h"
 
+#include "app/input.h"
 #include "app/results_view.h"
 #include "app/saved_lists.h"
 #include "app/scratch.h"
@@ -154,34 +155,45 @@ Point mouse_in(const PlatformWindow *window) {
     return {position.x - window->client_position.x, position.y - window->client_position.y};
 }
 
-// The edges count as inside; over the frame the system's own cursors stay.
+// Whether the cursor is ours: over the window's frame the system's own stay. The edges count as inside.
 uint8_t is_in_client_area(const PlatformWindow *window, Point mouse) {
-    return mouse.x >= 0 && mouse.x <= window->client_size.width && mouse.y >= 0 &&
-           mouse.y <= window->client_size.height;
+    return (window->input_flags & WINDOW_INPUT_POINTER_INSIDE) && mouse.x >= 0 &&
+           mouse.x <= window->client_size.width && mouse.y >= 0 && mouse.y <= window->client_size.height;
 }
 
-} // namespace
-
-uint8_t frame_turn(PlatformWindow *window) {
+// Returns whether an event waited for this frame.
+uint8_t begin_frame() {
     begin_frame_time();
     scratch_empty();
     // Nothing of the worker's is held here: blocks it retired may go, and those retired for it.
     search_state.interface_pass = search_state.interface_pass + 1;
     release_retired(&search_state.retired_text);
-    ui_begin_frame();
-    uint32_t message_count = os_pump_messages();
-    if (!(window->flags & WINDOW_FLAG_ALIVE)) {
-        return 0;
-    }
+    return input_begin_frame() > 0;
+}
+
+void end_frame(PlatformWindow *window, uint8_t has_input) {
     if (is_in_client_area(window, mouse_in(window))) {
         os_set_cursor(CURSOR_ARROW);
     }
-    if (message_count > 0 || search_state.results_dirty) {
+    if (has_input || search_state.results_dirty) {
         search_state.results_dirty = 0;
         frame_draw(&window->framebuffer, mouse_in(window));
         os_window_blit(window);
         frame_clock.drawn_count++;
     }
+}
+
+} // namespace
+
+uint8_t frame_turn(PlatformWindow *window) {
+    uint8_t has_input = begin_frame();
+    if (os_pump_messages() > 0) {
+        has_input = 1;
+    }
+    if (!(window->flags & WINDOW_FLAG_ALIVE)) {
+        return 0;
+    }
+    end_frame(window, has_input);
     // Less than a millisecond is not waited for: a sleep of none only gives way, and hundreds of them a frame
     // would cost an idle window more than all its sleeping.
     // More than a frame is left when the ticks of a machine that slept for days have overflowed.
@@ -191,4 +203,10 @@ uint8_t frame_turn(PlatformWindow *window) {
         left = time_left_us();
     }
     return 1;
+}
+
+void frame_in_system_loop(PlatformWindow *window) {
+    // Ends the frame that the pump is in and begins the next one, so that a press is acted on once.
+    end_frame(window, 1);
+    begin_frame();
 }

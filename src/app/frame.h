@@ -36,3 +36,6 @@ void frame_draw(Framebuffer *framebuffer, Point mouse);
 // One turn of the loop: handles what has happened, draws when something may have changed, and sleeps away the
 // rest of the frame's time. Returns 0 once the window is closed.
 uint8_t frame_turn(PlatformWindow *window);
+
+// The frame callback for os_set_frame_callback: a turn without the pump and the sleep, which always draws.
+void frame_in_system_loop(PlatformWindow *window);

@@ -1,5 +1,7 @@
 #include "app/input.h"
 
+#include <iterator>
+
 #include "app/results_view.h"
 #include "app/saved_lists.h"
 #include "app/scratch.h"
@@ -53,7 +55,9 @@ void focus_other_field(const StrBuf *field) {
     field_set_single_caret(0, field_text_end(input_field.focused_field));
 }
 
+// A button may go down where no motion led, so it takes the pointer along.
 void handle_button(const ButtonPayload &button) {
+    ui_pointer_moved(button.position);
     if (button.state == BUTTON_RELEASED) {
         ui_release(button.button, button.position);
     } else { // the second press of a double press is a press
@@ -94,17 +98,16 @@ void handle_character(const WindowEvent *event) {
     }
 }
 
-} // namespace
-
-void input_handle_event(const WindowEvent *event) {
+void handle(const WindowEvent *event) {
     switch (event->type) {
-    case EVENT_MOUSE_MOVE: // entering and leaving are no moves, and that is meant
+    case EVENT_MOUSE_MOVE: // entering and leaving are intentionally not moves
         ui_pointer_moved(event->mouse.position);
         break;
     case EVENT_MOUSE_BUTTON:
         handle_button(event->button);
         break;
     case EVENT_MOUSE_WHEEL:
+        ui_pointer_moved(event->wheel.position);
         ui_wheel_turned(event->wheel.direction, event->wheel.position);
         results_scroll_by(event->wheel.direction, event->window->client_size.height);
         break;
@@ -120,7 +123,71 @@ void input_handle_event(const WindowEvent *event) {
             field_merge_carets(); // which Shift's would have done
         }
         break;
-    default: // what else happens only redraws
-        break;
     }
+}
+
+// ---- Events that wait for the next frame ----
+
+// A click acts on what is there when the button goes down, and that is acted on while the frame is drawn. So
+// whatever follows the press waits until then.
+
+WindowEvent take_waiting() {
+    WaitingEvents *waiting = &ui_state.waiting;
+    WindowEvent event = waiting->events[waiting->first++];
+    if (waiting->first == waiting->end) {
+        waiting->first = waiting->end = 0;
+    }
+    return event;
+}
+
+uint8_t is_waiting() {
+    return ui_state.waiting.first < ui_state.waiting.end;
+}
+
+void handle_all_waiting() {
+    while (is_waiting()) {
+        WindowEvent event = take_waiting();
+        handle(&event);
+    }
+}
+
+// Whether a button has gone down in this frame and the event must wait for the next one. Another button that
+// goes down at the same place need not: the two go down together.
+uint8_t follows_press(const WindowEvent *event) {
+    if (!ui_went_down(MOUSE_LEFT) && !ui_went_down(MOUSE_MIDDLE) && !ui_went_down(MOUSE_RIGHT)) {
+        return 0;
+    }
+    Point pointer = ui_pointer_position();
+    const ButtonPayload &button = event->button;
+    return event->type != EVENT_MOUSE_BUTTON || button.state == BUTTON_RELEASED ||
+           ui_went_down(button.button) || button.position.x != pointer.x || button.position.y != pointer.y;
+}
+
+} // namespace
+
+void input_handle_event(const WindowEvent *event) {
+    uint8_t is_input = event->type <= EVENT_CHAR || event->type == EVENT_FOCUS;
+    if (event->type == EVENT_WINDOW_CLOSED) {
+        handle_all_waiting(); // there is no next frame, and what was typed is to be saved
+    } else if (!is_input) {
+        return; // only redraws
+    } else if (!is_waiting() && !follows_press(event)) {
+        handle(event);
+    } else if (ui_state.waiting.end < std::size(ui_state.waiting.events)) {
+        ui_state.waiting.events[ui_state.waiting.end++] = *event;
+    } else { // too many to keep: their order matters more than what the press finds
+        handle_all_waiting();
+        handle(event);
+    }
+}
+
+uint32_t input_begin_frame() {
+    ui_begin_frame();
+    uint32_t count = 0;
+    while (is_waiting() && !follows_press(&ui_state.waiting.events[ui_state.waiting.first])) {
+        WindowEvent event = take_waiting();
+        handle(&event);
+        count++;
+    }
+    return count;
 }

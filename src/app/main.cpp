@@ -39,6 +39,7 @@ int main() {
     os_window_show(window, 1);
     os_set_event_callback(input_handle_event);
     frame_clock_start(monitor->refresh_rate);
+    os_set_frame_callback(frame_in_system_loop, static_cast<uint32_t>(frame_clock.target_us / 1000));
     startup_reserve_buffers();
     startup_load(os_exe_folder(), os_command_line());
     startup_focus();

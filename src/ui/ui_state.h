@@ -63,6 +63,13 @@ inline constexpr uint16_t input_slot_count = input_block_size / sizeof(InputSlot
 
 // ---- The state ----
 
+// Events that wait for the next frame: those from first to end.
+struct WaitingEvents {
+    WindowEvent events[1024];
+    uint32_t first;
+    uint32_t end;
+};
+
 struct UiState {
     // the input callback writes, through the functions below; the drawing of a frame reads
     InputSlot *slots;    // input_slot_count, from the first use on; null when memory is out: nothing is down
@@ -74,6 +81,8 @@ struct UiState {
     uint16_t moved[64]; // pointer and wheel
     uint32_t moved_count;
     uint8_t list_was_full; // the next frame's begin clears every slot
+
+    WaitingEvents waiting; // the input callback only
 };
 extern UiState ui_state;
 

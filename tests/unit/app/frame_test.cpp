@@ -581,10 +581,10 @@ struct Loop : FrameScope {
         headless_move_pointer(on_screen(client));
     }
 
-    // What stands in the window, as frame_draw draws it into a framebuffer of that size.
-    bool shows_frame(Size size) const {
+    // Whether the window shows what frame_draw draws with the pointer at that place in the client area.
+    bool shows_frame(Size size, Point mouse = nowhere) const {
         Canvas canvas(size.width, size.height, unpainted);
-        frame_draw(&canvas.framebuffer, nowhere);
+        frame_draw(&canvas.framebuffer, mouse);
         const HeadlessView *view = headless_view(window);
         uint64_t count = static_cast<uint64_t>(size.width) * static_cast<uint64_t>(size.height);
         return view->size.width == size.width && view->size.height == size.height &&
@@ -690,6 +690,95 @@ TEST(FrameLoop, AClickOnAHitRunsOneCommand) {
     EXPECT_EQ(recorded_commands[1].text, "right 12");
 }
 
+namespace {
+
+// Thirty hits in a file; the clicks on them are recorded. The file's name is at y = 50, line 1 at 65.
+struct ListLoop : Loop {
+    ListLoop() {
+        recorded_commands.clear();
+        settings.left_click_cmd = str_from("left {tarn_row}");
+        settings.right_click_cmd = str_from("right {tarn_row}");
+        put_file("C:/src", "a.c");
+        for (uint32_t line = 1; line <= 30; line++) {
+            put_hit(line, "needle");
+        }
+        focus(query, {{0, 0}});
+        point_at({200, 70});
+        frames_in(1);
+    }
+
+    static Point on_line(int line) {
+        return {200, 70 + 15 * (line - 1)};
+    }
+
+    // The commands that have run, with '|' between them.
+    static std::string commands() {
+        std::string texts;
+        for (const RecordedCommand &command : recorded_commands) {
+            texts += (texts.empty() ? "" : "|") + command.text;
+        }
+        return texts;
+    }
+};
+
+} // namespace
+
+TEST(FrameLoop, AClickAfterAMotionFromOutsideHitsTheRowThatItIsOn) {
+    ListLoop loop;
+    headless_move_pointer({-5000, -5000});
+    loop.frames_in(1);
+    headless_move_pointer(loop.on_screen(ListLoop::on_line(6)));
+    headless_press(MOUSE_LEFT);
+    headless_release(MOUSE_LEFT);
+    loop.frames_in(3);
+    EXPECT_EQ(ListLoop::commands(), "left 6");
+}
+
+TEST(FrameLoop, AClickHitsTheRowThatWasThereWhateverFollowsIt) {
+    void (*const followers[])(const ListLoop &) = {
+        [](const ListLoop &loop) { headless_move_pointer(loop.on_screen(ListLoop::on_line(6))); },
+        [](const ListLoop &) { headless_turn_wheel(-120); },
+        [](const ListLoop &) { headless_type('x'); }, // which empties the list
+    };
+    for (size_t i = 0; i < std::size(followers); i++) {
+        ListLoop loop;
+        headless_press(MOUSE_RIGHT);
+        followers[i](loop);
+        headless_release(MOUSE_RIGHT);
+        loop.frames_in(3);
+        EXPECT_EQ(ListLoop::commands(), "right 1") << i;
+    }
+}
+
+TEST(FrameLoop, TheFrameAfterAClickShowsWhatFollowedIt) {
+    ListLoop loop;
+    headless_press(MOUSE_LEFT);
+    headless_move_pointer(loop.on_screen(ListLoop::on_line(6)));
+    EXPECT_EQ(loop.frames_in(1), 1u);
+    EXPECT_TRUE(loop.shows_frame({400, 200}, ListLoop::on_line(1)));
+    EXPECT_EQ(loop.frames_in(10), 1u);
+    EXPECT_TRUE(loop.shows_frame({400, 200}, ListLoop::on_line(6)));
+}
+
+TEST(FrameLoop, EachClickOfAFrameGetsAFrameOfItsOwn) {
+    ListLoop loop;
+    for (int line : {1, 4, 6}) {
+        headless_move_pointer(loop.on_screen(ListLoop::on_line(line)));
+        headless_press(MOUSE_LEFT);
+        headless_release(MOUSE_LEFT);
+    }
+    loop.frames_in(4);
+    EXPECT_EQ(ListLoop::commands(), "left 1|left 4|left 6");
+}
+
+TEST(FrameLoop, TheLeftButtonWinsWhenBothGoDownTogether) {
+    ListLoop loop;
+    headless_press(MOUSE_RIGHT);
+    headless_press(MOUSE_LEFT);
+    loop.frames_in(4);
+    EXPECT_EQ(ListLoop::commands(), "left 1");
+}
+
 TEST(FrameLoop, TheWheelScrollsTheHits) {
     Loop loop; // 200 high, so a step is two hits of 15
     loop.put_file("C:/src", "a.c");
@@ -777,13 +866,91 @@ TEST(FrameLoop, TheCursorIsAnArrowInsideTheClientAreaEdgesIncluded) {
         {{-1, 50}, false}, {{50, -1}, false},  {{401, 50}, false}, {{50, 201}, false},
     };
     Loop loop;
+    loop.point_at({200, 100});
+    headless_press(MOUSE_LEFT); // holds the pointer, so the window is told where it is outside as well
+    loop.frames_in(3);
     for (const auto &pointed : rows) {
         os_set_cursor(CURSOR_WAIT);
-        ui_pointer_moved(loop.on_screen(pointed.client));
-        EXPECT_EQ(loop.frames_in(1), 0u); // the cursor needs no frame
+        headless_move_pointer(loop.on_screen(pointed.client));
+        loop.frames_in(1);
         EXPECT_EQ(headless_cursor(), pointed.is_inside ? CURSOR_ARROW : CURSOR_WAIT)
             << pointed.client.x << ", " << pointed.client.y;
     }
+    headless_move_pointer(loop.on_screen({200, 100}));
+    loop.frames_in(1);
+    os_set_cursor(CURSOR_WAIT);
+    EXPECT_EQ(loop.frames_in(1), 0u); // the cursor needs no frame
+    EXPECT_EQ(headless_cursor(), CURSOR_ARROW);
+}
+
+TEST(FrameLoop, TheCursorIsTheSystemsOnceThePointerHasLeft) {
+    Loop loop;
+    loop.point_at({399, 100});
+    loop.frames_in(1);
+    headless_move_pointer(loop.on_screen({404, 100})); // onto the frame, of which no motion tells
+    os_set_cursor(CURSOR_SIZE_WEST_EAST);
+    loop.frames_in(3);
+    EXPECT_EQ(headless_cursor(), CURSOR_SIZE_WEST_EAST);
+    headless_move_pointer(loop.on_screen({390, 100}));
+    loop.frames_in(1);
+    EXPECT_EQ(headless_cursor(), CURSOR_ARROW);
+}
+
+namespace {
+
+// The program's frames while the system runs its own loop, as main sets them up.
+struct HeldLoop : ListLoop {
+    HeldLoop() {
+        os_set_frame_callback(frame_in_system_loop, 1);
+    }
+    ~HeldLoop() {
+        os_set_frame_callback(nullptr, 0);
+    }
+};
+
+} // namespace
+
+TEST(FrameLoop, FramesAreDrawnWhileTheTitleBarIsHeld) {
+    HeldLoop loop;
+    headless_move_pointer({-5000, -5000});
+    ui_pointer_moved({-5000, -5000}); // so no row is under it wherever the window is
+    loop.frames_in(1);
+    uint32_t pass = search_state.interface_pass;
+    headless_hold_title(loop.window);
+    headless_drag_to(loop.window, {50, 60});
+    headless_drag_to(loop.window, {70, 80});
+    headless_drag_size(loop.window, {500, 300});
+    uint32_t shown = loop.presented();
+    EXPECT_EQ(frame_turn(loop.window), 1);
+    // One after each message, one more for the new size, and the turn's own.
+    EXPECT_EQ(loop.presented() - shown, 5u);
+    EXPECT_EQ(search_state.interface_pass - pass, 5u);
+    EXPECT_TRUE(loop.shows_frame({500, 300}));
+    EXPECT_EQ(loop.frames_in(10), 0u);
+}
+
+TEST(FrameLoop, AClickBeforeTheTitleBarIsHeldRunsOnce) {
+    HeldLoop loop;
+    headless_press(MOUSE_LEFT);
+    headless_release(MOUSE_LEFT);
+    headless_type('x');
+    headless_hold_title(loop.window);
+    for (int i = 0; i < 5; i++) {
+        headless_ask_redraw(loop.window);
+    }
+    headless_release_title(loop.window);
+    headless_type('y');
+    EXPECT_EQ(frame_turn(loop.window), 1);
+    EXPECT_EQ(ListLoop::commands(), "left 1");
+    EXPECT_EQ(text_of(*query), "xy");
+}
+
+TEST(FrameLoop, AWindowThatIsClosedWhileItsTitleBarIsHeldEndsTheLoop) {
+    HeldLoop loop;
+    headless_hold_title(loop.window);
+    headless_ask_redraw(loop.window);
+    headless_close(loop.window);
+    EXPECT_EQ(frame_turn(loop.window), 0);
 }
 
 TEST(FrameLoop, EachTurnCountsAPassAndEmptiesTheScratchArena) {

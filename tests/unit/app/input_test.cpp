@@ -54,6 +54,11 @@ void wheel(int32_t direction, int32_t client_height = 600) {
     input_handle_event(&event);
 }
 
+std::string pointer_position() {
+    Point position = ui_pointer_position();
+    return std::to_string(position.x) + "," + std::to_string(position.y);
+}
+
 void focus_event(uint8_t is_gained) {
     WindowEvent event = {};
     event.type = EVENT_FOCUS;
@@ -954,6 +959,7 @@ TEST(InputKeys, CodesFrom256OnChangeNoSlotOfTheMouse) {
     EXPECT_EQ(ui_pointer_position().x, 30);
     EXPECT_EQ(ui_state.wheel_steps, 0);
     button(MOUSE_LEFT, BUTTON_PRESSED);
+    input_begin_frame();
     key(MOUSE_LEFT, KEY_RELEASED);
     EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
     key(255);
@@ -1014,16 +1020,13 @@ TEST(InputMouse, ADoublePressIsAPress) {
     FrameScope scope;
     button(MOUSE_LEFT, BUTTON_PRESSED, {3, 4});
     button(MOUSE_LEFT, BUTTON_RELEASED, {5, 6});
-    ui_begin_frame();
+    input_begin_frame();
     button(MOUSE_LEFT, BUTTON_DOUBLE_PRESSED, {7, 8});
     EXPECT_TRUE(ui_went_down(MOUSE_LEFT));
     EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
     const InputSlot &left = ui_state.slots[MOUSE_LEFT];
     EXPECT_EQ(left.press_position.x, 7);
     EXPECT_EQ(left.release_position.y, 6);
-    button(MOUSE_LEFT, BUTTON_RELEASED, {9, 9});
-    EXPECT_FALSE(ui_is_down(MOUSE_LEFT));
-    EXPECT_TRUE(ui_went_down(MOUSE_LEFT)); // a whole click within a frame still counts
 }
 
 TEST(InputMouse, EveryButtonHasASlotOfItsOwn) {
@@ -1033,21 +1036,126 @@ TEST(InputMouse, EveryButtonHasASlotOfItsOwn) {
         for (uint16_t other : {MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}) {
             EXPECT_EQ(ui_is_down(other), other == which);
         }
+        input_begin_frame();
         button(which, BUTTON_RELEASED);
     }
 }
 
-TEST(InputMouse, OnlyMovingMovesThePointer) {
+TEST(InputMouse, MotionsButtonsAndTheWheelMoveThePointer) {
     FrameScope scope;
-    EXPECT_EQ(ui_pointer_position().x, 0);
-    pointer(EVENT_MOUSE_ENTER, {10, 20}); // that is meant
-    EXPECT_EQ(ui_pointer_position().x, 0);
+    EXPECT_EQ(pointer_position(), "0,0");
+    pointer(EVENT_MOUSE_ENTER, {10, 20}); // entering and leaving are intentionally not moves
+    EXPECT_EQ(pointer_position(), "0,0");
     pointer(EVENT_MOUSE_MOVE, {30, 40});
-    pointer(EVENT_MOUSE_LEAVE, {-1, -1}); // that is meant
-    button(MOUSE_LEFT, BUTTON_PRESSED, {90, 90});
+    EXPECT_EQ(pointer_position(), "30,40");
+    pointer(EVENT_MOUSE_LEAVE, {-1, -1});
+    EXPECT_EQ(pointer_position(), "30,40");
     wheel(1);
-    EXPECT_EQ(ui_pointer_position().x, 30);
-    EXPECT_EQ(ui_pointer_position().y, 40);
+    EXPECT_EQ(pointer_position(), "7,8");
+    button(MOUSE_LEFT, BUTTON_PRESSED, {90, 91});
+    EXPECT_EQ(pointer_position(), "90,91");
+    input_begin_frame();
+    button(MOUSE_LEFT, BUTTON_RELEASED, {50, 51});
+    EXPECT_EQ(pointer_position(), "50,51");
+}
+
+// ---- What follows a press ----
+
+TEST(InputAfterPress, WaitsForTheNextFrame) {
+    FrameScope scope;
+    set_field(query, "abc");
+    scope.focus(query, {{3, 3}});
+    settle();
+    button(MOUSE_LEFT, BUTTON_PRESSED, {30, 40});
+    Seen before = see(scope);
+    pointer(EVENT_MOUSE_MOVE, {50, 60});
+    type('d');
+    key(KEY_TAB);
+    button(MOUSE_LEFT, BUTTON_RELEASED, {70, 80});
+    wheel(-1);
+    focus_event(0);
+    EXPECT_TRUE(see(scope) == before);
+    EXPECT_EQ(pointer_position(), "30,40");
+    EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
+
+    EXPECT_EQ(input_begin_frame(), 6u);
+    EXPECT_EQ(text_of(*query), "abcd"); // the character came before Tab
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_EQ(pointer_position(), "7,8");
+    EXPECT_FALSE(ui_is_down(MOUSE_LEFT));
+    EXPECT_FALSE(ui_is_down(KEY_TAB)); // released with the focus, after it was pressed
+    EXPECT_GT(search_state.results_scroll, 0);
+    EXPECT_EQ(input_begin_frame(), 0u);
+}
+
+TEST(InputAfterPress, WaitsOnlyUntilTheNextPress) {
+    FrameScope scope;
+    for (int32_t x = 1; x <= 3; x++) {
+        button(MOUSE_LEFT, BUTTON_PRESSED, {x, 0});
+        button(MOUSE_LEFT, BUTTON_RELEASED, {x, 1});
+    }
+    pointer(EVENT_MOUSE_MOVE, {4, 4});
+    EXPECT_EQ(pointer_position(), "1,0");
+    EXPECT_EQ(input_begin_frame(), 2u); // a release and the next press
+    EXPECT_TRUE(ui_went_down(MOUSE_LEFT));
+    EXPECT_EQ(pointer_position(), "2,0");
+    type('x'); // waits behind what already does
+    EXPECT_EQ(input_begin_frame(), 2u);
+    EXPECT_EQ(pointer_position(), "3,0");
+    EXPECT_EQ(input_begin_frame(), 3u);
+    EXPECT_FALSE(ui_went_down(MOUSE_LEFT));
+    EXPECT_EQ(pointer_position(), "4,4");
+}
+
+TEST(InputAfterPress, AnotherButtonAtTheSamePlaceGoesDownTogetherWithIt) {
+    FrameScope scope;
+    button(MOUSE_RIGHT, BUTTON_PRESSED, {5, 6});
+    button(MOUSE_MIDDLE, BUTTON_PRESSED, {5, 6});
+    button(MOUSE_LEFT, BUTTON_PRESSED, {5, 6});
+    EXPECT_TRUE(ui_went_down(MOUSE_LEFT) && ui_went_down(MOUSE_MIDDLE) && ui_went_down(MOUSE_RIGHT));
+    EXPECT_EQ(input_begin_frame(), 0u);
+}
+
+TEST(InputAfterPress, AnotherButtonElsewhereOrLaterWaits) {
+    FrameScope scope;
+    button(MOUSE_LEFT, BUTTON_PRESSED, {5, 6});
+    button(MOUSE_RIGHT, BUTTON_PRESSED, {5, 7});
+    button(MOUSE_MIDDLE, BUTTON_PRESSED, {5, 6});
+    EXPECT_FALSE(ui_went_down(MOUSE_RIGHT) || ui_went_down(MOUSE_MIDDLE));
+    EXPECT_EQ(input_begin_frame(), 1u);
+    EXPECT_TRUE(ui_went_down(MOUSE_RIGHT));
+    EXPECT_EQ(input_begin_frame(), 1u);
+    EXPECT_TRUE(ui_went_down(MOUSE_MIDDLE));
+}
+
+TEST(InputAfterPress, IsHandledBeforeTheWindowIsGone) {
+    FrameScope scope;
+    scope.focus(query, {{0, 0}});
+    button(MOUSE_LEFT, BUTTON_PRESSED);
+    type('x');
+    WindowEvent closed = {};
+    closed.type = EVENT_WINDOW_CLOSED;
+    input_handle_event(&closed);
+    EXPECT_EQ(scope.file("saved_queries.txt"), "x");
+}
+
+TEST(InputAfterPress, MoreThanCanWaitIsHandledAtOnceInItsOrder) {
+    FrameScope scope;
+    scope.focus(query, {{0, 0}});
+    saved_lists.folder = {}; // no file for each of them
+    button(MOUSE_LEFT, BUTTON_PRESSED);
+    std::string typed;
+    for (size_t i = 0; i < std::size(ui_state.waiting.events); i++) {
+        typed += static_cast<char>('a' + i % 26);
+        type(static_cast<uint8_t>(typed.back()));
+    }
+    EXPECT_EQ(text_of(*query), "");
+    type('!');
+    EXPECT_EQ(text_of(*query), typed + "!");
+    type('?');
+    EXPECT_EQ(text_of(*query), typed + "!");
+    EXPECT_EQ(input_begin_frame(), 1u);
+    EXPECT_EQ(text_of(*query), typed + "!?");
 }
 
 TEST(InputMouse, TheWheelsStepsAddUpWithinAFrame) {

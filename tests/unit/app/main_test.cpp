@@ -91,6 +91,11 @@ void noted_clock_start(int32_t refresh_rate) {
     calls.refresh_rate = refresh_rate;
 }
 
+void noted_set_frame_callback(WindowFrameCallback *callback, uint32_t) {
+    note("frame callback");
+    EXPECT_EQ(callback, frame_in_system_loop);
+}
+
 void noted_reserve_buffers() {
     note("buffers");
 }
@@ -126,6 +131,7 @@ uint8_t noted_turn(PlatformWindow *window) {
 #define os_window_show noted_window_show
 #define os_set_event_callback noted_set_event_callback
 #define frame_clock_start noted_clock_start
+#define os_set_frame_callback noted_set_frame_callback
 #define startup_reserve_buffers noted_reserve_buffers
 #define startup_load noted_load
 #define startup_focus noted_focus
@@ -178,8 +184,9 @@ protected:
 
 TEST_F(Program, StartsInItsOrder) {
     run();
-    EXPECT_EQ(calls.names, (Names{"init", "scratch", "monitors", "window", "centre", "show", "callback",
-                                  "clock", "buffers", "load", "focus", "worker", "turn", "turn", "turn"}));
+    EXPECT_EQ(calls.names,
+              (Names{"init", "scratch", "monitors", "window", "centre", "show", "callback", "clock",
+                     "frame callback", "buffers", "load", "focus", "worker", "turn", "turn", "turn"}));
     EXPECT_EQ(calls.callback, input_handle_event);
     EXPECT_EQ(calls.folder, to_string(os_exe_folder()));
     EXPECT_EQ(calls.command_line, to_string(os_command_line()));
