@@ -13,8 +13,10 @@ mouse='HKCU\Control Panel\Mouse'
 "$under_wine" reg add "$mouse" /v DoubleClickSpeed /t REG_SZ /d 60000 /f > /dev/null < /dev/null
 
 started=()
+undo() { :; } # what else a test has to undo
 finish() {
     status=$?
+    undo
     for pid in "${started[@]}"; do
         kill "$pid" 2> /dev/null || true
     done

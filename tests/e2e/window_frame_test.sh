@@ -1,0 +1,123 @@
+#!/bin/bash
+# Drives the program's window by its title bar and its frame: what is drawn while they are held, which cursor shows over
+# them, and the icon: window_frame_test.sh UNDER_WINE TARNWICK_EXE. Wine draws the frame itself here, as Windows does, and
+# runs the message loop that goes with it. Needs a display.
+set -euo pipefail
+under_wine=$(realpath "$1")
+program=$(realpath "$2")
+here=$(realpath "$(dirname "$0")")
+# shellcheck source=tests/e2e/real_input.sh
+source "$here/real_input.sh"
+
+failed() {
+    echo "FAILED in line ${BASH_LINENO[-2]}: $1"
+    exit 1
+}
+
+driver='HKCU\Software\Wine\X11 Driver'
+"$under_wine" reg add "$driver" /v Managed /t REG_SZ /d N /f > /dev/null < /dev/null
+undo() {
+    "$under_wine" reg delete "$driver" /v Managed /f > /dev/null < /dev/null
+}
+
+g++ -o "$work/cursor_name" "$here/cursor_name.cpp" -lX11 -lXfixes
+
+# A search of 50,000 files, which takes a while here, with a hit in every 500th: one folder under many names.
+mkdir -p "$work/tree/folder"
+(cd "$work/tree/folder" && seq 499 | split -a 3 -l 1 - file && printf 'needle\n\n\n' > file)
+for name in {00..99}; do
+    ln -s folder "$work/tree/$name"
+done
+
+has_window() {
+    window=$(xdotool search --onlyvisible --class tarnwick 2> /dev/null)
+    [ -n "$window" ]
+}
+
+find_window() { # sets X, Y, WIDTH and HEIGHT, those of the whole window on the screen
+    eval "$(xdotool getwindowgeometry --shell "$window")"
+}
+
+# Pixels of the screen, as text RRGGBB a line: pixels WIDTHxHEIGHT+X+Y.
+pixels() {
+    timeout 20 import -window root -crop "$1" +repage -depth 8 rgb:- | od -An -v -tx1 -w3 | tr -d ' '
+}
+
+shows_text() { # in the list area
+    [ "$(pixels "300x200+$((X + 10))+$((Y + 80))" | sort -u | wc -l)" -gt 10 ]
+}
+
+"$under_wine" "$program" "Z:$work/tree " -needle > "$work/output" 2>&1 < /dev/null &
+started+=("$!")
+until_true has_window || failed 'no window'
+find_window
+until_true shows_text || failed 'no hits'
+
+# ---- The icon ----
+
+# The large one and the small one: width, height and pixels each, of which some have the program's yellow.
+icons=$(xprop -id "$window" -notype 32c _NET_WM_ICON)
+[[ $icons == *'= 32, 32, '*', 16, 16, '* ]] || failed 'there are not two icons'
+[[ $icons == *4294967040*', 16, 16, '*4294967040* ]] || failed "the icons are not the program's"
+
+# ---- While the title bar is held ----
+
+list_pixels() {
+    pixels "${WIDTH}x$((HEIGHT - 80))+$X+$((Y + 80))" | md5sum
+}
+
+list_changes() {
+    [ "$(list_pixels)" != "$seen" ]
+}
+
+xdotool mousemove $((X + 400)) $((Y + 12)) mousedown 1
+sleep 0.5 # the system begins its loop when the button stays down or the pointer moves
+xdotool mousemove $((X + 402)) $((Y + 12))
+sleep 0.5
+find_window
+for _ in 1 2 3; do
+    seen=$(list_pixels)
+    until_true list_changes || failed 'no new hits while the title bar is held'
+done
+xdotool mouseup 1
+
+# ---- While the frame is dragged ----
+
+cursor_is() {
+    [ "$("$work/cursor_name")" = "$1" ]
+}
+
+# Motions over a place, as the system looks for a pointer that has left only now and then, until the cursor shows.
+moved_until_cursor() { # X Y CURSOR
+    for step in {1..50}; do
+        xdotool mousemove "$1" $(($2 + step))
+        sleep 0.1
+        if cursor_is "$3"; then
+            return 0
+        fi
+    done
+    failed "the cursor at $1 $2 is $("$work/cursor_name"), not $3"
+}
+
+moved_until_cursor $((X + 300)) $((Y + 300)) left_ptr
+moved_until_cursor $((X + WIDTH - 2)) $((Y + 300)) h_double_arrow
+for _ in {1..10}; do # and stays
+    cursor_is h_double_arrow || failed 'the cursor does not stay'
+    sleep 0.05
+done
+moved_until_cursor $((X + 300)) $((Y + 300)) left_ptr
+
+is_background() { # X Y
+    [ "$(pixels "1x1+$1+$2")" = 1a1a1a ]
+}
+
+xdotool mousemove $((X + WIDTH - 2)) $((Y + 300)) mousedown 1
+sleep 0.5
+for wider in 20 40 60; do
+    xdotool mousemove $((X + WIDTH - 2 + wider)) $((Y + 300))
+    # Just left of where the frame is by then, in the space above the fields.
+    until_true is_background $((X + WIDTH + wider - 10)) $((Y + 26)) ||
+        failed "the new pixels of the held frame are $(pixels "1x1+$((X + WIDTH + wider - 10))+$((Y + 26))")"
+done
+xdotool mouseup 1
+echo 'title bar, frame, cursor and icon: passed'
