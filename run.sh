@@ -1,9 +1,17 @@
 #!/bin/bash
-# Builds the program and opens it: ./run.sh [FOLDER] [QUERY]. Without a display it is shown on one that nobody sees, and
-# ends with a picture of it in build/screenshot.png.
+# Builds the program and opens it: ./run.sh [FOLDER] [QUERY]. FOLDER may end in the start of a folder's name. Without a
+# display the program runs on a virtual one, and a picture of it is saved as build/screenshot.png.
 set -euo pipefail
 top=$(cd "$(dirname "$0")" && pwd)
 folder=${1:-$top/src}
+listed=$folder
+if [ ! -e "$folder" ] && [[ $folder != */ ]]; then
+    listed=$(dirname -- "$folder") # the start of a name asks for the folders beside it
+fi
+if [ ! -d "$listed" ]; then
+    echo "No such folder: $folder" >&2
+    exit 2
+fi
 # A slash at the end asks for the sub-folders, so it stays.
 case $folder in
 */) folder=$(realpath -- "$folder") && folder=${folder%/}/ ;;
@@ -12,10 +20,10 @@ esac
 query=${2:-search}
 cd "$top"
 # Wine hands arguments on as one line. It writes a quote in them as a backslash and a quote, and puts quotes around
-# arguments with blanks, so the query goes as words with a blank between them.
+# arguments with spaces, so the query goes as words with a space between them.
 case $query in
 *[\"$'\t\n']* | *'  '* | *' ')
-    echo "A query with quotes, tabs, two blanks together or a blank at its end cannot be handed on under Wine." >&2
+    echo "A query with quotes, tabs, two spaces together or a space at its end cannot be passed on under Wine." >&2
     exit 2
     ;;
 esac
@@ -31,7 +39,7 @@ mkdir -p build/windows
     cmake --build --preset windows --target tarnwick
 } > build/windows/build.log 2>&1 || { cat build/windows/build.log; exit 1; }
 
-# A path is taken in quotes only, so it gets a blank at its end, which the program takes off.
+# A path is taken in quotes only, so it gets a space at its end, which the program removes.
 program=(build/windows/bin/tarnwick.exe "Z:$folder " "${words[@]}")
 if [ -n "${DISPLAY:-}" ]; then
     exec tools/under_wine "${program[@]}"
