@@ -21,16 +21,16 @@ folder=tarnwick-$version
 package=$PWD/dist/$folder-win64.zip
 
 # Text gets the line ends of Windows, where old editors know no others.
-add_text() { # SOURCE NAME
-    sed 's/$/\r/' "$1" > "$build/$folder/$2"
+add_text() { # NAME, the text being on standard input
+    sed 's/$/\r/' > "$build/$folder/$1"
 }
 
 mkdir -p "$build/$folder/docs/pictures"
 cp "$build/bin/tarnwick.exe" "$build/bin/source_code_pro.otf" "$build/$folder"
-add_text src/app/settings.txt settings.txt
-add_text LICENSE LICENSE
-add_text THIRD_PARTY_NOTICES.md THIRD_PARTY_NOTICES.md
-add_text docs/user_guide.md docs/user_guide.md
+add_text settings.txt < src/app/settings.txt
+add_text LICENSE.txt < LICENSE
+add_text THIRD_PARTY_NOTICES.txt < THIRD_PARTY_NOTICES.md
+tools/guide_page | add_text docs/user_guide.html
 cp docs/pictures/*.png "$build/$folder/docs/pictures"
 
 # Every file has the commit's time; without a commit, the first one that a zip can tell.

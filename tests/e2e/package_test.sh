@@ -35,7 +35,8 @@ cmp "$package" "$copy/dist/$name-win64.zip" || failed 'the packages differ'
 
 unzip -tq "$package"
 expect_lines 'the files' "$({
-    printf "$name/%s\n" LICENSE THIRD_PARTY_NOTICES.md docs/user_guide.md settings.txt source_code_pro.otf tarnwick.exe
+    printf "$name/%s\n" LICENSE.txt THIRD_PARTY_NOTICES.txt docs/user_guide.html settings.txt source_code_pro.otf \
+        tarnwick.exe
     (cd "$top" && printf "$name/%s\n" docs/pictures/*.png)
 } | LC_ALL=C sort)" "$(unzip -Z1 "$package")"
 
@@ -43,18 +44,34 @@ folder="$work/Tärn  wick 你 ß"
 mkdir "$folder"
 unzip -q "$package" -d "$folder"
 folder=$folder/$name
-for file in LICENSE THIRD_PARTY_NOTICES.md docs/user_guide.md; do
-    sed 's/$/\r/' "$top/$file" | cmp - "$folder/$file" || failed "$file differs"
+expect_text() { # SOURCE NAME
+    sed 's/$/\r/' "$top/$1" | cmp - "$folder/$2" || failed "$2 differs"
+}
+expect_text LICENSE LICENSE.txt
+expect_text THIRD_PARTY_NOTICES.md THIRD_PARTY_NOTICES.txt
+expect_text src/app/settings.txt settings.txt
+
+# ---- The guide ----
+
+guide=$top/docs/user_guide.md
+page=$folder/docs/user_guide.html
+for line in '<!DOCTYPE html>' '<meta charset="utf-8">' '<title>Tarnwick: user guide</title>' '</html>'; do
+    grep -qx "$line"$'\r' "$page" || failed "the guide has no $line"
 done
-sed 's/$/\r/' "$top/src/app/settings.txt" | cmp - "$folder/settings.txt" || failed 'settings.txt differs'
-for key in font_file font_size line_height text_y_offset show_full_paths remember_last_path remember_last_query \
-    max_file_size left_click_cmd right_click_cmd; do
-    [ "$(grep -c "^# $key " "$folder/settings.txt")" = 1 ] || failed "settings.txt has no $key"
-done
-# What the guide shows and points to is there.
+[ "$(grep -c $'\r$' "$page")" = "$(wc -l < "$page")" ] || failed 'the guide has line ends of two kinds'
+expect_lines 'the headings' "$(sed -n 's/^## //p' "$guide")" \
+    "$(sed -n 's/^<h2 id="[^"]*">\(.*\)<\/h2>\r$/\1/p' "$page")"
+[ "$(grep -c '^<table>' "$page")" = "$(grep -c '^|--' "$guide")" ] || failed 'the guide lacks a table'
+# Markdown that was not turned into HTML.
+! grep -n '`\|](\|^|\|^- ' "$page" || failed 'the guide has Markdown'
+# What the guide shows and points to is there, and it points nowhere else.
+expect_lines 'the number of links' "$(grep -oF '](' "$guide" | wc -l)" "$(grep -oE '(href|src)="' "$page" | wc -l)"
 while read -r link; do
-    [ -s "$folder/docs/$link" ] || failed "the guide points to $link"
-done < <(grep -oP '\]\(\K[^)#]+' "$folder/docs/user_guide.md" | grep -v '^https\?:')
+    case $link in
+        \#*) grep -q "<h2 id=\"${link#\#}\">" "$page" ;;
+        *) [ -s "$folder/docs/$link" ] ;;
+    esac || failed "the guide points to $link"
+done < <(grep -oP '(href|src)="\K[^"]+' "$page")
 
 # ---- The program as a file ----
 
@@ -69,14 +86,14 @@ grep -q ' \.text ' "$work/sections" || failed 'the program has no code'
 ! grep -qaF "$top" "$program" || failed 'the program names the folder it was built in'
 [ "$(stat -c %s "$program")" -lt 320000 ] || failed "the program has $(stat -c %s "$program") bytes; say so in the docs"
 
-# Whose code is in it, by the linker's own account; THIRD_PARTY_NOTICES.md names them all.
+# Whose code is in it, by the linker's own account; THIRD_PARTY_NOTICES.txt names them all.
 expect_lines 'the libraries' "$(printf '%s\n' libgcc libgdi32 libkernel32 libmingw32 libmingwex libmsvcrt libshell32 \
     libtarnwick_{actions,app,os,render,saved_lists,search,ui,window} libuser32 | LC_ALL=C sort)" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package/tarnwick.map" |
         grep -oE '[A-Za-z0-9_+-]+\.a\(' | tr -d '.(' | sed 's/a$//' | LC_ALL=C sort -u)"
 
 for library in libgcc libmingw32 libmingwex libmsvcrt; do
-    grep -q "$library" "$folder/THIRD_PARTY_NOTICES.md" || failed "THIRD_PARTY_NOTICES.md does not name $library"
+    grep -q "$library" "$folder/THIRD_PARTY_NOTICES.txt" || failed "THIRD_PARTY_NOTICES.txt does not name $library"
 done
 
 x86_64-w64-mingw32-windres -J coff -O rc -i "$program" -o "$work/resources.rc"
@@ -182,7 +199,7 @@ xdotool mousemove --window "$window" 992 15 click 1
 expect_bytes "$folder/saved_paths.txt" "$tree"$'\r\n'"$tree"
 close
 expect_lines 'the folder' \
-    "$(printf '%s\n' LICENSE THIRD_PARTY_NOTICES.md docs saved_paths.txt saved_queries.txt settings.txt \
+    "$(printf '%s\n' LICENSE.txt THIRD_PARTY_NOTICES.txt docs saved_paths.txt saved_queries.txt settings.txt \
         source_code_pro.otf tarnwick.exe)" "$(cd "$folder" && printf '%s\n' *)"
 
 # With a command of the user's own, written below what settings.txt has.
