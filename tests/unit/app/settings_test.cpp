@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -699,19 +700,38 @@ const std::vector<std::string> keys = {
 // With the line ends of Windows or of elsewhere.
 std::string packaged_settings(const std::string &line_end) {
     std::string file;
-    for (char byte : bytes_of(std::filesystem::path(PACKAGED_SETTINGS))) {
+    for (char byte : bytes_of(std::filesystem::path(SOURCE_FOLDER "/src/app/settings.txt"))) {
         file += byte == '\n' ? line_end : std::string(1, byte);
     }
     return file;
 }
 
-// How often "# " and the key, at the start of a line, stand in the file; taken away from there if wanted.
+// The user guide's lines for editors.
+std::vector<std::string> editor_lines() {
+    std::vector<std::string> lines;
+    std::istringstream guide(bytes_of(std::filesystem::path(SOURCE_FOLDER "/docs/user_guide.md")));
+    bool in_editors = false;
+    for (std::string line; std::getline(guide, line);) {
+        if (line.starts_with("## ")) {
+            in_editors = line == "## Editors";
+        } else if (in_editors && line.starts_with("left_click_cmd ")) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+size_t expected_lines(const std::string &key) {
+    return key == "left_click_cmd" ? 1 + editor_lines().size() : 1;
+}
+
+// Counts the lines of the file that begin with "# " and the key. Removes the first one's "# " if wanted.
 size_t count_key_lines(std::string *file, const std::string &key, bool without_hash) {
     size_t count = 0;
     std::string mark = "\n# ";
     for (size_t at = 0; (at = file->find(mark + key + " ", at)) != std::string::npos; at++) {
         count++;
-        if (without_hash) {
+        if (without_hash && count == 1) {
             file->erase(at + 1, mark.size() - 1);
         }
     }
@@ -733,7 +753,7 @@ TEST(PackagedSettings, NameEveryKeyWithItsDefault) {
     for (const char *line_end : {"\n", "\r\n"}) {
         std::string file = packaged_settings(line_end);
         for (const std::string &key : keys) {
-            EXPECT_EQ(count_key_lines(&file, key, true), 1u) << key;
+            EXPECT_EQ(count_key_lines(&file, key, true), expected_lines(key)) << key;
         }
         // Every key is read now: the sizes come from the file, and so do the commands.
         Applied applied(file);
@@ -752,7 +772,7 @@ TEST(PackagedSettings, NameEveryKeyWithItsDefault) {
 TEST(PackagedSettings, AreCommentsThatTellKeysFromWords) {
     std::string file = packaged_settings("\r\n");
     for (const std::string &key : keys) {
-        EXPECT_EQ(count_key_lines(&file, key, false), 1u) << key;
+        EXPECT_EQ(count_key_lines(&file, key, false), expected_lines(key)) << key;
     }
     size_t lines = 0, key_lines = 0;
     for (size_t at = 0; at < file.size(); at = file.find('\n', at) + 1) {
@@ -760,6 +780,19 @@ TEST(PackagedSettings, AreCommentsThatTellKeysFromWords) {
         key_lines += file.compare(at, 2, "# ") == 0;
         EXPECT_TRUE(file[at] == '#' || file[at] == '\r') << file.substr(at, 20);
     }
-    EXPECT_EQ(key_lines, keys.size()); // every other comment has two
+    EXPECT_EQ(key_lines, keys.size() + editor_lines().size()); // every other comment has two
     EXPECT_GT(lines, 3 * keys.size());
+}
+
+TEST(PackagedSettings, HaveALineForEachEditorOfTheGuide) {
+    ASSERT_FALSE(editor_lines().empty());
+    for (const std::string line_end : {"\n", "\r\n"}) {
+        for (const std::string &line : editor_lines()) {
+            std::string file = packaged_settings(line_end);
+            size_t at = file.find("\n# " + line + line_end);
+            ASSERT_NE(at, std::string::npos) << line;
+            file.erase(at + 1, 2); // "# "
+            EXPECT_EQ("left_click_cmd " + left_after(file), line);
+        }
+    }
 }
