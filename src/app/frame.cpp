@@ -61,28 +61,33 @@ void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_
     }
 }
 
-// The results' place among all of them. Drawn when they are at least as tall as the list area.
+// The results' place among all of them. Drawn when they are at least as tall as the list area. The thumb is
+// at least 20 pixels long, or as long as a lower area, and is cut at the window's bottom.
 void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit) {
-    int64_t area = framebuffer->height - list_top;
+    int32_t area = framebuffer->height - list_top;
     int64_t hits = static_cast<int64_t>(results_store.hit_table.count);
     int64_t content = hits * settings.line_height;
     if (area <= 0 || area > content) {
         return; // an area of no height shows nothing
     }
-    int32_t height = static_cast<int32_t>(area);
-    int32_t length = static_cast<int32_t>(area * area / content);
-    length = length > 1 ? length : 1; // there is always something to see
-    int64_t offset = area * first_visible_hit / hits;
-    int32_t top = list_top + static_cast<int32_t>(offset < far_below ? offset : far_below);
+    int32_t shortest = smaller_of(area, 20);
+    int32_t length = static_cast<int32_t>(int64_t{area} * area / content);
+    length = length > shortest ? length : shortest;
+    int64_t share_above = int64_t{area} * first_visible_hit / hits;
+    int32_t offset = static_cast<int32_t>(share_above < area - shortest ? share_above : area - shortest);
+    length = smaller_of(length, area - offset);
     int32_t x = framebuffer->width - 10;
-    fill(framebuffer, {x - 1, list_top, 1, height}, 0xFF505050);
-    fill(framebuffer, {x, list_top, 10, height}, 0xFF323232);
-    Rect thumb = {x, top, 10, length};
+    fill(framebuffer, {x - 1, list_top, 1, area}, 0xFF505050);
+    fill(framebuffer, {x, list_top, 10, area}, 0xFF323232);
+    Rect thumb = {x, list_top + offset, 10, length};
     fill(framebuffer, thumb, 0xFF646464);
     draw_outline(framebuffer, thumb, 1, 0xFFA0A0A0);
     constexpr int32_t grip_offsets[] = {-8, -1, 6};
     for (int32_t from_middle : grip_offsets) {
-        fill(framebuffer, {framebuffer->width - 6, top + length / 2 + from_middle, 2, 2}, 0xFFC8C8C8);
+        int32_t grip = length / 2 + from_middle;
+        if (grip >= 1 && grip + 2 < length) { // a low list has no room for all of them
+            fill(framebuffer, {framebuffer->width - 6, thumb.y + grip, 2, 2}, 0xFFC8C8C8);
+        }
     }
 }
 

@@ -354,14 +354,18 @@ TEST(FrameDraw, TheScrollBarShowsThePlaceAmongAllResults) {
         {7, 0, "50-144", "51-143"},
         {10, 0, "50-115", "51-114"},
         {10, 1, "60-125", "61-124"},
-        {10, 4, "90-149", "91-149"}, // beyond what can be seen together
-        {10, 10, "", ""},            // below the window
-        {10, 429496730, "", ""},
-        {10, INT32_MAX, "", ""},
-        {100, 0, "50-55", "51-54"},
-        {100, 50, "100-105", "101-104"},
-        {300, 0, "50-51", ""},
-        {30000, 0, "50-50", ""}, // never without a thumb
+        {10, 4, "90-149", "91-148"}, // shorter, as fewer rows are left than the list has room for
+        {10, 8, "130-149", "131-148"},
+        {10, 10, "130-149", "131-148"},
+        {10, 429496730, "130-149", "131-148"},
+        {10, INT32_MAX, "130-149", "131-148"},
+        {31, 0, "50-70", "51-69"}, // the last length above the shortest
+        {100, 0, "50-69", "51-68"},
+        {100, 50, "100-119", "101-118"},
+        {100, 81, "130-149", "131-148"},
+        {100, 99, "130-149", "131-148"},
+        {1000000, 0, "50-69", "51-68"},
+        {1000000, 999999, "130-149", "131-148"},
     };
     FrameScope scope;
     for (const auto &scrolled : rows) {
@@ -390,6 +394,31 @@ TEST(FrameDraw, TheScrollBarIsDrawnWhenTheResultsJustFillTheList) {
     EXPECT_EQ(row_runs(canvas.framebuffer, 0xFFA0A0A0, 159), "190-199");
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFFC8C8C8, 194), "102-103 109-110 116-117");
     EXPECT_EQ(row_runs(canvas.framebuffer, 0xFFC8C8C8, 102), "194-195");
+}
+
+TEST(FrameDraw, TheThumbAndItsGripsStayInAListOfAnyHeight) {
+    FrameScope scope;
+    scope.put_hits(300);
+    for (int32_t area = 1; area <= 40; area++) {
+        for (int32_t scroll : {0, 1, 150, 299, 300, INT32_MAX}) {
+            search_state.results_scroll = scroll;
+            Canvas canvas(200, 50 + area, unpainted);
+            frame_draw(&canvas.framebuffer, nowhere);
+            SCOPED_TRACE(std::to_string(area) + " pixels, from " + std::to_string(scroll));
+            int32_t length = std::min(area, 20);
+            int32_t top = 50 + std::min(area * std::min(scroll, 300) / 300, area - length);
+            EXPECT_EQ(column_runs(canvas.framebuffer, 0xFFA0A0A0, 190),
+                      std::to_string(top) + "-" + std::to_string(top + length - 1));
+            std::string grips;
+            for (int32_t grip : {length / 2 - 8, length / 2 - 1, length / 2 + 6}) {
+                if (grip > 0 && grip + 1 < length - 1) { // inside the outline
+                    grips += (grips.empty() ? "" : " ") + std::to_string(top + grip) + "-" +
+                             std::to_string(top + grip + 1);
+                }
+            }
+            EXPECT_EQ(column_runs(canvas.framebuffer, 0xFFC8C8C8, 194), grips);
+        }
+    }
 }
 
 TEST(FrameDraw, WithoutAListAreaThereIsNoScrollBar) {

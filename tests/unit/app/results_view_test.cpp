@@ -340,7 +340,8 @@ TEST(ResultsList, PastTheLastHitTheScrollBarStays) {
         results_store.file_table.count = files;
         EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
         EXPECT_EQ(drawn.framebuffer.pixels[109 * 300 + 289], 0xFF505050);
-        EXPECT_EQ(drawn.framebuffer.pixels[109 * 300 + 295], 0xFF323232);
+        EXPECT_EQ(drawn.framebuffer.pixels[50 * 300 + 295], 0xFF323232);
+        EXPECT_EQ(drawn.framebuffer.pixels[109 * 300 + 295], 0xFFA0A0A0);
         EXPECT_EQ(drawn.framebuffer.pixels[109 * 300 + 100], ground);
     }
 }
