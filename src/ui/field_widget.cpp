@@ -77,12 +77,9 @@ int32_t pen_at(const LayoutCursor *cursor, Str text, uint64_t offset) {
     return width_of(cursor, line);
 }
 
-void draw_caret_box(Framebuffer *framebuffer, Rect box) {
+// A selection of no width, as of a whole line with its line feed, is two lines of the outline.
+void draw_selection_box(Framebuffer *framebuffer, Rect box) {
     ClipSize clip = whole_of(framebuffer);
-    if (box.width == 0) {
-        blend_rect(framebuffer, clip, {box.x, box.y, 2, box.height}, caret_colour);
-        return;
-    }
     blend_rect(framebuffer, clip, box, selection_colour);
     if (box.width < 3 || box.height < 3) {
         blend_rect(framebuffer, clip, box, caret_colour); // and the outline as well, which is meant
@@ -101,13 +98,18 @@ void draw_carets(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t t
         int32_t start = caret.anchor < caret.caret ? caret.anchor : caret.caret;
         int32_t end = caret.anchor < caret.caret ? caret.caret : caret.anchor;
         int32_t left = text_x + pen_at(cursor, text, static_cast<uint64_t>(start));
-        int32_t right = start == end ? left : text_x + pen_at(cursor, text, static_cast<uint64_t>(end));
+        if (start == end) {
+            Rect bar = {left, cursor->y, 2, cursor->row_advance};
+            blend_rect(framebuffer, whole_of(framebuffer), bar, caret_colour);
+            continue;
+        }
+        int32_t right = text_x + pen_at(cursor, text, static_cast<uint64_t>(end));
         if (right < left) { // the selection goes over a line feed: from the row's start
             int32_t swapped = left;
             left = right;
             right = swapped;
         }
-        draw_caret_box(framebuffer, {left, cursor->y, right - left, cursor->row_advance});
+        draw_selection_box(framebuffer, {left, cursor->y, right - left, cursor->row_advance});
     }
 }
 

@@ -493,6 +493,12 @@ TEST(FieldCarets, CountFromTheStartOfTheirLine) {
     expect_carets("abcd\ne", {{3, 6}}, [](Drawing *drawing) { put_box(drawing, text_x + 6, text_x + 18); });
 }
 
+TEST(FieldCarets, ASelectionOfNoWidthIsDrawnAsASelection) {
+    // A whole line with its line feed begins and ends at the row's start.
+    expect_carets("abc\nd", {{0, 4}}, [](Drawing *drawing) { put_box(drawing, text_x, text_x); });
+    expect_carets("abc\nd", {{4, 0}}, [](Drawing *drawing) { put_box(drawing, text_x, text_x); });
+}
+
 TEST(FieldCarets, ABoxOfLessThanThreePixelsIsBlendedTwiceAndOutlined) {
     for (int32_t width : {2, 3}) {
         Fields fields;
