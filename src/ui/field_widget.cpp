@@ -24,17 +24,26 @@ uint8_t left_went_down() {
     return ui_went_down(MOUSE_LEFT);
 }
 
-} // namespace
-
-uint8_t toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const LayoutCursor *cursor) {
-    uint8_t is_hovered = is_inside(rect, cursor->mouse);
+void draw_button(Framebuffer *framebuffer, Rect rect, uint8_t state, Point mouse) {
+    uint8_t is_hovered = is_inside(rect, mouse);
     uint32_t colour = is_hovered ? (state ? 0xFFFF0000 : 0xFF969696) : (state ? 0xFFFFFF00 : 0xFF505050);
     fill_rect(framebuffer, whole_of(framebuffer), rect, colour);
-    if (is_hovered && !cursor->click_consumed && ui_consume_press(MOUSE_LEFT)) {
+}
+
+// Whether the button is pressed in this frame: then takes the press and asks for another frame.
+uint8_t take_button_press(Rect rect, const LayoutCursor *cursor) {
+    if (is_inside(rect, cursor->mouse) && !cursor->click_consumed && ui_consume_press(MOUSE_LEFT)) {
         search_state.results_dirty = 1;
         return 1;
     }
     return 0;
+}
+
+} // namespace
+
+uint8_t toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const LayoutCursor *cursor) {
+    draw_button(framebuffer, rect, state, cursor->mouse);
+    return take_button_press(rect, cursor);
 }
 
 // ---- Text and carets ----
@@ -188,6 +197,17 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
         fill_rect(framebuffer, clip, row, row_colour);
     }
 
+    int32_t side = row.height - 4;
+    Rect button = {row.x + row.width - 2 - side, row.y + 2, side, side};
+    uint8_t has_list = saved_list_of(text) != nullptr;
+    if (has_list && take_button_press(button, cursor)) { // before the text is drawn: saving cleans a path
+        cursor->click_consumed = 1;
+        saved_list_save(text, input_field.focused_field);
+        if (input_field.focused_field) { // the path may have got shorter, whichever field was saved
+            field_clamp_carets(input_field.focused_field);
+        }
+    }
+
     Str shown = strbuf_text(text);
     uint32_t colour = white(is_hovered ? 255 : is_focused ? 220 : 140);
     int32_t text_x = row.x + draw_line(framebuffer, cursor, row.x, colour, label);
@@ -198,19 +218,11 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
     int32_t end_x = text_x + pen_at(cursor, shown, shown.count);
     draw_line(framebuffer, cursor, end_x, completion_colour, completion_tail(shown));
 
-    if (saved_list_of(text)) {
+    if (has_list) {
         // The text ends at the button, which stands on a ground of its own.
-        int32_t side = row.height - 4;
-        Rect button = {row.x + row.width - 2 - side, row.y + 2, side, side};
         int32_t left = button.x - 2 > row.x ? button.x - 2 : row.x;
         fill_rect(framebuffer, clip, {left, row.y, row.x + row.width - left, row.height}, row_colour);
-        if (toggle_button(framebuffer, button, is_saved, cursor)) {
-            cursor->click_consumed = 1;
-            saved_list_save(text, input_field.focused_field);
-            if (input_field.focused_field) { // the path may have got shorter, whichever field was saved
-                field_clamp_carets(input_field.focused_field);
-            }
-        }
+        draw_button(framebuffer, button, is_saved, cursor->mouse);
     }
     fill_rect(framebuffer, clip, {row.x, row.y + cursor->line_height, row.width, 1}, underline_colour);
     cursor->y += row.height;

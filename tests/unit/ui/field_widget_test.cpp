@@ -840,6 +840,23 @@ TEST(SaveButton, CleansAPathAndKeepsItsCaretsInside) {
     EXPECT_EQ(saved_lists.path_saved, 1);
 }
 
+TEST(SaveButton, ShowsTheCleanedPathAndItsCaretsInTheFrameOfTheClick) {
+    Fields fields;
+    set_field(path, " \"C:\\src\\\" ");
+    fields.complete("gadgets");
+    fields.focus(path, 0, 11);
+    fields.click(path, on_save);
+    Drawing expected;
+    expected.fill(row, focused_ground);
+    expected.text(6, white(255), "Path: ");
+    expected.text(text_x, white(255), "C:/src/");
+    put_box(&expected, text_x, text_x + 42);
+    expected.text(text_x + 42, tail_grey, "gadgets");
+    expected.fill(save_button, light_grey); // its mark is seen in the next frame
+    expected.fill({6, 19, 420, 1}, grey);
+    EXPECT_EQ(difference(fields.drawing, expected), "");
+}
+
 TEST(SaveButton, OfAPathLeavesTheOtherFieldsCarets) {
     Fields fields;
     set_field(path, "C:/src   ");
