@@ -53,7 +53,6 @@ Str take_request() {
     search_state.results_scroll = 0;
     // Rows of the old results are written over from here on.
     search_state.requests_taken = search_state.requests_taken + 1;
-    release_retired(&results_store.retired);
     // results_dirty stays as it is, which is meant: the interface set it when it published.
     return path;
 }

@@ -80,6 +80,7 @@ uint8_t on_subfolder(void *, Str folder, Str name, uint64_t, const FileTime *, u
 }
 
 uint8_t search_worker_turn() {
+    release_retired(&results_store.retired);
     if (!has_request()) {
         return 0;
     }

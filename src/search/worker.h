@@ -15,8 +15,9 @@
 uint8_t on_subfolder(void *context, Str folder, Str name, uint64_t size, const FileTime *time,
                      uint8_t is_folder);
 
-// One turn of the poll loop, without its sleep: runs the pending request to its end, or until a new one is
-// published. Returns 0 when none was pending.
+// One turn of the poll loop, without its sleep: frees outgrown storage of the results that the interface no
+// longer reads, then runs the pending request to its end, or until a new one is published. Returns 0 when
+// none was pending.
 uint8_t search_worker_turn();
 
 // A ThreadRoutine, the worker thread's body: a turn every 100 milliseconds. Never returns.

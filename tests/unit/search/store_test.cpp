@@ -236,20 +236,20 @@ TEST(ResultsStore, PathsAreJoinedInTheArena) {
     EXPECT_EQ(path.data, nullptr);
 }
 
-TEST(ResultsStore, ATablesOldStorageStaysForTheInterface) {
+TEST(ResultsStore, OutgrownStorageStaysForTheInterfaceAndIsFreedWhileIdle) {
     SearchScope scope;
+    take_request();
     DynArray &folders = results_store.matching_folders;
     folders.count = folders.capacity;
-    search_state.request_pending = 0;
     search_state.interface_pass = 5; // an interface that reads the rows
     char *read = folders.data;
     Str prefix = {};
     on_folder_suggestion(&prefix, str_from("C:"), str_from("d"), 0, nullptr, 1);
     EXPECT_NE(folders.data, read);
-    take_request();
+    EXPECT_EQ(search_worker_turn(), 0); // idle
     EXPECT_NE(results_store.retired.first, nullptr);
     search_state.interface_pass = 7;
-    take_request();
+    EXPECT_EQ(search_worker_turn(), 0);
     EXPECT_EQ(results_store.retired.first, nullptr);
     search_state.interface_pass = 0;
 }
