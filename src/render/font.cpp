@@ -172,12 +172,15 @@ uint8_t *reserve_bitmap(SizedFont *sized, uint64_t count) {
 
 Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     constexpr uint32_t first_with_shape = 32;
+    constexpr uint32_t last_in_unicode = 0x10FFFF;
     Glyph glyph = {};
     glyph.codepoint = codepoint;
     if (codepoint < first_with_shape) {
         return glyph;
     }
-    int index = stbtt_FindGlyphIndex(sized->font, static_cast<int>(codepoint));
+    // stb_truetype takes it as signed, and would read before a cmap of format 0.
+    int index =
+        codepoint <= last_in_unicode ? stbtt_FindGlyphIndex(sized->font, static_cast<int>(codepoint)) : 0;
     int advance, bearing, left, top, right, bottom;
     stbtt_GetGlyphHMetrics(sized->font, index, &advance, &bearing);
     stbtt_GetGlyphBitmapBox(sized->font, index, sized->scale, sized->scale, &left, &top, &right, &bottom);

@@ -13,8 +13,8 @@ int32_t wider_of(int32_t a, int32_t b) {
     return a > b ? a : b;
 }
 
-// A byte is its own codepoint. There is no UTF-8 here: one from 0x80 on is widened with its sign, which no
-// font has a glyph for, and that is meant.
+// A byte is its own codepoint. There is no UTF-8 here: one from 0x80 on is widened with its sign, which is
+// outside Unicode and so has glyph 0; intentional.
 const Glyph *glyph_of(SizedFont *sized, char byte) {
     return glyph_find(sized, static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(byte))));
 }

@@ -20,6 +20,34 @@ std::string default_font_bytes() {
     return bytes_of(default_font_path());
 }
 
+// A cmap with one table.
+std::string cmap_of(const std::string &table) {
+    return two_bytes(0) + two_bytes(1) + two_bytes(0) + two_bytes(3) + four_bytes(12) + table;
+}
+
+// A cmap that maps first to glyph 1, and the codepoints after it, last included, to the glyphs after that.
+std::string cmap_of_range(size_t first, size_t last) {
+    return cmap_of(two_bytes(12) + two_bytes(0) + four_bytes(28) + four_bytes(0) + four_bytes(1) +
+                   four_bytes(first) + four_bytes(last) + four_bytes(1));
+}
+
+// The default font as a collection that begins with a cmap of format 0, which maps each byte below 128 to the
+// glyph of the same number.
+std::string font_with_byte_map() {
+    std::string bytes = default_font_bytes();
+    constexpr size_t head_size = 16; // of a collection of one font
+    std::string tables = bytes.substr(0, 12 + 16 * 14);
+    std::string map = two_bytes(0) + two_bytes(6 + 128) + two_bytes(0);
+    for (int codepoint = 0; codepoint < 128; codepoint++) {
+        map += static_cast<char>(codepoint);
+    }
+    const std::string cmap = cmap_of(map);
+    tables.replace(tables.find("cmap") + 8, 8, four_bytes(head_size) + four_bytes(cmap.size()));
+    bytes.replace(0, head_size, "ttcf" + four_bytes(0x00010000) + four_bytes(1) + four_bytes(bytes.size()));
+    bytes.replace(head_size, cmap.size(), cmap); // in place of the list of tables
+    return bytes + tables;
+}
+
 Font loaded(const TestTree &tree, const std::string &bytes) {
     tree.file("font", bytes);
     std::string path = tree.path("font");
@@ -327,6 +355,32 @@ TEST(Glyphs, Codepoint127IsTheShapeForWhatIsMissing) {
     EXPECT_TRUE(last.bitmap);
     EXPECT_EQ(last.glyph_index, 0u);
     EXPECT_GT(last.width, 0);
+}
+
+// stb_truetype would look up to 128 bytes before such a map, which begins 28 bytes into this file.
+TEST(Glyphs, WhatIsNoUnicodeCodePointHasGlyph0WhateverTheFontMapsItTo) {
+    TestTree tree;
+    tree.file("font", font_with_byte_map());
+    FontScope scope(tree.path("font"));
+    SizedFont *sized = font_get_size(14);
+    ASSERT_TRUE(sized);
+    for (uint32_t codepoint = 32; codepoint < 128; codepoint++) {
+        EXPECT_EQ(glyph_at(sized, codepoint).glyph_index, codepoint);
+    }
+    for (uint32_t codepoint = 0xFFFFFF80; codepoint != 0; codepoint++) {
+        EXPECT_EQ(glyph_create(sized, codepoint)->glyph_index, 0u) << codepoint;
+    }
+    EXPECT_EQ(glyph_create(sized, 0x110000)->glyph_index, 0u);
+}
+
+TEST(Glyphs, TheLastUnicodeCodePointIsLookedUpInTheFont) {
+    TestTree tree;
+    tree.file("font", with_table(default_font_bytes(), "cmap", "cmap", cmap_of_range(0x10FFFF, 0x110000)));
+    FontScope scope(tree.path("font"));
+    SizedFont *sized = font_get_size(14);
+    ASSERT_TRUE(sized);
+    EXPECT_EQ(glyph_create(sized, 0x10FFFF)->glyph_index, 1u);
+    EXPECT_EQ(glyph_create(sized, 0x110000)->glyph_index, 0u);
 }
 
 TEST(Glyphs, StandByAscendingCodepointAsUnsigned) {

@@ -40,7 +40,7 @@ struct PlainFont {
             return glyph;
         }
         glyph.has_shape = true;
-        glyph.index = stbtt_FindGlyphIndex(&info, codepoint);
+        glyph.index = codepoint >= 0 ? stbtt_FindGlyphIndex(&info, codepoint) : 0;
         int advance, bearing, right, bottom;
         stbtt_GetGlyphHMetrics(&info, glyph.index, &advance, &bearing);
         glyph.advance = static_cast<int>(static_cast<float>(advance) * scale);
