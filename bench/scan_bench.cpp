@@ -1,6 +1,9 @@
 // The scan alone, in memory, without a hit, beside the C library's memchr over the same bytes. The text is C
 // source: the first 64 MB below the folder that is named first on the command line (bench/compare.sh names
 // its tree).
+//
+// Then texts and queries that agree for long at many places, 10 MB each, beside a loop of memchr for the
+// query's first byte and memcmp.
 
 #include <benchmark/benchmark.h>
 
@@ -64,6 +67,69 @@ void scan_speed(benchmark::State &state, const char *query, ScanNextHit *variant
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 
+// ---- Hard texts ----
+
+constexpr size_t hard_text_size = 10'000'000;
+
+struct HardCase {
+    const char *name;
+    std::string query;
+    std::string text; // repeated
+};
+
+std::string repeated(const std::string &part, size_t times) {
+    std::string whole;
+    for (size_t i = 0; i < times; i++) {
+        whole += part;
+    }
+    return whole;
+}
+
+std::vector<HardCase> hard_cases() {
+    const std::string spaces(1000, ' '), tildes(1000, '~');
+    return {
+        {"1000 spaces and x, in spaces", spaces + "x", " "},
+        {"1000 spaces, in runs of 999", spaces, spaces.substr(1) + "x"},
+        {"1000 spaces, in runs of 10", spaces, spaces.substr(990) + "x"},
+        {"x and 1000 spaces, in runs of 900", "x" + spaces, spaces.substr(100) + "x"},
+        {"x between 1000 spaces, in runs of 400", spaces + "x" + spaces, spaces.substr(600) + "x"},
+        {"500 times ab and c, in ab", repeated("ab", 500) + "c", "ab"},
+        {"500 times ab, in runs of 499", repeated("ab", 500), repeated("ab", 499) + "c"},
+        {"1000 tildes and e, in tildes", tildes + "e", "~"},
+        {"e and 1000 tildes, in tildes", "e" + tildes, "~"},
+        {"e and 500 times ~!, in ~!", "e" + repeated("~!", 500), "~!"},
+    };
+}
+
+void hard_scan(benchmark::State &state, const std::string &query, const std::string &part,
+               ScanNextHit *variant) {
+    const std::string hard_text = repeated(part, hard_text_size / part.size());
+    int64_t span = static_cast<int64_t>(hard_text.size() - query.size());
+    for (auto _ : state) {
+        ScanHit hit;
+        ScanNeedle needle = scan_needle({query.size(), const_cast<char *>(query.data())});
+        if (variant(hard_text.data(), 0, span, needle, &hit)) {
+            state.SkipWithError("found");
+            return;
+        }
+    }
+}
+
+void hard_loop(benchmark::State &state, const std::string &query, const std::string &part) {
+    const std::string hard_text = repeated(part, hard_text_size / part.size());
+    const char *end = hard_text.data() + (hard_text.size() - query.size());
+    for (auto _ : state) {
+        const char *at = hard_text.data();
+        while ((at = static_cast<const char *>(memchr(at, query[0], static_cast<size_t>(end - at))))) {
+            if (memcmp(at, query.data(), query.size()) == 0) {
+                state.SkipWithError("found");
+                return;
+            }
+            at++;
+        }
+    }
+}
+
 void sizes(benchmark::internal::Benchmark *bench) {
     bench->Arg(16 << 10)->Arg(256 << 10)->Arg(text_size);
 }
@@ -90,6 +156,19 @@ int main(int argc, char **argv) {
         }
         benchmark::RegisterBenchmark((name + ", SSE2").c_str(), scan_speed, query, &scan_next_hit_sse2)
             ->Apply(sizes);
+    }
+    for (const HardCase &hard : hard_cases()) {
+        std::string name = hard.name;
+        benchmark::RegisterBenchmark((name + ", loop").c_str(), hard_loop, hard.query, hard.text)
+            ->Unit(benchmark::kMillisecond);
+        if (os_has_avx2()) {
+            benchmark::RegisterBenchmark((name + ", AVX2").c_str(), hard_scan, hard.query, hard.text,
+                                         &scan_next_hit_avx2)
+                ->Unit(benchmark::kMillisecond);
+        }
+        benchmark::RegisterBenchmark((name + ", SSE2").c_str(), hard_scan, hard.query, hard.text,
+                                     &scan_next_hit_sse2)
+            ->Unit(benchmark::kMillisecond);
     }
     benchmark::RunSpecifiedBenchmarks();
     return 0;
