@@ -12,7 +12,6 @@ namespace {
 // of C.
 constexpr char common_bytes[] =
     " et_\tsrin\naocdluf0p*,m)(h;xbgETk-SAIvC/NR=L>OPyD1Mw.2FU#B{}G34&86qHKX:zV\"579<WY+";
-constexpr int64_t chosen_among = 64; // bytes at the query's start
 
 struct CommonRank {
     uint8_t rank[256]; // 0: rare; the higher the commoner
@@ -26,14 +25,15 @@ struct CommonRank {
 };
 constexpr CommonRank common;
 
-// Where the rarest byte of the query's start stands, the byte at except left out.
-int64_t rarest_byte(Str query, int64_t except) {
-    int64_t count = query.count < chosen_among ? static_cast<int64_t>(query.count) : chosen_among;
-    int64_t best = except == 0 ? 1 : 0;
-    for (int64_t i = best + 1; i < count; i++) {
-        if (i != except && common.rank[static_cast<uint8_t>(query.data[i])] <
-                               common.rank[static_cast<uint8_t>(query.data[best])]) {
-            best = i;
+// The offset of the query's rarest byte whose value is not except (-1: any value), or -1.
+int64_t rarest_byte(Str query, int32_t except) {
+    int64_t best = -1;
+    uint32_t best_rank = UINT32_MAX;
+    for (uint64_t i = 0; i < query.count; i++) {
+        uint8_t byte = static_cast<uint8_t>(query.data[i]);
+        if (byte != except && common.rank[byte] < best_rank) {
+            best = static_cast<int64_t>(i);
+            best_rank = common.rank[byte];
         }
     }
     return best;
@@ -46,8 +46,11 @@ ScanNeedle scan_needle(Str query) {
     needle.query = query;
     if (query.count > 0) {
         needle.rare_offset = rarest_byte(query, -1);
-        needle.other_offset = query.count > 1 ? rarest_byte(query, needle.rare_offset) : needle.rare_offset;
         needle.rare = query.data[needle.rare_offset];
+        needle.other_offset = rarest_byte(query, static_cast<uint8_t>(needle.rare));
+        if (needle.other_offset < 0) { // one value throughout
+            needle.other_offset = static_cast<int64_t>(query.count) - 1;
+        }
         needle.other = query.data[needle.other_offset];
         uint64_t start_count = query.count < 8 ? query.count : 8;
         memcpy(&needle.start, query.data, start_count);

@@ -1,19 +1,22 @@
 // The scan of a file's bytes, up to 128 places at a time.
 //
-// Two of the query's bytes are chosen, the ones that source texts have least of. The scan looks for the
-// rarest alone, then for both where it stands, and compares the whole query only where both stand right. Line
-// feeds are counted only up to a hit. The plain scan, byte by byte, stands in the tests as the check.
+// Two of the query's bytes are picked, of the two values that are rarest in source code. The scan looks for
+// the rarest alone, then for both, and compares the whole query only where both match. Line feeds are counted
+// only up to a hit. A plain scan, byte by byte, is in the tests as the check.
+//
+// One file's scan cannot be interrupted. In the worst case, a text that agrees with the start of the query at
+// every place, it compares as much as a loop of memchr and memcmp does, a whole vector at a time.
 #pragma once
 
 #include <stdint.h>
 
 #include "os/strings.h"
 
-// A query, made ready for looking. Its bytes stay the caller's: what stands here is a copy of some, the rest
-// is read in place. When they change meanwhile, what is found is undefined but nothing else is read.
+// A query, prepared for scanning. Its bytes stay the caller's: some are copied here, the rest is read in
+// place. When they change meanwhile, what is found is undefined but nothing else is read.
 struct ScanNeedle {
-    char rare;            // the rarest byte, and where it stands in the query
-    char other;           // the next rarest; the same one for a query of one byte
+    char rare;            // the rarest byte
+    char other;           // the rarest of another value, or the last byte of a query of one value
     int64_t rare_offset;  // bytes
     int64_t other_offset; // bytes
     uint64_t start;       // the query's first eight bytes, as many as there are

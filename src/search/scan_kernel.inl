@@ -7,6 +7,8 @@
 //   minus(a, b), sum(v)    lane by lane; the sum of the lanes as unsigned bytes
 //   mask(v)                one bit for each lane, lane 0 lowest
 
+constexpr uint32_t all_lanes = ~uint32_t{0} >> (32 - lanes);
+
 // Asks for the cache line so many bytes ahead, which need not be there.
 inline void prefetch(const char *p, uintptr_t ahead) {
     __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + ahead));
@@ -29,6 +31,31 @@ inline uint64_t mask_of_two(Vector low, Vector high) {
     return mask(low) | uint64_t{mask(high)} << lanes;
 }
 
+// Whether the bytes [from, count) of a and b are the same. In place of memcmp, as a call would cost the loop
+// around it its vector registers.
+inline uint8_t is_same(const char *a, const char *b, int64_t from, int64_t count) {
+    for (; count - from >= 4 * lanes; from += 4 * lanes) {
+        Vector low = both(equal(load(a + from), load(b + from)),
+                          equal(load(a + from + lanes), load(b + from + lanes)));
+        Vector high = both(equal(load(a + from + 2 * lanes), load(b + from + 2 * lanes)),
+                           equal(load(a + from + 3 * lanes), load(b + from + 3 * lanes)));
+        if (mask(both(low, high)) != all_lanes) {
+            return 0;
+        }
+    }
+    for (; count - from >= lanes; from += lanes) {
+        if (mask(equal(load(a + from), load(b + from))) != all_lanes) {
+            return 0;
+        }
+    }
+    for (; from < count; from++) {
+        if (a[from] != b[from]) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
 // Whether the query stands at pos, which is below span.
 inline uint8_t stands_at(const char *text, int64_t pos, int64_t span, const ScanNeedle &needle) {
     uint64_t count = needle.query.count;
@@ -41,13 +68,7 @@ inline uint8_t stands_at(const char *text, int64_t pos, int64_t span, const Scan
         }
         checked = 8;
     }
-    // In place of memcmp: a call in the loop around would cost it its vector registers.
-    for (; checked < count; checked++) {
-        if (text[pos + static_cast<int64_t>(checked)] != needle.query.data[checked]) {
-            return 0;
-        }
-    }
-    return 1;
+    return is_same(text + pos, needle.query.data, static_cast<int64_t>(checked), static_cast<int64_t>(count));
 }
 
 // The first of the marked places from pos on at which the query stands, or -1.

@@ -500,6 +500,49 @@ TEST(MatcherProperty, QueriesOfEveryLength) {
     }
 }
 
+TEST(MatcherProperty, LongQueriesThatDifferInOneByte) {
+    SearchScope scope;
+    std::mt19937 random(8);
+    for (size_t length = 1; length <= 300 && !testing::Test::HasFailure(); length += length < 200 ? 1 : 50) {
+        std::string query(length, 0);
+        for (char &c : query) {
+            c = "ab"[random() % 2];
+        }
+        for (size_t at = 0; at < length; at++) {
+            std::string differs = query;
+            differs[at] ^= 'a' ^ 'b';
+            expect_plain_result(differs + "\n" + query + "\n...", query);
+        }
+    }
+}
+
+TEST(MatcherProperty, TextsThatAgreeWithTheQueryForLong) {
+    SearchScope scope;
+    const std::string spaces(1000, ' '), tildes(1000, '~');
+    std::string pairs;
+    for (int i = 0; i < 500; i++) {
+        pairs += "ab";
+    }
+    const struct {
+        std::string query, run; // the run is one byte short of the query, or of what it begins with
+    } cases[] = {
+        {spaces + "x", spaces},
+        {spaces, spaces.substr(1) + "x"},
+        {"x" + spaces, "x" + spaces.substr(1)},
+        {spaces + "x" + spaces, spaces + "x" + spaces.substr(1)},
+        {pairs + "c", pairs},
+        {pairs, pairs.substr(1) + "c"},
+        {"e" + tildes, tildes},
+        {tildes + "e" + tildes, tildes + "e" + tildes.substr(1) + "e"},
+    };
+    for (const auto &hard : cases) {
+        const std::string runs = hard.run + hard.run + hard.run;
+        expect_plain_result(runs, hard.query);
+        expect_plain_result(runs + hard.query + "...", hard.query);
+        expect_plain_result(runs + "\n" + hard.query + runs + "\n" + runs + hard.query + ".", hard.query);
+    }
+}
+
 TEST(MatcherProperty, ManyThousandLineFeedsBeforeAHit) {
     SearchScope scope;
     for (size_t count : {254u, 255u, 256u, 8159u, 8160u, 8161u, 8191u, 8192u, 8193u, 100000u}) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string.h>
+
 #include <random>
 #include <string>
 
@@ -9,7 +11,7 @@
 #include "search/plain_matcher.h"
 #include "support/test_tree.h"
 
-TEST(Scan, TheRarestBytesAreChosen) {
+TEST(Scan, TheTwoRarestBytesOfTheWholeQueryAreChosen) {
     const auto chosen = [](const std::string &query) {
         ScanNeedle needle = scan_needle(str_over(query));
         EXPECT_EQ(needle.rare, query[static_cast<size_t>(needle.rare_offset)]);
@@ -20,9 +22,11 @@ TEST(Scan, TheRarestBytesAreChosen) {
     EXPECT_EQ(chosen("eq"), "qe");
     EXPECT_EQ(chosen("qe"), "qe");
     EXPECT_EQ(chosen("see the quick"), "qk");
-    EXPECT_EQ(chosen("@@"), "@@");
-    EXPECT_EQ(scan_needle(str_from("@@")).other_offset, 1);
-    EXPECT_EQ(chosen(std::string(64, 'e') + "@"), "ee"); // only a query's start is looked through
+    EXPECT_EQ(chosen(std::string(1000, ' ') + "x"), "x ");
+    EXPECT_EQ(chosen(std::string(1000, ' ') + "xe" + std::string(1000, ' ')), "xe");
+    EXPECT_EQ(chosen("see @@@ there"), "@h"); // two of a kind come together, so they tell less
+    EXPECT_EQ(chosen("@@@"), "@@");
+    EXPECT_EQ(scan_needle(str_from("@@@")).other_offset, 2);
 }
 
 TEST(Scan, BothVariantsTellTheLineAroundAHit) {
@@ -53,8 +57,8 @@ TEST(Scan, TheBestVariantIsInUse) {
 }
 
 // Blocks that end with the text, beginning at every place of a cache line: the address sanitizer sees any
-// read behind the text, and the loads of the rare byte get every alignment.
-TEST(Scan, NothingBehindTheTextIsRead) {
+// read after the text or the query, and the loads of the rare byte get every alignment.
+TEST(Scan, NothingAfterTheTextOrTheQueryIsRead) {
     std::mt19937 random(5);
     for (int round = 0; round < 20000 && !testing::Test::HasFailure(); round++) {
         size_t offset = random() % 64, length = random() % 300;
@@ -63,15 +67,21 @@ TEST(Scan, NothingBehindTheTextIsRead) {
         for (size_t i = 0; i < length; i++) {
             text[i] = "abb\n"[random() % 4];
         }
+        std::string plain_text(text, length);
         std::string query(1 + random() % 12, 'a');
         for (char &c : query) {
             c = "ab\n"[random() % 3];
         }
+        if (random() % 2 && length > 0) { // a long one that is there
+            size_t start = random() % length;
+            query = plain_text.substr(start, 1 + random() % (length - start));
+        }
+        char *query_block = static_cast<char *>(os_alloc(query.size()));
+        memcpy(query_block, query.data(), query.size());
         int64_t span = static_cast<int64_t>(length) - static_cast<int64_t>(query.size());
-        std::string plain_text(text, length);
         std::vector<PlainHit> plain = plain_hits(plain_text, query);
         for (ScanNextHit *variant : {scan_next_hit_variant, &scan_next_hit_sse2}) {
-            ScanNeedle needle = scan_needle(str_over(query));
+            ScanNeedle needle = scan_needle({query.size(), query_block});
             ScanHit hit;
             size_t found = 0;
             for (int64_t from = 0; from < span && variant(text, from, span, needle, &hit);
@@ -83,6 +93,7 @@ TEST(Scan, NothingBehindTheTextIsRead) {
             }
             EXPECT_EQ(found, plain.size());
         }
+        os_free(query_block);
         os_free(block);
     }
 }
