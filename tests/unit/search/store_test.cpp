@@ -618,4 +618,28 @@ TEST(StoreOrder, ARowIsWholeBeforeItIsCountedAndCountedBeforeResultsAreDirty) {
         "1 0 1\n"
         "1 1 1\n");
 }
+
+TEST(StoreOrder, RowsAreReadWithTheCountOfTheirOwnBlockOrAnEarlierOne) {
+    static char short_block[8], long_block[64];
+    static DynArray table;
+    static TableRows rows;
+    static int turn, step;
+    turn = 0;
+    do { // the worker's turn comes one instruction later each time
+        table.data = short_block;
+        table.count = 1;
+        step = 0;
+        states_while([] { rows = table_rows(&table); }, 0,
+                     [] {
+                         if (step++ == turn) {
+                             table.data = long_block;
+                             table.count = 8;
+                         }
+                         return each_step::State{};
+                     });
+        EXPECT_TRUE(rows.data == long_block || rows.count == 1) << turn;
+        turn++;
+    } while (step >= turn); // it came before the reader's last instruction
+    EXPECT_EQ(rows.data, short_block);
+}
 #endif
