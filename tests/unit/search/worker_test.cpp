@@ -28,7 +28,21 @@ std::string marker_bytes() {
     return bytes;
 }
 
+uint32_t listings; // that were started
+
 } // namespace
+
+// The linker hands every call of os_folder_first to the first of these; the second is the real one.
+extern "C" void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse,
+                                                                                FolderEntry *);
+extern "C" void *__real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse,
+                                                                                FolderEntry *);
+
+void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder, FolderListingUse use,
+                                                                     FolderEntry *entry) {
+    listings++;
+    return __real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(folder, use, entry);
+}
 
 // ---- What a request asks for ----
 
@@ -320,6 +334,23 @@ TEST(Worker, ARequestDuringTheTopFoldersOnlyFileLetsNoSubfolderBeSearched) {
     });
     search_rows(tree, tree.path(), "foo");
     EXPECT_EQ(read_files, 1);
+}
+
+TEST(Worker, ARequestDuringAFoldersLastFileStartsNoFurtherListing) {
+    for (const char *file : {"marker", "d/marker"}) {
+        TestTree tree;
+        SearchScope scope;
+        tree.file(file, marker_bytes());
+        HeapHookScope hook([](uint64_t size) {
+            if (size == marker_block) {
+                publish_request();
+            }
+            return true;
+        });
+        listings = 0;
+        search_rows(tree, tree.path(), "foo");
+        EXPECT_EQ(listings, file[0] == 'd' ? 3u : 1u); // the top for files and for sub-folders, d for files
+    }
 }
 
 TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
