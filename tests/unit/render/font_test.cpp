@@ -48,6 +48,27 @@ std::string font_with_byte_map() {
     return bytes + tables;
 }
 
+// A font whose only glyph has a box, half as wide and high as the font, and no outline in it.
+std::string font_without_outlines() {
+    const std::pair<const char *, std::string> tables[] = {
+        {"cmap", cmap_of(two_bytes(0) + two_bytes(6) + two_bytes(0))}, // maps nothing
+        {"glyf", two_bytes(0) + two_bytes(0) + two_bytes(0) + two_bytes(500) + two_bytes(500)},
+        {"head", std::string(54, '\0')},
+        {"hhea", four_bytes(0x00010000) + two_bytes(1000) + std::string(28, '\0') + two_bytes(1)},
+        {"hmtx", two_bytes(600) + two_bytes(0)},
+        {"loca", two_bytes(0) + two_bytes(5)}, // counts in two bytes
+        {"maxp", four_bytes(0x00010000) + two_bytes(1)},
+    };
+    std::string list = four_bytes(0x00010000) + two_bytes(std::size(tables)) + std::string(6, '\0');
+    std::string bytes;
+    for (const auto &[tag, table] : tables) {
+        size_t place = 12 + 16 * std::size(tables) + bytes.size();
+        list += tag + four_bytes(0) + four_bytes(place) + four_bytes(table.size());
+        bytes += table;
+    }
+    return list + bytes;
+}
+
 Font loaded(const TestTree &tree, const std::string &bytes) {
     tree.file("font", bytes);
     std::string path = tree.path("font");
@@ -481,20 +502,32 @@ TEST(Glyphs, ARefusedGrowthOfTheArenaKeepsWhatIsThereAndGivesNoMore) {
 }
 
 TEST(Glyphs, ABitmapOf2GiBAndMoreIsRefused) {
-    FontScope scope;
-    SizedFont *sized = font_get_size(14);
-    const float scale = sized->scale;
-    uint64_t largest = 0;
-    HeapHookScope hook([&](uint64_t size) {
-        largest = std::max(largest, size);
-        return size < 1u << 28;
-    });
-    sized->scale = scale * 10000;
-    const Glyph *glyph = glyph_create(sized, 0xC9);
-    ASSERT_TRUE(glyph);
-    EXPECT_EQ(glyph->bitmap, nullptr);
-    EXPECT_LT(largest, 1u << 28); // not asked for
-    EXPECT_GT(sized->bitmaps.capacity, 0u);
+    constexpr uint64_t gib = 1 << 30;
+    const struct {
+        float factor;  // of the scale
+        uint64_t gibs; // that the bitmap then has, rounded down
+    } rows[] = {{6900, 1}, {6950, 2}, {9700, 3}, {10000, 4}};
+    LeakScope leaks; // the old block, which the glyphs still need
+    for (const auto &large : rows) {
+        FontScope scope;
+        SizedFont *sized = font_get_size(14);
+        sized->scale *= large.factor;
+        int left, top, right, bottom;
+        stbtt_GetCodepointBitmapBox(&font.info, 0xC9, sized->scale, sized->scale, &left, &top, &right,
+                                    &bottom);
+        const uint64_t count = static_cast<uint64_t>(int64_t{right - left} * (bottom - top));
+        EXPECT_EQ(count / gib, large.gibs);
+        uint64_t largest = 0;
+        HeapHookScope hook([&](uint64_t size) {
+            largest = std::max(largest, size);
+            return size < gib / 4;
+        });
+        const Glyph *glyph = glyph_create(sized, 0xC9);
+        ASSERT_TRUE(glyph);
+        EXPECT_EQ(glyph->bitmap, nullptr);
+        EXPECT_EQ(largest >= count, large.gibs < 2); // else not asked for
+        EXPECT_EQ(sized->bitmaps.capacity > 0, large.gibs >= 2);
+    }
 }
 
 TEST(Glyphs, ARefusedTableLeavesNone) {
@@ -515,6 +548,19 @@ TEST(Glyphs, ARefusedGrowthOfTheTableLeavesNone) {
     EXPECT_EQ(sized->glyphs.capacity, 0u);
     EXPECT_EQ(glyph_find(sized, 'A'), nullptr);
     EXPECT_EQ(glyph_find(nullptr, 'A'), nullptr);
+}
+
+// stb_truetype leaves the bitmap of a glyph without an outline as it is.
+TEST(Glyphs, OneWithoutAnOutlineIsClear) {
+    TestTree tree;
+    tree.file("font", font_without_outlines());
+    FontScope scope(tree.path("font"));
+    SizedFont *sized = font_get_size(14);
+    memset(sized->bitmaps.data, 0x55, sized->bitmaps.capacity); // memory as a heap gives it
+    const Glyph *glyph = glyph_create(sized, 0xE9);
+    ASSERT_EQ(glyph->width, 7);
+    ASSERT_EQ(glyph->height, 7);
+    EXPECT_EQ(std::vector<uint8_t>(glyph->bitmap, glyph->bitmap + 49), std::vector<uint8_t>(49));
 }
 
 // stb_truetype would write through null for want of an outline or of a row of pixels.
