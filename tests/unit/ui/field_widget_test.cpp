@@ -463,25 +463,28 @@ TEST(FieldCarets, StandBehindWideTabsAndNarrowControlBytes) {
 
 TEST(FieldCarets, StandBehindTheKerningOfTheirPair) {
     TestTree tree;
-    int a, v;
-    {
-        FontScope scope;
-        a = stbtt_FindGlyphIndex(&font.info, 'A');
-        v = stbtt_FindGlyphIndex(&font.info, 'V');
+    for (const std::string second : {"V", " "}) {
+        int a, other;
+        {
+            FontScope scope;
+            a = stbtt_FindGlyphIndex(&font.info, 'A');
+            other = stbtt_FindGlyphIndex(&font.info, second[0]);
+        }
+        tree.file("font",
+                  with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(a, other, -200)));
+        Fields fields(tree.path("font"));
+        set_field(path, "xA" + second); // 2 pixels closer
+        fields.focus(path, 2, 3);
+        fields.draw(path);
+        Drawing expected;
+        expected.fill(row, focused_ground);
+        expected.text(6, white(220), "Path: ");
+        expected.text(text_x, white(220), "xA" + second);
+        put_box(&expected, text_x + 10, text_x + 16);
+        expected.fill(save_button, grey);
+        expected.fill({6, 19, 420, 1}, grey);
+        EXPECT_EQ(difference(fields.drawing, expected), "") << "A" << second;
     }
-    tree.file("font", with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(a, v, -200)));
-    Fields fields(tree.path("font"));
-    set_field(path, "xAV"); // 2 pixels closer
-    fields.focus(path, 2, 3);
-    fields.draw(path);
-    Drawing expected;
-    expected.fill(row, focused_ground);
-    expected.text(6, white(220), "Path: ");
-    expected.text(text_x, white(220), "xAV");
-    put_box(&expected, text_x + 10, text_x + 16);
-    expected.fill(save_button, grey);
-    expected.fill({6, 19, 420, 1}, grey);
-    EXPECT_EQ(difference(fields.drawing, expected), "");
 }
 
 TEST(FieldCarets, CountFromTheStartOfTheirLine) {
@@ -576,6 +579,27 @@ TEST(FieldCompletion, IsWhatFollowsTheTypedNameOnEitherField) {
             expected.fill({6, 19, 420, 1}, grey);
             EXPECT_EQ(difference(fields.drawing, expected), "") << label << text << " " << typed.entry;
         }
+    }
+}
+
+TEST(FieldCompletion, BeginsWhereTheTextsLastLineEnds) {
+    for (const std::string text : {"abcdef\n/c", "/c\n", "\n"}) {
+        Fields fields;
+        fields.complete("completion");
+        set_field(path, text);
+        fields.draw(path);
+        Drawing expected;
+        expected.text(6, white(140), "Path: ");
+        Framebuffer row_only = expected.framebuffer; // further lines end with the row
+        row_only.height = 27;
+        draw_text(&row_only, {text_x, 16}, 14, 14, white(140), str_over(text));
+        std::string typed = text.substr(text.find('/') + 1); // the whole text without one
+        size_t last_line = text.size() - (text.rfind('\n') + 1);
+        expected.text(text_x + 6 * static_cast<int32_t>(last_line), tail_grey,
+                      std::string("completion").substr(typed.size()));
+        expected.fill(save_button, grey);
+        expected.fill({6, 19, 420, 1}, grey);
+        EXPECT_EQ(difference(fields.drawing, expected), "") << text;
     }
 }
 
