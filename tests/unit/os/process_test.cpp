@@ -261,6 +261,27 @@ TEST(Process, LongOutputComesInOrderInChunksOfAtMost4096Bytes) {
     }
 }
 
+#ifdef __linux__ // where a pipe holds all of it
+TEST(Process, OutputThatWaitsComesInChunksOf4096Bytes) {
+    struct Context {
+        TestTree tree;
+        std::vector<uint64_t> sizes;
+    } context;
+    const auto note_size = [](void *pointer, Str chunk) {
+        Context *noted = static_cast<Context *>(pointer);
+        noted->sizes.push_back(chunk.count);
+        if (noted->sizes.size() == 1) { // the rest is written before any of it is read
+            noted->tree.file("go", "");
+            EXPECT_TRUE(appears(noted->tree.native("written")));
+        }
+    };
+    std::string cmd = probe("letters_after \"" + context.tree.path("go") + "\" 10000 \"" +
+                            context.tree.path("written") + "\"");
+    EXPECT_EQ(os_run_process(str_over(cmd), {note_size, &context}, no_console), 0u);
+    EXPECT_EQ(context.sizes, (std::vector<uint64_t>{1, 4096, 4096, 1808}));
+}
+#endif
+
 TEST(Process, ErrorsAreCapturedWithTheOutput) {
     EXPECT_EQ(capture(probe("both")).text(), "out 0\nerr 0\nout 1\nerr 1\nout 2\nerr 2\n");
 }

@@ -67,14 +67,30 @@ int print_to_both() {
     return 0;
 }
 
-int wait_for_file(const std::string &awaited, const std::string &written) {
+bool appears(const std::string &name) {
     for (int tries = 0; tries < 6000; tries++) {
-        if (fs::exists(path_of(awaited))) {
-            return write_file(written, "done");
+        if (fs::exists(path_of(name))) {
+            return true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    return gave_up;
+    return false;
+}
+
+int wait_for_file(const std::string &awaited, const std::string &written) {
+    return appears(awaited) ? write_file(written, "done") : gave_up;
+}
+
+// Prints a dot, and when that file is there as many letters, after which it writes the other file.
+int print_letters_after(const std::string &awaited, int count, const std::string &written) {
+    print(".");
+    std::fflush(stdout);
+    if (!appears(awaited)) {
+        return gave_up;
+    }
+    print_letters(count, 0);
+    std::fflush(stdout);
+    return write_file(written, "done");
 }
 
 // Answers each line with itself in brackets; "quit N" ends with that code.
@@ -179,6 +195,9 @@ int main(int count, char **arguments) {
     }
     if (what == "wait" && count == 4) {
         return wait_for_file(arguments[2], arguments[3]);
+    }
+    if (what == "letters_after" && count == 5) {
+        return print_letters_after(arguments[2], std::atoi(arguments[3]), arguments[4]);
     }
     if (what == "talk") {
         return talk();
