@@ -29,8 +29,8 @@ OS_FORMAT_CHECKED void os_debug_print(const char *format, ...);
 
 // ---- Texts (one version for all systems) ----
 
-// The text without the spaces at its end.
-Str str_cut_trailing_blanks(Str text);
+// The text without the spaces and tabs at its end.
+Str str_cut_trailing_whitespace(Str text);
 
 // What follows the last '\' or '/' of a path; all of it when there is none.
 Str str_file_name(Str path);
@@ -47,10 +47,10 @@ void os_console_write(Str text);
 
 // ---- Command line (each system) ----
 
-// The command line the process was started with, the program's name first, without the blanks at its end.
-// Zero-terminated, owned by the layer, made at the first call; the empty Str when there is no memory for it.
-// Where the system hands over single arguments they are joined by blanks. An empty one, and one that holds a
-// blank and starts with neither a double quote nor a dash, stands in double quotes.
+// The command line the process was started with, the program's name first, without the spaces and tabs at its
+// end. Zero-terminated, owned by the layer, made at the first call; the empty Str when out of memory. Where
+// the system hands over single arguments they are joined by spaces. An empty one, and one that holds a space
+// or a tab and starts with neither a double quote nor a dash, is put in double quotes.
 Str os_command_line();
 
 // ---- Console colours (each system) ----

@@ -61,8 +61,8 @@ void os_debug_print(const char *format, ...) {
 
 // ---- Texts ----
 
-Str str_cut_trailing_blanks(Str text) {
-    while (text.count > 0 && text.data[text.count - 1] == ' ') {
+Str str_cut_trailing_whitespace(Str text) {
+    while (text.count > 0 && (text.data[text.count - 1] == ' ' || text.data[text.count - 1] == '\t')) {
         text.count--;
     }
     return text;

@@ -87,16 +87,18 @@ esac
 
 if [ $windows = 1 ]; then
     run 0 respawn 'any name  "a b" -c   '
-    printf '[any name  "a b" -c]\n' | expect "a command line with trailing blanks"
+    printf '[any name  "a b" -c]\n' | expect "a command line with trailing spaces"
     run 0 respawn '     '
-    printf '[]\n' | expect "a command line of blanks only"
-    run 0 respawn $'  x\t'
-    printf '[  x\t]\n' | expect "only trailing spaces are cut"
+    printf '[]\n' | expect "a command line of spaces only"
+    run 0 respawn $'  x\ty \t'
+    printf '[  x\ty]\n' | expect "trailing tabs are cut"
 else
     run 0 respawn name plain 'a b' '' '"a quoted"' '-a b' 'in"side' 'end  '
     printf '[name plain "a b" "" "a quoted" -a b in"side "end  "]\n' | expect "arguments joined to a command line"
+    run 0 respawn name $'a\tb' $'-x\t'
+    printf '[name "a\tb" -x]\n' | expect "arguments with tabs"
     run 0 respawn '   '
-    printf '["   "]\n' | expect "a name of blanks only"
+    printf '["   "]\n' | expect "a name of spaces only"
     run 0 respawn ''
     printf '[""]\n' | expect "an empty name"
     long=$(printf 'x%.0s' {1..9000})

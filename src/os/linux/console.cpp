@@ -63,9 +63,9 @@ Str read_arguments() {
     return bytes;
 }
 
-// A path in quotes and a query behind a dash are to arrive as they were written.
+// A path in quotes and a query after a dash arrive as they were written.
 uint8_t needs_quotes(const char *argument) {
-    return argument[0] == 0 || (argument[0] != '"' && argument[0] != '-' && strchr(argument, ' '));
+    return argument[0] == 0 || (argument[0] != '"' && argument[0] != '-' && strpbrk(argument, " \t"));
 }
 
 } // namespace
@@ -77,7 +77,7 @@ Str os_command_line() {
     }
     Str arguments = read_arguments();
     // An argument's bytes and its zero byte grow at most threefold: one without bytes becomes two quotes and
-    // a blank.
+    // a space.
     char *joined = arguments.data ? static_cast<char *>(os_alloc(arguments.count * 3 + 1)) : nullptr;
     if (joined) {
         uint64_t count = 0;
@@ -98,7 +98,7 @@ Str os_command_line() {
             }
             at += length + 1;
         }
-        command_line = str_cut_trailing_blanks({count, joined});
+        command_line = str_cut_trailing_whitespace({count, joined});
         joined[command_line.count] = 0;
     }
     os_free(arguments.data);

@@ -18,7 +18,7 @@ void os_console_write(Str text) {
 Str os_command_line() {
     static Str command_line;
     if (!command_line.data) {
-        Str text = str_cut_trailing_blanks(str_from(GetCommandLineA()));
+        Str text = str_cut_trailing_whitespace(str_from(GetCommandLineA()));
         char *copy = static_cast<char *>(os_alloc(text.count + 1));
         if (!copy) {
             return {};

@@ -270,12 +270,14 @@ TEST(DebugPrint, WritesFormattedTextToTheStandardLibrarysOutput) {
 
 // ---- Texts ----
 
-TEST(Texts, OnlySpacesAtTheEndAreTrailingBlanks) {
-    EXPECT_EQ(string_of(str_cut_trailing_blanks(str_of("a b  "))), "a b");
-    EXPECT_EQ(string_of(str_cut_trailing_blanks(str_of("  a"))), "  a");
-    EXPECT_EQ(string_of(str_cut_trailing_blanks(str_of("a\t "))), "a\t");
-    EXPECT_EQ(string_of(str_cut_trailing_blanks(str_of("    "))), "");
-    EXPECT_EQ(string_of(str_cut_trailing_blanks(str_of(""))), "");
+TEST(Texts, SpacesAndTabsAtTheEndAreTrailingWhitespace) {
+    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("a b  "))), "a b");
+    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("  a"))), "  a");
+    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("a\tb\t \t"))), "a\tb");
+    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("    "))), "");
+    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of(" \t"))), "");
+    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("a\n\r\v"))), "a\n\r\v");
+    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of(""))), "");
 }
 
 TEST(Texts, AFileNameFollowsTheLastSeparatorOfEitherKind) {
