@@ -264,6 +264,23 @@ void settings_apply(Str text, Str folder) {
     }
 }
 
+namespace {
+
+// The path is made on the stack: a long font_file may have filled the scratch arena.
+void load_default_font(Str folder) {
+    char path[4096]; // longer than any system's limit for the executable's folder
+    if (folder.count + sizeof(default_font) > sizeof(path)) {
+        return;
+    }
+    if (folder.count > 0) {
+        memcpy(path, folder.data, folder.count);
+    }
+    memcpy(path + folder.count, default_font, sizeof(default_font));
+    font = font_load(str_from(path));
+}
+
+} // namespace
+
 void settings_apply_fallbacks(Str folder) {
     if (settings.font_size < 1) {
         settings.font_size = 14;
@@ -276,7 +293,7 @@ void settings_apply_fallbacks(Str folder) {
         settings.max_file_size = 0;
     }
     if (font.sizes.capacity == 0) {
-        font = font_load(scratch_join(folder, str_from(default_font)));
+        load_default_font(folder);
     }
 }
 

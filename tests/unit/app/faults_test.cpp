@@ -293,9 +293,6 @@ struct StartExpectation {
         return has_scratch() && !lost(SETTINGS_FILE);
     }
     bool has_font() const {
-        if (!has_scratch()) {
-            return false; // and so is the font's
-        }
         if (series == ALONE && has_settings() && names_font) {
             return true; // the default font is tried in place of the named one
         }
@@ -469,12 +466,6 @@ constexpr NeverEndingStep never_ending_steps[] = {
      "a font that is all zero has a list of sizes of capacity 0, and the first text asks for a size",
      [] {
          start_copy(FONT_SIZES);
-         frame_turn(window);
-     }},
-    {"the first frame, when the scratch arena was refused",
-     "the font's path is a temporary string, so no font is loaded either",
-     [] {
-         start_copy(SCRATCH_DATA);
          frame_turn(window);
      }},
     {"a search that reads a file, when file_table was refused", "each file read is pushed onto it",

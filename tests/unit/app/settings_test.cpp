@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string.h>
+
 #include <random>
 #include <sstream>
 #include <string>
@@ -631,6 +633,27 @@ TEST(SettingsFont, IsLoadedAtOnce) {
 TEST(SettingsFont, ANameThatTheScratchArenaHasNoRoomForIsNoFont) {
     FontFolder fonts;
     EXPECT_EQ(fonts.loaded_after("font_file " + std::string(1000000, 'x') + "\n"), "source_code_pro.otf");
+}
+
+TEST(SettingsFont, TheDefaultFontIsLoadedHoweverFullTheScratchArenaIs) {
+    FontFolder fonts;
+    uint64_t rest = 1000000 - (fonts.folder() + "settings.txt").size() - 1 - fonts.folder().size() - 1;
+    // The name of a font that is missing leaves this many bytes.
+    for (uint64_t left : {uint64_t{0}, uint64_t{10}, fonts.folder().size() + strlen("source_code_pro.otf")}) {
+        EXPECT_EQ(fonts.loaded_after("font_file " + std::string(rest - left, 'x')), "source_code_pro.otf");
+    }
+    AppScope app;
+    scratch->capacity = 0;
+    settings_apply_fallbacks(str_over(fonts.folder()));
+    EXPECT_GT(font.sizes.capacity, 0u);
+}
+
+TEST(SettingsFont, AFolderTooLongForAPathHasNoDefaultFont) {
+    AppScope app;
+    for (size_t length : {4000u, 4096u, 100000u}) {
+        settings_apply_fallbacks(str_over(std::string(length, 'x') + "/"));
+        EXPECT_EQ(font.sizes.capacity, 0u);
+    }
 }
 
 TEST(SettingsFile, IsKeptWithItsClickCommands) {
