@@ -45,9 +45,14 @@ inline constexpr const char *invalid_names[2] = {"INV", "INVALID"};
 
 // ---- Initialisation (each system) ----
 
-// Sets os_ticks_per_second and asks for windows in real pixels; a refusal of the latter is written as a debug
-// line. Once at start-up, before anything reads a clock.
+// Sets os_ticks_per_second, hides the system's error boxes from the calling thread and asks for windows in
+// real pixels; a refusal of the latter is written as a debug line. Once at start-up, before anything reads a
+// clock.
 void os_init();
+
+// Makes a drive without a disk a path that does not exist for the calling thread, not a box that waits for an
+// answer. Windows only. Not for the whole process, as the programs that it starts would inherit that.
+void os_thread_hide_error_boxes();
 
 // ---- Threads (each system) ----
 

@@ -94,6 +94,7 @@ uint8_t search_worker_turn() {
 }
 
 uint32_t search_worker(void *) {
+    os_thread_hide_error_boxes();
     results_store_start_arena();
     for (;;) {
         search_state.worker_pass = search_state.worker_pass + 1;

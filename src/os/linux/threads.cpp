@@ -37,6 +37,8 @@ void os_init() {
     sigaction(SIGPIPE, &action, nullptr);
 }
 
+void os_thread_hide_error_boxes() {}
+
 // ---- Threads ----
 
 // Suspending is done with two signals: the first one's handler reports that the thread has stopped and waits

@@ -12,11 +12,14 @@ void os_init() {
     LARGE_INTEGER frequency = {};
     QueryPerformanceFrequency(&frequency);
     os_ticks_per_second = frequency.QuadPart;
-    // A drive without a disk is a path that does not exist, and no box that waits for an answer.
-    SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
+    os_thread_hide_error_boxes();
     if (!SetProcessDPIAware()) {
         os_debug_print("Error: failed to set DPI awareness\n");
     }
+}
+
+void os_thread_hide_error_boxes() {
+    SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS, nullptr);
 }
 
 // ---- Threads ----

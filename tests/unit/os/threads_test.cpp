@@ -669,10 +669,14 @@ BOOL WINAPI count_askings() {
 
 BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)() = count_askings;
 
-TEST_F(Threads, TheStartTurnsTheSystemsErrorBoxesOff) {
-    UINT before = SetErrorMode(SEM_NOOPENFILEERRORBOX);
+TEST_F(Threads, TheStartTurnsTheSystemsErrorBoxesOffForItsOwnThreadAndNotForTheProcess) {
+    UINT of_process = SetErrorMode(0); // what programs that are started inherit
+    DWORD of_thread;
+    ASSERT_TRUE(SetThreadErrorMode(SEM_NOOPENFILEERRORBOX, &of_thread));
     os_init();
-    EXPECT_EQ(SetErrorMode(before), UINT{SEM_NOOPENFILEERRORBOX | SEM_FAILCRITICALERRORS});
+    EXPECT_EQ(SetErrorMode(of_process), 0u);
+    EXPECT_EQ(GetThreadErrorMode(), DWORD{SEM_NOOPENFILEERRORBOX | SEM_FAILCRITICALERRORS});
+    SetThreadErrorMode(of_thread, nullptr);
 }
 
 TEST_F(Threads, TheStartAsksForRealPixelsAndGoesOnWithoutThem) {

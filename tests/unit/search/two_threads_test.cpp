@@ -19,6 +19,10 @@
 #include "search/worker.h"
 #include "support/test_tree.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 namespace {
 
 // Edits a field as typing does, in place; the storage grows now and then. The first kept bytes stay what they
@@ -322,6 +326,9 @@ namespace {
 
 thread_local uint8_t is_watched;
 volatile uint32_t watched_sleep; // milliseconds, and the thread sleeps for ever
+#ifdef _WIN32
+volatile uint32_t watched_error_mode; // of the thread when it sleeps
+#endif
 
 uint32_t watched_worker(void *record) {
     is_watched = 1;
@@ -332,6 +339,9 @@ uint32_t watched_worker(void *record) {
 
 void __wrap__Z11os_sleep_msj(uint32_t ms) {
     if (is_watched) {
+#ifdef _WIN32
+        watched_error_mode = GetThreadErrorMode();
+#endif
         watched_sleep = ms;
         __real__Z11os_sleep_msj(UINT32_MAX);
     }
@@ -350,6 +360,9 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
             os_sleep_ms(1);
         }
         EXPECT_EQ(watched_sleep, 100u);
+#ifdef _WIN32
+        EXPECT_EQ(watched_error_mode, uint32_t{SEM_FAILCRITICALERRORS}); // no box waits for an answer
+#endif
         EXPECT_EQ(search_state.worker_pass, 1u); // behind its first turn
         EXPECT_EQ(search_state.request_pending, 0);
         EXPECT_EQ(results_store.arena.capacity, 50000000u);
