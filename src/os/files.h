@@ -43,7 +43,8 @@ int32_t os_file_delete(Str path);
 // Whether the system knows a file or folder of that name.
 uint8_t os_path_exists(Str path);
 
-// The folder that holds the executable, with a '/' at its end. Owned by the layer, found at the first call.
+// The folder that holds the executable, with a '/' at its end: the file itself, when it was started through a
+// link. Owned by the layer, found at the first call.
 Str os_exe_folder();
 
 // ---- Folder listing (each system) ----

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "os/console.h"
+#include "os/files.h"
 #include "os/threads.h"
 
 #ifdef _WIN32
@@ -42,6 +43,13 @@ int debug_lines() {
 int command_line() {
     os_print("[");
     os_console_write(os_command_line());
+    os_print("]\n");
+    return 0;
+}
+
+int folder() {
+    os_print("[");
+    os_console_write(os_exe_folder());
     os_print("]\n");
     return 0;
 }
@@ -113,6 +121,9 @@ int main(int count, char **arguments) {
     }
     if (what == "command_line") {
         return command_line();
+    }
+    if (what == "folder") {
+        return folder();
     }
     if (what == "read_lines") {
         return read_lines();

@@ -108,6 +108,22 @@ fi
 run 0 respawn 'Grüße-€'
 printf '[Grüße-€]\n' | expect "a command line is UTF-8"
 
+# ---- Started through a link ----
+
+# As package managers make them; a link to a link, under another name, in a folder that is linked itself.
+mkdir "$work/links" "$work/real é"
+cp "${probe[-1]}" "$work/real é/"
+ln -s "../real é/$(basename "${probe[-1]}")" "$work/links/first.exe"
+ln -s first.exe "$work/links/second.exe"
+ln -s links "$work/linked"
+first_words=("${probe[@]:0:${#probe[@]}-1}")
+system_root=
+[ $windows = 0 ] || system_root=Z:
+for program in "$work/real é/$(basename "${probe[-1]}")" "$work/links/first.exe" "$work/linked/second.exe"; do
+    "${first_words[@]}" "$program" folder >"$work/actual" || failed "$program: exit status $?"
+    printf '[%s/]\n' "$system_root$(realpath "$work/real é")" | expect "the folder of $program"
+done
+
 # ---- Standard input ----
 
 run 0 read_lines < <(printf 'one\n two \n\n0123456789abcdefghij\nlast')

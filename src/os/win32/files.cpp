@@ -144,11 +144,44 @@ uint8_t os_path_exists(Str path) {
     return wide && GetFileAttributesW(wide) != INVALID_FILE_ATTRIBUTES;
 }
 
+uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units) {
+    if (units == 0 || units >= longest_exe_path) {
+        return units; // there is no path, or only a part of it
+    }
+    constexpr DWORD share_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    HANDLE file = CreateFileW(path, 0, share_all, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return units;
+    }
+    constexpr DWORD capacity = longest_exe_path + 8;
+    wchar_t resolved[capacity]; // begins with \\?\ and a drive, or with \\?\UNC\ and a server
+    DWORD count = GetFinalPathNameByHandleW(file, resolved, capacity, VOLUME_NAME_DOS);
+    CloseHandle(file);
+    if (count == 0 || count >= capacity) {
+        return units;
+    }
+    wchar_t *start = resolved + 4;
+    if (wcsncmp(start, L"UNC", 3) == 0) {
+        // On a mapped drive the file keeps the drive's letter, unless it is a link itself.
+        if (!(GetFileAttributesW(path) & FILE_ATTRIBUTE_REPARSE_POINT)) {
+            return units;
+        }
+        start += 2;
+        start[0] = L'\\'; // followed by the one before the server
+    }
+    uint32_t resolved_units = static_cast<uint32_t>(wcslen(start));
+    if (resolved_units >= longest_exe_path) {
+        return units;
+    }
+    wcscpy(path, start);
+    return resolved_units;
+}
+
 Str os_exe_folder() {
     static Str folder;
     if (!folder.data) {
-        wchar_t path[260];
-        DWORD units = GetModuleFileNameW(nullptr, path, 260);
+        wchar_t path[longest_exe_path];
+        uint32_t units = wide_resolve_links(path, GetModuleFileNameW(nullptr, path, longest_exe_path));
         folder = str_cut_to_folder(utf8_from_wide(path, static_cast<int32_t>(units)));
     }
     return folder;

@@ -34,6 +34,13 @@ wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
 // empty Str. Unpaired surrogates become replacement characters.
 Str utf8_from_wide(const wchar_t *wide, int32_t count);
 
+// UTF-16 units of the executable's path, its zero included.
+constexpr uint32_t longest_exe_path = 260;
+
+// Replaces the path of a file by that of the file it links to. Returns the path's new length in units, or
+// units, with path unchanged, when it cannot be resolved or the new path is too long.
+uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units);
+
 // A system time as the layer's own record.
 struct DateTime;
 DateTime date_time_from_system(const SYSTEMTIME &time);

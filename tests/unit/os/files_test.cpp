@@ -12,6 +12,8 @@
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include "os/win32/wide.h"
 #else
 #include <sys/stat.h>
 #include <unistd.h>
@@ -432,6 +434,87 @@ TEST(ExeFolder, EndsInASlashAndHoldsTheExecutable) {
 #endif
     EXPECT_EQ(os_exe_folder().data, folder.data); // found once
 }
+
+#ifdef _WIN32
+
+// ---- Started through a link ----
+
+// The linker hands every call to the first of each pair; the second is the real one.
+extern "C" {
+extern decltype(&GetFinalPathNameByHandleW) __wrap___imp_GetFinalPathNameByHandleW;
+extern decltype(&GetFinalPathNameByHandleW) __real___imp_GetFinalPathNameByHandleW;
+extern decltype(&GetFileAttributesW) __wrap___imp_GetFileAttributesW;
+extern decltype(&GetFileAttributesW) __real___imp_GetFileAttributesW;
+}
+
+namespace {
+
+const std::wstring *final_path; // the system's answer in a test; empty: it fails
+bool is_link;
+
+DWORD WINAPI final_path_or_real(HANDLE file, wchar_t *path, DWORD capacity, DWORD flags) {
+    if (!final_path) {
+        return __real___imp_GetFinalPathNameByHandleW(file, path, capacity, flags);
+    }
+    if (final_path->size() >= capacity) {
+        return static_cast<DWORD>(final_path->size() + 1); // as the system asks for more room
+    }
+    wcscpy(path, final_path->c_str());
+    return static_cast<DWORD>(final_path->size());
+}
+
+DWORD WINAPI attributes_or_link(const wchar_t *path) {
+    DWORD attributes = __real___imp_GetFileAttributesW(path);
+    return is_link ? attributes | FILE_ATTRIBUTE_REPARSE_POINT : attributes;
+}
+
+// What a file's path becomes when the system answers this for it.
+std::wstring resolved(const std::wstring &path, const std::wstring &answer) {
+    wchar_t text[260];
+    wcscpy(text, path.c_str());
+    final_path = &answer;
+    uint32_t units = wide_resolve_links(text, static_cast<uint32_t>(path.size()));
+    final_path = nullptr;
+    EXPECT_EQ(units, wcslen(text));
+    return text;
+}
+
+} // namespace
+
+decltype(&GetFinalPathNameByHandleW) __wrap___imp_GetFinalPathNameByHandleW = final_path_or_real;
+decltype(&GetFileAttributesW) __wrap___imp_GetFileAttributesW = attributes_or_link;
+
+TEST(ExeFolder, OfALinkIsThatOfTheFile) {
+    TestTree tree;
+    tree.file("link.exe", "");
+    const std::wstring path = tree.native("link.exe").native();
+    EXPECT_EQ(resolved(path, L"\\\\?\\D:\\größe\\real.exe"), L"D:\\größe\\real.exe");
+    EXPECT_EQ(resolved(path, L"\\\\?\\C:\\a.exe"), L"C:\\a.exe");
+    is_link = true;
+    EXPECT_EQ(resolved(path, L"\\\\?\\UNC\\server\\share\\a.exe"), L"\\\\server\\share\\a.exe");
+    is_link = false;
+    EXPECT_EQ(resolved(path, L"\\\\?\\UNC\\server\\share\\a.exe"), path); // on a mapped drive
+}
+
+TEST(ExeFolder, IsThatOfTheLinkWhenTheFileCannotBeToldOrItsPathIsTooLong) {
+    TestTree tree;
+    tree.file("link.exe", "");
+    const std::wstring path = tree.native("link.exe").native();
+    EXPECT_EQ(resolved(path, L""), path);
+    const std::wstring longest = L"C:\\" + std::wstring(256, L'x');
+    EXPECT_EQ(resolved(path, L"\\\\?\\" + longest), longest); // 259 units
+    EXPECT_EQ(resolved(path, L"\\\\?\\" + longest + L"x"), path);
+    EXPECT_EQ(resolved(path, L"\\\\?\\" + longest + L"xyz"), path);
+    is_link = true;
+    const std::wstring share = L"server\\share\\" + std::wstring(244, L'x');
+    EXPECT_EQ(resolved(path, L"\\\\?\\UNC\\" + share), L"\\\\" + share); // 259 units
+    EXPECT_EQ(resolved(path, L"\\\\?\\UNC\\" + share + L"x"), path);
+    is_link = false;
+    const std::wstring missing = tree.native("missing.exe").native();
+    EXPECT_EQ(resolved(missing, L"\\\\?\\C:\\a.exe"), missing);
+}
+
+#endif
 
 // ---- Listing ----
 
