@@ -161,13 +161,15 @@ uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units) {
         return units;
     }
     wchar_t *start = resolved + 4;
-    if (wcsncmp(start, L"UNC", 3) == 0) {
+    if (wcsncmp(start, L"UNC\\", 4) == 0) {
         // On a mapped drive the file keeps the drive's letter, unless it is a link itself.
         if (!(GetFileAttributesW(path) & FILE_ATTRIBUTE_REPARSE_POINT)) {
             return units;
         }
         start += 2;
         start[0] = L'\\'; // followed by the one before the server
+    } else if (count < 6 || start[1] != L':') {
+        return units;
     }
     uint32_t resolved_units = static_cast<uint32_t>(wcslen(start));
     if (resolved_units >= longest_exe_path) {

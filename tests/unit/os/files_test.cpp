@@ -501,6 +501,7 @@ TEST(ExeFolder, IsThatOfTheLinkWhenTheFileCannotBeToldOrItsPathIsTooLong) {
     tree.file("link.exe", "");
     const std::wstring path = tree.native("link.exe").native();
     EXPECT_EQ(resolved(path, L""), path);
+    EXPECT_EQ(resolved(path, L"\\\\?\\unix\\a.exe"), path); // neither on a drive nor on a server
     const std::wstring longest = L"C:\\" + std::wstring(256, L'x');
     EXPECT_EQ(resolved(path, L"\\\\?\\" + longest), longest); // 259 units
     EXPECT_EQ(resolved(path, L"\\\\?\\" + longest + L"x"), path);
