@@ -172,6 +172,11 @@ uint8_t os_path_exists(Str path) {
     return lstat(SystemPath(path).text, &info) == 0;
 }
 
+uint8_t os_path_is_folder(Str path) {
+    struct stat info;
+    return stat(SystemPath(path).text, &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 Str os_exe_folder() {
     static Str folder;
     if (!folder.data) {

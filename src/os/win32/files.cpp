@@ -144,6 +144,12 @@ uint8_t os_path_exists(Str path) {
     return wide && GetFileAttributesW(wide) != INVALID_FILE_ATTRIBUTES;
 }
 
+uint8_t os_path_is_folder(Str path) {
+    PATH_ON_STACK(wide, path);
+    DWORD attributes = wide ? GetFileAttributesW(wide) : INVALID_FILE_ATTRIBUTES;
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
 uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units) {
     if (units == 0 || units >= longest_exe_path) {
         return units; // there is no path, or only a part of it

@@ -410,6 +410,21 @@ TEST(PathExists, FilesAndFolders) {
     EXPECT_FALSE(os_path_exists(str_over(std::string(100000, 'x'))));
 }
 
+TEST(PathExists, FoldersAreToldFromFiles) {
+    TestTree tree;
+    tree.file("f", "x");
+    tree.folder("d");
+    EXPECT_FALSE(os_path_is_folder(str_over(tree.path("f"))));
+    EXPECT_TRUE(os_path_is_folder(str_over(tree.path("d"))));
+    EXPECT_FALSE(os_path_is_folder(str_over(tree.path("x"))));
+    EXPECT_FALSE(os_path_is_folder({}));
+    EXPECT_FALSE(os_path_is_folder(str_over(std::string(100000, 'x'))));
+#ifndef _WIN32
+    fs::create_symlink(tree.native("d"), tree.native("link"));
+    EXPECT_TRUE(os_path_is_folder(str_over(tree.path("link"))));
+#endif
+}
+
 TEST(Paths, AreMadeForTheSystemWithoutTheHeap) {
     TestTree tree;
     tree.folder("d");
