@@ -16,15 +16,16 @@ struct FieldList {
     uint8_t *is_saved;
     uint8_t *is_unread;
     const char *file_name;
-    const char *second_name; // of the file that exists while file_name is being replaced
+    const char *second_name;  // of the file that exists while file_name is being replaced; not longer
+    const char *earlier_name; // of the second file in version 0.9.5
     uint8_t is_path;
 };
 
 const FieldList field_lists[] = {
     {&search_state.path, &saved_lists.paths, &saved_lists.path_saved, &saved_lists.paths_unread,
-     "saved_paths.txt", "saved_paths.txt.new", 1},
+     "saved_paths.txt", "saved_paths.new", "saved_paths.txt.new", 1},
     {&search_state.query, &saved_lists.queries, &saved_lists.query_saved, &saved_lists.queries_unread,
-     "saved_queries.txt", "saved_queries.txt.new", 0},
+     "saved_queries.txt", "saved_queries.new", "saved_queries.txt.new", 0},
 };
 
 const FieldList *field_list_of(const StrBuf *field) {
@@ -273,39 +274,45 @@ uint8_t saved_list_contents(const StrBuf *field, StrBuf *out) {
 // A file cannot be shortened, so it is deleted and written anew. For a program that is killed in between, a
 // second file holds the new content from before the deletion until the first file is whole again. It begins
 // with the content's length, so a second file that was cut off itself shows: then the first one has not been
-// touched yet. A first file that was cut off is missing, or a beginning of what the second one holds.
+// touched yet. A first file that was cut off is missing, or a strict beginning of what the second one holds.
+// docs/architecture.md has every state of the two files.
 
 namespace {
 
 constexpr uint64_t length_size = sizeof(uint64_t);
-constexpr uint64_t longest_path =
-    4096; // bytes; the system's own limits for the executable's folder are lower
+constexpr uint64_t longest_folder = 4096; // bytes; the systems' own limits are lower
+constexpr uint64_t longest_name = 32;
 
-struct FilePaths {
-    Str first;
-    Str second;
-    char first_bytes[longest_path];
-    char second_bytes[longest_path];
+struct FilePath {
+    char bytes[longest_folder + longest_name];
+    Str text;
 };
 
-Str joined(char *bytes, Str folder, const char *name) {
-    memcpy(bytes, folder.data, folder.count);
-    memcpy(bytes + folder.count, name, strlen(name) + 1);
-    return str_from(bytes);
+struct FilePaths {
+    FilePath first;
+    FilePath second;
+    FilePath earlier;
+};
+
+void join(FilePath *path, Str folder, const char *name) {
+    memcpy(path->bytes, folder.data, folder.count);
+    memcpy(path->bytes + folder.count, name, strlen(name) + 1);
+    path->text = str_from(path->bytes);
 }
 
 // Returns 0 when no files are to be used.
 uint8_t file_paths(const FieldList *saved, FilePaths *paths) {
     Str folder = saved_lists.folder;
-    if (!saved || folder.count == 0 || folder.count + strlen(saved->second_name) >= longest_path) {
+    if (!saved || folder.count == 0 || folder.count > longest_folder) {
         return 0;
     }
-    paths->first = joined(paths->first_bytes, folder, saved->file_name);
-    paths->second = joined(paths->second_bytes, folder, saved->second_name);
+    join(&paths->first, folder, saved->file_name);
+    join(&paths->second, folder, saved->second_name);
+    join(&paths->earlier, folder, saved->earlier_name);
     return 1;
 }
 
-// What a second file's bytes hold behind the length; null data when they are not whole.
+// What a second file's bytes hold after the length; null data when they are not whole.
 Str content_of_second(Str second) {
     if (second.count < length_size) {
         return {};
@@ -315,91 +322,93 @@ Str content_of_second(Str second) {
     return length == second.count - length_size ? Str{length, second.data + length_size} : Str{};
 }
 
-// Reads a file; null data when there is none. Returns 0 when it is there and cannot be read.
+// Reads a file; null data when there is none, or a folder of that name. Returns 0, with null data, when it is
+// there and cannot be read.
 uint8_t read_file(Str path, Str *contents) {
     *contents = os_file_read_all(path);
-    return contents->data || !os_path_exists(path);
+    return contents->data || !os_path_exists(path) || os_path_is_folder(path);
 }
 
-// Reads the second file when the first one was cut off while it was replaced, or cannot be read; null data
-// when it was not. Freed with os_file_free. Returns 0, with null data, when the second cannot be read.
-uint8_t read_interrupted(const FilePaths *paths, Str *second) {
-    if (!read_file(paths->second, second)) {
-        return 0;
+enum ListPlace : uint8_t {
+    LIST_UNKNOWN, // one of the files cannot be read
+    LIST_IN_FIRST,
+    LIST_IN_SECOND, // the replacement of the first file was cut off
+};
+
+// Finds the file that has the list. second: all bytes of the second file, freed with os_file_free; null data
+// when there is none or it cannot be read.
+ListPlace find_list(Str first_path, Str second_path, Str *second) {
+    if (!read_file(second_path, second)) {
+        return LIST_UNKNOWN;
     }
     Str content = content_of_second(*second);
-    uint8_t is_cut_off = 0;
-    if (content.data) {
-        Str first = os_file_read_all(paths->first);
-        is_cut_off = first.count < content.count && str_equal(first, {first.count, content.data});
-        os_file_free(&first);
+    if (!content.data) {
+        return LIST_IN_FIRST; // not touched yet
     }
-    if (!is_cut_off) {
-        os_file_free(second);
+    Str first;
+    ListPlace place = read_file(first_path, &first) ? LIST_IN_FIRST : LIST_UNKNOWN;
+    if (place == LIST_IN_FIRST && first.count < content.count &&
+        str_equal(first, {first.count, content.data})) {
+        place = LIST_IN_SECOND;
     }
-    return 1;
+    os_file_free(&first);
+    return place;
 }
 
-// Replaces the first file and ends the second. Returns 0 when the first cannot be replaced: the second stays
-// then, as it is the one that has the list.
-uint8_t replace_first(const FilePaths *paths, Str content) {
+// Deletes the first file and writes it anew. Returns 0: written, 1: could not be deleted and is as it was, 2:
+// deleted and could not be written.
+int32_t replace_first(Str first_path, Str content) {
     // Written over a longer old content, the new one would keep the old one's end.
-    if (os_file_delete(paths->first) != 0) {
-        return 0;
+    if (os_file_delete(first_path) != 0) {
+        return 1;
     }
-    if (os_file_write(paths->first, static_cast<uint32_t>(content.count), content.data) != 0) {
-        return 0;
-    }
-    os_file_delete(paths->second);
-    return 1;
+    return os_file_write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0 : 2;
 }
 
-// Finishes a replacement that was cut off. Returns 0 when the first file still cannot be written.
-uint8_t finish_interrupted(const FilePaths *paths) {
+// Finishes a replacement that was cut off and deletes the second file. Returns 0 when that is not possible.
+uint8_t settle_files(Str first_path, Str second_path) {
     Str second;
-    if (!read_interrupted(paths, &second)) {
-        return 0;
+    ListPlace place = find_list(first_path, second_path, &second);
+    if (place == LIST_IN_SECOND && replace_first(first_path, content_of_second(second)) == 0) {
+        place = LIST_IN_FIRST;
     }
-    uint8_t done = !second.data || replace_first(paths, content_of_second(second));
     os_file_free(&second);
-    return done;
+    return place == LIST_IN_FIRST && os_file_delete(second_path) == 0;
 }
 
 // second: the content with its length before it.
 void replace_file(const FilePaths *paths, Str second) {
-    if (!finish_interrupted(paths)) {
+    Str content = content_of_second(second);
+    if (!settle_files(paths->first.text, paths->second.text)) {
+        if (os_path_is_folder(paths->second.text)) {
+            replace_first(paths->first.text, content); // a kill in between loses the list
+        }
         return;
     }
-    if (os_file_delete(paths->second) != 0) {
-        return;
+    // Without the second file the first is not touched: what keeps the one from being made may keep the other
+    // from being made again.
+    if (os_file_write(paths->second.text, static_cast<uint32_t>(second.count), second.data) != 0 ||
+        replace_first(paths->first.text, content) != 2) {
+        os_file_delete(paths->second.text);
     }
-    if (os_file_write(paths->second, static_cast<uint32_t>(second.count), second.data) != 0) {
-        // Without the second file the first is not touched: what keeps the one from being made may keep the
-        // other from being made again.
-        os_file_delete(paths->second);
-        return;
-    }
-    replace_first(paths, content_of_second(second));
 }
 
-// Returns 0, with nothing loaded, when what is there cannot be read.
+// Returns 0, with nothing loaded, when the list cannot be read.
 uint8_t load(const FilePaths *paths, StrBuf *field, uint8_t restore_text) {
+    settle_files(paths->first.text, paths->second.text);
+    settle_files(paths->first.text, paths->earlier.text);
+    Str first = {};
     Str second;
-    if (!read_interrupted(paths, &second)) {
-        return 0;
+    ListPlace place = find_list(paths->first.text, paths->second.text, &second);
+    uint8_t is_read = 1;
+    if (place != LIST_IN_SECOND) {
+        // A second file that cannot be read may have the list only while the first has none.
+        is_read = read_file(paths->first.text, &first) && (place == LIST_IN_FIRST || first.count > 0);
     }
-    if (second.data) {
-        Str content = content_of_second(second);
-        replace_first(paths, content);
-        saved_list_load_contents(field, content, restore_text);
-        os_file_free(&second);
-        return 1;
-    }
-    os_file_delete(paths->second); // of a replacement that did not come to touch the first file
-    Str first;
-    uint8_t is_read = read_file(paths->first, &first);
-    saved_list_load_contents(field, first, restore_text);
+    saved_list_load_contents(field, place == LIST_IN_SECOND ? content_of_second(second) : first,
+                             restore_text);
     os_file_free(&first);
+    os_file_free(&second);
     return is_read;
 }
 

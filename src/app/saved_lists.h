@@ -28,8 +28,8 @@ struct SavedLists {
     DynArray queries;       // SavedEntry
     uint8_t path_saved;     // 1: the path equals a live entry of paths, as far as the last mark update knew
     uint8_t query_saved;    // the same for the query
-    uint8_t paths_unread;   // 1: the paths' file was there and could not be read; each write tries that first
-    uint8_t queries_unread; // the same for the queries' file
+    uint8_t paths_unread;   // 1: the paths' list could not be read; each write tries that first
+    uint8_t queries_unread; // the same for the queries' list
     Str folder; // of the files, with a '/' at its end; set at start-up; no file is used while it is empty
 };
 
@@ -96,13 +96,13 @@ void saved_list_load_contents(StrBuf *field, Str contents, uint8_t restore_text)
 uint8_t saved_list_contents(const StrBuf *field, StrBuf *out);
 
 // Reads the field's file; nothing happens when it is missing or empty, or cannot be read. Finishes the
-// writing of it that a killed program began.
+// writing of it that a killed program began. docs/architecture.md tells what the two files of a list may be.
 void saved_list_load(StrBuf *field, uint8_t restore_text);
 
 // Replaces the field's file, after loading what could not be read before; what still cannot be read is not
-// replaced. A failure is ignored; short of memory or room, or where a file cannot be deleted
-// or made, the old content stays. Whenever the program is killed meanwhile, the next load finds the list as
-// it was before or as it is now.
+// replaced. A failure is ignored; short of memory or room, or where a file cannot be deleted or made, the old
+// content stays. Whenever the program is killed meanwhile, the next load finds the list as it was before or
+// as it is now; only with a folder in the second file's place may it find none.
 void saved_list_write(const StrBuf *field);
 
 static_assert(sizeof(SavedEntry) == 32 && offsetof(SavedEntry, length) == 8 &&

@@ -69,7 +69,7 @@ holds_all() {
 # goes_on FOLDER: with room again, what is typed next is written, and the other file is gone.
 goes_on() {
     "$probe" type "$1/" x > /dev/null
-    holds_all "$1" && grep -q 'x$' <<< "$(sed -n 2p loaded)" && [ ! -e "$1/saved_queries.txt.new" ]
+    holds_all "$1" && grep -q 'x$' <<< "$(sed -n 2p loaded)" && [ ! -e "$1/saved_queries.new" ]
 }
 
 mkdir disk
@@ -105,7 +105,7 @@ read_only() {
     "$1"
     check 'typing in a folder that may not be written' "$probe" type disk/ abc > /dev/null
     check 'nothing is changed in it' cmp before disk/saved_queries.txt
-    check 'nor added' test ! -e disk/saved_queries.txt.new
+    check 'nor added' test ! -e disk/saved_queries.new
     check 'a start finds all' holds_all disk
     "$2"
     check 'and when it may be written again' goes_on disk

@@ -179,7 +179,7 @@ has_bytes() { # FILE BYTES
 
 files_are_as_expected() {
     has_bytes "$folder/saved_paths.txt" "$paths" && has_bytes "$folder/saved_queries.txt" "$queries" &&
-        [ ! -e "$folder/saved_paths.txt.new" ] && [ ! -e "$folder/saved_queries.txt.new" ]
+        [ ! -e "$folder/saved_paths.new" ] && [ ! -e "$folder/saved_queries.new" ]
 }
 
 # A file's bytes: its text and its entries.

@@ -39,6 +39,7 @@ struct Disk {
     int hits = 0;             // steps that it has hit
     uint8_t written_part = 0; // of 256: how much of a writing is done when it is hit
     std::set<std::string> unreadable;
+    std::set<std::string> folders; // stand in the place of files
 
     bool is_killed() const {
         return lasts && fault == KILLED;
@@ -47,6 +48,7 @@ struct Disk {
         steps_left = -1;
         lasts = false;
         unreadable.clear();
+        folders.clear();
     }
     Bytes read(const std::string &name) const {
         const auto found = files.find(name);
@@ -87,7 +89,11 @@ Str os_file_read_all(Str path) {
 }
 
 uint8_t os_path_exists(Str path) {
-    return disk.read(to_string(path)).has_value();
+    return disk.read(to_string(path)).has_value() || os_path_is_folder(path);
+}
+
+uint8_t os_path_is_folder(Str path) {
+    return disk.folders.count(to_string(path)) > 0;
 }
 
 void os_file_free(Str *contents) {
@@ -98,6 +104,9 @@ void os_file_free(Str *contents) {
 int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
     if (disk.is_killed()) {
         return 0;
+    }
+    if (os_path_is_folder(path)) {
+        return 1;
     }
     uint32_t done = count;
     const bool fails = disk.fails(true);
@@ -116,10 +125,11 @@ int32_t os_file_delete(Str path) {
     if (disk.is_killed()) {
         return 0;
     }
-    if (disk.fails(false)) {
+    if (os_path_is_folder(path) || disk.fails(false)) {
         return 1;
     }
     disk.files.erase(to_string(path));
+    disk.unreadable.erase(to_string(path)); // a new file of that name can be read
     return 0;
 }
 
@@ -128,6 +138,10 @@ namespace {
 const std::string first_names[] = {"C:/d/saved_paths.txt", "C:/d/saved_queries.txt"};
 
 std::string second_name(size_t which) {
+    return first_names[which].substr(0, first_names[which].size() - 4) + ".new";
+}
+
+std::string earlier_name(size_t which) { // of version 0.9.5
     return first_names[which] + ".new";
 }
 
@@ -159,19 +173,19 @@ bool is_unreadable(const std::string &name) {
     return disk.files.count(name) && disk.unreadable.count(name);
 }
 
-// What a program reads of a list's files, a missing file as empty; none when one of them cannot be read. A
-// first file that cannot be read is as good as missing for a second one that holds something.
+// What a program reads of a list's files, a missing file as empty; none when the list may be in one that
+// cannot be read.
 Bytes plain_read(size_t which) {
-    if (is_unreadable(second_name(which))) {
+    const Bytes first = disk.read(first_names[which]);
+    const Bytes second = disk.read(second_name(which));
+    if (is_unreadable(first_names[which])) {
         return std::nullopt;
     }
-    const bool has_first = !is_unreadable(first_names[which]);
-    const Bytes first = has_first ? disk.read(first_names[which]) : std::nullopt;
-    const Bytes interrupted = plain_interrupted(first, disk.read(second_name(which)));
-    if (interrupted || has_first) {
-        return interrupted ? interrupted : first.value_or("");
+    if (is_unreadable(second_name(which))) {
+        return first.value_or("").empty() ? std::nullopt : first;
     }
-    return std::nullopt;
+    const Bytes earlier = disk.read(earlier_name(which));
+    return plain_recovered(plain_recovered(first, second), earlier).value_or("");
 }
 
 // ---- The lists, real and plain ----
@@ -337,7 +351,7 @@ private:
             first.reset();
         }
         disk.put(first_names[which], first);
-        disk.put(second_name(which), second);
+        disk.put(kind & 32 ? earlier_name(which) : second_name(which), second);
         possible[which] = {plain_recovered(first, second).value_or("")};
     }
 
@@ -360,12 +374,15 @@ private:
         if (!is_unread[which] || !counts) {
             return;
         }
-        if (!disk.unreadable.count(first_names[which]) &&
-            std::find(possible[which].begin(), possible[which].end(), *counts) == possible[which].end()) {
-            fuzz_expect("what counts at a start", *counts, possible[which].back());
-        }
         is_unread[which] = false;
-        possible[which] = {*counts};
+        if (is_unreadable(second_name(which))) {
+            possible[which].push_back(*counts); // perhaps the beginning of what the second file has
+        } else {
+            if (std::find(possible[which].begin(), possible[which].end(), *counts) == possible[which].end()) {
+                fuzz_expect("what counts at a start", *counts, possible[which].back());
+            }
+            possible[which] = {*counts};
+        }
         plain[which].load(*counts, restores_text);
     }
 
@@ -375,6 +392,7 @@ private:
         load(which, restores_text);
         fuzz_expect("a file after a start", disk.read(first_names[which]).value_or(""), possible[which][0]);
         fuzz_expect("the second file after a start", disk.read(second_name(which)).has_value(), 0);
+        fuzz_expect("the second file of version 0.9.5", disk.read(earlier_name(which)).has_value(), 0);
         compare();
     }
 
@@ -394,10 +412,13 @@ private:
         disk.written_part = input.byte();
     }
 
-    // One of a list's files, or both, cannot be read until the disk is mended; perhaps the program is started
-    // then.
+    // One of a list's files, or both, cannot be read until the disk is mended, or a folder stands in the
+    // second one's place; perhaps the program is started then.
     void block_reading(size_t which, uint8_t what) {
         disk.mend();
+        if (what & 16 && !disk.files.count(second_name(which))) {
+            disk.folders.insert(second_name(which));
+        }
         if (what % 4 != 1) {
             disk.unreadable.insert(first_names[which]);
         }

@@ -287,7 +287,7 @@ int kill_while_typing(uint32_t count, uint32_t seed) {
         }
         PlainProgram next = known;
         next.act(random_action(&same_random));
-        cut_off += fs::exists(folder + "saved_paths.txt.new") || fs::exists(folder + "saved_queries.txt.new");
+        cut_off += fs::exists(folder + "saved_paths.new") || fs::exists(folder + "saved_queries.new");
         pid_t loader = fork();
         if (loader == 0) {
             compare_loaded(folder, known, next);

@@ -19,6 +19,7 @@
 #ifdef _WIN32
 #include <windows.h>
 #else
+#include <limits.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -34,7 +35,8 @@ StrBuf *const query = &search_state.query;
 
 const std::string paths_file = "saved_paths.txt";
 const std::string queries_file = "saved_queries.txt";
-const std::string second_file = "saved_queries.txt.new";
+const std::string second_file = "saved_queries.new";
+const std::string earlier_second_file = "saved_queries.txt.new"; // of version 0.9.5
 
 using Bytes = std::optional<std::string>; // a file's; none when it is missing
 
@@ -114,6 +116,66 @@ void type(StrBuf *field, const std::string &text) {
 }
 
 } // namespace
+
+// ---- Between the lists and the disk ----
+
+// The linker hands every call to the first of each pair; the second is the real one.
+extern "C" {
+int32_t __wrap__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes);
+int32_t __real__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes);
+int32_t __wrap__Z14os_file_delete3Str(Str path);
+int32_t __real__Z14os_file_delete3Str(Str path);
+}
+
+namespace {
+
+int failing_write; // the how manieth from now on fails without a trace, as of a file that cannot be made
+const std::string *undeletable; // a file's name: it cannot be deleted
+
+// A program that is killed after so many deletions and writings does nothing from then on; a writing that it
+// is killed in is half done.
+constexpr int not_killed = -1;
+int steps_before_kill = not_killed;
+bool is_killed;
+
+bool is_killed_now() {
+    is_killed = is_killed || steps_before_kill == 0;
+    steps_before_kill -= steps_before_kill > 0;
+    return is_killed;
+}
+
+// Runs a part of the program that is killed after so many steps. Returns whether it was.
+template <typename Part> bool run_until_kill(int steps, Part part) {
+    steps_before_kill = steps;
+    part();
+    bool was_killed = is_killed;
+    steps_before_kill = not_killed;
+    is_killed = false;
+    return was_killed;
+}
+
+} // namespace
+
+int32_t __wrap__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes) {
+    bool was_killed = is_killed;
+    if (is_killed_now()) {
+        return was_killed ? 0 : __real__Z13os_file_write3StrjPKc(path, count / 2, bytes);
+    }
+    if (failing_write > 0 && --failing_write == 0) {
+        return 1;
+    }
+    return __real__Z13os_file_write3StrjPKc(path, count, bytes);
+}
+
+int32_t __wrap__Z14os_file_delete3Str(Str path) {
+    if (is_killed_now()) {
+        return 0;
+    }
+    if (undeletable && to_string(path).ends_with("/" + *undeletable) && os_path_exists(path)) {
+        return 1;
+    }
+    return __real__Z14os_file_delete3Str(path);
+}
 
 // ---- What is written ----
 
@@ -240,11 +302,7 @@ TEST(SavedFiles, UnreadableOnesAreMissingOnes) {
 TEST(SavedFiles, ThatCouldNotBeReadAreReadBeforeTheyAreReplaced) {
     for (const std::string &unread : {queries_file, second_file}) {
         ListFiles files;
-        files.put(queries_file, "fo");
-        files.put(second_file, unread == second_file ? Bytes(second_of("foo\r\nbar")) : std::nullopt);
-        if (unread == queries_file) {
-            files.put(queries_file, "foo\r\nbar");
-        }
+        files.put(unread, unread == second_file ? second_of("foo\r\nbar") : "foo\r\nbar");
         {
             Unreadable unreadable(files.tree.native(unread));
             files.started();
@@ -360,7 +418,7 @@ const std::vector<std::pair<std::string, std::string>> replacements = {
 
 TEST(KilledWrite, TheSecondFileHoldsTheLengthAndTheNewContentUntilTheFirstIsWhole) {
     ListFiles files;
-    files.tree.folder(queries_file); // can neither be deleted nor written
+    failing_write = 2;
     type(query, "foo");
     EXPECT_EQ(files.read(second_file), second_of("foo"));
     EXPECT_EQ(second_of("foo"), std::string("\3\0\0\0\0\0\0\0foo", 11));
@@ -431,10 +489,10 @@ TEST(KilledWrite, ASecondFileOfAnythingElseIsNotTaken) {
 
 TEST(KilledWrite, TheTwoListsAreFinishedEachForItself) {
     ListFiles files;
-    files.put("saved_paths.txt.new", second_of("C:/a\r\nC:/b"));
+    files.put("saved_paths.new", second_of("C:/a\r\nC:/b"));
     files.put(second_file, second_of("q\r\nr"));
     saved_list_load(path, 1);
-    EXPECT_EQ(files.names(), "saved_paths.txt saved_queries.txt.new");
+    EXPECT_EQ(files.names(), "saved_paths.txt saved_queries.new");
     EXPECT_EQ(text_of(*path) + ": " + entries_of(saved_lists.paths), "C:/a: C:/b");
     EXPECT_EQ(files.read(paths_file), "C:/a\r\nC:/b");
     EXPECT_EQ(files.started(), "q: r");
@@ -444,6 +502,29 @@ TEST(KilledWrite, WhatIsFinishedKeepsItsBackslashes) {
     ListFiles files;
     EXPECT_EQ(files.started_with(std::nullopt, second_of("a\\b\r\nc")), "a/b: c");
     EXPECT_EQ(files.read(queries_file), "a\\b\r\nc");
+}
+
+TEST(KilledWrite, TheSecondFileOfVersion095IsFinishedToo) {
+    ListFiles files;
+    for (const Bytes &first : {Bytes(), Bytes("a\r")}) {
+        files.put(earlier_second_file, second_of("a\r\nX"));
+        EXPECT_EQ(files.started_with(first, std::nullopt), "a: X");
+        EXPECT_EQ(files.read(queries_file), "a\r\nX");
+        EXPECT_EQ(files.names(), "saved_queries.txt");
+    }
+    for (const std::string &earlier : {std::string("cut off"), second_of("stale\r\nX")}) {
+        files.put(earlier_second_file, earlier);
+        EXPECT_EQ(files.started_with("a\r\nX", std::nullopt), "a: X");
+        EXPECT_EQ(files.names(), "saved_queries.txt");
+    }
+    // What this version has left is newer.
+    files.put(earlier_second_file, second_of("stale\r\nX"));
+    EXPECT_EQ(files.started_with(std::nullopt, second_of("a\r\nX")), "a: X");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+    files.tree.folder(earlier_second_file);
+    EXPECT_EQ(files.started_with("a\r\nX", std::nullopt), "a: X");
+    type(query, "b");
+    EXPECT_EQ(files.read(queries_file), "b\r\nX");
 }
 
 #ifndef _WIN32
@@ -470,39 +551,251 @@ TEST(KilledWrite, ForWhichTheSystemKillsTheProgramAtAnyByteLeavesTheFirstFile) {
 }
 #endif
 
-// ---- Files that cannot be written ----
-
-TEST(FailedWrite, OfTheFirstFileKeepsTheSecondUntilAWriteSucceeds) {
-    ListFiles files;
-    add("X");
-    fs::remove(files.tree.native(queries_file));
-    files.tree.folder(queries_file);
-    type(query, "a");
-    type(query, "ab");
-    EXPECT_EQ(files.read(second_file), second_of("a\r\nX")); // whole, if not the newest
-    fs::remove(files.tree.native(queries_file));
-    EXPECT_EQ(files.started(), "a: X");
-    EXPECT_EQ(files.names(), "saved_queries.txt");
-    type(query, "abc");
-    EXPECT_EQ(files.read(queries_file), "abc\r\nX");
-    EXPECT_EQ(files.names(), "saved_queries.txt");
-}
-
-// The linker hands every call of os_file_write to the first of these; the second is the real one.
-extern "C" int32_t __wrap__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes);
-extern "C" int32_t __real__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes);
+// ---- Every state of the two files ----
 
 namespace {
 
-int failing_write; // the how manieth from now on fails without a trace, as of a file that cannot be made
+enum FileState { MISSING, EMPTY, CUT_OFF, BEGINNING, WHOLE, OTHER, FOLDER, UNREADABLE };
+
+const std::string second_content = "a\r\nX\r\nY";
+const std::string other_content = "b\r\nZ";
+
+void put_first(const ListFiles &files, FileState state) {
+    switch (state) {
+    case MISSING:
+        return;
+    case FOLDER:
+        return files.tree.folder(queries_file);
+    case EMPTY:
+        return files.tree.file(queries_file, "");
+    case BEGINNING:
+        return files.tree.file(queries_file, "a\r\nX");
+    case WHOLE:
+        return files.tree.file(queries_file, second_content);
+    default:
+        return files.tree.file(queries_file, other_content);
+    }
+}
+
+void put_second(const ListFiles &files, FileState state) {
+    const std::string bytes = second_of(second_content);
+    switch (state) {
+    case MISSING:
+        return;
+    case FOLDER:
+        return files.tree.folder(second_file);
+    case CUT_OFF:
+        return files.tree.file(second_file, bytes.substr(0, bytes.size() - 1));
+    default:
+        return files.tree.file(second_file, bytes);
+    }
+}
+
+enum Left { NO_FILE, AS_IT_WAS, SECOND_CONTENT, TYPED };
+
+struct StateRow {
+    FileState second;
+    FileState first;
+    const char *list;  // what a start finds
+    Left second_after; // the start
+    Left first_after;  // the start
+    Left first_typed;  // after a text was typed then
+};
+
+const StateRow state_rows[] = {
+    {MISSING, MISSING, ": ", NO_FILE, NO_FILE, TYPED},
+    {MISSING, EMPTY, ": ", NO_FILE, AS_IT_WAS, TYPED},
+    {MISSING, OTHER, "b: Z", NO_FILE, AS_IT_WAS, TYPED},
+    {MISSING, FOLDER, ": ", NO_FILE, AS_IT_WAS, AS_IT_WAS},
+    {MISSING, UNREADABLE, ": ", NO_FILE, AS_IT_WAS, AS_IT_WAS},
+
+    {CUT_OFF, MISSING, ": ", NO_FILE, NO_FILE, TYPED},
+    {CUT_OFF, EMPTY, ": ", NO_FILE, AS_IT_WAS, TYPED},
+    {CUT_OFF, BEGINNING, "a: X", NO_FILE, AS_IT_WAS, TYPED},
+    {CUT_OFF, OTHER, "b: Z", NO_FILE, AS_IT_WAS, TYPED},
+    {CUT_OFF, FOLDER, ": ", NO_FILE, AS_IT_WAS, AS_IT_WAS},
+    {CUT_OFF, UNREADABLE, ": ", NO_FILE, AS_IT_WAS, AS_IT_WAS},
+
+    {WHOLE, MISSING, "a: X|Y", NO_FILE, SECOND_CONTENT, TYPED},
+    {WHOLE, EMPTY, "a: X|Y", NO_FILE, SECOND_CONTENT, TYPED},
+    {WHOLE, BEGINNING, "a: X|Y", NO_FILE, SECOND_CONTENT, TYPED},
+    {WHOLE, WHOLE, "a: X|Y", NO_FILE, AS_IT_WAS, TYPED},
+    {WHOLE, OTHER, "b: Z", NO_FILE, AS_IT_WAS, TYPED},
+    {WHOLE, FOLDER, "a: X|Y", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+    {WHOLE, UNREADABLE, ": ", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+
+    {UNREADABLE, MISSING, ": ", AS_IT_WAS, NO_FILE, NO_FILE},
+    {UNREADABLE, EMPTY, ": ", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+    {UNREADABLE, BEGINNING, "a: X", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+    {UNREADABLE, WHOLE, "a: X|Y", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+    {UNREADABLE, OTHER, "b: Z", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+    {UNREADABLE, FOLDER, ": ", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+
+    {FOLDER, MISSING, ": ", AS_IT_WAS, NO_FILE, TYPED},
+    {FOLDER, EMPTY, ": ", AS_IT_WAS, AS_IT_WAS, TYPED},
+    {FOLDER, OTHER, "b: Z", AS_IT_WAS, AS_IT_WAS, TYPED},
+    {FOLDER, FOLDER, ": ", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+    {FOLDER, UNREADABLE, ": ", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
+};
+
+// What is left of a file that was as given.
+std::string expected_file(Left left, const std::string &before) {
+    return left == NO_FILE ? "none" : left == AS_IT_WAS ? before : second_content;
+}
+
+// A file's bytes, or what there is in its place.
+std::string file_or_not(const ListFiles &files, const std::string &name) {
+    return fs::is_directory(files.tree.native(name)) ? "folder" : files.read(name).value_or("none");
+}
 
 } // namespace
 
-int32_t __wrap__Z13os_file_write3StrjPKc(Str path, uint32_t count, const char *bytes) {
-    if (failing_write > 0 && --failing_write == 0) {
-        return 1;
+TEST(SavedFilesStates, EachHasItsListAndItsFilesAfterAStartAndAfterTyping) {
+    for (const StateRow &row : state_rows) {
+        SCOPED_TRACE("second " + std::to_string(row.second) + ", first " + std::to_string(row.first));
+        ListFiles files;
+        fs::permissions(files.tree.native(""), fs::perms::all); // everything could be deleted
+        put_first(files, row.first);
+        put_second(files, row.second);
+        const std::string first = file_or_not(files, queries_file);
+        const std::string second = file_or_not(files, second_file);
+        std::optional<Unreadable> unreadable;
+        const auto make_unreadable = [&] {
+            if (row.first == UNREADABLE || row.second == UNREADABLE) {
+                unreadable.emplace(files.tree.native(row.first == UNREADABLE ? queries_file : second_file));
+            }
+        };
+        make_unreadable();
+        EXPECT_EQ(files.started(), row.list);
+        unreadable.reset();
+        EXPECT_EQ(file_or_not(files, queries_file), expected_file(row.first_after, first));
+        EXPECT_EQ(file_or_not(files, second_file), expected_file(row.second_after, second));
+
+        make_unreadable();
+        type(query, "typed");
+        unreadable.reset();
+        std::string entries = entries_of(saved_lists.queries);
+        std::string typed = "typed" + (entries.empty() ? "" : "\r\n" + entries);
+        for (size_t bar; (bar = typed.find('|')) != std::string::npos;) {
+            typed.replace(bar, 1, "\r\n");
+        }
+        EXPECT_EQ(file_or_not(files, queries_file),
+                  row.first_typed == TYPED ? typed : expected_file(row.first_typed, first));
+        EXPECT_EQ(file_or_not(files, second_file), expected_file(row.second_after, second));
+        bool is_unreadable = row.first == UNREADABLE || row.second == UNREADABLE;
+        if (is_unreadable && row.first != FOLDER && row.second != FOLDER) { // until it can be read again
+            type(query, "typed later");
+            EXPECT_EQ(file_or_not(files, queries_file).find("typed later\r\n"), 0u);
+            EXPECT_EQ(file_or_not(files, second_file), "none");
+        }
     }
-    return __real__Z13os_file_write3StrjPKc(path, count, bytes);
+}
+
+TEST(SavedFilesStates, WhereverTheProgramIsKilledTheNextStartFindsTheOldListOrTheNewOne) {
+    for (const StateRow &row : state_rows) {
+        if (row.first == UNREADABLE || row.second == UNREADABLE || row.first == FOLDER ||
+            row.second == FOLDER) {
+            continue; // the list cannot be replaced, or not with a second file
+        }
+        SCOPED_TRACE("second " + std::to_string(row.second) + ", first " + std::to_string(row.first));
+        ListFiles files;
+        const auto put_both = [&] {
+            files.put(queries_file, std::nullopt);
+            files.put(second_file, std::nullopt);
+            put_first(files, row.first);
+            put_second(files, row.second);
+        };
+        int kills = 0;
+        const auto start = [&] { files.started(); };
+        for (bool was_killed = true; was_killed; kills++) {
+            put_both();
+            was_killed = run_until_kill(kills, start);
+            EXPECT_EQ(files.started(), row.list) << "start killed after " << kills;
+        }
+        EXPECT_GT(kills, 1);
+
+        const auto add_entry = [] { add("typed"); };
+        put_both();
+        start();
+        add_entry();
+        const std::string new_list = files.started();
+        EXPECT_NE(new_list, row.list);
+        kills = 0;
+        for (bool was_killed = true; was_killed; kills++) {
+            put_both();
+            start();
+            was_killed = run_until_kill(kills, add_entry);
+            const std::string list = files.started();
+            EXPECT_TRUE(list == row.list || list == new_list) << list << ", killed after " << kills;
+            EXPECT_TRUE(was_killed || list == new_list);
+        }
+        EXPECT_GT(kills, 4); // second written, first deleted, first written, second deleted
+    }
+}
+
+// ---- Files that cannot be written ----
+
+TEST(FailedWrite, OfAFirstFileThatCannotBeDeletedLeavesItAndNoSecondOne) {
+    ListFiles files;
+    add("X");
+    undeletable = &queries_file;
+    type(query, "X and more"); // the old content is no beginning of this one
+    add("Y");                  // but of this one
+    EXPECT_EQ(files.read(queries_file), "X\r\nX");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+    undeletable = nullptr;
+    EXPECT_EQ(files.started(), "X: X");
+}
+
+TEST(FailedWrite, OfAFirstFileThatCannotBeDeletedIsForgottenWhenTheUserChangesTheFile) {
+    ListFiles files;
+    files.put(queries_file, "a\r\nX\r\nY");
+    files.started();
+    undeletable = &queries_file;
+    saved_entry_flip(query, 1);
+    undeletable = nullptr;
+    files.put(queries_file, "a"); // a beginning of "a\r\nX", which could not be written
+    EXPECT_EQ(files.started(), ": a");
+}
+
+#ifdef _WIN32
+TEST(FailedWrite, OfAFileWithTheReadOnlyAttributeLeavesNoSecondFile) {
+    ListFiles files;
+    files.put(queries_file, "a\r\nX");
+    files.started();
+    fs::permissions(files.tree.native(queries_file), fs::perms::owner_read);
+    add("Y");
+    EXPECT_EQ(files.read(queries_file), "a\r\nX");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
+    fs::permissions(files.tree.native(queries_file), fs::perms::all);
+}
+#endif
+
+TEST(FailedWrite, OfTheSecondFileInPlaceOfAFolderReplacesTheFirstAllTheSame) {
+    ListFiles files;
+    files.put(queries_file, "a long old content");
+    files.tree.folder(second_file);
+    type(query, "a");
+    EXPECT_EQ(files.read(queries_file), "a");
+    fs::remove(files.tree.native(second_file));
+    type(query, "ab");
+    EXPECT_EQ(files.read(queries_file), "ab");
+}
+
+TEST(FailedWrite, OfASecondFileThatCannotBeDeletedLeavesTheFirstAsItIs) {
+    ListFiles files;
+    files.put(queries_file, "abc\r\nX");
+    files.started();
+    undeletable = &second_file;
+    type(query, "ab"); // leaves the second file
+    type(query, "a");  // cannot delete it
+    EXPECT_EQ(files.read(queries_file), "ab\r\nX");
+    EXPECT_EQ(files.read(second_file), second_of("ab\r\nX"));
+    undeletable = nullptr;
+    EXPECT_EQ(files.started(), "ab: X");
+    type(query, "a");
+    EXPECT_EQ(files.read(queries_file), "a\r\nX");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
 }
 
 TEST(FailedWrite, OfTheFirstFileWhenItIsDeletedKeepsTheSecond) {
@@ -532,12 +825,10 @@ TEST(FailedWrite, OfTheFirstFileAtAStartLoadsTheListAllTheSame) {
 TEST(FailedWrite, OfTheSecondFileLeavesTheFirstAsItIs) {
     ListFiles files;
     files.put(queries_file, "a long old content");
-    files.tree.folder(second_file);
+    failing_write = 1;
     type(query, "a");
     EXPECT_EQ(files.read(queries_file), "a long old content");
-    fs::remove(files.tree.native(second_file));
-    type(query, "ab");
-    EXPECT_EQ(files.read(queries_file), "ab");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
 }
 
 #ifdef _WIN32
@@ -559,14 +850,14 @@ private:
     HANDLE handle;
 };
 
-TEST(FailedWrite, ThatCannotDeleteTheFirstFileKeepsBothContents) {
+TEST(FailedWrite, ThatCannotDeleteAFileInUseKeepsTheOldList) {
     ListFiles files;
     files.put(queries_file, "abc\r\nfoo");
     {
         HeldFile held(files, queries_file, FILE_SHARE_READ | FILE_SHARE_WRITE);
         type(query, "ab");
         EXPECT_EQ(files.read(queries_file), "abc\r\nfoo"); // no mixture of both
-        EXPECT_EQ(files.read(second_file), second_of("ab"));
+        EXPECT_EQ(files.names(), "saved_queries.txt");
     }
     type(query, "a");
     EXPECT_EQ(files.read(queries_file), "a");
@@ -614,6 +905,26 @@ TEST(FailedWrite, InAFolderThatIsNotThereIsIgnored) {
     type(query, "a");
     EXPECT_EQ(files.started(), ": ");
     EXPECT_EQ(files.names(), "");
+}
+
+TEST(SavedFiles, AreWrittenInTheLongestFolderInWhichTheyCanBeRead) {
+    ListFiles files;
+#ifdef _WIN32
+    constexpr size_t longest_path = 259; // units, of which the test's path has as many as bytes
+#else
+    constexpr size_t longest_path = PATH_MAX - 1;
+#endif
+    size_t folder_size = longest_path - queries_file.size();
+    std::string deep = files.folder;
+    while (deep.size() + 200 < folder_size) {
+        deep += std::string(99, 'x') + "/";
+    }
+    deep += std::string(folder_size - deep.size() - 1, 'y') + "/";
+    fs::create_directories(std::filesystem::path(deep));
+    saved_lists.folder = str_over(deep);
+    type(query, "a");
+    type(query, "b");
+    EXPECT_EQ(files.started(), ": b");
 }
 
 #ifndef _WIN32
