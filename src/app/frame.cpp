@@ -62,7 +62,7 @@ void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_
 }
 
 // The results' place among all of them. Drawn when they are at least as tall as the list area. The thumb is
-// at least 20 pixels long, or as long as a lower area, and is cut at the window's bottom.
+// at least 20 pixels long, or as long as the area when that is shorter, and is cut at the window's bottom.
 void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit) {
     int32_t area = framebuffer->height - list_top;
     int64_t hits = static_cast<int64_t>(results_store.hit_table.count);
@@ -85,7 +85,7 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_v
     constexpr int32_t grip_offsets[] = {-8, -1, 6};
     for (int32_t from_middle : grip_offsets) {
         int32_t grip = length / 2 + from_middle;
-        if (grip >= 1 && grip + 2 < length) { // a low list has no room for all of them
+        if (grip >= 1 && grip + 2 < length) { // a short list has no room for all of them
             fill(framebuffer, {framebuffer->width - 6, thumb.y + grip, 2, 2}, 0xFFC8C8C8);
         }
     }
@@ -177,9 +177,6 @@ uint8_t begin_frame() {
 }
 
 void end_frame(PlatformWindow *window, uint8_t has_input) {
-    if (is_in_client_area(window, mouse_in(window))) {
-        os_set_cursor(CURSOR_ARROW);
-    }
     if (has_input || search_state.results_dirty) {
         search_state.results_dirty = 0;
         frame_draw(&window->framebuffer, mouse_in(window));
@@ -188,15 +185,22 @@ void end_frame(PlatformWindow *window, uint8_t has_input) {
     }
 }
 
+uint8_t is_pumping; // a frame has begun and has not ended
+
 } // namespace
 
 uint8_t frame_turn(PlatformWindow *window) {
     uint8_t has_input = begin_frame();
+    is_pumping = 1;
     if (os_pump_messages() > 0) {
         has_input = 1;
     }
+    is_pumping = 0;
     if (!(window->flags & WINDOW_FLAG_ALIVE)) {
         return 0;
+    }
+    if (is_in_client_area(window, mouse_in(window))) {
+        os_set_cursor(CURSOR_ARROW);
     }
     end_frame(window, has_input);
     // Less than a millisecond is not waited for: a sleep of none only gives way, and hundreds of them a frame
@@ -211,7 +215,12 @@ uint8_t frame_turn(PlatformWindow *window) {
 }
 
 void frame_in_system_loop(PlatformWindow *window) {
+    if (!is_pumping) {
+        return; // an event that waited has made the system run its loop
+    }
     // Ends the frame that the pump is in and begins the next one, so that a press is acted on once.
+    is_pumping = 0;
     end_frame(window, 1);
     begin_frame();
+    is_pumping = 1;
 }

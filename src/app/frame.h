@@ -37,5 +37,6 @@ void frame_draw(Framebuffer *framebuffer, Point mouse);
 // rest of the frame's time. Returns 0 once the window is closed.
 uint8_t frame_turn(PlatformWindow *window);
 
-// The frame callback for os_set_frame_callback: a turn without the pump and the sleep, which always draws.
+// The frame callback for os_set_frame_callback: a turn without the pump, the cursor and the sleep, which
+// always draws. Nothing happens outside the pump of frame_turn.
 void frame_in_system_loop(PlatformWindow *window);

@@ -128,8 +128,8 @@ void handle(const WindowEvent *event) {
 
 // ---- Events that wait for the next frame ----
 
-// A click acts on what is there when the button goes down, and that is acted on while the frame is drawn. So
-// whatever follows the press waits until then.
+// A click acts on what is there when the button goes down. It is handled while the frame is drawn, so events
+// after the press wait for the next frame.
 
 WindowEvent take_waiting() {
     WaitingEvents *waiting = &ui_state.waiting;

@@ -39,7 +39,8 @@ int main() {
     os_window_show(window, 1);
     os_set_event_callback(input_handle_event);
     frame_clock_start(monitor->refresh_rate);
-    os_set_frame_callback(frame_in_system_loop, static_cast<uint32_t>(frame_clock.target_us / 1000));
+    int64_t frame_ms = frame_clock.target_us / 1000;
+    os_set_frame_callback(frame_in_system_loop, frame_ms > 0 ? static_cast<uint32_t>(frame_ms) : 1);
     startup_reserve_buffers();
     startup_load(os_exe_folder(), os_command_line());
     startup_focus();

@@ -381,7 +381,7 @@ void replace_file(const FilePaths *paths, Str second) {
     Str content = content_of_second(second);
     if (!settle_files(paths->first.text, paths->second.text)) {
         if (os_path_is_folder(paths->second.text)) {
-            replace_first(paths->first.text, content); // a kill in between loses the list
+            replace_first(paths->first.text, content); // a kill in between, or a full disk, loses the list
         }
         return;
     }
@@ -396,10 +396,12 @@ void replace_file(const FilePaths *paths, Str second) {
 // Returns 0, with nothing loaded, when the list cannot be read.
 uint8_t load(const FilePaths *paths, StrBuf *field, uint8_t restore_text) {
     settle_files(paths->first.text, paths->second.text);
-    settle_files(paths->first.text, paths->earlier.text);
     Str first = {};
     Str second;
     ListPlace place = find_list(paths->first.text, paths->second.text, &second);
+    if (place == LIST_IN_FIRST) { // what a second file of this version has is newer
+        settle_files(paths->first.text, paths->earlier.text);
+    }
     uint8_t is_read = 1;
     if (place != LIST_IN_SECOND) {
         // A second file that cannot be read may have the list only while the first has none.

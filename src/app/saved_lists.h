@@ -102,7 +102,7 @@ void saved_list_load(StrBuf *field, uint8_t restore_text);
 // Replaces the field's file, after loading what could not be read before; what still cannot be read is not
 // replaced. A failure is ignored; short of memory or room, or where a file cannot be deleted or made, the old
 // content stays. Whenever the program is killed meanwhile, the next load finds the list as it was before or
-// as it is now; only with a folder in the second file's place may it find none.
+// as it is now; only with a folder in the second file's place may a kill or a full disk leave none.
 void saved_list_write(const StrBuf *field);
 
 static_assert(sizeof(SavedEntry) == 32 && offsetof(SavedEntry, length) == 8 &&

@@ -46,8 +46,8 @@ uint8_t os_path_exists(Str path);
 // Whether it is a folder, or a link to one.
 uint8_t os_path_is_folder(Str path);
 
-// The folder that holds the executable, with a '/' at its end: the file itself, when it was started through a
-// link. Owned by the layer, found at the first call.
+// The folder that holds the executable, with a '/' at its end. Links to the executable are resolved. Owned by
+// the layer, found at the first call.
 Str os_exe_folder();
 
 // ---- Folder listing (each system) ----

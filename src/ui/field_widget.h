@@ -15,7 +15,7 @@ inline constexpr uint32_t frame_colour = 0xFF1A1A1A; // what a frame is cleared 
 // cursor below it, and below its list when that is shown; the list sets the cursor's stop flag. text: a field
 // of search_state, or one without saved entries. is_saved: whether the text equals a live saved entry. What a
 // click changes is seen in the next frame, which a left click asks for and a right button's release brings;
-// a path that the save button cleaned is shown clean at once.
+// a path that its own save button cleaned is shown clean at once.
 void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_saved, LayoutCursor *cursor);
 
 // Draws a button, filled by its state, and returns whether it has been pressed in this frame; that press is

@@ -958,6 +958,29 @@ TEST(FrameLoop, FramesAreDrawnWhileTheTitleBarIsHeld) {
     EXPECT_EQ(loop.frames_in(10), 0u);
 }
 
+TEST(FrameLoop, TheCursorIsTheSystemsWhileTheTitleBarIsHeld) {
+    HeldLoop loop;
+    os_set_cursor(CURSOR_SIZE_ALL);
+    static uint32_t cursor_at_event;
+    os_set_event_callback([](const WindowEvent *event) {
+        cursor_at_event = headless_cursor();
+        input_handle_event(event);
+    });
+    headless_hold_title(loop.window);
+    headless_ask_redraw(loop.window); // a frame is drawn after it
+    headless_type('x');
+    EXPECT_EQ(frame_turn(loop.window), 1);
+    EXPECT_EQ(cursor_at_event, CURSOR_SIZE_ALL);
+    EXPECT_EQ(headless_cursor(), CURSOR_ARROW);
+}
+
+TEST(FrameLoop, AFrameOfTheSystemsLoopIsDrawnWithinThePumpOnly) {
+    HeldLoop loop;
+    uint64_t drawn = frame_clock.drawn_count;
+    frame_in_system_loop(loop.window);
+    EXPECT_EQ(frame_clock.drawn_count, drawn);
+}
+
 TEST(FrameLoop, AClickBeforeTheTitleBarIsHeldRunsOnce) {
     HeldLoop loop;
     headless_press(MOUSE_LEFT);

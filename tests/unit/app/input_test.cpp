@@ -1099,7 +1099,7 @@ TEST(InputAfterPress, WaitsOnlyUntilTheNextPress) {
     EXPECT_EQ(input_begin_frame(), 2u); // a release and the next press
     EXPECT_TRUE(ui_went_down(MOUSE_LEFT));
     EXPECT_EQ(pointer_position(), "2,0");
-    type('x'); // waits behind what already does
+    type('x'); // waits after the others
     EXPECT_EQ(input_begin_frame(), 2u);
     EXPECT_EQ(pointer_position(), "3,0");
     EXPECT_EQ(input_begin_frame(), 3u);

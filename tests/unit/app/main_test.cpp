@@ -91,9 +91,10 @@ void noted_clock_start(int32_t refresh_rate) {
     calls.refresh_rate = refresh_rate;
 }
 
-void noted_set_frame_callback(WindowFrameCallback *callback, uint32_t) {
+void noted_set_frame_callback(WindowFrameCallback *callback, uint32_t period_ms) {
     note("frame callback");
     EXPECT_EQ(callback, frame_in_system_loop);
+    EXPECT_EQ(period_ms, 1u); // of a frame that lasts less: the clock has not been started
 }
 
 void noted_reserve_buffers() {

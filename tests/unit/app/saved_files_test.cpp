@@ -521,6 +521,15 @@ TEST(KilledWrite, TheSecondFileOfVersion095IsFinishedToo) {
     files.put(earlier_second_file, second_of("stale\r\nX"));
     EXPECT_EQ(files.started_with(std::nullopt, second_of("a\r\nX")), "a: X");
     EXPECT_EQ(files.names(), "saved_queries.txt");
+    files.put(queries_file, std::nullopt);
+    files.put(second_file, second_of("a\r\nX"));
+    files.put(earlier_second_file, second_of("stale\r\nX"));
+    {
+        Unreadable unreadable(files.tree.native(second_file)); // but may have the list
+        EXPECT_EQ(files.started(), ": ");
+    }
+    EXPECT_EQ(files.started(), "a: X");
+    EXPECT_EQ(files.names(), "saved_queries.txt");
     files.tree.folder(earlier_second_file);
     EXPECT_EQ(files.started_with("a\r\nX", std::nullopt), "a: X");
     type(query, "b");

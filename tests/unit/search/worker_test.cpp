@@ -46,7 +46,7 @@ void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder,
 
 // ---- What a request asks for ----
 
-TEST(Worker, WithoutARequestATurnDoesNothing) {
+TEST(Worker, WithoutARequestATurnSearchesNothing) {
     SearchScope scope;
     search_state.request_pending = 0;
     results_store.hit_table.count = 3;

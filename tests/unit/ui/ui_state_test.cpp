@@ -205,7 +205,7 @@ TEST(InputState, AConsumedPressIsGoneForTheFrameButStaysDown) {
 
 // ---- Pointer and wheel ----
 
-TEST(InputState, ThePointerStartsAtTheScreensOriginAndOnlyMotionMovesIt) {
+TEST(InputState, ThePointerStartsAtTheScreensOriginAndOnlyPointerMovedMovesIt) {
     UiScope scope;
     ui_begin_frame();
     EXPECT_EQ(ui_pointer_position(), (Point{0, 0}));
