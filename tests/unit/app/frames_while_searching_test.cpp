@@ -172,7 +172,7 @@ void begin_frame() {
     scratch_empty();
     search_state.interface_pass = search_state.interface_pass + 1;
     release_retired(&search_state.retired_text);
-    ui_begin_frame();
+    input_begin_frame();
 }
 
 // "line column byte_offset name": the numbers of one row, and the whole name of that row's file.
