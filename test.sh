@@ -20,7 +20,7 @@ tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck g
 tools/need_font
 
 echo "== Format"
-git ls-files -co --exclude-standard '*.cpp' '*.h' '*.inl' | xargs clang-format --dry-run --Werror
+git ls-files -co --exclude-standard '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 
 echo "== Lint"
 tools/lint

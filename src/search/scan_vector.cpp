@@ -1,11 +1,65 @@
-// The scan itself, written once over a vector of bytes. Included by one file for each instruction set, inside
-// an unnamed namespace that defines before:
-//   Vector, lanes          a vector of bytes, and how many it has (16 or 32)
-//   load(p), splat(b)      the bytes at p; one byte in every lane
-//   equal(a, b)            all bits of the lanes that are the same
-//   both(a, b), either(a, b)
-//   minus(a, b), sum(v)    lane by lane; the sum of the lanes as unsigned bytes
-//   mask(v)                one bit for each lane, lane 0 lowest
+// The scan over vectors of bytes, compiled once for each instruction set: CMakeLists.txt gives the flags.
+#include "search/scan.h"
+
+#include <immintrin.h>
+#include <string.h>
+
+#ifdef __AVX2__
+#define SCAN_NEXT_HIT scan_next_hit_avx2
+#else
+#define SCAN_NEXT_HIT scan_next_hit_sse2
+#endif
+
+namespace {
+
+#ifdef __AVX2__
+
+constexpr int64_t lanes = 32;
+typedef char Vector __attribute__((vector_size(lanes)));
+
+// One bit for each lane, lane 0 lowest.
+inline uint32_t mask(Vector v) {
+    return static_cast<uint32_t>(_mm256_movemask_epi8(reinterpret_cast<__m256i>(v)));
+}
+
+// The sum of the lanes as unsigned bytes.
+inline uint32_t sum(Vector v) {
+    // Eight bytes at a time are added up into a 64-bit word.
+    __m256i words = _mm256_sad_epu8(reinterpret_cast<__m256i>(v), _mm256_setzero_si256());
+    __m128i halves = _mm_add_epi64(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(halves) + _mm_extract_epi16(halves, 4));
+}
+
+#else
+
+constexpr int64_t lanes = 16;
+typedef char Vector __attribute__((vector_size(lanes)));
+
+inline uint32_t mask(Vector v) {
+    return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(v)));
+}
+
+inline uint32_t sum(Vector v) {
+    __m128i halves = _mm_sad_epu8(reinterpret_cast<__m128i>(v), _mm_setzero_si128());
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(halves) + _mm_extract_epi16(halves, 4));
+}
+
+#endif
+
+inline Vector load(const char *p) {
+    Vector v;
+    memcpy(&v, p, sizeof(v));
+    return v;
+}
+
+inline Vector splat(char byte) {
+    return Vector{} + byte;
+}
+
+// All bits of the lanes that are equal.
+inline Vector equal(Vector a, Vector b) {
+    return reinterpret_cast<Vector>(a == b);
+}
 
 constexpr uint32_t all_lanes = ~uint32_t{0} >> (32 - lanes);
 
@@ -14,7 +68,7 @@ inline void prefetch(const char *p, uintptr_t ahead) {
     __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + ahead));
 }
 
-// Where the query may stand: what both chosen bytes say.
+// The places where both chosen bytes match.
 struct Candidates {
     const char *at_rare;
     const char *at_other;
@@ -22,7 +76,7 @@ struct Candidates {
     Vector other;
 
     Vector operator()(int64_t pos) const {
-        return both(equal(load(at_rare + pos), rare), equal(load(at_other + pos), other));
+        return equal(load(at_rare + pos), rare) & equal(load(at_other + pos), other);
     }
 };
 
@@ -35,11 +89,11 @@ inline uint64_t mask_of_two(Vector low, Vector high) {
 // around it its vector registers.
 inline uint8_t is_same(const char *a, const char *b, int64_t from, int64_t count) {
     for (; count - from >= 4 * lanes; from += 4 * lanes) {
-        Vector low = both(equal(load(a + from), load(b + from)),
-                          equal(load(a + from + lanes), load(b + from + lanes)));
-        Vector high = both(equal(load(a + from + 2 * lanes), load(b + from + 2 * lanes)),
-                           equal(load(a + from + 3 * lanes), load(b + from + 3 * lanes)));
-        if (mask(both(low, high)) != all_lanes) {
+        Vector low =
+            equal(load(a + from), load(b + from)) & equal(load(a + from + lanes), load(b + from + lanes));
+        Vector high = equal(load(a + from + 2 * lanes), load(b + from + 2 * lanes)) &
+                      equal(load(a + from + 3 * lanes), load(b + from + 3 * lanes));
+        if (mask(low & high) != all_lanes) {
             return 0;
         }
     }
@@ -56,8 +110,8 @@ inline uint8_t is_same(const char *a, const char *b, int64_t from, int64_t count
     return 1;
 }
 
-// Whether the query stands at pos, which is below span.
-inline uint8_t stands_at(const char *text, int64_t pos, int64_t span, const ScanNeedle &needle) {
+// Whether the query matches at pos, which is below span.
+inline uint8_t matches_at(const char *text, int64_t pos, int64_t span, const ScanNeedle &needle) {
     uint64_t count = needle.query.count;
     uint64_t checked = 0;
     if (pos + 8 <= span + static_cast<int64_t>(count)) {
@@ -71,19 +125,19 @@ inline uint8_t stands_at(const char *text, int64_t pos, int64_t span, const Scan
     return is_same(text + pos, needle.query.data, static_cast<int64_t>(checked), static_cast<int64_t>(count));
 }
 
-// The first of the marked places from pos on at which the query stands, or -1.
+// The first of the marked places from pos on where the query matches, or -1.
 inline int64_t first_match(const char *text, int64_t pos, uint64_t places, int64_t span,
                            const ScanNeedle &needle) {
     for (; places != 0; places &= places - 1) {
         int64_t at = pos + __builtin_ctzll(places);
-        if (stands_at(text, at, span, needle)) {
+        if (matches_at(text, at, span, needle)) {
             return at;
         }
     }
     return -1;
 }
 
-// The first place from from on, below span, where the query stands, or -1.
+// The first match in [from, span), or -1.
 inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeedle &needle) {
     const Candidates candidates = {text + needle.rare_offset, text + needle.other_offset, splat(needle.rare),
                                    splat(needle.other)};
@@ -103,17 +157,17 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
         // Where the branches below are hard to foresee, the processor's own prefetching falls behind.
         prefetch(p, 2048);
         prefetch(p, 2048 + 64);
-        Vector rare_low = either(equal(load(p), candidates.rare), equal(load(p + lanes), candidates.rare));
+        Vector rare_low = equal(load(p), candidates.rare) | equal(load(p + lanes), candidates.rare);
         Vector rare_high =
-            either(equal(load(p + 2 * lanes), candidates.rare), equal(load(p + 3 * lanes), candidates.rare));
-        if (mask(either(rare_low, rare_high)) == 0) {
+            equal(load(p + 2 * lanes), candidates.rare) | equal(load(p + 3 * lanes), candidates.rare);
+        if (mask(rare_low | rare_high) == 0) {
             continue;
         }
         Vector a = candidates(pos);
         Vector b = candidates(pos + lanes);
         Vector c = candidates(pos + 2 * lanes);
         Vector d = candidates(pos + 3 * lanes);
-        if (mask(either(either(a, b), either(c, d))) == 0) {
+        if (mask(a | b | c | d) == 0) {
             continue;
         }
         found = first_match(text, pos, mask_of_two(a, b), span, needle);
@@ -136,7 +190,7 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
         return first_match(text, tail, mask(candidates(tail)) & ~uint64_t{0} << (pos - tail), span, needle);
     }
     for (; pos < span; pos++) {
-        if (candidates.at_rare[pos] == needle.rare && stands_at(text, pos, span, needle)) {
+        if (candidates.at_rare[pos] == needle.rare && matches_at(text, pos, span, needle)) {
             return pos;
         }
     }
@@ -145,15 +199,14 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
 
 inline uint32_t count_line_feeds(const char *text, int64_t from, int64_t to) {
     const Vector line_feed = splat('\n');
-    const Vector zero = splat(0);
     uint32_t count = 0;
     int64_t pos = from;
     while (to - pos >= lanes) {
         // A lane holds 255 at most.
         int64_t stop = to - pos > 255 * lanes ? pos + 255 * lanes : to;
-        Vector counts = zero;
+        Vector counts = {};
         for (; stop - pos >= lanes; pos += lanes) {
-            counts = minus(counts, equal(load(text + pos), line_feed)); // all bits set is -1
+            counts -= equal(load(text + pos), line_feed); // all bits set is -1
         }
         count += sum(counts);
     }
@@ -168,7 +221,7 @@ inline uint32_t count_line_feeds(const char *text, int64_t from, int64_t to) {
     return count;
 }
 
-// The place behind the last line feed below pos; there is one.
+// The place after the last line feed below pos; there is one.
 inline int64_t line_start(const char *text, int64_t pos) {
     const Vector line_feed = splat('\n');
     for (; pos >= lanes; pos -= lanes) {
@@ -198,8 +251,9 @@ inline int64_t line_end(const char *text, int64_t pos, int64_t span) {
     return pos;
 }
 
-inline uint8_t next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
-                        ScanHit *hit) {
+} // namespace
+
+uint8_t SCAN_NEXT_HIT(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
     int64_t pos = find(text, from, span, needle);
     if (pos < 0) {
         return 0;
