@@ -54,7 +54,7 @@ void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_
                       LayoutCursor *cursor) {
     for (uint64_t i = 0; i < folders->count && cursor->y < framebuffer->height; i++) {
         Str name;
-        if (results_folder_at(folders, i, &name)) {
+        if (results_folder_at(folders, i, scratch_room(), &name)) {
             draw_row_text(framebuffer, cursor, 10, colour, name);
         }
         cursor->y += cursor->line_height;

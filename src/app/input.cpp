@@ -33,14 +33,9 @@ void edit(StrBuf *field, const WindowEvent *event) {
 
 // Makes the first folder that goes on as the path does the path's last part.
 void complete_path(StrBuf *field) {
-    Str folder;
-    uint32_t search = search_state.requests_taken;
-    if (field != &search_state.path || !results_folder_at(&results_store.matching_folders, 0, &folder)) {
-        return;
-    }
-    // The next search writes its names over this one: the path may not get some of both.
-    Str name = scratch_join(folder, {});
-    if (name.count != folder.count || search_state.requests_taken != search ||
+    Str name;
+    if (field != &search_state.path ||
+        results_folder_at(&results_store.matching_folders, 0, scratch_room(), &name) != ROW_COPIED ||
         !set_field_end(field, str_name_start(strbuf_text(field)), name)) {
         return;
     }

@@ -27,21 +27,16 @@ void draw_header_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileE
     cursor->y += cursor->line_height;
 }
 
-// Runs what a click in this frame asks for, at most once a frame: the cursor remembers. search: what
-// requests_taken was before the row was read.
-void run_click_command(LayoutCursor *cursor, const FileEntry &file, const ResultRecord &hit,
-                       uint32_t search) {
+// Runs what a click in this frame asks for, at most once a frame: the cursor remembers. No command has texts
+// that the next search may be writing over.
+void run_click_command(LayoutCursor *cursor, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
     uint8_t is_left = ui_went_down(MOUSE_LEFT);
     if (cursor->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
         return;
     }
     cursor->click_consumed = 1;
-    // The next search writes its texts over these ones: no command may have some of both.
-    FileEntry copy = {scratch_join(file.folder, {}), scratch_join(file.name, {})};
-    uint8_t is_whole = copy.folder.count == file.folder.count && copy.name.count == file.name.count;
-    if (is_whole && search_state.requests_taken == search &&
-        row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
-        expand_command(&copy, &hit);
+    if (copy == ROW_COPIED && row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
+        expand_command(&file, &hit);
     }
 }
 
@@ -58,14 +53,14 @@ Str line_prefix(uint32_t line) {
 }
 
 void draw_line_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
-                   const ResultRecord &hit, uint32_t search) {
+                   const ResultRecord &hit, RowCopy copy) {
     int32_t x = 30;
     x += draw_row_text(framebuffer, cursor, x, line_number_colour, line_prefix(hit.line));
     // The x is not asked for, which is meant: the scroll bar belongs to the rows.
     uint8_t is_hovered = cursor->mouse.y >= cursor->y && cursor->mouse.y < cursor->y + cursor->line_height;
     draw_row_text(framebuffer, cursor, x, is_hovered ? hovered_line_colour : line_colour, hit.text);
     if (is_hovered) {
-        run_click_command(cursor, file, hit, search);
+        run_click_command(cursor, file, hit, copy);
     }
     cursor->y += cursor->line_height;
 }
@@ -83,10 +78,10 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCur
         settings.show_full_paths ? 0 : results_hidden_folder_bytes(strbuf_text(&search_state.path));
     uint64_t first = static_cast<uint64_t>(first_visible_hit);
     for (uint64_t i = first; i < results_store.hit_table.count && cursor->y < framebuffer->height; i++) {
-        uint32_t search = search_state.requests_taken;
         ResultRecord hit;
         FileEntry file;
-        if (!results_hit_at(i, &hit, &file)) {
+        RowCopy copy = results_hit_at(i, scratch_room(), &hit, &file);
+        if (copy == ROW_GONE) {
             cursor->y += cursor->line_height; // what a search that has just ended left: nothing is shown
             continue;
         }
@@ -94,7 +89,7 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCur
             draw_header_row(framebuffer, cursor, file, hidden_folder_bytes);
         }
         if (hit.kind == RESULT_HIT) {
-            draw_line_row(framebuffer, cursor, file, hit, search);
+            draw_line_row(framebuffer, cursor, file, hit, copy);
         }
     }
 }

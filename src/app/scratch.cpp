@@ -26,6 +26,10 @@ void scratch_empty() {
     }
 }
 
+Str scratch_room() {
+    return scratch ? Str{scratch->capacity - scratch->used, scratch->data + scratch->used} : Str{};
+}
+
 Str scratch_join(Str first, Str second) {
     uint64_t count = first.count + second.count;
     if (!scratch || scratch->capacity - scratch->used <= count) {

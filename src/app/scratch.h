@@ -21,6 +21,9 @@ void scratch_create();
 // Gives all of it back: strings made before are gone.
 void scratch_empty();
 
+// The part of the arena that is not in use, which the next text that is made takes. Empty when there is none.
+Str scratch_room();
+
 // first and second in one text with a zero byte behind it, until the arena is emptied. The empty Str when the
 // arena is full.
 Str scratch_join(Str first, Str second);

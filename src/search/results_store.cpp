@@ -59,7 +59,7 @@ TableRows table_rows(const DynArray *table) {
 
 namespace {
 
-// Copies a row, word by word, so that the compiler keeps the copy where it stands. Returns 0 when there is no
+// Copies a row, word by word, so that the compiler does not move the copy. Returns 0 when there is no
 // such row.
 uint8_t copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *copy) {
     TableRows rows = table_rows(table);
@@ -74,17 +74,56 @@ uint8_t copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *
     return 1;
 }
 
-} // namespace
+typedef uint64_t UnalignedWord __attribute__((aligned(1), may_alias));
 
-uint8_t results_hit_at(uint64_t row, ResultRecord *hit, FileEntry *file) {
-    // Rows are written over only after requests_taken has gone up.
-    uint32_t taken = search_state.requests_taken;
-    return copy_row(&results_store.hit_table, row, sizeof(*hit), hit) &&
-           copy_row(&results_store.file_table, hit->file_index, sizeof(*file), file) &&
-           taken == search_state.requests_taken;
+// Moves a text into room, which gets smaller by it and a zero byte; volatile for the same reason. Returns 0,
+// with nothing changed, when it does not fit.
+uint8_t copy_text(Str *text, Str *room) {
+    if (text->count == 0) {
+        return 1;
+    }
+    if (room->count <= text->count) {
+        return 0;
+    }
+    const volatile char *from = text->data;
+    uint64_t i = 0;
+    for (; i + sizeof(UnalignedWord) <= text->count; i += sizeof(UnalignedWord)) {
+        *reinterpret_cast<UnalignedWord *>(room->data + i) =
+            *reinterpret_cast<const volatile UnalignedWord *>(from + i);
+    }
+    for (; i < text->count; i++) {
+        room->data[i] = from[i];
+    }
+    text->data = room->data;
+    text->data[text->count] = 0;
+    room->data += text->count + 1;
+    room->count -= text->count + 1;
+    return 1;
 }
 
-uint8_t results_folder_at(const DynArray *folders, uint64_t row, Str *name) {
-    uint32_t taken = search_state.requests_taken;
-    return copy_row(folders, row, sizeof(*name), name) && taken == search_state.requests_taken;
+} // namespace
+
+// Rows and texts are written over only after requests_taken has gone up. The rows come first: only a whole
+// row tells where its texts are.
+
+RowCopy results_hit_at(uint64_t row, Str room, ResultRecord *hit, FileEntry *file) {
+    uint32_t number = search_state.requests_taken;
+    if (!copy_row(&results_store.hit_table, row, sizeof(*hit), hit) ||
+        !copy_row(&results_store.file_table, hit->file_index, sizeof(*file), file) ||
+        search_state.requests_taken != number) {
+        return ROW_GONE;
+    }
+    RowCopy copy =
+        copy_text(&file->folder, &room) && copy_text(&file->name, &room) ? ROW_COPIED : ROW_IN_PLACE;
+    copy_text(&hit->text, &room);
+    return search_state.requests_taken == number ? copy : ROW_GONE;
+}
+
+RowCopy results_folder_at(const DynArray *folders, uint64_t row, Str room, Str *name) {
+    uint32_t number = search_state.requests_taken;
+    if (!copy_row(folders, row, sizeof(*name), name) || search_state.requests_taken != number) {
+        return ROW_GONE;
+    }
+    RowCopy copy = copy_text(name, &room) ? ROW_COPIED : ROW_IN_PLACE;
+    return search_state.requests_taken == number ? copy : ROW_GONE;
 }

@@ -63,12 +63,21 @@ struct TableRows {
 };
 TableRows table_rows(const DynArray *table);
 
-// Interface: copies of rows, each whole and all of one search, though the worker may be writing the next
+// ---- Rows as the interface reads them ----
+
+enum RowCopy : uint8_t {
+    ROW_GONE = 0,     // not there, or taken back meanwhile: the copies are undefined
+    ROW_IN_PLACE = 1, // the file's folder or name, or the folder's name, did not fit into room
+    ROW_COPIED = 2,
+};
+
+// Interface: a row with its texts, whole and all of one search, though the worker may be writing the next
 // one's over them. (Between publishing and taking only the interface zeroes a count, and not while it
-// copies.) Their texts lie in the arena, of which nothing is freed; the bytes may become those of the next
-// search. Return 0 when a row is not there or no longer there.
-uint8_t results_hit_at(uint64_t row, ResultRecord *hit, FileEntry *file); // and the file that the hit is in
-uint8_t results_folder_at(const DynArray *folders, uint64_t row, Str *name); // folders: one of the two tables
+// copies.) room: the caller's memory, into which the texts are copied, each with a zero byte after it. A text
+// that does not fit stays in the arena, of which nothing is freed: its bytes may become those of the next
+// search.
+RowCopy results_hit_at(uint64_t row, Str room, ResultRecord *hit, FileEntry *file);    // and the hit's file
+RowCopy results_folder_at(const DynArray *folders, uint64_t row, Str room, Str *name); // of either table
 
 static_assert(sizeof(FileEntry) == 32 && offsetof(FileEntry, name) == 16);
 static_assert(sizeof(ResultRecord) == 40 && offsetof(ResultRecord, kind) == 0 &&

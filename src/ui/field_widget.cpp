@@ -123,10 +123,10 @@ void draw_carets(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t t
 }
 
 // What of the first completion is not typed yet. The path's completions are shown on either field: that is
-// meant.
-Str completion_tail(Str text) {
+// meant. room: for the folder's name.
+Str completion_tail(Str text, Str room) {
     Str name;
-    if (!results_folder_at(&results_store.matching_folders, 0, &name)) {
+    if (results_folder_at(&results_store.matching_folders, 0, room, &name) == ROW_GONE) {
         return {};
     }
     uint64_t typed = text.count - str_name_start(text);
@@ -216,7 +216,8 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
         draw_carets(framebuffer, cursor, text_x, shown);
     }
     int32_t end_x = text_x + pen_at(cursor, shown, shown.count);
-    draw_line(framebuffer, cursor, end_x, completion_colour, completion_tail(shown));
+    char room[1024]; // names of folders are shorter
+    draw_line(framebuffer, cursor, end_x, completion_colour, completion_tail(shown, {sizeof(room), room}));
 
     if (has_list) {
         // The text ends at the button, which stands on a ground of its own.

@@ -786,8 +786,8 @@ void refuse_each_of_search(const char *phase, const TestTree &tree, const std::s
             if (is_emptied) {
                 ResultRecord hit;
                 FileEntry file;
-                EXPECT_EQ(results_hit_at(0, &hit, &file), 0); // hits are rows only with their files
-                continue;                                     // what is searched for next never returns
+                EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0); // hits are rows only with their files
+                continue;                                         // what is searched for next never returns
             }
             std::string rows = stored_rows(tree.path());
             if (series == WITH_ALL_LATER_ONES || is_arena) {

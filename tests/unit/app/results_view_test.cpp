@@ -605,17 +605,24 @@ TEST(ResultsMouse, AClickBesideTheWindowOrOnTheScrollBarIsTheRows) {
     }
 }
 
-TEST(ResultsMouse, ARowThatANewSearchTookBackSinceItWasReadRunsNothing) {
+TEST(ResultsMouse, ARowThatANewSearchWritesOverSinceItWasReadRunsWhatIsShown) {
     ListScope scope;
+    std::string folder = "C:/code/proj/src", name = "main.c";
+    FileEntry *file = reinterpret_cast<FileEntry *>(results_store.file_table.data);
+    *file = {str_over(folder), str_over(name)};
     forget_row_text();
     {
-        HeapHookScope hook([](uint64_t size) { // the row's prefix is made between its reading and its click
-            search_state.requests_taken = search_state.requests_taken + (size == 1025);
+        HeapHookScope hook([&](uint64_t size) { // the row's prefix is made between its reading and its click
+            if (size == 1025) {
+                search_state.requests_taken = search_state.requests_taken + 1;
+                folder.assign(folder.size(), 'x');
+                name.assign(name.size(), 'x');
+            }
             return true;
         });
-        EXPECT_EQ(click({50, 20}), "");
+        EXPECT_EQ(click({50, 20}), "L C:/code/proj/src/main.c:3:5|");
     }
-    EXPECT_EQ(click({50, 20}), "L C:/code/proj/src/main.c:3:5|");
+    EXPECT_EQ(name, "xxxxxx");
 }
 
 TEST(ResultsMouse, ARowWhoseTextsTheScratchArenaDoesNotHoldRunsNothing) {

@@ -287,10 +287,10 @@ TEST(ResultsCopies, AHitComesWithItsFile) {
     put_hit(RESULT_HIT, 0, 4294967295, "last");
     ResultRecord hit = {};
     FileEntry file = {};
-    ASSERT_EQ(results_hit_at(0, &hit, &file), 1);
+    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1);
     EXPECT_EQ(hit.kind, RESULT_FILE_HEADER);
     EXPECT_EQ(to_string(file.folder) + " " + to_string(file.name), "C:/src a.c");
-    ASSERT_EQ(results_hit_at(1, &hit, &file), 1);
+    ASSERT_EQ(results_hit_at(1, {}, &hit, &file), 1);
     EXPECT_EQ(hit.kind, RESULT_HIT);
     EXPECT_EQ(hit.file_index, 1u);
     EXPECT_EQ(hit.line, 12u);
@@ -298,7 +298,7 @@ TEST(ResultsCopies, AHitComesWithItsFile) {
     EXPECT_EQ(hit.byte_offset, 14u);
     EXPECT_EQ(to_string(hit.text), "needle");
     EXPECT_EQ(to_string(file.folder) + " " + to_string(file.name), "C:/src/deep b.c");
-    ASSERT_EQ(results_hit_at(2, &hit, &file), 1);
+    ASSERT_EQ(results_hit_at(2, {}, &hit, &file), 1);
     EXPECT_EQ(hit.line, 4294967295);
     EXPECT_EQ(to_string(file.name), "a.c");
 }
@@ -309,14 +309,14 @@ TEST(ResultsCopies, StayAsTheyWereWhenTheRowsAreWrittenOver) {
     put_hit(RESULT_HIT, 0, 12, "needle");
     ResultRecord hit = {};
     FileEntry file = {};
-    ASSERT_EQ(results_hit_at(0, &hit, &file), 1);
+    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1);
     take_request();
-    EXPECT_EQ(results_hit_at(0, &hit, &file), 0); // no longer there
+    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0); // no longer there
     put_file("D:/other", "z.c");
     put_hit(RESULT_HIT, 0, 99, "hay");
     EXPECT_EQ(to_string(hit.text), "needle");
     EXPECT_EQ(to_string(file.name), "a.c");
-    ASSERT_EQ(results_hit_at(0, &hit, &file), 1); // the next search's
+    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1); // the next search's
     EXPECT_EQ(to_string(hit.text), "hay");
     EXPECT_EQ(to_string(file.folder), "D:/other");
 }
@@ -325,15 +325,15 @@ TEST(ResultsCopies, ThereIsNoHitFromTheCountOn) {
     SearchScope scope;
     ResultRecord hit = {};
     FileEntry file = {};
-    EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
     put_file("C:/src", "a.c");
     put_hit(RESULT_HIT, 0, 1, "needle");
     for (uint64_t row : {uint64_t{1}, uint64_t{2}, uint64_t{100000}, UINT64_MAX}) {
-        EXPECT_EQ(results_hit_at(row, &hit, &file), 0) << row;
+        EXPECT_EQ(results_hit_at(row, {}, &hit, &file), 0) << row;
     }
-    EXPECT_EQ(results_hit_at(0, &hit, &file), 1);
+    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 1);
     publish_request(); // the list empties at once
-    EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
 }
 
 TEST(ResultsCopies, AHitWhoseFileIsNotThereIsNoneEither) {
@@ -341,13 +341,13 @@ TEST(ResultsCopies, AHitWhoseFileIsNotThereIsNoneEither) {
     ResultRecord hit = {};
     FileEntry file = {};
     put_hit(RESULT_HIT, 0, 1, "without any file");
-    EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
     put_file("C:/src", "a.c");
-    EXPECT_EQ(results_hit_at(0, &hit, &file), 1);
+    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 1);
     for (uint32_t index : {1u, 2u, 0x80000000u, UINT32_MAX}) {
         results_store.hit_table.count = 0;
         put_hit(RESULT_FILE_HEADER, index, 0, "");
-        EXPECT_EQ(results_hit_at(0, &hit, &file), 0) << index;
+        EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0) << index;
     }
 }
 
@@ -360,9 +360,9 @@ TEST(ResultsCopies, ATableWithoutStorageHasNoRows) {
     for (DynArray *table : {&results_store.hit_table, &results_store.file_table}) {
         char *data = table->data;
         table->data = nullptr; // the reader has seen the count before the writer dropped the rows
-        EXPECT_EQ(results_hit_at(0, &hit, &file), 0);
+        EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
         table->data = data;
-        EXPECT_EQ(results_hit_at(0, &hit, &file), 1);
+        EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 1);
     }
 }
 
@@ -370,25 +370,56 @@ TEST(ResultsCopies, AFolderIsItsRowOfEitherTable) {
     SearchScope scope;
     for (DynArray *folders : {&results_store.matching_folders, &results_store.other_folders}) {
         Str name = {};
-        EXPECT_EQ(results_folder_at(folders, 0, &name), 0);
+        EXPECT_EQ(results_folder_at(folders, 0, {}, &name), ROW_GONE);
         for (const char *text : {"one", "", "three"}) {
             Str pushed = str_from(text);
             dynarray_push(folders, sizeof(pushed), &pushed);
         }
-        ASSERT_EQ(results_folder_at(folders, 0, &name), 1);
+        ASSERT_EQ(results_folder_at(folders, 0, {}, &name), 1);
         EXPECT_EQ(to_string(name), "one");
-        ASSERT_EQ(results_folder_at(folders, 1, &name), 1);
+        ASSERT_EQ(results_folder_at(folders, 1, {}, &name), ROW_COPIED); // there is nothing to copy
         EXPECT_EQ(name.count, 0u);
-        ASSERT_EQ(results_folder_at(folders, 2, &name), 1);
+        ASSERT_EQ(results_folder_at(folders, 2, {}, &name), 1);
         EXPECT_EQ(to_string(name), "three");
         for (uint64_t row : {uint64_t{3}, uint64_t{128}, UINT64_MAX}) {
-            EXPECT_EQ(results_folder_at(folders, row, &name), 0) << row;
+            EXPECT_EQ(results_folder_at(folders, row, {}, &name), 0) << row;
         }
     }
     take_request();
     Str name = {};
-    EXPECT_EQ(results_folder_at(&results_store.matching_folders, 0, &name), 0);
-    EXPECT_EQ(results_folder_at(&results_store.other_folders, 0, &name), 0);
+    EXPECT_EQ(results_folder_at(&results_store.matching_folders, 0, {}, &name), 0);
+    EXPECT_EQ(results_folder_at(&results_store.other_folders, 0, {}, &name), 0);
+}
+
+TEST(ResultsCopies, TheTextsAreCopiedAsFarAsTheRoomGoes) {
+    SearchScope scope;
+    std::string stored[] = {"C:/src", "a.c", "needle", "build"};
+    put_file(stored[0].c_str(), stored[1].c_str());
+    put_hit(RESULT_HIT, 0, 12, stored[2].c_str());
+    Str stored_name = str_over(stored[3]);
+    dynarray_push(&results_store.matching_folders, sizeof(Str), &stored_name);
+    for (uint64_t room = 0; room <= 20; room++) { // each text wants one more, for its zero byte
+        std::string bytes(room + 1, '#');
+        ResultRecord hit;
+        FileEntry file;
+        RowCopy copy = results_hit_at(0, {room, bytes.data()}, &hit, &file);
+        EXPECT_EQ(copy, room >= 11 ? ROW_COPIED : ROW_IN_PLACE) << room;
+        EXPECT_EQ(file.folder.data == stored[0].data(), room < 7) << room;
+        EXPECT_EQ(file.name.data == stored[1].data(), room < 11) << room;
+        EXPECT_EQ(to_string(file.folder) + " " + to_string(file.name) + " " + to_string(hit.text),
+                  "C:/src a.c needle");
+        if (room >= 18) {
+            EXPECT_EQ(bytes.substr(0, 18), std::string("C:/src\0a.c\0needle", 18));
+            EXPECT_EQ(hit.text.data, bytes.data() + 11);
+        }
+        EXPECT_EQ(bytes[room], '#');
+        Str name;
+        copy = results_folder_at(&results_store.matching_folders, 0, {room, bytes.data()}, &name);
+        EXPECT_EQ(copy, room >= 6 ? ROW_COPIED : ROW_IN_PLACE) << room;
+        EXPECT_EQ(name.data == (room >= 6 ? bytes.data() : stored[3].data()), true) << room;
+        EXPECT_EQ(to_string(name), "build");
+        EXPECT_EQ(bytes[room], '#');
+    }
 }
 
 #ifndef _WIN32
@@ -454,7 +485,7 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
         put_file("C:/src", "a.c");
         put_hit(RESULT_HIT, 0, 12, "needle");
         TouchScope page(touched, turn);
-        uint8_t is_there = results_hit_at(0, &hit, &file);
+        uint8_t is_there = results_hit_at(0, {}, &hit, &file);
         EXPECT_TRUE(page.is_touched());
         return is_there;
     };
@@ -463,7 +494,7 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
         dynarray_push(touched, sizeof(name), &name);
         TouchScope page(touched, turn);
         Str copy = {};
-        uint8_t is_there = results_folder_at(touched, 0, &copy);
+        uint8_t is_there = results_folder_at(touched, 0, {}, &copy);
         EXPECT_TRUE(page.is_touched());
         return is_there;
     };
@@ -485,6 +516,40 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
         EXPECT_EQ(is_folder(touched, nothing), 1);
         EXPECT_EQ(is_folder(touched, take), 0);
         EXPECT_EQ(is_folder(touched, take_and_find), 0);
+    }
+}
+#endif
+
+#ifndef _WIN32
+TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileATextOfItWasCopied) {
+    SearchScope scope;
+    char bytes[64], name_bytes[64] = "name";
+    for (int which = 0; which < 4; which++) {
+        for (void (*turn)() : {+[] {}, +[] { take_request(); }}) {
+            results_store.file_table.count = 0;
+            results_store.hit_table.count = 0;
+            results_store.other_folders.count = 0;
+            put_file("C:/src", "a.c");
+            put_hit(RESULT_HIT, 0, 12, "needle");
+            Str folder_name = str_from("build");
+            dynarray_push(&results_store.other_folders, sizeof(Str), &folder_name);
+            FileEntry *stored_file = reinterpret_cast<FileEntry *>(results_store.file_table.data);
+            Str *texts[] = {&stored_file->folder, &stored_file->name,
+                            &reinterpret_cast<ResultRecord *>(results_store.hit_table.data)->text,
+                            reinterpret_cast<Str *>(results_store.other_folders.data)};
+            DynArray text = {.count = 0, .capacity = 0, .data = name_bytes};
+            uint32_t taken = search_state.requests_taken;
+            TouchScope page(&text, turn);
+            *texts[which] = {4, text.data};
+            ResultRecord hit;
+            FileEntry file;
+            Str name;
+            RowCopy copy =
+                which < 3 ? results_hit_at(0, {sizeof(bytes), bytes}, &hit, &file)
+                          : results_folder_at(&results_store.other_folders, 0, {sizeof(bytes), bytes}, &name);
+            EXPECT_TRUE(page.is_touched());
+            EXPECT_EQ(copy, search_state.requests_taken == taken ? ROW_COPIED : ROW_GONE) << which;
+        }
     }
 }
 #endif

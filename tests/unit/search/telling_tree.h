@@ -133,8 +133,7 @@ inline bool row_fits(const ResultRecord &hit, const FileEntry &file, uint64_t ro
            hit.text.count == text_length(hit.line);
 }
 
-// Whether a text ends in its own length; a path's last name counts. The bytes may change meanwhile: whoever
-// asks looks at search_state.requests_taken before and after.
+// Whether a text ends in its own length; a path's last name counts. The bytes may change meanwhile.
 inline bool text_fits(Str text) {
     if (text.count == 0) {
         return true;

@@ -63,19 +63,15 @@ constexpr uint64_t rows_in_frame = UINT64_MAX;
 // What a reader has seen.
 struct Seen {
     uint64_t rows;       // that were there
-    uint64_t sure_texts; // whose bytes nobody can have written over meanwhile
+    uint64_t sure_texts; // copies, which nobody can have written over meanwhile
     uint64_t mixed_rows; // put together wrongly
     uint64_t wrong_texts;
 };
 
-void read_texts(uint32_t taken, std::initializer_list<Str> texts, Seen *seen) {
-    uint64_t wrong = 0;
+void read_texts(RowCopy copy, std::initializer_list<Str> texts, Seen *seen) {
+    seen->sure_texts += copy == ROW_COPIED;
     for (Str text : texts) {
-        wrong += !telling::text_fits(text);
-    }
-    if (taken == search_state.requests_taken) {
-        seen->sure_texts++;
-        seen->wrong_texts += wrong;
+        seen->wrong_texts += !telling::text_fits(text);
     }
 }
 
@@ -89,21 +85,23 @@ void read_frame(uint64_t root_length, Seen *seen) {
     search_state.results_dirty = 0;
     ResultRecord hit;
     FileEntry file;
+    char bytes[8192];
+    const Str room = {sizeof(bytes), bytes};
     for (uint64_t i = 0; i < results_store.hit_table.count && i < rows_in_frame; i++) {
-        uint32_t taken = search_state.requests_taken;
-        if (results_hit_at(i, &hit, &file)) {
+        RowCopy copy = results_hit_at(i, room, &hit, &file);
+        if (copy != ROW_GONE) {
             seen->rows++;
             seen->mixed_rows += !telling::row_fits(hit, file, root_length);
-            read_texts(taken, {file.folder, file.name, hit.text}, seen);
+            read_texts(copy, {file.folder, file.name, hit.text}, seen);
         }
     }
     for (const DynArray *folders : {&results_store.matching_folders, &results_store.other_folders}) {
         Str name;
         for (uint64_t i = 0; i < folders->count && i < rows_in_frame; i++) {
-            uint32_t taken = search_state.requests_taken;
-            if (results_folder_at(folders, i, &name)) {
+            RowCopy copy = results_folder_at(folders, i, room, &name);
+            if (copy != ROW_GONE) {
                 seen->rows++;
-                read_texts(taken, {name}, seen);
+                read_texts(copy, {name}, seen);
             }
         }
     }
@@ -231,8 +229,8 @@ volatile uint64_t calls, rows_found, rows_mixed;
 
 bool read_row(uint64_t row, WholeRow *read) {
     *read = {};
-    return row % 2 ? results_folder_at(&results_store.matching_folders, row, &read->folder)
-                   : results_hit_at(row, &read->hit, &read->file);
+    return row % 2 ? results_folder_at(&results_store.matching_folders, row, {}, &read->folder)
+                   : results_hit_at(row, {}, &read->hit, &read->file);
 }
 
 bool is_whole(uint64_t row, const WholeRow &read) {
