@@ -1,5 +1,7 @@
 #include "app/frame.h"
 
+#include <algorithm>
+
 #include "app/input.h"
 #include "app/results_view.h"
 #include "app/saved_lists.h"
@@ -30,18 +32,9 @@ void fill(Framebuffer *framebuffer, Rect rect, uint32_t colour) {
 // More pixels than a window has, and few enough for sums of them.
 constexpr int32_t far_below = 1 << 24;
 
-int32_t smaller_of(int32_t a, int32_t b) {
-    return a < b ? a : b;
-}
-
-// The value, or the nearer end of -limit to limit.
-int32_t within(int32_t value, int32_t limit) {
-    return value < -limit ? -limit : smaller_of(value, limit);
-}
-
 // A frame of that thickness inside the rectangle, which may be lower than the frame is thick.
 void draw_outline(Framebuffer *framebuffer, Rect rect, int32_t thickness, uint32_t colour) {
-    thickness = smaller_of(thickness, rect.height);
+    thickness = std::min(thickness, rect.height);
     fill(framebuffer, {rect.x, rect.y, rect.width, thickness}, colour);
     fill(framebuffer, {rect.x, rect.y + rect.height - thickness, rect.width, thickness}, colour);
     fill(framebuffer, {rect.x, rect.y, thickness, rect.height}, colour);
@@ -70,12 +63,11 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_v
     if (area <= 0 || area > content) {
         return; // an area of no height shows nothing
     }
-    int32_t shortest = smaller_of(area, 20);
-    int32_t length = static_cast<int32_t>(int64_t{area} * area / content);
-    length = length > shortest ? length : shortest;
+    int32_t shortest = std::min(area, 20);
+    int32_t length = std::max(static_cast<int32_t>(int64_t{area} * area / content), shortest);
     int64_t share_above = int64_t{area} * first_visible_hit / hits;
-    int32_t offset = static_cast<int32_t>(share_above < area - shortest ? share_above : area - shortest);
-    length = smaller_of(length, area - offset);
+    int32_t offset = static_cast<int32_t>(std::min<int64_t>(share_above, area - shortest));
+    length = std::min(length, area - offset);
     int32_t x = framebuffer->width - 10;
     fill(framebuffer, {x - 1, list_top, 1, area}, 0xFF505050);
     fill(framebuffer, {x, list_top, 10, area}, 0xFF323232);
@@ -95,14 +87,14 @@ void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_v
 
 void frame_draw(Framebuffer *framebuffer, Point mouse) {
     fill(framebuffer, whole_of(framebuffer), frame_colour);
-    int32_t line_height = within(settings.line_height, far_below);
+    int32_t line_height = std::clamp(settings.line_height, -far_below, far_below);
     LayoutCursor cursor = {};
     cursor.x = 6;
     cursor.y = 4;
     cursor.width = framebuffer->width;
     cursor.row_advance = line_height + 8;
     cursor.mouse = mouse;
-    cursor.text_y_offset = within(settings.text_y_offset, far_below);
+    cursor.text_y_offset = std::clamp(settings.text_y_offset, -far_below, far_below);
     cursor.font_size = settings.font_size;
     cursor.line_height = line_height;
     field_widget(framebuffer, str_from("Path: "), &search_state.path, saved_lists.path_saved, &cursor);
@@ -127,7 +119,7 @@ void frame_draw(Framebuffer *framebuffer, Point mouse) {
 // ---- The loop ----
 
 int64_t frame_time_us(int32_t refresh_rate) {
-    return 1000000 / (refresh_rate > 30 ? refresh_rate : 30);
+    return 1000000 / std::max(refresh_rate, 30);
 }
 
 void frame_clock_start(int32_t refresh_rate) {

@@ -1,5 +1,7 @@
 #include "app/results_view.h"
 
+#include <algorithm>
+
 #include "actions/command_template.h"
 #include "app/saved_lists.h"
 #include "app/scratch.h"
@@ -21,7 +23,7 @@ void draw_header_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileE
     int32_t x = 10;
     x += draw_row_text(framebuffer, cursor, x, file_name_colour, file.name);
     x += cursor->font_size / 2;
-    uint64_t hidden = hidden_folder_bytes < file.folder.count ? hidden_folder_bytes : file.folder.count;
+    uint64_t hidden = std::min(hidden_folder_bytes, file.folder.count);
     draw_row_text(framebuffer, cursor, x, folder_colour,
                   {file.folder.count - hidden, file.folder.data + hidden});
     cursor->y += cursor->line_height;
@@ -97,11 +99,8 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCur
 void results_scroll_by(int32_t direction, int32_t client_height) {
     // A request that is taken in between is scrolled like the list before it.
     int32_t step = static_cast<int32_t>(client_height * 0.2 / settings.line_height);
-    int64_t scroll = search_state.results_scroll - int64_t{direction} * (step > 1 ? step : 1);
-    if (scroll < 0) {
-        scroll = 0;
-    }
-    search_state.results_scroll = scroll < INT32_MAX ? static_cast<int32_t>(scroll) : INT32_MAX;
+    int64_t scroll = search_state.results_scroll - int64_t{direction} * std::max(step, 1);
+    search_state.results_scroll = static_cast<int32_t>(std::clamp<int64_t>(scroll, 0, INT32_MAX));
 }
 
 uint64_t results_hidden_folder_bytes(Str path) {

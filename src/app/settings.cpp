@@ -1,5 +1,7 @@
 #include "app/settings.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 #include "app/scratch.h"
@@ -29,7 +31,7 @@ Settings settings = {
     .show_full_paths = 0,
     .remember_last_path = 1,
     .remember_last_query = 1,
-    .max_file_size = 10000000,
+    .max_file_size = default_max_file_size,
     .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
     .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
     .file = {},
@@ -64,7 +66,7 @@ int32_t integer_from(const Value &value) {
     if (is_negative) {
         // Two characters behind a negative value are read as if they were part of it, and that is meant; the
         // file ends earlier perhaps.
-        end = end + 2 < value.to_the_end ? end + 2 : value.to_the_end;
+        end = std::min(end + 2, value.to_the_end);
     }
     uint32_t sum = 0;
     for (uint64_t i = is_negative; i < end; i++) {
@@ -289,9 +291,7 @@ void settings_apply_fallbacks(Str folder) {
     } else if (settings.line_height < 1) {
         settings.line_height = settings.font_size; // text_y_offset stays as it is, 0 and below included
     }
-    if (settings.max_file_size < 0) {
-        settings.max_file_size = 0;
-    }
+    settings.max_file_size = std::max(settings.max_file_size, int64_t{0});
     if (font.sizes.capacity == 0) {
         load_default_font(folder);
     }

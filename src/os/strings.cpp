@@ -1,5 +1,7 @@
 #include "os/strings.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 // ---- Str ----
@@ -299,7 +301,7 @@ ArenaBlock *arena_push_row(StringArena *arena, const ArenaBlock &row) {
 
 // Makes a block with room for need bytes current; null base when there is none.
 void arena_next_block(StringArena *arena, uint64_t need) {
-    uint64_t want = need > arena->default_block_size ? need : arena->default_block_size;
+    uint64_t want = std::max(need, arena->default_block_size);
     // The search begins with the current block itself, which is then emptied, and never looks at the last
     // row. A new block does not move the index. All of that is meant, though strings of this search may be
     // overwritten.

@@ -1,5 +1,7 @@
 #include "render/draw.h"
 
+#include <algorithm>
+
 #include "os/processor.h"
 
 BlitCoverageRows *blit_coverage_rows = os_has_avx2() ? blit_coverage_rows_avx2 : blit_coverage_rows_sse2;
@@ -15,8 +17,8 @@ struct Clipped {
 
 // In 64 bits, where no sum of the callers' numbers wraps.
 Clipped clip_rect(const Framebuffer *framebuffer, ClipSize clip, Rect rect) {
-    int64_t right = clip.width < framebuffer->width ? clip.width : framebuffer->width;
-    int64_t bottom = clip.height < framebuffer->height ? clip.height : framebuffer->height;
+    int64_t right = std::min(clip.width, framebuffer->width);
+    int64_t bottom = std::min(clip.height, framebuffer->height);
     Clipped left = {rect.x, rect.y, rect.width, rect.height, 0, 0};
     if (left.x < 0) {
         left.skipped_x = -left.x;
@@ -95,8 +97,8 @@ void blend_rect(Framebuffer *framebuffer, ClipSize clip, Rect rect, uint32_t col
 
 void blit_coverage(Framebuffer *framebuffer, ClipSize clip, const uint8_t *coverage, Size bitmap_size,
                    Rect limit, Point position, uint32_t colour) {
-    Rect drawn = {position.x, position.y, bitmap_size.width < limit.width ? bitmap_size.width : limit.width,
-                  bitmap_size.height < limit.height ? bitmap_size.height : limit.height};
+    Rect drawn = {position.x, position.y, std::min(bitmap_size.width, limit.width),
+                  std::min(bitmap_size.height, limit.height)};
     Clipped part = clip_rect(framebuffer, clip, drawn);
     if (alpha_of(colour) == 0 || is_empty(part)) {
         return;

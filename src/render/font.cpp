@@ -1,5 +1,7 @@
 #include "render/font.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 #include "os/files.h"
@@ -185,8 +187,8 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     stbtt_GetGlyphHMetrics(sized->font, index, &advance, &bearing);
     stbtt_GetGlyphBitmapBox(sized->font, index, sized->scale, sized->scale, &left, &top, &right, &bottom);
     // At a height below 0 the box is turned over.
-    int32_t width = right > left ? right - left : 0;
-    int32_t height = bottom > top ? bottom - top : 0;
+    int32_t width = std::max(right - left, 0);
+    int32_t height = std::max(bottom - top, 0);
     uint64_t count = static_cast<uint64_t>(int64_t{width} * height);
     // stb_truetype counts a bitmap's bytes in 32 bits with sign.
     uint8_t *bitmap = count <= INT32_MAX ? reserve_bitmap(sized, count) : nullptr;

@@ -1,5 +1,7 @@
 #include "render/text.h"
 
+#include <algorithm>
+
 #include "render/draw.h"
 #include "render/font.h"
 
@@ -7,10 +9,6 @@ namespace {
 
 uint64_t extent_of(int32_t width, int32_t height) {
     return uint64_t{static_cast<uint32_t>(height)} << 32 | static_cast<uint32_t>(width);
-}
-
-int32_t wider_of(int32_t a, int32_t b) {
-    return a > b ? a : b;
 }
 
 // A byte is its own codepoint. There is no UTF-8 here: one from 0x80 on is widened with its sign, which is
@@ -34,7 +32,7 @@ uint64_t draw_text(Framebuffer *framebuffer, Point position, int32_t pixel_heigh
     for (uint64_t i = 0; i < text.count; i++) {
         char byte = text.data[i];
         if (byte == '\n') {
-            widest = wider_of(widest, pen.x - position.x);
+            widest = std::max(widest, pen.x - position.x);
             height += line_height;
             pen = {position.x, pen.y + line_height};
             continue;
@@ -63,5 +61,5 @@ uint64_t draw_text(Framebuffer *framebuffer, Point position, int32_t pixel_heigh
             }
         }
     }
-    return extent_of(wider_of(widest, pen.x - position.x), height);
+    return extent_of(std::max(widest, pen.x - position.x), height);
 }

@@ -1,5 +1,7 @@
 #include "search/matcher.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 #include "search/results_store.h"
@@ -20,9 +22,7 @@ uint8_t is_white_space(char c) {
 
 // The text of a line as it is stored: cut first, then trimmed, tabs as spaces. Changes the tabs in place.
 Str line_text(char *line, int64_t length) {
-    if (length > longest_line_text) {
-        length = longest_line_text;
-    }
+    length = std::min(length, longest_line_text);
     while (length > 0 && is_white_space(line[length - 1])) {
         length--;
     }

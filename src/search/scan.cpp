@@ -1,5 +1,7 @@
 #include "search/scan.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 #include "os/processor.h"
@@ -52,7 +54,7 @@ ScanNeedle scan_needle(Str query) {
             needle.other_offset = static_cast<int64_t>(query.count) - 1;
         }
         needle.other = query.data[needle.other_offset];
-        uint64_t start_count = query.count < 8 ? query.count : 8;
+        uint64_t start_count = std::min(query.count, uint64_t{8});
         memcpy(&needle.start, query.data, start_count);
         needle.start_mask = ~uint64_t{0} >> (64 - 8 * start_count);
     }

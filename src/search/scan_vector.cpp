@@ -1,6 +1,8 @@
 // The scan over vectors of bytes, compiled once for each instruction set: CMakeLists.txt gives the flags.
 #include "search/scan.h"
 
+#include <algorithm>
+
 #include <immintrin.h>
 #include <string.h>
 
@@ -203,7 +205,7 @@ inline uint32_t count_line_feeds(const char *text, int64_t from, int64_t to) {
     int64_t pos = from;
     while (to - pos >= lanes) {
         // A lane holds 255 at most.
-        int64_t stop = to - pos > 255 * lanes ? pos + 255 * lanes : to;
+        int64_t stop = std::min(to, pos + 255 * lanes);
         Vector counts = {};
         for (; stop - pos >= lanes; pos += lanes) {
             counts -= equal(load(text + pos), line_feed); // all bits set is -1

@@ -5,7 +5,7 @@
 SearchState search_state = {
     .path = {},
     .query = {},
-    .max_file_size = 10000000,
+    .max_file_size = default_max_file_size,
     .requests_published = 0,
     .interface_pass = 0,
     .retired_text = {nullptr, &search_state.worker_pass},

@@ -9,6 +9,8 @@
 
 #include "os/strings.h"
 
+inline constexpr int64_t default_max_file_size = 10000000; // bytes
+
 struct SearchState {
     // interface writes, worker reads
     StrBuf path;  // the Path field's own text: a folder, or a folder and the start of a name

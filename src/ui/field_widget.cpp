@@ -1,5 +1,8 @@
 #include "ui/field_widget.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "app/saved_lists.h"
 #include "os/console.h"
 #include "render/draw.h"
@@ -55,7 +58,7 @@ namespace {
 int32_t draw_cut_text(Framebuffer *framebuffer, const LayoutCursor *cursor, Point baseline, int32_t bottom,
                       uint32_t colour, Str text) {
     Framebuffer row = *framebuffer;
-    row.height = bottom < row.height ? bottom : row.height;
+    row.height = std::min(bottom, row.height);
     uint64_t extent = draw_text(&row, baseline, cursor->font_size, cursor->font_size, colour, text);
     return static_cast<int32_t>(extent);
 }
@@ -104,8 +107,8 @@ void draw_selection_box(Framebuffer *framebuffer, Rect box) {
 void draw_carets(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t text_x, Str text) {
     for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
         Caret caret = field_carets()[i];
-        int32_t start = caret.anchor < caret.caret ? caret.anchor : caret.caret;
-        int32_t end = caret.anchor < caret.caret ? caret.caret : caret.anchor;
+        int32_t start = std::min(caret.anchor, caret.caret);
+        int32_t end = std::max(caret.anchor, caret.caret);
         int32_t left = text_x + pen_at(cursor, text, static_cast<uint64_t>(start));
         if (start == end) {
             Rect bar = {left, cursor->y, 2, cursor->row_advance};
@@ -114,9 +117,7 @@ void draw_carets(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t t
         }
         int32_t right = text_x + pen_at(cursor, text, static_cast<uint64_t>(end));
         if (right < left) { // the selection goes over a line feed: from the row's start
-            int32_t swapped = left;
-            left = right;
-            right = swapped;
+            std::swap(left, right);
         }
         draw_selection_box(framebuffer, {left, cursor->y, right - left, cursor->row_advance});
     }
@@ -130,7 +131,7 @@ Str completion_tail(Str text, Str room) {
         return {};
     }
     uint64_t typed = text.count - str_name_start(text);
-    uint64_t skipped = typed < name.count ? typed : name.count;
+    uint64_t skipped = std::min(typed, name.count);
     return {name.count - skipped, name.data + skipped};
 }
 
@@ -221,7 +222,7 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
 
     if (has_list) {
         // The text ends at the button, which stands on a ground of its own.
-        int32_t left = button.x - 2 > row.x ? button.x - 2 : row.x;
+        int32_t left = std::max(button.x - 2, row.x);
         fill_rect(framebuffer, clip, {left, row.y, row.x + row.width - left, row.height}, row_colour);
         draw_button(framebuffer, button, is_saved, cursor->mouse);
     }

@@ -1,5 +1,6 @@
 #include "ui/line_editor.h"
 
+#include <algorithm>
 #include <bit>
 
 #include <stdlib.h>
@@ -90,7 +91,7 @@ uint8_t has_selection(Caret caret) {
 }
 
 int32_t clamped(int64_t offset, int32_t end) {
-    return static_cast<int32_t>(offset < 0 ? 0 : offset > end ? end : offset);
+    return static_cast<int32_t>(std::clamp<int64_t>(offset, 0, end));
 }
 
 // Puts the selections on the clipboard with nothing between them; nothing when there is none, or no memory.
@@ -148,8 +149,8 @@ uint8_t merge_one_pair() {
             if (first.start > second.end || second.start > first.end) {
                 continue;
             }
-            int32_t start = first.start < second.start ? first.start : second.start;
-            int32_t end = first.end > second.end ? first.end : second.end;
+            int32_t start = std::min(first.start, second.start);
+            int32_t end = std::max(first.end, second.end);
             carets[i] = carets[i].anchor > carets[i].caret ? Caret{end, start} : Caret{start, end};
             carets[j] = carets[count - 1];
             input_field.caret_list.count = count - 1;
@@ -302,7 +303,7 @@ Effect handle_event(StrBuf *field, const WindowEvent *event) {
 
 int32_t field_text_end(const StrBuf *field) {
     uint64_t length = strbuf_text(field).count;
-    return length < INT32_MAX ? static_cast<int32_t>(length) : INT32_MAX;
+    return static_cast<int32_t>(std::min<uint64_t>(length, INT32_MAX));
 }
 
 void field_set_single_caret(int32_t anchor, int32_t caret) {
