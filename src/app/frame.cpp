@@ -6,6 +6,7 @@
 #include "app/results_view.h"
 #include "app/saved_lists.h"
 #include "app/scratch.h"
+#include "app/scrolling.h"
 #include "app/settings.h"
 #include "os/threads.h"
 #include "render/draw.h"
@@ -25,21 +26,8 @@ constexpr uint32_t busy_colour = 0xFFFFFF00;
 constexpr uint32_t matching_folder_colour = 0xFF00FFFF;
 constexpr uint32_t other_folder_colour = 0xFF7F7F7F;
 
-void fill(Framebuffer *framebuffer, Rect rect, uint32_t colour) {
-    fill_rect(framebuffer, whole_of(framebuffer), rect, colour);
-}
-
 // More pixels than a window has, and few enough for sums of them.
 constexpr int32_t far_below = 1 << 24;
-
-// A frame of that thickness inside the rectangle, which may be lower than the frame is thick.
-void draw_outline(Framebuffer *framebuffer, Rect rect, int32_t thickness, uint32_t colour) {
-    thickness = std::min(thickness, rect.height);
-    fill(framebuffer, {rect.x, rect.y, rect.width, thickness}, colour);
-    fill(framebuffer, {rect.x, rect.y + rect.height - thickness, rect.width, thickness}, colour);
-    fill(framebuffer, {rect.x, rect.y, thickness, rect.height}, colour);
-    fill(framebuffer, {rect.x + rect.width - thickness, rect.y, thickness, rect.height}, colour);
-}
 
 // Draws the names of a table of folders, a row each, from the cursor on to the framebuffer's lower edge, and
 // moves the cursor below them.
@@ -54,39 +42,10 @@ void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_
     }
 }
 
-// The results' place among all of them. Drawn when they are at least as tall as the list area. The thumb is
-// at least 20 pixels long, or as long as the area when that is shorter, and is cut at the window's bottom.
-void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit) {
-    int32_t area = framebuffer->height - list_top;
-    int64_t hits = static_cast<int64_t>(results_store.hit_table.count);
-    int64_t content = hits * settings.line_height;
-    if (area <= 0 || area > content) {
-        return; // an area of no height shows nothing
-    }
-    int32_t shortest = std::min(area, 20);
-    int32_t length = std::max(static_cast<int32_t>(int64_t{area} * area / content), shortest);
-    int64_t share_above = int64_t{area} * first_visible_hit / hits;
-    int32_t offset = static_cast<int32_t>(std::min<int64_t>(share_above, area - shortest));
-    length = std::min(length, area - offset);
-    int32_t x = framebuffer->width - 10;
-    fill(framebuffer, {x - 1, list_top, 1, area}, 0xFF505050);
-    fill(framebuffer, {x, list_top, 10, area}, 0xFF323232);
-    Rect thumb = {x, list_top + offset, 10, length};
-    fill(framebuffer, thumb, 0xFF646464);
-    draw_outline(framebuffer, thumb, 1, 0xFFA0A0A0);
-    constexpr int32_t grip_offsets[] = {-8, -1, 6};
-    for (int32_t from_middle : grip_offsets) {
-        int32_t grip = length / 2 + from_middle;
-        if (grip >= 1 && grip + 2 < length) { // a short list has no room for all of them
-            fill(framebuffer, {framebuffer->width - 6, thumb.y + grip, 2, 2}, 0xFFC8C8C8);
-        }
-    }
-}
-
 } // namespace
 
 void frame_draw(Framebuffer *framebuffer, Point mouse) {
-    fill(framebuffer, whole_of(framebuffer), frame_colour);
+    fill_rect(framebuffer, whole_of(framebuffer), whole_of(framebuffer), frame_colour);
     int32_t line_height = std::clamp(settings.line_height, -far_below, far_below);
     LayoutCursor cursor = {};
     cursor.x = 6;
@@ -106,8 +65,8 @@ void frame_draw(Framebuffer *framebuffer, Point mouse) {
     }
     int32_t list_top = cursor.y;
     if (search_state.search_busy) { // comes and goes with a redraw only, and that is meant
-        draw_outline(framebuffer, {0, list_top, framebuffer->width, framebuffer->height - list_top}, 2,
-                     busy_colour);
+        fill_outline(framebuffer, whole_of(framebuffer),
+                     {0, list_top, framebuffer->width, framebuffer->height - list_top}, 2, busy_colour);
     }
     draw_folder_rows(framebuffer, &results_store.matching_folders, matching_folder_colour, &cursor);
     draw_folder_rows(framebuffer, &results_store.other_folders, other_folder_colour, &cursor);

@@ -2,9 +2,9 @@
 
 #include <iterator>
 
-#include "app/results_view.h"
 #include "app/saved_lists.h"
 #include "app/scratch.h"
+#include "app/scrolling.h"
 #include "os/files.h"
 #include "os/process.h"
 #include "search/results_store.h"

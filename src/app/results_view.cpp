@@ -96,13 +96,6 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCur
     }
 }
 
-void results_scroll_by(int32_t direction, int32_t client_height) {
-    // A request that is taken in between is scrolled like the list before it.
-    int32_t step = static_cast<int32_t>(client_height * 0.2 / settings.line_height);
-    int64_t scroll = search_state.results_scroll - int64_t{direction} * std::max(step, 1);
-    search_state.results_scroll = static_cast<int32_t>(std::clamp<int64_t>(scroll, 0, INT32_MAX));
-}
-
 uint64_t results_hidden_folder_bytes(Str path) {
     // The field keeps its text as it is typed. One that the scratch arena does not hold hides nothing.
     return str_name_start(path_clean(scratch_join(path, {}), 0));

@@ -18,10 +18,6 @@ int32_t draw_row_text(Framebuffer *framebuffer, const LayoutCursor *cursor, int3
 // went down in this frame and nobody has acted on it, the left one when both did.
 void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCursor *cursor);
 
-// Scrolls as one step of the wheel does, a fifth of the client area and at least one hit: up for a positive
-// direction, to the first hit at most; down for a negative one, past the last hit as well.
-void results_scroll_by(int32_t direction, int32_t client_height);
-
 // What of a file's folder is left out in the list while show_full_paths is off, in bytes: all before the name
 // of the searched folder, path being the text of its field. May be more than the folder has, when path has
 // been edited since.

@@ -108,6 +108,14 @@ void blit_coverage(Framebuffer *framebuffer, ClipSize clip, const uint8_t *cover
                         part.width, part.height, colour});
 }
 
+void fill_outline(Framebuffer *framebuffer, ClipSize clip, Rect rect, int32_t thickness, uint32_t colour) {
+    thickness = std::min(thickness, rect.height);
+    fill_rect(framebuffer, clip, {rect.x, rect.y, rect.width, thickness}, colour);
+    fill_rect(framebuffer, clip, {rect.x, rect.y + rect.height - thickness, rect.width, thickness}, colour);
+    fill_rect(framebuffer, clip, {rect.x, rect.y, thickness, rect.height}, colour);
+    fill_rect(framebuffer, clip, {rect.x + rect.width - thickness, rect.y, thickness, rect.height}, colour);
+}
+
 uint32_t blend_pixel(uint32_t pixel, uint32_t colour) {
     uint32_t pixel_alpha = alpha_of(pixel);
     if (pixel_alpha == 0) {

@@ -26,6 +26,9 @@ void fill_rect(Framebuffer *framebuffer, ClipSize clip, Rect rect, uint32_t colo
 // Lays colour over every pixel of rect by its alpha; 0xFF is fill_rect, and 0 draws nothing.
 void blend_rect(Framebuffer *framebuffer, ClipSize clip, Rect rect, uint32_t colour);
 
+// Fills a frame of that thickness inside rect, which may be lower than the frame is thick.
+void fill_outline(Framebuffer *framebuffer, ClipSize clip, Rect rect, int32_t thickness, uint32_t colour);
+
 // Lays colour over the framebuffer, each pixel by its byte of coverage scaled with the colour's alpha. The
 // bitmap's rows are bitmap_size.width bytes; limit's width and height cut what is drawn of it (x and y mean
 // nothing), and its top left pixel lands on position. An alpha of 0 draws nothing. Over a pixel of alpha 0

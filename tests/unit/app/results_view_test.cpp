@@ -12,6 +12,7 @@
 #include "app/frame.h"
 #include "app/frame_scope.h"
 #include "app/plain_results.h"
+#include "app/scrolling.h"
 #include "support/heap_hook.h"
 #include "support/picture.h"
 #include "support/recorded_commands.h"
