@@ -27,13 +27,7 @@ OS_FORMAT_CHECKED void os_print(const char *format, ...);
 // writes a line feed as two bytes. Order between this and os_print is not kept.
 OS_FORMAT_CHECKED void os_debug_print(const char *format, ...);
 
-// ---- Texts (one version for all systems) ----
-
-// The text without the spaces and tabs at its end.
-Str str_cut_trailing_whitespace(Str text);
-
-// What follows the last '\' or '/' of a path; all of it when there is none.
-Str str_file_name(Str path);
+// ---- Input (one version for all systems) ----
 
 // Reads a line from the standard library's stdin into line, size bytes with the zero terminator; a longer
 // line comes in pieces, and one with a zero byte in it ends there. Returns it without its line feed, or

@@ -59,22 +59,7 @@ void os_debug_print(const char *format, ...) {
     va_end(arguments);
 }
 
-// ---- Texts ----
-
-Str str_cut_trailing_whitespace(Str text) {
-    while (text.count > 0 && (text.data[text.count - 1] == ' ' || text.data[text.count - 1] == '\t')) {
-        text.count--;
-    }
-    return text;
-}
-
-Str str_file_name(Str path) {
-    uint64_t start = path.count;
-    while (start > 0 && path.data[start - 1] != '\\' && path.data[start - 1] != '/') {
-        start--;
-    }
-    return {path.count - start, path.data + start};
-}
+// ---- Input ----
 
 Str os_read_line(char *line, int32_t size) {
     if (!fgets(line, size, stdin)) {

@@ -22,6 +22,10 @@ struct Str {
 // The Str of a zero-terminated text; the bytes stay the caller's.
 Str str_from(const char *text);
 
+// UTF-16 units of the longest text that is handed to the system. Windows converts it on the stack: with its
+// zero unit 16 MB of the 64 MB that the link step reserves.
+constexpr int32_t longest_wide_text = 8388608;
+
 // Whether both hold the same bytes.
 uint8_t str_equal(Str a, Str b);
 
@@ -37,6 +41,12 @@ Str str_from_number(int32_t number, char (&digits)[11]);
 // The text with every '\' turned into '/', in place, and cut behind its last '/'; unchanged when it has none.
 // The byte behind the cut becomes zero.
 Str str_cut_to_folder(Str path);
+
+// The text without the spaces and tabs at its end.
+Str str_cut_trailing_whitespace(Str text);
+
+// What follows the last '\' or '/' of a path; all of it when there is none.
+Str str_file_name(Str path);
 
 // ---- StrBuf ----
 

@@ -19,8 +19,6 @@ void process_clipboard_clear() {
 
 namespace {
 
-constexpr uint64_t longest_wide_text = 8388608; // UTF-16 units, as on Windows
-
 // A zero-terminated copy in the heap; the empty Str for null data or without memory.
 Str copy_of(Str text) {
     char *copy = text.data ? static_cast<char *>(os_alloc(text.count + 1)) : nullptr;
@@ -92,7 +90,7 @@ Str os_clipboard_get_text() {
 int32_t os_clipboard_set_text(Str text) {
     WideSize size = there_and_back(text, nullptr);
     Str wide = {size.bytes, nullptr};
-    if (size.units <= longest_wide_text) {
+    if (size.units <= uint64_t{longest_wide_text}) {
         wide.data = static_cast<char *>(os_alloc(size.bytes + 1));
     }
     if (!wide.data) {

@@ -2,12 +2,12 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <limits.h>
 #include <string.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include "os/linux/files.h"
 #include "os/memory.h"
 
 // ---- Output ----
@@ -209,14 +209,10 @@ uint64_t os_installed_memory() {
 Str os_exe_name() {
     static Str path;
     if (!path.data) {
-        char *link = static_cast<char *>(os_alloc(PATH_MAX));
-        ssize_t count = link ? readlink("/proc/self/exe", link, PATH_MAX - 1) : -1;
-        if (count < 0) {
-            os_free(link);
+        path = exe_path();
+        if (!path.data) {
             return {};
         }
-        link[count] = 0;
-        path = {static_cast<uint64_t>(count), link};
     }
     return str_file_name(path);
 }

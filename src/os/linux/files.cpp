@@ -10,6 +10,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "os/linux/files.h"
+
 namespace {
 
 // A path as the system takes it: zero-terminated, below PATH_MAX.
@@ -177,17 +179,25 @@ uint8_t os_path_is_folder(Str path) {
     return stat(SystemPath(path).text, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+Str exe_path() {
+    char *path = static_cast<char *>(os_alloc(PATH_MAX));
+    ssize_t count = path ? readlink("/proc/self/exe", path, PATH_MAX - 1) : -1;
+    if (count < 0) {
+        os_free(path);
+        return {};
+    }
+    path[count] = 0;
+    return {static_cast<uint64_t>(count), path};
+}
+
 Str os_exe_folder() {
     static Str folder;
     if (!folder.data) {
-        char *path = static_cast<char *>(os_alloc(PATH_MAX));
-        ssize_t count = path ? readlink("/proc/self/exe", path, PATH_MAX - 1) : -1;
-        if (count < 0) {
-            os_free(path);
+        Str path = exe_path();
+        if (!path.data) {
             return {};
         }
-        path[count] = 0;
-        folder = str_cut_to_folder({static_cast<uint64_t>(count), path});
+        folder = str_cut_to_folder(path);
     }
     return folder;
 }

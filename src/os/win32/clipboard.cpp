@@ -5,7 +5,7 @@
 
 #include "os/console.h"
 #include "os/memory.h"
-#include "os/win32/wide.h"
+#include "os/win32/utf16.h"
 
 // ---- Text ----
 

@@ -4,7 +4,8 @@
 #include <windows.h>
 
 #include "os/memory.h"
-#include "os/win32/wide.h"
+#include "os/win32/files.h"
+#include "os/win32/utf16.h"
 
 // ---- Output ----
 
@@ -120,9 +121,8 @@ uint64_t os_installed_memory() {
 Str os_exe_name() {
     static Str path;
     if (!path.data) {
-        wchar_t wide[260];
-        DWORD units = GetModuleFileNameW(nullptr, wide, 260);
-        path = utf8_from_wide(wide, static_cast<int32_t>(units));
+        wchar_t wide[longest_exe_path];
+        path = utf8_from_wide(wide, static_cast<int32_t>(exe_path(wide)));
     }
     return str_file_name(path);
 }

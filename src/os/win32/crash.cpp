@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <windows.h>
 
-#include "os/win32/wide.h"
+#include "os/win32/utf16.h"
 
 // ---- Crash report ----
 

@@ -1,47 +1,9 @@
-#include "os/files.h"
+#include "os/win32/files.h"
 
 #include <string.h>
-#include <windows.h>
 
-#include "os/win32/wide.h"
-
-// ---- Text conversion ----
-
-int32_t wide_length(Str text, int32_t most_units) {
-    if (text.count == 0) {
-        return 0;
-    }
-    // A unit stands for at most three bytes, so a longer text cannot fit either.
-    if (text.count > static_cast<uint64_t>(most_units) * 3) {
-        return -1;
-    }
-    int32_t units = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(text.count), nullptr, 0);
-    return units > most_units ? -1 : units;
-}
-
-wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
-    int32_t written = 0;
-    if (units > 0) { // with no room at all the call would only measure again
-        // The text may be a field that is being edited, so it may not be the one that was measured any more.
-        written = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(text.count), wide, units);
-    }
-    wide[written] = 0;
-    return wide;
-}
-
-Str utf8_from_wide(const wchar_t *wide, int32_t count) {
-    int32_t bytes =
-        count > 0 ? WideCharToMultiByte(CP_UTF8, 0, wide, count, nullptr, 0, nullptr, nullptr) : 0;
-    char *data = static_cast<char *>(os_alloc(static_cast<uint64_t>(bytes) + 1));
-    if (!data) {
-        return {};
-    }
-    if (bytes > 0) {
-        WideCharToMultiByte(CP_UTF8, 0, wide, count, data, bytes, nullptr, nullptr);
-    }
-    data[bytes] = 0;
-    return {static_cast<uint64_t>(bytes), data};
-}
+#include "os/files.h"
+#include "os/win32/utf16.h"
 
 // ---- Paths ----
 
@@ -150,6 +112,10 @@ uint8_t os_path_is_folder(Str path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+uint32_t exe_path(wchar_t (&path)[longest_exe_path]) {
+    return GetModuleFileNameW(nullptr, path, longest_exe_path);
+}
+
 uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units) {
     if (units == 0 || units >= longest_exe_path) {
         return units; // there is no path, or only a part of it
@@ -189,13 +155,24 @@ Str os_exe_folder() {
     static Str folder;
     if (!folder.data) {
         wchar_t path[longest_exe_path];
-        uint32_t units = wide_resolve_links(path, GetModuleFileNameW(nullptr, path, longest_exe_path));
+        uint32_t units = wide_resolve_links(path, exe_path(path));
         folder = str_cut_to_folder(utf8_from_wide(path, static_cast<int32_t>(units)));
     }
     return folder;
 }
 
 // ---- Folder listing ----
+
+DateTime date_time_from_system(const SYSTEMTIME &time) {
+    return {time.wYear,
+            static_cast<uint8_t>(time.wMonth),
+            static_cast<uint8_t>(time.wDay),
+            weekday_from_system(time.wDayOfWeek),
+            static_cast<uint8_t>(time.wHour),
+            static_cast<uint8_t>(time.wMinute),
+            static_cast<uint8_t>(time.wSecond),
+            uint32_t{time.wMilliseconds} * 1000};
+}
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <shellapi.h>
 
 #include "os/console.h"
-#include "os/win32/wide.h"
+#include "os/win32/utf16.h"
 
 static_assert(sizeof(SECURITY_ATTRIBUTES) == sizeof(Process::pipe_security));
 static_assert(sizeof(STARTUPINFOW) == sizeof(Process::start_info));

@@ -4,7 +4,7 @@
 
 #include "os/console.h"
 #include "os/memory.h"
-#include "os/win32/wide.h"
+#include "os/win32/files.h"
 
 // ---- Initialisation ----
 
@@ -105,17 +105,6 @@ int64_t os_ticks() {
 
 void os_sleep_ms(uint32_t ms) {
     SleepEx(ms, TRUE);
-}
-
-DateTime date_time_from_system(const SYSTEMTIME &time) {
-    return {time.wYear,
-            static_cast<uint8_t>(time.wMonth),
-            static_cast<uint8_t>(time.wDay),
-            weekday_from_system(time.wDayOfWeek),
-            static_cast<uint8_t>(time.wHour),
-            static_cast<uint8_t>(time.wMinute),
-            static_cast<uint8_t>(time.wSecond),
-            uint32_t{time.wMilliseconds} * 1000};
 }
 
 DateTime os_utc_time() {

@@ -6,7 +6,7 @@
 #include <shellapi.h>
 
 #include "os/memory.h"
-#include "os/win32/wide.h"
+#include "os/win32/utf16.h"
 #include "os/window_events.h"
 
 // ---- Messages ----

@@ -268,28 +268,9 @@ TEST(DebugPrint, WritesFormattedTextToTheStandardLibrarysOutput) {
               "CLIP 13 = CF_UNICODETEXT\n2886\n-9000000000 7  1.50 %\n");
 }
 
-// ---- Texts ----
+// ---- Input ----
 
-TEST(Texts, SpacesAndTabsAtTheEndAreTrailingWhitespace) {
-    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("a b  "))), "a b");
-    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("  a"))), "  a");
-    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("a\tb\t \t"))), "a\tb");
-    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("    "))), "");
-    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of(" \t"))), "");
-    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of("a\n\r\v"))), "a\n\r\v");
-    EXPECT_EQ(string_of(str_cut_trailing_whitespace(str_of(""))), "");
-}
-
-TEST(Texts, AFileNameFollowsTheLastSeparatorOfEitherKind) {
-    EXPECT_EQ(string_of(str_file_name(str_of("C:\\tools\\tarnwick.exe"))), "tarnwick.exe");
-    EXPECT_EQ(string_of(str_file_name(str_of("C:\\tools/a\\b/tarnwick.exe"))), "tarnwick.exe");
-    EXPECT_EQ(string_of(str_file_name(str_of("/usr/bin\\tarnwick"))), "tarnwick");
-    EXPECT_EQ(string_of(str_file_name(str_of("tarnwick"))), "tarnwick");
-    EXPECT_EQ(string_of(str_file_name(str_of("folder/"))), "");
-    EXPECT_EQ(string_of(str_file_name(str_of(""))), "");
-}
-
-TEST(Texts, ReadLineReturnsLinesWithoutTheirLineFeed) {
+TEST(Input, ReadLineReturnsLinesWithoutTheirLineFeed) {
     std::string path = testing::TempDir() + "tarnwick_read_line.txt";
     std::ofstream(path, std::ios::binary) << "one\n two \n\n0123456789abcdef\nlast";
     ASSERT_NE(std::freopen(path.c_str(), "r", stdin), nullptr);

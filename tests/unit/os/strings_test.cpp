@@ -115,6 +115,25 @@ TEST(Strings, AFolderEndsBehindTheLastSlash) {
     EXPECT_EQ(cut(""), "");
 }
 
+TEST(Strings, SpacesAndTabsAtTheEndAreTrailingWhitespace) {
+    EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over("a b  "))), "a b");
+    EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over("  a"))), "  a");
+    EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over("a\tb\t \t"))), "a\tb");
+    EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over("    "))), "");
+    EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over(" \t"))), "");
+    EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over("a\n\r\v"))), "a\n\r\v");
+    EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over(""))), "");
+}
+
+TEST(Strings, AFileNameFollowsTheLastSeparatorOfEitherKind) {
+    EXPECT_EQ(to_string(str_file_name(str_over("C:\\tools\\tarnwick.exe"))), "tarnwick.exe");
+    EXPECT_EQ(to_string(str_file_name(str_over("C:\\tools/a\\b/tarnwick.exe"))), "tarnwick.exe");
+    EXPECT_EQ(to_string(str_file_name(str_over("/usr/bin\\tarnwick"))), "tarnwick");
+    EXPECT_EQ(to_string(str_file_name(str_over("tarnwick"))), "tarnwick");
+    EXPECT_EQ(to_string(str_file_name(str_over("folder/"))), "");
+    EXPECT_EQ(to_string(str_file_name(str_over(""))), "");
+}
+
 // ---- StrBuf ----
 
 TEST(StrBufInsert, ReservesAnEmptyText) {

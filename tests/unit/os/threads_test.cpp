@@ -13,7 +13,7 @@
 #ifdef _WIN32
 #include <windows.h>
 
-#include "os/win32/wide.h"
+#include "os/win32/files.h"
 #else
 #include <pthread.h>
 #include <sys/resource.h>

@@ -5,10 +5,6 @@
 
 #include "os/strings.h"
 
-// The longest text that is converted on the stack, in UTF-16 units: with its zero 16 MB of the 64 MB that the
-// link step reserves for a stack.
-constexpr int32_t longest_wide_text = 8388608;
-
 // UTF-16 units that the text converts to, or -1 for more than most_units.
 int32_t wide_length(Str text, int32_t most_units);
 
@@ -33,14 +29,3 @@ wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
 // The text of count UTF-16 units as UTF-8: a zero-terminated Str that the caller frees with os_free, or the
 // empty Str. Unpaired surrogates become replacement characters.
 Str utf8_from_wide(const wchar_t *wide, int32_t count);
-
-// UTF-16 units of the executable's path, its zero included.
-constexpr uint32_t longest_exe_path = 260;
-
-// Replaces the path of a file by that of the file it links to. Returns the path's new length in units, or
-// units, with path unchanged, when it cannot be resolved or the new path is too long.
-uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units);
-
-// A system time as the layer's own record.
-struct DateTime;
-DateTime date_time_from_system(const SYSTEMTIME &time);

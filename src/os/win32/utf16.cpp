@@ -1,0 +1,37 @@
+#include "os/win32/utf16.h"
+
+int32_t wide_length(Str text, int32_t most_units) {
+    if (text.count == 0) {
+        return 0;
+    }
+    // A unit stands for at most three bytes, so a longer text cannot fit either.
+    if (text.count > static_cast<uint64_t>(most_units) * 3) {
+        return -1;
+    }
+    int32_t units = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(text.count), nullptr, 0);
+    return units > most_units ? -1 : units;
+}
+
+wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
+    int32_t written = 0;
+    if (units > 0) { // with no room at all the call would only measure again
+        // The text may be a field that is being edited, so it may not be the one that was measured any more.
+        written = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(text.count), wide, units);
+    }
+    wide[written] = 0;
+    return wide;
+}
+
+Str utf8_from_wide(const wchar_t *wide, int32_t count) {
+    int32_t bytes =
+        count > 0 ? WideCharToMultiByte(CP_UTF8, 0, wide, count, nullptr, 0, nullptr, nullptr) : 0;
+    char *data = static_cast<char *>(os_alloc(static_cast<uint64_t>(bytes) + 1));
+    if (!data) {
+        return {};
+    }
+    if (bytes > 0) {
+        WideCharToMultiByte(CP_UTF8, 0, wide, count, data, bytes, nullptr, nullptr);
+    }
+    data[bytes] = 0;
+    return {static_cast<uint64_t>(bytes), data};
+}
