@@ -1,4 +1,4 @@
-// The clipboard: text for the editor, and what else other programs copied.
+// The clipboard: text for the editor.
 //
 // A text is offered in two formats at once: as UTF-16, and as bytes, which for this program's own texts are
 // UTF-8. On Linux there is no desktop's clipboard but one inside the process, for tests and tools.
@@ -24,19 +24,3 @@ Str os_clipboard_get_text();
 // When another program holds it open the result is 0 all the same, which is meant, and the system drops the
 // text.
 int32_t os_clipboard_set_text(Str text);
-
-// ---- Other contents (each system) ----
-
-// Writes a debug line for each format that the clipboard offers, "CLIP %i = %s\n" with its number and its
-// name, in the order that the system lists them. No lines when the clipboard cannot be opened.
-void os_clipboard_list_formats();
-
-// What a file manager or a browser left. Both texts are owned by the caller and freed with os_free; data is
-// null for what is not there.
-struct ClipboardContent {
-    Str file_name; // format "FileNameW": a path as UTF-8, zero-terminated, with the separators it came with
-    Str png;       // format "image/png": the file's bytes; the system may have added some at the end
-};
-
-// Returns what is there of the two; nothing when the clipboard cannot be opened.
-ClipboardContent os_clipboard_get_content();

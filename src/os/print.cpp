@@ -4,14 +4,11 @@
 
 #include <stdarg.h>
 #include <stdio.h>
-#include <string.h>
 
 // The same settings as in stb_sprintf.cpp.
 #define STB_SPRINTF_MIN 1024
 #define STB_SPRINTF_NOUNALIGNED
 #include <stb_sprintf.h>
-
-// ---- Formatted output ----
 
 namespace {
 
@@ -57,17 +54,4 @@ void os_debug_print(const char *format, ...) {
     va_start(arguments, format);
     vfprintf(stdout, format, arguments);
     va_end(arguments);
-}
-
-// ---- Input ----
-
-Str os_read_line(char *line, int32_t size) {
-    if (!fgets(line, size, stdin)) {
-        return {};
-    }
-    uint64_t count = strlen(line);
-    if (count > 0 && line[count - 1] == '\n') {
-        line[--count] = 0;
-    }
-    return {count, line};
 }

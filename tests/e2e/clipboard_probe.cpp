@@ -9,6 +9,7 @@
 
 #include "os/clipboard.h"
 #include "os/console.h"
+#include "os/toolkit/clipboard.h"
 
 namespace {
 

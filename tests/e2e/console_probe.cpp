@@ -9,6 +9,7 @@
 #include "os/console.h"
 #include "os/files.h"
 #include "os/threads.h"
+#include "os/toolkit/console.h"
 
 #ifdef _WIN32
 #include <windows.h>

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "os/console.h"
-#include "os/crash.h"
+#include "os/toolkit/crash.h"
 
 #ifdef _WIN32
 #include <windows.h>

@@ -3,7 +3,6 @@
 #include <string.h>
 
 #include "os/clipboard.h"
-#include "os/console.h"
 #include "os/memory.h"
 
 ProcessClipboard process_clipboard;
@@ -15,12 +14,7 @@ void process_clipboard_clear() {
     }
 }
 
-// ---- Text ----
-
-namespace {
-
-// A zero-terminated copy in the heap; the empty Str for null data or without memory.
-Str copy_of(Str text) {
+Str clipboard_copy(Str text) {
     char *copy = text.data ? static_cast<char *>(os_alloc(text.count + 1)) : nullptr;
     if (!copy) {
         return {};
@@ -30,9 +24,13 @@ Str copy_of(Str text) {
     return {text.count, copy};
 }
 
-Str copy_to_zero(Str text) {
-    return copy_of({text.data ? strnlen(text.data, text.count) : 0, text.data});
+Str clipboard_copy_to_zero(Str text) {
+    return clipboard_copy({text.data ? strnlen(text.data, text.count) : 0, text.data});
 }
+
+// ---- Text ----
+
+namespace {
 
 // Bytes of the character at a place of the text, is_valid then 1; or bytes that one replacement character
 // stands for: the start of a character that does not go on, or a byte that starts none.
@@ -84,7 +82,7 @@ Str os_clipboard_get_text() {
     Str wide = process_clipboard.blocks[CLIPBOARD_WIDE_TEXT];
     Str bytes = process_clipboard.blocks[CLIPBOARD_BYTE_TEXT];
     process_clipboard.is_open = !wide.data && !bytes.data;
-    return copy_to_zero(wide.data ? wide : bytes);
+    return clipboard_copy_to_zero(wide.data ? wide : bytes);
 }
 
 int32_t os_clipboard_set_text(Str text) {
@@ -96,7 +94,7 @@ int32_t os_clipboard_set_text(Str text) {
     if (!wide.data) {
         return 1;
     }
-    Str bytes = copy_of(text.count > 0 ? text : str_from(""));
+    Str bytes = clipboard_copy(text.count > 0 ? text : str_from(""));
     if (!bytes.data) {
         os_free(wide.data);
         return 2;
@@ -108,26 +106,4 @@ int32_t os_clipboard_set_text(Str text) {
     process_clipboard.blocks[CLIPBOARD_BYTE_TEXT] = bytes;
     process_clipboard.is_open = 0;
     return 0;
-}
-
-// ---- Other contents ----
-
-void os_clipboard_list_formats() {
-    static constexpr struct {
-        int32_t number; // as on Windows, where the last two get any number from 49152 on
-        const char *name;
-    } formats[CLIPBOARD_FORMAT_COUNT] = {
-        {13, "CF_UNICODETEXT"}, {1, "CF_TEXT"}, {49152, "FileNameW"}, {49153, "image/png"}};
-    for (int32_t i = 0; i < CLIPBOARD_FORMAT_COUNT; i++) {
-        if (process_clipboard.blocks[i].data) {
-            os_debug_print("CLIP %i = %s\n", formats[i].number, formats[i].name);
-        }
-    }
-    process_clipboard.is_open = 0;
-}
-
-ClipboardContent os_clipboard_get_content() {
-    process_clipboard.is_open = 0;
-    return {copy_to_zero(process_clipboard.blocks[CLIPBOARD_FILE_NAME]),
-            copy_of(process_clipboard.blocks[CLIPBOARD_PNG])};
 }

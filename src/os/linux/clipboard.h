@@ -21,3 +21,9 @@ extern ProcessClipboard process_clipboard;
 
 // Frees all that is offered.
 void process_clipboard_clear();
+
+// A zero-terminated copy that the caller frees with os_free; the empty Str for null data or out of memory.
+Str clipboard_copy(Str text);
+
+// The same for the text up to its first zero byte.
+Str clipboard_copy_to_zero(Str text);

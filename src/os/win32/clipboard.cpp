@@ -1,23 +1,19 @@
 #include "os/clipboard.h"
 
 #include <string.h>
-#include <windows.h>
 
-#include "os/console.h"
 #include "os/memory.h"
+#include "os/win32/clipboard.h"
 #include "os/win32/utf16.h"
 
-// ---- Text ----
+// ---- Blocks ----
 
-namespace {
-
-// The UTF-16 text in a locked block as UTF-8: up to its first zero, or all of a block that has none.
-Str text_from_wide(HANDLE handle, const void *block) {
+Str clipboard_text_from_wide(HANDLE handle, const void *block) {
     const wchar_t *wide = static_cast<const wchar_t *>(block);
     return utf8_from_wide(wide, static_cast<int32_t>(wcsnlen(wide, GlobalSize(handle) / sizeof(wchar_t))));
 }
 
-Str copy_bytes(const void *bytes, uint64_t count) {
+Str clipboard_copy(const void *bytes, uint64_t count) {
     char *copy = static_cast<char *>(os_alloc(count + 1));
     if (!copy) {
         return {};
@@ -27,23 +23,22 @@ Str copy_bytes(const void *bytes, uint64_t count) {
     return {count, copy};
 }
 
-// No code page is asked: the bytes are taken to be UTF-8.
-Str text_from_bytes(HANDLE handle, const void *block) {
-    return copy_bytes(block, strnlen(static_cast<const char *>(block), GlobalSize(handle)));
-}
-
-Str all_bytes(HANDLE handle, const void *block) {
-    return copy_bytes(block, GlobalSize(handle));
-}
-
-// What convert makes of the clipboard's block; empty when the handle is null or the block cannot be locked.
-Str read_block(HANDLE handle, Str (*convert)(HANDLE handle, const void *block)) {
+Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, const void *block)) {
     Str text = {};
     if (void *block = handle ? GlobalLock(handle) : nullptr) {
         text = convert(handle, block);
         GlobalUnlock(handle);
     }
     return text;
+}
+
+// ---- Text ----
+
+namespace {
+
+// No code page is asked: the bytes are taken to be UTF-8.
+Str text_from_bytes(HANDLE handle, const void *block) {
+    return clipboard_copy(block, strnlen(static_cast<const char *>(block), GlobalSize(handle)));
 }
 
 // A block for the clipboard, refused like one of the heap.
@@ -59,9 +54,9 @@ Str os_clipboard_get_text() {
     }
     Str text;
     if (HANDLE wide = GetClipboardData(CF_UNICODETEXT)) {
-        text = read_block(wide, text_from_wide);
+        text = clipboard_read(wide, clipboard_text_from_wide);
     } else if (HANDLE bytes = GetClipboardData(CF_TEXT)) {
-        text = read_block(bytes, text_from_bytes);
+        text = clipboard_read(bytes, text_from_bytes);
     } else {
         return {}; // with the clipboard left open, which is meant
     }
@@ -97,43 +92,4 @@ int32_t os_clipboard_set_text(Str text) {
     GlobalUnlock(wide_block);
     GlobalUnlock(byte_block);
     return 0;
-}
-
-// ---- Other contents ----
-
-namespace {
-
-// By number; the system itself names only the formats that programs register.
-constexpr const char *system_formats[] = {
-    "",        "CF_TEXT",        "CF_BITMAP",      "CF_METAFILEPICT", "CF_SYLK",    "CF_DIF",
-    "CF_TIFF", "CF_OEMTEXT",     "CF_DIB",         "CF_PALETTE",      "CF_PENDATA", "CF_RIFF",
-    "CF_WAVE", "CF_UNICODETEXT", "CF_ENHMETAFILE", "CF_HDROP",        "CF_LOCALE",  "CF_DIBV5",
-};
-static_assert(sizeof(system_formats) / sizeof(system_formats[0]) == CF_MAX);
-
-} // namespace
-
-void os_clipboard_list_formats() {
-    if (!OpenClipboard(nullptr)) {
-        return;
-    }
-    for (UINT format = EnumClipboardFormats(0); format != 0; format = EnumClipboardFormats(format)) {
-        wchar_t wide[256]; // no name is longer
-        Str registered = utf8_from_wide(wide, GetClipboardFormatNameW(format, wide, 256));
-        const char *name = format < CF_MAX ? system_formats[format] : registered.data ? registered.data : "";
-        os_debug_print("CLIP %i = %s\n", static_cast<int32_t>(format), name);
-        os_free(registered.data);
-    }
-    CloseClipboard();
-}
-
-ClipboardContent os_clipboard_get_content() {
-    if (!OpenClipboard(nullptr)) {
-        return {};
-    }
-    ClipboardContent content;
-    content.file_name = read_block(GetClipboardData(RegisterClipboardFormatW(L"FileNameW")), text_from_wide);
-    content.png = read_block(GetClipboardData(RegisterClipboardFormatW(L"image/png")), all_bytes);
-    CloseClipboard();
-    return content;
 }

@@ -1,4 +1,4 @@
-#include "os/crash.h"
+#include "os/toolkit/crash.h"
 
 // ---- Descriptions ----
 

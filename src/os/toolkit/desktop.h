@@ -1,0 +1,32 @@
+// The desktop: the mouse pointer, synthetic input, the monitors, and pictures of windows.
+//
+// All of these return 0 when there is no desktop or it refuses; always so on Linux. Places count from the
+// primary monitor's upper left corner.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/rect.h"
+
+// Fills in where the mouse pointer is. On failure point stays as it is.
+uint8_t os_mouse_position(Point *point);
+
+enum SentButton : uint8_t {
+    SENT_BUTTON_LEFT,
+    SENT_BUTTON_RIGHT,
+    SENT_BUTTON_MIDDLE,
+};
+
+// Synthetic input, which goes to where the user's own would go. Returns whether the system took it.
+uint8_t os_send_mouse_move(Point point);
+uint8_t os_send_mouse_button(SentButton button, uint8_t is_down);
+uint8_t os_send_mouse_wheel(int32_t notches);               // positive: away from the user
+uint8_t os_send_key(uint16_t virtual_key, uint8_t is_down); // virtual_key: the system's code of the key
+
+// Fills in the monitors' places on the desktop, capacity of them at most, in the system's order. Returns how
+// many.
+uint32_t os_monitors(Rect *monitors, uint32_t capacity);
+
+// Puts a picture of a window's client area, as it is on the screen, on the clipboard. window: the system's
+// handle.
+uint8_t os_copy_window_to_clipboard(void *window);
