@@ -195,6 +195,6 @@ uint8_t expand_row_text(const FileEntry &file, const ResultRecord &hit) {
 
 void expand_command(const FileEntry *file, const ResultRecord *hit) {
     if (expand_row_text(*file, *hit)) {
-        os_run_process(strbuf_text(&row_text), {}, 0);
+        os_run_process(strbuf_text(&row_text), 0);
     }
 }

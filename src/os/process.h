@@ -7,23 +7,14 @@
 // but by the result.
 //
 // show_console: 0 starts a console program without a console window; on Linux without the terminal, its
-// standard files leading nowhere unless they are pipes.
+// standard files leading nowhere.
 #pragma once
 
-#include <stddef.h>
 #include <stdint.h>
 
 #include "os/strings.h"
 
 // ---- One command (each system) ----
-
-// Gets a piece of a child's output, 1 to 4096 bytes that are valid during the call only.
-typedef void OutputCallback(void *context, Str chunk);
-
-struct ProcessOutput {
-    OutputCallback *callback; // null: the output is not wanted
-    void *context;            // handed to callback; the layer leaves it alone
-};
 
 // What a child that still runs has as its exit code.
 constexpr uint32_t exit_code_still_running = 259;
@@ -31,59 +22,9 @@ constexpr uint32_t exit_code_still_running = 259;
 // Starts a command and returns the child's exit code, or 1 when it could not be started or its code not read;
 // on Linux the code is the lowest eight bits, or 128 and the number of the signal that ended it.
 //
-// Without a callback it does not wait: the code is read at once and normally is exit_code_still_running,
-// whatever becomes of the command. The child inherits no handles; what the system keeps for it is not given
-// back, which is meant.
-//
-// With a callback, that gets all of the child's output and errors, in order, and the call returns once the
-// child and whatever inherited its output have closed it, on Linux once the child has ended, too. The child's
-// input never ends, for this side of both pipes is left open, which is meant: after a failure to start the
-// other side is, too. When the code cannot be read, a debug line "2886" is written.
-uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console);
-
-// ---- A child to talk with (each system) ----
-
-// Filled by os_process_start, and in use from then until os_process_kill.
-struct Process {
-    // the pipes' ends, handles of the system; the child's stay open on this side, too
-    void *child_input;  // the child reads its input here
-    void *input;        // this process writes to it; not inherited
-    void *output;       // this process reads from it; not inherited
-    void *child_output; // the child writes its output and its errors here
-
-    uint32_t creation_flags; // what show_console means to the system; 0 on Linux
-
-    // the system's own records, opaque here
-    uint64_t pipe_security[3]; // how the pipes were made; zeros on Linux
-    uint64_t start_info[13];   // what the child was started with; zeros on Linux
-    uint64_t process_info[3];  // handles of the child and of its thread, and their ids; on Linux its id first
-};
-
-// Starts a command with pipes as its standard files and returns at once: 0, or 1 when a pipe or the child is
-// refused. After a failure the pipes made until then are left open, which is meant, and process is not to be
-// used.
-int32_t os_process_start(Process *process, Str cmd, uint8_t show_console);
-
-// Writes count bytes to the child's input, waiting while the pipe is full. Returns the bytes written, or -1;
-// to a child that has gone only after os_init, without which a system may end the program.
-int64_t os_process_write(Process *process, uint32_t count, const char *data);
-
-// Reads at most max bytes of what the child has written so far into buffer, without waiting. Returns the
-// bytes read; 0 when nothing is waiting, also when the child has ended; -1 on failure, also once the child is
-// killed and nothing is left to read.
-int64_t os_process_read(Process *process, uint32_t max, char *buffer);
-
-// Whether the child still runs.
-uint8_t os_process_is_running(const Process *process);
-
-// Waits at most 5000 ms until the child has set up its windows and waits for input. Returns whether it does;
-// always 0 for a program without windows, and on Linux.
-uint8_t os_process_wait_idle(const Process *process);
-
-// Ends the child if it still runs, with exit code 0 where the system lets choose, and gives the process back:
-// its handles and the child's ends of the pipes. This side's ends stay open, which is meant; what the child
-// had written can still be read. Once only. Returns the result of the last closing: not 0 when it worked.
-int32_t os_process_kill(Process *process);
+// Does not wait: the code is read at once and normally is exit_code_still_running, whatever becomes of the
+// command. The child inherits no handles. What the system keeps for it is never given back.
+uint32_t os_run_process(Str cmd, uint8_t show_console);
 
 // ---- Desktop (each system) ----
 
@@ -91,8 +32,3 @@ int32_t os_process_kill(Process *process);
 // program. Returns 0, or 1 when the system refuses: on Windows once the user has closed the system's own
 // message about it, on Linux, where xdg-open does the work, when there is no such path or no xdg-open.
 int32_t os_shell_open(Str path);
-
-static_assert(sizeof(Process) == 192 && offsetof(Process, input) == 8 && offsetof(Process, output) == 16 &&
-              offsetof(Process, child_output) == 24 && offsetof(Process, creation_flags) == 32 &&
-              offsetof(Process, pipe_security) == 40 && offsetof(Process, start_info) == 64 &&
-              offsetof(Process, process_info) == 168);

@@ -126,10 +126,9 @@ TEST(Command, ATemplateWithoutABraceIsStartedUnchanged) {
     EXPECT_EQ(command_of("}"), "}");
 }
 
-TEST(Command, IsStartedWithoutAConsoleAndWithoutItsOutput) {
+TEST(Command, IsStartedWithoutAConsole) {
     command_of("x");
     ASSERT_EQ(recorded_commands.size(), 1u);
-    EXPECT_FALSE(recorded_commands[0].wants_output);
     EXPECT_EQ(recorded_commands[0].show_console, 0);
 }
 

@@ -116,7 +116,6 @@ std::string commands() {
     std::string texts;
     for (const RecordedCommand &command : recorded_commands) {
         EXPECT_TRUE(command.is_zero_terminated);
-        EXPECT_FALSE(command.wants_output);
         EXPECT_EQ(command.show_console, 0);
         texts += command.text + "|";
     }

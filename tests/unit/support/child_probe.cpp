@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "os/files.h"
-#include "os/process.h"
+#include "os/toolkit/process.h"
 
 #ifdef _WIN32
 #include <fcntl.h>

@@ -6,9 +6,8 @@
 std::vector<RecordedCommand> recorded_commands;
 std::vector<std::string> recorded_opened_paths;
 
-uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) {
-    recorded_commands.push_back(
-        {to_string(cmd), cmd.data[cmd.count] == 0, on_output.callback != nullptr, show_console});
+uint32_t os_run_process(Str cmd, uint8_t show_console) {
+    recorded_commands.push_back({to_string(cmd), cmd.data[cmd.count] == 0, show_console});
     return exit_code_still_running;
 }
 

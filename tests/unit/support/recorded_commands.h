@@ -10,7 +10,6 @@
 struct RecordedCommand {
     std::string text;
     bool is_zero_terminated;
-    bool wants_output;
     uint8_t show_console;
 };
 

@@ -1,0 +1,156 @@
+#include "os/toolkit/process.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include "os/console.h"
+#include "os/linux/process.h"
+
+namespace {
+
+int file_of(void *handle) {
+    return static_cast<int>(reinterpret_cast<intptr_t>(handle));
+}
+
+void *handle_of(int file) {
+    return reinterpret_cast<void *>(static_cast<intptr_t>(file));
+}
+
+// A pipe whose ends no child inherits, above the standard files so that they can be put in a child's place of
+// these. Returns 0 when the system refuses.
+uint8_t make_pipe(void **read_end, void **write_end) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return 0;
+    }
+    uint8_t is_made = 1;
+    for (int &end : ends) {
+        if (end <= STDERR_FILENO) {
+            int low = end;
+            end = fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+            close(low);
+            is_made &= end >= 0;
+        }
+    }
+    *read_end = handle_of(ends[0]);
+    *write_end = handle_of(ends[1]);
+    return is_made;
+}
+
+pid_t id_of(const Process *process) {
+    return static_cast<pid_t>(process->process_info[0]);
+}
+
+// Gives an ended child's record back to the system.
+void forget_child(pid_t child) {
+    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+ssize_t read_some(int file, char *bytes, uint64_t count) {
+    ssize_t got;
+    do {
+        got = read(file, bytes, count);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+} // namespace
+
+// ---- A command with its output ----
+
+uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) {
+    if (!on_output.callback) {
+        return os_run_process(cmd, show_console);
+    }
+    Process process;
+    if (os_process_start(&process, cmd, show_console) != 0) {
+        return 1;
+    }
+    // With the child's ends open here the output would never end.
+    close(file_of(process.child_output));
+    close(file_of(process.child_input));
+    char chunk[4096];
+    for (;;) {
+        ssize_t count = read_some(file_of(process.output), chunk, sizeof(chunk));
+        if (count <= 0) {
+            break;
+        }
+        on_output.callback(on_output.context, {static_cast<uint64_t>(count), chunk});
+    }
+    siginfo_t info;
+    // A child closes its output before the system knows how it ended.
+    uint8_t is_read = look_at_child(id_of(&process), 0, &info);
+    forget_child(id_of(&process));
+    if (!is_read) {
+        os_debug_print("%i\n", 2886);
+        return 1;
+    }
+    return exit_code_from(info); // this side's ends of the pipes stay open, which is meant
+}
+
+// ---- A child to talk with ----
+
+int32_t os_process_start(Process *process, Str cmd, uint8_t show_console) {
+    *process = {};
+    // A failure on the way leaves open what there is by then, which is meant.
+    if (!make_pipe(&process->output, &process->child_output) ||
+        !make_pipe(&process->child_input, &process->input)) {
+        return 1;
+    }
+    pid_t child =
+        start_command(cmd, file_of(process->child_input), file_of(process->child_output), show_console);
+    if (child < 0) {
+        return 1;
+    }
+    process->process_info[0] = static_cast<uint64_t>(child);
+    return 0;
+}
+
+int64_t os_process_write(Process *process, uint32_t count, const char *data) {
+    int64_t done = 0;
+    while (done < count) {
+        ssize_t put = write(file_of(process->input), data + done, count - static_cast<uint64_t>(done));
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put < 0) {
+            return -1;
+        }
+        done += put;
+    }
+    return done;
+}
+
+int64_t os_process_read(Process *process, uint32_t max, char *buffer) {
+    pollfd waiting = {file_of(process->output), POLLIN, 0};
+    int count;
+    do {
+        count = poll(&waiting, 1, 0);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0 || (count > 0 && !(waiting.revents & POLLIN))) {
+        return -1; // nobody is left who could write
+    }
+    return count == 0 ? 0 : read_some(waiting.fd, buffer, max);
+}
+
+uint8_t os_process_is_running(const Process *process) {
+    siginfo_t info;
+    return look_at_child(id_of(process), WNOHANG, &info) && info.si_pid == 0;
+}
+
+uint8_t os_process_wait_idle(const Process *) {
+    return 0;
+}
+
+int32_t os_process_kill(Process *process) {
+    if (os_process_is_running(process)) {
+        kill(id_of(process), SIGKILL);
+    }
+    forget_child(id_of(process));
+    close(file_of(process->child_output));
+    return close(file_of(process->child_input)) == 0;
+}

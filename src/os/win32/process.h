@@ -1,0 +1,8 @@
+// How children are started, for the layer's own files.
+#pragma once
+
+#include <stdint.h>
+#include <windows.h>
+
+// What show_console means to CreateProcess.
+DWORD creation_flags_for(uint8_t show_console);
