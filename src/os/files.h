@@ -4,8 +4,8 @@
 
 #include <stdint.h>
 
+#include "os/date_time.h"
 #include "os/strings.h"
-#include "os/threads.h"
 
 // ---- Whole files (each system) ----
 

@@ -10,6 +10,7 @@
 #include "os/files.h"
 #include "os/threads.h"
 #include "os/toolkit/console.h"
+#include "os/toolkit/threads.h"
 
 #ifdef _WIN32
 #include <windows.h>

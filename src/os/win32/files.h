@@ -3,7 +3,7 @@
 
 #include <windows.h>
 
-#include "os/threads.h"
+#include "os/date_time.h"
 
 // UTF-16 units of the executable's path, its zero included.
 constexpr uint32_t longest_exe_path = 260;

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "os/threads.h"
+#include "os/toolkit/threads.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/telling_tree.h"

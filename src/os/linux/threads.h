@@ -1,0 +1,8 @@
+// Times to wait until, for the layer's own files.
+#pragma once
+
+#include <stdint.h>
+#include <time.h>
+
+// Moves the time on by ms milliseconds.
+void add_ms(timespec *time, uint32_t ms);

@@ -1,0 +1,60 @@
+// Stopping threads, locks, and further units of the clocks. Only the interface suspends, resumes and kills
+// threads.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/threads.h"
+
+// ---- Threads (each system) ----
+
+// Stops a running thread until os_thread_resume. A thread that is suspended already stays so, once; a null
+// record or handle is allowed.
+void os_thread_suspend(Thread *thread);
+
+// Lets a suspended thread go on; nothing happens for any other one. A null record is allowed.
+void os_thread_resume(Thread *thread);
+
+// Ends a thread wherever it is, suspended ones too: it gives back no lock and no memory. The record is freed;
+// the system's handle is not closed, which is meant.
+void os_thread_kill(Thread *thread);
+
+// Ends no thread: it only writes a debug line that says so. That is meant.
+void os_abort_all_threads();
+
+// ---- Locks (each system) ----
+
+// A lock that one thread holds at a time, and that its holder may enter again. Opaque: the system's own
+// record.
+struct Lock {
+    uint64_t words[5];
+};
+
+// Returns a lock that nobody holds. It may be moved until its first use, and not from then on.
+Lock os_lock_init();
+
+// Gives back what a lock that nobody holds took from the system.
+void os_lock_free(Lock *lock);
+
+// Takes the lock, waiting until no other thread holds it.
+void os_lock_enter(Lock *lock);
+
+// Leaves the lock, which the calling thread holds: once for each entering.
+void os_lock_leave(Lock *lock);
+
+// ---- Clocks and sleeping (one version for all systems) ----
+
+// os_ticks in microseconds, wrapping as os_ticks_to_us does.
+inline int64_t os_now_us() {
+    return os_ticks_to_us(os_ticks());
+}
+
+// os_now_us in whole milliseconds.
+inline int64_t os_now_ms() {
+    return os_now_us() / 1000;
+}
+
+// Sleeps for s seconds. The milliseconds are cut to 32 bits; that is meant.
+inline void os_sleep_s(uint32_t s) {
+    os_sleep_ms(s * 1000);
+}

@@ -1,0 +1,318 @@
+#include "os/toolkit/threads.h"
+
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "os/memory.h"
+#include "support/threads.h"
+
+namespace {
+
+// What a counting thread shares with its test.
+struct Counter {
+    volatile uint64_t count = 0;
+    volatile uint8_t is_asked_to_end = 0;
+};
+
+uint32_t count_until_asked(void *record) {
+    Counter *counter = static_cast<Counter *>(static_cast<Thread *>(record)->user_data);
+    while (!counter->is_asked_to_end) {
+        counter->count = counter->count + 1;
+    }
+    return 7;
+}
+
+uint32_t count_with_sleeps(void *record) {
+    Counter *counter = static_cast<Counter *>(static_cast<Thread *>(record)->user_data);
+    while (!counter->is_asked_to_end) {
+        counter->count = counter->count + 1;
+        os_sleep_ms(1);
+    }
+    return 7;
+}
+
+bool goes_on(const Counter &counter) {
+    uint64_t before = counter.count;
+    return eventually([&] { return counter.count != before; });
+}
+
+// A system may return from suspending a moment before the thread has stopped.
+bool comes_to_a_stop(const Counter &counter) {
+    return eventually([&] {
+        uint64_t before = counter.count;
+        os_sleep_ms(50);
+        return counter.count == before;
+    });
+}
+
+// Lets a counting thread end by itself and gives its record back.
+void end_thread(Thread *thread, Counter *counter) {
+    counter->is_asked_to_end = 1;
+    void *handle = thread->handle;
+#ifdef _WIN32
+    DWORD code = 0;
+    EXPECT_EQ(WaitForSingleObject(handle, patience_s * 1000), DWORD{WAIT_OBJECT_0});
+    EXPECT_TRUE(GetExitCodeThread(handle, &code));
+    EXPECT_EQ(code, 7u);
+    os_thread_kill(thread); // frees the record of a thread that has ended, too
+    EXPECT_TRUE(CloseHandle(handle));
+#else
+    clockid_t clock;
+    EXPECT_TRUE(
+        eventually([&] { return pthread_getcpuclockid(reinterpret_cast<pthread_t>(handle), &clock) != 0; }));
+    os_thread_kill(thread); // frees the record of a thread that has ended, too
+    EXPECT_EQ(wait_for_end(handle), Ending::returned);
+#endif
+}
+
+class ThreadControl : public testing::Test {
+protected:
+    void SetUp() override {
+        os_init();
+    }
+};
+
+// ---- Suspending ----
+
+TEST_F(ThreadControl, ASuspendedThreadStandsStillUntilItIsResumed) {
+    Counter counter;
+    Thread *thread = os_thread_start(count_until_asked, &counter);
+    ASSERT_NE(thread, nullptr);
+    EXPECT_TRUE(goes_on(counter));
+
+    os_thread_suspend(thread);
+    EXPECT_EQ(thread->suspended, 1);
+    EXPECT_TRUE(comes_to_a_stop(counter));
+
+    os_thread_resume(thread);
+    EXPECT_EQ(thread->suspended, 0);
+    EXPECT_TRUE(goes_on(counter));
+    end_thread(thread, &counter);
+}
+
+#ifndef _WIN32
+TEST_F(ThreadControl, AThreadHasStoppedOnceSuspendReturns) {
+    Counter counter;
+    Thread *thread = os_thread_start(count_until_asked, &counter);
+    ASSERT_NE(thread, nullptr);
+    for (int round = 0; round < 1000; round++) {
+        os_thread_suspend(thread);
+        uint64_t stopped_at = counter.count;
+        for (int i = 0; i < 5; i++) {
+            os_sleep_ms(0);
+        }
+        ASSERT_EQ(counter.count, stopped_at);
+        os_thread_resume(thread);
+    }
+    end_thread(thread, &counter);
+}
+#endif
+
+TEST_F(ThreadControl, ASleepingThreadCanBeSuspended) {
+    Counter counter;
+    Thread *thread = os_thread_start(count_with_sleeps, &counter);
+    ASSERT_NE(thread, nullptr);
+    EXPECT_TRUE(goes_on(counter));
+    os_thread_suspend(thread);
+    EXPECT_TRUE(comes_to_a_stop(counter));
+    os_thread_resume(thread);
+    EXPECT_TRUE(goes_on(counter));
+    end_thread(thread, &counter);
+}
+
+TEST_F(ThreadControl, SuspendingTwiceSuspendsOnce) {
+    Counter counter;
+    Thread *thread = os_thread_start(count_until_asked, &counter);
+    ASSERT_NE(thread, nullptr);
+    EXPECT_TRUE(goes_on(counter));
+    os_thread_suspend(thread);
+    os_thread_suspend(thread);
+    EXPECT_TRUE(comes_to_a_stop(counter));
+    os_thread_resume(thread);
+    EXPECT_TRUE(goes_on(counter));
+    end_thread(thread, &counter);
+}
+
+TEST_F(ThreadControl, ResumingAThreadThatIsNotSuspendedDoesNothing) {
+    Counter counter;
+    Thread *thread = os_thread_start(count_until_asked, &counter);
+    ASSERT_NE(thread, nullptr);
+    os_thread_resume(thread);
+    EXPECT_EQ(thread->suspended, 0);
+    EXPECT_TRUE(goes_on(counter));
+    // A resumption kept for later would undo this suspension.
+    os_thread_suspend(thread);
+    EXPECT_TRUE(comes_to_a_stop(counter));
+    os_thread_resume(thread);
+    end_thread(thread, &counter);
+}
+
+TEST_F(ThreadControl, SuspendingAndResumingAThreadThatHasEndedReturns) {
+    Counter counter;
+    counter.is_asked_to_end = 1;
+    Thread *thread = os_thread_start(count_until_asked, &counter);
+    ASSERT_NE(thread, nullptr);
+    os_thread_suspend(thread);
+    EXPECT_EQ(thread->suspended, 1);
+    os_thread_resume(thread);
+    EXPECT_EQ(thread->suspended, 0);
+    end_thread(thread, &counter);
+}
+
+TEST_F(ThreadControl, ANullRecordOrHandleIsNeitherSuspendedNorResumed) {
+    os_thread_suspend(nullptr);
+    os_thread_resume(nullptr);
+    Thread without_handle = {};
+    os_thread_suspend(&without_handle);
+    os_thread_resume(&without_handle);
+    EXPECT_EQ(without_handle.suspended, 0);
+}
+
+// ---- Killing ----
+
+TEST_F(ThreadControl, AKilledThreadEndsWhereverItIs) {
+    for (ThreadRoutine *routine : {count_until_asked, count_with_sleeps}) {
+        Counter counter;
+        Thread *thread = os_thread_start(routine, &counter);
+        ASSERT_NE(thread, nullptr);
+        EXPECT_TRUE(goes_on(counter));
+        void *handle = thread->handle;
+        os_thread_kill(thread);
+        EXPECT_EQ(wait_for_end(handle), Ending::killed);
+        uint64_t count = counter.count;
+        os_sleep_ms(5);
+        EXPECT_EQ(counter.count, count);
+    }
+}
+
+TEST_F(ThreadControl, ASuspendedThreadCanBeKilled) {
+    Counter counter;
+    Thread *thread = os_thread_start(count_until_asked, &counter);
+    ASSERT_NE(thread, nullptr);
+    // A thread that is killed while it starts takes the system's own locks with it, and the next one waits
+    // for ever.
+    EXPECT_TRUE(goes_on(counter));
+    os_thread_suspend(thread);
+    EXPECT_TRUE(comes_to_a_stop(counter));
+    void *handle = thread->handle;
+    os_thread_kill(thread);
+    EXPECT_EQ(wait_for_end(handle), Ending::killed);
+}
+
+TEST_F(ThreadControl, AbortingAllThreadsOnlyWritesADebugLine) {
+    Counter counter;
+    Thread *thread = os_thread_start(count_until_asked, &counter);
+    ASSERT_NE(thread, nullptr);
+    testing::internal::CaptureStdout();
+    os_abort_all_threads();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "* TODO * os_abort_all_threads\n");
+    EXPECT_TRUE(goes_on(counter));
+    end_thread(thread, &counter);
+}
+
+// ---- Locks ----
+
+struct Account {
+    Lock lock = os_lock_init();
+    volatile uint64_t balance = 0;
+};
+
+constexpr uint64_t rounds = 20000;
+
+uint32_t pay_in_under_the_lock(void *record) {
+    Account *account = static_cast<Account *>(static_cast<Thread *>(record)->user_data);
+    for (uint64_t i = 0; i < rounds; i++) {
+        os_lock_enter(&account->lock);
+        uint64_t balance = account->balance;
+        if (i % 100 == 0) {
+            os_sleep_ms(0); // so that the other thread gets its chance in between
+        }
+        account->balance = balance + 1;
+        os_lock_leave(&account->lock);
+    }
+    return 0;
+}
+
+TEST_F(ThreadControl, ALockKeepsTwoThreadsApart) {
+    Account account;
+    Thread *first = os_thread_start(pay_in_under_the_lock, &account);
+    Thread *second = os_thread_start(pay_in_under_the_lock, &account);
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(wait_for_end(first->handle), Ending::returned);
+    EXPECT_EQ(wait_for_end(second->handle), Ending::returned);
+    EXPECT_EQ(account.balance, 2 * rounds);
+    os_lock_free(&account.lock);
+    os_free(first);
+    os_free(second);
+}
+
+// Takes the lock and leaves it again if nobody else holds it, and returns whether that is so.
+uint32_t try_lock(void *record) {
+    Lock *lock = static_cast<Lock *>(static_cast<Thread *>(record)->user_data);
+#ifdef _WIN32
+    bool is_free = TryEnterCriticalSection(reinterpret_cast<CRITICAL_SECTION *>(lock->words));
+#else
+    bool is_free = pthread_mutex_trylock(reinterpret_cast<pthread_mutex_t *>(lock->words)) == 0;
+#endif
+    if (is_free) {
+        os_lock_leave(lock);
+    }
+    return is_free ? 3 : 2;
+}
+
+bool is_free_for_another_thread(Lock *lock) {
+    Thread *thread = os_thread_start(try_lock, lock);
+    uint32_t result = 0;
+    EXPECT_EQ(wait_for_end(thread->handle, &result), Ending::returned);
+    os_free(thread);
+    return result == 3;
+}
+
+TEST_F(ThreadControl, ALockThatWasEnteredTwiceIsFreeAfterLeavingTwice) {
+    Lock lock = os_lock_init();
+    EXPECT_TRUE(is_free_for_another_thread(&lock));
+    os_lock_enter(&lock);
+    os_lock_enter(&lock);
+    os_lock_leave(&lock);
+    EXPECT_FALSE(is_free_for_another_thread(&lock));
+    os_lock_leave(&lock);
+    EXPECT_TRUE(is_free_for_another_thread(&lock));
+    os_lock_free(&lock);
+}
+
+// ---- Clocks and sleeping ----
+
+TEST_F(ThreadControl, TheClocksAgreeAndNeverGoBack) {
+    int64_t us = os_now_us();
+    int64_t ticks_as_us = os_ticks_to_us(os_ticks());
+    int64_t ms = os_now_ms();
+    int64_t us_later = os_now_us();
+    EXPECT_LE(us, ticks_as_us);
+    EXPECT_LE(ticks_as_us / 1000, ms);
+    EXPECT_LE(ms, us_later / 1000);
+    EXPECT_LE(ticks_as_us, us_later);
+}
+
+TEST_F(ThreadControl, ASleepInSecondsLastsAtLeastAboutAsLongAsAsked) {
+    // Wide margin: a system may wake a sleeper up to one step of its clock too early.
+    int64_t start = os_ticks();
+    os_sleep_s(1);
+    EXPECT_GE(os_ticks() - start, os_ticks_per_second * 900 / 1000);
+    os_sleep_s(0);
+}
+
+#ifdef _WIN32
+TEST_F(ThreadControl, ASleepInSecondsIsAlertable) {
+    volatile uint8_t is_called = 0;
+    PAPCFUNC note_call = [](ULONG_PTR flag) { *reinterpret_cast<volatile uint8_t *>(flag) = 1; };
+    ASSERT_NE(QueueUserAPC(note_call, GetCurrentThread(), reinterpret_cast<ULONG_PTR>(&is_called)), 0u);
+    os_sleep_s(patience_s);
+    EXPECT_EQ(is_called, 1);
+}
+#endif
+
+} // namespace
