@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "os/files.h"
+#include "os/replace_file.h"
 #include "search/search_state.h"
 
 SavedLists saved_lists;
@@ -271,33 +272,26 @@ uint8_t saved_list_contents(const StrBuf *field, StrBuf *out) {
 
 // ---- Files ----
 
-// A file cannot be shortened, so it is deleted and written anew. For a program that is killed in between, a
-// second file holds the new content from before the deletion until the first file is whole again. It begins
-// with the content's length, so a second file that was cut off itself shows: then the first one has not been
-// touched yet. A first file that was cut off is missing, or a strict beginning of what the second one holds.
-// docs/architecture.md has every state of the two files.
-
 namespace {
 
-constexpr uint64_t length_size = sizeof(uint64_t);
 constexpr uint64_t longest_folder = 4096; // bytes; the systems' own limits are lower
 constexpr uint64_t longest_name = 32;
 
 struct FilePath {
     char bytes[longest_folder + longest_name];
-    Str text;
 };
 
 struct FilePaths {
     FilePath first;
     FilePath second;
     FilePath earlier;
+    ReplacedFile file; // of these bytes
 };
 
-void join(FilePath *path, Str folder, const char *name) {
+Str join(FilePath *path, Str folder, const char *name) {
     memcpy(path->bytes, folder.data, folder.count);
     memcpy(path->bytes + folder.count, name, strlen(name) + 1);
-    path->text = str_from(path->bytes);
+    return str_from(path->bytes);
 }
 
 // Returns 0 when no files are to be used.
@@ -306,112 +300,17 @@ uint8_t file_paths(const FieldList *saved, FilePaths *paths) {
     if (!saved || folder.count == 0 || folder.count > longest_folder) {
         return 0;
     }
-    join(&paths->first, folder, saved->file_name);
-    join(&paths->second, folder, saved->second_name);
-    join(&paths->earlier, folder, saved->earlier_name);
+    paths->file = {join(&paths->first, folder, saved->file_name),
+                   join(&paths->second, folder, saved->second_name),
+                   join(&paths->earlier, folder, saved->earlier_name)};
     return 1;
 }
 
-// What a second file's bytes hold after the length; null data when they are not whole.
-Str content_of_second(Str second) {
-    if (second.count < length_size) {
-        return {};
-    }
-    uint64_t length;
-    memcpy(&length, second.data, length_size);
-    return length == second.count - length_size ? Str{length, second.data + length_size} : Str{};
-}
-
-// Reads a file; null data when there is none, or a folder of that name. Returns 0, with null data, when it is
-// there and cannot be read.
-uint8_t read_file(Str path, Str *contents) {
-    *contents = os_file_read_all(path);
-    return contents->data || !os_path_exists(path) || os_path_is_folder(path);
-}
-
-enum ListPlace : uint8_t {
-    LIST_UNKNOWN, // one of the files cannot be read
-    LIST_IN_FIRST,
-    LIST_IN_SECOND, // the replacement of the first file was cut off
-};
-
-// Finds the file that has the list. second: all bytes of the second file, freed with os_file_free; null data
-// when there is none or it cannot be read.
-ListPlace find_list(Str first_path, Str second_path, Str *second) {
-    if (!read_file(second_path, second)) {
-        return LIST_UNKNOWN;
-    }
-    Str content = content_of_second(*second);
-    if (!content.data) {
-        return LIST_IN_FIRST; // not touched yet
-    }
-    Str first;
-    ListPlace place = read_file(first_path, &first) ? LIST_IN_FIRST : LIST_UNKNOWN;
-    if (place == LIST_IN_FIRST && first.count < content.count &&
-        str_equal(first, {first.count, content.data})) {
-        place = LIST_IN_SECOND;
-    }
-    os_file_free(&first);
-    return place;
-}
-
-// Deletes the first file and writes it anew. Returns 0: written, 1: could not be deleted and is as it was, 2:
-// deleted and could not be written.
-int32_t replace_first(Str first_path, Str content) {
-    // Written over a longer old content, the new one would keep the old one's end.
-    if (os_file_delete(first_path) != 0) {
-        return 1;
-    }
-    return os_file_write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0 : 2;
-}
-
-// Finishes a replacement that was cut off and deletes the second file. Returns 0 when that is not possible.
-uint8_t settle_files(Str first_path, Str second_path) {
-    Str second;
-    ListPlace place = find_list(first_path, second_path, &second);
-    if (place == LIST_IN_SECOND && replace_first(first_path, content_of_second(second)) == 0) {
-        place = LIST_IN_FIRST;
-    }
-    os_file_free(&second);
-    return place == LIST_IN_FIRST && os_file_delete(second_path) == 0;
-}
-
-// second: the content with its length before it.
-void replace_file(const FilePaths *paths, Str second) {
-    Str content = content_of_second(second);
-    if (!settle_files(paths->first.text, paths->second.text)) {
-        if (os_path_is_folder(paths->second.text)) {
-            replace_first(paths->first.text, content); // a kill in between, or a full disk, loses the list
-        }
-        return;
-    }
-    // Without the second file the first is not touched: what keeps the one from being made may keep the other
-    // from being made again.
-    if (os_file_write(paths->second.text, static_cast<uint32_t>(second.count), second.data) != 0 ||
-        replace_first(paths->first.text, content) != 2) {
-        os_file_delete(paths->second.text);
-    }
-}
-
-// Returns 0, with nothing loaded, when the list cannot be read.
-uint8_t load(const FilePaths *paths, StrBuf *field, uint8_t restore_text) {
-    settle_files(paths->first.text, paths->second.text);
-    Str first = {};
-    Str second;
-    ListPlace place = find_list(paths->first.text, paths->second.text, &second);
-    if (place == LIST_IN_FIRST) { // what a second file of this version has is newer
-        settle_files(paths->first.text, paths->earlier.text);
-    }
-    uint8_t is_read = 1;
-    if (place != LIST_IN_SECOND) {
-        // A second file that cannot be read may have the list only while the first has none.
-        is_read = read_file(paths->first.text, &first) && (place == LIST_IN_FIRST || first.count > 0);
-    }
-    saved_list_load_contents(field, place == LIST_IN_SECOND ? content_of_second(second) : first,
-                             restore_text);
-    os_file_free(&first);
-    os_file_free(&second);
-    return is_read;
+void load(const FieldList *saved, const ReplacedFile *file, uint8_t restore_text) {
+    Str contents;
+    *saved->is_unread = !read_replaced_file(file, &contents);
+    saved_list_load_contents(saved->field, contents, restore_text);
+    os_file_free(&contents);
 }
 
 } // namespace
@@ -420,7 +319,7 @@ void saved_list_load(StrBuf *field, uint8_t restore_text) {
     const FieldList *saved = field_list_of(field);
     FilePaths paths;
     if (file_paths(saved, &paths)) {
-        *saved->is_unread = !load(&paths, field, restore_text);
+        load(saved, &paths.file, restore_text);
     }
 }
 
@@ -432,18 +331,16 @@ void saved_list_write(const StrBuf *field) {
     }
     // A list that could not be read at the start must not be replaced by one without its entries.
     if (*saved->is_unread) {
-        *saved->is_unread = !load(&paths, saved->field, 0);
+        load(saved, &paths.file, 0);
         if (*saved->is_unread) {
             return;
         }
     }
-    StrBuf second;
-    strbuf_init(&second, 16384);
-    strbuf_append(&second, length_size, nullptr); // room for the length, filled in below
-    if (saved_list_contents(field, &second)) {
-        uint64_t length = second.count - length_size;
-        memcpy(second.data, &length, length_size);
-        replace_file(&paths, strbuf_text(&second));
+    StrBuf block;
+    strbuf_init(&block, 16384);
+    strbuf_append(&block, replaced_length_size, nullptr);
+    if (saved_list_contents(field, &block)) {
+        replace_file(&paths.file, strbuf_text(&block));
     }
-    os_free(second.data);
+    os_free(block.data);
 }

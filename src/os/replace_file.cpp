@@ -1,0 +1,114 @@
+#include "os/replace_file.h"
+
+#include <string.h>
+
+#include "os/files.h"
+
+namespace {
+
+// What a second file's bytes hold after the length; null data when they are not whole.
+Str content_of_second(Str second) {
+    if (second.count < replaced_length_size) {
+        return {};
+    }
+    uint64_t length;
+    memcpy(&length, second.data, replaced_length_size);
+    return length == second.count - replaced_length_size ? Str{length, second.data + replaced_length_size}
+                                                         : Str{};
+}
+
+// Reads a file; null data when there is none, or a folder of that name. Returns 0, with null data, when it is
+// there and cannot be read.
+uint8_t read_file(Str path, Str *content) {
+    *content = os_file_read_all(path);
+    return content->data || !os_path_exists(path) || os_path_is_folder(path);
+}
+
+enum ContentPlace : uint8_t {
+    CONTENT_UNKNOWN, // one of the files cannot be read
+    CONTENT_IN_FIRST,
+    CONTENT_IN_SECOND, // the replacement of the first file was cut off
+};
+
+// Finds the file that has the content. second: all bytes of the second file, freed with os_file_free; null
+// data when there is none or it cannot be read.
+ContentPlace find_content(Str first_path, Str second_path, Str *second) {
+    if (!read_file(second_path, second)) {
+        return CONTENT_UNKNOWN;
+    }
+    Str content = content_of_second(*second);
+    if (!content.data) {
+        return CONTENT_IN_FIRST; // not touched yet
+    }
+    Str first;
+    ContentPlace place = read_file(first_path, &first) ? CONTENT_IN_FIRST : CONTENT_UNKNOWN;
+    if (place == CONTENT_IN_FIRST && first.count < content.count &&
+        str_equal(first, {first.count, content.data})) {
+        place = CONTENT_IN_SECOND;
+    }
+    os_file_free(&first);
+    return place;
+}
+
+// Deletes the first file and writes it anew. Returns 0: written, 1: could not be deleted and is as it was, 2:
+// deleted and could not be written.
+int32_t replace_first(Str first_path, Str content) {
+    // Written over a longer old content, the new one would keep the old one's end.
+    if (os_file_delete(first_path) != 0) {
+        return 1;
+    }
+    return os_file_write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0 : 2;
+}
+
+// Finishes a replacement that was cut off and deletes the second file. Returns 0 when that is not possible.
+uint8_t finish_replacement(Str first_path, Str second_path) {
+    Str second;
+    ContentPlace place = find_content(first_path, second_path, &second);
+    if (place == CONTENT_IN_SECOND && replace_first(first_path, content_of_second(second)) == 0) {
+        place = CONTENT_IN_FIRST;
+    }
+    os_file_free(&second);
+    return place == CONTENT_IN_FIRST && os_file_delete(second_path) == 0;
+}
+
+} // namespace
+
+uint8_t read_replaced_file(const ReplacedFile *file, Str *content) {
+    finish_replacement(file->first, file->second);
+    Str second;
+    ContentPlace place = find_content(file->first, file->second, &second);
+    if (place == CONTENT_IN_SECOND) {
+        second.count -= replaced_length_size;
+        memmove(second.data, second.data + replaced_length_size, second.count);
+        *content = second;
+        return 1;
+    }
+    os_file_free(&second);
+    if (place == CONTENT_IN_FIRST) { // what a second file of this version has is newer
+        finish_replacement(file->first, file->earlier);
+    }
+    // A second file that cannot be read may have the content only while the first has none.
+    if (!read_file(file->first, content) || (place == CONTENT_UNKNOWN && content->count == 0)) {
+        os_file_free(content);
+        return 0;
+    }
+    return 1;
+}
+
+void replace_file(const ReplacedFile *file, Str block) {
+    uint64_t length = block.count - replaced_length_size;
+    memcpy(block.data, &length, replaced_length_size);
+    Str content = content_of_second(block);
+    if (!finish_replacement(file->first, file->second)) {
+        if (os_path_is_folder(file->second)) {
+            replace_first(file->first, content); // a kill in between, or a full disk, loses the content
+        }
+        return;
+    }
+    // Without the second file the first is not touched: what keeps the one from being made may keep the other
+    // from being made again.
+    if (os_file_write(file->second, static_cast<uint32_t>(block.count), block.data) != 0 ||
+        replace_first(file->first, content) != 2) {
+        os_file_delete(file->second);
+    }
+}

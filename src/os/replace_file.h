@@ -1,0 +1,35 @@
+// Replaces a whole file so that a program killed at any moment leaves either the old content or the new one.
+// One version for all systems, above files.h.
+//
+// A file cannot be shortened, so it is deleted and written anew. Before that, a second file gets the new
+// content, which it keeps until the first file is whole again. It begins with the content's length, so a
+// second file that was cut off is noticed: the first one has not been touched then. A first file that was
+// cut off is missing, or a strict beginning of what the second one holds. docs/architecture.md has every
+// state of the two files.
+//
+// How to use it: read_replaced_file at each start, then replace_file for each new content.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/strings.h"
+
+// The paths of a file that is replaced, in the same folder.
+struct ReplacedFile {
+    Str first;   // the file itself
+    Str second;  // exists while the first is being replaced; no longer than first
+    Str earlier; // what an earlier version called the second file: finished too, then deleted
+};
+
+// A block for replace_file begins with this many bytes for the length, in bytes, of the content after them.
+inline constexpr uint64_t replaced_length_size = sizeof(uint64_t);
+
+// Finishes a replacement that was cut off and reads the content; a missing file's is empty. Freed with
+// os_file_free. Returns 0, with null data, when the content is in a file that cannot be read, or may be: then
+// the file must not be replaced.
+uint8_t read_replaced_file(const ReplacedFile *file, Str *content);
+
+// Replaces the file by what follows the block's first bytes, which are filled in here. A failure is not
+// reported: the old content stays, or the second file has the new one. With a folder in the second file's
+// place only, a kill in between or a full disk may lose both.
+void replace_file(const ReplacedFile *file, Str block);
