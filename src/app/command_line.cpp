@@ -2,8 +2,8 @@
 
 #include <string.h>
 
-#include "app/saved_lists.h"
 #include "search/search_state.h"
+#include "ui/saved_lists.h"
 
 namespace {
 

@@ -4,7 +4,6 @@
 
 #include "app/input.h"
 #include "app/results_view.h"
-#include "app/saved_lists.h"
 #include "app/scratch.h"
 #include "app/scrolling.h"
 #include "app/settings.h"
@@ -14,6 +13,7 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field_widget.h"
+#include "ui/saved_lists.h"
 #include "ui/ui_state.h"
 
 FrameClock frame_clock;

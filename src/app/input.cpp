@@ -2,7 +2,6 @@
 
 #include <iterator>
 
-#include "app/saved_lists.h"
 #include "app/scratch.h"
 #include "app/scrolling.h"
 #include "os/files.h"
@@ -10,6 +9,7 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/line_editor.h"
+#include "ui/saved_lists.h"
 #include "ui/ui_state.h"
 
 namespace {

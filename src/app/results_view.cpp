@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "actions/command_template.h"
-#include "app/saved_lists.h"
 #include "app/scratch.h"
 #include "app/settings.h"
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "ui/saved_lists.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 #include "app/startup.h"
 
 #include "app/command_line.h"
-#include "app/saved_lists.h"
 #include "app/settings.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/line_editor.h"
+#include "ui/saved_lists.h"
 #include "ui/ui_state.h"
 
 namespace {

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "app/saved_lists.h"
 #include "os/console.h"
 #include "render/draw.h"
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/line_editor.h"
+#include "ui/saved_lists.h"
 
 namespace {
 

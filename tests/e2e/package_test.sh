@@ -88,7 +88,7 @@ grep -q ' \.text ' "$work/sections" || failed 'the program has no code'
 
 # Whose code is in it, by the linker's own account; THIRD_PARTY_NOTICES.txt names them all.
 expect_lines 'the libraries' "$(printf '%s\n' libgcc libgdi32 libkernel32 libmingw32 libmingwex libmsvcrt libshell32 \
-    libtarnwick_{actions,app,os,render,saved_lists,search,ui,window} libuser32 | LC_ALL=C sort)" \
+    libtarnwick_{actions,app,os,render,search,ui,window} libuser32 | LC_ALL=C sort)" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package/tarnwick.map" |
         grep -oE '[A-Za-z0-9_+-]+\.a\(' | tr -d '.(' | sed 's/a$//' | LC_ALL=C sort -u)"
 

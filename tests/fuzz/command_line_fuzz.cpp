@@ -6,9 +6,9 @@
 
 #include "app/command_line.h"
 #include "app/plain_command_line.h"
-#include "app/plain_saved_lists.h"
 #include "fuzz.h"
 #include "search/search_state.h"
+#include "ui/plain_saved_lists.h"
 
 namespace {
 

@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "app/plain_saved_lists.h"
-#include "app/saved_lists.h"
 #include "fuzz.h"
 #include "os/files.h"
 #include "search/search_state.h"
+#include "ui/plain_saved_lists.h"
+#include "ui/saved_lists.h"
 
 // ---- Files in memory, in the place of the system's ----
 

@@ -29,7 +29,6 @@
 
 #include "app/frame.h"
 #include "app/input.h"
-#include "app/saved_lists.h"
 #include "app/scratch.h"
 #include "app/startup.h"
 #include "os/files.h"
@@ -38,6 +37,7 @@
 #include "os/threads.h"
 #include "os/window.h"
 #include "search/search_state.h"
+#include "ui/saved_lists.h"
 #include "ui/ui_state.h"
 
 namespace {

@@ -1,67 +1,20 @@
 // The program's state as start-up finds it, for one test, with nothing left of it afterwards.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "app/saved_lists.h"
 #include "app/scratch.h"
 #include "app/settings.h"
 #include "os/files.h"
+#include "os/memory.h"
 #include "render/font.h"
-#include "search/search_state.h"
-#include "support/test_tree.h"
-
-// What a field holds now.
-inline std::string text_of(const StrBuf &field) {
-    return to_string(strbuf_text(&field));
-}
-
-// A list's entries with '|' between them, those that are removed in parentheses.
-inline std::string entries_of(const DynArray &list) {
-    std::string entries;
-    for (uint64_t row = 0; row < list.count; row++) {
-        const SavedEntry *entry = saved_entry_at(&list, row);
-        std::string text = to_string(saved_entry_text(entry));
-        entries += (row > 0 ? "|" : "") + (entry->in_use ? text : "(" + text + ")");
-    }
-    return entries;
-}
-
-// Frees a list's entries.
-inline void empty_list(DynArray *list) {
-    for (uint64_t row = 0; row < list->count; row++) {
-        os_free(saved_entry_at(list, row)->text);
-    }
-    list->count = 0;
-}
-
-// Makes these the field's entries, those that are removed in parentheses.
-inline void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
-    empty_list(saved_list_of(field));
-    std::string file = "\n";
-    for (const std::string &entry : entries) {
-        file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
-    }
-    saved_list_load_contents(field, str_over(file), 0);
-    for (uint64_t row = 0; row < entries.size(); row++) {
-        saved_entry_at(saved_list_of(field), row)->in_use = entries[row][0] != '(';
-    }
-}
+#include "ui/saved_lists_scope.h"
 
 // Empty fields and lists, a scratch arena, the settings' defaults, no font, no folder.
-class AppScope : SearchScope {
+class AppScope : SavedListsScope {
 public:
     AppScope() : first_settings(settings) {
-        saved_lists_reserve();
         scratch_create();
     }
     ~AppScope() {
-        for (DynArray *list : {&saved_lists.paths, &saved_lists.queries}) {
-            empty_list(list);
-            os_free(list->data);
-        }
-        saved_lists = {};
         os_free(scratch->data);
         os_free(scratch);
         scratch = nullptr;

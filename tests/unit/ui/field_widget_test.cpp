@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "app/app_scope.h"
 #include "render/draw.h"
 #include "render/font_scope.h"
 #include "render/text.h"
@@ -15,6 +14,7 @@
 #include "support/heap_hook.h"
 #include "support/picture.h"
 #include "support/ui_scope.h"
+#include "ui/saved_lists_scope.h"
 
 namespace {
 
@@ -93,7 +93,7 @@ std::string difference(const Drawing &a, const Drawing &b) {
 }
 
 // The two fields, empty, without focus, with files in a folder of their own.
-struct Fields : SearchScope {
+struct Fields : SavedListsScope {
     UiScope ui;
     FontScope the_font;
     TestTree tree;
@@ -102,17 +102,9 @@ struct Fields : SearchScope {
     LayoutCursor cursor = {};
 
     explicit Fields(const std::string &font_path = default_font_path()) : the_font(font_path) {
-        saved_lists_reserve();
         saved_lists.folder = str_over(folder);
         search_state.request_pending = 0;
         ui_begin_frame();
-    }
-    ~Fields() {
-        for (DynArray *list : {&saved_lists.paths, &saved_lists.queries}) {
-            empty_list(list);
-            os_free(list->data);
-        }
-        saved_lists = {};
     }
 
     static void complete(const char *name) {

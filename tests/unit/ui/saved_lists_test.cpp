@@ -1,4 +1,4 @@
-#include "app/saved_lists.h"
+#include "ui/saved_lists.h"
 
 #include <gtest/gtest.h>
 
@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "app/app_scope.h"
 #include "render/font_scope.h"
 #include "support/each_step.h"
 #include "support/heap_hook.h"
+#include "ui/saved_lists_scope.h"
 
 namespace {
 
@@ -85,7 +85,7 @@ TEST(PathCleaning, MayLeaveNothing) {
 }
 
 TEST(PathCleaning, OfAFieldMovesTheTextToItsStartWithAZeroBehindIt) {
-    AppScope app;
+    SavedListsScope lists;
     set_field(path, "  \"D:\\x\" ");
     path_clean_field(path, 1);
     EXPECT_EQ(text_of(*path), "D:/x");
@@ -102,7 +102,7 @@ TEST(PathCleaning, OfAFieldMovesTheTextToItsStartWithAZeroBehindIt) {
 
 #ifndef _WIN32
 TEST(PathCleaning, OfAFieldHasAZeroBehindTheCountAtEveryMoment) {
-    AppScope app;
+    SavedListsScope lists;
     set_field(path, "   C:/src ");
     EXPECT_EQ(states_while([] { path_clean_field(path, 1); }, 2,
                            [] {
@@ -117,7 +117,7 @@ TEST(PathCleaning, OfAFieldHasAZeroBehindTheCountAtEveryMoment) {
 // ---- Entries ----
 
 TEST(SavedEntries, OwnACopyWhoseCapacityIsEightOrAPowerOfTwoFrom16) {
-    AppScope app;
+    SavedListsScope lists;
     const std::vector<std::pair<size_t, uint64_t>> capacities = {{1, 8},   {7, 8},    {8, 8},      {9, 16},
                                                                  {16, 16}, {17, 32},  {32, 32},    {33, 64},
                                                                  {64, 64}, {65, 128}, {1000, 1024}};
@@ -142,7 +142,7 @@ TEST(SavedEntries, OwnACopyWhoseCapacityIsEightOrAPowerOfTwoFrom16) {
 }
 
 TEST(SavedEntries, WithoutMemoryForItsTextOneIsEmptyKeptAndWrittenAsAnEmptyLine) {
-    AppScope app;
+    SavedListsScope lists;
     std::string file = "\na\nb\nc\n";
     {
         int asked = 0;
@@ -160,7 +160,7 @@ TEST(SavedEntries, WithoutMemoryForItsTextOneIsEmptyKeptAndWrittenAsAnEmptyLine)
 }
 
 TEST(SavedEntries, TheListDoublesUpTo32768AndStepsBy1048576FromThere) {
-    AppScope app;
+    SavedListsScope lists;
     std::string file = "\n";
     for (int i = 0; i < 32769; i++) {
         file += "x\n";
@@ -181,7 +181,7 @@ TEST(SavedEntries, TheListDoublesUpTo32768AndStepsBy1048576FromThere) {
 }
 
 TEST(SavedEntries, AListThatCannotGrowIsEmptied) {
-    AppScope app;
+    SavedListsScope lists;
     LeakScope texts_stay;
     std::string file = "\n";
     for (int i = 0; i < 130; i++) { // the list goes at the 129th, and takes no 130th
@@ -201,7 +201,7 @@ TEST(SavedEntries, AListThatCannotGrowIsEmptied) {
 }
 
 TEST(SavedEntries, AFieldIsNamedByItsText) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(saved_list_of(path), &saved_lists.paths);
     EXPECT_EQ(saved_list_of(query), &saved_lists.queries);
     StrBuf other = {};
@@ -220,7 +220,7 @@ TEST(SavedEntries, AFieldIsNamedByItsText) {
 }
 
 TEST(SavedEntries, AreFoundByTheirBytesAndState) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"(a)", "ab", "a", "(ab)", "A"});
     const auto row_of = [](const char *text, SavedEntryState state) {
         const SavedEntry *entry = saved_list_find(&saved_lists.queries, str_from(text), state);
@@ -239,7 +239,7 @@ TEST(SavedEntries, AreFoundByTheirBytesAndState) {
 // ---- Loading ----
 
 TEST(SavedListLoading, TheFirstLineIsTheTextTheLaterOnesAreEntries) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(path, "C:\\src\r\nD:\\a\\b\\\r\nE:\\x"), "C:/src: D:/a/b/|E:/x");
     EXPECT_EQ(loaded(query, "foo\r\nbar\r\nbaz\r\n"), "foo: bar|baz");
     EXPECT_EQ(loaded(query, "foo\nbar\nbaz"), "foo: bar|baz");
@@ -247,47 +247,47 @@ TEST(SavedListLoading, TheFirstLineIsTheTextTheLaterOnesAreEntries) {
 }
 
 TEST(SavedListLoading, TheFirstLineNeverBecomesAnEntryEvenWhenTheTextIsNotRestored) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(query, "foo\r\nbar\r\n", false), "old: bar");
     EXPECT_EQ(loaded(path, "C:/a\r\nD:/b\r\n", false), "old: D:/b");
     EXPECT_EQ(loaded(query, "foo\r\n", false), "old: ");
 }
 
 TEST(SavedListLoading, AFileOfOneLineWithoutALineEndIsAnEntryAndThatIsMeant) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(query, "abc"), "old: abc");
     EXPECT_EQ(loaded(path, "abc"), "old: abc");
 }
 
 TEST(SavedListLoading, AnEmptyFirstLineLeavesTheField) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(query, "\r\nbar"), "old: bar");
     EXPECT_EQ(loaded(query, "\nbar"), "old: bar");
     EXPECT_EQ(loaded(path, "\r\n"), "old: ");
 }
 
 TEST(SavedListLoading, AnEmptyFileChangesNothing) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(path, ""), "old: ");
     saved_list_load_contents(path, {}, 1);
     EXPECT_EQ(text_of(*path), "old");
 }
 
 TEST(SavedListLoading, LaterLinesOfPathsAreCleanedAndEmptyOnesSkipped) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(path, "x\n  \"D:/x\" \r\nD:\\y\\\\ \n \" \" \n\n\r\nE:/\n"), "x: D:/x|D:/y//|E:/");
     // Those of queries are not.
     EXPECT_EQ(loaded(query, "x\n  \"D\" \r\n \n\n\r\n\t\n"), "x:   \"D\" | |\t");
 }
 
 TEST(SavedListLoading, TheFirstLineOfPathsIsNotCleaned) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(path, " \"D:\\x\" \t\r\n"), " \"D:/x\" \t: ");
     EXPECT_EQ(loaded(path, "  \n"), "  : ");
 }
 
 TEST(SavedListLoading, WhatNoLineFeedEndsIsTakenAsItStands) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(path, "x\n \"D:\\y\" \r"), "x:  \"D:/y\" \r");
     EXPECT_EQ(loaded(query, "x\n\r"), "x: \r");
     EXPECT_EQ(loaded(path, "x\n "), "x:  ");
@@ -295,23 +295,23 @@ TEST(SavedListLoading, WhatNoLineFeedEndsIsTakenAsItStands) {
 }
 
 TEST(SavedListLoading, OneCarriageReturnBeforeALineFeedIsDropped) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(query, "a\r\r\nb\r\r\nc\rd\r\n"), "a\r: b\r|c\rd");
     EXPECT_EQ(loaded(path, "a\nb\r\r\nc\rd\r\n"), "a: b|c d");
 }
 
 TEST(SavedListLoading, BackslashesBecomeSlashesInQueriesTooAndThatIsMeant) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(query, "a\\b\r\nc\\d\r\n\\e"), "a/b: c/d|/e");
 }
 
 TEST(SavedListLoading, DuplicatesAreKept) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(query, "a\nb\nb\na\nb"), "a: b|b|a|b");
 }
 
 TEST(SavedListLoading, AByteOrderMarkAndZeroBytesAreBytesLikeOthers) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(loaded(path, "\xEF\xBB\xBF"
                            "C:\\a\r\n\xEF\xBB\xBF"
                            "b\r\n"),
@@ -323,7 +323,7 @@ TEST(SavedListLoading, AByteOrderMarkAndZeroBytesAreBytesLikeOthers) {
 }
 
 TEST(SavedListLoading, ALongFirstLineGrowsTheFieldAndStaysOutWithoutMemoryForIt) {
-    AppScope app;
+    SavedListsScope lists;
     std::string line(5000, 'x');
     EXPECT_EQ(loaded(query, line + "\nb"), line + ": b");
     os_free(query->data);
@@ -333,7 +333,7 @@ TEST(SavedListLoading, ALongFirstLineGrowsTheFieldAndStaysOutWithoutMemoryForIt)
 }
 
 TEST(SavedListLoading, TenMegabytesOfGarbageAreTakenLineByLine) {
-    AppScope app;
+    SavedListsScope lists;
     std::mt19937 random(11);
     std::string garbage(10000000, 0);
     for (char &byte : garbage) {
@@ -357,7 +357,7 @@ TEST(SavedListLoading, TenMegabytesOfGarbageAreTakenLineByLine) {
 // ---- Contents ----
 
 TEST(SavedListContents, AreTheTextAndTheLiveEntriesWithCrLfBetweenThem) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(path, {"D:/a/", "(gone)", "E:/x"});
     set_field(path, "C:/src");
     EXPECT_EQ(contents(path), "C:/src\r\nD:/a/\r\nE:/x");
@@ -368,7 +368,7 @@ TEST(SavedListContents, AreTheTextAndTheLiveEntriesWithCrLfBetweenThem) {
 }
 
 TEST(SavedListContents, WithOnlyRemovedEntriesAreTheTextWithoutALineEnd) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"(a)", "(b)"});
     set_field(query, "foo");
     EXPECT_EQ(contents(query), "foo");
@@ -377,7 +377,7 @@ TEST(SavedListContents, WithOnlyRemovedEntriesAreTheTextWithoutALineEnd) {
 }
 
 TEST(SavedListContents, ALineFeedInATextLoadsAsFurtherEntriesAndThatIsMeant) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"e"});
     set_field(query, "a\nb");
     EXPECT_EQ(contents(query), "a\nb\r\ne");
@@ -385,7 +385,7 @@ TEST(SavedListContents, ALineFeedInATextLoadsAsFurtherEntriesAndThatIsMeant) {
 }
 
 TEST(SavedListContents, AreIncompleteWithoutMemory) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"first", "second"});
     set_field(query, "foo");
     for (uint64_t capacity = 0; capacity < 18; capacity++) {
@@ -452,7 +452,7 @@ std::string plainly_loaded(bool is_path, std::string file, bool restore_text) {
 } // namespace
 
 TEST(SavedListModel, RandomFilesLoadAsThePlainReadingLoadsThemAndComeBackFromWhatIsWritten) {
-    AppScope app;
+    SavedListsScope lists;
     static const std::string bytes = std::string("\n\n\r\n\t \"\\/abC:\xC3\xA4") + '\0';
     std::mt19937 random(20263);
     for (int i = 0; i < 20000; i++) {
@@ -479,7 +479,7 @@ TEST(SavedListModel, RandomFilesLoadAsThePlainReadingLoadsThemAndComeBackFromWha
 // ---- The mark ----
 
 TEST(SavedMark, IsSetWhenALiveEntryHoldsTheSameBytes) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"(foo)", "bar", "foo bar"});
     const auto mark_of = [](const std::string &text) {
         set_field(query, text);
@@ -498,7 +498,7 @@ TEST(SavedMark, IsSetWhenALiveEntryHoldsTheSameBytes) {
 }
 
 TEST(SavedMark, ConcernsTheFocusedFieldOnly) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(path, {"D:/x"});
     set_entries(query, {"foo"});
     set_field(path, " D:/x ");
@@ -514,7 +514,7 @@ TEST(SavedMark, ConcernsTheFocusedFieldOnly) {
 }
 
 TEST(SavedMark, CleansThePathInPlaceAndThatIsMeant) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(path, {"C:/Program", "C:/x/"});
     set_field(path, "C:/Program ");
     saved_lists_update_mark(path);
@@ -544,7 +544,7 @@ std::string saved(StrBuf *field, const std::string &text, bool marked = false) {
 } // namespace
 
 TEST(Saving, AppendsTheTextAndSetsTheMark) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(saved(query, "foo"), "foo");
     EXPECT_EQ(saved_lists.query_saved, 1);
     EXPECT_EQ(saved(query, "Foo \t"), "foo|Foo \t"); // as it is typed
@@ -553,7 +553,7 @@ TEST(Saving, AppendsTheTextAndSetsTheMark) {
 }
 
 TEST(Saving, CleansAPathFirst) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(saved(path, " \"D:\\x\\\" "), "D:/x/");
     EXPECT_EQ(text_of(*path), "D:/x/");
     EXPECT_EQ(saved_lists.path_saved, 1);
@@ -561,7 +561,7 @@ TEST(Saving, CleansAPathFirst) {
 }
 
 TEST(Saving, AnEmptyTextSavesNothing) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(saved(query, ""), "");
     EXPECT_EQ(saved(path, ""), "");
     EXPECT_EQ(saved(path, " \" "), ""); // nothing is left of it
@@ -569,7 +569,7 @@ TEST(Saving, AnEmptyTextSavesNothing) {
 }
 
 TEST(Saving, BringsBackARemovedEntryWithoutMarkingItAndThatIsMeant) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"a", "(foo)", "b", "(foo)"});
     EXPECT_EQ(saved(query, "foo"), "a|foo|b|(foo)"); // the first of them, and nothing is appended
     EXPECT_EQ(saved_lists.query_saved, 0);
@@ -578,14 +578,14 @@ TEST(Saving, BringsBackARemovedEntryWithoutMarkingItAndThatIsMeant) {
 }
 
 TEST(Saving, ALiveEntryThatTheMarkDoesNotKnowStays) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"foo", "(foo)"});
     EXPECT_EQ(saved(query, "foo"), "foo|(foo)");
     EXPECT_EQ(saved_lists.query_saved, 0);
 }
 
 TEST(Saving, AMarkedTextChangesNoEntry) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"foo", "(bar)"});
     EXPECT_EQ(saved(query, "foo", true), "foo|(bar)");
     EXPECT_EQ(saved_lists.query_saved, 1);
@@ -594,7 +594,7 @@ TEST(Saving, AMarkedTextChangesNoEntry) {
 }
 
 TEST(Saving, AMarkedTextThatARemovedEntryEqualsIsMarkedAnew) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"(foo)"});
     EXPECT_EQ(saved(query, "foo", true), "(foo)");
     EXPECT_EQ(saved_lists.query_saved, 0);
@@ -604,7 +604,7 @@ TEST(Saving, AMarkedTextThatARemovedEntryEqualsIsMarkedAnew) {
 }
 
 TEST(Saving, OnTheFieldWithoutFocusLeavesItsButtonUnlitAndThatIsMeant) {
-    AppScope app;
+    SavedListsScope lists;
     set_field(path, "D:/x");
     set_field(query, "foo");
     set_entries(query, {"foo"});
@@ -620,7 +620,7 @@ TEST(Saving, OnTheFieldWithoutFocusLeavesItsButtonUnlitAndThatIsMeant) {
 }
 
 TEST(Saving, DeletesTheFirstRemovedEntryForGoodWhenMoreThan20AreRemoved) {
-    AppScope app;
+    SavedListsScope lists;
     std::vector<std::string> entries = removed_entries(21);
     entries.insert(entries.begin(), "live");
     entries.push_back("last");
@@ -642,7 +642,7 @@ TEST(Saving, DeletesTheFirstRemovedEntryForGoodWhenMoreThan20AreRemoved) {
 }
 
 TEST(Saving, KeepsTwentyRemovedEntriesAndDeletesOnlyOneASave) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, removed_entries(20));
     EXPECT_EQ(saved(query, "new").substr(0, 10), "(r1)|(r2)|");
     set_entries(query, removed_entries(30));
@@ -653,14 +653,14 @@ TEST(Saving, KeepsTwentyRemovedEntriesAndDeletesOnlyOneASave) {
 }
 
 TEST(Saving, BringsAnEntryBackBeforeAnythingIsDeleted) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, removed_entries(25));
     EXPECT_EQ(saved(query, "r1").substr(0, 8), "r1|(r2)|");
     EXPECT_EQ(saved_lists.queries.count, 25u);
 }
 
 TEST(Saving, WithoutMemoryForTheTextAddsAnEmptyEntry) {
-    AppScope app;
+    SavedListsScope lists;
     set_field(query, "foo");
     {
         HeapHookScope hook([](uint64_t) { return false; });
@@ -673,7 +673,7 @@ TEST(Saving, WithoutMemoryForTheTextAddsAnEmptyEntry) {
 }
 
 TEST(Saving, TheEntryIsACopy) {
-    AppScope app;
+    SavedListsScope lists;
     EXPECT_EQ(saved(query, "foo"), "foo");
     set_field(query, "bar");
     EXPECT_EQ(entries_of(saved_lists.queries), "foo");
@@ -682,7 +682,7 @@ TEST(Saving, TheEntryIsACopy) {
 // ---- The drop-down's button ----
 
 TEST(Flipping, TurnsALiveEntryIntoARemovedOneAndBack) {
-    AppScope app;
+    SavedListsScope lists;
     set_entries(query, {"a", "foo", "(b)"});
     set_field(query, "foo");
     saved_lists_update_mark(query);

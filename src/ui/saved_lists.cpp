@@ -1,4 +1,4 @@
-#include "app/saved_lists.h"
+#include "ui/saved_lists.h"
 
 #include <string.h>
 

@@ -1,8 +1,7 @@
 // The saved paths and queries: what the drop-down under each of the two fields shows, and the files beside
 // the executable that keep them, with the field's last text, from one start to the next.
 //
-// A field is named by its text: the path or the query of search_state. Interface thread only. Includes
-// nothing above os, because the field widget includes it.
+// A field is named by its text: the path or the query of search_state. Interface thread only.
 //
 // How to use it: set folder, reserve the lists, load both, the paths first. From then on, after each change
 // of the focused field's text, saved_lists_update_mark and saved_list_write.

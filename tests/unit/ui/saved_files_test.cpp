@@ -1,6 +1,6 @@
 // The files of the saved lists: what is on disk after each change, and after a program that was killed.
 
-#include "app/saved_lists.h"
+#include "ui/saved_lists.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "app/app_scope.h"
+#include "os/files.h"
 #include "support/heap_hook.h"
 #include "support/system_files.h"
+#include "ui/saved_lists_scope.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -41,7 +42,7 @@ const std::string earlier_second_file = "saved_queries.txt.new"; // of version 0
 using Bytes = std::optional<std::string>; // a file's; none when it is missing
 
 // The lists' files in a folder of their own.
-class ListFiles : public AppScope {
+class ListFiles : public SavedListsScope {
 public:
     ListFiles() : folder(tree.path() + "/") {
         saved_lists.folder = str_over(folder);

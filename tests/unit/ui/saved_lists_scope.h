@@ -1,0 +1,65 @@
+// The two fields and their saved lists as start-up finds them, for one test, with nothing left of them
+// afterwards.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "os/memory.h"
+#include "search/search_state.h"
+#include "support/test_tree.h"
+#include "ui/saved_lists.h"
+
+// What a field holds now.
+inline std::string text_of(const StrBuf &field) {
+    return to_string(strbuf_text(&field));
+}
+
+// A list's entries with '|' between them, those that are removed in parentheses.
+inline std::string entries_of(const DynArray &list) {
+    std::string entries;
+    for (uint64_t row = 0; row < list.count; row++) {
+        const SavedEntry *entry = saved_entry_at(&list, row);
+        std::string text = to_string(saved_entry_text(entry));
+        entries += (row > 0 ? "|" : "") + (entry->in_use ? text : "(" + text + ")");
+    }
+    return entries;
+}
+
+// Frees a list's entries.
+inline void empty_list(DynArray *list) {
+    for (uint64_t row = 0; row < list->count; row++) {
+        os_free(saved_entry_at(list, row)->text);
+    }
+    list->count = 0;
+}
+
+// Makes these the field's entries, those that are removed in parentheses.
+inline void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
+    empty_list(saved_list_of(field));
+    std::string file = "\n";
+    for (const std::string &entry : entries) {
+        file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
+    }
+    saved_list_load_contents(field, str_over(file), 0);
+    for (uint64_t row = 0; row < entries.size(); row++) {
+        saved_entry_at(saved_list_of(field), row)->in_use = entries[row][0] != '(';
+    }
+}
+
+// Empty fields and lists, no folder.
+class SavedListsScope : SearchScope {
+public:
+    SavedListsScope() {
+        saved_lists_reserve();
+    }
+    ~SavedListsScope() {
+        for (DynArray *list : {&saved_lists.paths, &saved_lists.queries}) {
+            empty_list(list);
+            os_free(list->data);
+        }
+        saved_lists = {};
+    }
+    SavedListsScope(const SavedListsScope &) = delete;
+    SavedListsScope &operator=(const SavedListsScope &) = delete;
+};
