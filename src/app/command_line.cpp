@@ -3,7 +3,6 @@
 #include <string.h>
 
 #include "search/search_state.h"
-#include "ui/saved_lists.h"
 
 namespace {
 
@@ -61,7 +60,7 @@ CommandLine command_line_parse(Str line) {
 void command_line_apply(Str line) {
     CommandLine given = command_line_parse(line);
     if (given.has_path && set_field_text(&search_state.path, given.path)) {
-        path_clean_field(&search_state.path, 1);
+        strbuf_clean_path(&search_state.path, 1);
     }
     if (given.has_query) {
         set_field_text(&search_state.query, given.query);

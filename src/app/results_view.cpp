@@ -8,7 +8,6 @@
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
-#include "ui/saved_lists.h"
 
 namespace {
 

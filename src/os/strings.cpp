@@ -69,6 +69,26 @@ Str str_file_name(Str path) {
     return {path.count - start, path.data + start};
 }
 
+Str path_clean(Str text, uint8_t keep_trailing_slashes) {
+    for (uint64_t i = 0; i < text.count; i++) {
+        char &byte = text.data[i];
+        if (byte == '\n' || byte == '\r' || byte == '\t' || byte == '"') {
+            byte = ' ';
+        } else if (byte == '\\') {
+            byte = '/';
+        }
+    }
+    while (text.count > 0 && text.data[0] == ' ') {
+        text.data++;
+        text.count--;
+    }
+    const auto is_cut_off = [&](char byte) { return byte == ' ' || (byte == '/' && !keep_trailing_slashes); };
+    while (text.count > 0 && is_cut_off(text.data[text.count - 1])) {
+        text.count--;
+    }
+    return text;
+}
+
 // ---- Growth ----
 
 namespace {
@@ -204,6 +224,17 @@ uint8_t strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *read
     data[count] = 0;
     buf->count = count;
     return 1;
+}
+
+void strbuf_clean_path(StrBuf *buf, uint8_t keep_trailing_slashes) {
+    Str text = strbuf_text(buf);
+    if (!text.data) {
+        return;
+    }
+    Str clean = path_clean(text, keep_trailing_slashes);
+    memmove(text.data, clean.data, clean.count);
+    text.data[clean.count] = 0;
+    buf->count = clean.count;
 }
 
 // ---- DynArray ----

@@ -48,6 +48,11 @@ Str str_cut_trailing_whitespace(Str text);
 // What follows the last '\' or '/' of a path; all of it when there is none.
 Str str_file_name(Str path);
 
+// Cleans a typed path in place: line feeds, carriage returns, tabs and double quotes become spaces,
+// backslashes become slashes, and spaces are removed at both ends; without keep_trailing_slashes slashes are
+// removed at the end too. Returns the part of text that is left, without a zero after it.
+Str path_clean(Str text, uint8_t keep_trailing_slashes);
+
 // ---- StrBuf ----
 
 // A growable, zero-terminated text. Its first two fields form a Str.
@@ -80,6 +85,9 @@ uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers);
 // unchanged, when there is no memory for it, also for a text without storage. end may not lie in the text
 // itself. readers: as for strbuf_make_room.
 uint8_t strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers);
+
+// path_clean for a whole text: a shorter one moves to the storage's start, with its zero after it.
+void strbuf_clean_path(StrBuf *buf, uint8_t keep_trailing_slashes);
 
 // ---- DynArray ----
 

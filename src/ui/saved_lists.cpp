@@ -40,39 +40,6 @@ const FieldList *field_list_of(const StrBuf *field) {
 
 } // namespace
 
-// ---- Paths as they are typed ----
-
-Str path_clean(Str text, uint8_t keep_trailing_slashes) {
-    for (uint64_t i = 0; i < text.count; i++) {
-        char &byte = text.data[i];
-        if (byte == '\n' || byte == '\r' || byte == '\t' || byte == '"') {
-            byte = ' ';
-        } else if (byte == '\\') {
-            byte = '/';
-        }
-    }
-    while (text.count > 0 && text.data[0] == ' ') {
-        text.data++;
-        text.count--;
-    }
-    const auto is_cut_off = [&](char byte) { return byte == ' ' || (byte == '/' && !keep_trailing_slashes); };
-    while (text.count > 0 && is_cut_off(text.data[text.count - 1])) {
-        text.count--;
-    }
-    return text;
-}
-
-void path_clean_field(StrBuf *field, uint8_t keep_trailing_slashes) {
-    Str text = strbuf_text(field);
-    if (!text.data) {
-        return;
-    }
-    Str clean = path_clean(text, keep_trailing_slashes);
-    memmove(text.data, clean.data, clean.count);
-    text.data[clean.count] = 0;
-    field->count = clean.count;
-}
-
 // ---- Entries ----
 
 namespace {
@@ -162,7 +129,7 @@ void saved_lists_update_mark(StrBuf *focused) {
     }
     if (saved->is_path) {
         // A blank or a quote typed at the end of the path is gone at once, and that is meant.
-        path_clean_field(focused, 1);
+        strbuf_clean_path(focused, 1);
     }
     *saved->is_saved = saved_list_find(saved->entries, strbuf_text(focused), SAVED_LIVE) != nullptr;
 }
@@ -173,7 +140,7 @@ void saved_list_save(StrBuf *field, StrBuf *focused) {
         return;
     }
     if (saved->is_path) {
-        path_clean_field(field, 1);
+        strbuf_clean_path(field, 1);
     }
     Str text = strbuf_text(field);
     if (*saved->is_saved) {

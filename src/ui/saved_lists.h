@@ -34,16 +34,6 @@ struct SavedLists {
 
 extern SavedLists saved_lists;
 
-// ---- Paths as they are typed ----
-
-// Cleans a path in place: line feeds, carriage returns, tabs and double quotes become spaces, backslashes
-// become slashes, and spaces are taken off both ends, without keep_trailing_slashes slashes off the far end
-// too. Returns the part of text that is left, without a zero behind it.
-Str path_clean(Str text, uint8_t keep_trailing_slashes);
-
-// The same for a whole field. A shorter text moves to the storage's start, with its zero behind it.
-void path_clean_field(StrBuf *field, uint8_t keep_trailing_slashes);
-
 // ---- Entries ----
 
 // Reserves both lists, 128 entries each. A refused one has capacity 0: it takes no entries, and its file is

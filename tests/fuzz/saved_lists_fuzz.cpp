@@ -471,7 +471,7 @@ private:
     }
 
     void clean(size_t which, bool keep) {
-        path_clean_field(fields[which], keep);
+        strbuf_clean_path(fields[which], keep);
         plain[which].text = plain_clean(plain[which].text, keep);
         fuzz_expect("the byte behind a field", fields[which]->data[fields[which]->count], 0);
     }

@@ -134,6 +134,90 @@ TEST(Strings, AFileNameFollowsTheLastSeparatorOfEitherKind) {
     EXPECT_EQ(to_string(str_file_name(str_over(""))), "");
 }
 
+// ---- Paths as they are typed ----
+
+namespace {
+
+std::string cleaned(std::string text, bool keep_trailing_slashes = true) {
+    return to_string(path_clean(str_over(text), keep_trailing_slashes));
+}
+
+// A text with that content; the caller frees its data.
+StrBuf text_with(const char *content) {
+    StrBuf buf;
+    strbuf_init(&buf, 1024);
+    strbuf_append(&buf, strlen(content), content);
+    return buf;
+}
+
+} // namespace
+
+TEST(PathCleaning, TurnsLineEndsTabsAndQuotesIntoSpacesAndBackslashesIntoSlashes) {
+    EXPECT_EQ(cleaned("C:\\src\\a"), "C:/src/a");
+    EXPECT_EQ(cleaned("a\nb\rc\td\"e"), "a b c d e");
+    EXPECT_EQ(cleaned(" \t\"D:/x\"\r\n "), "D:/x");
+    EXPECT_EQ(cleaned("  a  b  "), "a  b");
+    EXPECT_EQ(cleaned("größe \xFF"), "größe \xFF");
+    EXPECT_EQ(cleaned(std::string("\0 a \0", 5)), std::string("\0 a \0", 5)); // a zero byte is no space
+    EXPECT_EQ(cleaned("\v\f"), "\v\f");
+}
+
+TEST(PathCleaning, KeepsTrailingSlashesWhenAsked) {
+    EXPECT_EQ(cleaned("D:\\a\\b\\"), "D:/a/b/");
+    EXPECT_EQ(cleaned("a// "), "a//");
+    EXPECT_EQ(cleaned("a/ / "), "a/ /");
+    EXPECT_EQ(cleaned("/"), "/");
+}
+
+TEST(PathCleaning, ElseTakesOneRunOfBlanksAndSlashesOffTheEnd) {
+    EXPECT_EQ(cleaned("D:\\a\\b\\", false), "D:/a/b");
+    EXPECT_EQ(cleaned("C:/a/ /", false), "C:/a");
+    EXPECT_EQ(cleaned("C:/a / \\ \"/\t", false), "C:/a");
+    EXPECT_EQ(cleaned("//a//", false), "//a"); // only at the end
+    EXPECT_EQ(cleaned("/ /", false), "");
+    EXPECT_EQ(cleaned("C:/", false), "C:");
+}
+
+TEST(PathCleaning, MayLeaveNothing) {
+    for (const char *text : {"", " ", "\"\"", "\r\n\t \""}) {
+        EXPECT_EQ(cleaned(text), "");
+        EXPECT_EQ(cleaned(text, false), "");
+    }
+    EXPECT_EQ(path_clean({}, 1).count, 0u);
+}
+
+TEST(PathCleaning, OfATextMovesItToTheStorageStartWithAZeroAfterIt) {
+    StrBuf path = text_with("  \"D:\\x\" ");
+    strbuf_clean_path(&path, 1);
+    EXPECT_EQ(to_string(strbuf_text(&path)), "D:/x");
+    EXPECT_EQ(path.data[4], 0);
+    EXPECT_EQ(path.capacity, 1024u);
+    os_free(path.data);
+    path = text_with(" /");
+    strbuf_clean_path(&path, 0);
+    EXPECT_EQ(path.count, 0u);
+    EXPECT_EQ(path.data[0], 0);
+    os_free(path.data);
+    StrBuf without_storage = {};
+    strbuf_clean_path(&without_storage, 1);
+    EXPECT_EQ(without_storage.count, 0u);
+}
+
+#ifndef _WIN32
+TEST(PathCleaning, OfATextHasAZeroAfterTheCountAtEveryMoment) {
+    static StrBuf path;
+    path = text_with("   C:/src ");
+    EXPECT_EQ(states_while([] { strbuf_clean_path(&path, 1); }, 2,
+                           [] {
+                               uint64_t count = path.count;
+                               return each_step::State{{static_cast<int64_t>(count), path.data[count]}};
+                           }),
+              "10 0\n"
+              "6 0\n");
+    os_free(path.data);
+}
+#endif
+
 // ---- StrBuf ----
 
 TEST(StrBufInsert, ReservesAnEmptyText) {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "render/font_scope.h"
-#include "support/each_step.h"
 #include "support/heap_hook.h"
 #include "ui/saved_lists_scope.h"
 
@@ -15,10 +14,6 @@ namespace {
 
 StrBuf *const path = &search_state.path;
 StrBuf *const query = &search_state.query;
-
-std::string cleaned(std::string text, bool keep_trailing_slashes = true) {
-    return to_string(path_clean(str_over(text), keep_trailing_slashes));
-}
 
 // What a file's bytes make of a field that held "old" and its empty list: "text: entries".
 std::string loaded(StrBuf *field, const std::string &file, bool restore_text = true) {
@@ -47,72 +42,6 @@ std::vector<std::string> removed_entries(int count) {
 }
 
 } // namespace
-
-// ---- Paths as they are typed ----
-
-TEST(PathCleaning, TurnsLineEndsTabsAndQuotesIntoSpacesAndBackslashesIntoSlashes) {
-    EXPECT_EQ(cleaned("C:\\src\\a"), "C:/src/a");
-    EXPECT_EQ(cleaned("a\nb\rc\td\"e"), "a b c d e");
-    EXPECT_EQ(cleaned(" \t\"D:/x\"\r\n "), "D:/x");
-    EXPECT_EQ(cleaned("  a  b  "), "a  b");
-    EXPECT_EQ(cleaned("größe \xFF"), "größe \xFF");
-    EXPECT_EQ(cleaned(std::string("\0 a \0", 5)), std::string("\0 a \0", 5)); // a zero byte is no blank
-    EXPECT_EQ(cleaned("\v\f"), "\v\f");
-}
-
-TEST(PathCleaning, KeepsTrailingSlashesWhenAsked) {
-    EXPECT_EQ(cleaned("D:\\a\\b\\"), "D:/a/b/");
-    EXPECT_EQ(cleaned("a// "), "a//");
-    EXPECT_EQ(cleaned("a/ / "), "a/ /");
-    EXPECT_EQ(cleaned("/"), "/");
-}
-
-TEST(PathCleaning, ElseTakesOneRunOfBlanksAndSlashesOffTheEnd) {
-    EXPECT_EQ(cleaned("D:\\a\\b\\", false), "D:/a/b");
-    EXPECT_EQ(cleaned("C:/a/ /", false), "C:/a");
-    EXPECT_EQ(cleaned("C:/a / \\ \"/\t", false), "C:/a");
-    EXPECT_EQ(cleaned("//a//", false), "//a"); // only at the end
-    EXPECT_EQ(cleaned("/ /", false), "");
-    EXPECT_EQ(cleaned("C:/", false), "C:");
-}
-
-TEST(PathCleaning, MayLeaveNothing) {
-    for (const char *text : {"", " ", "\"\"", "\r\n\t \""}) {
-        EXPECT_EQ(cleaned(text), "");
-        EXPECT_EQ(cleaned(text, false), "");
-    }
-    EXPECT_EQ(path_clean({}, 1).count, 0u);
-}
-
-TEST(PathCleaning, OfAFieldMovesTheTextToItsStartWithAZeroBehindIt) {
-    SavedListsScope lists;
-    set_field(path, "  \"D:\\x\" ");
-    path_clean_field(path, 1);
-    EXPECT_EQ(text_of(*path), "D:/x");
-    EXPECT_EQ(path->data[4], 0);
-    EXPECT_EQ(path->capacity, 1024u);
-    set_field(path, " /");
-    path_clean_field(path, 0);
-    EXPECT_EQ(path->count, 0u);
-    EXPECT_EQ(path->data[0], 0);
-    StrBuf without_storage = {};
-    path_clean_field(&without_storage, 1);
-    EXPECT_EQ(without_storage.count, 0u);
-}
-
-#ifndef _WIN32
-TEST(PathCleaning, OfAFieldHasAZeroBehindTheCountAtEveryMoment) {
-    SavedListsScope lists;
-    set_field(path, "   C:/src ");
-    EXPECT_EQ(states_while([] { path_clean_field(path, 1); }, 2,
-                           [] {
-                               uint64_t count = path->count;
-                               return each_step::State{{static_cast<int64_t>(count), path->data[count]}};
-                           }),
-              "10 0\n"
-              "6 0\n");
-}
-#endif
 
 // ---- Entries ----
 
