@@ -13,7 +13,6 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field_widget.h"
-#include "ui/saved_lists.h"
 #include "ui/ui_state.h"
 
 FrameClock frame_clock;
@@ -56,9 +55,9 @@ void frame_draw(Framebuffer *framebuffer, Point mouse) {
     cursor.text_y_offset = std::clamp(settings.text_y_offset, -far_below, far_below);
     cursor.font_size = settings.font_size;
     cursor.line_height = line_height;
-    field_widget(framebuffer, str_from("Path: "), &search_state.path, saved_lists.path_saved, &cursor);
+    field_widget(framebuffer, str_from("Path: "), &path_field, &cursor);
     if (!cursor.stop) {
-        field_widget(framebuffer, str_from("Src: "), &search_state.query, saved_lists.query_saved, &cursor);
+        field_widget(framebuffer, str_from("Src: "), &query_field, &cursor);
     }
     if (cursor.stop) {
         return;

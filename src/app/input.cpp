@@ -8,46 +8,38 @@
 #include "os/process.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "ui/field.h"
 #include "ui/line_editor.h"
-#include "ui/saved_lists.h"
 #include "ui/ui_state.h"
 
 namespace {
 
-// What follows from a change of the focused field's text.
-void take_change(StrBuf *field) {
-    saved_lists_update_mark(field); // cleans a path, which may get shorter
-    field_clamp_carets(field);
-    saved_list_write(field);
-    publish_request();
-}
-
 // Hands an event to the focused field's editor.
-void edit(StrBuf *field, const WindowEvent *event) {
+void edit(Field *field, const WindowEvent *event) {
     uint8_t handled = 0, text_changed = 0;
-    field_handle_key(field, event, &handled, &text_changed);
+    field_handle_key(field->text, event, &handled, &text_changed);
     if (text_changed) {
-        take_change(field);
+        field_changed(field);
     }
 }
 
 // Makes the first folder that goes on as the path does the path's last part.
-void complete_path(StrBuf *field) {
+void complete_path(Field *field) {
     Str name;
-    if (field != &search_state.path ||
+    if (!field->is_path ||
         results_folder_at(&results_store.matching_folders, 0, scratch_room(), &name) != ROW_COPIED ||
-        !set_field_end(field, str_name_start(strbuf_text(field)), name)) {
+        !set_field_end(field->text, str_name_start(strbuf_text(field->text)), name)) {
         return;
     }
-    int32_t end = field_text_end(field);
+    int32_t end = field_text_end(field->text);
     field_set_single_caret(end, end);
-    take_change(field);
+    field_changed(field);
 }
 
 // The text that gets the focus is wholly selected. An open drop-down is the other field's from then on.
-void focus_other_field(const StrBuf *field) {
-    input_field.focused_field = field == &search_state.path ? &search_state.query : &search_state.path;
-    field_set_single_caret(0, field_text_end(input_field.focused_field));
+void focus_other_field(const Field *field) {
+    input_field.focused_field = field == &path_field ? &query_field : &path_field;
+    field_set_single_caret(0, field_text_end(input_field.focused_field->text));
 }
 
 // A button may go down where no motion led, so it takes the pointer along.
@@ -68,7 +60,7 @@ void handle_key(const WindowEvent *event) {
             ui_press(event->key.code, ui_pointer_position());
         }
     }
-    StrBuf *field = input_field.focused_field;
+    Field *field = input_field.focused_field;
     if (!field) {
         return;
     }

@@ -5,7 +5,8 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/line_editor.h"
-#include "ui/saved_lists.h"
+#include "ui/saved_entries.h"
+#include "ui/saved_files.h"
 #include "ui/ui_state.h"
 
 namespace {
@@ -28,14 +29,14 @@ void startup_reserve_buffers() {
 
 void startup_load(Str folder, Str command_line) {
     settings_load(folder);
-    saved_lists.folder = folder;
-    saved_list_load(&search_state.path, settings.remember_last_path);
-    saved_list_load(&search_state.query, settings.remember_last_query);
+    saved_folder = folder;
+    saved_list_load(&path_field, settings.remember_last_path);
+    saved_list_load(&query_field, settings.remember_last_query);
     command_line_apply(command_line);
 }
 
 void startup_focus() {
-    input_field.focused_field = &search_state.query;
-    field_set_single_caret(0, field_text_end(&search_state.query));
-    saved_lists_update_mark(input_field.focused_field);
+    input_field.focused_field = &query_field;
+    field_set_single_caret(0, field_text_end(query_field.text));
+    saved_mark_update(&query_field);
 }

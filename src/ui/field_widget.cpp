@@ -9,7 +9,8 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/line_editor.h"
-#include "ui/saved_lists.h"
+#include "ui/saved_entries.h"
+#include "ui/saved_files.h"
 
 namespace {
 
@@ -141,21 +142,22 @@ Str completion_tail(Str text, Str room) {
 
 namespace {
 
-// Makes a saved entry the field's text, selected, and searches for it.
-void pick_entry(StrBuf *text, Str entry) {
-    set_field_text(text, entry); // without memory the text stays, and the search starts all the same
+// Makes a saved entry the field's text, selected, and searches for it. Not field_changed: here the search
+// starts before the file is written.
+void pick_entry(Field *field, Str entry) {
+    set_field_text(field->text, entry); // without memory the text stays, and the search starts all the same
     input_field.dropdown_open = 0;
-    saved_lists_update_mark(text); // cleans a path, so it comes before the request
+    saved_mark_update(field); // cleans a path, so it comes before the request
     publish_request();
-    saved_list_write(text);
-    field_set_single_caret(0, field_text_end(text));
+    saved_list_write(field);
+    field_set_single_caret(0, field_text_end(field->text));
 }
 
 // Draws the list below the field and moves the cursor below it. Removed entries are shown too, so that they
 // can be brought back.
-void dropdown(Framebuffer *framebuffer, StrBuf *text, LayoutCursor *cursor) {
-    const DynArray *list = saved_list_of(text);
-    if (input_field.focused_field != text || !input_field.dropdown_open || !list || list->count == 0) {
+void dropdown(Framebuffer *framebuffer, Field *field, LayoutCursor *cursor) {
+    const DynArray *list = &field->entries;
+    if (input_field.focused_field != field || !input_field.dropdown_open || list->count == 0) {
         return;
     }
     cursor->stop = 1;
@@ -172,15 +174,15 @@ void dropdown(Framebuffer *framebuffer, StrBuf *text, LayoutCursor *cursor) {
         Rect button = {row.x + 2, row.y + 2, side, side};
         if (toggle_button(framebuffer, button, entry->in_use != 0, cursor)) {
             os_print("ungav %i\n", static_cast<int32_t>(entry->in_use));
-            saved_entry_flip(text, i);
-            field_clamp_carets(text);
+            saved_entry_flip(field, i);
+            field_clamp_carets(field->text);
         } else if (is_hovered && left_went_down()) {
             picked = i;
         }
         cursor->y += height;
     }
     if (picked != UINT64_MAX) {
-        pick_entry(text, saved_entry_text(saved_entry_at(list, picked)));
+        pick_entry(field, saved_entry_text(saved_entry_at(list, picked)));
     }
 }
 
@@ -188,8 +190,9 @@ void dropdown(Framebuffer *framebuffer, StrBuf *text, LayoutCursor *cursor) {
 
 // ---- The field ----
 
-void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_saved, LayoutCursor *cursor) {
-    uint8_t is_focused = input_field.focused_field == text;
+void field_widget(Framebuffer *framebuffer, Str label, Field *field, LayoutCursor *cursor) {
+    uint8_t is_focused = input_field.focused_field == field;
+    uint8_t is_saved = field->is_saved; // before this frame's click
     Rect row = {cursor->x, cursor->y, cursor->width, cursor->row_advance};
     uint8_t is_hovered = is_inside(row, cursor->mouse);
     ClipSize clip = whole_of(framebuffer);
@@ -200,16 +203,16 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
 
     int32_t side = row.height - 4;
     Rect button = {row.x + row.width - 2 - side, row.y + 2, side, side};
-    uint8_t has_list = saved_list_of(text) != nullptr;
+    uint8_t has_list = field->file_name != nullptr;
     if (has_list && take_button_press(button, cursor)) { // before the text is drawn: saving cleans a path
         cursor->click_consumed = 1;
-        saved_list_save(text, input_field.focused_field);
+        saved_list_save(field, input_field.focused_field);
         if (input_field.focused_field) { // the path may have got shorter, whichever field was saved
-            field_clamp_carets(input_field.focused_field);
+            field_clamp_carets(input_field.focused_field->text);
         }
     }
 
-    Str shown = strbuf_text(text);
+    Str shown = strbuf_text(field->text);
     uint32_t colour = white(is_hovered ? 255 : is_focused ? 220 : 140);
     int32_t text_x = row.x + draw_line(framebuffer, cursor, row.x, colour, label);
     draw_line(framebuffer, cursor, text_x, colour, shown);
@@ -228,14 +231,14 @@ void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_
     }
     fill_rect(framebuffer, clip, {row.x, row.y + cursor->line_height, row.width, 1}, underline_colour);
     cursor->y += row.height;
-    dropdown(framebuffer, text, cursor);
+    dropdown(framebuffer, field, cursor);
 
     if (is_hovered && !cursor->click_consumed) {
         uint8_t is_left = left_went_down();
         if (is_left || ui_went_down(MOUSE_RIGHT)) {
             input_field.dropdown_open = !is_left && !(is_focused && input_field.dropdown_open);
-            input_field.focused_field = text;
-            field_set_single_caret(0, field_text_end(text));
+            input_field.focused_field = field;
+            field_set_single_caret(0, field_text_end(field->text));
             if (is_left) { // the right button's release draws the next frame
                 search_state.results_dirty = 1;
             }

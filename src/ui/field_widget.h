@@ -7,16 +7,16 @@
 #include "os/framebuffer.h"
 #include "os/rect.h"
 #include "os/strings.h"
+#include "ui/field.h"
 #include "ui/ui_state.h"
 
 inline constexpr uint32_t frame_colour = 0xFF1A1A1A; // what a frame is cleared to
 
-// Draws the field of that text at the layout cursor, does what the mouse asks of it, and moves the
-// cursor below it, and below its list when that is shown; the list sets the cursor's stop flag. text: a field
-// of search_state, or one without saved entries. is_saved: whether the text equals a live saved entry. What a
-// click changes is seen in the next frame, which a left click asks for and a right button's release brings;
-// a path that its own save button cleaned is shown clean at once.
-void field_widget(Framebuffer *framebuffer, Str label, StrBuf *text, uint8_t is_saved, LayoutCursor *cursor);
+// Draws the field at the layout cursor, does what the mouse asks of it, and moves the cursor below it, and
+// below its list when that is shown; the list sets the cursor's stop flag. What a click changes is seen in
+// the next frame, which a left click asks for and a right button's release brings; a path that its own save
+// button cleaned is shown clean at once.
+void field_widget(Framebuffer *framebuffer, Str label, Field *field, LayoutCursor *cursor);
 
 // Draws a button, filled by its state, and returns whether it has been pressed in this frame; that press is
 // then nobody else's.

@@ -9,6 +9,7 @@
 #include "os/rect.h"
 #include "os/strings.h"
 #include "os/window.h"
+#include "ui/field.h"
 
 // ---- Keys and mouse ----
 
@@ -88,7 +89,7 @@ extern UiState ui_state;
 
 // Whoever moves the focus writes; the line editor changes the carets.
 struct InputField {
-    StrBuf *focused_field; // the text of the field that keys go to, a field of search_state; null: none
+    Field *focused_field;  // that keys go to; null: none
     DynArray caret_list;   // of Caret (line_editor.h), the focused field's; start-up reserves room for 16
     uint8_t dropdown_open; // the saved entries of the focused field are shown below it
 };

@@ -16,7 +16,8 @@
 #include "os/files.h"
 #include "search/search_state.h"
 #include "ui/plain_saved_lists.h"
-#include "ui/saved_lists.h"
+#include "ui/saved_entries.h"
+#include "ui/saved_files.h"
 
 // ---- Files in memory, in the place of the system's ----
 
@@ -190,7 +191,7 @@ Bytes plain_read(size_t which) {
 
 // ---- The lists, real and plain ----
 
-StrBuf *const fields[] = {&search_state.path, &search_state.query};
+Field *const fields[] = {&path_field, &query_field};
 
 void empty_list(DynArray *list) {
     for (uint64_t row = 0; row < list->count; row++) {
@@ -208,9 +209,9 @@ std::string written(const PlainSavedList &list) {
 }
 
 std::string stored(size_t which) {
-    const bool is_saved = which == 0 ? saved_lists.path_saved : saved_lists.query_saved;
-    const DynArray *list = saved_list_of(fields[which]);
-    std::string all = to_string(strbuf_text(fields[which])) + (is_saved ? "\nsaved" : "\nnot saved");
+    const bool is_saved = fields[which]->is_saved;
+    const DynArray *list = &fields[which]->entries;
+    std::string all = to_string(strbuf_text(fields[which]->text)) + (is_saved ? "\nsaved" : "\nnot saved");
     for (uint64_t row = 0; row < list->count; row++) {
         const SavedEntry *entry = saved_entry_at(list, row);
         all += (entry->in_use ? "\n+" : "\n-") + to_string(saved_entry_text(entry));
@@ -229,12 +230,12 @@ class Run {
 public:
     explicit Run(FuzzInput *bytes) : input(*bytes) {
         disk = {};
-        saved_lists.folder = str_over(folder);
+        saved_folder = str_over(folder);
         for (size_t which = 0; which < 2; which++) {
             plain[which].is_path = which == 0;
-            strbuf_init(fields[which], 16);
-            fields[which]->data[0] = 0;
-            dynarray_init(saved_list_of(fields[which]), sizeof(SavedEntry), 4);
+            strbuf_init(fields[which]->text, 16);
+            fields[which]->text->data[0] = 0;
+            dynarray_init(&fields[which]->entries, sizeof(SavedEntry), 4);
         }
         for (size_t which = 0; which < 2; which++) {
             put_files(which);
@@ -243,13 +244,14 @@ public:
         compare();
     }
     ~Run() {
-        for (StrBuf *field : fields) {
-            DynArray *list = saved_list_of(field);
-            empty_list(list);
-            os_free(list->data);
-            os_free(field->data);
+        for (Field *field : fields) {
+            empty_list(&field->entries);
+            os_free(field->entries.data);
+            os_free(field->text->data);
+            field->entries = {};
+            field->is_saved = field->is_unread = 0;
         }
-        saved_lists = {};
+        saved_folder = {};
     }
     Run(const Run &) = delete;
     Run &operator=(const Run &) = delete;
@@ -357,9 +359,9 @@ private:
 
     // A new program reads the files, perhaps with a fault on the way.
     void load(size_t which, bool restores_text) {
-        (which == 0 ? saved_lists.path_saved : saved_lists.query_saved) = 0;
-        empty_list(saved_list_of(fields[which]));
-        set_field_text(fields[which], {});
+        fields[which]->is_saved = 0;
+        empty_list(&fields[which]->entries);
+        set_field_text(fields[which]->text, {});
         const Bytes counts = plain_read(which);
         saved_list_load(fields[which], restores_text);
         plain[which].is_saved = false;
@@ -460,20 +462,20 @@ private:
     }
 
     void mark(size_t which) {
-        saved_lists_update_mark(fields[which]);
+        saved_mark_update(fields[which]);
         plain[which].update_mark();
     }
 
     void type(size_t which, const std::string &text) {
         const ExactBytes bytes(text);
-        set_field_text(fields[which], bytes.str);
+        set_field_text(fields[which]->text, bytes.str);
         plain[which].text = text;
     }
 
     void clean(size_t which, bool keep) {
-        strbuf_clean_path(fields[which], keep);
+        strbuf_clean_path(fields[which]->text, keep);
         plain[which].text = plain_clean(plain[which].text, keep);
-        fuzz_expect("the byte behind a field", fields[which]->data[fields[which]->count], 0);
+        fuzz_expect("the byte behind a field", fields[which]->text->data[fields[which]->text->count], 0);
     }
 
     template <typename Writing> void watch(size_t which, Writing writing) {

@@ -37,7 +37,8 @@
 #include "os/threads.h"
 #include "os/window.h"
 #include "search/search_state.h"
-#include "ui/saved_lists.h"
+#include "ui/saved_entries.h"
+#include "ui/saved_files.h"
 #include "ui/ui_state.h"
 
 namespace {
@@ -77,7 +78,7 @@ void start(const std::string &folder) {
 }
 
 void click_save_button() {
-    int32_t y = 4 + (input_field.focused_field == &search_state.query ? query_row : 0) + query_row / 2;
+    int32_t y = 4 + (input_field.focused_field == &query_field ? query_row : 0) + query_row / 2;
     headless_move_pointer({window->client_position.x + window_width - 6, window->client_position.y + y});
     headless_press(MOUSE_LEFT);
     frame_turn(window);
@@ -169,10 +170,10 @@ struct PlainProgram {
 
 PlainProgram program_now() {
     PlainProgram now;
-    const StrBuf *texts[2] = {&search_state.path, &search_state.query};
+    const Field *both[2] = {&path_field, &query_field};
     for (int i = 0; i < 2; i++) {
-        now.fields[i].text = string_from(strbuf_text(texts[i]));
-        const DynArray *list = saved_list_of(texts[i]);
+        now.fields[i].text = string_from(strbuf_text(both[i]->text));
+        const DynArray *list = &both[i]->entries;
         for (uint64_t row = 0; row < list->count; row++) {
             now.fields[i].entries.push_back(string_from(saved_entry_text(saved_entry_at(list, row))));
         }

@@ -35,8 +35,8 @@
 
 namespace {
 
-StrBuf *const path = &search_state.path;
-StrBuf *const query = &search_state.query;
+Field *const path = &path_field;
+Field *const query = &query_field;
 
 // ---- Refusals ----
 
@@ -221,16 +221,16 @@ StartedProgram::~StartedProgram() {
         os_free(window);
         window = nullptr;
     }
-    for (DynArray *list : {&saved_lists.paths, &saved_lists.queries}) {
+    for (DynArray *list : {&path_field.entries, &query_field.entries}) {
         empty_list(list);
     }
     for (DynArray *array :
-         {&results_store.file_table, &results_store.hit_table, &saved_lists.paths, &saved_lists.queries,
+         {&results_store.file_table, &results_store.hit_table, &path_field.entries, &query_field.entries,
           &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
         os_free(array->data);
         *array = {};
     }
-    for (StrBuf *text : {path, query}) {
+    for (StrBuf *text : {path->text, query->text}) {
         os_free(text->data);
         *text = {};
     }
@@ -247,7 +247,8 @@ StartedProgram::~StartedProgram() {
     input_field = {};
     os_file_free(&settings.file);
     settings = first_settings;
-    saved_lists = {};
+    saved_folder = {};
+    path->is_saved = path->is_unread = query->is_saved = query->is_unread = 0;
     search_state.request_pending = 1;
     search_state.results_dirty = 0;
     search_state.interface_pass = 0;
@@ -261,7 +262,7 @@ std::string capacity_text(const char *name, uint64_t capacity) {
 std::string started_state() {
     return capacity_text("scratch", scratch ? scratch->capacity : 0) +
            capacity_text("pixels", window->framebuffer.pixels ? 1 : 0) + //
-           capacity_text("path", path->capacity) + capacity_text("query", query->capacity) +
+           capacity_text("path", path->text->capacity) + capacity_text("query", query->text->capacity) +
            capacity_text("files", results_store.file_table.capacity) +
            capacity_text("hits", results_store.hit_table.capacity) +
            capacity_text("matching", results_store.matching_folders.capacity) +
@@ -269,8 +270,8 @@ std::string started_state() {
            capacity_text("font size", static_cast<uint64_t>(settings.font_size)) +
            capacity_text("font", font.sizes.capacity ? 1 : 0) +
            capacity_text("arena", results_store.arena.base ? 1 : 0) +                   //
-           "path " + text_of(*path) + ": " + entries_of(saved_lists.paths) + "\n" +     //
-           "query " + text_of(*query) + ": " + entries_of(saved_lists.queries) + "\n" + //
+           "path " + text_of(*path) + ": " + entries_of(path_field.entries) + "\n" +    //
+           "query " + text_of(*query) + ": " + entries_of(query_field.entries) + "\n" + //
            "carets " + carets() + "\n";
 }
 
@@ -335,8 +336,8 @@ struct StartExpectation {
 };
 
 void search(const std::string &path_text, const std::string &query_text) {
-    set_field_text(path, str_over(path_text));
-    set_field_text(query, str_over(query_text));
+    set_field_text(path->text, str_over(path_text));
+    set_field_text(query->text, str_over(query_text));
     publish_request();
     search_worker_turn();
 }
@@ -354,8 +355,8 @@ uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation 
         std::string file = "foo\r\nbar\r\nbaz"; // a list without storage leaves its file as it is
         if (!expected.lost(SAVED_QUERIES)) {
             file = text_of(*query);
-            for (uint64_t row = 0; row < saved_lists.queries.count; row++) {
-                file += "\r\n" + to_string(saved_entry_text(saved_entry_at(&saved_lists.queries, row)));
+            for (uint64_t row = 0; row < query_field.entries.count; row++) {
+                file += "\r\n" + to_string(saved_entry_text(saved_entry_at(&query_field.entries, row)));
             }
         }
         EXPECT_EQ(bytes_of(program.tree.native("saved_queries.txt")), file);
@@ -947,8 +948,8 @@ Parts parts_of(const InterfaceScope &scope) {
     }
     return {text_of(*path),
             text_of(*query),
-            entries_of(saved_lists.paths),
-            entries_of(saved_lists.queries),
+            entries_of(path_field.entries),
+            entries_of(query_field.entries),
             scope.file("saved_paths.txt"),
             scope.file("saved_queries.txt"),
             commands,
@@ -958,9 +959,9 @@ Parts parts_of(const InterfaceScope &scope) {
 }
 
 // The bytes that a field's file has to hold.
-std::string plain_file(const StrBuf *field) {
+std::string plain_file(const Field *field) {
     std::string bytes = text_of(*field);
-    const DynArray *list = saved_list_of(field);
+    const DynArray *list = &field->entries;
     for (uint64_t row = 0; row < list->count; row++) {
         const SavedEntry *entry = saved_entry_at(list, row);
         bytes += entry->in_use ? "\r\n" + to_string(saved_entry_text(entry)) : "";
@@ -1164,7 +1165,7 @@ void go_on_after_step(InterfaceScope *scope) {
     type_unit('z');
     EXPECT_EQ(text_of(*query).substr(0, 1), "z");
     EXPECT_EQ(search_state.request_pending, 1);
-    if (saved_lists.queries.capacity > 0) { // one without storage leaves its file as it is
+    if (query_field.entries.capacity > 0) { // one without storage leaves its file as it is
         EXPECT_EQ(scope->file("saved_queries.txt"), plain_file(query));
     }
     recorded_commands.clear();

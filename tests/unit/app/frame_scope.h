@@ -20,7 +20,7 @@ struct FrameScope : AppScope {
 
     FrameScope() {
         os_init(); // the clock
-        saved_lists.folder = str_over(folder);
+        saved_folder = str_over(folder);
         use_sizes(14, 15, 12);
         search_state.request_pending = 0;
         search_state.search_busy = 0;
@@ -38,7 +38,7 @@ struct FrameScope : AppScope {
         settings.text_y_offset = text_y_offset;
     }
 
-    static void focus(StrBuf *field, std::vector<Caret> carets) {
+    static void focus(Field *field, std::vector<Caret> carets) {
         input_field.focused_field = field;
         input_field.caret_list.count = 0;
         for (const Caret &caret : carets) {

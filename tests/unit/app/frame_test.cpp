@@ -17,8 +17,8 @@
 
 namespace {
 
-StrBuf *const path = &search_state.path;
-StrBuf *const query = &search_state.query;
+Field *const path = &path_field;
+Field *const query = &query_field;
 
 constexpr uint32_t ground = 0xFF1A1A1A, yellow = 0xFFFFFF00;
 constexpr Point nowhere = {-1000, -1000};
@@ -116,7 +116,7 @@ TEST(FramePicture, ADropDownWithLiveAndRemovedEntries) {
     set_field(path, "C:/src");
     scope.focus(path, {{0, 6}});
     set_entries(path, {"C:/src/gadgets", "(C:/old/project)", "C:/src/fjord", "(D:/backup)", "C:/src"});
-    saved_lists.path_saved = 1;
+    path_field.is_saved = 1;
     input_field.dropdown_open = 1;
     expect_frame("frame_dropdown", {420, 160}, {150, 70});
 }
@@ -136,7 +136,7 @@ TEST(FramePicture, SavedTextsAndTheMouseOnAButton) {
     set_field(path, "C:/src");
     set_field(query, "needle");
     scope.focus(query, {{6, 6}});
-    saved_lists.path_saved = saved_lists.query_saved = 1;
+    path_field.is_saved = query_field.is_saved = 1;
     expect_frame("frame_saved", {420, 160}, {412, 36});
 }
 
@@ -194,7 +194,7 @@ TEST(FramePicture, EverySizeOfText) {
         set_field(path, "C:/gypsy/Ap");
         set_field(query, "needle");
         scope.focus(path, {{3, 11}});
-        saved_lists.query_saved = 1;
+        query_field.is_saved = 1;
         scope.put_folders({"Apply_jig"}, {"bin", "quay"});
         expect_frame("frame_size_" + std::to_string(sizes.font_size), sizes.size);
     }
@@ -273,7 +273,7 @@ TEST(FrameDraw, TheFieldsAreARowEachFromTheTop) {
     FrameScope scope;
     set_field(path, "a");
     set_field(query, "b");
-    for (StrBuf *field : {path, query}) {
+    for (Field *field : {path, query}) {
         scope.focus(field, {});
         Canvas canvas(200, 100, unpainted);
         frame_draw(&canvas.framebuffer, nowhere);
@@ -451,7 +451,7 @@ TEST(FrameDraw, AnOpenDropDownLeavesTheRestUndrawn) {
     EXPECT_EQ(column_runs(canvas.framebuffer, ground, 150), "0-3 27-99");
     EXPECT_EQ(column_runs(canvas.framebuffer, ground, 195), "0-3 27-99");
 
-    empty_list(&saved_lists.paths); // an open one without entries covers nothing
+    empty_list(&path_field.entries); // an open one without entries covers nothing
     frame_draw(&canvas.framebuffer, nowhere);
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19 42-42");
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 189), "6-24 29-47 50-99");

@@ -21,8 +21,8 @@
 
 namespace {
 
-StrBuf *const path = &search_state.path;
-StrBuf *const query = &search_state.query;
+Field *const path = &path_field;
+Field *const query = &query_field;
 
 constexpr Size client_size = {900, 400};
 constexpr Point nowhere = {-1000, -1000};
@@ -102,7 +102,7 @@ struct User {
     }
 
     // To the field, by Tab when the other one has the focus, with the caret at the text's end.
-    void go_to(StrBuf *field) {
+    void go_to(Field *field) {
         if (!input_field.focused_field) {
             input_field.focused_field = field;
         } else if (input_field.focused_field != field) {
@@ -114,19 +114,19 @@ struct User {
     // The path stays the tree's or goes on from there, so that nothing else is ever searched.
     void edit_path() {
         go_to(path);
-        if (path->count < root.size() || path->count > root.size() + 600) {
+        if (path->text->count < root.size() || path->text->count > root.size() + 600) {
             set_field(path, root);
             FrameScope::focus(path, {{0, 0}});
             key(KEY_END);
             publish_request();
         }
         uint32_t what = below(8);
-        if (path->count == root.size()) {
+        if (path->text->count == root.size()) {
             type('/');
         } else if (what < 3) {
             key(KEY_ENTER);
         } else if (what < 5) {
-            if (path->count > root.size() + 1) {
+            if (path->text->count > root.size() + 1) {
                 key(KEY_BACKSPACE, below(2) ? KEY_PRESSED : KEY_REPEATED);
             }
         } else {

@@ -13,8 +13,8 @@
 
 namespace {
 
-StrBuf *const path = &search_state.path;
-StrBuf *const query = &search_state.query;
+Field *const path = &path_field;
+Field *const query = &query_field;
 
 void type(uint32_t unit) {
     WindowEvent event = {};
@@ -86,7 +86,7 @@ int published() {
 // What the interface's state and the files would show of an event that did something to a text.
 struct Seen {
     std::string path, query, carets, paths_file, queries_file;
-    const StrBuf *focused_field;
+    const Field *focused_field;
     uint8_t dropdown_open, path_saved, query_saved;
     int32_t scroll;
     size_t opened;
@@ -102,8 +102,8 @@ Seen see(const FrameScope &scope) {
             scope.file("saved_queries.txt"),
             input_field.focused_field,
             input_field.dropdown_open,
-            saved_lists.path_saved,
-            saved_lists.query_saved,
+            path_field.is_saved,
+            query_field.is_saved,
             search_state.results_scroll,
             recorded_opened_paths.size(),
             published()};
@@ -126,7 +126,7 @@ TEST(InputTyping, EditsTheFocusedFieldWritesItsFileAndStartsASearch) {
     FrameScope scope;
     set_entries(path, {"C:/kept", "(removed)"});
     set_entries(query, {"hay"});
-    for (StrBuf *field : {path, query}) {
+    for (Field *field : {path, query}) {
         scope.focus(field, {{0, 0}});
         settle();
         type('a');
@@ -171,13 +171,13 @@ TEST(InputTyping, UpdatesTheFocusedFieldsMark) {
     set_entries(query, {"ab"});
     scope.focus(query, {{0, 0}});
     type('a');
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 0);
     type('b');
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
     type('c');
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 0);
     key(KEY_BACKSPACE);
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
 }
 
 TEST(InputTyping, ABlankAtTheEndOfAPathIsGoneAtOnceAndTheCaretStaysInside) {
@@ -313,7 +313,7 @@ TEST(InputTyping, ABackspaceThatRemovesNothingSearchesAndWritesAllTheSame) {
 TEST(InputTyping, AFileThatCannotBeWrittenStopsNoSearch) {
     FrameScope scope;
     std::string missing = scope.folder + "missing/";
-    saved_lists.folder = str_over(missing);
+    saved_folder = str_over(missing);
     scope.focus(query, {{0, 0}});
     settle();
     type('a');
@@ -352,7 +352,7 @@ TEST(InputEnter, CompletesThePathWithTheFirstFolderAndStartsASearch) {
     EXPECT_EQ(scope.file("saved_queries.txt"), "none");
     EXPECT_EQ(text_of(*query), "q");
     EXPECT_EQ(input_field.focused_field, path);
-    EXPECT_EQ(path->data[path->count], 0);
+    EXPECT_EQ(path->text->data[path->text->count], 0);
 }
 
 TEST(InputEnter, AppendsTheNameAsItIsStoredWithoutASlashOfItsOwn) {
@@ -374,8 +374,9 @@ TEST(InputEnter, CutsAfterTheLastSlashOnly) {
         put_completions(c.typed, {"name"});
         key(KEY_ENTER);
         EXPECT_EQ(text_of(*path), c.completed);
-        EXPECT_EQ(carets(), "{" + std::to_string(path->count) + "," + std::to_string(path->count) + "}");
-        EXPECT_EQ(path->data[path->count], 0);
+        EXPECT_EQ(carets(),
+                  "{" + std::to_string(path->text->count) + "," + std::to_string(path->text->count) + "}");
+        EXPECT_EQ(path->text->data[path->text->count], 0);
         EXPECT_EQ(published(), 1);
     }
 }
@@ -394,10 +395,10 @@ TEST(InputEnter, UpdatesThePathsMark) {
     set_entries(path, {"C:/code"});
     put_completions("C:/co", {"code"});
     key(KEY_ENTER);
-    EXPECT_EQ(saved_lists.path_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 1);
     put_completions("C:/co", {"coal"});
     key(KEY_ENTER);
-    EXPECT_EQ(saved_lists.path_saved, 0);
+    EXPECT_EQ(path_field.is_saved, 0);
 }
 
 TEST(InputEnter, ANameThatThePathsCleaningCutsLeavesTheCaretInside) {
@@ -561,7 +562,7 @@ TEST(InputEnter, WithoutMemoryForTheTextNothingChangesAtAll) {
     }
     EXPECT_EQ(asked, 1);
     EXPECT_TRUE(see(scope) == before);
-    EXPECT_EQ(path->capacity, 1024u);
+    EXPECT_EQ(path->text->capacity, 1024u);
     key(KEY_ENTER);
     EXPECT_EQ(text_of(*path), "C:/" + name);
     EXPECT_EQ(carets(), "{1025,1025}");
@@ -581,7 +582,7 @@ TEST(InputEnter, ACompletionThatJustFitsNeedsNoMemory) {
 TEST(InputEnter, AFileThatCannotBeWrittenStopsNoSearch) {
     FrameScope scope;
     std::string missing = scope.folder + "missing/";
-    saved_lists.folder = str_over(missing);
+    saved_folder = str_over(missing);
     put_completions("C:/co", {"code"});
     key(KEY_ENTER);
     EXPECT_EQ(text_of(*path), "C:/code");
@@ -733,7 +734,7 @@ TEST(InputTab, ShiftAndCtrlMakeNoDifference) {
 
 TEST(InputEscape, OpensTheProgramsFolderOnceForEachFreshPress) {
     FrameScope scope;
-    for (StrBuf *field : {path, query}) {
+    for (Field *field : {path, query}) {
         recorded_opened_paths.clear();
         recorded_commands.clear();
         set_field(field, "C:/code");
@@ -872,7 +873,7 @@ TEST(InputWheel, ScrollsInEveryState) {
     set_entries(path, {"C:/kept"});
     set_field(path, "C:/code");
     settle(); // two rows, less than a step
-    for (StrBuf *field : {static_cast<StrBuf *>(nullptr), path, query}) {
+    for (Field *field : {static_cast<Field *>(nullptr), path, query}) {
         for (bool is_open : {false, true}) {
             for (Point mouse : {Point{20, 8}, Point{300, 300}, Point{-5000, 9000}}) {
                 scope.focus(field, {{1, 3}});
@@ -1143,7 +1144,7 @@ TEST(InputAfterPress, IsHandledBeforeTheWindowIsGone) {
 TEST(InputAfterPress, MoreThanCanWaitIsHandledAtOnceInItsOrder) {
     FrameScope scope;
     scope.focus(query, {{0, 0}});
-    saved_lists.folder = {}; // no file for each of them
+    saved_folder = {}; // no file for each of them
     button(MOUSE_LEFT, BUTTON_PRESSED);
     std::string typed;
     for (size_t i = 0; i < std::size(ui_state.waiting.events); i++) {

@@ -587,8 +587,8 @@ TEST(ResultsMouse, OneCommandAFrame) {
 
 TEST(ResultsMouse, AnOpenDropDownKeepsClicksFromTheList) {
     ListScope scope;
-    scope.focus(path, {});
-    set_entries(path, {"one"});
+    scope.focus(&path_field, {});
+    set_entries(&path_field, {"one"});
     input_field.dropdown_open = 1;
     Canvas canvas(300, 200, unpainted);
     for (Buttons buttons : {RIGHT, LEFT}) {

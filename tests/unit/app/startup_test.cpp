@@ -21,7 +21,7 @@ void free_buffers() {
         *text = {};
     }
     for (DynArray *array :
-         {&results_store.file_table, &results_store.hit_table, &saved_lists.paths, &saved_lists.queries,
+         {&results_store.file_table, &results_store.hit_table, &path_field.entries, &query_field.entries,
           &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
         os_free(array->data);
         *array = {};
@@ -59,8 +59,8 @@ public:
     // The fields and lists after start-up.
     std::string after(const std::string &command_line) const {
         startup_load(str_over(folder), str_over(command_line));
-        return text_of(search_state.path) + ": " + entries_of(saved_lists.paths) + "; " +
-               text_of(search_state.query) + ": " + entries_of(saved_lists.queries);
+        return text_of(search_state.path) + ": " + entries_of(path_field.entries) + "; " +
+               text_of(search_state.query) + ": " + entries_of(query_field.entries);
     }
 
     TestTree tree;
@@ -87,7 +87,7 @@ TEST(StartupBuffers, AreReservedInTheirOrder) {
     }
     EXPECT_EQ(results_store.file_table.capacity, 10000u);
     EXPECT_EQ(results_store.hit_table.capacity, 100000u);
-    for (const DynArray *array : {&saved_lists.paths, &saved_lists.queries, &results_store.matching_folders,
+    for (const DynArray *array : {&path_field.entries, &query_field.entries, &results_store.matching_folders,
                                   &results_store.other_folders}) {
         EXPECT_EQ(array->count, 0u);
         EXPECT_EQ(array->capacity, 128u);
@@ -111,8 +111,8 @@ TEST(StartupBuffers, ARefusedOneHasCapacityZeroAndTheOthersAreThere) {
                                        128,
                                        results_store.file_table.capacity,
                                        results_store.hit_table.capacity,
-                                       saved_lists.paths.capacity,
-                                       saved_lists.queries.capacity,
+                                       path_field.entries.capacity,
+                                       query_field.entries.capacity,
                                        results_store.matching_folders.capacity,
                                        results_store.other_folders.capacity,
                                        input_field.caret_list.capacity};
@@ -130,7 +130,7 @@ TEST(Startup, ReadsSettingsFontAndBothLists) {
     EXPECT_EQ(settings.font_size, 20);
     EXPECT_EQ(search_state.max_file_size, 5000);
     EXPECT_GT(font.sizes.capacity, 0u);
-    EXPECT_EQ(to_string(saved_lists.folder), program.folder);
+    EXPECT_EQ(to_string(saved_folder), program.folder);
 }
 
 TEST(Startup, TheCommandLinePrevailsOverTheRememberedTexts) {
@@ -157,8 +157,8 @@ TEST(Startup, WritesNothingAndMarksNothing) {
     program.after("x.exe \"D:/a/b/\" -bar");
     EXPECT_EQ(bytes_of(program.tree.native("saved_paths.txt")), "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
     EXPECT_EQ(bytes_of(program.tree.native("saved_queries.txt")), "foo\r\nbar\r\nbaz");
-    EXPECT_EQ(saved_lists.path_saved, 0);
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(path_field.is_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 0);
 }
 
 TEST(Startup, AnEmptyFolderLeavesEverythingAtItsDefaults) {
@@ -168,7 +168,7 @@ TEST(Startup, AnEmptyFolderLeavesEverythingAtItsDefaults) {
     startup_load(str_over(folder), {});
     EXPECT_EQ(settings.font_size, 14);
     EXPECT_EQ(text_of(search_state.path) + text_of(search_state.query), "");
-    EXPECT_EQ(saved_lists.paths.count + saved_lists.queries.count, 0u);
+    EXPECT_EQ(path_field.entries.count + query_field.entries.count, 0u);
     EXPECT_EQ(font.sizes.capacity, 0u);
     EXPECT_TRUE(std::filesystem::is_empty(tree.native("")));
 }
@@ -187,7 +187,7 @@ TEST(Startup, SaysNothingWhateverItFinds) {
     tree.file("saved_queries.txt", "\n\xFF\n");
     startup_load(str_over(folder), str_from("x.exe a b"));
     startup_focus();
-    saved_list_write(&search_state.path);
+    saved_list_write(&path_field);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
@@ -197,23 +197,23 @@ TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
     ProgramFolder program("");
     program.after("x.exe \"D:/a/b/\" -bar");
     startup_focus();
-    EXPECT_EQ(input_field.focused_field, &search_state.query);
+    EXPECT_EQ(input_field.focused_field, &query_field);
     ASSERT_EQ(input_field.caret_list.count, 1u);
     EXPECT_EQ(field_carets()[0].anchor, 0);
     EXPECT_EQ(field_carets()[0].caret, 3);
-    EXPECT_EQ(saved_lists.query_saved, 1);
-    EXPECT_EQ(saved_lists.path_saved, 0); // though the path is a saved one: only the focused field is marked
+    EXPECT_EQ(query_field.is_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 0); // though the path is a saved one: only the focused field is marked
 }
 
 TEST(Startup, AListThatWasRefusedTakesNoEntriesAndKeepsItsFile) {
     AppScope app;
     ProgramFolder program("");
-    os_free(saved_lists.paths.data);
-    saved_lists.paths = {};
+    os_free(path_field.entries.data);
+    path_field.entries = {};
     EXPECT_EQ(program.after("x.exe"), "C:/src: ; foo: bar|baz");
-    saved_list_save(&search_state.path, &search_state.path);
-    saved_list_write(&search_state.path);
-    EXPECT_EQ(saved_lists.paths.count, 0u);
+    saved_list_save(&path_field, &path_field);
+    saved_list_write(&path_field);
+    EXPECT_EQ(path_field.entries.count, 0u);
     EXPECT_EQ(bytes_of(program.tree.native("saved_paths.txt")), "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
 }
 
@@ -247,8 +247,8 @@ TEST(Startup, WhicheverAllocationIsRefusedItGoesOn) {
         }
         // One refusal costs one thing at most: the settings, the font, a list or an entry's text.
         int lost = (settings.font_size != 20) + (font.sizes.capacity == 0) +
-                   (entries_of(saved_lists.paths) != "D:/a/b/|E:/x") +
-                   (entries_of(saved_lists.queries) != "bar|baz");
+                   (entries_of(path_field.entries) != "D:/a/b/|E:/x") +
+                   (entries_of(query_field.entries) != "bar|baz");
         EXPECT_LE(lost, 1) << refused;
         EXPECT_EQ(text_of(search_state.query), "needle");
         EXPECT_EQ(bytes_of(program.tree.native("saved_paths.txt")), "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");

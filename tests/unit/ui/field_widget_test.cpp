@@ -18,8 +18,8 @@
 
 namespace {
 
-StrBuf *const path = &search_state.path;
-StrBuf *const query = &search_state.query;
+Field *const path = &path_field;
+Field *const query = &query_field;
 
 constexpr uint32_t ground = 0xFF1A1A1A, focused_ground = 0xFF323232, grey = 0xFF505050,
                    tail_grey = 0xFF7F7F7F;
@@ -102,7 +102,7 @@ struct Fields : SavedListsScope {
     LayoutCursor cursor = {};
 
     explicit Fields(const std::string &font_path = default_font_path()) : the_font(font_path) {
-        saved_lists.folder = str_over(folder);
+        saved_folder = str_over(folder);
         search_state.request_pending = 0;
         ui_begin_frame();
     }
@@ -112,7 +112,7 @@ struct Fields : SavedListsScope {
         dynarray_push(&results_store.matching_folders, sizeof(Str), &entry);
     }
 
-    static void focus(StrBuf *field, int32_t anchor = 0, int32_t caret = 0) {
+    static void focus(Field *field, int32_t anchor = 0, int32_t caret = 0) {
         input_field.focused_field = field;
         field_set_single_caret(anchor, caret);
     }
@@ -136,18 +136,16 @@ struct Fields : SavedListsScope {
         cursor.mouse = mouse;
     }
 
-    void draw(StrBuf *field, Point mouse = nowhere) {
+    void draw(Field *field, Point mouse = nowhere) {
         begin(mouse);
         draw_next(field);
     }
-    void draw_next(StrBuf *field) {
-        uint8_t is_saved = field == path ? saved_lists.path_saved : field == query && saved_lists.query_saved;
-        field_widget(&drawing.framebuffer, str_from(field == path ? "Path: " : "Src: "), field, is_saved,
-                     &cursor);
+    void draw_next(Field *field) {
+        field_widget(&drawing.framebuffer, str_from(field == path ? "Path: " : "Src: "), field, &cursor);
     }
 
     // Draws the frame in which a button goes down.
-    void click(StrBuf *field, Point mouse, uint16_t button = MOUSE_LEFT) {
+    void click(Field *field, Point mouse, uint16_t button = MOUSE_LEFT) {
         search_state.results_dirty = 0;
         ui_release(button, mouse); // of an earlier click
         ui_begin_frame();
@@ -290,7 +288,7 @@ TEST(FieldWidget, TheSaveButtonShowsTheSavedFlagAndTheMouse) {
     Fields fields;
     set_field(path, "a");
     for (uint8_t saved = 0; saved <= 1; saved++) {
-        saved_lists.path_saved = saved;
+        path_field.is_saved = saved;
         fields.draw(path);
         EXPECT_EQ(fields.drawing.at({410, 10}), saved ? yellow : grey);
         fields.draw(path, on_save);
@@ -300,9 +298,11 @@ TEST(FieldWidget, TheSaveButtonShowsTheSavedFlagAndTheMouse) {
 
 TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     Fields fields;
-    StrBuf other;
-    strbuf_init(&other, 16);
-    strbuf_append(&other, 3, "abc");
+    StrBuf text;
+    strbuf_init(&text, 16);
+    strbuf_append(&text, 3, "abc");
+    Field other = {};
+    other.text = &text;
     fields.focus(&other);
     input_field.caret_list.count = 0;
     input_field.dropdown_open = 1;
@@ -318,7 +318,7 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     fields.click(&other, on_save);
     EXPECT_EQ(carets(), "{0,3}");
     input_field.focused_field = nullptr;
-    os_free(other.data);
+    os_free(text.data);
 }
 
 TEST(FieldWidget, ALongTextEndsAtTheSaveButton) {
@@ -369,7 +369,8 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
             Canvas canvas(width, height, ground);
             fields.begin({3, 3});
             fields.cursor.width = width;
-            field_widget(&canvas.framebuffer, str_from("Path: "), path, 1, &fields.cursor);
+            path_field.is_saved = 1;
+            field_widget(&canvas.framebuffer, str_from("Path: "), path, &fields.cursor);
             // A row of the list begins above the lower edge.
             EXPECT_EQ(fields.cursor.y, height <= 27 ? 27 : height <= 44 ? 44 : 61);
             for (int32_t i = 0; i < width * height; i++) {
@@ -501,7 +502,7 @@ TEST(FieldCarets, ABoxOfLessThanThreePixelsIsBlendedTwiceAndOutlined) {
         fields.focus(query, 0, 1);
         fields.begin(nowhere);
         fields.cursor.font_size = 4 * (width - 1); // a control byte is a quarter wide and one
-        field_widget(&fields.drawing.framebuffer, {}, query, 0, &fields.cursor);
+        field_widget(&fields.drawing.framebuffer, {}, query, &fields.cursor);
         Drawing expected;
         expected.fill(row, focused_ground);
         put_box(&expected, 6, 6 + width);
@@ -518,7 +519,7 @@ TEST(FieldCarets, ABoxOfLessThanThreePixelsHeightIsBlendedTwiceToo) {
         fields.focus(query, 0, 1);
         fields.begin(nowhere);
         fields.cursor.row_advance = height;
-        field_widget(&fields.drawing.framebuffer, {}, query, 0, &fields.cursor);
+        field_widget(&fields.drawing.framebuffer, {}, query, &fields.cursor);
         Drawing expected;
         expected.fill({6, 4, 420, height}, focused_ground);
         expected.blend({6, 4, 4, height}, 0x32FFFFFF);
@@ -557,7 +558,7 @@ TEST(FieldCompletion, IsWhatFollowsTheTypedNameOnEitherField) {
         {"x/zz", "apps", "ps"}, // the bytes are counted, not compared
     };
     for (const auto &typed : rows) {
-        for (StrBuf *field : {path, query}) { // that Src shows the path's completion is meant
+        for (Field *field : {path, query}) { // that Src shows the path's completion is meant
             Fields fields;
             std::string label = field == path ? "Path: " : "Src: ";
             std::string text = typed.text;
@@ -647,7 +648,7 @@ TEST(FieldClick, TypingThenReplacesTheText) {
     event.type = EVENT_CHAR;
     event.character.unit = 'x';
     uint8_t handled, changed;
-    field_handle_key(query, &event, &handled, &changed);
+    field_handle_key(query->text, &event, &handled, &changed);
     EXPECT_EQ(text_of(*query), "x");
 }
 
@@ -668,7 +669,7 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
     set_field(query, "needle");
     set_entries(path, {"one"});
     const struct {
-        StrBuf *field;
+        Field *field;
         uint8_t is_open;
         const char *carets;
     } rows[] = {
@@ -728,7 +729,7 @@ TEST(FieldClick, IsOneActionOnly) {
     fields.click(path, on_save);
     EXPECT_EQ(input_field.focused_field, nullptr);
     EXPECT_EQ(fields.cursor.click_consumed, 1);
-    EXPECT_EQ(entries_of(saved_lists.paths), "abc");
+    EXPECT_EQ(entries_of(path_field.entries), "abc");
 
     // With both buttons at once on the save button only the text is saved.
     set_field(path, "def");
@@ -738,7 +739,7 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_press(MOUSE_LEFT, on_save);
     fields.draw(path, on_save);
     EXPECT_EQ(input_field.focused_field, nullptr);
-    EXPECT_EQ(entries_of(saved_lists.paths), "abc|def");
+    EXPECT_EQ(entries_of(path_field.entries), "abc|def");
 }
 
 TEST(FieldClick, ARightClickOnTheSaveButtonIsOneOnTheRow) {
@@ -747,7 +748,7 @@ TEST(FieldClick, ARightClickOnTheSaveButtonIsOneOnTheRow) {
     fields.click(path, on_save, MOUSE_RIGHT);
     EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(input_field.dropdown_open, 1);
-    EXPECT_EQ(entries_of(saved_lists.paths), "");
+    EXPECT_EQ(entries_of(path_field.entries), "");
 }
 
 // ---- The save button ----
@@ -758,10 +759,10 @@ TEST(SaveButton, AddsTheTextWritesTheFileAndMarksTheFocusedField) {
     set_entries(query, {"one", "(two)"});
     fields.focus(query, 0, 6);
     fields.click(query, on_save);
-    EXPECT_EQ(entries_of(saved_lists.queries), "one|(two)|needle");
+    EXPECT_EQ(entries_of(query_field.entries), "one|(two)|needle");
     EXPECT_EQ(fields.file("saved_queries.txt"), "needle\r\none\r\nneedle");
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_EQ(fields.cursor.click_consumed, 1);
@@ -773,9 +774,9 @@ TEST(SaveButton, OfAFieldWithoutTheFocusStaysUnlit) {
     set_field(query, "needle");
     fields.focus(path);
     fields.click(query, on_save);
-    EXPECT_EQ(entries_of(saved_lists.queries), "needle");
+    EXPECT_EQ(entries_of(query_field.entries), "needle");
     EXPECT_EQ(fields.file("saved_queries.txt"), "needle\r\nneedle");
-    EXPECT_EQ(saved_lists.query_saved, 0); // the mark is the focused field's only: that is meant
+    EXPECT_EQ(query_field.is_saved, 0); // the mark is the focused field's only: that is meant
 }
 
 TEST(SaveButton, SavesNoEmptyText) {
@@ -784,7 +785,7 @@ TEST(SaveButton, SavesNoEmptyText) {
     fields.click(path, on_save);
     set_field(path, " \t");
     fields.click(path, on_save);
-    EXPECT_EQ(entries_of(saved_lists.paths), "");
+    EXPECT_EQ(entries_of(path_field.entries), "");
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
 }
 
@@ -794,9 +795,9 @@ TEST(SaveButton, BringsARemovedEntryBackWithoutWritingOrMarking) {
     set_entries(query, {"one", "(two)"});
     fields.focus(query);
     fields.click(query, on_save);
-    EXPECT_EQ(entries_of(saved_lists.queries), "one|two");
+    EXPECT_EQ(entries_of(query_field.entries), "one|two");
     EXPECT_EQ(fields.file("saved_queries.txt"), "none"); // that is meant
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 0);
     EXPECT_EQ(search_state.results_dirty, 1);
 }
 
@@ -805,9 +806,9 @@ TEST(SaveButton, OfASavedTextChangesNothing) {
     set_field(query, "one");
     set_entries(query, {"one", "(two)"});
     fields.focus(query);
-    saved_lists.query_saved = 1;
+    query_field.is_saved = 1;
     fields.click(query, on_save);
-    EXPECT_EQ(entries_of(saved_lists.queries), "one|(two)");
+    EXPECT_EQ(entries_of(query_field.entries), "one|(two)");
     EXPECT_EQ(fields.file("saved_queries.txt"), "none");
     EXPECT_EQ(fields.cursor.click_consumed, 1);
 }
@@ -817,11 +818,11 @@ TEST(SaveButton, OfASavedTextWithARemovedTwinWritesTheFile) {
     set_field(query, "one");
     set_entries(query, {"one", "(one)"});
     fields.focus(query);
-    saved_lists.query_saved = 1;
+    query_field.is_saved = 1;
     fields.click(query, on_save);
-    EXPECT_EQ(entries_of(saved_lists.queries), "one|(one)");
+    EXPECT_EQ(entries_of(query_field.entries), "one|(one)");
     EXPECT_EQ(fields.file("saved_queries.txt"), "one\r\none");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
 }
 
 TEST(SaveButton, DeletesTheFirstOf21RemovedEntriesForGood) {
@@ -836,12 +837,12 @@ TEST(SaveButton, DeletesTheFirstOf21RemovedEntriesForGood) {
     set_field(query, "new");
     fields.focus(query);
     fields.click(query, on_save);
-    EXPECT_EQ(entries_of(saved_lists.queries), "live" + rest + "|new");
+    EXPECT_EQ(entries_of(query_field.entries), "live" + rest + "|new");
 
     set_field(query, "newer");
-    saved_lists.query_saved = 0;
+    query_field.is_saved = 0;
     fields.click(query, on_save); // 20 removed ones all stay
-    EXPECT_EQ(entries_of(saved_lists.queries), "live" + rest + "|new|newer");
+    EXPECT_EQ(entries_of(query_field.entries), "live" + rest + "|new|newer");
 }
 
 TEST(SaveButton, CleansAPathAndKeepsItsCaretsInside) {
@@ -850,10 +851,10 @@ TEST(SaveButton, CleansAPathAndKeepsItsCaretsInside) {
     fields.focus(path, 0, 11);
     fields.click(path, on_save);
     EXPECT_EQ(text_of(*path), "C:/src/");
-    EXPECT_EQ(entries_of(saved_lists.paths), "C:/src/");
+    EXPECT_EQ(entries_of(path_field.entries), "C:/src/");
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/src/\r\nC:/src/");
     EXPECT_EQ(carets(), "{0,7}");
-    EXPECT_EQ(saved_lists.path_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 1);
 }
 
 TEST(SaveButton, ShowsTheCleanedPathAndItsCaretsInTheFrameOfTheClick) {
@@ -899,9 +900,9 @@ TEST(SaveButton, IsHoveredToBeforeItsEnd) {
     for (Point beside : {Point{404, 15}, Point{424, 15}, Point{410, 5}, Point{410, 25}}) {
         fields.click(query, beside);
     }
-    EXPECT_EQ(entries_of(saved_lists.queries), "");
+    EXPECT_EQ(entries_of(query_field.entries), "");
     fields.click(query, {405, 6});
-    EXPECT_EQ(entries_of(saved_lists.queries), "a");
+    EXPECT_EQ(entries_of(query_field.entries), "a");
 }
 
 // ---- The drop-down ----
@@ -982,7 +983,7 @@ TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     EXPECT_EQ(fields.cursor.stop, 0);
     EXPECT_EQ(fields.cursor.y, 27);
     input_field.dropdown_open = 1;
-    empty_list(&saved_lists.paths);
+    empty_list(&path_field.entries);
     fields.draw(path);
     EXPECT_EQ(fields.cursor.stop, 0);
     EXPECT_EQ(fields.cursor.y, 27);
@@ -993,14 +994,14 @@ TEST(DropDown, AButtonTurnsItsEntryAroundAndTellsWhatItWas) {
     testing::internal::CaptureStdout();
     fields.click(path, on_entry_button(0));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "ungav 1\n");
-    EXPECT_EQ(entries_of(saved_lists.paths), "(one)|(two)");
+    EXPECT_EQ(entries_of(path_field.entries), "(one)|(two)");
     EXPECT_EQ(fields.file("saved_paths.txt"), "abc");
     ui_release(MOUSE_LEFT, {});
 
     testing::internal::CaptureStdout();
     fields.click(path, on_entry_button(1));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "ungav 0\n");
-    EXPECT_EQ(entries_of(saved_lists.paths), "(one)|two");
+    EXPECT_EQ(entries_of(path_field.entries), "(one)|two");
     EXPECT_EQ(fields.file("saved_paths.txt"), "abc\r\ntwo");
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(input_field.dropdown_open, 1);
@@ -1017,13 +1018,13 @@ TEST(DropDown, AButtonUpdatesTheMarkWhichCleansThePath) {
     fields.click(path, on_entry_button(0));
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(fields.file("saved_paths.txt"), "one "); // written before
-    EXPECT_EQ(saved_lists.path_saved, 0);
+    EXPECT_EQ(path_field.is_saved, 0);
     EXPECT_EQ(text_of(*path), "one");
     EXPECT_EQ(carets(), "{3,3}");
     testing::internal::CaptureStdout();
     fields.click(path, on_entry_button(0));
     testing::internal::GetCapturedStdout();
-    EXPECT_EQ(saved_lists.path_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 1);
 }
 
 TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
@@ -1031,19 +1032,19 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     put_a_hit();
     fields.click(path, on_entry(1)); // a removed one, which stays removed
     EXPECT_EQ(text_of(*path), "C:/two");
-    EXPECT_EQ(entries_of(saved_lists.paths), "C:/one|(C:/two)");
+    EXPECT_EQ(entries_of(path_field.entries), "C:/one|(C:/two)");
     EXPECT_EQ(input_field.dropdown_open, 0);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/two\r\nC:/one");
     EXPECT_EQ(carets(), "{0,6}");
-    EXPECT_EQ(saved_lists.path_saved, 0);
+    EXPECT_EQ(path_field.is_saved, 0);
     EXPECT_EQ(fields.cursor.stop, 1); // the list was drawn: nothing else in this frame
     EXPECT_EQ(fields.cursor.y, 27 + 2 * 17);
 
     input_field.dropdown_open = 1;
     fields.click(path, on_entry(0));
     EXPECT_EQ(text_of(*path), "C:/one");
-    EXPECT_EQ(saved_lists.path_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 1);
 }
 
 TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
@@ -1065,13 +1066,14 @@ TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
 TEST(DropDown, APickedPathIsCleanBeforeItIsSearchedFor) {
     static OpenPaths *open;
     OpenPaths fields({"C:/one/"});
-    saved_entry_at(&saved_lists.paths, 0)->text[6] = ' '; // what a file's last line may end in
+    saved_entry_at(&path_field.entries, 0)->text[6] = ' '; // what a file's last line may end in
     open = &fields;
     fields.draw(path, on_entry(0)); // with every glyph
     EXPECT_EQ(states_while([] { open->click(path, on_entry(0)); }, 1,
                            [] {
                                bool is_wanted = search_state.request_pending;
-                               return each_step::State{{is_wanted ? static_cast<int64_t>(path->count) : -1}};
+                               return each_step::State{
+                                   {is_wanted ? static_cast<int64_t>(path->text->count) : -1}};
                            }),
               "-1\n"
               "6\n");
@@ -1081,10 +1083,10 @@ TEST(DropDown, APickedPathIsCleanBeforeItIsSearchedFor) {
 TEST(DropDown, APickGrowsTheTextsStorageByDoubling) {
     std::string entry = "C:/" + std::string(3000, 'x');
     OpenPaths fields({entry});
-    EXPECT_EQ(path->capacity, 1024u);
+    EXPECT_EQ(path->text->capacity, 1024u);
     fields.click(path, on_entry(0));
     EXPECT_EQ(text_of(*path), entry);
-    EXPECT_EQ(path->capacity, 4096u);
+    EXPECT_EQ(path->text->capacity, 4096u);
     EXPECT_EQ(carets(), "{0,3003}");
 }
 
@@ -1097,7 +1099,7 @@ TEST(DropDown, WithoutMemoryForAPickTheTextStaysAndIsSearchedForAgain) {
         fields.click(path, on_entry(0));
     }
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(path->capacity, 1024u);
+    EXPECT_EQ(path->text->capacity, 1024u);
     EXPECT_EQ(input_field.dropdown_open, 0);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(carets(), "{0,3}");
@@ -1108,7 +1110,7 @@ TEST(DropDown, ARightClickOnARowOrItsButtonDoesNothing) {
     fields.click(path, on_entry(0), MOUSE_RIGHT);
     fields.click(path, on_entry_button(0), MOUSE_RIGHT);
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(entries_of(saved_lists.paths), "one");
+    EXPECT_EQ(entries_of(path_field.entries), "one");
     EXPECT_EQ(input_field.dropdown_open, 1);
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
 }
@@ -1140,7 +1142,7 @@ TEST(DropDown, ARightClickOnSrcOpensItsOwn) {
     EXPECT_EQ(text_of(*query), "hay");
     EXPECT_EQ(fields.file("saved_queries.txt"), "hay\r\nhay\r\nneedle");
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
 }
 
 TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
@@ -1161,7 +1163,7 @@ TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
 
 TEST(DropDown, AnEntryOfLinesKeepsToItsRow) {
     OpenPaths fields({"a gjl", "z"});
-    saved_entry_at(&saved_lists.paths, 0)->text[1] = '\n'; // as an entry that was pasted and saved
+    saved_entry_at(&path_field.entries, 0)->text[1] = '\n'; // as an entry that was pasted and saved
     input_field.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
@@ -1172,7 +1174,7 @@ TEST(DropDown, AnEntryOfLinesKeepsToItsRow) {
 
 TEST(DropDown, AnEntryWithoutBytesIsAnEmptyRow) {
     OpenPaths fields({"x"});
-    SavedEntry *entry = saved_entry_at(&saved_lists.paths, 0);
+    SavedEntry *entry = saved_entry_at(&path_field.entries, 0);
     char *text = entry->text;
     *entry = {1, 0, nullptr, 0}; // memory for it was refused
     fields.click(path, on_entry(0));

@@ -1,6 +1,6 @@
 // The files of the saved lists: what is on disk after each change, and after a program that was killed.
 
-#include "ui/saved_lists.h"
+#include "ui/saved_files.h"
 
 #include <gtest/gtest.h>
 
@@ -31,8 +31,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-StrBuf *const path = &search_state.path;
-StrBuf *const query = &search_state.query;
+Field *const path = &path_field;
+Field *const query = &query_field;
 
 const std::string paths_file = "saved_paths.txt";
 const std::string queries_file = "saved_queries.txt";
@@ -45,7 +45,7 @@ using Bytes = std::optional<std::string>; // a file's; none when it is missing
 class ListFiles : public SavedListsScope {
 public:
     ListFiles() : folder(tree.path() + "/") {
-        saved_lists.folder = str_over(folder);
+        saved_folder = str_over(folder);
     }
 
     Bytes read(const std::string &name) const {
@@ -81,10 +81,10 @@ public:
     }
 
     std::string started() const {
-        empty_list(&saved_lists.queries);
+        empty_list(&query_field.entries);
         set_field(query, "");
         saved_list_load(query, 1);
-        return text_of(*query) + ": " + entries_of(saved_lists.queries);
+        return text_of(*query) + ": " + entries_of(query_field.entries);
     }
 
     TestTree tree;
@@ -106,13 +106,13 @@ std::string state_of(const ListFiles &files, const std::string &content) {
 
 void add(const std::string &text) {
     set_field(query, text);
-    saved_lists_update_mark(query);
+    saved_mark_update(query);
     saved_list_save(query, query);
 }
 
-void type(StrBuf *field, const std::string &text) {
+void type(Field *field, const std::string &text) {
     set_field(field, text);
-    saved_lists_update_mark(field);
+    saved_mark_update(field);
     saved_list_write(field);
 }
 
@@ -231,7 +231,7 @@ TEST(SavedFiles, AreNotWrittenWhenARemovedEntryComesBackAndThatIsMeant) {
     add("foo");
     saved_entry_flip(query, 0);
     saved_list_save(query, query);
-    EXPECT_EQ(entries_of(saved_lists.queries), "foo");
+    EXPECT_EQ(entries_of(query_field.entries), "foo");
     EXPECT_EQ(files.read(queries_file), "foo");
     type(query, "bar"); // the next change brings it
     EXPECT_EQ(files.read(queries_file), "bar\r\nfoo");
@@ -243,7 +243,7 @@ TEST(SavedFiles, AreWrittenOnceMoreForAMarkedTextOnlyWhenARemovedEntryEqualsIt) 
     files.put(queries_file, "untouched");
     saved_list_save(query, query);
     EXPECT_EQ(files.read(queries_file), "untouched");
-    saved_entry_at(&saved_lists.queries, 0)->in_use = 0;
+    saved_entry_at(&query_field.entries, 0)->in_use = 0;
     saved_list_save(query, query); // still marked
     EXPECT_EQ(files.read(queries_file), "foo");
 }
@@ -273,14 +273,14 @@ TEST(SavedFiles, OfATextWithoutEntriesComeBackAsAnEntryAndThatIsMeant) {
 
 TEST(SavedFiles, AreNotUsedWithoutAFolder) {
     ListFiles files;
-    saved_lists.folder = {};
+    saved_folder = {};
     fs::path before = fs::current_path();
     fs::current_path(files.tree.native("")); // nor are any in the folder the program was started in
     type(query, "foo");
     fs::current_path(before);
     EXPECT_EQ(files.names(), "");
     std::string too_long(4090, 'x');
-    saved_lists.folder = str_over(too_long);
+    saved_folder = str_over(too_long);
     type(query, "foo");
     saved_list_load(query, 1);
     EXPECT_EQ(text_of(*query), "foo");
@@ -309,12 +309,12 @@ TEST(SavedFiles, ThatCouldNotBeReadAreReadBeforeTheyAreReplaced) {
             files.started();
             set_field(query, "typed");
             saved_list_save(query, query);
-            EXPECT_TRUE(saved_lists.queries_unread);
+            EXPECT_TRUE(query_field.is_unread);
         }
         set_field(query, "typed2");
         saved_list_write(query);
         EXPECT_EQ(files.read(queries_file).value_or("none"), "typed2\r\ntyped\r\nbar") << unread;
-        EXPECT_FALSE(saved_lists.queries_unread);
+        EXPECT_FALSE(query_field.is_unread);
         EXPECT_EQ(files.names(), "saved_queries.txt");
         EXPECT_EQ(text_of(*query), "typed2"); // what was typed since stays
     }
@@ -494,7 +494,7 @@ TEST(KilledWrite, TheTwoListsAreFinishedEachForItself) {
     files.put(second_file, second_of("q\r\nr"));
     saved_list_load(path, 1);
     EXPECT_EQ(files.names(), "saved_paths.txt saved_queries.new");
-    EXPECT_EQ(text_of(*path) + ": " + entries_of(saved_lists.paths), "C:/a: C:/b");
+    EXPECT_EQ(text_of(*path) + ": " + entries_of(path_field.entries), "C:/a: C:/b");
     EXPECT_EQ(files.read(paths_file), "C:/a\r\nC:/b");
     EXPECT_EQ(files.started(), "q: r");
 }
@@ -684,7 +684,7 @@ TEST(SavedFilesStates, EachHasItsListAndItsFilesAfterAStartAndAfterTyping) {
         make_unreadable();
         type(query, "typed");
         unreadable.reset();
-        std::string entries = entries_of(saved_lists.queries);
+        std::string entries = entries_of(query_field.entries);
         std::string typed = "typed" + (entries.empty() ? "" : "\r\n" + entries);
         for (size_t bar; (bar = typed.find('|')) != std::string::npos;) {
             typed.replace(bar, 1, "\r\n");
@@ -911,7 +911,7 @@ TEST(FailedWrite, OfASecondFileThatIsHeldOpenWhileItIsDeletedLosesNothing) {
 TEST(FailedWrite, InAFolderThatIsNotThereIsIgnored) {
     ListFiles files;
     std::string missing = files.tree.path("missing") + "/";
-    saved_lists.folder = str_over(missing);
+    saved_folder = str_over(missing);
     type(query, "a");
     EXPECT_EQ(files.started(), ": ");
     EXPECT_EQ(files.names(), "");
@@ -931,7 +931,7 @@ TEST(SavedFiles, AreWrittenInTheLongestFolderInWhichTheyCanBeRead) {
     }
     deep += std::string(folder_size - deep.size() - 1, 'y') + "/";
     fs::create_directories(std::filesystem::path(deep));
-    saved_lists.folder = str_over(deep);
+    saved_folder = str_over(deep);
     type(query, "a");
     type(query, "b");
     EXPECT_EQ(files.started(), ": b");
@@ -971,18 +971,18 @@ TEST(SavedFiles, AHundredThousandEntriesAreLoadedAddedToRemovedFromWrittenAndRea
     files.put(queries_file, bytes);
     set_field(query, "");
     saved_list_load(query, 1);
-    ASSERT_EQ(saved_lists.queries.count, count);
+    ASSERT_EQ(query_field.entries.count, count);
     EXPECT_EQ(text_of(*query), "text");
-    EXPECT_EQ(to_string(saved_entry_text(saved_entry_at(&saved_lists.queries, count - 1))), "entry 99999");
+    EXPECT_EQ(to_string(saved_entry_text(saved_entry_at(&query_field.entries, count - 1))), "entry 99999");
 
     add("one more");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
     for (uint64_t row : {uint64_t{0}, uint64_t{50000}, count}) {
         saved_entry_flip(query, row);
     }
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 0);
     saved_entry_flip(query, count);
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
 
     std::string expected = "one more";
     for (uint64_t i = 1; i < count; i++) {
@@ -992,10 +992,10 @@ TEST(SavedFiles, AHundredThousandEntriesAreLoadedAddedToRemovedFromWrittenAndRea
     EXPECT_TRUE(files.read(queries_file) == expected); // too long to be shown
     EXPECT_EQ(files.names(), "saved_queries.txt");
 
-    empty_list(&saved_lists.queries);
+    empty_list(&query_field.entries);
     set_field(query, "");
     saved_list_load(query, 1);
-    EXPECT_EQ(saved_lists.queries.count, count - 1);
+    EXPECT_EQ(query_field.entries.count, count - 1);
     EXPECT_EQ(text_of(*query), "one more");
     saved_list_write(query);
     EXPECT_TRUE(files.read(queries_file) == expected);
@@ -1089,8 +1089,8 @@ TEST(SavedFilesModel, RandomChangesLeaveWhatAPlainListWouldWrite) {
             expected += (row > 0 ? "|" : "") +
                         (entries[row].live ? entries[row].text : "(" + entries[row].text + ")");
         }
-        ASSERT_EQ(entries_of(saved_lists.queries), expected) << i;
-        ASSERT_EQ(saved_lists.query_saved, marked) << i;
+        ASSERT_EQ(entries_of(query_field.entries), expected) << i;
+        ASSERT_EQ(query_field.is_saved, marked) << i;
         ASSERT_EQ(files.read(queries_file), on_disk) << i;
     }
     EXPECT_GT(deleted, 10); // more than 20 removed entries were reached, and one deleted for good

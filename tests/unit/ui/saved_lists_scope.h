@@ -8,11 +8,20 @@
 #include "os/memory.h"
 #include "search/search_state.h"
 #include "support/test_tree.h"
-#include "ui/saved_lists.h"
+#include "ui/saved_entries.h"
+#include "ui/saved_files.h"
 
 // What a field holds now.
 inline std::string text_of(const StrBuf &field) {
     return to_string(strbuf_text(&field));
+}
+inline std::string text_of(const Field &field) {
+    return text_of(*field.text);
+}
+
+// Makes text the whole of a field; fails the test when there is no memory for it.
+inline void set_field(Field *field, const std::string &text) {
+    set_field(field->text, text);
 }
 
 // A list's entries with '|' between them, those that are removed in parentheses.
@@ -35,15 +44,15 @@ inline void empty_list(DynArray *list) {
 }
 
 // Makes these the field's entries, those that are removed in parentheses.
-inline void set_entries(StrBuf *field, const std::vector<std::string> &entries) {
-    empty_list(saved_list_of(field));
+inline void set_entries(Field *field, const std::vector<std::string> &entries) {
+    empty_list(&field->entries);
     std::string file = "\n";
     for (const std::string &entry : entries) {
         file += (entry[0] == '(' ? entry.substr(1, entry.size() - 2) : entry) + "\n";
     }
     saved_list_load_contents(field, str_over(file), 0);
     for (uint64_t row = 0; row < entries.size(); row++) {
-        saved_entry_at(saved_list_of(field), row)->in_use = entries[row][0] != '(';
+        saved_entry_at(&field->entries, row)->in_use = entries[row][0] != '(';
     }
 }
 
@@ -54,11 +63,13 @@ public:
         saved_lists_reserve();
     }
     ~SavedListsScope() {
-        for (DynArray *list : {&saved_lists.paths, &saved_lists.queries}) {
-            empty_list(list);
-            os_free(list->data);
+        for (Field *field : {&path_field, &query_field}) {
+            empty_list(&field->entries);
+            os_free(field->entries.data);
+            field->entries = {};
+            field->is_saved = field->is_unread = 0;
         }
-        saved_lists = {};
+        saved_folder = {};
     }
     SavedListsScope(const SavedListsScope &) = delete;
     SavedListsScope &operator=(const SavedListsScope &) = delete;

@@ -1,4 +1,4 @@
-#include "ui/saved_lists.h"
+#include "ui/saved_entries.h"
 
 #include <gtest/gtest.h>
 
@@ -12,19 +12,19 @@
 
 namespace {
 
-StrBuf *const path = &search_state.path;
-StrBuf *const query = &search_state.query;
+Field *const path = &path_field;
+Field *const query = &query_field;
 
 // What a file's bytes make of a field that held "old" and its empty list: "text: entries".
-std::string loaded(StrBuf *field, const std::string &file, bool restore_text = true) {
-    empty_list(saved_list_of(field));
+std::string loaded(Field *field, const std::string &file, bool restore_text = true) {
+    empty_list(&field->entries);
     set_field(field, "old");
     std::vector<char> bytes(file.begin(), file.end()); // no zero behind them
     saved_list_load_contents(field, {bytes.size(), bytes.data()}, restore_text);
-    return text_of(*field) + ": " + entries_of(*saved_list_of(field));
+    return text_of(*field) + ": " + entries_of(field->entries);
 }
 
-std::string contents(const StrBuf *field) {
+std::string contents(const Field *field) {
     StrBuf out;
     strbuf_init(&out, 16);
     EXPECT_TRUE(saved_list_contents(field, &out));
@@ -61,7 +61,7 @@ TEST(SavedEntries, OwnACopyWhoseCapacityIsEightOrAPowerOfTwoFrom16) {
             saved_list_load_contents(query, str_over(file), 0);
         }
         EXPECT_EQ(sizes, std::vector<uint64_t>{capacity + 1});
-        const SavedEntry *entry = saved_entry_at(&saved_lists.queries, saved_lists.queries.count - 1);
+        const SavedEntry *entry = saved_entry_at(&query_field.entries, query_field.entries.count - 1);
         EXPECT_EQ(entry->in_use, 1u);
         EXPECT_EQ(entry->length, length);
         EXPECT_EQ(entry->capacity, capacity);
@@ -78,8 +78,8 @@ TEST(SavedEntries, WithoutMemoryForItsTextOneIsEmptyKeptAndWrittenAsAnEmptyLine)
         HeapHookScope hook([&](uint64_t) { return asked++ != 1; });
         saved_list_load_contents(query, str_over(file), 0);
     }
-    EXPECT_EQ(entries_of(saved_lists.queries), "a||c");
-    const SavedEntry *entry = saved_entry_at(&saved_lists.queries, 1);
+    EXPECT_EQ(entries_of(query_field.entries), "a||c");
+    const SavedEntry *entry = saved_entry_at(&query_field.entries, 1);
     EXPECT_EQ(entry->in_use, 1u);
     EXPECT_EQ(entry->length, 0u);
     EXPECT_EQ(entry->text, nullptr);
@@ -106,7 +106,7 @@ TEST(SavedEntries, TheListDoublesUpTo32768AndStepsBy1048576FromThere) {
     }
     EXPECT_EQ(list_sizes,
               (std::vector<uint64_t>{256, 512, 1024, 2048, 4096, 8192, 16384, 32768, 32768 + 1048576}));
-    EXPECT_EQ(saved_lists.queries.count, 32769u);
+    EXPECT_EQ(query_field.entries.count, 32769u);
 }
 
 TEST(SavedEntries, AListThatCannotGrowIsEmptied) {
@@ -120,40 +120,34 @@ TEST(SavedEntries, AListThatCannotGrowIsEmptied) {
         HeapHookScope hook([&](uint64_t size) { return size == 9; });
         saved_list_load_contents(query, str_over(file), 0);
     }
-    EXPECT_EQ(saved_lists.queries.count, 0u);
-    EXPECT_EQ(saved_lists.queries.capacity, 0u);
-    EXPECT_EQ(saved_lists.queries.data, nullptr);
+    EXPECT_EQ(query_field.entries.count, 0u);
+    EXPECT_EQ(query_field.entries.capacity, 0u);
+    EXPECT_EQ(query_field.entries.data, nullptr);
     set_field(query, "q");
     EXPECT_EQ(contents(query), "q"); // and reads as such
-    saved_lists_update_mark(query);
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    saved_mark_update(query);
+    EXPECT_EQ(query_field.is_saved, 0);
 }
 
-TEST(SavedEntries, AFieldIsNamedByItsText) {
+TEST(SavedEntries, EachFieldHasItsOwn) {
     SavedListsScope lists;
-    EXPECT_EQ(saved_list_of(path), &saved_lists.paths);
-    EXPECT_EQ(saved_list_of(query), &saved_lists.queries);
-    StrBuf other = {};
-    EXPECT_EQ(saved_list_of(&other), nullptr);
-    EXPECT_EQ(saved_list_of(nullptr), nullptr);
-    std::string file = "a\nb";
-    saved_list_load_contents(&other, str_over(file), 1);
-    saved_list_save(&other, &other);
-    saved_list_write(&other);
-    saved_list_load(&other, 1);
-    saved_entry_flip(&other, 0);
-    saved_entry_flip(nullptr, 0);
-    saved_lists_update_mark(&other);
-    saved_lists_update_mark(nullptr);
-    EXPECT_EQ(saved_lists.paths.count + saved_lists.queries.count, 0u);
+    EXPECT_EQ(loaded(path, "\na"), "old: a");
+    EXPECT_EQ(loaded(query, "\nb"), "old: b");
+    EXPECT_EQ(entries_of(path_field.entries), "a");
+    set_field(path, "a");
+    saved_mark_update(nullptr); // no field has the focus
+    EXPECT_EQ(path_field.is_saved, 0);
+    saved_mark_update(path);
+    EXPECT_EQ(path_field.is_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 0);
 }
 
 TEST(SavedEntries, AreFoundByTheirBytesAndState) {
     SavedListsScope lists;
     set_entries(query, {"(a)", "ab", "a", "(ab)", "A"});
     const auto row_of = [](const char *text, SavedEntryState state) {
-        const SavedEntry *entry = saved_list_find(&saved_lists.queries, str_from(text), state);
-        return entry ? static_cast<int>(entry - saved_entry_at(&saved_lists.queries, 0)) : -1;
+        const SavedEntry *entry = saved_list_find(&query_field.entries, str_from(text), state);
+        return entry ? static_cast<int>(entry - saved_entry_at(&query_field.entries, 0)) : -1;
     };
     EXPECT_EQ(row_of("a", SAVED_ANY), 0);
     EXPECT_EQ(row_of("a", SAVED_LIVE), 2);
@@ -255,8 +249,8 @@ TEST(SavedListLoading, ALongFirstLineGrowsTheFieldAndStaysOutWithoutMemoryForIt)
     SavedListsScope lists;
     std::string line(5000, 'x');
     EXPECT_EQ(loaded(query, line + "\nb"), line + ": b");
-    os_free(query->data);
-    strbuf_init(query, 1024);
+    os_free(query->text->data);
+    strbuf_init(query->text, 1024);
     HeapHookScope hook([](uint64_t size) { return size < 1000; });
     EXPECT_EQ(loaded(query, line + "\nb"), "old: b");
 }
@@ -275,12 +269,12 @@ TEST(SavedListLoading, TenMegabytesOfGarbageAreTakenLineByLine) {
         lines += empty ? 0 : 1;
     }
     loaded(query, garbage);
-    EXPECT_EQ(saved_lists.queries.count, lines + (start < garbage.size() ? 1 : 0));
+    EXPECT_EQ(query_field.entries.count, lines + (start < garbage.size() ? 1 : 0));
     std::string long_line(10000000, 'x');
     loaded(query, long_line);
-    EXPECT_EQ(saved_lists.queries.count, 1u);
-    EXPECT_EQ(saved_entry_at(&saved_lists.queries, 0)->length, 10000000u);
-    EXPECT_EQ(saved_entry_at(&saved_lists.queries, 0)->capacity, 16777216u);
+    EXPECT_EQ(query_field.entries.count, 1u);
+    EXPECT_EQ(saved_entry_at(&query_field.entries, 0)->length, 10000000u);
+    EXPECT_EQ(saved_entry_at(&query_field.entries, 0)->capacity, 16777216u);
 }
 
 // ---- Contents ----
@@ -389,14 +383,14 @@ TEST(SavedListModel, RandomFilesLoadAsThePlainReadingLoadsThemAndComeBackFromWha
         for (unsigned count = static_cast<unsigned>(random() % 30); count > 0; count--) {
             file += bytes[random() % bytes.size()];
         }
-        StrBuf *field = random() % 2 ? path : query;
+        Field *field = random() % 2 ? path : query;
         bool restore_text = random() % 4;
         std::string state = loaded(field, file, restore_text);
         ASSERT_EQ(state, plainly_loaded(field == path, file, restore_text)) << testing::PrintToString(file);
         // What is written then is read back as the plain reading reads it, too.
         std::string written = contents(field);
         std::string expected = text_of(*field);
-        const DynArray *list = saved_list_of(field);
+        const DynArray *list = &field->entries;
         for (uint64_t row = 0; row < list->count; row++) {
             expected += "\r\n" + to_string(saved_entry_text(saved_entry_at(list, row)));
         }
@@ -412,9 +406,9 @@ TEST(SavedMark, IsSetWhenALiveEntryHoldsTheSameBytes) {
     set_entries(query, {"(foo)", "bar", "foo bar"});
     const auto mark_of = [](const std::string &text) {
         set_field(query, text);
-        saved_lists_update_mark(query);
+        saved_mark_update(query);
         EXPECT_EQ(text_of(*query), text); // a query is not cleaned
-        return static_cast<int>(saved_lists.query_saved);
+        return static_cast<int>(query_field.is_saved);
     };
     EXPECT_EQ(mark_of("bar"), 1);
     EXPECT_EQ(mark_of("foo"), 0); // removed
@@ -423,7 +417,7 @@ TEST(SavedMark, IsSetWhenALiveEntryHoldsTheSameBytes) {
     EXPECT_EQ(mark_of("bar "), 0);
     EXPECT_EQ(mark_of("ba"), 0);
     EXPECT_EQ(mark_of(""), 0);
-    EXPECT_EQ(saved_lists.path_saved, 0);
+    EXPECT_EQ(path_field.is_saved, 0);
 }
 
 TEST(SavedMark, ConcernsTheFocusedFieldOnly) {
@@ -432,30 +426,30 @@ TEST(SavedMark, ConcernsTheFocusedFieldOnly) {
     set_entries(query, {"foo"});
     set_field(path, " D:/x ");
     set_field(query, "foo");
-    saved_lists_update_mark(query);
-    EXPECT_EQ(saved_lists.query_saved, 1);
-    EXPECT_EQ(saved_lists.path_saved, 0);
+    saved_mark_update(query);
+    EXPECT_EQ(query_field.is_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 0);
     EXPECT_EQ(text_of(*path), " D:/x ");
     set_field(query, "fo");
-    saved_lists_update_mark(path);
-    EXPECT_EQ(saved_lists.path_saved, 1);
-    EXPECT_EQ(saved_lists.query_saved, 1); // as it was
+    saved_mark_update(path);
+    EXPECT_EQ(path_field.is_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1); // as it was
 }
 
 TEST(SavedMark, CleansThePathInPlaceAndThatIsMeant) {
     SavedListsScope lists;
     set_entries(path, {"C:/Program", "C:/x/"});
     set_field(path, "C:/Program ");
-    saved_lists_update_mark(path);
+    saved_mark_update(path);
     EXPECT_EQ(text_of(*path), "C:/Program"); // a blank typed at its end is gone at once
-    EXPECT_EQ(saved_lists.path_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 1);
     set_field(path, "\"C:\\x\\\"");
-    saved_lists_update_mark(path);
+    saved_mark_update(path);
     EXPECT_EQ(text_of(*path), "C:/x/"); // slashes at the end stay
-    EXPECT_EQ(saved_lists.path_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 1);
     set_field(path, "C:/x");
-    saved_lists_update_mark(path);
-    EXPECT_EQ(saved_lists.path_saved, 0);
+    saved_mark_update(path);
+    EXPECT_EQ(path_field.is_saved, 0);
 }
 
 // ---- The save button ----
@@ -463,11 +457,11 @@ TEST(SavedMark, CleansThePathInPlaceAndThatIsMeant) {
 namespace {
 
 // What saving a text of a marked or unmarked focused field leaves in its list.
-std::string saved(StrBuf *field, const std::string &text, bool marked = false) {
+std::string saved(Field *field, const std::string &text, bool marked = false) {
     set_field(field, text);
-    (field == path ? saved_lists.path_saved : saved_lists.query_saved) = marked;
+    (field == path ? path_field.is_saved : query_field.is_saved) = marked;
     saved_list_save(field, field);
-    return entries_of(*saved_list_of(field));
+    return entries_of(field->entries);
 }
 
 } // namespace
@@ -475,17 +469,17 @@ std::string saved(StrBuf *field, const std::string &text, bool marked = false) {
 TEST(Saving, AppendsTheTextAndSetsTheMark) {
     SavedListsScope lists;
     EXPECT_EQ(saved(query, "foo"), "foo");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
     EXPECT_EQ(saved(query, "Foo \t"), "foo|Foo \t"); // as it is typed
     EXPECT_EQ(saved(query, "a\\b"), "foo|Foo \t|a\\b");
-    EXPECT_EQ(saved_lists.paths.count, 0u);
+    EXPECT_EQ(path_field.entries.count, 0u);
 }
 
 TEST(Saving, CleansAPathFirst) {
     SavedListsScope lists;
     EXPECT_EQ(saved(path, " \"D:\\x\\\" "), "D:/x/");
     EXPECT_EQ(text_of(*path), "D:/x/");
-    EXPECT_EQ(saved_lists.path_saved, 1);
+    EXPECT_EQ(path_field.is_saved, 1);
     EXPECT_EQ(saved(path, "D:\\x\\ "), "D:/x/");
 }
 
@@ -494,42 +488,42 @@ TEST(Saving, AnEmptyTextSavesNothing) {
     EXPECT_EQ(saved(query, ""), "");
     EXPECT_EQ(saved(path, ""), "");
     EXPECT_EQ(saved(path, " \" "), ""); // nothing is left of it
-    EXPECT_EQ(saved_lists.path_saved, 0);
+    EXPECT_EQ(path_field.is_saved, 0);
 }
 
 TEST(Saving, BringsBackARemovedEntryWithoutMarkingItAndThatIsMeant) {
     SavedListsScope lists;
     set_entries(query, {"a", "(foo)", "b", "(foo)"});
     EXPECT_EQ(saved(query, "foo"), "a|foo|b|(foo)"); // the first of them, and nothing is appended
-    EXPECT_EQ(saved_lists.query_saved, 0);
-    saved_lists_update_mark(query);
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 0);
+    saved_mark_update(query);
+    EXPECT_EQ(query_field.is_saved, 1);
 }
 
 TEST(Saving, ALiveEntryThatTheMarkDoesNotKnowStays) {
     SavedListsScope lists;
     set_entries(query, {"foo", "(foo)"});
     EXPECT_EQ(saved(query, "foo"), "foo|(foo)");
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 0);
 }
 
 TEST(Saving, AMarkedTextChangesNoEntry) {
     SavedListsScope lists;
     set_entries(query, {"foo", "(bar)"});
     EXPECT_EQ(saved(query, "foo", true), "foo|(bar)");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
     EXPECT_EQ(saved(query, "new", true), "foo|(bar)"); // whatever the text is
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
 }
 
 TEST(Saving, AMarkedTextThatARemovedEntryEqualsIsMarkedAnew) {
     SavedListsScope lists;
     set_entries(query, {"(foo)"});
     EXPECT_EQ(saved(query, "foo", true), "(foo)");
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 0);
     set_entries(query, {"(foo)", "foo"});
     EXPECT_EQ(saved(query, "foo", true), "(foo)|foo");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(query_field.is_saved, 1);
 }
 
 TEST(Saving, OnTheFieldWithoutFocusLeavesItsButtonUnlitAndThatIsMeant) {
@@ -538,14 +532,14 @@ TEST(Saving, OnTheFieldWithoutFocusLeavesItsButtonUnlitAndThatIsMeant) {
     set_field(query, "foo");
     set_entries(query, {"foo"});
     saved_list_save(path, query);
-    EXPECT_EQ(entries_of(saved_lists.paths), "D:/x");
-    EXPECT_EQ(saved_lists.path_saved, 0);
-    EXPECT_EQ(saved_lists.query_saved, 1); // the focused field's mark
-    saved_lists.query_saved = 0;
+    EXPECT_EQ(entries_of(path_field.entries), "D:/x");
+    EXPECT_EQ(path_field.is_saved, 0);
+    EXPECT_EQ(query_field.is_saved, 1); // the focused field's mark
+    query_field.is_saved = 0;
     set_field(path, "D:/y");
     saved_list_save(path, nullptr);
-    EXPECT_EQ(entries_of(saved_lists.paths), "D:/x|D:/y");
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(entries_of(path_field.entries), "D:/x|D:/y");
+    EXPECT_EQ(query_field.is_saved, 0);
 }
 
 TEST(Saving, DeletesTheFirstRemovedEntryForGoodWhenMoreThan20AreRemoved) {
@@ -557,17 +551,17 @@ TEST(Saving, DeletesTheFirstRemovedEntryForGoodWhenMoreThan20AreRemoved) {
     std::string result = saved(query, "new");
     EXPECT_EQ(result.substr(0, 15), "live|(r2)|(r3)|");
     EXPECT_EQ(result.substr(result.size() - 14), "(r21)|last|new");
-    EXPECT_EQ(saved_lists.queries.count, 23u);
+    EXPECT_EQ(query_field.entries.count, 23u);
     // One a save, and none once there are 20.
     saved(query, "newer");
-    EXPECT_EQ(saved_lists.queries.count, 24u);
+    EXPECT_EQ(query_field.entries.count, 24u);
     // Before the new one needs room.
     entries = removed_entries(21);
     entries.resize(128, "live");
     set_entries(query, entries);
     saved(query, "new");
-    EXPECT_EQ(saved_lists.queries.count, 128u);
-    EXPECT_EQ(saved_lists.queries.capacity, 128u);
+    EXPECT_EQ(query_field.entries.count, 128u);
+    EXPECT_EQ(query_field.entries.capacity, 128u);
 }
 
 TEST(Saving, KeepsTwentyRemovedEntriesAndDeletesOnlyOneASave) {
@@ -576,16 +570,16 @@ TEST(Saving, KeepsTwentyRemovedEntriesAndDeletesOnlyOneASave) {
     EXPECT_EQ(saved(query, "new").substr(0, 10), "(r1)|(r2)|");
     set_entries(query, removed_entries(30));
     EXPECT_EQ(saved(query, "new").substr(0, 10), "(r2)|(r3)|");
-    EXPECT_EQ(saved_lists.queries.count, 30u);
+    EXPECT_EQ(query_field.entries.count, 30u);
     EXPECT_EQ(saved(query, "newer").substr(0, 10), "(r3)|(r4)|");
-    EXPECT_EQ(saved_lists.queries.count, 30u);
+    EXPECT_EQ(query_field.entries.count, 30u);
 }
 
 TEST(Saving, BringsAnEntryBackBeforeAnythingIsDeleted) {
     SavedListsScope lists;
     set_entries(query, removed_entries(25));
     EXPECT_EQ(saved(query, "r1").substr(0, 8), "r1|(r2)|");
-    EXPECT_EQ(saved_lists.queries.count, 25u);
+    EXPECT_EQ(query_field.entries.count, 25u);
 }
 
 TEST(Saving, WithoutMemoryForTheTextAddsAnEmptyEntry) {
@@ -595,9 +589,9 @@ TEST(Saving, WithoutMemoryForTheTextAddsAnEmptyEntry) {
         HeapHookScope hook([](uint64_t) { return false; });
         saved_list_save(query, query);
     }
-    EXPECT_EQ(saved_lists.queries.count, 1u);
-    EXPECT_EQ(saved_entry_at(&saved_lists.queries, 0)->text, nullptr);
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(query_field.entries.count, 1u);
+    EXPECT_EQ(saved_entry_at(&query_field.entries, 0)->text, nullptr);
+    EXPECT_EQ(query_field.is_saved, 0);
     EXPECT_EQ(saved(query, "foo"), "|foo");
 }
 
@@ -605,7 +599,7 @@ TEST(Saving, TheEntryIsACopy) {
     SavedListsScope lists;
     EXPECT_EQ(saved(query, "foo"), "foo");
     set_field(query, "bar");
-    EXPECT_EQ(entries_of(saved_lists.queries), "foo");
+    EXPECT_EQ(entries_of(query_field.entries), "foo");
 }
 
 // ---- The drop-down's button ----
@@ -614,17 +608,17 @@ TEST(Flipping, TurnsALiveEntryIntoARemovedOneAndBack) {
     SavedListsScope lists;
     set_entries(query, {"a", "foo", "(b)"});
     set_field(query, "foo");
-    saved_lists_update_mark(query);
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    saved_mark_update(query);
+    EXPECT_EQ(query_field.is_saved, 1);
     saved_entry_flip(query, 1);
-    EXPECT_EQ(entries_of(saved_lists.queries), "a|(foo)|(b)"); // it keeps its slot
-    EXPECT_EQ(saved_lists.query_saved, 0);
+    EXPECT_EQ(entries_of(query_field.entries), "a|(foo)|(b)"); // it keeps its slot
+    EXPECT_EQ(query_field.is_saved, 0);
     saved_entry_flip(query, 1);
-    EXPECT_EQ(entries_of(saved_lists.queries), "a|foo|(b)");
-    EXPECT_EQ(saved_lists.query_saved, 1);
+    EXPECT_EQ(entries_of(query_field.entries), "a|foo|(b)");
+    EXPECT_EQ(query_field.is_saved, 1);
     saved_entry_flip(query, 2);
-    saved_entry_at(&saved_lists.queries, 3)->in_use = 7;
+    saved_entry_at(&query_field.entries, 3)->in_use = 7;
     saved_entry_flip(query, 3); // not there
-    EXPECT_EQ(saved_entry_at(&saved_lists.queries, 3)->in_use, 7u);
-    EXPECT_EQ(entries_of(saved_lists.queries), "a|foo|b");
+    EXPECT_EQ(saved_entry_at(&query_field.entries, 3)->in_use, 7u);
+    EXPECT_EQ(entries_of(query_field.entries), "a|foo|b");
 }

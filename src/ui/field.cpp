@@ -1,0 +1,35 @@
+#include "ui/field.h"
+
+#include "search/search_state.h"
+#include "ui/line_editor.h"
+#include "ui/saved_entries.h"
+#include "ui/saved_files.h"
+
+Field path_field = {
+    .text = &search_state.path,
+    .is_path = 1,
+    .file_name = "saved_paths.txt",
+    .second_name = "saved_paths.new",
+    .earlier_name = "saved_paths.txt.new",
+    .entries = {},
+    .is_saved = 0,
+    .is_unread = 0,
+};
+
+Field query_field = {
+    .text = &search_state.query,
+    .is_path = 0,
+    .file_name = "saved_queries.txt",
+    .second_name = "saved_queries.new",
+    .earlier_name = "saved_queries.txt.new",
+    .entries = {},
+    .is_saved = 0,
+    .is_unread = 0,
+};
+
+void field_changed(Field *field) {
+    saved_mark_update(field); // a path may get shorter
+    field_clamp_carets(field->text);
+    saved_list_write(field);
+    publish_request();
+}

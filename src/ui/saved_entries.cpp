@@ -1,0 +1,127 @@
+#include "ui/saved_entries.h"
+
+#include <string.h>
+
+#include "os/memory.h"
+#include "ui/saved_files.h"
+
+namespace {
+
+constexpr uint64_t removed_entries_kept = 20;
+
+uint64_t entry_capacity(uint64_t length) {
+    uint64_t capacity = 8;
+    while (capacity < length) {
+        capacity *= 2;
+    }
+    return capacity;
+}
+
+// Deletes the first removed entry for good when there are more than enough of them.
+void compact_removed(DynArray *list) {
+    uint64_t removed = 0;
+    uint64_t first = 0;
+    for (uint64_t row = list->count; row-- > 0;) {
+        if (!saved_entry_at(list, row)->in_use) {
+            removed++;
+            first = row;
+        }
+    }
+    if (removed <= removed_entries_kept) {
+        return;
+    }
+    SavedEntry *entry = saved_entry_at(list, first);
+    os_free(entry->text);
+    memmove(entry, entry + 1, (list->count - first - 1) * sizeof(SavedEntry));
+    list->count = list->count - 1;
+}
+
+} // namespace
+
+void saved_lists_reserve() {
+    dynarray_init(&path_field.entries, sizeof(SavedEntry), 128);
+    dynarray_init(&query_field.entries, sizeof(SavedEntry), 128);
+}
+
+SavedEntry *saved_entry_at(const DynArray *list, uint64_t row) {
+    return reinterpret_cast<SavedEntry *>(list->data + row * sizeof(SavedEntry));
+}
+
+Str saved_entry_text(const SavedEntry *entry) {
+    return {entry->length, entry->text};
+}
+
+SavedEntry *saved_list_find(const DynArray *list, Str text, SavedEntryState wanted) {
+    for (uint64_t row = 0; row < list->count; row++) {
+        SavedEntry *entry = saved_entry_at(list, row);
+        if ((wanted == SAVED_ANY || (wanted == SAVED_LIVE) == (entry->in_use != 0)) &&
+            str_equal(saved_entry_text(entry), text)) {
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+void saved_list_add(DynArray *list, Str text) {
+    if (list->capacity == 0) {
+        return; // a push onto it would never return
+    }
+    uint64_t capacity = entry_capacity(text.count);
+    char *copy = static_cast<char *>(os_alloc(capacity + 1));
+    SavedEntry entry = {1, 0, nullptr, 0}; // without memory an empty entry, which is kept and written
+    if (copy) {
+        memcpy(copy, text.data, text.count);
+        copy[text.count] = 0;
+        entry = {1, text.count, copy, capacity};
+    }
+    // A list that cannot grow is empty from then on; its entries' texts stay allocated.
+    if (!dynarray_push(list, sizeof(SavedEntry), &entry)) {
+        os_free(copy);
+    }
+}
+
+void saved_mark_update(Field *focused) {
+    if (!focused) {
+        return;
+    }
+    if (focused->is_path) {
+        // A space or a quote typed at the end of the path is gone at once: intentional.
+        strbuf_clean_path(focused->text, 1);
+    }
+    focused->is_saved = saved_list_find(&focused->entries, strbuf_text(focused->text), SAVED_LIVE) != nullptr;
+}
+
+void saved_list_save(Field *field, Field *focused) {
+    if (field->is_path) {
+        strbuf_clean_path(field->text, 1);
+    }
+    Str text = strbuf_text(field->text);
+    if (field->is_saved) {
+        if (!saved_list_find(&field->entries, text, SAVED_REMOVED)) {
+            return;
+        }
+    } else {
+        if (text.count == 0) {
+            return;
+        }
+        SavedEntry *same = saved_list_find(&field->entries, text, SAVED_ANY);
+        if (same) {
+            same->in_use = 1; // neither written nor marked before the next change, and that is meant
+            return;
+        }
+        compact_removed(&field->entries);
+        saved_list_add(&field->entries, text);
+    }
+    saved_list_write(field);
+    saved_mark_update(focused);
+}
+
+void saved_entry_flip(Field *field, uint64_t row) {
+    if (row >= field->entries.count) {
+        return;
+    }
+    SavedEntry *entry = saved_entry_at(&field->entries, row);
+    entry->in_use = entry->in_use ? 0 : 1;
+    saved_list_write(field);
+    saved_mark_update(field);
+}

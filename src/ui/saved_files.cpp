@@ -1,0 +1,142 @@
+#include "ui/saved_files.h"
+
+#include <string.h>
+
+#include "os/files.h"
+#include "os/replace_file.h"
+#include "search/search_state.h"
+#include "ui/saved_entries.h"
+
+Str saved_folder;
+
+// ---- A file's bytes ----
+
+void saved_list_load_contents(Field *field, Str contents, uint8_t restore_text) {
+    str_slashes(contents); // in queries too, and that is meant
+    uint64_t start = 0;
+    for (uint64_t end = 0; end < contents.count; end++) {
+        if (contents.data[end] != '\n') {
+            continue;
+        }
+        Str line = {end - start, contents.data + start};
+        if (line.count > 0 && line.data[line.count - 1] == '\r') {
+            line.count--;
+        }
+        if (start == 0) {
+            // As it stands, even a path: it is cleaned with the first mark update that it has the focus for.
+            if (restore_text && line.count > 0) {
+                set_field_text(field->text, line);
+            }
+        } else {
+            line = field->is_path ? path_clean(line, 1) : line;
+            if (line.count > 0) {
+                saved_list_add(&field->entries, line);
+            }
+        }
+        start = end + 1;
+    }
+    // What no line feed ends is an entry as it stands, its carriage return and all, even the only line of the
+    // file: a text that was left without saved entries comes back as an entry. That is meant.
+    if (start < contents.count) {
+        saved_list_add(&field->entries, {contents.count - start, contents.data + start});
+    }
+}
+
+namespace {
+
+uint8_t append(StrBuf *out, Str text) {
+    if (!strbuf_make_room(out, text.count, nullptr)) {
+        return 0;
+    }
+    strbuf_append(out, text.count, text.data);
+    return 1;
+}
+
+} // namespace
+
+uint8_t saved_list_contents(const Field *field, StrBuf *out) {
+    const DynArray *list = &field->entries;
+    if (!append(out, strbuf_text(field->text))) {
+        return 0;
+    }
+    for (uint64_t row = 0; row < list->count; row++) {
+        const SavedEntry *entry = saved_entry_at(list, row);
+        if (entry->in_use && !(append(out, str_from("\r\n")) && append(out, saved_entry_text(entry)))) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+// ---- Files ----
+
+namespace {
+
+constexpr uint64_t longest_folder = 4096; // bytes; the systems' own limits are lower
+constexpr uint64_t longest_name = 32;
+
+struct FilePath {
+    char bytes[longest_folder + longest_name];
+};
+
+struct FilePaths {
+    FilePath first;
+    FilePath second;
+    FilePath earlier;
+    ReplacedFile file; // of these bytes
+};
+
+Str join(FilePath *path, Str folder, const char *name) {
+    memcpy(path->bytes, folder.data, folder.count);
+    memcpy(path->bytes + folder.count, name, strlen(name) + 1);
+    return str_from(path->bytes);
+}
+
+// Returns 0 when no files are to be used.
+uint8_t file_paths(const Field *field, FilePaths *paths) {
+    Str folder = saved_folder;
+    if (!field->file_name || folder.count == 0 || folder.count > longest_folder) {
+        return 0;
+    }
+    paths->file = {join(&paths->first, folder, field->file_name),
+                   join(&paths->second, folder, field->second_name),
+                   join(&paths->earlier, folder, field->earlier_name)};
+    return 1;
+}
+
+void load(Field *field, const ReplacedFile *file, uint8_t restore_text) {
+    Str contents;
+    field->is_unread = !read_replaced_file(file, &contents);
+    saved_list_load_contents(field, contents, restore_text);
+    os_file_free(&contents);
+}
+
+} // namespace
+
+void saved_list_load(Field *field, uint8_t restore_text) {
+    FilePaths paths;
+    if (file_paths(field, &paths)) {
+        load(field, &paths.file, restore_text);
+    }
+}
+
+void saved_list_write(Field *field) {
+    FilePaths paths;
+    if (!file_paths(field, &paths) || field->entries.capacity == 0) {
+        return;
+    }
+    // A list that could not be read at the start must not be replaced by one without its entries.
+    if (field->is_unread) {
+        load(field, &paths.file, 0);
+        if (field->is_unread) {
+            return;
+        }
+    }
+    StrBuf block;
+    strbuf_init(&block, 16384);
+    strbuf_append(&block, replaced_length_size, nullptr);
+    if (saved_list_contents(field, &block)) {
+        replace_file(&paths.file, strbuf_text(&block));
+    }
+    os_free(block.data);
+}
