@@ -220,7 +220,7 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, LayoutCurso
         draw_carets(framebuffer, cursor, text_x, shown);
     }
     int32_t end_x = text_x + pen_at(cursor, shown, shown.count);
-    char room[1024]; // names of folders are shorter
+    char room[1024] = {}; // names of folders are shorter
     draw_line(framebuffer, cursor, end_x, completion_colour, completion_tail(shown, {sizeof(room), room}));
 
     if (has_list) {
