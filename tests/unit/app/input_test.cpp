@@ -45,7 +45,7 @@ void pointer(uint8_t type, Point position) {
 }
 
 void wheel(int32_t direction, int32_t client_height = 600) {
-    PlatformWindow window = {};
+    static PlatformWindow window; // as a real one: an event that waits still needs it
     window.client_size = {1000, client_height};
     WindowEvent event = {};
     event.type = EVENT_MOUSE_WHEEL;
