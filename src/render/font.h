@@ -62,8 +62,8 @@ SizedFont *font_get_size(int32_t pixel_height);
 uint8_t glyph_contrast(uint8_t coverage);
 
 // Rasterises one codepoint (glyph 0 for one above 0x10FFFF, outside Unicode) and inserts it before the first
-// greater one. Returns the new record, valid until the next call. Null when memory for the table is refused;
-// the table is then empty and stays so.
+// greater one. Returns the new record, valid until the next call. Null when out of memory for the table,
+// which is then empty and stays so.
 Glyph *glyph_create(SizedFont *sized, uint32_t codepoint);
 
 // The glyph of a codepoint, made when there is none yet; valid until the next is made. Null when sized is, or

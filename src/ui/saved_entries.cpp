@@ -106,7 +106,7 @@ void saved_list_save(Field *field, Field *focused) {
         }
         SavedEntry *same = saved_list_find(&field->entries, text, SAVED_ANY);
         if (same) {
-            same->in_use = 1; // neither written nor marked before the next change, and that is meant
+            same->in_use = 1; // intentionally neither written nor marked before the next change
             return;
         }
         compact_removed(&field->entries);

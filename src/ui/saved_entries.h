@@ -40,8 +40,8 @@ SavedEntry *saved_list_find(const DynArray *list, Str text, SavedEntryState want
 // Appends a live entry with a copy of text; without memory for the copy an empty one.
 void saved_list_add(DynArray *list, Str text);
 
-// Finds out anew whether the focused field's text is saved. A path is cleaned in place first, trailing
-// slashes kept: it may get shorter, and whoever keeps carets clamps them. Nothing happens for a null pointer.
+// Updates whether the focused field's text is saved. A path is cleaned in place first, trailing slashes kept:
+// it may get shorter, so the caller clamps its carets. Nothing happens for a null pointer.
 void saved_mark_update(Field *focused);
 
 // What the save button of a field does: adds its text to its list, brings back the removed entry that has the

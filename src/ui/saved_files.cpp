@@ -12,7 +12,7 @@ Str saved_folder;
 // ---- A file's bytes ----
 
 void saved_list_load_contents(Field *field, Str contents, uint8_t restore_text) {
-    str_slashes(contents); // in queries too, and that is meant
+    str_slashes(contents); // intentionally in queries too
     uint64_t start = 0;
     for (uint64_t end = 0; end < contents.count; end++) {
         if (contents.data[end] != '\n') {
@@ -35,8 +35,8 @@ void saved_list_load_contents(Field *field, Str contents, uint8_t restore_text) 
         }
         start = end + 1;
     }
-    // What no line feed ends is an entry as it stands, its carriage return and all, even the only line of the
-    // file: a text that was left without saved entries comes back as an entry. That is meant.
+    // An unterminated last line becomes an entry verbatim, carriage return included, even when it is the only
+    // line: a text without saved entries intentionally comes back as an entry.
     if (start < contents.count) {
         saved_list_add(&field->entries, {contents.count - start, contents.data + start});
     }

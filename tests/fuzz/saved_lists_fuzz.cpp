@@ -40,7 +40,7 @@ struct Disk {
     int hits = 0;             // steps that it has hit
     uint8_t written_part = 0; // of 256: how much of a writing is done when it is hit
     std::set<std::string> unreadable;
-    std::set<std::string> folders; // stand in the place of files
+    std::set<std::string> folders; // where files should be
 
     bool is_killed() const {
         return lasts && fault == KILLED;
@@ -414,8 +414,8 @@ private:
         disk.written_part = input.byte();
     }
 
-    // One of a list's files, or both, cannot be read until the disk is mended, or a folder stands in the
-    // second one's place; perhaps the program is started then.
+    // One of a list's files, or both, cannot be read until the disk is repaired, or there is a folder where
+    // the second one should be; perhaps the program is started then.
     void block_reading(size_t which, uint8_t what) {
         disk.mend();
         if (what & 16 && !disk.files.count(second_name(which))) {

@@ -16,7 +16,7 @@ inline constexpr const char *month_short_names[12] = {"Jan", "Feb", "Mar", "Apr"
 inline constexpr const char *month_names[12] = {"January",   "February", "March",    "April",
                                                 "May",       "June",     "July",     "August",
                                                 "September", "October",  "November", "December"};
-// Monday first. The short names end with an empty slot; that is meant.
+// Monday first. The empty slot at the end of the short names is intentional.
 inline constexpr const char *weekday_short_names[8] = {"Mon", "Tue", "Wed", "Thu",
                                                        "Fri", "Sat", "Sun", nullptr};
 inline constexpr const char *weekday_names[7] = {"Monday", "Tuesday",  "Wednesday", "Thursday",

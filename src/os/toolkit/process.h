@@ -20,9 +20,9 @@ struct ProcessOutput {
 // Without a callback this is os_run_process without on_output.
 //
 // With a callback, that gets all of the child's output and errors, in order, and the call returns once the
-// child and whatever inherited its output have closed it, on Linux once the child has ended, too. The child's
-// input never ends, for this side of both pipes is left open, which is meant: after a failure to start the
-// other side is, too. When the code cannot be read, a debug line "2886" is written.
+// child and everything that inherited its output have closed it, and on Linux the child has ended. This side
+// of both pipes intentionally stays open, so the child's input never ends; after a failed start the child's
+// side stays open as well. When the exit code cannot be read, the debug line "2886" is written.
 uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console);
 
 // ---- A child to talk with (each system) ----
@@ -43,9 +43,9 @@ struct Process {
     uint64_t process_info[3];  // handles of the child and of its thread, and their ids; on Linux its id first
 };
 
-// Starts a command with pipes as its standard files and returns at once: 0, or 1 when a pipe or the child is
-// refused. After a failure the pipes made until then are left open, which is meant, and process is not to be
-// used.
+// Starts a command with pipes as its standard files and returns at once: 0, or 1 when a pipe or the child
+// cannot be created. After a failure the pipes created so far intentionally stay open, and process must not
+// be used.
 int32_t os_process_start(Process *process, Str cmd, uint8_t show_console);
 
 // Writes count bytes to the child's input, waiting while the pipe is full. Returns the bytes written, or -1;
@@ -64,9 +64,9 @@ uint8_t os_process_is_running(const Process *process);
 // always 0 for a program without windows, and on Linux.
 uint8_t os_process_wait_idle(const Process *process);
 
-// Ends the child if it still runs, with exit code 0 where the system lets choose, and gives the process back:
-// its handles and the child's ends of the pipes. This side's ends stay open, which is meant; what the child
-// had written can still be read. Once only. Returns the result of the last closing: not 0 when it worked.
+// Ends the child if it still runs, with exit code 0 where the system lets us choose, and closes its handles
+// and the child's ends of the pipes. This side's ends intentionally stay open: what the child has written can
+// still be read. Once only. Returns the result of the last close: not 0 when it worked.
 int32_t os_process_kill(Process *process);
 
 static_assert(sizeof(Process) == 192 && offsetof(Process, input) == 8 && offsetof(Process, output) == 16 &&

@@ -15,11 +15,11 @@ void os_thread_suspend(Thread *thread);
 // Lets a suspended thread go on; nothing happens for any other one. A null record is allowed.
 void os_thread_resume(Thread *thread);
 
-// Ends a thread wherever it is, suspended ones too: it gives back no lock and no memory. The record is freed;
-// the system's handle is not closed, which is meant.
+// Ends a thread wherever it is, even suspended: its locks stay held and its memory stays allocated. The
+// record is freed; the system's handle is intentionally not closed.
 void os_thread_kill(Thread *thread);
 
-// Ends no thread: it only writes a debug line that says so. That is meant.
+// Intentionally ends no thread: it only writes a debug line that says so.
 void os_abort_all_threads();
 
 // ---- Locks (each system) ----
@@ -54,7 +54,7 @@ inline int64_t os_now_ms() {
     return os_now_us() / 1000;
 }
 
-// Sleeps for s seconds. The milliseconds are cut to 32 bits; that is meant.
+// Sleeps for s seconds. The milliseconds are intentionally cut to 32 bits.
 inline void os_sleep_s(uint32_t s) {
     os_sleep_ms(s * 1000);
 }

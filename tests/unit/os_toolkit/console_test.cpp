@@ -57,7 +57,7 @@ protected:
 
     void TearDown() override {
         SetConsoleTextAttribute(output, before.wAttributes);
-        // FreeConsole closes the handles that AllocConsole opened, or what stands in their place by then.
+        // FreeConsole closes the handles that AllocConsole opened, or whatever has their numbers by then.
         restore(consoles_own);
         for (HANDLE handle : {input, output}) {
             if (handle != INVALID_HANDLE_VALUE) {

@@ -119,7 +119,7 @@ private:
 
 // ---- One command ----
 
-TEST(ChildProcess, AProgramPathWithBlanksNeedsQuotes) {
+TEST(ChildProcess, AProgramPathWithSpacesNeedsQuotes) {
     TestTree tree;
     fs::create_directory(tree.native("a folder"));
     fs::copy_file(fs::path(probe_path()), tree.native("a folder/probe" + exe_suffix));
@@ -263,7 +263,7 @@ TEST(ChildProcess, AChildHasThisProcesssFolderAndEnvironment) {
 
 // ---- Arguments ----
 
-TEST(ChildProcess, ArgumentsAreSplitAtBlanksOutsideOfQuotes) {
+TEST(ChildProcess, ArgumentsAreSplitAtSpacesAndTabsOutsideQuotes) {
     EXPECT_EQ(arguments_seen("a b"), "[a][b]");
     EXPECT_EQ(arguments_seen("  a \t b  "), "[a][b]");
     EXPECT_EQ(arguments_seen("\"a b\" c"), "[a b][c]");

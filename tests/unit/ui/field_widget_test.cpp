@@ -558,7 +558,7 @@ TEST(FieldCompletion, IsWhatFollowsTheTypedNameOnEitherField) {
         {"x/zz", "apps", "ps"}, // the bytes are counted, not compared
     };
     for (const auto &typed : rows) {
-        for (Field *field : {path, query}) { // that Src shows the path's completion is meant
+        for (Field *field : {path, query}) { // Src intentionally shows the path's completion too
             Fields fields;
             std::string label = field == path ? "Path: " : "Src: ";
             std::string text = typed.text;
@@ -776,7 +776,7 @@ TEST(SaveButton, OfAFieldWithoutTheFocusStaysUnlit) {
     fields.click(query, on_save);
     EXPECT_EQ(entries_of(query_field.entries), "needle");
     EXPECT_EQ(fields.file("saved_queries.txt"), "needle\r\nneedle");
-    EXPECT_EQ(query_field.is_saved, 0); // the mark is the focused field's only: that is meant
+    EXPECT_EQ(query_field.is_saved, 0); // only the focused field's mark is updated
 }
 
 TEST(SaveButton, SavesNoEmptyText) {

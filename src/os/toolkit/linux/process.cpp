@@ -89,14 +89,14 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) 
         os_debug_print("%i\n", 2886);
         return 1;
     }
-    return exit_code_from(info); // this side's ends of the pipes stay open, which is meant
+    return exit_code_from(info); // this side's ends of the pipes intentionally stay open
 }
 
 // ---- A child to talk with ----
 
 int32_t os_process_start(Process *process, Str cmd, uint8_t show_console) {
     *process = {};
-    // A failure on the way leaves open what there is by then, which is meant.
+    // A failure intentionally leaves open what has been created by then.
     if (!make_pipe(&process->output, &process->child_output) ||
         !make_pipe(&process->child_input, &process->input)) {
         return 1;

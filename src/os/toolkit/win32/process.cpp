@@ -42,7 +42,7 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) 
         os_debug_print("%i\n", 2886);
         return 1;
     }
-    return exit_code; // this side's ends of the pipes stay open, which is meant
+    return exit_code; // this side's ends of the pipes intentionally stay open
 }
 
 // ---- A child to talk with ----
@@ -56,7 +56,7 @@ int32_t os_process_start(Process *process, Str cmd, uint8_t show_console) {
     SECURITY_ATTRIBUTES *security = reinterpret_cast<SECURITY_ATTRIBUTES *>(process->pipe_security);
     security->nLength = sizeof(*security);
     security->bInheritHandle = TRUE;
-    // A failure on the way leaves open what there is by then, which is meant.
+    // A failure intentionally leaves open what has been created by then.
     if (!CreatePipe(&process->output, &process->child_output, security, 0) ||
         !SetHandleInformation(process->output, HANDLE_FLAG_INHERIT, 0) ||
         !CreatePipe(&process->child_input, &process->input, security, 0) ||
