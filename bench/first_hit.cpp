@@ -22,11 +22,11 @@
 #include "app/scratch.h"
 #include "app/startup.h"
 #include "os/files.h"
-#include "os/headless/headless.h"
 #include "os/threads.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/worker.h"
+#include "support/headless_window.h"
 #include "ui/ui_state.h"
 
 namespace {

@@ -8,10 +8,10 @@
 
 #include "app/frame_scope.h"
 #include "app/input.h"
-#include "os/headless/headless.h"
 #include "os/threads.h"
 #include "render/draw.h"
 #include "render/text.h"
+#include "support/headless_window.h"
 #include "support/picture.h"
 #include "support/recorded_commands.h"
 

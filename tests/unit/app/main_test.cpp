@@ -11,11 +11,11 @@
 #include "app/startup.h"
 #include "os/console.h"
 #include "os/files.h"
-#include "os/headless/headless.h"
 #include "os/memory.h"
 #include "os/threads.h"
 #include "os/window.h"
 #include "search/worker.h"
+#include "support/headless_window.h"
 #include "support/test_tree.h"
 
 namespace {

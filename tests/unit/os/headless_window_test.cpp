@@ -1,5 +1,5 @@
 // What only the off-screen window lets a test set: the clock, other monitors, a second window's place.
-#include "os/headless/headless.h"
+#include "support/headless_window.h"
 
 #include <gtest/gtest.h>
 

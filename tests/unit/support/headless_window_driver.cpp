@@ -1,4 +1,4 @@
-#include "os/headless/headless.h"
+#include "support/headless_window.h"
 #include "support/window_driver.h"
 
 namespace {

@@ -1,11 +1,11 @@
-#include "os/window.h"
+#include "support/headless_window.h"
 
 #include <stdlib.h>
 #include <string.h>
 
-#include "os/headless/headless.h"
 #include "os/memory.h"
 #include "os/strings.h"
+#include "os/window.h"
 #include "os/window_events.h"
 
 namespace {
