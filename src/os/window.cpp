@@ -358,26 +358,15 @@ void window_files_dropped(PlatformWindow *window, Point client, DropList *list) 
 
 // ---- Presentation ----
 
-namespace {
-
-// Whether there is anything to show.
-uint8_t can_present(const PlatformWindow *window) {
+bool window_can_present(const PlatformWindow *window) {
     const Framebuffer &framebuffer = window->framebuffer;
     return window_is_alive(window) && framebuffer.pixels && framebuffer.width > 0 && framebuffer.height > 0;
 }
 
-} // namespace
-
 void os_window_blit(PlatformWindow *window) {
-    if (can_present(window)) {
+    if (window_can_present(window)) {
         window_present(window, {0, 0, window->client_size.width, window->client_size.height},
                        {0, 0, window->framebuffer.width, window->framebuffer.height});
-    }
-}
-
-void os_window_blit_rect(PlatformWindow *window, Rect rect) {
-    if (can_present(window)) {
-        window_present(window, rect, rect);
     }
 }
 
@@ -389,30 +378,9 @@ void os_window_move(PlatformWindow *window, Point position) {
     }
 }
 
-void os_window_move_client(PlatformWindow *window, Point position) {
-    os_window_move(window, {position.x - (window->client_position.x - window->window_position.x),
-                            position.y - (window->client_position.y - window->window_position.y)});
-}
-
 void os_window_center(PlatformWindow *window, const MonitorInfo *monitor) {
     os_window_move(window, {monitor->work_area.width / 2 - window->window_size.width / 2,
                             monitor->work_area.height / 2 - window->window_size.height / 2});
-}
-
-void os_window_resize(PlatformWindow *window, Size client_size) {
-    if (window_is_alive(window)) {
-        Size size = window_outer_size(window, client_size);
-        window_place(window, {window->window_position.x, window->window_position.y, size.width, size.height});
-    }
-}
-
-void os_window_resize_centered(PlatformWindow *window, Size client_size) {
-    if (window_is_alive(window)) {
-        Size size = window_outer_size(window, client_size);
-        window_place(window, {window->window_position.x + (window->window_size.width - size.width) / 2,
-                              window->window_position.y + (window->window_size.height - size.height) / 2,
-                              size.width, size.height});
-    }
 }
 
 // ---- Monitors ----

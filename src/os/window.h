@@ -22,7 +22,7 @@ enum WindowFlag : uint16_t {
     // what os_window_create is asked for
     WINDOW_FLAG_BORDERLESS = 0x0008,  // no frame, 100 x 100 pixels at 0, 0 whatever size is asked for
     WINDOW_FLAG_FRAMEBUFFER = 0x0010, // owns a framebuffer of the client area's size
-    WINDOW_FLAG_POPUP = 0x0040,       // no frame; os_window_toggle_frame sets and clears it
+    WINDOW_FLAG_POPUP = 0x0040,       // no frame
     WINDOW_FLAG_FIXED_SIZE = 0x0080,  // a frame that cannot be dragged to another size
     WINDOW_FLAG_HIDDEN = 0x0100,      // not visible at creation
     WINDOW_FLAG_LAYERED = 0x0200,     // black is transparent
@@ -182,12 +182,9 @@ void os_set_frame_callback(WindowFrameCallback *callback, uint32_t period_ms);
 // when the window is closed, owns no framebuffer or has no area.
 void os_window_blit(PlatformWindow *window);
 
-// Shows a part of the framebuffer at the same place in the client area. rect lies within the framebuffer.
-void os_window_blit_rect(PlatformWindow *window, Rect rect);
-
 // ---- Place and size (one version for all systems) ----
 
-// All of these, and those of the system below, do nothing for a window that is closed.
+// Each of these, and os_window_show, does nothing for a window that is closed.
 
 struct MonitorInfo;
 
@@ -195,13 +192,8 @@ struct MonitorInfo;
 // the work area begins is not added, and that is meant.
 void os_window_center(PlatformWindow *window, const MonitorInfo *monitor);
 
-// Moves the window's upper left corner, or the client area's, there on the screen.
+// Moves the window's upper left corner to that place on the screen.
 void os_window_move(PlatformWindow *window, Point position);
-void os_window_move_client(PlatformWindow *window, Point position);
-
-// Gives the client area that size; the upper left corner stays, or the middle.
-void os_window_resize(PlatformWindow *window, Size client_size);
-void os_window_resize_centered(PlatformWindow *window, Size client_size);
 
 // Closes the window as the user would; EVENT_WINDOW_CLOSED is delivered before this returns.
 void os_window_destroy(PlatformWindow *window);
@@ -212,20 +204,6 @@ void os_window_request_raw_mouse(PlatformWindow *window);
 // ---- Appearance (each system) ----
 
 void os_window_show(PlatformWindow *window, uint8_t visible);
-void os_window_minimize(PlatformWindow *window);
-void os_window_restore(PlatformWindow *window);
-
-// Brings the window to the front and gives it the keys, as far as the system lets it; the window counts as
-// having the focus in any case.
-void os_window_focus(PlatformWindow *window);
-
-// Flashes the window's taskbar button until the user comes to it, once.
-void os_window_flash(PlatformWindow *window);
-
-// Takes the frame away or gives it back; the outer rectangle stays.
-void os_window_toggle_frame(PlatformWindow *window);
-
-void os_window_toggle_topmost(PlatformWindow *window);
 
 // ---- Mouse (each system) ----
 
@@ -249,9 +227,6 @@ enum CursorKind : uint32_t {
 // Sets the mouse cursor; the system sets none itself over a client area. Once a window has been created.
 // Nothing happens for an index of CURSOR_TABLE_SIZE or more.
 void os_set_cursor(uint32_t index);
-
-// Shows or hides the mouse cursor of the whole program, whatever was asked for before.
-void os_show_system_cursor(uint8_t visible);
 
 // ---- Monitors (each system) ----
 

@@ -88,6 +88,11 @@ void window_system_loop_end();
 // Calls the frame callback, if the window's system loop runs and no callback does.
 void window_frame_due(PlatformWindow *window);
 
+// ---- Presentation (one version for all systems) ----
+
+// Whether the window is open and has a framebuffer with an area.
+bool window_can_present(const PlatformWindow *window);
+
 // ---- Dropped files (one version for all systems) ----
 
 // The names of dropped files while they are collected.

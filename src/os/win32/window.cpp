@@ -7,6 +7,7 @@
 
 #include "os/memory.h"
 #include "os/win32/utf16.h"
+#include "os/win32/window.h"
 #include "os/window_events.h"
 
 // ---- Messages ----
@@ -196,6 +197,16 @@ LRESULT CALLBACK window_procedure(HWND handle, UINT message, WPARAM wparam, LPAR
 
 // ---- Creation ----
 
+DWORD window_frame_style(uint16_t flags) {
+    if (flags & (WINDOW_FLAG_BORDERLESS | WINDOW_FLAG_POPUP)) {
+        return WS_POPUP;
+    }
+    if (flags & WINDOW_FLAG_FIXED_SIZE) {
+        return WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_MAXIMIZEBOX;
+    }
+    return WS_OVERLAPPEDWINDOW;
+}
+
 namespace {
 
 HCURSOR cursors[CURSOR_TABLE_SIZE];
@@ -228,17 +239,6 @@ uint8_t register_class() {
     return window_class != 0;
 }
 
-// The part of a window's style that its flags decide.
-DWORD frame_style(uint16_t flags) {
-    if (flags & (WINDOW_FLAG_BORDERLESS | WINDOW_FLAG_POPUP)) {
-        return WS_POPUP;
-    }
-    if (flags & WINDOW_FLAG_FIXED_SIZE) {
-        return WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_MAXIMIZEBOX;
-    }
-    return WS_OVERLAPPEDWINDOW;
-}
-
 DWORD extended_style(uint16_t flags) {
     DWORD style = 0;
     style |= flags & WINDOW_FLAG_TOPMOST ? WS_EX_TOPMOST : 0;
@@ -258,7 +258,7 @@ Size outer_size(Size client_size, DWORD style, DWORD ex_style) {
 
 // Creates the system's window, or returns null.
 HWND create_native(Size client_size, Str title, uint16_t flags) {
-    DWORD style = frame_style(flags) | (flags & WINDOW_FLAG_HIDDEN ? 0 : WS_VISIBLE);
+    DWORD style = window_frame_style(flags) | (flags & WINDOW_FLAG_HIDDEN ? 0 : WS_VISIBLE);
     DWORD ex_style = extended_style(flags);
     Point position = {CW_USEDEFAULT, CW_USEDEFAULT};
     Size size = outer_size(client_size, style, ex_style);
@@ -356,15 +356,6 @@ void window_present(const PlatformWindow *window, Rect to, Rect from) {
 
 // ---- Place, size and frame ----
 
-namespace {
-
-void place(HWND handle, Rect outer, UINT flags) {
-    SetWindowPos(handle, nullptr, outer.x, outer.y, outer.width, outer.height,
-                 SWP_NOZORDER | SWP_NOACTIVATE | flags);
-}
-
-} // namespace
-
 Size window_outer_size(const PlatformWindow *window, Size client_size) {
     HWND handle = static_cast<HWND>(window->handle);
     return outer_size(client_size, static_cast<DWORD>(GetWindowLongPtrW(handle, GWL_STYLE)),
@@ -372,7 +363,8 @@ Size window_outer_size(const PlatformWindow *window, Size client_size) {
 }
 
 void window_place(PlatformWindow *window, Rect outer) {
-    place(static_cast<HWND>(window->handle), outer, 0);
+    SetWindowPos(static_cast<HWND>(window->handle), nullptr, outer.x, outer.y, outer.width, outer.height,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void os_window_show(PlatformWindow *window, uint8_t visible) {
@@ -381,79 +373,11 @@ void os_window_show(PlatformWindow *window, uint8_t visible) {
     }
 }
 
-void os_window_minimize(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        ShowWindow(static_cast<HWND>(window->handle), SW_MINIMIZE);
-    }
-}
-
-void os_window_restore(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        ShowWindow(static_cast<HWND>(window->handle), SW_RESTORE);
-    }
-}
-
-void os_window_focus(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        HWND handle = static_cast<HWND>(window->handle);
-        SetForegroundWindow(handle);
-        SetFocus(handle);
-        window->flags |= WINDOW_FLAG_FOCUS;
-    }
-}
-
-void os_window_flash(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        FLASHWINFO flash = {};
-        flash.cbSize = sizeof(flash);
-        flash.hwnd = static_cast<HWND>(window->handle);
-        flash.dwFlags = FLASHW_TRAY | FLASHW_TIMERNOFG;
-        flash.uCount = 1;
-        FlashWindowEx(&flash);
-    }
-}
-
-void os_window_toggle_frame(PlatformWindow *window) {
-    if (!window_is_alive(window)) {
-        return;
-    }
-    HWND handle = static_cast<HWND>(window->handle);
-    Rect outer = {window->window_position.x, window->window_position.y, window->window_size.width,
-                  window->window_size.height};
-    window->flags ^= WINDOW_FLAG_POPUP;
-    // Whether it is visible or maximised has changed since the creation, and stays. The extended style has no
-    // part in the frame.
-    constexpr LONG_PTR frame_bits = WS_POPUP | WS_OVERLAPPEDWINDOW;
-    LONG_PTR style = GetWindowLongPtrW(handle, GWL_STYLE);
-    SetWindowLongPtrW(handle, GWL_STYLE, (style & ~frame_bits) | frame_style(window->flags));
-    place(handle, outer, SWP_FRAMECHANGED);
-}
-
-void os_window_toggle_topmost(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        window->flags ^= WINDOW_FLAG_TOPMOST;
-        SetWindowPos(static_cast<HWND>(window->handle),
-                     window->flags & WINDOW_FLAG_TOPMOST ? HWND_TOPMOST : HWND_NOTOPMOST, 0, 0, 0, 0,
-                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-    }
-}
-
 // ---- Mouse ----
 
 void os_set_cursor(uint32_t index) {
     if (index < CURSOR_TABLE_SIZE) {
         SetCursor(cursors[index]);
-    }
-}
-
-void os_show_system_cursor(uint8_t visible) {
-    // The system counts the askings; the cursor shows while the count is not negative.
-    if (visible) {
-        while (ShowCursor(TRUE) < 0) {
-        }
-    } else {
-        while (ShowCursor(FALSE) >= 0) {
-        }
     }
 }
 
@@ -485,47 +409,39 @@ namespace {
 struct MonitorList {
     MonitorInfo *monitors;
     uint32_t count;
-    uint8_t is_refused; // memory for it
 };
 
-// Describes one monitor and appends it to the list.
-BOOL CALLBACK add_monitor(HMONITOR handle, HDC, RECT *, LPARAM opaque) {
-    MonitorList *list = reinterpret_cast<MonitorList *>(opaque);
-    MONITORINFOEXW system = {};
-    system.cbSize = sizeof(system);
-    if (!GetMonitorInfoW(handle, &system)) {
-        return TRUE;
-    }
+// Describes one monitor and appends it to the list. Returns false when out of memory.
+bool add_monitor(MonitorList *list, HMONITOR handle, const MONITORINFOEXW &system) {
     uint64_t size = (list->count + 1) * sizeof(MonitorInfo);
     void *grown = list->monitors ? os_realloc(list->monitors, size) : os_alloc(size);
-    Str name = utf8_from_wide(system.szDevice, lstrlenW(system.szDevice));
-    if (!grown || !name.data) {
-        list->is_refused = 1;
-        list->monitors = grown ? static_cast<MonitorInfo *>(grown) : list->monitors;
-        os_free(name.data);
-        return FALSE;
+    if (!grown) {
+        return false;
     }
     list->monitors = static_cast<MonitorInfo *>(grown);
-
+    Str name = utf8_from_wide(system.szDevice, lstrlenW(system.szDevice));
+    if (!name.data) {
+        return false;
+    }
     DEVMODEW mode = {};
     mode.dmSize = sizeof(mode);
     EnumDisplaySettingsW(system.szDevice, ENUM_CURRENT_SETTINGS, &mode);
     const RECT &work = system.rcWork;
     const RECT &whole = system.rcMonitor;
-    MonitorInfo monitor = {};
-    monitor.flags = (system.dwFlags & MONITORINFOF_PRIMARY) ? MONITOR_FLAG_PRIMARY : 0;
-    monitor.work_area = {work.left, work.top, work.right - work.left, work.bottom - work.top};
-    monitor.origin = {whole.left, whole.top};
-    monitor_set_mode(&monitor,
+    MonitorInfo *monitor = &list->monitors[list->count++];
+    *monitor = {};
+    monitor->flags = (system.dwFlags & MONITORINFOF_PRIMARY) ? MONITOR_FLAG_PRIMARY : 0;
+    monitor->work_area = {work.left, work.top, work.right - work.left, work.bottom - work.top};
+    monitor->origin = {whole.left, whole.top};
+    monitor_set_mode(monitor,
                      {static_cast<int32_t>(mode.dmPelsWidth), static_cast<int32_t>(mode.dmPelsHeight)},
                      {whole.right - whole.left, whole.bottom - whole.top}, mode.dmDisplayFrequency);
-    monitor.name = name;
-    monitor.handle = handle;
-    list->monitors[list->count++] = monitor;
-    return TRUE;
+    monitor->name = name;
+    monitor->handle = handle;
+    return true;
 }
 
-// Half a list might miss the primary monitor.
+// An incomplete list might lack the primary monitor.
 void forget_monitors(MonitorList *list) {
     for (uint32_t i = 0; i < list->count; i++) {
         os_free(list->monitors[i].name.data);
@@ -539,8 +455,11 @@ void forget_monitors(MonitorList *list) {
 const MonitorInfo *os_get_monitors(uint32_t *count) {
     static MonitorList list;
     if (list.count == 0) {
-        EnumDisplayMonitors(nullptr, nullptr, add_monitor, reinterpret_cast<LPARAM>(&list));
-        if (list.is_refused) {
+        bool has_memory = true;
+        each_monitor([&](HMONITOR handle, const MONITORINFOEXW &system) {
+            return has_memory = add_monitor(&list, handle, system);
+        });
+        if (!has_memory) {
             forget_monitors(&list);
         }
         monitors_put_primary_first(list.monitors, list.count);

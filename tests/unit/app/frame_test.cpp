@@ -9,6 +9,7 @@
 #include "app/frame_scope.h"
 #include "app/input.h"
 #include "os/threads.h"
+#include "os/toolkit/window.h"
 #include "render/draw.h"
 #include "render/text.h"
 #include "support/headless_window.h"

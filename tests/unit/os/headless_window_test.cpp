@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "os/memory.h"
-#include "os/window.h"
+#include "os/toolkit/window.h"
 
 namespace {
 

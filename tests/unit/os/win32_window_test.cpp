@@ -155,18 +155,6 @@ TEST_F(SystemWindow, AsksToBeToldWhenThePointerLeaves) {
     EXPECT_EQ(track.dwFlags, DWORD{TME_LEAVE});
 }
 
-TEST_F(SystemWindow, TakesTheKeyboardsFocusWhenItIsAskedTo) {
-    PlatformWindow *first = create();
-    PlatformWindow *second = create();
-    for (PlatformWindow *window : {first, second}) {
-        os_window_show(window, 1);
-    }
-    for (PlatformWindow *window : {first, second, first}) {
-        os_window_focus(window);
-        EXPECT_EQ(GetFocus(), handle_of(window));
-    }
-}
-
 TEST_F(SystemWindow, CapturesTheMouseWhileAButtonIsHeld) {
     PlatformWindow *window = create();
     os_window_show(window, 1);
@@ -231,23 +219,6 @@ TEST_F(SystemWindow, IsNullWhenTheSystemRefusesIt) {
     EXPECT_NE(create(), nullptr);
 }
 
-TEST_F(SystemWindow, StaysAboveOthersWhileItIsTopmost) {
-    PlatformWindow *window = create();
-    auto is_topmost = [window] {
-        return (GetWindowLongPtrW(handle_of(window), GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
-    };
-    os_window_move(window, {200, 150});
-    RECT before = {};
-    GetWindowRect(handle_of(window), &before);
-    os_window_toggle_topmost(window);
-    EXPECT_TRUE(is_topmost());
-    RECT after = {};
-    GetWindowRect(handle_of(window), &after);
-    EXPECT_TRUE(EqualRect(&before, &after));
-    os_window_toggle_topmost(window);
-    EXPECT_FALSE(is_topmost());
-}
-
 TEST_F(SystemWindow, CutsADroppedNameAt2047Units) {
     PlatformWindow *window = create();
     os_set_event_callback(note_drop);
@@ -295,21 +266,6 @@ TEST_F(SystemWindow, SetsTheCursorsOfTheTable) {
     EXPECT_EQ(GetCursor(), nullptr);
     os_set_cursor(CURSOR_ARROW);
     EXPECT_EQ(GetCursor(), LoadCursorW(nullptr, IDC_ARROW));
-}
-
-TEST_F(SystemWindow, HidesAndShowsTheSystemCursorHoweverOftenItWasAskedBefore) {
-    create();
-    for (int i = 0; i < 3; i++) {
-        ShowCursor(TRUE);
-    }
-    os_show_system_cursor(0);
-    EXPECT_EQ(ShowCursor(TRUE), 0); // it stood at -1
-    for (int i = 0; i < 3; i++) {
-        ShowCursor(FALSE);
-    }
-    os_show_system_cursor(1);
-    EXPECT_EQ(ShowCursor(FALSE), -1); // it stood at 0
-    ShowCursor(TRUE);
 }
 
 TEST_F(SystemWindow, RegistersTheMouseForRawInputAndTakesItBack) {

@@ -1,122 +1,9 @@
 // What every system's window does. The tests of the real and of the off-screen window are the same.
 #include "os/window.h"
 
-#include <gtest/gtest.h>
-#include <string.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
-
-#include "os/memory.h"
+#include "os/toolkit/window.h"
 #include "os/window_events.h"
-#include "support/heap_hook.h"
-#include "support/window_driver.h"
-
-namespace {
-
-constexpr uint16_t program_flags = WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN;
-
-// An event, kept beyond its callback.
-struct SeenEvent {
-    WindowEvent event;
-    std::string names; // the bytes of a drop's names, all zeros among them
-};
-
-std::vector<SeenEvent> seen;
-
-void note_event(const WindowEvent *event) {
-    SeenEvent entry = {*event, ""};
-    if (event->type == EVENT_FILES_DROPPED) {
-        const char *end = event->dropped.names;
-        for (int32_t i = 0; i < event->dropped.count; i++) {
-            end += strlen(end) + 1;
-        }
-        entry.names.assign(event->dropped.names, end + 1);
-    }
-    seen.push_back(entry);
-}
-
-class Window : public ::testing::Test {
-protected:
-    void SetUp() override {
-        os_pump_messages();
-        seen.clear();
-        os_set_event_callback(note_event);
-        drive_begin();
-    }
-
-    void TearDown() override {
-        drive_end();
-        destroy_all();
-        os_set_event_callback(nullptr);
-        os_pump_messages();
-    }
-
-    void destroy_all() {
-        for (PlatformWindow *window : windows) {
-            os_window_destroy(window);
-            os_free(window);
-        }
-        windows.clear();
-    }
-
-    PlatformWindow *create(Size size = {300, 200}, uint16_t flags = program_flags) {
-        PlatformWindow *window = os_window_create(size.width, size.height, str_from("Tarnwick"), flags);
-        if (window) {
-            windows.push_back(window);
-        }
-        return window;
-    }
-
-    // A window on the screen, whose first messages are handled and forgotten.
-    PlatformWindow *create_shown(Size size = {300, 200}) {
-        drive_pointer_away();
-        PlatformWindow *window = create(size);
-        os_window_show(window, 1);
-        drive_settle();
-        seen.clear();
-        return window;
-    }
-
-    // A place in the client area where no test has pressed a button yet.
-    static Point fresh_place() {
-        static int32_t count = 0;
-        count++;
-        return {10 + count % 14 * 20, 10 + count / 14 % 9 * 20};
-    }
-
-    // Handles what waits, and forgets it.
-    void settle() {
-        os_pump_messages();
-        seen.clear();
-    }
-
-    // Handles what waits and returns the events of that type among it.
-    std::vector<SeenEvent> pump(uint8_t type) {
-        os_pump_messages();
-        return events(type);
-    }
-
-    static std::vector<SeenEvent> events(uint8_t type) {
-        std::vector<SeenEvent> chosen;
-        std::copy_if(seen.begin(), seen.end(), std::back_inserter(chosen),
-                     [type](const SeenEvent &entry) { return entry.event.type == type; });
-        return chosen;
-    }
-
-    std::vector<PlatformWindow *> windows;
-};
-
-Point on_screen(const PlatformWindow *window, Point client) {
-    return {window->client_position.x + client.x, window->client_position.y + client.y};
-}
-
-#define EXPECT_POINT(actual, expected)                                                                       \
-    EXPECT_EQ((actual).x, (expected).x);                                                                     \
-    EXPECT_EQ((actual).y, (expected).y)
-
-} // namespace
+#include "support/window_fixture.h"
 
 // ---- Creation ----
 
@@ -148,7 +35,6 @@ TEST_F(Window, WithoutTheFlagOwnsNoFramebuffer) {
     EXPECT_EQ(window->framebuffer.pixels, nullptr);
     EXPECT_EQ(window->framebuffer.width, 0);
     os_window_blit(window);
-    os_window_blit_rect(window, {0, 0, 10, 10});
 }
 
 TEST_F(Window, BorderlessIsAHundredPixelsSquareAtTheOriginWhateverIsAsked) {
@@ -339,73 +225,12 @@ TEST_F(Window, IsCentredAsIfTheWorkAreaBeganAtTheOrigin) {
     EXPECT_EQ(window->client_size.width, 300);
 }
 
-TEST_F(Window, KeepsItsMiddleWhenItIsResizedAroundIt) {
-    PlatformWindow *window = create();
-    os_window_move(window, {200, 150});
-    Size old = window->window_size;
-    os_window_resize_centered(window, {340, 160});
-    EXPECT_EQ(window->client_size.width, 340);
-    EXPECT_EQ(window->client_size.height, 160);
-    EXPECT_EQ(window->window_position.x, 200 + (old.width - window->window_size.width) / 2);
-    EXPECT_EQ(window->window_position.y, 150 + (old.height - window->window_size.height) / 2);
-    EXPECT_EQ(window->window_position.x, 180);
-    EXPECT_EQ(window->window_position.y, 170);
-}
-
-TEST_F(Window, LosesItsFrameAndGetsItBackInTheSameOuterRectangle) {
-    PlatformWindow *window = create();
-    os_window_move(window, {200, 150});
-    Size outer = window->window_size;
-    os_window_toggle_frame(window);
-    EXPECT_TRUE(window->flags & WINDOW_FLAG_POPUP);
-    EXPECT_EQ(window->client_size.width, outer.width);
-    EXPECT_EQ(window->client_size.height, outer.height);
-    EXPECT_EQ(window->framebuffer.width, outer.width);
-    EXPECT_POINT(window->client_position, (Point{200, 150}));
-    os_window_toggle_frame(window);
-    EXPECT_FALSE(window->flags & WINDOW_FLAG_POPUP);
-    EXPECT_EQ(window->client_size.width, 300);
-    EXPECT_EQ(window->client_size.height, 200);
-    EXPECT_POINT(window->window_position, (Point{200, 150}));
-    EXPECT_FALSE(is_shown(window));
-}
-
 TEST_F(Window, IsShownAndHidden) {
     PlatformWindow *window = create();
     os_window_show(window, 1);
     EXPECT_TRUE(is_shown(window));
-    os_window_toggle_topmost(window);
-    EXPECT_TRUE(window->flags & WINDOW_FLAG_TOPMOST);
-    os_window_toggle_topmost(window);
-    EXPECT_FALSE(window->flags & WINDOW_FLAG_TOPMOST);
-    os_window_toggle_frame(window);
-    EXPECT_TRUE(is_shown(window));
-    os_window_flash(window);
     os_window_show(window, 0);
     EXPECT_FALSE(is_shown(window));
-}
-
-TEST_F(Window, HasNoAreaWhileItIsMinimisedAndComesBackAsItWas) {
-    PlatformWindow *window = create_shown();
-    uint32_t *block = window->framebuffer.pixels;
-    os_window_minimize(window);
-    drive_settle();
-    EXPECT_EQ(window->client_size.width, 0);
-    EXPECT_EQ(window->client_size.height, 0);
-    EXPECT_EQ(window->framebuffer.width, 0);
-    EXPECT_EQ(window->framebuffer.height, 0);
-    EXPECT_EQ(window->framebuffer.pixels, block);
-    ASSERT_FALSE(events(EVENT_WINDOW_RESIZED).empty());
-    EXPECT_EQ(events(EVENT_WINDOW_RESIZED).back().event.resized.width, 0);
-    os_window_blit(window);
-
-    os_window_restore(window);
-    drive_settle();
-    EXPECT_EQ(window->client_size.width, 300);
-    EXPECT_EQ(window->client_size.height, 200);
-    EXPECT_EQ(window->framebuffer.width, 300);
-    EXPECT_EQ(window->framebuffer.height, 200);
-    EXPECT_EQ(window->framebuffer.pixels, block);
 }
 
 // ---- Input ----
@@ -616,14 +441,6 @@ TEST_F(Window, TellsWhenTheFocusGoesAndComes) {
     EXPECT_TRUE(window->flags & WINDOW_FLAG_FOCUS);
 }
 
-TEST_F(Window, CountsAsHavingTheFocusOnceItIsAskedFor) {
-    PlatformWindow *window = create_shown();
-    drive_focus_away(window);
-    os_pump_messages();
-    os_window_focus(window);
-    EXPECT_TRUE(window->flags & WINDOW_FLAG_FOCUS);
-}
-
 // ---- Closing ----
 
 TEST_F(Window, ClosesOnceAndItsRecordStaysReadable) {
@@ -637,18 +454,8 @@ TEST_F(Window, ClosesOnceAndItsRecordStaysReadable) {
 
     seen.clear();
     os_window_blit(window);
-    os_window_blit_rect(window, {0, 0, 1, 1});
     os_window_show(window, 1);
     os_window_move(window, {1, 1});
-    os_window_move_client(window, {1, 1});
-    os_window_resize(window, {10, 10});
-    os_window_resize_centered(window, {10, 10});
-    os_window_toggle_frame(window);
-    os_window_toggle_topmost(window);
-    os_window_minimize(window);
-    os_window_restore(window);
-    os_window_focus(window);
-    os_window_flash(window);
     os_window_request_raw_mouse(window);
     MonitorInfo monitor = {};
     os_window_center(window, &monitor);
@@ -667,20 +474,6 @@ TEST_F(Window, DestroyingClosesItAtOnce) {
 
 // ---- Presentation ----
 
-namespace {
-
-void draw_gradient(Framebuffer *framebuffer) {
-    for (int32_t y = 0; y < framebuffer->height; y++) {
-        for (int32_t x = 0; x < framebuffer->width; x++) {
-            framebuffer->pixels[y * framebuffer->width + x] =
-                0xFF000000 | static_cast<uint32_t>(x % 256) << 16 | static_cast<uint32_t>(y % 256) << 8 |
-                static_cast<uint32_t>((x + y) % 256);
-        }
-    }
-}
-
-} // namespace
-
 TEST_F(Window, ShowsItsFramebufferPixelForPixel) {
     PlatformWindow *window = create_shown({317, 211});
     draw_gradient(&window->framebuffer);
@@ -689,22 +482,6 @@ TEST_F(Window, ShowsItsFramebufferPixelForPixel) {
     ASSERT_EQ(shown.size(), 317u * 211u);
     for (size_t i = 0; i < shown.size(); i++) {
         ASSERT_EQ(shown[i], window->framebuffer.pixels[i] & 0xFFFFFF) << i % 317 << " " << i / 317;
-    }
-}
-
-TEST_F(Window, ShowsAPartOfItsFramebufferWhereItStands) {
-    PlatformWindow *window = create_shown({120, 90});
-    os_window_blit(window); // black
-    draw_gradient(&window->framebuffer);
-    os_window_blit_rect(window, {20, 10, 30, 15});
-    std::vector<uint32_t> shown = shown_pixels(window);
-    for (int32_t y = 0; y < 90; y++) {
-        for (int32_t x = 0; x < 120; x++) {
-            bool is_part = x >= 20 && x < 50 && y >= 10 && y < 25;
-            ASSERT_EQ(shown[static_cast<size_t>(y * 120 + x)],
-                      is_part ? window->framebuffer.pixels[y * 120 + x] & 0xFFFFFF : 0)
-                << x << " " << y;
-        }
     }
 }
 

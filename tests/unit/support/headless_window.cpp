@@ -5,6 +5,7 @@
 
 #include "os/memory.h"
 #include "os/strings.h"
+#include "os/toolkit/window.h"
 #include "os/window.h"
 #include "os/window_events.h"
 
@@ -655,7 +656,7 @@ void os_set_cursor(uint32_t index) {
     }
 }
 
-void os_show_system_cursor(uint8_t visible) {
+void os_show_system_cursor(bool visible) {
     headless.cursor_shows = visible ? 0 : -1;
 }
 

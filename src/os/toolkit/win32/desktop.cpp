@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include "os/win32/window.h"
+
 namespace {
 
 uint8_t send_input(INPUT *input) {
@@ -21,22 +23,6 @@ uint8_t send_mouse(int32_t x, int32_t y, uint32_t data, uint32_t flags) {
 // The middle of a pixel in the system's units of 1/65536 of the desktop's width or height.
 int32_t desktop_units(int32_t pixel, int32_t desktop_start, int32_t desktop_size) {
     return static_cast<int32_t>(((pixel - desktop_start) * int64_t{65536} + 32768) / desktop_size);
-}
-
-struct MonitorList {
-    Rect *monitors;
-    uint32_t capacity;
-    uint32_t count;
-};
-
-BOOL CALLBACK add_monitor(HMONITOR, HDC, RECT *rect, LPARAM opaque) {
-    MonitorList *list = reinterpret_cast<MonitorList *>(opaque);
-    if (list->count == list->capacity) {
-        return FALSE;
-    }
-    list->monitors[list->count++] = {rect->left, rect->top, rect->right - rect->left,
-                                     rect->bottom - rect->top};
-    return TRUE;
 }
 
 } // namespace
@@ -83,9 +69,16 @@ uint8_t os_send_key(uint16_t virtual_key, uint8_t is_down) {
 }
 
 uint32_t os_monitors(Rect *monitors, uint32_t capacity) {
-    MonitorList list = {monitors, capacity, 0};
-    EnumDisplayMonitors(nullptr, nullptr, add_monitor, reinterpret_cast<LPARAM>(&list));
-    return list.count;
+    uint32_t count = 0;
+    each_monitor([&](HMONITOR, const MONITORINFOEXW &info) {
+        if (count == capacity) {
+            return false;
+        }
+        const RECT &whole = info.rcMonitor;
+        monitors[count++] = {whole.left, whole.top, whole.right - whole.left, whole.bottom - whole.top};
+        return true;
+    });
+    return count;
 }
 
 uint8_t os_copy_window_to_clipboard(void *window) {
