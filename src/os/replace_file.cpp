@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "os/files.h"
+FileCalls replace_file_calls = {os_file_write, os_file_delete};
 
 namespace {
 
@@ -54,10 +54,10 @@ ContentPlace find_content(Str first_path, Str second_path, Str *second) {
 // deleted and could not be written.
 int32_t replace_first(Str first_path, Str content) {
     // Written over a longer old content, the new one would keep the old one's end.
-    if (os_file_delete(first_path) != 0) {
+    if (replace_file_calls.remove(first_path) != 0) {
         return 1;
     }
-    return os_file_write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0 : 2;
+    return replace_file_calls.write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0 : 2;
 }
 
 // Finishes a replacement that was cut off and deletes the second file. Returns 0 when that is not possible.
@@ -68,7 +68,7 @@ uint8_t finish_replacement(Str first_path, Str second_path) {
         place = CONTENT_IN_FIRST;
     }
     os_file_free(&second);
-    return place == CONTENT_IN_FIRST && os_file_delete(second_path) == 0;
+    return place == CONTENT_IN_FIRST && replace_file_calls.remove(second_path) == 0;
 }
 
 } // namespace
@@ -107,8 +107,8 @@ void replace_file(const ReplacedFile *file, Str block) {
     }
     // Without the second file the first is not touched: what keeps the one from being made may keep the other
     // from being made again.
-    if (os_file_write(file->second, static_cast<uint32_t>(block.count), block.data) != 0 ||
+    if (replace_file_calls.write(file->second, static_cast<uint32_t>(block.count), block.data) != 0 ||
         replace_first(file->first, content) != 2) {
-        os_file_delete(file->second);
+        replace_file_calls.remove(file->second);
     }
 }

@@ -12,7 +12,7 @@
 
 #include <stdint.h>
 
-#include "os/strings.h"
+#include "os/files.h"
 
 // The paths of a file that is replaced, in the same folder.
 struct ReplacedFile {
@@ -23,6 +23,13 @@ struct ReplacedFile {
 
 // A block for replace_file begins with this many bytes for the length, in bytes, of the content after them.
 inline constexpr uint64_t replaced_length_size = sizeof(uint64_t);
+
+// The calls that change the disk. Tests put their own in between.
+struct FileCalls {
+    decltype(os_file_write) *write;
+    decltype(os_file_delete) *remove;
+};
+extern FileCalls replace_file_calls;
 
 // Finishes a replacement that was cut off and reads the content; a missing file's is empty. Freed with
 // os_file_free. Returns 0, with null data, when the content is in a file that cannot be read, or may be: then
