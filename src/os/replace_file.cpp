@@ -57,7 +57,8 @@ int32_t replace_first(Str first_path, Str content) {
     if (replace_file_calls.remove(first_path) != 0) {
         return 1;
     }
-    return replace_file_calls.write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0 : 2;
+    return replace_file_calls.write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0
+                                                                                                         : 2;
 }
 
 // Finishes a replacement that was cut off and deletes the second file. Returns 0 when that is not possible.
@@ -84,11 +85,15 @@ uint8_t read_replaced_file(const ReplacedFile *file, Str *content) {
         return 1;
     }
     os_file_free(&second);
-    if (place == CONTENT_IN_FIRST) { // what a second file of this version has is newer
+    if (place == CONTENT_IN_FIRST) { // otherwise this version's second file, which is newer, has the content
         finish_replacement(file->first, file->earlier);
+        place = find_content(file->first, file->earlier, &second);
+        os_file_free(&second);
     }
-    // A second file that cannot be read may have the content only while the first has none.
-    if (!read_file(file->first, content) || (place == CONTENT_UNKNOWN && content->count == 0)) {
+    // An earlier second file that could not be finished keeps the content. One that cannot be read has it at
+    // most while the first is empty.
+    if (!read_file(file->first, content) || place == CONTENT_IN_SECOND ||
+        (place == CONTENT_UNKNOWN && content->count == 0)) {
         os_file_free(content);
         return 0;
     }

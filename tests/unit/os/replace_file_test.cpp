@@ -284,6 +284,28 @@ TEST(EarlierSecondFile, ThatIsAFolderIsIgnored) {
     EXPECT_EQ(files.read(first_name), "new");
 }
 
+TEST(EarlierSecondFile, ThatCannotBeFinishedIsNotReplaced) {
+    Files files;
+    ReplaceFileCalls calls;
+    files.put(earlier_name, second_of("abc"));
+    calls.failing_write = 1; // the disk is full
+    files.put(first_name, "a");
+    EXPECT_EQ(files.started(), "(unread)");
+    calls.failing_write = 1;
+    files.change("typed");
+    EXPECT_EQ(files.read(earlier_name), second_of("abc"));
+    EXPECT_EQ(files.names(), earlier_name);
+    EXPECT_EQ(files.started(), "abc");
+    EXPECT_EQ(files.names(), first_name);
+}
+
+TEST(EarlierSecondFile, ThatCannotBeReadMayHaveTheContentOfAMissingFile) {
+    Files files;
+    files.put(earlier_name, second_of("abc"));
+    Unreadable unreadable(files.tree.native(earlier_name));
+    EXPECT_EQ(files.started(), "(unread)");
+}
+
 // ---- Every state of the two files ----
 
 namespace {
