@@ -41,10 +41,10 @@ int32_t os_file_write(Str path, uint32_t count, const char *bytes);
 int32_t os_file_delete(Str path);
 
 // Whether the system knows a file or folder of that name.
-uint8_t os_path_exists(Str path);
+bool os_path_exists(Str path);
 
 // Whether it is a folder, or a link to one.
-uint8_t os_path_is_folder(Str path);
+bool os_path_is_folder(Str path);
 
 // The folder that holds the executable, with a '/' at its end. Links to the executable are resolved. Owned by
 // the layer, found at the first call.

@@ -2,11 +2,11 @@
 
 HeapHook *os_heap_hook;
 
-uint8_t os_heap_allows(uint64_t size) {
+bool os_heap_allows(uint64_t size) {
     return size <= UINT32_MAX && (!os_heap_hook || os_heap_hook(size));
 }
 
-uint8_t retired_has_reader(const RetiredBlocks *list) {
+bool retired_has_reader(const RetiredBlocks *list) {
     return list->reader_pass && *list->reader_pass != 0;
 }
 

@@ -29,11 +29,11 @@ uint64_t os_alloc_size(void *ptr);
 
 // Tests set it: asked before each os_alloc, os_alloc_zero and os_realloc, and for each block handed to the
 // clipboard, a zero answer makes that call fail. Null in the program.
-typedef uint8_t HeapHook(uint64_t size);
+typedef bool HeapHook(uint64_t size);
 extern HeapHook *os_heap_hook;
 
 // Whether the heap may be asked for size bytes at all: it fits 32 bits, and the hook does not refuse it.
-uint8_t os_heap_allows(uint64_t size);
+bool os_heap_allows(uint64_t size);
 
 // ---- Blocks another thread may still be reading (one version for all systems) ----
 
@@ -55,7 +55,7 @@ struct RetiredBlocks {
 };
 
 // Whether another thread reads the blocks at all.
-uint8_t retired_has_reader(const RetiredBlocks *list);
+bool retired_has_reader(const RetiredBlocks *list);
 
 // Takes ownership of block: frees it now when nobody reads, later otherwise. The new block must be published
 // first. When memory for the note is refused the block is never freed.

@@ -5,7 +5,7 @@
 namespace {
 
 // By its bit in the processor's own answer: not every compiler has a name for LZCNT.
-uint8_t has_lzcnt() {
+bool has_lzcnt() {
     constexpr uint32_t extended_features = 0x80000001, lzcnt_bit = 1 << 5;
     uint32_t a, b, c, d;
     return __get_cpuid(extended_features, &a, &b, &c, &d) && (c & lzcnt_bit) != 0;
@@ -13,7 +13,7 @@ uint8_t has_lzcnt() {
 
 } // namespace
 
-uint8_t os_has_avx2() {
+bool os_has_avx2() {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
            __builtin_cpu_supports("popcnt") && has_lzcnt();

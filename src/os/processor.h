@@ -5,4 +5,4 @@
 
 // Whether it has AVX2, and beside it what every processor with AVX2 came with: BMI, POPCNT and LZCNT. May be
 // called before main.
-uint8_t os_has_avx2();
+bool os_has_avx2();

@@ -21,7 +21,7 @@ struct Rect {
 };
 
 // The left and upper edges belong to a rectangle, the right and lower ones do not.
-inline uint8_t is_inside(const Rect &rect, Point point) {
+inline bool is_inside(const Rect &rect, Point point) {
     return point.x >= rect.x && point.x < rect.x + rect.width && point.y >= rect.y &&
            point.y < rect.y + rect.height;
 }

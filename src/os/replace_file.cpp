@@ -19,7 +19,7 @@ Str content_of_second(Str second) {
 
 // Reads a file; null data when there is none, or a folder of that name. Returns 0, with null data, when it is
 // there and cannot be read.
-uint8_t read_file(Str path, Str *content) {
+bool read_file(Str path, Str *content) {
     *content = os_file_read_all(path);
     return content->data || !os_path_exists(path) || os_path_is_folder(path);
 }
@@ -62,7 +62,7 @@ int32_t replace_first(Str first_path, Str content) {
 }
 
 // Finishes a replacement that was cut off and deletes the second file. Returns 0 when that is not possible.
-uint8_t finish_replacement(Str first_path, Str second_path) {
+bool finish_replacement(Str first_path, Str second_path) {
     Str second;
     ContentPlace place = find_content(first_path, second_path, &second);
     if (place == CONTENT_IN_SECOND && replace_first(first_path, content_of_second(second)) == 0) {
@@ -74,7 +74,7 @@ uint8_t finish_replacement(Str first_path, Str second_path) {
 
 } // namespace
 
-uint8_t read_replaced_file(const ReplacedFile *file, Str *content) {
+bool read_replaced_file(const ReplacedFile *file, Str *content) {
     finish_replacement(file->first, file->second);
     Str second;
     ContentPlace place = find_content(file->first, file->second, &second);
@@ -82,7 +82,7 @@ uint8_t read_replaced_file(const ReplacedFile *file, Str *content) {
         second.count -= replaced_length_size;
         memmove(second.data, second.data + replaced_length_size, second.count);
         *content = second;
-        return 1;
+        return true;
     }
     os_file_free(&second);
     if (place == CONTENT_IN_FIRST) { // otherwise this version's second file, which is newer, has the content
@@ -95,9 +95,9 @@ uint8_t read_replaced_file(const ReplacedFile *file, Str *content) {
     if (!read_file(file->first, content) || place == CONTENT_IN_SECOND ||
         (place == CONTENT_UNKNOWN && content->count == 0)) {
         os_file_free(content);
-        return 0;
+        return false;
     }
-    return 1;
+    return true;
 }
 
 void replace_file(const ReplacedFile *file, Str block) {

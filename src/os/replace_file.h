@@ -34,7 +34,7 @@ extern FileCalls replace_file_calls;
 // Finishes a replacement that was cut off and reads the content; a missing file's is empty. Freed with
 // os_file_free. Returns 0, with null data, when the content is in a file that cannot be read, or may be: then
 // the file must not be replaced.
-uint8_t read_replaced_file(const ReplacedFile *file, Str *content);
+bool read_replaced_file(const ReplacedFile *file, Str *content);
 
 // Replaces the file by what follows the block's first bytes, which are filled in here. A failure is not
 // reported: the old content stays, or the second file has the new one. With a folder in the second file's

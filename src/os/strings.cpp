@@ -10,7 +10,7 @@ Str str_from(const char *text) {
     return {strlen(text), const_cast<char *>(text)};
 }
 
-uint8_t str_equal(Str a, Str b) {
+bool str_equal(Str a, Str b) {
     return a.count == b.count && (a.count == 0 || memcmp(a.data, b.data, a.count) == 0);
 }
 
@@ -69,7 +69,7 @@ Str str_file_name(Str path) {
     return {path.count - start, path.data + start};
 }
 
-Str path_clean(Str text, uint8_t keep_trailing_slashes) {
+Str path_clean(Str text, bool keep_trailing_slashes) {
     for (uint64_t i = 0; i < text.count; i++) {
         char &byte = text.data[i];
         if (byte == '\n' || byte == '\r' || byte == '\t' || byte == '"') {
@@ -188,34 +188,34 @@ void strbuf_append(StrBuf *buf, uint64_t count, const char *bytes) {
     strbuf_insert(buf, buf->count, count, bytes);
 }
 
-uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers) {
+bool strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers) {
     uint64_t length = buf->count;
     uint64_t capacity = buf->capacity;
     char *old_data = buf->data;
     if (!old_data || length + count < length) {
-        return 0;
+        return false;
     }
     if (capacity >= length + count) {
-        return 1;
+        return true;
     }
     capacity = strbuf_capacity_for(capacity, length + count);
     Replacement storage = replace_block(old_data, length + 1, capacity + 1, readers);
     if (!storage.new_block) {
-        return 0;
+        return false;
     }
     buf->data = storage.new_block;
     buf->capacity = capacity;
     if (storage.old_block) {
         retire_replaced(storage.old_block, readers);
     }
-    return 1;
+    return true;
 }
 
-uint8_t strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers) {
+bool strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers) {
     uint64_t count = start + end.count;
     uint64_t more = count > buf->count ? count - buf->count : 0;
     if (!strbuf_make_room(buf, more, readers)) {
-        return 0;
+        return false;
     }
     char *data = buf->data;
     if (end.count > 0) {
@@ -223,10 +223,10 @@ uint8_t strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *read
     }
     data[count] = 0;
     buf->count = count;
-    return 1;
+    return true;
 }
 
-void strbuf_clean_path(StrBuf *buf, uint8_t keep_trailing_slashes) {
+void strbuf_clean_path(StrBuf *buf, bool keep_trailing_slashes) {
     Str text = strbuf_text(buf);
     if (!text.data) {
         return;
@@ -257,9 +257,9 @@ void *dynarray_push(DynArray *array, uint64_t elem_size, const void *elem) {
 namespace {
 
 // Makes room for one element behind the first count. Returns 0, with the array all zero, when it cannot.
-uint8_t dynarray_make_room(DynArray *array, uint64_t elem_size, uint64_t count, RetiredBlocks *readers) {
+bool dynarray_make_room(DynArray *array, uint64_t elem_size, uint64_t count, RetiredBlocks *readers) {
     if (array->capacity >= count + 1) {
-        return 1;
+        return true;
     }
     // With a capacity of 0 this never ends, which is meant; volatile, lest the compiler drops such a loop.
     volatile uint64_t grown = array->capacity;

@@ -27,7 +27,7 @@ Str str_from(const char *text);
 constexpr int32_t longest_wide_text = 8388608;
 
 // Whether both hold the same bytes.
-uint8_t str_equal(Str a, Str b);
+bool str_equal(Str a, Str b);
 
 // Where the text behind the last '/' begins, as a byte offset; 0 when there is no '/'.
 uint64_t str_name_start(Str path);
@@ -51,7 +51,7 @@ Str str_file_name(Str path);
 // Cleans a typed path in place: line feeds, carriage returns, tabs and double quotes become spaces,
 // backslashes become slashes, and spaces are removed at both ends; without keep_trailing_slashes slashes are
 // removed at the end too. Returns the part of text that is left, without a zero after it.
-Str path_clean(Str text, uint8_t keep_trailing_slashes);
+Str path_clean(Str text, bool keep_trailing_slashes);
 
 // ---- StrBuf ----
 
@@ -79,15 +79,15 @@ void strbuf_append(StrBuf *buf, uint64_t count, const char *bytes);
 
 // Grows the storage so that count more bytes fit. Returns 0 and changes nothing when it cannot, also for a
 // text without storage. The old storage is retired to readers, or freed at once when readers is null.
-uint8_t strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers);
+bool strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers);
 
 // Makes end what stands behind the text's first start bytes, which it has and keeps. Returns 0, the text
 // unchanged, when there is no memory for it, also for a text without storage. end may not lie in the text
 // itself. readers: as for strbuf_make_room.
-uint8_t strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers);
+bool strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers);
 
 // path_clean for a whole text: a shorter one moves to the storage's start, with its zero after it.
-void strbuf_clean_path(StrBuf *buf, uint8_t keep_trailing_slashes);
+void strbuf_clean_path(StrBuf *buf, bool keep_trailing_slashes);
 
 // ---- DynArray ----
 

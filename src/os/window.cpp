@@ -30,23 +30,23 @@ void window_list_remove(const PlatformWindow *window) {
 
 } // namespace
 
-uint8_t window_is_alive(const PlatformWindow *window) {
+bool window_is_alive(const PlatformWindow *window) {
     return (window->flags & WINDOW_FLAG_ALIVE) != 0;
 }
 
-uint8_t window_list_add(PlatformWindow *window) {
+bool window_list_add(PlatformWindow *window) {
     if (window_list.count == window_list.capacity) {
         uint32_t capacity = window_list.capacity ? window_list.capacity * 2 : 4;
         uint64_t size = capacity * sizeof(PlatformWindow *);
         void *grown = window_list.windows ? os_realloc(window_list.windows, size) : os_alloc(size);
         if (!grown) {
-            return 0;
+            return false;
         }
         window_list.windows = static_cast<PlatformWindow **>(grown);
         window_list.capacity = capacity;
     }
     window_list.windows[window_list.count++] = window;
-    return 1;
+    return true;
 }
 
 PlatformWindow *window_from_handle(const void *handle) {
@@ -280,8 +280,8 @@ void window_character(PlatformWindow *window, uint32_t unit) {
     deliver();
 }
 
-uint8_t window_pointer_moved(PlatformWindow *window, Point position) {
-    uint8_t has_come_in = !(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
+bool window_pointer_moved(PlatformWindow *window, Point position) {
+    bool has_come_in = !(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
     window->input_flags |= WINDOW_INPUT_POINTER_INSIDE;
     deliver_mouse(window, has_come_in ? EVENT_MOUSE_ENTER : EVENT_MOUSE_MOVE, position);
     return has_come_in;
@@ -333,7 +333,7 @@ void window_wheel_turned(PlatformWindow *window, Point position, int32_t delta) 
 
 // ---- Dropped files ----
 
-uint8_t drop_list_init(DropList *list, uint64_t units) {
+bool drop_list_init(DropList *list, uint64_t units) {
     // A unit takes three bytes at most, so each name's zero byte fits as well; one more ends the list.
     *list = {static_cast<char *>(os_alloc_zero(units * 4 + 1)), 0, 0};
     return list->bytes != nullptr;

@@ -203,7 +203,7 @@ void os_window_request_raw_mouse(PlatformWindow *window);
 
 // ---- Appearance (each system) ----
 
-void os_window_show(PlatformWindow *window, uint8_t visible);
+void os_window_show(PlatformWindow *window, bool visible);
 
 // ---- Mouse (each system) ----
 

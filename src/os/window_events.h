@@ -9,10 +9,10 @@
 // ---- The list of windows (one version for all systems) ----
 
 // Whether it has not been closed yet.
-uint8_t window_is_alive(const PlatformWindow *window);
+bool window_is_alive(const PlatformWindow *window);
 
 // Adds an open window. Returns 0 and changes nothing when memory is out.
-uint8_t window_list_add(PlatformWindow *window);
+bool window_list_add(PlatformWindow *window);
 
 // The open window with that handle, or null.
 PlatformWindow *window_from_handle(const void *handle);
@@ -61,7 +61,7 @@ void window_key(PlatformWindow *window, uint16_t code, uint8_t state);
 void window_character(PlatformWindow *window, uint32_t unit);
 
 // Returns whether the pointer has just come in, so that the system must be asked to tell when it leaves.
-uint8_t window_pointer_moved(PlatformWindow *window, Point position);
+bool window_pointer_moved(PlatformWindow *window, Point position);
 void window_pointer_left(PlatformWindow *window, Point position);
 
 // How close in time and place a second press must follow to be a double press: less than each of these.
@@ -103,7 +103,7 @@ struct DropList {
 };
 
 // Starts a list for names of that many UTF-16 units together. Returns 0 when memory is out.
-uint8_t drop_list_init(DropList *list, uint64_t units);
+bool drop_list_init(DropList *list, uint64_t units);
 
 // Where the next name's bytes go: three for each of its units at most.
 char *drop_list_room(DropList *list);
@@ -138,5 +138,5 @@ void window_place(PlatformWindow *window, Rect outer);
 
 // Asks for raw mouse input for the window, or takes every such request back. Registering returns whether the
 // system agreed.
-uint8_t raw_mouse_register(PlatformWindow *window);
+bool raw_mouse_register(PlatformWindow *window);
 void raw_mouse_unregister();

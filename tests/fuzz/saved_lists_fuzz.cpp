@@ -89,11 +89,11 @@ Str os_file_read_all(Str path) {
     return {bytes->size(), block};
 }
 
-uint8_t os_path_exists(Str path) {
+bool os_path_exists(Str path) {
     return disk.read(to_string(path)).has_value() || os_path_is_folder(path);
 }
 
-uint8_t os_path_is_folder(Str path) {
+bool os_path_is_folder(Str path) {
     return disk.folders.count(to_string(path)) > 0;
 }
 

@@ -61,7 +61,7 @@ Str read_arguments() {
 }
 
 // A path in quotes and a query after a dash arrive as they were written.
-uint8_t needs_quotes(const char *argument) {
+bool needs_quotes(const char *argument) {
     return argument[0] == 0 || (argument[0] != '"' && argument[0] != '-' && strpbrk(argument, " \t"));
 }
 
@@ -81,7 +81,7 @@ Str os_command_line() {
         for (uint64_t at = 0; at < arguments.count;) {
             const char *argument = arguments.data + at;
             uint64_t length = strnlen(argument, arguments.count - at);
-            uint8_t is_quoted = needs_quotes(argument);
+            bool is_quoted = needs_quotes(argument);
             if (at > 0) {
                 joined[count++] = ' ';
             }

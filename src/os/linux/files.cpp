@@ -169,12 +169,12 @@ int32_t os_file_delete(Str path) {
     return access(name.text, F_OK) == 0 ? 0 : 1;
 }
 
-uint8_t os_path_exists(Str path) {
+bool os_path_exists(Str path) {
     struct stat info;
     return lstat(SystemPath(path).text, &info) == 0;
 }
 
-uint8_t os_path_is_folder(Str path) {
+bool os_path_is_folder(Str path) {
     struct stat info;
     return stat(SystemPath(path).text, &info) == 0 && S_ISDIR(info.st_mode);
 }

@@ -14,14 +14,14 @@
 
 namespace {
 
-uint8_t is_blank(char byte) {
+bool is_blank(char byte) {
     return byte == ' ' || byte == '\t';
 }
 
 // The first word names the program: up to the next double quote when it starts with one, else up to a blank;
 // backslashes are nothing special in it. Returns where the arguments start.
 const char *split_program(const char *at, const char *end, char **out) {
-    uint8_t is_quoted = at < end && *at == '"';
+    bool is_quoted = at < end && *at == '"';
     at += is_quoted;
     while (at < end && (is_quoted ? *at != '"' : !is_blank(*at))) {
         *(*out)++ = *at++;
@@ -33,14 +33,14 @@ const char *split_program(const char *at, const char *end, char **out) {
 // there are one, and backslashes mean something only before a quote, where two are one and a single one makes
 // the quote plain. Returns where it ends.
 const char *split_argument(const char *at, const char *end, char **out) {
-    uint8_t is_quoted = 0;
+    bool is_quoted = false;
     while (at < end && (is_quoted || !is_blank(*at))) {
         uint64_t backslashes = 0;
         while (at < end && *at == '\\') {
             backslashes++;
             at++;
         }
-        uint8_t is_before_quote = at < end && *at == '"';
+        bool is_before_quote = at < end && *at == '"';
         uint64_t kept = is_before_quote ? backslashes / 2 : backslashes;
         memset(*out, '\\', kept);
         *out += kept;
@@ -149,7 +149,7 @@ pid_t start_command(Str cmd, int input, int output, uint8_t show_console) {
     return child;
 }
 
-uint8_t look_at_child(pid_t child, int options, siginfo_t *info) {
+bool look_at_child(pid_t child, int options, siginfo_t *info) {
     *info = {};
     int result;
     do {

@@ -13,7 +13,7 @@ pid_t start_command(Str cmd, int input, int output, uint8_t show_console);
 
 // Looks at how a child ended without giving its record back, waiting for the end unless options say WNOHANG.
 // Returns 0 when the system does not tell.
-uint8_t look_at_child(pid_t child, int options, siginfo_t *info);
+bool look_at_child(pid_t child, int options, siginfo_t *info);
 
 // The exit code that look_at_child found, exit_code_still_running for none yet.
 uint32_t exit_code_from(const siginfo_t &info);

@@ -52,10 +52,10 @@ inline void os_console_white() {
 // Linux.
 
 // Moves the window's upper left corner; its size stays. Returns whether it was moved.
-uint8_t os_console_window_move(int32_t x, int32_t y);
+bool os_console_window_move(int32_t x, int32_t y);
 
 // Sets the window's height in pixels; the rest stays. Returns whether it was set.
-uint8_t os_console_window_set_height(int32_t height);
+bool os_console_window_set_height(int32_t height);
 
 Rect os_console_window_rect();
 
@@ -71,7 +71,7 @@ uint32_t os_console_read_key();
 
 // Moves the cursor by dx columns and dy rows, not beyond the leftmost column. Returns 0 when the console
 // refuses or there is none.
-uint8_t os_console_move_cursor(int32_t dx, int32_t dy);
+bool os_console_move_cursor(int32_t dx, int32_t dy);
 
 // Rows of text the console shows; 0 without a console.
 int32_t os_console_height();

@@ -9,7 +9,7 @@
 #include "os/rect.h"
 
 // Fills in where the mouse pointer is. On failure point stays as it is.
-uint8_t os_mouse_position(Point *point);
+bool os_mouse_position(Point *point);
 
 enum SentButton : uint8_t {
     SENT_BUTTON_LEFT,
@@ -18,10 +18,10 @@ enum SentButton : uint8_t {
 };
 
 // Synthetic input, which goes to where the user's own would go. Returns whether the system took it.
-uint8_t os_send_mouse_move(Point point);
-uint8_t os_send_mouse_button(SentButton button, uint8_t is_down);
-uint8_t os_send_mouse_wheel(int32_t notches);               // positive: away from the user
-uint8_t os_send_key(uint16_t virtual_key, uint8_t is_down); // virtual_key: the system's code of the key
+bool os_send_mouse_move(Point point);
+bool os_send_mouse_button(SentButton button, bool is_down);
+bool os_send_mouse_wheel(int32_t notches);            // positive: away from the user
+bool os_send_key(uint16_t virtual_key, bool is_down); // virtual_key: the system's code of the key
 
 // Fills in the monitors' places on the desktop, capacity of them at most, in the system's order. Returns how
 // many.
@@ -29,4 +29,4 @@ uint32_t os_monitors(Rect *monitors, uint32_t capacity);
 
 // Puts a picture of a window's client area, as it is on the screen, on the clipboard. window: the system's
 // handle.
-uint8_t os_copy_window_to_clipboard(void *window);
+bool os_copy_window_to_clipboard(void *window);

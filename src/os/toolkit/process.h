@@ -58,11 +58,11 @@ int64_t os_process_write(Process *process, uint32_t count, const char *data);
 int64_t os_process_read(Process *process, uint32_t max, char *buffer);
 
 // Whether the child still runs.
-uint8_t os_process_is_running(const Process *process);
+bool os_process_is_running(const Process *process);
 
 // Waits at most 5000 ms until the child has set up its windows and waits for input. Returns whether it does;
 // always 0 for a program without windows, and on Linux.
-uint8_t os_process_wait_idle(const Process *process);
+bool os_process_wait_idle(const Process *process);
 
 // Ends the child if it still runs, with exit code 0 where the system lets us choose, and closes its handles
 // and the child's ends of the pipes. This side's ends intentionally stay open: what the child has written can

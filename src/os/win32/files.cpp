@@ -101,12 +101,12 @@ int32_t os_file_delete(Str path) {
     return wide && (DeleteFileW(wide) || GetLastError() == ERROR_FILE_NOT_FOUND) ? 0 : 1;
 }
 
-uint8_t os_path_exists(Str path) {
+bool os_path_exists(Str path) {
     PATH_ON_STACK(wide, path);
     return wide && GetFileAttributesW(wide) != INVALID_FILE_ATTRIBUTES;
 }
 
-uint8_t os_path_is_folder(Str path) {
+bool os_path_is_folder(Str path) {
     PATH_ON_STACK(wide, path);
     DWORD attributes = wide ? GetFileAttributesW(wide) : INVALID_FILE_ATTRIBUTES;
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);

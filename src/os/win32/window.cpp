@@ -148,7 +148,7 @@ LRESULT CALLBACK window_procedure(HWND handle, UINT message, WPARAM wparam, LPAR
     case WM_KEYUP:
     case WM_SYSKEYUP: {
         constexpr LPARAM was_down = LPARAM{1} << 30;
-        uint8_t is_down = message == WM_KEYDOWN || message == WM_SYSKEYDOWN;
+        bool is_down = message == WM_KEYDOWN || message == WM_SYSKEYDOWN;
         uint8_t state = !is_down ? KEY_RELEASED : (lparam & was_down) ? KEY_REPEATED : KEY_PRESSED;
         window_key(window, LOWORD(wparam), state);
         if (wparam == VK_MENU) {
@@ -224,7 +224,7 @@ void load_cursors() {
 constexpr const wchar_t *class_name = L"lum_sharedWindowClass";
 
 // Registers the window class, once. Returns whether it is there. It has no cursor, icon or background.
-uint8_t register_class() {
+bool register_class() {
     static ATOM window_class;
     if (!window_class) {
         load_cursors();
@@ -367,7 +367,7 @@ void window_place(PlatformWindow *window, Rect outer) {
                  SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-void os_window_show(PlatformWindow *window, uint8_t visible) {
+void os_window_show(PlatformWindow *window, bool visible) {
     if (window_is_alive(window)) {
         ShowWindow(static_cast<HWND>(window->handle), visible ? SW_SHOW : SW_HIDE);
     }
@@ -383,7 +383,7 @@ void os_set_cursor(uint32_t index) {
 
 namespace {
 
-uint8_t register_mouse(DWORD flags, HWND target) {
+bool register_mouse(DWORD flags, HWND target) {
     RAWINPUTDEVICE device = {};
     device.usUsagePage = 1; // generic desktop controls
     device.usUsage = 2;     // mouse
@@ -394,7 +394,7 @@ uint8_t register_mouse(DWORD flags, HWND target) {
 
 } // namespace
 
-uint8_t raw_mouse_register(PlatformWindow *window) {
+bool raw_mouse_register(PlatformWindow *window) {
     return register_mouse(RIDEV_INPUTSINK, static_cast<HWND>(window->handle));
 }
 

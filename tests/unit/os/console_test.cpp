@@ -169,8 +169,8 @@ TEST(DebugPrint, WritesFormattedTextToTheStandardLibrarysOutput) {
 
 // ---- Command line ----
 
-uint8_t refuse(uint64_t) {
-    return 0;
+bool refuse(uint64_t) {
+    return false;
 }
 
 TEST(CommandLine, IsMadeOnceAndStartsWithTheProgramsName) {

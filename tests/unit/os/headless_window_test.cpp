@@ -43,7 +43,7 @@ protected:
     PlatformWindow *create_shown(Point client_position) {
         PlatformWindow *created = os_window_create(200, 100, str_from("Tarnwick"), program_flags);
         os_window_move_client(created, client_position);
-        os_window_show(created, 1);
+        os_window_show(created, true);
         os_pump_messages();
         seen.clear();
         return created;
@@ -184,7 +184,7 @@ TEST_F(OffscreenWindow, ShowingAnotherWindowTakesTheFocusAndRawMouseInput) {
     os_window_request_raw_mouse(window);
     PlatformWindow *other = os_window_create(200, 100, str_from("Tarnwick"), program_flags);
     seen.clear();
-    os_window_show(other, 1);
+    os_window_show(other, true);
     ASSERT_GE(seen.size(), 2u);
     EXPECT_EQ(seen[0].window, window);
     EXPECT_EQ(seen[0].type, EVENT_FOCUS);
@@ -406,10 +406,10 @@ TEST_F(OffscreenWindow, ACursorBeyondTheTableIsIgnored) {
 }
 
 TEST_F(OffscreenWindow, TheSystemCursorIsHiddenAndShownHoweverOften) {
-    os_show_system_cursor(0);
-    os_show_system_cursor(0);
+    os_show_system_cursor(false);
+    os_show_system_cursor(false);
     EXPECT_FALSE(headless_cursor_is_visible());
-    os_show_system_cursor(1);
+    os_show_system_cursor(true);
     EXPECT_TRUE(headless_cursor_is_visible());
 }
 

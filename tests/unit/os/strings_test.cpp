@@ -183,23 +183,23 @@ TEST(PathCleaning, MayLeaveNothing) {
         EXPECT_EQ(cleaned(text), "");
         EXPECT_EQ(cleaned(text, false), "");
     }
-    EXPECT_EQ(path_clean({}, 1).count, 0u);
+    EXPECT_EQ(path_clean({}, true).count, 0u);
 }
 
 TEST(PathCleaning, OfATextMovesItToTheStorageStartWithAZeroAfterIt) {
     StrBuf path = text_with("  \"D:\\x\" ");
-    strbuf_clean_path(&path, 1);
+    strbuf_clean_path(&path, true);
     EXPECT_EQ(to_string(strbuf_text(&path)), "D:/x");
     EXPECT_EQ(path.data[4], 0);
     EXPECT_EQ(path.capacity, 1024u);
     os_free(path.data);
     path = text_with(" /");
-    strbuf_clean_path(&path, 0);
+    strbuf_clean_path(&path, false);
     EXPECT_EQ(path.count, 0u);
     EXPECT_EQ(path.data[0], 0);
     os_free(path.data);
     StrBuf without_storage = {};
-    strbuf_clean_path(&without_storage, 1);
+    strbuf_clean_path(&without_storage, true);
     EXPECT_EQ(without_storage.count, 0u);
 }
 
@@ -207,7 +207,7 @@ TEST(PathCleaning, OfATextMovesItToTheStorageStartWithAZeroAfterIt) {
 TEST(PathCleaning, OfATextHasAZeroAfterTheCountAtEveryMoment) {
     static StrBuf path;
     path = text_with("   C:/src ");
-    EXPECT_EQ(states_while([] { strbuf_clean_path(&path, 1); }, 2,
+    EXPECT_EQ(states_while([] { strbuf_clean_path(&path, true); }, 2,
                            [] {
                                uint64_t count = path.count;
                                return each_step::State{{static_cast<int64_t>(count), path.data[count]}};

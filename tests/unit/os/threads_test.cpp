@@ -64,9 +64,9 @@ TEST_F(Threads, TheRoutineReceivesItsRecordWithTheUserDataInIt) {
 
 uint64_t asked_size;
 
-uint8_t refuse_and_note(uint64_t size) {
+bool refuse_and_note(uint64_t size) {
     asked_size = size;
-    return 0;
+    return false;
 }
 
 TEST_F(Threads, WithoutMemoryForTheRecordNoThreadIsStarted) {

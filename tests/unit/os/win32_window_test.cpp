@@ -143,7 +143,7 @@ TEST_F(SystemWindow, LayeredMakesBlackTransparent) {
 
 TEST_F(SystemWindow, AsksToBeToldWhenThePointerLeaves) {
     PlatformWindow *window = create();
-    os_window_show(window, 1);
+    os_window_show(window, true);
     drive_settle();
     drive_pointer_to(window, {10, 10});
     os_pump_messages();
@@ -157,7 +157,7 @@ TEST_F(SystemWindow, AsksToBeToldWhenThePointerLeaves) {
 
 TEST_F(SystemWindow, CapturesTheMouseWhileAButtonIsHeld) {
     PlatformWindow *window = create();
-    os_window_show(window, 1);
+    os_window_show(window, true);
     os_pump_messages();
     for (uint16_t button : {MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}) {
         drive_press(window, button, {10, 10});

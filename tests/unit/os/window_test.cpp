@@ -227,9 +227,9 @@ TEST_F(Window, IsCentredAsIfTheWorkAreaBeganAtTheOrigin) {
 
 TEST_F(Window, IsShownAndHidden) {
     PlatformWindow *window = create();
-    os_window_show(window, 1);
+    os_window_show(window, true);
     EXPECT_TRUE(is_shown(window));
-    os_window_show(window, 0);
+    os_window_show(window, false);
     EXPECT_FALSE(is_shown(window));
 }
 
@@ -454,7 +454,7 @@ TEST_F(Window, ClosesOnceAndItsRecordStaysReadable) {
 
     seen.clear();
     os_window_blit(window);
-    os_window_show(window, 1);
+    os_window_show(window, true);
     os_window_move(window, {1, 1});
     os_window_request_raw_mouse(window);
     MonitorInfo monitor = {};

@@ -123,13 +123,13 @@ TEST_F(Console, EachColourSetsItsAttribute) {
 
 TEST_F(Console, TheCursorMovesRelativeToItsPlaceAndStopsAtTheLeft) {
     SetConsoleCursorPosition(output, {5, 5});
-    EXPECT_EQ(os_console_move_cursor(3, -2), 1);
+    EXPECT_TRUE(os_console_move_cursor(3, -2));
     EXPECT_EQ(now().dwCursorPosition.X, 8);
     EXPECT_EQ(now().dwCursorPosition.Y, 3);
-    EXPECT_EQ(os_console_move_cursor(-100, 1), 1);
+    EXPECT_TRUE(os_console_move_cursor(-100, 1));
     EXPECT_EQ(now().dwCursorPosition.X, 0);
     EXPECT_EQ(now().dwCursorPosition.Y, 4);
-    EXPECT_EQ(os_console_move_cursor(0, -100), 0); // rows are not clamped: the console refuses
+    EXPECT_FALSE(os_console_move_cursor(0, -100)); // rows are not clamped: the console refuses
     EXPECT_EQ(now().dwCursorPosition.Y, 4);
 }
 
@@ -163,7 +163,7 @@ TEST_F(Console, TheWindowIsMovedWithItsSizeKept) {
     Rect start = os_console_window_rect();
     EXPECT_GT(start.width, 0);
     EXPECT_GT(start.height, 0);
-    EXPECT_EQ(os_console_window_move(start.x + 30, start.y + 40), 1);
+    EXPECT_TRUE(os_console_window_move(start.x + 30, start.y + 40));
     Rect moved = os_console_window_rect();
     EXPECT_EQ(moved.x, start.x + 30);
     EXPECT_EQ(moved.y, start.y + 40);
@@ -171,7 +171,7 @@ TEST_F(Console, TheWindowIsMovedWithItsSizeKept) {
     EXPECT_EQ(moved.height, start.height);
 
     // A console may keep whole rows only, so the height need not become exactly what was asked for.
-    EXPECT_EQ(os_console_window_set_height(start.height - 60), 1);
+    EXPECT_TRUE(os_console_window_set_height(start.height - 60));
     Rect lower = os_console_window_rect();
     EXPECT_LT(lower.height, start.height);
     EXPECT_EQ(lower.x, moved.x);
@@ -250,11 +250,11 @@ TEST_F(Console, EachColourIsItsEscapeSequence) {
 }
 
 TEST_F(Console, TheCursorMovesRelativeToItsPlace) {
-    EXPECT_EQ(os_console_move_cursor(3, -2), 1);
+    EXPECT_TRUE(os_console_move_cursor(3, -2));
     EXPECT_EQ(shown(), "\x1b[3C\x1b[2A");
-    EXPECT_EQ(os_console_move_cursor(-100, 1), 1);
+    EXPECT_TRUE(os_console_move_cursor(-100, 1));
     EXPECT_EQ(shown(), "\x1b[100D\x1b[1B");
-    EXPECT_EQ(os_console_move_cursor(0, 0), 1);
+    EXPECT_TRUE(os_console_move_cursor(0, 0));
     EXPECT_EQ(shown(), "");
 }
 
@@ -292,7 +292,7 @@ TEST(NoConsole, ColoursDoNotGetIntoRedirectedOutput) {
 
 TEST(NoConsole, CursorHeightAndKeyReportTheirFailure) {
     WrittenPieces out;
-    EXPECT_EQ(os_console_move_cursor(1, 1), 0);
+    EXPECT_FALSE(os_console_move_cursor(1, 1));
     EXPECT_EQ(os_console_height(), 0);
 #ifdef _WIN32
     HANDLE kept = GetStdHandle(STD_INPUT_HANDLE);
@@ -318,7 +318,7 @@ TEST(NoConsole, WithoutStandardOutputNothingHappens) {
     for (HANDLE missing : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE}) {
         SetStdHandle(STD_OUTPUT_HANDLE, missing);
         os_console_red();
-        EXPECT_EQ(os_console_move_cursor(1, 1), 0);
+        EXPECT_FALSE(os_console_move_cursor(1, 1));
         EXPECT_EQ(os_console_height(), 0);
     }
     SetStdHandle(STD_OUTPUT_HANDLE, kept);
@@ -326,7 +326,7 @@ TEST(NoConsole, WithoutStandardOutputNothingHappens) {
     int kept = dup(STDOUT_FILENO);
     close(STDOUT_FILENO);
     os_console_red();
-    EXPECT_EQ(os_console_move_cursor(1, 1), 0);
+    EXPECT_FALSE(os_console_move_cursor(1, 1));
     EXPECT_EQ(os_console_height(), 0);
     dup2(kept, STDOUT_FILENO);
     close(kept);
@@ -339,8 +339,8 @@ TEST(NoConsole, WithoutAWindowOfItsOwnThereIsNothingToMove) {
         GTEST_SKIP() << "started from a console";
     }
 #endif
-    EXPECT_EQ(os_console_window_move(10, 10), 0);
-    EXPECT_EQ(os_console_window_set_height(100), 0);
+    EXPECT_FALSE(os_console_window_move(10, 10));
+    EXPECT_FALSE(os_console_window_set_height(100));
     Rect rect = os_console_window_rect();
     EXPECT_EQ(rect.x, 0);
     EXPECT_EQ(rect.y, 0);

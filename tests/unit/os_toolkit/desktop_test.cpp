@@ -15,11 +15,11 @@ namespace {
 
 TEST(Desktop, TheMousePointerGoesWhereItIsSent) {
     Point start = {};
-    ASSERT_EQ(os_mouse_position(&start), 1);
+    ASSERT_TRUE(os_mouse_position(&start));
     for (Point place : {Point{100, 120}, Point{101, 119}, Point{0, 0}, Point{333, 7}}) {
-        EXPECT_EQ(os_send_mouse_move(place), 1);
+        EXPECT_TRUE(os_send_mouse_move(place));
         Point point = {-1, -1};
-        EXPECT_EQ(os_mouse_position(&point), 1);
+        EXPECT_TRUE(os_mouse_position(&point));
         EXPECT_EQ(point.x, place.x);
         EXPECT_EQ(point.y, place.y);
     }
@@ -28,9 +28,9 @@ TEST(Desktop, TheMousePointerGoesWhereItIsSent) {
 
 TEST(Desktop, SentKeysAndButtonsAreDownUntilTheyAreSentUp) {
     auto is_down = [](int key) { return (GetAsyncKeyState(key) & 0x8000) != 0; };
-    EXPECT_EQ(os_send_key(VK_F13, 1), 1);
+    EXPECT_TRUE(os_send_key(VK_F13, true));
     EXPECT_TRUE(is_down(VK_F13));
-    EXPECT_EQ(os_send_key(VK_F13, 0), 1);
+    EXPECT_TRUE(os_send_key(VK_F13, false));
     EXPECT_FALSE(is_down(VK_F13));
     const struct {
         SentButton button;
@@ -38,9 +38,9 @@ TEST(Desktop, SentKeysAndButtonsAreDownUntilTheyAreSentUp) {
     } buttons[] = {
         {SENT_BUTTON_LEFT, VK_LBUTTON}, {SENT_BUTTON_RIGHT, VK_RBUTTON}, {SENT_BUTTON_MIDDLE, VK_MBUTTON}};
     for (const auto &pair : buttons) {
-        EXPECT_EQ(os_send_mouse_button(pair.button, 1), 1);
+        EXPECT_TRUE(os_send_mouse_button(pair.button, true));
         EXPECT_TRUE(is_down(pair.key));
-        EXPECT_EQ(os_send_mouse_button(pair.button, 0), 1);
+        EXPECT_TRUE(os_send_mouse_button(pair.button, false));
         EXPECT_FALSE(is_down(pair.key));
     }
 }
@@ -62,7 +62,7 @@ TEST(Desktop, TheWheelTurnsByNotches) {
         MSG message;
         // The hooks of a thread that has asked for no messages for five seconds are not called.
         PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE);
-        EXPECT_EQ(os_send_mouse_wheel(notches), 1);
+        EXPECT_TRUE(os_send_mouse_wheel(notches));
         PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE); // lets the hook's call come in
         EXPECT_EQ(wheel_delta_seen, notches * 120);
     }
@@ -117,7 +117,7 @@ TEST(Desktop, AWindowsClientAreaIsCopiedToTheClipboardAsABitmap) {
     EmptyClipboard();
     EXPECT_NE(SetClipboardData(CF_TEXT, GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 16)), nullptr);
     CloseClipboard();
-    EXPECT_EQ(os_copy_window_to_clipboard(window), 1);
+    EXPECT_TRUE(os_copy_window_to_clipboard(window));
 
     ASSERT_TRUE(OpenClipboard(window));
     EXPECT_EQ(GetClipboardData(CF_TEXT), nullptr); // what was there before is gone
@@ -139,24 +139,24 @@ TEST(Desktop, AWindowsClientAreaIsCopiedToTheClipboardAsABitmap) {
 }
 
 TEST(Desktop, NoWindowIsNoPicture) {
-    EXPECT_EQ(os_copy_window_to_clipboard(nullptr), 0);
+    EXPECT_FALSE(os_copy_window_to_clipboard(nullptr));
 }
 
 #else
 
 TEST(Desktop, EveryOperationReportsItsFailure) {
     Point point = {-5, -6};
-    EXPECT_EQ(os_mouse_position(&point), 0);
+    EXPECT_FALSE(os_mouse_position(&point));
     EXPECT_EQ(point.x, -5);
     EXPECT_EQ(point.y, -6);
-    EXPECT_EQ(os_send_mouse_move({1, 1}), 0);
-    EXPECT_EQ(os_send_mouse_button(SENT_BUTTON_LEFT, 1), 0);
-    EXPECT_EQ(os_send_mouse_wheel(1), 0);
-    EXPECT_EQ(os_send_key(65, 1), 0);
+    EXPECT_FALSE(os_send_mouse_move({1, 1}));
+    EXPECT_FALSE(os_send_mouse_button(SENT_BUTTON_LEFT, true));
+    EXPECT_FALSE(os_send_mouse_wheel(1));
+    EXPECT_FALSE(os_send_key(65, true));
     Rect monitor = {1, 2, 3, 4};
     EXPECT_EQ(os_monitors(&monitor, 1), 0u);
     EXPECT_EQ(monitor.width, 3);
-    EXPECT_EQ(os_copy_window_to_clipboard(nullptr), 0);
+    EXPECT_FALSE(os_copy_window_to_clipboard(nullptr));
 }
 
 #endif

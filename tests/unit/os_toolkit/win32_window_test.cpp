@@ -16,7 +16,7 @@ TEST_F(Window, TakesTheKeyboardsFocusWhenItIsAskedTo) {
     PlatformWindow *first = create();
     PlatformWindow *second = create();
     for (PlatformWindow *window : {first, second}) {
-        os_window_show(window, 1);
+        os_window_show(window, true);
     }
     for (PlatformWindow *window : {first, second, first}) {
         os_window_focus(window);
@@ -46,12 +46,12 @@ TEST_F(Window, HidesAndShowsTheSystemCursorHoweverOftenItWasAskedBefore) {
     for (int i = 0; i < 3; i++) {
         ShowCursor(TRUE);
     }
-    os_show_system_cursor(0);
+    os_show_system_cursor(false);
     EXPECT_EQ(ShowCursor(TRUE), 0); // it was -1
     for (int i = 0; i < 3; i++) {
         ShowCursor(FALSE);
     }
-    os_show_system_cursor(1);
+    os_show_system_cursor(true);
     EXPECT_EQ(ShowCursor(FALSE), -1); // it was 0
     ShowCursor(TRUE);
 }

@@ -63,7 +63,7 @@ TEST_F(Window, LosesItsFrameAndGetsItBackInTheSameOuterRectangle) {
 
 TEST_F(Window, StaysVisibleWhenItIsFlashedOrItsFrameOrTopmostFlagChanges) {
     PlatformWindow *window = create();
-    os_window_show(window, 1);
+    os_window_show(window, true);
     os_window_toggle_topmost(window);
     EXPECT_TRUE(window->flags & WINDOW_FLAG_TOPMOST);
     os_window_toggle_topmost(window);

@@ -18,10 +18,10 @@ namespace {
 // What the system knows of a window.
 struct Offscreen {
     PlatformWindow *window;
-    Offscreen *behind;   // the next window towards the back
-    uint16_t style;      // the WindowFlag bits that decide about the frame
-    Rect outer;          // on the screen; where it comes back to while it is minimised
-    uint8_t holds_leave; // wants to be told when the pointer leaves
+    Offscreen *behind; // the next window towards the back
+    uint16_t style;    // the WindowFlag bits that decide about the frame
+    Rect outer;        // on the screen; where it comes back to while it is minimised
+    bool holds_leave;  // wants to be told when the pointer leaves
     HeadlessView view;
 };
 
@@ -67,14 +67,14 @@ struct Headless {
     uint32_t message_next;
     uint32_t message_count;
     uint32_t message_capacity;
-    uint8_t keys_down[256];
+    bool keys_down[256];
     uint32_t time_ms = 1'000'000;
     DoublePressLimits double_press = {500, 4, 4};
     uint32_t cursor;
     int32_t cursor_shows; // the cursor shows while this is not negative
-    uint8_t raw_mouse;
-    uint8_t refuses_window;
-    uint8_t has_monitors; // set by the test
+    bool raw_mouse;
+    bool refuses_window;
+    bool has_monitors; // set by the test
     MonitorInfo *monitors;
     uint32_t monitor_count;
 };
@@ -89,7 +89,7 @@ Offscreen *offscreen(const PlatformWindow *window) {
 // The client area's offset in a framed window, and what the frame adds.
 constexpr Rect frame = {8, 31, 16, 39};
 
-uint8_t has_frame(uint16_t style) {
+bool has_frame(uint16_t style) {
     return !(style & (WINDOW_FLAG_BORDERLESS | WINDOW_FLAG_POPUP));
 }
 
@@ -149,8 +149,8 @@ void tell_geometry(Offscreen *self) {
     WindowGeometry geometry = geometry_of(self);
     PlatformWindow *window = self->window;
     const Rect &client = geometry.client;
-    uint8_t has_moved = client.x != window->client_position.x || client.y != window->client_position.y;
-    uint8_t has_resized =
+    bool has_moved = client.x != window->client_position.x || client.y != window->client_position.y;
+    bool has_resized =
         client.width != window->client_size.width || client.height != window->client_size.height;
     resize_view(self, {client.width, client.height});
     window_set_geometry(window, geometry);
@@ -302,12 +302,12 @@ void pointer_is_at(Point position) {
     Offscreen *target = mouse_target();
     for (Offscreen *self = headless.front; self; self = self->behind) {
         if (self != target && self->holds_leave) {
-            self->holds_leave = 0;
+            self->holds_leave = false;
             post(MESSAGE_POINTER_LEFT, self);
         }
     }
     if (target) {
-        target->holds_leave = 1;
+        target->holds_leave = true;
         post(MESSAGE_POINTER_MOVED, target);
     }
 }
@@ -430,7 +430,7 @@ void headless_set_monitors(const HeadlessMonitor *monitors, uint32_t count) {
     free(headless.monitors);
     headless.monitors = static_cast<MonitorInfo *>(taken(calloc(count + 1, sizeof(MonitorInfo))));
     headless.monitor_count = count;
-    headless.has_monitors = 1;
+    headless.has_monitors = true;
     for (uint32_t i = 0; i < count; i++) {
         const HeadlessMonitor &from = monitors[i];
         MonitorInfo *monitor = &headless.monitors[i];
@@ -446,7 +446,7 @@ void headless_set_monitors(const HeadlessMonitor *monitors, uint32_t count) {
 }
 
 void headless_refuse_next_window() {
-    headless.refuses_window = 1;
+    headless.refuses_window = true;
 }
 
 // ---- What is to be seen ----
@@ -459,11 +459,11 @@ uint32_t headless_cursor() {
     return headless.cursor;
 }
 
-uint8_t headless_cursor_is_visible() {
+bool headless_cursor_is_visible() {
     return headless.cursor_shows >= 0;
 }
 
-uint8_t headless_raw_mouse_is_registered() {
+bool headless_raw_mouse_is_registered() {
     return headless.raw_mouse;
 }
 
@@ -471,7 +471,7 @@ uint8_t headless_raw_mouse_is_registered() {
 
 PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags) {
     if (headless.refuses_window) {
-        headless.refuses_window = 0;
+        headless.refuses_window = false;
         return nullptr;
     }
     PlatformWindow *window = static_cast<PlatformWindow *>(os_alloc_zero(sizeof(PlatformWindow)));
@@ -502,7 +502,7 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
         framebuffer_resize(&window->framebuffer, window->client_size);
     }
     if (!(flags & WINDOW_FLAG_HIDDEN)) { // what is told before the creation's end reaches nobody
-        self->view.is_visible = 1;
+        self->view.is_visible = true;
         headless.focused = self;
         headless_ask_redraw(window);
     }
@@ -570,13 +570,13 @@ void window_place(PlatformWindow *window, Rect outer) {
     }
 }
 
-void os_window_show(PlatformWindow *window, uint8_t visible) {
+void os_window_show(PlatformWindow *window, bool visible) {
     if (!window_is_alive(window)) {
         return;
     }
     Offscreen *self = offscreen(window);
     if (visible && !self->view.is_visible) {
-        self->view.is_visible = 1;
+        self->view.is_visible = true;
         bring_to_front(self);
         Offscreen *previous = headless.focused;
         headless.focused = self;
@@ -591,7 +591,7 @@ void os_window_show(PlatformWindow *window, uint8_t visible) {
         window_moved(window, geometry, static_cast<uint16_t>(client.x), static_cast<uint16_t>(client.y));
         headless_ask_redraw(window);
     } else if (!visible && self->view.is_visible) {
-        self->view.is_visible = 0;
+        self->view.is_visible = false;
         if (headless.focused == self) {
             headless.focused = nullptr;
             window_focus_lost(window);
@@ -601,7 +601,7 @@ void os_window_show(PlatformWindow *window, uint8_t visible) {
 
 namespace {
 
-void set_minimized(PlatformWindow *window, uint8_t is_minimized) {
+void set_minimized(PlatformWindow *window, bool is_minimized) {
     if (window_is_alive(window)) {
         Offscreen *self = offscreen(window);
         self->view.is_minimized = is_minimized;
@@ -615,11 +615,11 @@ void set_minimized(PlatformWindow *window, uint8_t is_minimized) {
 } // namespace
 
 void os_window_minimize(PlatformWindow *window) {
-    set_minimized(window, 1);
+    set_minimized(window, true);
 }
 
 void os_window_restore(PlatformWindow *window) {
-    set_minimized(window, 0);
+    set_minimized(window, false);
 }
 
 void os_window_focus(PlatformWindow *window) {
@@ -660,13 +660,13 @@ void os_show_system_cursor(bool visible) {
     headless.cursor_shows = visible ? 0 : -1;
 }
 
-uint8_t raw_mouse_register(PlatformWindow *) {
-    headless.raw_mouse = 1;
-    return 1;
+bool raw_mouse_register(PlatformWindow *) {
+    headless.raw_mouse = true;
+    return true;
 }
 
 void raw_mouse_unregister() {
-    headless.raw_mouse = 0;
+    headless.raw_mouse = false;
 }
 
 // ---- Monitors ----

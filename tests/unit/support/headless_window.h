@@ -55,7 +55,7 @@ void headless_set_double_press(uint32_t ms, Size size);
 
 // A monitor as the system describes it, before os_get_monitors makes it the program's.
 struct HeadlessMonitor {
-    uint8_t is_primary;
+    bool is_primary;
     Rect work_area;
     Rect whole;
     Size mode_resolution;       // 0: not told
@@ -72,8 +72,8 @@ void headless_refuse_next_window();
 // ---- What is to be seen ----
 
 struct HeadlessView {
-    uint8_t is_visible;
-    uint8_t is_minimized;
+    bool is_visible;
+    bool is_minimized;
     uint32_t presented;   // how often the window has been blitted
     Size size;            // of the client area
     uint32_t *pixels;     // what stands in the client area: 0 until the first blit
@@ -86,7 +86,7 @@ const HeadlessView *headless_view(const PlatformWindow *window);
 
 // The cursor's CursorKind, and whether it shows.
 uint32_t headless_cursor();
-uint8_t headless_cursor_is_visible();
+bool headless_cursor_is_visible();
 
 // Whether raw mouse input is registered.
-uint8_t headless_raw_mouse_is_registered();
+bool headless_raw_mouse_is_registered();

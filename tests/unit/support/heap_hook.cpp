@@ -6,7 +6,7 @@ namespace {
 
 std::function<bool(uint64_t)> allow_size;
 
-uint8_t ask(uint64_t size) {
+bool ask(uint64_t size) {
     return allow_size(size);
 }
 

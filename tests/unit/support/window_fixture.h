@@ -70,7 +70,7 @@ protected:
     PlatformWindow *create_shown(Size size = {300, 200}) {
         drive_pointer_away();
         PlatformWindow *window = create(size);
-        os_window_show(window, 1);
+        os_window_show(window, true);
         drive_settle();
         seen.clear();
         return window;

@@ -24,12 +24,12 @@ void os_console_attribute(uint16_t attribute) {
 
 // ---- Console window ----
 
-uint8_t os_console_window_move(int32_t, int32_t) {
-    return 0;
+bool os_console_window_move(int32_t, int32_t) {
+    return false;
 }
 
-uint8_t os_console_window_set_height(int32_t) {
-    return 0;
+bool os_console_window_set_height(int32_t) {
+    return false;
 }
 
 Rect os_console_window_rect() {
@@ -77,9 +77,9 @@ uint32_t os_console_read_key() {
     return character;
 }
 
-uint8_t os_console_move_cursor(int32_t dx, int32_t dy) {
+bool os_console_move_cursor(int32_t dx, int32_t dy) {
     if (!isatty(STDOUT_FILENO)) {
-        return 0;
+        return false;
     }
     // The terminal itself stops at the leftmost column. A count of 0 would move by one.
     if (dx != 0) {
@@ -88,7 +88,7 @@ uint8_t os_console_move_cursor(int32_t dx, int32_t dy) {
     if (dy != 0) {
         os_print("\x1b[%i%c", dy < 0 ? -dy : dy, dy < 0 ? 'A' : 'B');
     }
-    return 1;
+    return true;
 }
 
 int32_t os_console_height() {

@@ -29,7 +29,7 @@ constexpr struct {
 };
 
 // Whether the fault lies where the stack would have grown next.
-uint8_t is_stack_overflow(const siginfo_t *info, const void *context) {
+bool is_stack_overflow(const siginfo_t *info, const void *context) {
     constexpr uint64_t reach = 65536; // bytes around the stack pointer that one instruction may touch
     uint64_t stack =
         static_cast<uint64_t>(static_cast<const ucontext_t *>(context)->uc_mcontext.gregs[REG_RSP]);
@@ -72,9 +72,9 @@ void install() {
 } // namespace
 
 void os_set_crash_callback(CrashCallback *callback) {
-    static uint8_t is_installed;
+    static bool is_installed;
     if (!is_installed) {
-        is_installed = 1;
+        is_installed = true;
         install();
     }
     crash_callback = callback;

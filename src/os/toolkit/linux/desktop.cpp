@@ -1,29 +1,29 @@
 #include "os/toolkit/desktop.h"
 
-uint8_t os_mouse_position(Point *) {
-    return 0;
+bool os_mouse_position(Point *) {
+    return false;
 }
 
-uint8_t os_send_mouse_move(Point) {
-    return 0;
+bool os_send_mouse_move(Point) {
+    return false;
 }
 
-uint8_t os_send_mouse_button(SentButton, uint8_t) {
-    return 0;
+bool os_send_mouse_button(SentButton, bool) {
+    return false;
 }
 
-uint8_t os_send_mouse_wheel(int32_t) {
-    return 0;
+bool os_send_mouse_wheel(int32_t) {
+    return false;
 }
 
-uint8_t os_send_key(uint16_t, uint8_t) {
-    return 0;
+bool os_send_key(uint16_t, bool) {
+    return false;
 }
 
 uint32_t os_monitors(Rect *, uint32_t) {
     return 0;
 }
 
-uint8_t os_copy_window_to_clipboard(void *) {
-    return 0;
+bool os_copy_window_to_clipboard(void *) {
+    return false;
 }

@@ -21,12 +21,12 @@ void *handle_of(int file) {
 
 // A pipe whose ends no child inherits, above the standard files so that they can be put in a child's place of
 // these. Returns 0 when the system refuses.
-uint8_t make_pipe(void **read_end, void **write_end) {
+bool make_pipe(void **read_end, void **write_end) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
-        return 0;
+        return false;
     }
-    uint8_t is_made = 1;
+    bool is_made = true;
     for (int &end : ends) {
         if (end <= STDERR_FILENO) {
             int low = end;
@@ -83,7 +83,7 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) 
     }
     siginfo_t info;
     // A child closes its output before the system knows how it ended.
-    uint8_t is_read = look_at_child(id_of(&process), 0, &info);
+    bool is_read = look_at_child(id_of(&process), 0, &info);
     forget_child(id_of(&process));
     if (!is_read) {
         os_debug_print("%i\n", 2886);
@@ -137,13 +137,13 @@ int64_t os_process_read(Process *process, uint32_t max, char *buffer) {
     return count == 0 ? 0 : read_some(waiting.fd, buffer, max);
 }
 
-uint8_t os_process_is_running(const Process *process) {
+bool os_process_is_running(const Process *process) {
     siginfo_t info;
     return look_at_child(id_of(process), WNOHANG, &info) && info.si_pid == 0;
 }
 
-uint8_t os_process_wait_idle(const Process *) {
-    return 0;
+bool os_process_wait_idle(const Process *) {
+    return false;
 }
 
 int32_t os_process_kill(Process *process) {

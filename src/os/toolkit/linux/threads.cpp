@@ -36,11 +36,11 @@ void wait_until_resumed(int) {
 }
 
 void prepare_suspending() {
-    static uint8_t is_prepared;
+    static bool is_prepared;
     if (is_prepared) {
         return;
     }
-    is_prepared = 1;
+    is_prepared = true;
     sem_init(&thread_has_stopped, 0, 0);
     struct sigaction action = {};
     action.sa_flags = SA_RESTART;
@@ -52,7 +52,7 @@ void prepare_suspending() {
 }
 
 // A signal to a thread that has ended is lost without an error.
-uint8_t thread_has_ended(pthread_t thread) {
+bool thread_has_ended(pthread_t thread) {
     clockid_t clock;
     return pthread_getcpuclockid(thread, &clock) != 0;
 }

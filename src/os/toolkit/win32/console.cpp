@@ -10,14 +10,14 @@ void os_console_attribute(uint16_t attribute) {
 
 // ---- Console window ----
 
-uint8_t os_console_window_move(int32_t x, int32_t y) {
+bool os_console_window_move(int32_t x, int32_t y) {
     HWND window = GetConsoleWindow();
     RECT rect;
     return GetWindowRect(window, &rect) &&
            MoveWindow(window, x, y, rect.right - rect.left, rect.bottom - rect.top, TRUE);
 }
 
-uint8_t os_console_window_set_height(int32_t height) {
+bool os_console_window_set_height(int32_t height) {
     HWND window = GetConsoleWindow();
     RECT rect;
     return GetWindowRect(window, &rect) &&
@@ -53,16 +53,16 @@ uint32_t os_console_read_key() {
     return event.Event.KeyEvent.uChar.UnicodeChar;
 }
 
-uint8_t os_console_move_cursor(int32_t dx, int32_t dy) {
+bool os_console_move_cursor(int32_t dx, int32_t dy) {
     HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
     CONSOLE_SCREEN_BUFFER_INFO info;
     if (!GetConsoleScreenBufferInfo(console, &info)) {
-        return 0;
+        return false;
     }
     int64_t column = int64_t{info.dwCursorPosition.X} + dx;
     int64_t row = int64_t{info.dwCursorPosition.Y} + dy;
     if (column > INT16_MAX || row > INT16_MAX || row < INT16_MIN) {
-        return 0; // no console is that large
+        return false; // no console is that large
     }
     COORD place = {static_cast<SHORT>(column < 0 ? 0 : column), static_cast<SHORT>(row)};
     return SetConsoleCursorPosition(console, place) != 0;

@@ -21,9 +21,9 @@ LONG WINAPI report_crash(EXCEPTION_POINTERS *exception) {
 } // namespace
 
 void os_set_crash_callback(CrashCallback *callback) {
-    static uint8_t is_installed;
+    static bool is_installed;
     if (!is_installed) {
-        is_installed = 1;
+        is_installed = true;
         SetUnhandledExceptionFilter(report_crash);
     }
     crash_callback = callback;

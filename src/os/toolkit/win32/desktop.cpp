@@ -6,11 +6,11 @@
 
 namespace {
 
-uint8_t send_input(INPUT *input) {
+bool send_input(INPUT *input) {
     return SendInput(1, input, sizeof(INPUT)) == 1;
 }
 
-uint8_t send_mouse(int32_t x, int32_t y, uint32_t data, uint32_t flags) {
+bool send_mouse(int32_t x, int32_t y, uint32_t data, uint32_t flags) {
     INPUT input = {};
     input.type = INPUT_MOUSE;
     input.mi.dx = x;
@@ -27,27 +27,27 @@ int32_t desktop_units(int32_t pixel, int32_t desktop_start, int32_t desktop_size
 
 } // namespace
 
-uint8_t os_mouse_position(Point *point) {
+bool os_mouse_position(Point *point) {
     POINT place;
     if (!GetCursorPos(&place)) {
-        return 0;
+        return false;
     }
     *point = {place.x, place.y};
-    return 1;
+    return true;
 }
 
-uint8_t os_send_mouse_move(Point point) {
+bool os_send_mouse_move(Point point) {
     int32_t width = GetSystemMetrics(SM_CXVIRTUALSCREEN);
     int32_t height = GetSystemMetrics(SM_CYVIRTUALSCREEN);
     if (width <= 0 || height <= 0) {
-        return 0;
+        return false;
     }
     return send_mouse(desktop_units(point.x, GetSystemMetrics(SM_XVIRTUALSCREEN), width),
                       desktop_units(point.y, GetSystemMetrics(SM_YVIRTUALSCREEN), height), 0,
                       MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_VIRTUALDESK);
 }
 
-uint8_t os_send_mouse_button(SentButton button, uint8_t is_down) {
+bool os_send_mouse_button(SentButton button, bool is_down) {
     static constexpr uint32_t flags[3][2] = {
         {MOUSEEVENTF_LEFTUP, MOUSEEVENTF_LEFTDOWN},
         {MOUSEEVENTF_RIGHTUP, MOUSEEVENTF_RIGHTDOWN},
@@ -56,11 +56,11 @@ uint8_t os_send_mouse_button(SentButton button, uint8_t is_down) {
     return send_mouse(0, 0, 0, flags[button][is_down != 0]);
 }
 
-uint8_t os_send_mouse_wheel(int32_t notches) {
+bool os_send_mouse_wheel(int32_t notches) {
     return send_mouse(0, 0, static_cast<uint32_t>(notches * WHEEL_DELTA), MOUSEEVENTF_WHEEL);
 }
 
-uint8_t os_send_key(uint16_t virtual_key, uint8_t is_down) {
+bool os_send_key(uint16_t virtual_key, bool is_down) {
     INPUT input = {};
     input.type = INPUT_KEYBOARD;
     input.ki.wVk = virtual_key;
@@ -81,13 +81,13 @@ uint32_t os_monitors(Rect *monitors, uint32_t capacity) {
     return count;
 }
 
-uint8_t os_copy_window_to_clipboard(void *window) {
+bool os_copy_window_to_clipboard(void *window) {
     HWND owner = static_cast<HWND>(window);
     RECT area;
     if (!GetClientRect(owner, &area) || area.right == 0 || area.bottom == 0) {
-        return 0; // no window, or one that shows nothing
+        return false; // no window, or one that shows nothing
     }
-    uint8_t is_copied = 0;
+    bool is_copied = false;
     HDC from = GetDC(owner);
     HDC to = CreateCompatibleDC(from);
     HBITMAP bitmap = CreateCompatibleBitmap(from, area.right, area.bottom);

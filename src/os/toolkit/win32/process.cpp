@@ -93,11 +93,11 @@ int64_t os_process_read(Process *process, uint32_t max, char *buffer) {
     return ReadFile(process->output, buffer, max, &count, nullptr) ? int64_t{count} : -1;
 }
 
-uint8_t os_process_is_running(const Process *process) {
+bool os_process_is_running(const Process *process) {
     return WaitForSingleObject(information_of(process)->hThread, 0) == WAIT_TIMEOUT;
 }
 
-uint8_t os_process_wait_idle(const Process *process) {
+bool os_process_wait_idle(const Process *process) {
     return WaitForInputIdle(information_of(process)->hProcess, 5000) == 0;
 }
 
