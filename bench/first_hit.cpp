@@ -80,9 +80,9 @@ int main(int argc, char **argv) {
     frame_clock_start(60);
     startup_reserve_buffers();
     startup_load(os_exe_folder(), {});
-    set_field_text(&search_state.path, str_from(argv[1]));
+    set_request_text(&search_state.path, str_from(argv[1]));
     Str query = str_from(argv[2]);
-    set_field_text(&search_state.query, {query.count - 1, query.data});
+    set_request_text(&search_state.query, {query.count - 1, query.data});
     startup_focus();
     search_worker_start();
     std::thread(follow).detach();

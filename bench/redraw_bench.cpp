@@ -26,8 +26,8 @@ void set_up() {
     }
     strbuf_init(&search_state.path, 1024);
     strbuf_init(&search_state.query, 1024);
-    set_field_text(&search_state.path, str_from("C:/code/tarnwick/"));
-    set_field_text(&search_state.query, str_from("EVENT_WINDOW_RESIZED"));
+    set_request_text(&search_state.path, str_from("C:/code/tarnwick/"));
+    set_request_text(&search_state.query, str_from("EVENT_WINDOW_RESIZED"));
     dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
     input_field.focused_field = &query_field;
     field_set_single_caret(0, field_text_end(&search_state.query));

@@ -59,10 +59,10 @@ CommandLine command_line_parse(Str line) {
 
 void command_line_apply(Str line) {
     CommandLine given = command_line_parse(line);
-    if (given.has_path && set_field_text(&search_state.path, given.path)) {
+    if (given.has_path && set_request_text(&search_state.path, given.path)) {
         strbuf_clean_path(&search_state.path, 1);
     }
     if (given.has_query) {
-        set_field_text(&search_state.query, given.query);
+        set_request_text(&search_state.query, given.query);
     }
 }

@@ -28,7 +28,7 @@ void complete_path(Field *field) {
     Str name;
     if (!field->is_path ||
         results_folder_at(&results_store.matching_folders, 0, scratch_room(), &name) != ROW_COPIED ||
-        !set_field_end(field->text, str_name_start(strbuf_text(field->text)), name)) {
+        !set_request_text_end(field->text, str_name_start(strbuf_text(field->text)), name)) {
         return;
     }
     int32_t end = field_text_end(field->text);

@@ -18,12 +18,12 @@ SearchState search_state = {
     .results_scroll = 0,
 };
 
-uint8_t set_field_text(StrBuf *field, Str text) {
-    return set_field_end(field, 0, text);
+uint8_t set_request_text(StrBuf *text, Str replacement) {
+    return set_request_text_end(text, 0, replacement);
 }
 
-uint8_t set_field_end(StrBuf *field, uint64_t start, Str end) {
-    return strbuf_set_end(field, start, end, &search_state.retired_text);
+uint8_t set_request_text_end(StrBuf *text, uint64_t start, Str end) {
+    return strbuf_set_end(text, start, end, &search_state.retired_text);
 }
 
 void publish_request() {

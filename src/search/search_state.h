@@ -38,13 +38,13 @@ struct SearchState {
 // request_pending starts as 1, so the worker takes a first request with the texts that start-up has loaded.
 extern SearchState search_state;
 
-// Interface: makes text the whole of path or query. Returns 0, the field unchanged, when there is no memory
-// for it. text may not lie in the field itself. The search that reads the field meanwhile is not cancelled:
-// that takes a request.
-uint8_t set_field_text(StrBuf *field, Str text);
+// Interface: replaces the whole of text, which is path or query. Returns 0, text unchanged, when out of
+// memory. replacement may not lie in text itself. A search that reads text meanwhile is not cancelled: that
+// takes a request.
+uint8_t set_request_text(StrBuf *text, Str replacement);
 
-// The same for what stands behind the first start bytes, which the field has and keeps.
-uint8_t set_field_end(StrBuf *field, uint64_t start, Str end);
+// The same for what follows the first start bytes of text, which it has and keeps.
+uint8_t set_request_text_end(StrBuf *text, uint64_t start, Str end);
 
 // Interface: wants a new search of the texts as they are now. The list of hits empties at once.
 void publish_request();

@@ -145,7 +145,7 @@ namespace {
 // Makes a saved entry the field's text, selected, and searches for it. Not field_changed: here the search
 // starts before the file is written.
 void pick_entry(Field *field, Str entry) {
-    set_field_text(field->text, entry); // without memory the text stays, and the search starts all the same
+    set_request_text(field->text, entry); // without memory the text stays, and the search starts all the same
     input_field.dropdown_open = 0;
     saved_mark_update(field); // cleans a path, so it comes before the request
     publish_request();

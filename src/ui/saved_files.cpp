@@ -25,7 +25,7 @@ void saved_list_load_contents(Field *field, Str contents, uint8_t restore_text) 
         if (start == 0) {
             // As it stands, even a path: it is cleaned with the first mark update that it has the focus for.
             if (restore_text && line.count > 0) {
-                set_field_text(field->text, line);
+                set_request_text(field->text, line);
             }
         } else {
             line = field->is_path ? path_clean(line, 1) : line;

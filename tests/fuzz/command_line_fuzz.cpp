@@ -39,7 +39,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (StrBuf *field : {&search_state.path, &search_state.query}) {
         os_free(field->data);
         strbuf_init(field, 16); // so that it has to grow at times
-        set_field_text(field, str_from("old"));
+        set_request_text(field, str_from("old"));
     }
     command_line_apply(bytes.str);
     const std::string end(1, '\0');

@@ -361,7 +361,7 @@ private:
     void load(size_t which, bool restores_text) {
         fields[which]->is_saved = 0;
         empty_list(&fields[which]->entries);
-        set_field_text(fields[which]->text, {});
+        set_request_text(fields[which]->text, {});
         const Bytes counts = plain_read(which);
         saved_list_load(fields[which], restores_text);
         plain[which].is_saved = false;
@@ -468,7 +468,7 @@ private:
 
     void type(size_t which, const std::string &text) {
         const ExactBytes bytes(text);
-        set_field_text(fields[which]->text, bytes.str);
+        set_request_text(fields[which]->text, bytes.str);
         plain[which].text = text;
     }
 

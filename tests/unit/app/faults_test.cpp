@@ -336,8 +336,8 @@ struct StartExpectation {
 };
 
 void search(const std::string &path_text, const std::string &query_text) {
-    set_field_text(path->text, str_over(path_text));
-    set_field_text(query->text, str_over(query_text));
+    set_request_text(path->text, str_over(path_text));
+    set_request_text(query->text, str_over(query_text));
     publish_request();
     search_worker_turn();
 }

@@ -131,7 +131,7 @@ TEST(Field, TakesATextWholeLongerOrShorterAndGrowsInSteps) {
     for (const std::string &text :
          {std::string("C:/src"), std::string("C:/"), std::string(), std::string("a\0b", 3),
           std::string(1024, 'x'), std::string(1025, 'y'), std::string(5000, 'z'), std::string("short")}) {
-        ASSERT_TRUE(set_field_text(&field, str_over(text)));
+        ASSERT_TRUE(set_request_text(&field, str_over(text)));
         EXPECT_EQ(to_string(strbuf_text(&field)), text);
         EXPECT_EQ(field.data[text.size()], 0);
         EXPECT_EQ(field.capacity, text.size() < 1025 && field.capacity == 1024 ? 1024u
@@ -142,15 +142,15 @@ TEST(Field, TakesATextWholeLongerOrShorterAndGrowsInSteps) {
 
 TEST(Field, KeepsItsTextWhenThereIsNoMemoryForAnother) {
     SearchScope scope;
-    ASSERT_TRUE(set_field_text(&search_state.path, str_from("C:/src")));
+    ASSERT_TRUE(set_request_text(&search_state.path, str_from("C:/src")));
     {
         HeapHookScope hook([](uint64_t) { return false; });
-        EXPECT_FALSE(set_field_text(&search_state.path, str_over(std::string(1025, 'x'))));
-        EXPECT_TRUE(set_field_text(&search_state.query, str_over(std::string(1024, 'x')))); // fits
+        EXPECT_FALSE(set_request_text(&search_state.path, str_over(std::string(1025, 'x'))));
+        EXPECT_TRUE(set_request_text(&search_state.query, str_over(std::string(1024, 'x')))); // fits
     }
     EXPECT_EQ(to_string(strbuf_text(&search_state.path)), "C:/src");
     StrBuf without_storage = {};
-    EXPECT_FALSE(set_field_text(&without_storage, str_from("")));
+    EXPECT_FALSE(set_request_text(&without_storage, str_from("")));
 }
 
 TEST(Field, KeepsItsStartBeforeANewEnd) {
@@ -171,11 +171,11 @@ TEST(Field, KeepsItsStartBeforeANewEnd) {
         {0, "", ""},
     };
     for (const auto &changed : rows) {
-        ASSERT_TRUE(set_field_end(&field, changed.start, str_over(changed.end)));
+        ASSERT_TRUE(set_request_text_end(&field, changed.start, str_over(changed.end)));
         EXPECT_EQ(to_string(strbuf_text(&field)), changed.text);
         EXPECT_EQ(field.data[field.count], 0);
     }
-    ASSERT_TRUE(set_field_end(&field, 0, {})); // an end without bytes
+    ASSERT_TRUE(set_request_text_end(&field, 0, {})); // an end without bytes
     EXPECT_EQ(field.count, 0u);
     EXPECT_EQ(field.capacity, 1024u);
 }
@@ -183,10 +183,10 @@ TEST(Field, KeepsItsStartBeforeANewEnd) {
 TEST(Field, GrowsForAnEndAndKeepsItsStart) {
     SearchScope scope;
     StrBuf &field = search_state.path;
-    ASSERT_TRUE(set_field_text(&field, str_over(std::string(1000, 'x'))));
-    ASSERT_TRUE(set_field_end(&field, 1000, str_over(std::string(24, 'y'))));
+    ASSERT_TRUE(set_request_text(&field, str_over(std::string(1000, 'x'))));
+    ASSERT_TRUE(set_request_text_end(&field, 1000, str_over(std::string(24, 'y'))));
     EXPECT_EQ(field.capacity, 1024u);
-    ASSERT_TRUE(set_field_end(&field, 1000, str_over(std::string(25, 'z'))));
+    ASSERT_TRUE(set_request_text_end(&field, 1000, str_over(std::string(25, 'z'))));
     EXPECT_EQ(field.capacity, 2048u);
     EXPECT_EQ(to_string(strbuf_text(&field)), std::string(1000, 'x') + std::string(25, 'z'));
     EXPECT_EQ(field.data[1025], 0);
@@ -195,25 +195,25 @@ TEST(Field, GrowsForAnEndAndKeepsItsStart) {
 TEST(Field, KeepsItsTextWhenThereIsNoMemoryForAnEnd) {
     SearchScope scope;
     StrBuf &field = search_state.path;
-    ASSERT_TRUE(set_field_text(&field, str_from("C:/code/pr")));
+    ASSERT_TRUE(set_request_text(&field, str_from("C:/code/pr")));
     HeapHookScope hook([](uint64_t) { return false; });
-    EXPECT_FALSE(set_field_end(&field, 8, str_over(std::string(1017, 'x'))));
+    EXPECT_FALSE(set_request_text_end(&field, 8, str_over(std::string(1017, 'x'))));
     EXPECT_EQ(to_string(strbuf_text(&field)), "C:/code/pr");
     EXPECT_EQ(field.data[10], 0);
-    EXPECT_TRUE(set_field_end(&field, 8, str_over(std::string(1016, 'x')))); // fits
+    EXPECT_TRUE(set_request_text_end(&field, 8, str_over(std::string(1016, 'x')))); // fits
     EXPECT_EQ(to_string(strbuf_text(&field)), "C:/code/" + std::string(1016, 'x'));
     StrBuf without_storage = {};
-    EXPECT_FALSE(set_field_end(&without_storage, 0, str_from("x")));
-    EXPECT_FALSE(set_field_end(&without_storage, 0, {}));
+    EXPECT_FALSE(set_request_text_end(&without_storage, 0, str_from("x")));
+    EXPECT_FALSE(set_request_text_end(&without_storage, 0, {}));
 }
 
 TEST(Field, AnEndsOldStorageStaysForTheWorker) {
     SearchScope scope;
     StrBuf &field = search_state.path;
-    ASSERT_TRUE(set_field_text(&field, str_from("C:/code/pr")));
+    ASSERT_TRUE(set_request_text(&field, str_from("C:/code/pr")));
     search_state.worker_pass = 5; // a worker that reads the texts
     char *read = field.data;
-    ASSERT_TRUE(set_field_end(&field, 8, str_over(std::string(2000, 'x'))));
+    ASSERT_TRUE(set_request_text_end(&field, 8, str_over(std::string(2000, 'x'))));
     EXPECT_NE(field.data, read);
     EXPECT_STREQ(read, "C:/code/pr");
     search_state.worker_pass = 7;

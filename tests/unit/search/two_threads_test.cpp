@@ -34,7 +34,7 @@ void edit(StrBuf *field, std::mt19937 &random, const std::string &whole, uint64_
         break;
     case 1:
         if (field->count > kept) { // backspace
-            set_field_end(field, field->count - 1, {});
+            set_request_text_end(field, field->count - 1, {});
         }
         break;
     case 2:

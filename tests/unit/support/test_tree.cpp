@@ -98,7 +98,7 @@ SearchScope::~SearchScope() {
 }
 
 void set_field(StrBuf *field, const std::string &text) {
-    ASSERT_TRUE(set_field_text(field, str_over(text)));
+    ASSERT_TRUE(set_request_text(field, str_over(text)));
 }
 
 std::string stored_rows(const std::string &root) {
