@@ -8,14 +8,14 @@ BlitCoverageRows *blit_coverage_rows = os_has_avx2() ? blit_coverage_rows_avx2 :
 
 namespace {
 
-// What is left of a rectangle after clipping, in the framebuffer's own columns and rows.
+// The part of a rectangle that is left after clipping.
 struct Clipped {
     int64_t x, y;                 // within the framebuffer
     int64_t width, height;        // below 1: nothing is left
-    int64_t skipped_x, skipped_y; // columns and rows cut off at the left and at the top
+    int64_t skipped_x, skipped_y; // columns cut off at the left, rows at the top
 };
 
-// In 64 bits, where no sum of the callers' numbers wraps.
+// In 64 bits, as sums of the callers' numbers may overflow 32.
 Clipped clip_rect(const Framebuffer *framebuffer, ClipSize clip, Rect rect) {
     int64_t right = std::min(clip.width, framebuffer->width);
     int64_t bottom = std::min(clip.height, framebuffer->height);
@@ -51,7 +51,7 @@ constexpr uint32_t alpha_of(uint32_t colour) {
     return colour >> 24;
 }
 
-// The value of a channel, cut towards zero.
+// A channel's value, truncated.
 uint32_t cut(float value) {
     return static_cast<uint32_t>(static_cast<int32_t>(value));
 }
@@ -124,7 +124,7 @@ uint32_t blend_pixel(uint32_t pixel, uint32_t colour) {
     float part = static_cast<float>(alpha_of(colour)) / 255.0f;
     uint32_t alpha = 255;
     if (pixel_alpha != 255) {
-        // The one place of double precision, narrowed again at once.
+        // The only double precision, narrowed again at once.
         float whole = static_cast<float>(static_cast<double>(static_cast<float>(pixel_alpha) / 255.0f) *
                                              (1.0 - static_cast<double>(part)) +
                                          static_cast<double>(part));

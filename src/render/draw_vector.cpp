@@ -1,19 +1,18 @@
 // The blit of coverage over opaque pixels, compiled once for each instruction set: CMakeLists.txt gives the
 // flags.
 //
-// Over an opaque pixel the rules need no cases: a coverage of 0 leaves every channel as it is, one of 255
-// gives the colour, exactly. A row that no whole number of vectors fills is drawn by two that overlap: both
-// are computed from what was there before, so both give the same where they meet, and nothing beside the row
-// is touched.
+// Opaque pixels need no special cases: a coverage of 0 leaves every channel as it is, and one of 255 gives
+// the colour exactly. A row that is not a whole number of vectors wide is drawn by two that overlap: both are
+// computed from the old pixels, so they agree where they overlap, and nothing outside the row is touched.
 //
 // Green and red are computed at their places in a pixel, as 256 and 65536 times their value. A power of two
-// changes no digit of a float, so what is cut off stays the same and lies below the channel.
+// does not change a float's digits, so truncation cuts off the same digits, just below the channel.
 #include "render/draw.h"
 
 #include <immintrin.h>
 #include <string.h>
 
-// The blit, and what draws the glyphs that are narrower than half a vector.
+// The name of this blit, and of the one for glyphs narrower than half a vector.
 #ifdef __AVX2__
 #define BLIT_ROWS blit_coverage_rows_avx2
 #define BLIT_NARROW blit_coverage_rows_sse2
@@ -36,7 +35,7 @@ inline __m128i load_half(const uint32_t *p) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i_u *>(p));
 }
 
-// Half a vector of pixels at p and half of one at q.
+// Half a vector of pixels from p and half from q.
 inline Pixels load_halves(const uint32_t *p, const uint32_t *q) {
     return reinterpret_cast<Pixels>(_mm256_set_m128i(load_half(q), load_half(p)));
 }
@@ -47,7 +46,7 @@ inline void store_halves(uint32_t *p, uint32_t *q, Pixels v) {
     _mm_storeu_si128(reinterpret_cast<__m128i_u *>(q), _mm256_extracti128_si256(pixels, 1));
 }
 
-// Bytes of coverage, each widened to the size of a pixel.
+// Bytes of coverage, each widened to a pixel's size.
 inline Pixels load_bytes(const uint8_t *p) {
     return reinterpret_cast<Pixels>(_mm256_cvtepu8_epi32(_mm_loadu_si64(p)));
 }
@@ -64,7 +63,7 @@ inline bool all_opaque(Pixels v) {
     return _mm256_testc_si256(reinterpret_cast<__m256i>(v), _mm256_set1_epi32(opaque));
 }
 
-// Opaque pixels of the channels, each at its place; what red and green have below theirs is cut off.
+// Opaque pixels from channels that are at their places; bits below red's and green's are cut off.
 inline Pixels joined(Pixels red, Pixels green, Pixels blue) {
     // red is in the upper half of each pixel
     __m256i red_green =
@@ -132,19 +131,19 @@ inline Floats to_floats(Pixels v) {
     return __builtin_convertvector(v, Floats);
 }
 
-// Cut towards zero.
+// Truncated.
 inline Pixels to_whole(Floats f) {
     return __builtin_convertvector(f, Pixels);
 }
 
 inline Floats splat(float f) {
-    return f - Floats{}; // nothing to compute: a difference with 0 is f, whatever its sign
+    return f - Floats{}; // compiles to a broadcast: minus 0 changes no float
 }
 
-// What is the same for all pixels of a blit. Vectors, which the loops below keep in registers.
+// Constants of a blit, as vectors that the loops below keep in registers.
 struct Ink {
-    Floats red, green, blue; // as they are in a pixel
-    Floats scale;            // the colour's alpha as a part of 1
+    Floats red, green, blue; // at their places in a pixel
+    Floats scale;            // the colour's alpha, 0 to 1
     Floats all;              // 255
     Floats one;
     Pixels red_bits, green_bits, blue_bits;
@@ -166,7 +165,7 @@ inline Pixels mix(Floats ink, Floats part, Pixels channel, Floats rest) {
     return to_whole(ink * part + to_floats(channel) * rest);
 }
 
-// The pixels, which are opaque, with the ink laid over them. scaled: whether the ink's alpha is below 255.
+// The ink blended over opaque pixels. scaled: whether the ink's alpha is below 255.
 template <bool scaled> inline Pixels laid_over(Pixels pixels, Pixels coverage, const Ink &ink) {
     Floats alpha = to_floats(coverage);
     if (scaled) {
@@ -179,8 +178,8 @@ template <bool scaled> inline Pixels laid_over(Pixels pixels, Pixels coverage, c
                   mix(ink.blue, part, pixels & ink.blue_bits, rest));
 }
 
-// The three loops below draw rows from the given one on, down to the first that has a pixel which is not
-// opaque. They return that row, or the height. They make no call: it would cost them their registers.
+// The three loops below draw rows from row on, down to the first with a pixel that is not opaque. They return
+// that row, or the height. They call nothing, as a call would cost them their registers.
 
 // Columns first to first + lanes.
 template <bool scaled>
@@ -200,7 +199,7 @@ inline int64_t draw_one(const CoverageBlit &blit, const Ink &ink, int64_t first,
     return row;
 }
 
-// Columns first to the last, more than one vector and less than two.
+// Columns first to the last: more than one vector, less than two.
 template <bool scaled>
 inline int64_t draw_two(const CoverageBlit &blit, const Ink &ink, int64_t first, int64_t row) {
     uint32_t *pixels = blit.pixels + row * blit.pixel_stride + first;
@@ -222,7 +221,7 @@ inline int64_t draw_two(const CoverageBlit &blit, const Ink &ink, int64_t first,
     return row;
 }
 
-// Columns first to the last, half a vector to a whole one.
+// Columns first to the last: half a vector to a whole one.
 template <bool scaled>
 inline int64_t draw_halves(const CoverageBlit &blit, const Ink &ink, int64_t first, int64_t row) {
     uint32_t *pixels = blit.pixels + row * blit.pixel_stride + first;
@@ -242,28 +241,27 @@ inline int64_t draw_halves(const CoverageBlit &blit, const Ink &ink, int64_t fir
     return row;
 }
 
-// The columns from first on, count of them, of the rows from row on, count_rows of them.
-inline CoverageBlit part_of(const CoverageBlit &blit, int64_t first, int64_t count, int64_t row,
-                            int64_t count_rows) {
+// count columns from first on, of one row.
+inline CoverageBlit part_of(const CoverageBlit &blit, int64_t first, int64_t count, int64_t row) {
     CoverageBlit part = blit;
     part.pixels += row * blit.pixel_stride + first;
     part.coverage += row * blit.coverage_stride + first;
     part.width = count;
-    part.height = count_rows;
+    part.height = 1;
     return part;
 }
 
 typedef int64_t DrawColumns(const CoverageBlit &blit, const Ink &ink, int64_t first, int64_t row);
 
-// Draws count columns from first on; rows the vectors cannot draw are drawn pixel by pixel.
+// Draws count columns from first on; rows with pixels that are not opaque are drawn pixel by pixel.
 inline void draw_columns(DrawColumns *draw, const CoverageBlit &blit, const Ink &ink, int64_t first,
                          int64_t count) {
     for (int64_t row = draw(blit, ink, first, 0); row < blit.height; row = draw(blit, ink, first, row + 1)) {
-        blit_coverage_rows_scalar(part_of(blit, first, count, row, 1));
+        blit_coverage_rows_scalar(part_of(blit, first, count, row));
     }
 }
 
-// More than one vector wide, which at a usual height few glyphs are.
+// For more than one vector; at usual heights few glyphs are that wide.
 template <bool scaled> [[gnu::noinline]] void blit_wide(const CoverageBlit &blit) {
     Ink ink = ink_of(blit.colour);
     int64_t first = 0;

@@ -20,14 +20,14 @@ uint64_t big_endian_32(const uint8_t *p) {
     return uint64_t{big_endian_16(p)} << 16 | big_endian_16(p + 2);
 }
 
-// The shortest a table may be, for those whose head stb_truetype reads without a look at the file's end.
+// The tables whose first bytes stb_truetype reads without checking their length, with that number of bytes.
 struct TableHead {
     char tag[5];
     uint32_t size;
 };
 constexpr TableHead table_heads[] = {{"cmap", 12}, {"head", 54}, {"hhea", 36}, {"maxp", 6}, {"CFF ", 4}};
 
-// Whether the list of tables at start, and every table it names, lies in the file.
+// Whether the list of tables at start, and every table in it, lies within the file.
 bool tables_lie_within(const uint8_t *file, uint64_t size, uint64_t start) {
     constexpr uint64_t head_size = 12, row_size = 16; // tag, checksum, offset, length
     if (start + head_size > size) {
@@ -52,9 +52,9 @@ bool tables_lie_within(const uint8_t *file, uint64_t size, uint64_t start) {
     return true;
 }
 
-// stb_truetype takes a file for a whole one and looks for no end of it.
+// Checks what stb_truetype does not: that the file is not cut short.
 bool init_font_info(stbtt_fontinfo *info, Str file) {
-    constexpr uint64_t collection_head = 16; // bytes, up to and with the place of font 0
+    constexpr uint64_t collection_head = 16; // bytes, up to and including the offset of font 0
     uint8_t *bytes = reinterpret_cast<uint8_t *>(file.data);
     if (file.count < collection_head) {
         return false;
@@ -64,13 +64,13 @@ bool init_font_info(stbtt_fontinfo *info, Str file) {
            stbtt_InitFont(info, bytes, start);
 }
 
-// The number at a place in the file, 0 past its end.
+// The 16-bit number at an offset in the file; 0 past its end.
 uint32_t number_at(Str file, uint64_t place) {
     return place + 2 <= file.count ? big_endian_16(reinterpret_cast<const uint8_t *>(file.data) + place) : 0;
 }
 
-// Whether stb_truetype may find kerning at all: it looks at pair adjustments of GPOS, and at kern when there
-// is no GPOS. It looks them up anew for each two glyphs, which costs as much as drawing one.
+// Whether stb_truetype may find kerning at all: in the pair adjustments of GPOS, or in kern when there is no
+// GPOS. A look-up for a pair costs as much as drawing a glyph.
 bool may_kern(const stbtt_fontinfo *info, Str file) {
     constexpr uint32_t pair_adjustment = 2;
     if (info->gpos <= 0) {
@@ -151,11 +151,11 @@ Glyph *glyphs_of(const SizedFont *sized) {
     return reinterpret_cast<Glyph *>(sized->glyphs.data);
 }
 
-// Cuts count bytes from the size's bitmaps, which may move. Null when there is no memory, and from then on.
+// Reserves count bytes in the size's bitmaps, which may move. Null when out of memory, and from then on.
 uint8_t *reserve_bitmap(SizedFont *sized, uint64_t count) {
     uint8_t *before = reinterpret_cast<uint8_t *>(sized->bitmaps.data);
     if (!strbuf_make_room(&sized->bitmaps, count, nullptr)) {
-        // The glyphs that are there keep the old block.
+        // Existing glyphs keep the old block.
         sized->bitmaps.data = nullptr;
         sized->bitmaps.capacity = 0;
         return nullptr;
@@ -180,22 +180,22 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     if (codepoint < first_with_shape) {
         return glyph;
     }
-    // stb_truetype takes it as signed, and would read before a cmap of format 0.
+    // stb_truetype takes the codepoint as signed, and would read before the start of a format 0 cmap.
     int index =
         codepoint <= last_in_unicode ? stbtt_FindGlyphIndex(sized->font, static_cast<int>(codepoint)) : 0;
     int advance, bearing, left, top, right, bottom;
     stbtt_GetGlyphHMetrics(sized->font, index, &advance, &bearing);
     stbtt_GetGlyphBitmapBox(sized->font, index, sized->scale, sized->scale, &left, &top, &right, &bottom);
-    // At a height below 0 the box is turned over.
+    // A negative height turns the box upside down.
     int32_t width = std::max(right - left, 0);
     int32_t height = std::max(bottom - top, 0);
     uint64_t count = static_cast<uint64_t>(int64_t{width} * height);
-    // stb_truetype counts a bitmap's bytes in 32 bits with sign.
+    // stb_truetype counts a bitmap's bytes in signed 32 bits.
     uint8_t *bitmap = count <= INT32_MAX ? reserve_bitmap(sized, count) : nullptr;
     if (!bitmap) {
         return glyph;
     }
-    // stb_truetype may draw nothing: without a shape, or when its spare block is too small as well.
+    // stb_truetype may draw nothing: without a shape, or when even the spare block is too small.
     memset(bitmap, 0, count);
     stbtt_MakeGlyphBitmap(sized->font, bitmap, width, height, width, sized->scale, sized->scale, index);
     for (uint64_t i = 0; i < count; i++) {
@@ -211,8 +211,7 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     return glyph;
 }
 
-// The index of the first glyph above a codepoint, the ones before first left out; the count when there is
-// none.
+// The index, from first on, of the first glyph with a greater codepoint; the count when there is none.
 uint64_t first_above(const SizedFont *sized, uint64_t first, uint32_t codepoint) {
     uint64_t count = sized->glyphs.count;
     const Glyph *glyphs = glyphs_of(sized);
@@ -239,14 +238,14 @@ Glyph *glyph_create(SizedFont *sized, uint32_t codepoint) {
 }
 
 const Glyph *glyph_find(SizedFont *sized, uint32_t codepoint) {
-    constexpr uint64_t directly = 128; // glyphs whose index is their codepoint
-    if (!sized || sized->glyphs.count < directly) {
+    constexpr uint64_t direct_count = 128; // glyphs whose index is their codepoint
+    if (!sized || sized->glyphs.count < direct_count) {
         return nullptr;
     }
-    if (codepoint < directly) {
+    if (codepoint < direct_count) {
         return &glyphs_of(sized)[codepoint];
     }
-    const Glyph *last_not_above = &glyphs_of(sized)[first_above(sized, directly, codepoint) - 1];
+    const Glyph *last_not_above = &glyphs_of(sized)[first_above(sized, direct_count, codepoint) - 1];
     return last_not_above->codepoint == codepoint ? last_not_above : glyph_create(sized, codepoint);
 }
 

@@ -1,10 +1,10 @@
-// The program's font, and its glyphs as bitmaps of coverage for every pixel height that was ever asked for.
+// The program's font, and its glyphs as bitmaps of coverage for every pixel height that has been used.
 //
 // Glyphs are rasterised on first use and kept for the life of the font, at the price of never shrinking.
 // Interface thread only.
 //
-// How to use it: font = font_load(path) once or more at start-up, the last one stays; then text is drawn by
-// draw_text (render/text.h), which asks for sizes and glyphs here.
+// How to use it: font = font_load(path) at start-up, once or more; the last one stays. draw_text
+// (render/text.h) then gets sizes and glyphs here.
 #pragma once
 
 #include <stddef.h>
@@ -19,58 +19,58 @@ struct Glyph {
     uint32_t codepoint;
     int32_t y_offset;     // from the baseline to the bitmap's top, negative above it
     int32_t x_offset;     // from the pen to the bitmap's left
-    uint32_t glyph_index; // the font's number for it; 0: the shape for what is missing
-    int32_t advance;      // to the next pen position, cut towards zero
-    int32_t width;        // of the bitmap; 0 when there is nothing to see
-    int32_t height;       // of the bitmap; 0 when there is nothing to see
+    uint32_t glyph_index; // the font's number for it; 0: the missing-glyph shape
+    int32_t advance;      // to the next pen position, truncated
+    int32_t width;        // of the bitmap; 0 for an empty glyph
+    int32_t height;       // of the bitmap; 0 for an empty glyph
     uint8_t *bitmap;      // width * height bytes in the size's bitmaps; null: no drawing and no metrics
 };
 
-// The font at one height. What a refused allocation left without storage draws nothing: glyphs made from then
-// on have a null bitmap, those that are there keep theirs.
+// The font at one height. After bitmaps has run out of memory, new glyphs have a null bitmap; the others keep
+// theirs.
 struct SizedFont {
     const stbtt_fontinfo *font; // the info of the Font
-    float scale;                // pixels for one unit of the font
+    float scale;                // pixels per font unit
     int32_t pixel_height;       // from the highest ascender to the lowest descender
-    StrBuf bitmaps;             // the glyphs' bytes, one behind the other; nothing of a text but its growth
+    StrBuf bitmaps;             // the glyphs' bytes, one after another; a StrBuf only for its growth
     DynArray glyphs;            // Glyph, by ascending codepoint; the first 128 are the codepoints 0 to 127
 };
 
 struct Font {
-    Str file;            // the whole file, owned, read in place by info; kept for good
+    Str file;            // the whole file, owned, read in place by info; never freed
     stbtt_fontinfo info; // of font 0 of the file
     DynArray sizes;      // SizedFont, by ascending pixel height
-    uint8_t has_kerning; // whether any two glyphs may have some
+    bool has_kerning;    // whether any pair of glyphs may have kerning
 };
 
-// Set at start-up by assigning what font_load returned. All zero until then.
+// All zero until start-up assigns what font_load returns.
 extern Font font;
 
-// Reads a font file, TrueType or OpenType. Returns a Font that is all zero when it cannot be read, is cut
-// short or is no font; otherwise a font is trusted as far as stb_truetype can be. The bytes of a file that is
-// no font stay allocated, and that is meant. Sizes that were made from an earlier font are not taken over.
+// Loads a TrueType or OpenType file, with an empty list of sizes. Returns a Font that is all zero when the
+// file cannot be read, is cut short or is not a font; beyond that only stb_truetype checks it. The bytes of a
+// file that is not a font intentionally stay allocated.
 Font font_load(Str path);
 
-// Returns the record for a height in pixels, made with its first 128 glyphs when it is asked for the first
-// time; valid until another height is. Null, with the list of sizes empty, when memory for the list is
-// refused. With a font that is all zero or whose list is empty of storage this never returns: a list of
-// capacity 0 grows without end, and that is meant, as nothing is ever drawn without a font.
+// The record for a height in pixels, made with its first 128 glyphs on first use; valid until a new height is
+// used. Null, with the list of sizes empty, when out of memory for the list. Never returns when the list has
+// no storage, as for a font that is all zero: its growth doubles a capacity of 0. Intentional, as nothing is
+// ever drawn without a font.
 SizedFont *font_get_size(int32_t pixel_height);
 
-// The contrast curve that every byte of a rasterised bitmap goes through once: coverage in, coverage out.
-// Thickens the strokes: 0 stays 0, 255 stays 255, 128 becomes 191.
+// The contrast curve for each byte of coverage in a rasterised bitmap. Thickens strokes: 0 stays 0, 255 stays
+// 255, 128 becomes 191.
 uint8_t glyph_contrast(uint8_t coverage);
 
 // Rasterises one codepoint (glyph 0 for one above 0x10FFFF, outside Unicode) and inserts it before the first
 // greater one. Returns the new record, valid until the next call. Null when out of memory for the table,
-// which is then empty and stays so.
+// which is empty from then on.
 Glyph *glyph_create(SizedFont *sized, uint32_t codepoint);
 
-// The glyph of a codepoint, made when there is none yet; valid until the next is made. Null when sized is, or
-// when its table is gone.
+// The glyph of a codepoint, made on first use; valid until the next is made. Null for a null sized, or when
+// its table is out of memory.
 const Glyph *glyph_find(SizedFont *sized, uint32_t codepoint);
 
-// The pixels to add to the pen between two of the font's glyphs at a size, cut towards zero.
+// The pixels to add to the pen between two glyphs of the font at a size, truncated.
 int32_t glyph_kerning(const SizedFont *sized, uint32_t left_index, uint32_t right_index);
 
 static_assert(sizeof(Glyph) == 40 && offsetof(Glyph, y_offset) == 4 && offsetof(Glyph, x_offset) == 8 &&

@@ -1,7 +1,6 @@
-// The one place where stb_truetype is compiled. Its memory comes from the program's heap, and from a spare
-// block when the heap refuses: without its outline and its row of pixels stb_truetype would write through
-// null. Its assertions are off: it goes on with a harmless value wherever it has one, which is what a font
-// full of nonsense should get.
+// The only place where stb_truetype is compiled. Its memory comes from the program's heap, or from a spare
+// block when out of memory, as it does not check all of its allocations for null. Its assertions are off:
+// without them it goes on with a harmless value wherever it has one, as it should for a broken font.
 #include <stddef.h>
 #include <stdint.h>
 
@@ -9,17 +8,16 @@
 
 namespace {
 
-// Enough for a glyph of some thousand points and pixels of width. What asks for more gets null when the heap
-// refuses as well, which a larger outline or row does not survive. Used by the interface thread only, as all
-// of stb_truetype is.
+// Enough for a glyph of some thousand points and pixels of width; a larger one crashes when out of memory.
+// Interface thread only, like all of stb_truetype.
 constexpr uint64_t spare_size = 0x40000; // bytes
 alignas(16) uint8_t spare[spare_size];
-uint64_t spare_used; // bytes from its start, given back all at once
+uint64_t spare_used; // bytes from the start; 0 again once all its allocations are freed
 uint32_t spare_live; // allocations in it
 
 void *spare_alloc(uint64_t size) {
     constexpr uint64_t alignment = 16;
-    if (size >= spare_size - spare_used) { // even an empty one begins within the spare
+    if (size >= spare_size - spare_used) { // even an empty allocation begins within the spare block
         return nullptr;
     }
     void *block = spare + spare_used;
@@ -36,7 +34,7 @@ void *glyph_alloc(uint64_t size) {
 
 void glyph_free(void *block) {
     uintptr_t offset = reinterpret_cast<uintptr_t>(block) - reinterpret_cast<uintptr_t>(spare);
-    if (offset >= spare_size) { // below it as well, and null
+    if (offset >= spare_size) { // also for addresses below it, and null
         os_free(block);
         return;
     }

@@ -11,8 +11,8 @@ uint64_t extent_of(int32_t width, int32_t height) {
     return uint64_t{static_cast<uint32_t>(height)} << 32 | static_cast<uint32_t>(width);
 }
 
-// A byte is its own codepoint. There is no UTF-8 here: one from 0x80 on is widened with its sign, which is
-// outside Unicode and so has glyph 0; intentional.
+// A byte is its own codepoint. Intentionally no UTF-8: bytes from 0x80 on are sign-extended to codepoints
+// outside Unicode, which have glyph 0.
 const Glyph *glyph_of(SizedFont *sized, char byte) {
     return glyph_find(sized, static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(byte))));
 }
@@ -53,7 +53,7 @@ uint64_t draw_text(Framebuffer *framebuffer, Point position, int32_t pixel_heigh
         }
         pen.x += glyph->advance;
         if (font.has_kerning && i + 1 < text.count) {
-            // What is needed of this glyph is taken first: making the next one moves it.
+            // Read before the next glyph is made, which may move this one.
             uint32_t glyph_index = glyph->glyph_index;
             const Glyph *next = glyph_of(sized, text.data[i + 1]);
             if (next && next->bitmap) {
