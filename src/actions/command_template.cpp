@@ -1,7 +1,8 @@
-// The text is expanded in place, with the room that the storage has left as a gap: what has been looked at
-// stands before the gap, what is still to come at the storage's end. No step moves the text, so that a
-// folder's name cannot make the expansion quadratic.
+// Expands the text in place, with the free storage as a gap: the finished part is before the gap, the rest at
+// the storage's end. No step moves the whole text, so the expansion is never quadratic.
 #include "actions/command_template.h"
+
+#include <algorithm>
 
 #include <string.h>
 
@@ -11,7 +12,7 @@
 
 StrBuf row_text;
 
-uint8_t row_text_set(Str text) {
+bool row_text_set(Str text) {
     constexpr uint64_t first_capacity = 1024;
     if (!row_text.data) {
         strbuf_init(&row_text, first_capacity);
@@ -50,7 +51,7 @@ constexpr Placeholder placeholders[] = {
 };
 #undef PLACEHOLDER
 
-// The placeholder that text begins with, or null.
+// The placeholder that text starts with, or null.
 const Placeholder *placeholder_at(const char *text, uint64_t count) {
     if (*text != '{') {
         return nullptr;
@@ -68,8 +69,8 @@ const Placeholder *placeholder_at(const char *text, uint64_t count) {
 struct GapText {
     char *data;
     uint64_t capacity;
-    uint64_t done;  // bytes looked at, at the start of data
-    uint64_t ahead; // bytes still to be looked at, at the end of the capacity bytes
+    uint64_t done;  // finished bytes, at the start of data
+    uint64_t ahead; // bytes still to scan, at the end of the capacity bytes
 
     char *next() const {
         return data + capacity - ahead;
@@ -91,13 +92,13 @@ void close_gap(const GapText &text) {
     row_text.count = text.count();
 }
 
-// Makes room for count more bytes. Returns 0 and changes nothing when there is none.
-uint8_t widen_gap(GapText *text, uint64_t count) {
+// Makes room for count more bytes. Returns false, the text unchanged, when out of memory.
+bool widen_gap(GapText *text, uint64_t count) {
     if (text->capacity - text->count() >= count) {
-        return 1;
+        return true;
     }
     close_gap(*text);
-    uint8_t is_wide = strbuf_make_room(&row_text, count, nullptr);
+    bool is_wide = strbuf_make_room(&row_text, count, nullptr);
     text->data = row_text.data;
     text->capacity = row_text.capacity;
     memmove(text->next(), text->data + text->done, text->ahead);
@@ -112,33 +113,28 @@ void pass_byte(GapText *text) {
     }
 }
 
-// Inserts a value that is not looked at again. Returns 0, the text unchanged, for an empty one and without
-// memory.
-uint8_t insert_done(GapText *text, Str value) {
+// Inserts a value that is not scanned. Returns false, the text unchanged, when it is empty or out of memory.
+bool insert_done(GapText *text, Str value) {
     if (value.count == 0 || !widen_gap(text, value.count)) {
-        return 0;
+        return false;
     }
     memcpy(text->data + text->done, value.data, value.count);
     text->done += value.count;
-    return 1;
+    return true;
 }
 
-// Inserts a folder that is still to be looked at, with '\' for '/'; nothing without memory.
+// Inserts a folder with '\' for '/', to be scanned next; nothing when out of memory.
 void insert_backslashed(GapText *text, Str folder) {
     if (folder.count == 0 || !widen_gap(text, folder.count)) {
         return;
     }
     text->ahead += folder.count;
-    char *to = text->next();
-    for (uint64_t i = 0; i < folder.count; i++) {
-        to[i] = folder.data[i] == '/' ? '\\' : folder.data[i];
-    }
+    std::replace_copy(folder.data, folder.data + folder.count, text->next(), '/', '\\');
 }
 
 void replace(GapText *text, const Placeholder &placeholder, const FileEntry &file, const ResultRecord &hit) {
     text->ahead -= placeholder.count;
-    // Hit numbers are stored without a sign and printed with one, which is meant: 2^31 and more become
-    // negative.
+    // Intentionally printed as signed: 2^31 and more become negative.
     char digits[11];
     uint32_t number = 0;
     switch (placeholder.meaning) {
@@ -150,7 +146,7 @@ void replace(GapText *text, const Placeholder &placeholder, const FileEntry &fil
         return;
     case FILE_FOLDER_BACKSLASHED:
         insert_backslashed(text, file.folder);
-        pass_byte(text); // one byte is not looked at, which is meant, whether or not it is the folder's
+        pass_byte(text); // intentionally not scanned, whether or not it is the folder's first
         return;
     case HIT_ROW:
         number = hit.line;
@@ -163,14 +159,14 @@ void replace(GapText *text, const Placeholder &placeholder, const FileEntry &fil
         break;
     }
     if (!insert_done(text, str_from_number(static_cast<int32_t>(number), digits))) {
-        pass_byte(text); // likewise
+        pass_byte(text); // likewise: when out of memory, the byte after the placeholder
     }
 }
 
-// Returns whether row_text holds a command now; it is empty when not.
-uint8_t expand_row_text(const FileEntry &file, const ResultRecord &hit) {
+// Returns whether row_text holds a command now; otherwise it is empty.
+bool expand_row_text(const FileEntry &file, const ResultRecord &hit) {
     if (row_text.count == 0) {
-        return 0;
+        return false;
     }
     GapText text = open_gap();
     while (text.ahead > 0 && text.count() <= longest_command) {

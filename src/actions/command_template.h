@@ -1,9 +1,9 @@
-// What a click on a hit runs: a command line made from a template and the hit.
+// The command that a click on a hit runs: a template whose placeholders are replaced by the hit's values.
 //
-// How to use it: row_text_set with the template, then expand_command. A template's placeholders are
-// {tarn_row}, {tarn_column}, {tarn_byte}, {tarn_file_name}, {tarn_file_folder} and {tarn_file_folder_bs}, the
-// folder with '\' for '/'. Everything else stands for itself, and nothing is quoted: a template has its own
-// quotes around what may have blanks. Interface thread only.
+// How to use it: row_text_set with the template, then expand_command. The placeholders are {tarn_row},
+// {tarn_column}, {tarn_byte}, {tarn_file_name}, {tarn_file_folder} and {tarn_file_folder_bs}, the folder with
+// '\' for '/'. All other text is kept. Values are not quoted: the template has to quote those that may
+// contain spaces. Interface thread only.
 #pragma once
 
 #include <stdint.h>
@@ -13,25 +13,25 @@
 
 // ---- The row-text buffer ----
 
-// Scratch text of whoever works on a row of the results: nothing survives from one use to the next. Made by
-// the first row_text_set; no storage before.
+// Scratch text for work on a row of the results; nothing survives from one use to the next. Without storage
+// until the first row_text_set.
 extern StrBuf row_text;
 
-// Makes text the whole of row_text, zero-terminated. Returns 0, row_text unchanged, when there is no memory
-// for it. text may not lie in row_text itself.
-uint8_t row_text_set(Str text);
+// Makes text the whole of row_text, zero-terminated. Returns false, row_text unchanged, when out of memory.
+// text may not lie in row_text itself.
+bool row_text_set(Str text);
 
 // ---- Commands ----
 
-// A command whose text passes this many bytes is not started: no system takes one, and a folder that is named
-// like a placeholder would have it grow for ever.
+// A longer command, in bytes, is not started: no system accepts it, and a folder that is named like a
+// placeholder would make the command grow forever.
 constexpr uint64_t longest_command = 0x4000000;
 
-// Replaces the placeholders of the template in row_text by what they mean for the hit, and starts the result,
-// unless it is empty, without a console window and without waiting; whether it could be started is not told.
-// A value that finds no memory is left out. file and hit must not change meanwhile: for rows that the worker
-// may rewrite the caller passes copies.
+// Replaces the placeholders of the template in row_text by the hit's values, and starts the result, unless it
+// is empty, without a console window and without waiting. A failed start is not reported. A value is left out
+// when out of memory for it. file and hit must not change meanwhile: the caller passes copies of rows that
+// the worker may rewrite.
 //
-// Inserted text is not looked at again, except for the folder in {tarn_file_folder_bs}: a placeholder in its
-// name is replaced as well, unless the name begins with it. That is meant.
+// Placeholders in inserted values are not replaced, except in the folder of {tarn_file_folder_bs}, unless it
+// begins with one. Intentional.
 void expand_command(const FileEntry *file, const ResultRecord *hit);
