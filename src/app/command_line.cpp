@@ -1,58 +1,54 @@
 #include "app/command_line.h"
 
-#include <string.h>
+#include <algorithm>
+#include <string_view>
 
 #include "search/search_state.h"
 
 namespace {
 
-Str behind(Str text, uint64_t count) {
+// The text without its first count bytes; empty when it has no more.
+Str after(Str text, uint64_t count) {
+    count = std::min(count, text.count);
     return {text.count - count, text.data + count};
 }
 
-Str skip_blanks(Str text) {
-    uint64_t count = 0;
-    while (count < text.count && (text.data[count] == ' ' || text.data[count] == '\t')) {
-        count++;
-    }
-    return behind(text, count);
+Str skip_spaces(Str text) {
+    return after(text, std::string_view(text.data, text.count).find_first_not_of(" \t"));
 }
 
-// Takes off the bytes before the first end, and end itself; all of them when there is no end.
+// Removes and returns the bytes before the first end, and removes end itself; takes all when there is no end.
 Str take_until(Str *text, char end) {
     Str taken = *text;
-    const void *found = text->count > 0 ? memchr(text->data, end, text->count) : nullptr;
-    if (found) {
-        taken.count = static_cast<uint64_t>(static_cast<const char *>(found) - text->data);
-    }
-    *text = behind(*text, found ? taken.count + 1 : taken.count);
+    taken.count = std::min<uint64_t>(std::string_view(text->data, text->count).find(end), text->count);
+    *text = after(*text, taken.count + 1);
     return taken;
 }
 
-uint8_t take(Str *text, char byte) {
+bool take(Str *text, char byte) {
     if (text->count == 0 || text->data[0] != byte) {
-        return 0;
+        return false;
     }
-    *text = behind(*text, 1);
-    return 1;
+    *text = after(*text, 1);
+    return true;
 }
 
 } // namespace
 
 CommandLine command_line_parse(Str line) {
     CommandLine result = {};
-    Str rest = skip_blanks(line);
-    take_until(&rest, take(&rest, '"') ? '"' : ' '); // a tab does not end a name without quotes
-    rest = skip_blanks(rest);
-    // A path without quotes is not taken, and whatever stands there instead of a dash ends the line.
-    if (take(&rest, '"')) {
+    Str rest = skip_spaces(line);
+    take_until(&rest, take(&rest, '"') ? '"' : ' '); // a tab does not end an unquoted name
+    rest = skip_spaces(rest);
+    // An unquoted path is ignored; anything but '-' ends parsing.
+    result.has_path = take(&rest, '"');
+    if (result.has_path) {
         result.path = take_until(&rest, '"');
-        result.has_path = 1;
-        rest = skip_blanks(rest);
+        rest = skip_spaces(rest);
     }
-    if (take(&rest, '-')) {
+    result.has_query = take(&rest, '-');
+    if (result.has_query) {
         result.query = rest;
-        result.has_query = 1;
     }
     return result;
 }

@@ -13,64 +13,62 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field_widget.h"
+#include "ui/theme.h"
 #include "ui/ui_state.h"
 
 FrameClock frame_clock;
+void (*frame_sleep_us)(int64_t us) = os_sleep_us;
 
 // ---- Drawing ----
 
 namespace {
 
-constexpr uint32_t busy_colour = 0xFFFFFF00;
-constexpr uint32_t matching_folder_colour = 0xFF00FFFF;
-constexpr uint32_t other_folder_colour = 0xFF7F7F7F;
+// Larger than any window, and small enough for sums of it to fit.
+constexpr int32_t far_below = 1 << 24; // pixels
 
-// More pixels than a window has, and few enough for sums of them.
-constexpr int32_t far_below = 1 << 24;
-
-// Draws the names of a table of folders, a row each, from the cursor on to the framebuffer's lower edge, and
-// moves the cursor below them.
-void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_t colour,
-                      LayoutCursor *cursor) {
-    for (uint64_t i = 0; i < folders->count && cursor->y < framebuffer->height; i++) {
+// Draws a table of folders, one name per row, from the layout's place down to the framebuffer's lower edge,
+// and moves the layout below them.
+void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_t colour, Layout *layout) {
+    for (uint64_t i = 0; i < folders->count && layout->y < framebuffer->height; i++) {
         Str name;
         if (results_folder_at(folders, i, scratch_room(), &name)) {
-            draw_row_text(framebuffer, cursor, 10, colour, name);
+            draw_row_text(framebuffer, layout, theme::folder_x, colour, name);
         }
-        cursor->y += cursor->line_height;
+        layout->y += layout->line_height;
     }
 }
 
 } // namespace
 
 void frame_draw(Framebuffer *framebuffer, Point mouse) {
-    fill_rect(framebuffer, whole_of(framebuffer), whole_of(framebuffer), frame_colour);
+    fill_rect(framebuffer, whole_of(framebuffer), whole_of(framebuffer), theme::background);
     int32_t line_height = std::clamp(settings.line_height, -far_below, far_below);
-    LayoutCursor cursor = {};
-    cursor.x = 6;
-    cursor.y = 4;
-    cursor.width = framebuffer->width;
-    cursor.row_advance = line_height + 8;
-    cursor.mouse = mouse;
-    cursor.text_y_offset = std::clamp(settings.text_y_offset, -far_below, far_below);
-    cursor.font_size = settings.font_size;
-    cursor.line_height = line_height;
-    field_widget(framebuffer, str_from("Path: "), &path_field, &cursor);
-    if (!cursor.stop) {
-        field_widget(framebuffer, str_from("Src: "), &query_field, &cursor);
+    Layout layout = {};
+    layout.x = theme::first_row_x;
+    layout.y = theme::first_row_y;
+    layout.width = framebuffer->width;
+    layout.row_advance = line_height + theme::field_padding;
+    layout.mouse = mouse;
+    layout.text_y_offset = std::clamp(settings.text_y_offset, -far_below, far_below);
+    layout.font_size = settings.font_size;
+    layout.line_height = line_height;
+    field_widget(framebuffer, str_from("Path: "), &path_field, &layout);
+    if (!layout.stop) {
+        field_widget(framebuffer, str_from("Src: "), &query_field, &layout);
     }
-    if (cursor.stop) {
+    if (layout.stop) {
         return;
     }
-    int32_t list_top = cursor.y;
-    if (search_state.search_busy) { // comes and goes with a redraw only, and that is meant
-        fill_outline(framebuffer, whole_of(framebuffer),
-                     {0, list_top, framebuffer->width, framebuffer->height - list_top}, 2, busy_colour);
+    int32_t list_top = layout.y;
+    if (search_state.search_busy) { // intentionally asks for no redraw of its own
+        Rect list = {0, list_top, framebuffer->width, framebuffer->height - list_top};
+        fill_outline(framebuffer, whole_of(framebuffer), list, theme::busy_frame_thickness,
+                     theme::busy_frame);
     }
-    draw_folder_rows(framebuffer, &results_store.matching_folders, matching_folder_colour, &cursor);
-    draw_folder_rows(framebuffer, &results_store.other_folders, other_folder_colour, &cursor);
-    int32_t first_visible_hit = search_state.results_scroll; // once: the worker may set it to 0 meanwhile
-    results_view(framebuffer, first_visible_hit, &cursor);
+    draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, &layout);
+    draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, &layout);
+    int32_t first_visible_hit = search_state.results_scroll; // read once: the worker may set it to 0
+    results_view(framebuffer, first_visible_hit, &layout);
     draw_scroll_bar(framebuffer, list_top, first_visible_hit);
 }
 
@@ -104,29 +102,29 @@ int64_t time_left_us() {
     return frame_clock.target_us - os_ticks_to_us(os_ticks() - frame_clock.frame_start_ticks);
 }
 
-// Where the pointer is in the window's client area, as the events told.
+// The pointer in the window's client area, according to the events.
 Point mouse_in(const PlatformWindow *window) {
     Point position = ui_pointer_position();
     return {position.x - window->client_position.x, position.y - window->client_position.y};
 }
 
-// Whether the cursor is ours: over the window's frame the system's own stay. The edges count as inside.
-uint8_t is_in_client_area(const PlatformWindow *window, Point mouse) {
+// Edges included.
+bool is_in_client_area(const PlatformWindow *window, Point mouse) {
     return (window->input_flags & WINDOW_INPUT_POINTER_INSIDE) && mouse.x >= 0 &&
            mouse.x <= window->client_size.width && mouse.y >= 0 && mouse.y <= window->client_size.height;
 }
 
 // Returns whether an event waited for this frame.
-uint8_t begin_frame() {
+bool begin_frame() {
     begin_frame_time();
     scratch_empty();
-    // Nothing of the worker's is held here: blocks it retired may go, and those retired for it.
+    // No pointer of the worker's is held here, so a pass counts, and retired blocks can be freed.
     search_state.interface_pass = search_state.interface_pass + 1;
     release_retired(&search_state.retired_text);
     return input_begin_frame() > 0;
 }
 
-void end_frame(PlatformWindow *window, uint8_t has_input) {
+void end_frame(PlatformWindow *window, bool has_input) {
     if (has_input || search_state.results_dirty) {
         search_state.results_dirty = 0;
         frame_draw(&window->framebuffer, mouse_in(window));
@@ -135,42 +133,40 @@ void end_frame(PlatformWindow *window, uint8_t has_input) {
     }
 }
 
-uint8_t is_pumping; // a frame has begun and has not ended
+bool is_pumping; // frame_turn is in its pump
 
 } // namespace
 
-uint8_t frame_turn(PlatformWindow *window) {
-    uint8_t has_input = begin_frame();
-    is_pumping = 1;
-    if (os_pump_messages() > 0) {
-        has_input = 1;
-    }
-    is_pumping = 0;
+bool frame_turn(PlatformWindow *window) {
+    bool has_waiting = begin_frame();
+    is_pumping = true;
+    bool has_messages = os_pump_messages() > 0;
+    is_pumping = false;
     if (!(window->flags & WINDOW_FLAG_ALIVE)) {
-        return 0;
+        return false;
     }
-    if (is_in_client_area(window, mouse_in(window))) {
+    if (is_in_client_area(window, mouse_in(window))) { // over its frame the system sets the cursor
         os_set_cursor(CURSOR_ARROW);
     }
-    end_frame(window, has_input);
-    // Less than a millisecond is not waited for: a sleep of none only gives way, and hundreds of them a frame
-    // would cost an idle window more than all its sleeping.
-    // More than a frame is left when the ticks of a machine that slept for days have overflowed.
+    end_frame(window, has_waiting || has_messages);
+    // Less than a millisecond is not slept: it would round down to 0, which only yields, and hundreds of
+    // these per frame would make an idle window busy. More than a frame is left only when the machine slept
+    // for days and the microseconds have overflowed.
     int64_t left = time_left_us();
     while (left >= 1000 && left <= frame_clock.target_us) {
-        os_sleep_us(left);
+        frame_sleep_us(left);
         left = time_left_us();
     }
-    return 1;
+    return true;
 }
 
 void frame_in_system_loop(PlatformWindow *window) {
     if (!is_pumping) {
         return; // an event that waited has made the system run its loop
     }
-    // Ends the frame that the pump is in and begins the next one, so that a press is acted on once.
-    is_pumping = 0;
-    end_frame(window, 1);
+    // Each drawing is a frame of its own, so that a press is acted on once.
+    is_pumping = false;
+    end_frame(window, true);
     begin_frame();
-    is_pumping = 1;
+    is_pumping = true;
 }

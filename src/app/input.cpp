@@ -14,16 +14,16 @@
 
 namespace {
 
-// Hands an event to the focused field's editor.
+// Hands an event to the focused field's line editor.
 void edit(Field *field, const WindowEvent *event) {
-    uint8_t handled = 0, text_changed = 0;
+    bool handled = false, text_changed = false;
     field_handle_key(field->text, event, &handled, &text_changed);
     if (text_changed) {
         field_changed(field);
     }
 }
 
-// Makes the first folder that goes on as the path does the path's last part.
+// Replaces the last part of the path by the first matching folder.
 void complete_path(Field *field) {
     Str name;
     if (!field->is_path ||
@@ -36,24 +36,25 @@ void complete_path(Field *field) {
     field_changed(field);
 }
 
-// The text that gets the focus is wholly selected. An open drop-down is the other field's from then on.
+// Selects the other field's whole text. An open drop-down stays open and becomes the other field's.
 void focus_other_field(const Field *field) {
     input_field.focused_field = field == &path_field ? &query_field : &path_field;
     field_set_single_caret(0, field_text_end(input_field.focused_field->text));
 }
 
-// A button may go down where no motion led, so it takes the pointer along.
+// A button may go down at a place that no motion event has told of, so it moves the pointer too.
 void handle_button(const ButtonPayload &button) {
     ui_pointer_moved(button.position);
     if (button.state == BUTTON_RELEASED) {
         ui_release(button.button, button.position);
-    } else { // the second press of a double press is a press
+    } else { // a double press is a press too
         ui_press(button.button, button.position);
     }
 }
 
 void handle_key(const WindowEvent *event) {
-    if (event->key.code < uint16_t{SLOT_POINTER}) { // any program may send any code; from there on: the mouse
+    if (event->key.code <
+        uint16_t{SLOT_POINTER}) { // any program may send any code; higher slots are the mouse's
         if (event->key.state == KEY_RELEASED) {
             ui_release(event->key.code, ui_pointer_position());
         } else {
@@ -64,7 +65,7 @@ void handle_key(const WindowEvent *event) {
     if (!field) {
         return;
     }
-    // Fresh presses only: what is held is the editor's, which knows neither key.
+    // Fresh presses only: a repeated Enter or Tab goes to the editor, which ignores it.
     uint16_t pressed = event->key.state == KEY_PRESSED ? event->key.code : 0;
     if (pressed == KEY_ENTER) {
         complete_path(field);
@@ -74,12 +75,12 @@ void handle_key(const WindowEvent *event) {
         edit(field, event);
     }
     if (pressed == KEY_ESCAPE) {
-        os_shell_open(os_exe_folder()); // where settings.txt and the saved lists are
+        os_shell_open(os_exe_folder()); // it holds settings.txt and the saved lists
     }
 }
 
 void handle_character(const WindowEvent *event) {
-    // Tab and Enter act as keys only. Escape's character is typed, and that is meant.
+    // Tab and Enter act as keys only. Escape's character is intentionally typed.
     if (input_field.focused_field && event->character.unit != '\t' && event->character.unit != '\n') {
         edit(input_field.focused_field, event);
     }
@@ -87,7 +88,7 @@ void handle_character(const WindowEvent *event) {
 
 void handle(const WindowEvent *event) {
     switch (event->type) {
-    case EVENT_MOUSE_MOVE: // entering and leaving are intentionally not moves
+    case EVENT_MOUSE_MOVE: // intentionally not on entering or leaving
         ui_pointer_moved(event->mouse.position);
         break;
     case EVENT_MOUSE_BUTTON:
@@ -107,7 +108,7 @@ void handle(const WindowEvent *event) {
     case EVENT_FOCUS:
         if (!event->focus.is_gained) {
             ui_release_all();     // the releases go to another window
-            field_merge_carets(); // which Shift's would have done
+            field_merge_carets(); // as Shift's release does
         }
         break;
     }
@@ -115,8 +116,8 @@ void handle(const WindowEvent *event) {
 
 // ---- Events that wait for the next frame ----
 
-// A click acts on what is there when the button goes down. It is handled while the frame is drawn, so events
-// after the press wait for the next frame.
+// A click acts on what is under the pointer when the button goes down, and is handled while the frame is
+// drawn. So events after the press wait for the next frame.
 
 WindowEvent take_waiting() {
     WaitingEvents *waiting = &ui_state.waiting;
@@ -127,7 +128,7 @@ WindowEvent take_waiting() {
     return event;
 }
 
-uint8_t is_waiting() {
+bool is_waiting() {
     return ui_state.waiting.first < ui_state.waiting.end;
 }
 
@@ -138,11 +139,11 @@ void handle_all_waiting() {
     }
 }
 
-// Whether a button has gone down in this frame and the event must wait for the next one. Another button that
-// goes down at the same place need not: the two go down together.
-uint8_t follows_press(const WindowEvent *event) {
+// Whether a button has gone down in this frame, so that the event has to wait for the next one. Another
+// button pressed at the same place does not: the two go down together.
+bool follows_press(const WindowEvent *event) {
     if (!ui_went_down(MOUSE_LEFT) && !ui_went_down(MOUSE_MIDDLE) && !ui_went_down(MOUSE_RIGHT)) {
-        return 0;
+        return false;
     }
     Point pointer = ui_pointer_position();
     const ButtonPayload &button = event->button;
@@ -153,16 +154,16 @@ uint8_t follows_press(const WindowEvent *event) {
 } // namespace
 
 void input_handle_event(const WindowEvent *event) {
-    uint8_t is_input = event->type <= EVENT_CHAR || event->type == EVENT_FOCUS;
+    bool is_input = event->type <= EVENT_CHAR || event->type == EVENT_FOCUS;
     if (event->type == EVENT_WINDOW_CLOSED) {
-        handle_all_waiting(); // there is no next frame, and what was typed is to be saved
+        handle_all_waiting(); // there is no next frame, and typed text has to be saved
     } else if (!is_input) {
-        return; // only redraws
+        return; // the frame is redrawn, nothing else
     } else if (!is_waiting() && !follows_press(event)) {
         handle(event);
     } else if (ui_state.waiting.end < std::size(ui_state.waiting.events)) {
         ui_state.waiting.events[ui_state.waiting.end++] = *event;
-    } else { // too many to keep: their order matters more than what the press finds
+    } else { // no room to keep it: the order of events matters more than what the press acts on
         handle_all_waiting();
         handle(event);
     }

@@ -10,7 +10,7 @@
 
 namespace {
 
-// The number in the line that tells of a failed window. Nothing here stands in that line; it is a constant.
+// Printed as the source line; a fixed value, not __LINE__.
 constexpr int32_t window_failure_line = 1092;
 
 int32_t fail_without_window() {

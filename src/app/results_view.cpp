@@ -8,40 +8,35 @@
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "ui/theme.h"
 
 namespace {
 
-constexpr uint32_t file_name_colour = 0xFFFFFF00;
-constexpr uint32_t folder_colour = 0xFF7F7F7F;
-constexpr uint32_t line_number_colour = 0xFF00FFFF;
-constexpr uint32_t line_colour = 0xFFFFFFFF;
-constexpr uint32_t hovered_line_colour = 0xFF00FF00;
-
-void draw_header_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
+void draw_header_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &file,
                      uint64_t hidden_folder_bytes) {
-    int32_t x = 10;
-    x += draw_row_text(framebuffer, cursor, x, file_name_colour, file.name);
-    x += cursor->font_size / 2;
+    int32_t x = theme::file_x;
+    x += draw_row_text(framebuffer, layout, x, theme::file_name, file.name);
+    x += theme::file_folder_gap(layout->font_size);
     uint64_t hidden = std::min(hidden_folder_bytes, file.folder.count);
-    draw_row_text(framebuffer, cursor, x, folder_colour,
+    draw_row_text(framebuffer, layout, x, theme::file_folder,
                   {file.folder.count - hidden, file.folder.data + hidden});
-    cursor->y += cursor->line_height;
+    layout->y += layout->line_height;
 }
 
-// Runs what a click in this frame asks for, at most once a frame: the cursor remembers. No command has texts
-// that the next search may be writing over.
-void run_click_command(LayoutCursor *cursor, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
-    uint8_t is_left = ui_went_down(MOUSE_LEFT);
-    if (cursor->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
+// Runs the command of a click in this frame and consumes the click. Runs none with texts that the next search
+// may be writing over.
+void run_click_command(Layout *layout, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
+    bool is_left = ui_went_down(MOUSE_LEFT);
+    if (layout->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
         return;
     }
-    cursor->click_consumed = 1;
+    layout->click_consumed = 1;
     if (copy == ROW_COPIED && row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
         expand_command(&file, &hit);
     }
 }
 
-// ":12 ", the number with its sign, which is meant: 2^31 and more are negative.
+// The line number with a colon and a space around it. Intentionally signed: 2^31 and more are negative.
 Str line_prefix(uint32_t line) {
     char digits[11];
     Str number = str_from_number(static_cast<int32_t>(line), digits);
@@ -53,49 +48,49 @@ Str line_prefix(uint32_t line) {
     return strbuf_text(&row_text);
 }
 
-void draw_line_row(Framebuffer *framebuffer, LayoutCursor *cursor, const FileEntry &file,
-                   const ResultRecord &hit, RowCopy copy) {
-    int32_t x = 30;
-    x += draw_row_text(framebuffer, cursor, x, line_number_colour, line_prefix(hit.line));
-    // The x is not asked for, which is meant: the scroll bar belongs to the rows.
-    uint8_t is_hovered = cursor->mouse.y >= cursor->y && cursor->mouse.y < cursor->y + cursor->line_height;
-    draw_row_text(framebuffer, cursor, x, is_hovered ? hovered_line_colour : line_colour, hit.text);
+void draw_line_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &file, const ResultRecord &hit,
+                   RowCopy copy) {
+    int32_t x = theme::hit_x;
+    x += draw_row_text(framebuffer, layout, x, theme::line_number, line_prefix(hit.line));
+    // x is ignored: the scroll bar is part of the row.
+    bool is_hovered = layout->mouse.y >= layout->y && layout->mouse.y < layout->y + layout->line_height;
+    draw_row_text(framebuffer, layout, x, is_hovered ? theme::hovered_line_text : theme::line_text, hit.text);
     if (is_hovered) {
-        run_click_command(cursor, file, hit, copy);
+        run_click_command(layout, file, hit, copy);
     }
-    cursor->y += cursor->line_height;
+    layout->y += layout->line_height;
 }
 
 } // namespace
 
-int32_t draw_row_text(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
-                      Str text) {
-    return static_cast<int32_t>(draw_text(framebuffer, {x, cursor->y + cursor->text_y_offset},
-                                          cursor->font_size, cursor->font_size, colour, text));
+int32_t draw_row_text(Framebuffer *framebuffer, const Layout *layout, int32_t x, uint32_t colour, Str text) {
+    return static_cast<int32_t>(draw_text(framebuffer, {x, layout->y + layout->text_y_offset},
+                                          layout->font_size, layout->font_size, colour, text));
 }
 
-void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCursor *cursor) {
+void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *layout) {
     uint64_t hidden_folder_bytes =
         settings.show_full_paths ? 0 : results_hidden_folder_bytes(strbuf_text(&search_state.path));
     uint64_t first = static_cast<uint64_t>(first_visible_hit);
-    for (uint64_t i = first; i < results_store.hit_table.count && cursor->y < framebuffer->height; i++) {
+    for (uint64_t i = first; i < results_store.hit_table.count && layout->y < framebuffer->height; i++) {
         ResultRecord hit;
         FileEntry file;
         RowCopy copy = results_hit_at(i, scratch_room(), &hit, &file);
         if (copy == ROW_GONE) {
-            cursor->y += cursor->line_height; // what a search that has just ended left: nothing is shown
+            layout->y += layout->line_height; // from a search that has just ended: an empty row
             continue;
         }
         if (i == first || hit.kind == RESULT_FILE_HEADER) {
-            draw_header_row(framebuffer, cursor, file, hidden_folder_bytes);
+            draw_header_row(framebuffer, layout, file, hidden_folder_bytes);
         }
         if (hit.kind == RESULT_HIT) {
-            draw_line_row(framebuffer, cursor, file, hit, copy);
+            draw_line_row(framebuffer, layout, file, hit, copy);
         }
     }
 }
 
 uint64_t results_hidden_folder_bytes(Str path) {
-    // The field keeps its text as it is typed. One that the scratch arena does not hold hides nothing.
+    // Cleans a copy, as the field keeps its text as typed. Nothing is left out when the scratch arena is
+    // full.
     return str_name_start(path_clean(scratch_join(path, {}), 0));
 }

@@ -1,5 +1,5 @@
-// The list of hits: a row with its name for each file, then one for each line of it. The row under the mouse
-// is highlighted, and a click on it runs a command. Interface thread only.
+// The list of hits: for each file a header row with its name, then a row for each hit. The hit under the
+// mouse is highlighted, and a click on it runs a command. Interface thread only.
 #pragma once
 
 #include <stdint.h>
@@ -8,17 +8,16 @@
 #include "os/strings.h"
 #include "ui/ui_state.h"
 
-// Draws text in the cursor's row, at that x. Returns its width in pixels.
-int32_t draw_row_text(Framebuffer *framebuffer, const LayoutCursor *cursor, int32_t x, uint32_t colour,
-                      Str text);
+// Draws text in the layout's current row, at that x. Returns its width in pixels.
+int32_t draw_row_text(Framebuffer *framebuffer, const Layout *layout, int32_t x, uint32_t colour, Str text);
 
-// Draws the hits from that row of the hit table on, from the cursor down to the framebuffer's lower edge, and
-// moves the cursor below them. The first one's file is named above it, wherever in the file it is. A row is
-// under the mouse at any x. The first row under it runs left_click_cmd or right_click_cmd when that button
-// went down in this frame and nobody has acted on it, the left one when both did.
-void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, LayoutCursor *cursor);
+// Draws the rows of the hit table from first_visible_hit on, from the layout's place down to the
+// framebuffer's lower edge, and moves the layout below them. A header row precedes the first hit, even in the
+// middle of a file. The first hit under the mouse, at any x, runs left_click_cmd or right_click_cmd when that
+// button went down in this frame and the click is not consumed yet; left_click_cmd when both did.
+void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *layout);
 
-// What of a file's folder is left out in the list while show_full_paths is off, in bytes: all before the name
-// of the searched folder, path being the text of its field. May be more than the folder has, when path has
-// been edited since.
+// The number of bytes at the start of a file's folder that the list leaves out while show_full_paths is off:
+// all before the name of the searched folder. path: the Path field's text. May exceed the folder's length
+// when path has been edited since the search.
 uint64_t results_hidden_folder_bytes(Str path);

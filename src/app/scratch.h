@@ -1,5 +1,4 @@
-// The temporary strings of one frame: a block that is filled from its start and emptied at the top of the
-// next frame. Interface thread only.
+// The arena for a frame's temporary strings, emptied at the start of the next frame. Interface thread only.
 #pragma once
 
 #include <stdint.h>
@@ -7,23 +6,24 @@
 #include "os/strings.h"
 
 struct Scratch {
-    uint64_t capacity; // bytes; 0: the block was refused
+    uint64_t capacity; // bytes; 0: out of memory
     uint64_t used;     // bytes
     char *data;
 };
 
-// The arena in use, a block of its own on the heap; null until it is created, or when it was refused.
+// The arena in use; its header is an allocation of its own. Null before scratch_create, and when that ran out
+// of memory.
 extern Scratch *scratch;
 
-// Reserves 1000000 bytes and makes them the arena in use. At start-up, once.
+// Makes an arena of 1000000 bytes the one in use. Once, at start-up.
 void scratch_create();
 
-// Gives all of it back: strings made before are gone.
+// Discards all strings in the arena.
 void scratch_empty();
 
-// The part of the arena that is not in use, which the next text that is made takes. Empty when there is none.
+// The free part of the arena; the next string is made there. The empty Str without an arena.
 Str scratch_room();
 
-// first and second in one text with a zero byte behind it, until the arena is emptied. The empty Str when the
-// arena is full.
+// first and second joined, with a zero byte after them; valid until the arena is emptied. The empty Str when
+// they do not fit.
 Str scratch_join(Str first, Str second);

@@ -11,13 +11,9 @@
 
 namespace {
 
-#define DEFAULT_LEFT_CLICK                                                                                   \
-    "\"C:/Program Files/Sublime Text/sublime_text.exe\" "                                                    \
-    "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}"
-#define DEFAULT_RIGHT_CLICK "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\""
-
-char default_left_click[] = DEFAULT_LEFT_CLICK;
-char default_right_click[] = DEFAULT_RIGHT_CLICK;
+char default_left_click[] = "\"C:/Program Files/Sublime Text/sublime_text.exe\" "
+                            "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}";
+char default_right_click[] = "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\"";
 static_assert(sizeof(default_left_click) == 111 + 1 && sizeof(default_right_click) == 57 + 1);
 
 constexpr char default_font[] = "source_code_pro.otf";
@@ -42,30 +38,37 @@ Settings settings = {
 namespace {
 
 struct Value {
-    Str text;            // neither end is white-space
+    Str text;            // without whitespace at its ends
     uint64_t to_the_end; // bytes from its start to the end of the file
     Str folder;          // of the settings file
 };
 
-uint8_t is_space(char byte) {
+bool is_space(char byte) {
     return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
 }
 
-uint8_t is_digit(char byte) {
+// The first place from at on that is not whitespace, or the text's end.
+uint64_t skip_space(Str text, uint64_t at) {
+    while (at < text.count && is_space(text.data[at])) {
+        at++;
+    }
+    return at;
+}
+
+bool is_digit(char byte) {
     return byte >= '0' && byte <= '9';
 }
 
-uint8_t starts_with(Str text, char byte) {
+bool starts_with(Str text, char byte) {
     return text.count > 0 && text.data[0] == byte;
 }
 
-// Every digit counts, wherever it stands; 32 bits wrap.
+// Uses every digit and skips all other characters. 32 bits wrap.
 int32_t integer_from(const Value &value) {
-    uint8_t is_negative = starts_with(value.text, '-');
+    bool is_negative = starts_with(value.text, '-');
     uint64_t end = value.text.count;
     if (is_negative) {
-        // Two characters behind a negative value are read as if they were part of it, and that is meant; the
-        // file ends earlier perhaps.
+        // Intentionally also reads the two characters after a negative value, as far as the file has them.
         end = std::min(end + 2, value.to_the_end);
     }
     uint32_t sum = 0;
@@ -77,10 +80,10 @@ int32_t integer_from(const Value &value) {
     return static_cast<int32_t>(is_negative ? 0 - sum : sum);
 }
 
-// Whatever is no digit counts as a 0, a second '.' too, and that is meant. The 64 bits of the integer part
-// wrap; the fraction's digits are gathered in single precision, the rest is in double.
+// Intentionally takes any other character for a 0, a second '.' too. The integer part wraps at 64 bits; the
+// fraction's digits add up in single precision, the rest is in double.
 double decimal_from(Str text) {
-    uint8_t is_negative = starts_with(text, '-');
+    bool is_negative = starts_with(text, '-');
     uint64_t i = is_negative;
     uint64_t integer = 0;
     for (; i < text.count && text.data[i] != '.'; i++) {
@@ -99,86 +102,69 @@ double decimal_from(Str text) {
     return is_negative ? -sum : sum;
 }
 
-// A factor of the font size as it is known so far, in whole pixels: one above font_size in the file counts
-// for nothing, and that is meant. What 32 bits do not hold is the lowest integer.
+// A factor of the font size as read so far, in whole pixels: intentionally 0 for a factor above font_size in
+// the file. INT32_MIN when it does not fit 32 bits.
 int32_t pixels_from(Str text) {
     double pixels = decimal_from(text) * settings.font_size;
-    uint8_t fits = pixels > -2147483649.0 && pixels < 2147483648.0;
+    bool fits = pixels > -2147483649.0 && pixels < 2147483648.0;
     return fits ? static_cast<int32_t>(pixels) : INT32_MIN;
 }
 
-uint8_t boolean_from(Str text) {
+bool boolean_from(Str text) {
     static constexpr const char *true_words[] = {"1", "y", "ok", "yes", "true"};
     char lower[8];
     if (text.count >= sizeof(lower)) {
-        return 0;
+        return false;
     }
     for (uint64_t i = 0; i < text.count; i++) {
         char byte = text.data[i];
         lower[i] = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
     }
-    for (const char *word : true_words) {
-        if (str_equal({text.count, lower}, str_from(word))) {
-            return 1;
-        }
-    }
-    return 0;
+    return std::ranges::any_of(true_words, [&](const char *word) {
+        return str_equal({text.count, lower}, str_from(word));
+    });
 }
 
 uint64_t unit_factor(char unit) {
-    switch (unit) {
-    case 'k':
-    case 'K':
-        return 1000;
-    case 'm':
-    case 'M':
-        return 1000000;
-    case 'g':
-    case 'G':
-        return 1000000000;
-    case 't':
-    case 'T':
-        return 1000000000000;
-    default:
-        return 1;
+    uint64_t factor = 1;
+    for (const char *both_cases : {"Kk", "Mm", "Gg", "Tt"}) {
+        factor *= 1000;
+        if (unit == both_cases[0] || unit == both_cases[1]) {
+            return factor;
+        }
     }
+    return 1;
 }
 
-// A sum of terms, each a number and a unit; ends with the first thing that is no number. 64 bits wrap.
+// A sum of terms, each a number and a unit; anything else ends it. 64 bits wrap.
 int64_t byte_count_from(Str text) {
     uint64_t i = 0;
-    const auto skip_space = [&] {
-        while (i < text.count && is_space(text.data[i])) {
-            i++;
-        }
-    };
     uint64_t sum = 0;
-    uint8_t is_subtracted = 0;
+    bool is_subtracted = false;
     while (i < text.count && is_digit(text.data[i])) {
         uint64_t term = 0;
         for (; i < text.count && is_digit(text.data[i]); i++) {
             term = term * 10 + static_cast<uint64_t>(text.data[i] - '0');
         }
-        skip_space();
+        i = skip_space(text, i);
         if (i < text.count) {
-            term *= unit_factor(text.data[i]); // any character is eaten as a unit, '-' and digits too; meant
+            term *= unit_factor(text.data[i]); // intentionally any character is a unit, '-' and digits too
             i++;
         }
         if (i < text.count && (text.data[i] == 'B' || text.data[i] == 'b')) {
             i++;
         }
-        skip_space();
+        i = skip_space(text, i);
         sum = is_subtracted ? sum - term : sum + term;
         is_subtracted = i < text.count && text.data[i] == '-';
         if (is_subtracted) {
-            i++;
-            skip_space();
+            i = skip_space(text, i + 1);
         }
     }
     return static_cast<int64_t>(sum);
 }
 
-// Replaces the font, also by none when the path is empty or the file is no font.
+// Replaces the font; by none when the path is empty or the file is not a font.
 void load_font(const Value &value) {
     Str path = value.text;
     if (path.count >= 2 && path.data[0] == '"' && path.data[path.count - 1] == '"') {
@@ -225,15 +211,7 @@ void apply_key(Str key, const Value &value) {
     }
 }
 
-// Where white-space ends, at or behind a place.
-uint64_t behind_space(Str text, uint64_t at) {
-    while (at < text.count && is_space(text.data[at])) {
-        at++;
-    }
-    return at;
-}
-
-// Where the line ends: its line feed, or the end of the text.
+// The place of the line feed that ends the line, or the text's end.
 uint64_t line_end(Str text, uint64_t at) {
     while (at < text.count && text.data[at] != '\n') {
         at++;
@@ -245,7 +223,7 @@ uint64_t line_end(Str text, uint64_t at) {
 
 void settings_apply(Str text, Str folder) {
     uint64_t at = 0;
-    while ((at = behind_space(text, at)) < text.count) {
+    while ((at = skip_space(text, at)) < text.count) {
         if (text.data[at] == '#') {
             at = line_end(text, at);
             continue;
@@ -255,7 +233,7 @@ void settings_apply(Str text, Str folder) {
             at++;
         }
         Str key = {at - key_start, text.data + key_start};
-        uint64_t value_start = behind_space(text, at); // over line ends too, and that is meant
+        uint64_t value_start = skip_space(text, at); // intentionally over line ends too
         at = line_end(text, value_start);
         uint64_t value_end = at;
         while (value_end > value_start && is_space(text.data[value_end - 1])) {
@@ -268,7 +246,7 @@ void settings_apply(Str text, Str folder) {
 
 namespace {
 
-// The path is made on the stack: a long font_file may have filled the scratch arena.
+// Joins the path on the stack, as a long font_file may have filled the scratch arena.
 void load_default_font(Str folder) {
     char path[4096]; // longer than any system's limit for the executable's folder
     if (folder.count + sizeof(default_font) > sizeof(path)) {
@@ -289,7 +267,7 @@ void settings_apply_fallbacks(Str folder) {
         settings.line_height = 15;
         settings.text_y_offset = 12;
     } else if (settings.line_height < 1) {
-        settings.line_height = settings.font_size; // text_y_offset stays as it is, 0 and below included
+        settings.line_height = settings.font_size; // text_y_offset stays, even 0 or below
     }
     settings.max_file_size = std::max(settings.max_file_size, int64_t{0});
     if (font.sizes.capacity == 0) {

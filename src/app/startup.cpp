@@ -11,7 +11,7 @@
 
 namespace {
 
-// Reserved and left empty; that nothing uses them is meant.
+// Allocated but unused; keeps the allocation order.
 StrBuf unused_texts[2];
 
 } // namespace

@@ -7,24 +7,24 @@
 
 Field path_field = {
     .text = &search_state.path,
-    .is_path = 1,
+    .is_path = true,
     .file_name = "saved_paths.txt",
     .second_name = "saved_paths.new",
     .earlier_name = "saved_paths.txt.new",
     .entries = {},
-    .is_saved = 0,
-    .is_unread = 0,
+    .is_saved = false,
+    .is_unread = false,
 };
 
 Field query_field = {
     .text = &search_state.query,
-    .is_path = 0,
+    .is_path = false,
     .file_name = "saved_queries.txt",
     .second_name = "saved_queries.new",
     .earlier_name = "saved_queries.txt.new",
     .entries = {},
-    .is_saved = 0,
-    .is_unread = 0,
+    .is_saved = false,
+    .is_unread = false,
 };
 
 void field_changed(Field *field) {

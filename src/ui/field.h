@@ -9,19 +9,21 @@
 struct Field {
     // set once
     StrBuf *text;             // search_state's path or query, which the worker reads in place
-    uint8_t is_path;          // its text is cleaned, and Enter completes it
+    bool is_path;             // the text is cleaned, and Enter completes it
     const char *file_name;    // beside the executable; null: a field without saved entries
     const char *second_name;  // of the file that exists while file_name is being replaced; not longer
     const char *earlier_name; // of the second file in version 0.9.5
 
-    DynArray entries;  // SavedEntry (saved_entries.h)
-    uint8_t is_saved;  // 1: the text equals a live entry, as far as the last mark update knew
-    uint8_t is_unread; // 1: the file could not be read; each write tries that first
+    DynArray entries; // SavedEntry (saved_entries.h)
+    bool is_saved;    // whether the text equalled a live entry at the last mark update
+    bool is_unread;   // the file could not be read; each write first tries to
 };
 
 extern Field path_field;
 extern Field query_field;
 
-// What follows from a change of the focused field's text by a key: cleans a path, finds out whether the text
-// is saved, clamps the carets, writes the file and starts a search, in this order.
+// For a change of the focused field's text by a key: cleans a path, updates the mark, clamps the carets,
+// writes the file and starts a search, in this order. Saving and flipping an entry do not use it: they change
+// the list and not the text, so they start no search, and they write the file before the mark update cleans a
+// path. Picking an entry does not either: it starts the search before it writes the file.
 void field_changed(Field *field);

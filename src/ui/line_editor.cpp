@@ -14,13 +14,12 @@ namespace {
 
 // ---- Characters and words ----
 
-// What ends a word, as bit numbers: tab, line feed, space and !()+,-./:; below 63, and ?[\]{} counted
-// from 63.
-// '_', '=', quotes and '<', '>' are left out, which is meant.
+// The bytes that end a word, as bit numbers: tab, line feed, space and !()+,-./:; below 63, and ?[\]{}
+// counted from 63. Intentionally without '_', '=', quotes, '<' and '>'.
 constexpr uint64_t separators_below_63 = 0x0C00FB0300000600;
 constexpr uint64_t separators_from_63 = 0x5000000070000001;
 
-uint8_t is_separator(char c) {
+bool is_separator(char c) {
     uint8_t byte = static_cast<uint8_t>(c);
     if (byte < 63) {
         return separators_below_63 >> byte & 1;
@@ -28,14 +27,14 @@ uint8_t is_separator(char c) {
     return byte < 127 && (separators_from_63 >> (byte - 63) & 1);
 }
 
-// Bytes of the character that starts with lead; a byte that starts none stands alone. The lengths beyond 4 go
-// on with the pattern though no such characters exist, which is meant.
+// Bytes of the character that starts with lead; 1 for a byte that cannot start one. Intentionally follows the
+// pattern beyond 4 bytes, though no such characters exist.
 int32_t character_length(char lead) {
     uint8_t byte = static_cast<uint8_t>(lead);
     return byte < 0xC0 ? 1 : std::countl_one(byte);
 }
 
-uint8_t is_continuation(char c) {
+bool is_continuation(char c) {
     return (static_cast<uint8_t>(c) & 0xC0) == 0x80;
 }
 
@@ -50,9 +49,9 @@ int32_t character_right(const char *text, int32_t end, int32_t at) {
     return length < end - at ? at + length : end;
 }
 
-// Where a caret goes from there. A word ends behind a separator on the left but before one on the right, and
-// the first character is always passed; both are meant.
-int32_t place_left(const char *text, int32_t at, uint8_t word) {
+// Where a caret at that place moves to. Always passes at least one character; with word it then stops after a
+// separator on the left, but before one on the right. The asymmetry is intentional.
+int32_t place_left(const char *text, int32_t at, bool word) {
     int32_t before = character_left(text, at);
     do {
         at = before;
@@ -61,7 +60,7 @@ int32_t place_left(const char *text, int32_t at, uint8_t word) {
     return at;
 }
 
-int32_t place_right(const char *text, int32_t end, int32_t at, uint8_t word) {
+int32_t place_right(const char *text, int32_t end, int32_t at, bool word) {
     if (at < end) {
         do {
             at = character_right(text, end, at);
@@ -70,9 +69,9 @@ int32_t place_right(const char *text, int32_t end, int32_t at, uint8_t word) {
     return at;
 }
 
-int32_t place_beside(const StrBuf *field, int32_t at, CaretDirection direction, uint8_t word) {
-    return direction == CARET_LEFT ? place_left(field->data, at, word)
-                                   : place_right(field->data, field_text_end(field), at, word);
+int32_t place_beside(const StrBuf *text, int32_t at, CaretDirection direction, bool word) {
+    return direction == CARET_LEFT ? place_left(text->data, at, word)
+                                   : place_right(text->data, field_text_end(text), at, word);
 }
 
 // ---- Selections ----
@@ -83,10 +82,10 @@ struct Range {
 };
 
 Range selection_of(Caret caret) {
-    return caret.anchor < caret.caret ? Range{caret.anchor, caret.caret} : Range{caret.caret, caret.anchor};
+    return {std::min(caret.anchor, caret.caret), std::max(caret.anchor, caret.caret)};
 }
 
-uint8_t has_selection(Caret caret) {
+bool has_selection(Caret caret) {
     return caret.anchor != caret.caret;
 }
 
@@ -94,17 +93,18 @@ int32_t clamped(int64_t offset, int32_t end) {
     return static_cast<int32_t>(std::clamp<int64_t>(offset, 0, end));
 }
 
-// Puts the selections on the clipboard with nothing between them; nothing when there is none, or no memory.
-void copy_selections(const StrBuf *field) {
+// Puts the selections on the clipboard with nothing between them. Leaves the clipboard as it is when nothing
+// is selected or out of memory.
+void copy_selections(const StrBuf *text) {
     StrBuf copy;
     strbuf_init(&copy, 1024);
-    uint8_t is_whole = 1;
-    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
-        Range selection = selection_of(field_carets()[i]);
+    bool is_whole = true;
+    for (Caret caret : field_carets()) {
+        Range selection = selection_of(caret);
         uint64_t count = static_cast<uint64_t>(selection.end - selection.start);
         is_whole = is_whole && strbuf_make_room(&copy, count, nullptr);
         if (is_whole) {
-            strbuf_append(&copy, count, field->data + selection.start);
+            strbuf_append(&copy, count, text->data + selection.start);
         }
     }
     if (is_whole && copy.count > 0) {
@@ -115,129 +115,129 @@ void copy_selections(const StrBuf *field) {
 
 // ---- Changes of the text ----
 
-// Whether count bytes can stand in the place of removed ones; then there is room for them.
-uint8_t make_room(StrBuf *field, uint64_t removed, uint64_t count) {
+// Makes room for count bytes in place of removed ones. Returns false when out of memory, or when the text
+// would be longer than carets can count.
+bool make_room(StrBuf *text, uint64_t removed, uint64_t count) {
     if (count <= removed) {
-        return 1;
+        return true;
     }
     uint64_t more = count - removed;
-    return more <= INT32_MAX && field->count <= INT32_MAX - more &&
-           strbuf_make_room(field, more, &search_state.retired_text);
+    return more <= INT32_MAX && text->count <= INT32_MAX - more &&
+           strbuf_make_room(text, more, &search_state.retired_text);
 }
 
-void remove_bytes(StrBuf *field, Range range) {
+void remove_bytes(StrBuf *text, Range range) {
     if (range.start == range.end) {
         return;
     }
-    char *data = field->data;
-    uint64_t length = field->count;
+    char *data = text->data;
+    uint64_t length = text->count;
     uint64_t start = static_cast<uint64_t>(range.start);
     uint64_t end = static_cast<uint64_t>(range.end);
-    // The terminator moves along and the old one stays: the worker finds one behind either count.
+    // The terminator moves along and the old one stays: the worker finds one after either count.
     memmove(data + start, data + end, length - end + 1);
-    field->count = length - (end - start);
+    text->count = length - (end - start);
 }
 
-// Merges the first pair that overlaps or touches; returns 0 when there is none.
-uint8_t merge_one_pair() {
-    Caret *carets = field_carets();
-    uint64_t count = input_field.caret_list.count;
-    for (uint64_t i = 0; i < count; i++) {
-        Range first = selection_of(carets[i]);
-        for (uint64_t j = i + 1; j < count; j++) {
-            Range second = selection_of(carets[j]);
+// Merges the first pair that overlaps or touches. Returns false when there is none.
+bool merge_one_pair() {
+    std::span<Caret> carets = field_carets();
+    for (Caret &earlier : carets) {
+        Range first = selection_of(earlier);
+        for (Caret &later : carets.subspan(static_cast<size_t>(&earlier - carets.data()) + 1)) {
+            Range second = selection_of(later);
             if (first.start > second.end || second.start > first.end) {
                 continue;
             }
             int32_t start = std::min(first.start, second.start);
             int32_t end = std::max(first.end, second.end);
-            carets[i] = carets[i].anchor > carets[i].caret ? Caret{end, start} : Caret{start, end};
-            carets[j] = carets[count - 1];
-            input_field.caret_list.count = count - 1;
-            return 1;
+            earlier = earlier.anchor > earlier.caret ? Caret{end, start} : Caret{start, end};
+            later = carets.back();
+            input_field.caret_list.count = carets.size() - 1;
+            return true;
         }
     }
-    return 0;
+    return false;
 }
 
 // ---- Keys and characters ----
 
 struct Effect {
-    uint8_t handled;
-    uint8_t text_changed;
+    bool handled;
+    bool text_changed;
 };
-constexpr Effect no_effect = {0, 0};
-constexpr Effect carets_moved = {1, 0};
-constexpr Effect text_edited = {1, 1};
+constexpr Effect no_effect = {false, false};
+constexpr Effect carets_moved = {true, false};
+constexpr Effect text_edited = {true, true};
 
-// To the text's start or end, as one caret; without a caret there stays none. The selection that Shift
-// extends begins at the anchor furthest from there.
-void move_to_edge(int32_t edge, uint8_t extend) {
-    uint64_t count = input_field.caret_list.count;
+// Replaces all carets by one at the text's start or end; does nothing without carets. With extend, it selects
+// from the anchor furthest away.
+void move_to_edge(int32_t edge, bool extend) {
     int32_t anchor = edge;
-    for (uint64_t i = 0; extend && i < count; i++) {
-        int32_t other = field_carets()[i].anchor;
-        anchor = abs(other - edge) > abs(anchor - edge) ? other : anchor;
+    for (Caret caret : field_carets()) {
+        if (extend && abs(caret.anchor - edge) > abs(anchor - edge)) {
+            anchor = caret.anchor;
+        }
     }
-    if (count > 0) {
+    if (!field_carets().empty()) {
         field_set_single_caret(anchor, edge);
     }
 }
 
-Effect paste(StrBuf *field) {
-    Str text = os_clipboard_get_text();
-    if (text.count > 0) {
-        field_replace_selections(field, text.count, text.data);
+Effect paste(StrBuf *text) {
+    Str pasted = os_clipboard_get_text();
+    if (pasted.count > 0) {
+        field_replace_selections(text, pasted.count, pasted.data);
     }
-    os_free(text.data);
-    return text.count > 0 ? text_edited : no_effect;
+    os_free(pasted.data);
+    return pasted.count > 0 ? text_edited : no_effect;
 }
 
-// Only Ctrl is asked for: with AltGr, which is Ctrl and Alt, the letters act too before their character is
-// typed. That is meant.
-Effect press_letter(StrBuf *field, uint16_t code) {
+// With Ctrl held. AltGr is Ctrl and Alt: the letters intentionally act with it too, before their character is
+// typed.
+Effect press_letter(StrBuf *text, uint16_t code) {
     switch (code) {
     case KEY_A:
-        field_set_single_caret(0, field_text_end(field)); // also when there is no caret
+        field_set_single_caret(0, field_text_end(text)); // also when there is no caret
         return carets_moved;
     case KEY_C:
-        copy_selections(field);
+        copy_selections(text);
         return no_effect;
     case KEY_X:
-        copy_selections(field);
-        field_replace_selections(field, 0, nullptr); // also when the copy was refused, which is meant
+        copy_selections(text);
+        field_replace_selections(text, 0, nullptr); // intentionally also when copying has failed
         return text_edited;
     case KEY_V:
-        return paste(field);
+        return paste(text);
     default:
         return no_effect;
     }
 }
 
-Effect press_key(StrBuf *field, uint16_t code) {
-    uint8_t shift = ui_is_down(KEY_SHIFT);
-    uint8_t ctrl = ui_is_down(KEY_CTRL);
+Effect press_key(StrBuf *text, uint16_t code) {
+    bool shift = ui_is_down(KEY_SHIFT);
+    bool ctrl = ui_is_down(KEY_CTRL);
     switch (code) {
     case KEY_BACKSPACE:
-        field_delete(field, CARET_LEFT, ctrl);
+        field_delete(text, CARET_LEFT, ctrl);
         return text_edited;
     case KEY_DELETE:
-        field_delete(field, CARET_RIGHT, ctrl);
+        field_delete(text, CARET_RIGHT, ctrl);
         return text_edited;
     case KEY_LEFT:
-        field_move_carets(field, CARET_LEFT, ctrl, shift);
+        field_move_carets(text, CARET_LEFT, ctrl, shift);
         return carets_moved;
     case KEY_RIGHT:
-        field_move_carets(field, CARET_RIGHT, ctrl, shift);
+        field_move_carets(text, CARET_RIGHT, ctrl, shift);
         return carets_moved;
     case KEY_END:
-        move_to_edge(field_text_end(field), shift);
+        move_to_edge(field_text_end(text), shift);
         return carets_moved;
     case KEY_HOME:
         move_to_edge(0, shift);
         return carets_moved;
     default:
-        return ctrl ? press_letter(field, code) : no_effect;
+        return ctrl ? press_letter(text, code) : no_effect;
     }
 }
 
@@ -249,8 +249,8 @@ Effect release_key(uint16_t code) {
     return carets_moved;
 }
 
-// Writes the code point as UTF-8 and returns how many bytes that are. Three bytes begin at 0x701 and not at
-// 0x800, lone surrogates are encoded like others, and 0 has no bytes; all of that is meant.
+// Writes the code point as UTF-8 and returns the number of bytes. Intentional: three bytes begin at 0x701,
+// not at 0x800, lone surrogates are encoded like others, and 0 has no bytes.
 uint64_t encode(uint32_t code, char *bytes) {
     static constexpr uint32_t last_codes[] = {0, 0x7F, 0x700, 0xFFFF, 0x1FFFFF};
     static constexpr uint32_t leads[] = {0, 0, 0xC0, 0xE0, 0xF0};
@@ -269,19 +269,19 @@ uint64_t encode(uint32_t code, char *bytes) {
     return length;
 }
 
-Effect type_character(StrBuf *field, uint32_t code) {
-    // Ctrl alone makes shortcuts, which type nothing; with Alt it is AltGr.
+Effect type_character(StrBuf *text, uint32_t code) {
+    // Ctrl alone is for shortcuts, which type nothing; Ctrl and Alt are AltGr.
     if (ui_is_down(KEY_CTRL) && !ui_is_down(KEY_ALT)) {
         return no_effect;
     }
     char bytes[4];
-    field_replace_selections(field, encode(code, bytes), bytes);
+    field_replace_selections(text, encode(code, bytes), bytes);
     return text_edited;
 }
 
-Effect handle_event(StrBuf *field, const WindowEvent *event) {
+Effect handle_event(StrBuf *text, const WindowEvent *event) {
     if (event->type == EVENT_CHAR) {
-        return type_character(field, event->character.unit);
+        return type_character(text, event->character.unit);
     }
     if (event->type != EVENT_KEY) {
         return no_effect;
@@ -289,7 +289,7 @@ Effect handle_event(StrBuf *field, const WindowEvent *event) {
     switch (event->key.state) {
     case KEY_PRESSED:
     case KEY_REPEATED:
-        return press_key(field, event->key.code);
+        return press_key(text, event->key.code);
     case KEY_RELEASED:
         return release_key(event->key.code);
     default:
@@ -301,9 +301,8 @@ Effect handle_event(StrBuf *field, const WindowEvent *event) {
 
 // ---- Carets ----
 
-int32_t field_text_end(const StrBuf *field) {
-    uint64_t length = strbuf_text(field).count;
-    return static_cast<int32_t>(std::min<uint64_t>(length, INT32_MAX));
+int32_t field_text_end(const StrBuf *text) {
+    return static_cast<int32_t>(std::min<uint64_t>(strbuf_text(text).count, INT32_MAX));
 }
 
 void field_set_single_caret(int32_t anchor, int32_t caret) {
@@ -314,11 +313,10 @@ void field_set_single_caret(int32_t anchor, int32_t caret) {
     }
 }
 
-void field_clamp_carets(const StrBuf *field) {
-    int32_t end = field_text_end(field);
-    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
-        Caret *caret = &field_carets()[i];
-        *caret = {clamped(caret->anchor, end), clamped(caret->caret, end)};
+void field_clamp_carets(const StrBuf *text) {
+    int32_t end = field_text_end(text);
+    for (Caret &caret : field_carets()) {
+        caret = {clamped(caret.anchor, end), clamped(caret.caret, end)};
     }
 }
 
@@ -329,67 +327,60 @@ void field_merge_carets() {
 
 // ---- Events ----
 
-void field_handle_key(StrBuf *field, const WindowEvent *event, uint8_t *handled, uint8_t *text_changed) {
-    field_clamp_carets(field);
-    Effect effect = handle_event(field, event);
+void field_handle_key(StrBuf *text, const WindowEvent *event, bool *handled, bool *text_changed) {
+    field_clamp_carets(text);
+    Effect effect = handle_event(text, event);
     *handled = effect.handled;
     *text_changed = effect.text_changed;
 }
 
 // ---- Edits ----
 
-void field_move_carets(const StrBuf *field, CaretDirection direction, uint8_t word, uint8_t extend) {
-    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
-        Caret *caret = &field_carets()[i];
-        if (has_selection(*caret) && !extend) {
-            Range selection = selection_of(*caret);
-            caret->caret = direction == CARET_LEFT ? selection.start : selection.end;
+void field_move_carets(const StrBuf *text, CaretDirection direction, bool word, bool extend) {
+    for (Caret &caret : field_carets()) {
+        if (has_selection(caret) && !extend) {
+            Range selection = selection_of(caret);
+            caret.caret = direction == CARET_LEFT ? selection.start : selection.end;
         } else {
-            caret->caret = place_beside(field, caret->caret, direction, word);
+            caret.caret = place_beside(text, caret.caret, direction, word);
         }
         if (!extend) {
-            caret->anchor = caret->caret;
+            caret.anchor = caret.caret;
         }
     }
 }
 
-void field_delete(StrBuf *field, CaretDirection direction, uint8_t word) {
-    uint8_t any_selection = 0;
-    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
-        any_selection = any_selection || has_selection(field_carets()[i]);
+void field_delete(StrBuf *text, CaretDirection direction, bool word) {
+    if (std::ranges::none_of(field_carets(), has_selection)) {
+        field_move_carets(text, direction, word, true);
     }
-    if (!any_selection) {
-        field_move_carets(field, direction, word, 1);
-    }
-    field_replace_selections(field, 0, nullptr);
+    field_replace_selections(text, 0, nullptr);
 }
 
-void field_replace_selections(StrBuf *field, uint64_t count, const char *bytes) {
-    Caret *carets = field_carets();
-    uint64_t caret_count = input_field.caret_list.count;
+void field_replace_selections(StrBuf *text, uint64_t count, const char *bytes) {
+    std::span<Caret> carets = field_carets();
     int64_t total_change = 0; // of the text's length
-    for (uint64_t i = 0; i < caret_count; i++) {
+    for (size_t i = 0; i < carets.size(); i++) {
         Range selection = selection_of(carets[i]);
         uint64_t removed = static_cast<uint64_t>(selection.end - selection.start);
-        if (!make_room(field, removed, count)) {
+        if (!make_room(text, removed, count)) {
             break;
         }
-        remove_bytes(field, selection);
+        remove_bytes(text, selection);
         uint64_t start = static_cast<uint64_t>(selection.start);
-        strbuf_insert(field, start, count, bytes);
-        int32_t behind = static_cast<int32_t>(start + count);
-        carets[i] = {behind, behind};
+        strbuf_insert(text, start, count, bytes);
+        int32_t after = static_cast<int32_t>(start + count);
+        carets[i] = {after, after};
         total_change += static_cast<int64_t>(count) - static_cast<int64_t>(removed);
-        // The later carets whose anchors stood beyond the change's start move by all changes so far, not only
-        // by this one, so a third caret goes too far; that is meant.
-        int32_t end = field_text_end(field);
-        for (uint64_t j = i + 1; j < caret_count; j++) {
-            if (carets[j].anchor > selection.start) {
-                carets[j] = {clamped(carets[j].anchor + total_change, end),
-                             clamped(carets[j].caret + total_change, end)};
+        // Later carets whose anchors were after the change's start move by all changes so far, not only by
+        // this one. A third caret therefore moves too far; intentional.
+        int32_t end = field_text_end(text);
+        for (Caret &later : carets.subspan(i + 1)) {
+            if (later.anchor > selection.start) {
+                later = {clamped(later.anchor + total_change, end), clamped(later.caret + total_change, end)};
             }
         }
-        field_clamp_carets(field);
+        field_clamp_carets(text);
     }
     field_merge_carets();
 }

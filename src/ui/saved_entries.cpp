@@ -1,5 +1,8 @@
 #include "ui/saved_entries.h"
 
+#include <algorithm>
+#include <bit>
+
 #include <string.h>
 
 #include "os/memory.h"
@@ -7,33 +10,23 @@
 
 namespace {
 
-constexpr uint64_t removed_entries_kept = 20;
+constexpr int64_t removed_entries_kept = 20;
 
 uint64_t entry_capacity(uint64_t length) {
-    uint64_t capacity = 8;
-    while (capacity < length) {
-        capacity *= 2;
-    }
-    return capacity;
+    return std::max(std::bit_ceil(length), uint64_t{8});
 }
 
-// Deletes the first removed entry for good when there are more than enough of them.
+// Deletes the first removed entry for good when there are more than are kept.
 void compact_removed(DynArray *list) {
-    uint64_t removed = 0;
-    uint64_t first = 0;
-    for (uint64_t row = list->count; row-- > 0;) {
-        if (!saved_entry_at(list, row)->in_use) {
-            removed++;
-            first = row;
-        }
+    SavedEntry *begin = saved_entry_at(list, 0);
+    SavedEntry *end = saved_entry_at(list, list->count);
+    const auto is_removed = [](const SavedEntry &entry) { return !entry.in_use; };
+    if (std::count_if(begin, end, is_removed) > removed_entries_kept) {
+        SavedEntry *first = std::find_if(begin, end, is_removed);
+        os_free(first->text);
+        std::copy(first + 1, end, first);
+        list->count = list->count - 1;
     }
-    if (removed <= removed_entries_kept) {
-        return;
-    }
-    SavedEntry *entry = saved_entry_at(list, first);
-    os_free(entry->text);
-    memmove(entry, entry + 1, (list->count - first - 1) * sizeof(SavedEntry));
-    list->count = list->count - 1;
 }
 
 } // namespace
@@ -68,7 +61,7 @@ void saved_list_add(DynArray *list, Str text) {
     }
     uint64_t capacity = entry_capacity(text.count);
     char *copy = static_cast<char *>(os_alloc(capacity + 1));
-    SavedEntry entry = {1, 0, nullptr, 0}; // without memory an empty entry, which is kept and written
+    SavedEntry entry = {1, 0, nullptr, 0}; // out of memory: an empty entry, which is kept and written
     if (copy) {
         memcpy(copy, text.data, text.count);
         copy[text.count] = 0;
@@ -85,7 +78,7 @@ void saved_mark_update(Field *focused) {
         return;
     }
     if (focused->is_path) {
-        // A space or a quote typed at the end of the path is gone at once: intentional.
+        // Intentionally also removes a space or a quote that has just been typed at the end.
         strbuf_clean_path(focused->text, 1);
     }
     focused->is_saved = saved_list_find(&focused->entries, strbuf_text(focused->text), SAVED_LIVE) != nullptr;
@@ -106,7 +99,7 @@ void saved_list_save(Field *field, Field *focused) {
         }
         SavedEntry *same = saved_list_find(&field->entries, text, SAVED_ANY);
         if (same) {
-            same->in_use = 1; // intentionally neither written nor marked before the next change
+            same->in_use = 1; // intentionally neither writes the file nor updates the mark
             return;
         }
         compact_removed(&field->entries);
@@ -121,7 +114,7 @@ void saved_entry_flip(Field *field, uint64_t row) {
         return;
     }
     SavedEntry *entry = saved_entry_at(&field->entries, row);
-    entry->in_use = entry->in_use ? 0 : 1;
+    entry->in_use = !entry->in_use;
     saved_list_write(field);
     saved_mark_update(field);
 }

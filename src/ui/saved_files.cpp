@@ -11,7 +11,7 @@ Str saved_folder;
 
 // ---- A file's bytes ----
 
-void saved_list_load_contents(Field *field, Str contents, uint8_t restore_text) {
+void saved_list_load_contents(Field *field, Str contents, bool restore_text) {
     str_slashes(contents); // intentionally in queries too
     uint64_t start = 0;
     for (uint64_t end = 0; end < contents.count; end++) {
@@ -23,7 +23,7 @@ void saved_list_load_contents(Field *field, Str contents, uint8_t restore_text) 
             line.count--;
         }
         if (start == 0) {
-            // As it stands, even a path: it is cleaned with the first mark update that it has the focus for.
+            // Verbatim, even a path: the first mark update with the focus on it cleans it.
             if (restore_text && line.count > 0) {
                 set_request_text(field->text, line);
             }
@@ -44,28 +44,26 @@ void saved_list_load_contents(Field *field, Str contents, uint8_t restore_text) 
 
 namespace {
 
-uint8_t append(StrBuf *out, Str text) {
+bool append(StrBuf *out, Str text) {
     if (!strbuf_make_room(out, text.count, nullptr)) {
-        return 0;
+        return false;
     }
     strbuf_append(out, text.count, text.data);
-    return 1;
+    return true;
 }
 
 } // namespace
 
-uint8_t saved_list_contents(const Field *field, StrBuf *out) {
+bool saved_list_contents(const Field *field, StrBuf *out) {
     const DynArray *list = &field->entries;
-    if (!append(out, strbuf_text(field->text))) {
-        return 0;
-    }
-    for (uint64_t row = 0; row < list->count; row++) {
+    bool is_whole = append(out, strbuf_text(field->text));
+    for (uint64_t row = 0; is_whole && row < list->count; row++) {
         const SavedEntry *entry = saved_entry_at(list, row);
-        if (entry->in_use && !(append(out, str_from("\r\n")) && append(out, saved_entry_text(entry)))) {
-            return 0;
+        if (entry->in_use) {
+            is_whole = append(out, str_from("\r\n")) && append(out, saved_entry_text(entry));
         }
     }
-    return 1;
+    return is_whole;
 }
 
 // ---- Files ----
@@ -92,19 +90,19 @@ Str join(FilePath *path, Str folder, const char *name) {
     return str_from(path->bytes);
 }
 
-// Returns 0 when no files are to be used.
-uint8_t file_paths(const Field *field, FilePaths *paths) {
+// Returns false when the field has no files, or none can be used.
+bool file_paths(const Field *field, FilePaths *paths) {
     Str folder = saved_folder;
     if (!field->file_name || folder.count == 0 || folder.count > longest_folder) {
-        return 0;
+        return false;
     }
     paths->file = {join(&paths->first, folder, field->file_name),
                    join(&paths->second, folder, field->second_name),
                    join(&paths->earlier, folder, field->earlier_name)};
-    return 1;
+    return true;
 }
 
-void load(Field *field, const ReplacedFile *file, uint8_t restore_text) {
+void load(Field *field, const ReplacedFile *file, bool restore_text) {
     Str contents;
     field->is_unread = !read_replaced_file(file, &contents);
     saved_list_load_contents(field, contents, restore_text);
@@ -113,7 +111,7 @@ void load(Field *field, const ReplacedFile *file, uint8_t restore_text) {
 
 } // namespace
 
-void saved_list_load(Field *field, uint8_t restore_text) {
+void saved_list_load(Field *field, bool restore_text) {
     FilePaths paths;
     if (file_paths(field, &paths)) {
         load(field, &paths.file, restore_text);
@@ -125,9 +123,9 @@ void saved_list_write(Field *field) {
     if (!file_paths(field, &paths) || field->entries.capacity == 0) {
         return;
     }
-    // A list that could not be read at the start must not be replaced by one without its entries.
+    // A list that could not be read must not be replaced by one without its entries.
     if (field->is_unread) {
-        load(field, &paths.file, 0);
+        load(field, &paths.file, false);
         if (field->is_unread) {
             return;
         }

@@ -10,23 +10,23 @@ InputField input_field;
 
 namespace {
 
-uint8_t reserve_slots() {
+bool reserve_slots() {
     if (!ui_state.slots) {
         ui_state.slots = static_cast<InputSlot *>(os_alloc_zero(input_block_size));
     }
     return ui_state.slots != nullptr;
 }
 
-uint8_t is_moving(uint16_t slot) {
+bool is_moving(uint16_t slot) {
     return slot == SLOT_POINTER || slot == SLOT_WHEEL;
 }
 
-// Appends a slot to one of the lists of changed ones.
+// Appends a slot to one of the lists of changed slots.
 void note_change(uint16_t *list, uint32_t *count, uint64_t room, uint16_t slot) {
     if (*count < room) {
         list[(*count)++] = slot;
     } else {
-        ui_state.list_was_full = 1;
+        ui_state.list_was_full = true;
     }
 }
 
@@ -56,34 +56,31 @@ void begin_slot(uint16_t slot) {
     }
 }
 
-uint8_t has_bit(uint16_t slot, InputBit bit) {
+bool has_bit(uint16_t slot, InputBit bit) {
     return slot < input_slot_count && ui_state.slots && (ui_state.slots[slot].state & bit) != 0;
 }
 
 } // namespace
 
-// ---- The turn of a frame ----
+// ---- Frames ----
 
 void ui_begin_frame() {
     ui_state.wheel_steps = 0;
     if (!reserve_slots()) {
         return;
     }
-    if (ui_state.list_was_full) {
-        for (uint16_t slot = 0; slot < input_slot_count; slot++) {
-            begin_slot(slot);
-        }
-    } else {
-        for (uint32_t i = 0; i < ui_state.changed_count; i++) {
-            begin_slot(ui_state.changed[i]);
-        }
-        for (uint32_t i = 0; i < ui_state.moved_count; i++) {
-            begin_slot(ui_state.moved[i]);
-        }
+    for (uint16_t slot = 0; ui_state.list_was_full && slot < input_slot_count; slot++) {
+        begin_slot(slot);
+    }
+    for (uint32_t i = 0; i < ui_state.changed_count; i++) {
+        begin_slot(ui_state.changed[i]);
+    }
+    for (uint32_t i = 0; i < ui_state.moved_count; i++) {
+        begin_slot(ui_state.moved[i]);
     }
     ui_state.changed_count = 0;
     ui_state.moved_count = 0;
-    ui_state.list_was_full = 0;
+    ui_state.list_was_full = false;
 }
 
 // ---- Changes ----
@@ -128,20 +125,20 @@ void ui_release_all() {
 
 // ---- Questions ----
 
-uint8_t ui_is_down(uint16_t slot) {
+bool ui_is_down(uint16_t slot) {
     return has_bit(slot, INPUT_IS_DOWN);
 }
 
-uint8_t ui_went_down(uint16_t slot) {
+bool ui_went_down(uint16_t slot) {
     return has_bit(slot, INPUT_WENT_DOWN);
 }
 
-uint8_t ui_consume_press(uint16_t slot) {
+bool ui_consume_press(uint16_t slot) {
     if (!ui_went_down(slot)) {
-        return 0;
+        return false;
     }
     ui_state.slots[slot].state &= static_cast<uint8_t>(~INPUT_WENT_DOWN);
-    return 1;
+    return true;
 }
 
 Point ui_pointer_position() {

@@ -41,19 +41,19 @@ struct ListScope : FrameScope {
     }
 };
 
-LayoutCursor cursor_at(int32_t y, Point mouse) {
-    LayoutCursor cursor = {};
-    cursor.y = y;
-    cursor.mouse = mouse;
-    cursor.font_size = settings.font_size;
-    cursor.line_height = settings.line_height;
-    cursor.text_y_offset = settings.text_y_offset;
-    return cursor;
+Layout layout_at(int32_t y, Point mouse) {
+    Layout layout = {};
+    layout.y = y;
+    layout.mouse = mouse;
+    layout.font_size = settings.font_size;
+    layout.line_height = settings.line_height;
+    layout.text_y_offset = settings.text_y_offset;
+    return layout;
 }
 
-void draw_list(Canvas *canvas, int32_t first, LayoutCursor *cursor) {
+void draw_list(Canvas *canvas, int32_t first, Layout *layout) {
     scratch_empty();
-    results_view(&canvas->framebuffer, first, cursor);
+    results_view(&canvas->framebuffer, first, layout);
 }
 
 testing::AssertionResult same_pixels(const Framebuffer &a, const Framebuffer &b) {
@@ -86,11 +86,11 @@ void draw_rows(Framebuffer *framebuffer, int32_t top, const std::vector<std::str
 void expect_rows(int32_t first, const std::vector<std::string> &rows, int32_t height = 150,
                  Point mouse = nowhere) {
     Canvas drawn(300, height, ground), plain(300, height, ground);
-    LayoutCursor cursor = cursor_at(0, mouse);
-    draw_list(&drawn, first, &cursor);
+    Layout layout = layout_at(0, mouse);
+    draw_list(&drawn, first, &layout);
     draw_rows(&plain.framebuffer, 0, rows);
     EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
-    EXPECT_EQ(cursor.y, static_cast<int32_t>(rows.size()) * settings.line_height);
+    EXPECT_EQ(layout.y, static_cast<int32_t>(rows.size()) * settings.line_height);
 }
 
 enum Buttons { NONE, LEFT, RIGHT, BOTH };
@@ -127,8 +127,8 @@ std::string commands() {
 std::string click(Point mouse, Buttons buttons = LEFT, int32_t first = 0) {
     press(buttons);
     Canvas canvas(300, 150, ground);
-    LayoutCursor cursor = cursor_at(0, mouse);
-    draw_list(&canvas, first, &cursor);
+    Layout layout = layout_at(0, mouse);
+    draw_list(&canvas, first, &layout);
     return commands();
 }
 
@@ -174,8 +174,8 @@ TEST(ResultsList, TextsStandInTheirColoursAtTheirPlaces) {
     ListScope scope;
     scope.use_sizes(15, 21, 17); // half of 15 is 7
     Canvas drawn(300, 100, ground), plain(300, 100, ground);
-    LayoutCursor cursor = cursor_at(31, nowhere);
-    draw_list(&drawn, 3, &cursor);
+    Layout layout = layout_at(31, nowhere);
+    draw_list(&drawn, 3, &layout);
     const auto text = [&](int32_t x, int32_t y, uint32_t colour, const char *bytes) {
         return static_cast<int32_t>(draw_text(&plain.framebuffer, {x, y}, 15, 15, colour, str_from(bytes)) &
                                     0xFFFFFFFF);
@@ -188,7 +188,7 @@ TEST(ResultsList, TextsStandInTheirColoursAtTheirPlaces) {
     text(10 + name_width + 7, 73 + 17, 0xFF7F7F7F, "proj");
     text(30 + text(30, 94 + 17, 0xFF00FFFF, ":1 "), 94 + 17, 0xFFFFFFFF, "needle"); // cut at the edge
     EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
-    EXPECT_EQ(cursor.y, 31 + 4 * 21);
+    EXPECT_EQ(layout.y, 31 + 4 * 21);
 }
 
 TEST(ResultsList, TheFirstVisibleHitsFileIsNamedAgain) {
@@ -229,10 +229,10 @@ TEST(ResultsList, AListBelowTheWindowHasNoRows) {
     for (int32_t y : {100, 101, 500}) {
         press(LEFT);
         Canvas drawn(300, 100, ground), plain(300, 100, ground);
-        LayoutCursor cursor = cursor_at(y, {10, y + 15});
-        draw_list(&drawn, 1, &cursor);
+        Layout layout = layout_at(y, {10, y + 15});
+        draw_list(&drawn, 1, &layout);
         EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
-        EXPECT_EQ(cursor.y, y);
+        EXPECT_EQ(layout.y, y);
         EXPECT_EQ(commands(), "");
     }
 }
@@ -240,18 +240,18 @@ TEST(ResultsList, AListBelowTheWindowHasNoRows) {
 TEST(ResultsList, TheFirstHitsLineIsBegunBelowANameInTheLastRow) {
     ListScope scope;
     Canvas canvas(300, 100, ground);
-    LayoutCursor cursor = cursor_at(90, {10, 110}); // the name stands at 90, the line at 105
+    Layout layout = layout_at(90, {10, 110}); // the name stands at 90, the line at 105
     press(LEFT);
-    draw_list(&canvas, 2, &cursor);
-    EXPECT_EQ(cursor.y, 120); // and nothing after it
+    draw_list(&canvas, 2, &layout);
+    EXPECT_EQ(layout.y, 120); // and nothing after it
     EXPECT_EQ(commands(), "L C:/code/proj/src/main.c:12:1|");
     press(LEFT);
-    cursor = cursor_at(90, {10, 104});
-    draw_list(&canvas, 2, &cursor);
+    layout = layout_at(90, {10, 104});
+    draw_list(&canvas, 2, &layout);
     EXPECT_EQ(commands(), "");
     press(LEFT);
-    cursor = cursor_at(90, {10, 120});
-    draw_list(&canvas, 2, &cursor);
+    layout = layout_at(90, {10, 120});
+    draw_list(&canvas, 2, &layout);
     EXPECT_EQ(commands(), "");
 }
 
@@ -356,8 +356,8 @@ TEST(ResultsList, TheScrollOfTheFrameIsTheFirstRow) {
         results_store.hit_table.count = 0;
         frame_draw(&plain.framebuffer, {40, 110});
         results_store.hit_table.count = count;
-        LayoutCursor cursor = cursor_at(list_top, {40, 110});
-        draw_list(&plain, scroll, &cursor);
+        Layout layout = layout_at(list_top, {40, 110});
+        draw_list(&plain, scroll, &layout);
         EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer)) << scroll;
         EXPECT_EQ(search_state.results_scroll, scroll);
     }
@@ -526,10 +526,10 @@ TEST(ResultsMouse, TheMiddleButtonRunsNothing) {
     press(NONE);
     ui_press(MOUSE_MIDDLE, {});
     Canvas canvas(300, 150, ground);
-    LayoutCursor cursor = cursor_at(0, {50, 20});
-    draw_list(&canvas, 0, &cursor);
+    Layout layout = layout_at(0, {50, 20});
+    draw_list(&canvas, 0, &layout);
     EXPECT_EQ(commands(), "");
-    EXPECT_EQ(cursor.click_consumed, 0);
+    EXPECT_EQ(layout.click_consumed, 0);
 }
 
 TEST(ResultsMouse, TheLeftButtonWinsWhenBothWentDown) {
@@ -544,18 +544,18 @@ TEST(ResultsMouse, AHeldButtonRunsNothing) {
     EXPECT_EQ(click({50, 20}, LEFT), "L C:/code/proj/src/main.c:3:5|");
     Canvas canvas(300, 150, ground);
     ui_begin_frame();
-    LayoutCursor cursor = cursor_at(0, {50, 35});
-    draw_list(&canvas, 0, &cursor);
+    Layout layout = layout_at(0, {50, 35});
+    draw_list(&canvas, 0, &layout);
     EXPECT_EQ(commands(), "");
     ui_begin_frame();
     ui_press(MOUSE_LEFT, {}); // down again without having been up
-    cursor = cursor_at(0, {50, 35});
-    draw_list(&canvas, 0, &cursor);
+    layout = layout_at(0, {50, 35});
+    draw_list(&canvas, 0, &layout);
     EXPECT_EQ(commands(), "");
     ui_begin_frame();
     ui_release(MOUSE_LEFT, {});
-    cursor = cursor_at(0, {50, 35});
-    draw_list(&canvas, 0, &cursor);
+    layout = layout_at(0, {50, 35});
+    draw_list(&canvas, 0, &layout);
     EXPECT_EQ(commands(), "");
 }
 
@@ -564,9 +564,9 @@ TEST(ResultsMouse, AClickThatWentElsewhereRunsNothing) {
     for (Buttons buttons : {LEFT, RIGHT, BOTH}) {
         press(buttons);
         Canvas canvas(300, 150, ground), plain(300, 150, ground);
-        LayoutCursor cursor = cursor_at(0, {50, 20});
-        cursor.click_consumed = 1;
-        draw_list(&canvas, 4, &cursor);
+        Layout layout = layout_at(0, {50, 20});
+        layout.click_consumed = 1;
+        draw_list(&canvas, 4, &layout);
         EXPECT_EQ(commands(), "");
         draw_rows(&plain.framebuffer, 0, {"b.h  proj", "*:1 needle"}); // the highlight stays
         EXPECT_TRUE(same_pixels(canvas.framebuffer, plain.framebuffer));
@@ -577,11 +577,11 @@ TEST(ResultsMouse, OneCommandAFrame) {
     ListScope scope;
     press(BOTH);
     Canvas canvas(300, 150, ground);
-    LayoutCursor cursor = cursor_at(0, {50, 20});
-    draw_list(&canvas, 0, &cursor);
-    EXPECT_EQ(cursor.click_consumed, 1);
-    cursor.y = 0;
-    draw_list(&canvas, 0, &cursor);
+    Layout layout = layout_at(0, {50, 20});
+    draw_list(&canvas, 0, &layout);
+    EXPECT_EQ(layout.click_consumed, 1);
+    layout.y = 0;
+    draw_list(&canvas, 0, &layout);
     EXPECT_EQ(commands(), "L C:/code/proj/src/main.c:3:5|");
 }
 
@@ -635,9 +635,9 @@ TEST(ResultsMouse, ARowWhoseTextsTheScratchArenaDoesNotHoldRunsNothing) {
         std::string filler(scratch->capacity - room - 1, 'x');
         scratch_join(str_over(filler), {});
         Canvas canvas(300, 150, ground);
-        LayoutCursor cursor = cursor_at(0, {50, 20});
+        Layout layout = layout_at(0, {50, 20});
         press(LEFT);
-        results_view(&canvas.framebuffer, 0, &cursor);
+        results_view(&canvas.framebuffer, 0, &layout);
         EXPECT_EQ(commands(), room == folder_size + name_size ? "L C:/code/proj/src/main.c:3:5|" : "")
             << room;
     }
@@ -698,9 +698,9 @@ TEST(ResultsMemory, WithoutARowTextLinesHaveNoPrefixAndClicksRunNothing) {
     {
         HeapHookScope hook([](uint64_t size) { return size != 1025; });
         Canvas drawn(300, 150, ground), plain(300, 150, ground);
-        LayoutCursor cursor = cursor_at(0, {50, 20});
+        Layout layout = layout_at(0, {50, 20});
         press(LEFT);
-        draw_list(&drawn, 4, &cursor);
+        draw_list(&drawn, 4, &layout);
         plain_header_row(&plain.framebuffer, 0, "b.h", "proj");
         plain_line_row(&plain.framebuffer, 15, "", "needle", true);
         EXPECT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer));
@@ -761,18 +761,18 @@ TEST(ResultsMany, AMillionLookLikeAHundredFromTheSamePlace) {
     for (int32_t offset : {0, 1, 10, 55, 95, 99}) {
         Canvas few(300, 150, ground), many(300, 150, ground), last(300, 150, ground);
         put_repeated(100);
-        LayoutCursor few_cursor = cursor_at(0, {50, 20});
-        draw_list(&few, offset, &few_cursor);
+        Layout few_layout = layout_at(0, {50, 20});
+        draw_list(&few, offset, &few_layout);
         put_repeated(million);
-        LayoutCursor last_cursor = cursor_at(0, {50, 20});
-        draw_list(&last, static_cast<int32_t>(million - 100) + offset, &last_cursor);
+        Layout last_layout = layout_at(0, {50, 20});
+        draw_list(&last, static_cast<int32_t>(million - 100) + offset, &last_layout);
         EXPECT_TRUE(same_pixels(few.framebuffer, last.framebuffer)) << offset;
-        EXPECT_EQ(few_cursor.y, last_cursor.y);
+        EXPECT_EQ(few_layout.y, last_layout.y);
         if (offset <= 55) { // further down the hundred end
-            LayoutCursor many_cursor = cursor_at(0, {50, 20});
-            draw_list(&many, 500000 + offset, &many_cursor);
+            Layout many_layout = layout_at(0, {50, 20});
+            draw_list(&many, 500000 + offset, &many_layout);
             EXPECT_TRUE(same_pixels(few.framebuffer, many.framebuffer)) << offset;
-            EXPECT_EQ(few_cursor.y, many_cursor.y);
+            EXPECT_EQ(few_layout.y, many_layout.y);
         }
     }
 }
@@ -783,8 +783,8 @@ TEST(ResultsMany, OnlyRowsInTheWindowAreRead) {
     ListScope scope;
     DynArray &table = results_store.hit_table;
     const auto drawn_from = [](Canvas *canvas, int32_t first) {
-        LayoutCursor cursor = cursor_at(0, {50, 20});
-        draw_list(canvas, first, &cursor);
+        Layout layout = layout_at(0, {50, 20});
+        draw_list(canvas, first, &layout);
     };
     for (int32_t first : {0, 500003, 999990}) {
         uint64_t visible = first % 10 == 0 ? 10 : 9; // the name again takes a row of the ten
@@ -920,11 +920,11 @@ TEST(ResultsModel, TheListIsThePlainOneAndClicksRunItsCommands) {
             ui_begin_frame();
             buttons = NONE;
         }
-        LayoutCursor cursor = cursor_at(list.top, {states.from(-300, 500), list.mouse_y});
-        cursor.click_consumed = states.one_in(5);
-        bool is_free = !cursor.click_consumed;
+        Layout layout = layout_at(list.top, {states.from(-300, 500), list.mouse_y});
+        layout.click_consumed = states.one_in(5);
+        bool is_free = !layout.click_consumed;
         Canvas drawn(size.width, size.height, ground), plain(size.width, size.height, ground);
-        draw_list(&drawn, static_cast<int32_t>(list.first), &cursor);
+        draw_list(&drawn, static_cast<int32_t>(list.first), &layout);
         plain_list(&plain.framebuffer, list);
         ASSERT_TRUE(same_pixels(drawn.framebuffer, plain.framebuffer)) << i;
         bool left = is_free && (buttons == LEFT || buttons == BOTH);
@@ -932,7 +932,7 @@ TEST(ResultsModel, TheListIsThePlainOneAndClicksRunItsCommands) {
         std::string expected = plain_click(list, size.height, left, right);
         ASSERT_EQ(commands(), expected) << i;
         bool is_clicked = (left || right) && plain_hovered(list, size.height);
-        ASSERT_EQ(cursor.click_consumed, !is_free || is_clicked) << i;
+        ASSERT_EQ(layout.click_consumed, !is_free || is_clicked) << i;
         run += !expected.empty();
         hovered += plain_hovered(list, size.height).has_value();
     }

@@ -99,7 +99,7 @@ struct Fields : SavedListsScope {
     TestTree tree;
     std::string folder = tree.path() + "/";
     Drawing drawing;
-    LayoutCursor cursor = {};
+    Layout layout = {};
 
     explicit Fields(const std::string &font_path = default_font_path()) : the_font(font_path) {
         saved_folder = str_over(folder);
@@ -122,18 +122,18 @@ struct Fields : SavedListsScope {
         return std::filesystem::exists(tree.native(name)) ? bytes_of(tree.native(name)) : "none";
     }
 
-    // The start of a frame: an empty picture and the layout cursor.
+    // The start of a frame: an empty picture and the layout.
     void begin(Point mouse) {
         drawing.fill({0, 0, drawing.framebuffer.width, drawing.framebuffer.height}, ground);
-        cursor = {};
-        cursor.x = 6;
-        cursor.y = 4;
-        cursor.width = drawing.framebuffer.width;
-        cursor.row_advance = 23;
-        cursor.font_size = 14;
-        cursor.line_height = 15;
-        cursor.text_y_offset = 12;
-        cursor.mouse = mouse;
+        layout = {};
+        layout.x = 6;
+        layout.y = 4;
+        layout.width = drawing.framebuffer.width;
+        layout.row_advance = 23;
+        layout.font_size = 14;
+        layout.line_height = 15;
+        layout.text_y_offset = 12;
+        layout.mouse = mouse;
     }
 
     void draw(Field *field, Point mouse = nowhere) {
@@ -141,7 +141,7 @@ struct Fields : SavedListsScope {
         draw_next(field);
     }
     void draw_next(Field *field) {
-        field_widget(&drawing.framebuffer, str_from(field == path ? "Path: " : "Src: "), field, &cursor);
+        field_widget(&drawing.framebuffer, str_from(field == path ? "Path: " : "Src: "), field, &layout);
     }
 
     // Draws the frame in which a button goes down.
@@ -177,9 +177,9 @@ TEST(ToggleButton, HasFourColoursAndFillsItsRectangleOnly) {
     } rows[] = {{1, nowhere, yellow}, {0, nowhere, grey}, {1, {12, 23}, red}, {0, {12, 23}, light_grey}};
     for (const auto &shown : rows) {
         Drawing drawing(40, 40), expected(40, 40);
-        LayoutCursor cursor = {};
-        cursor.mouse = shown.mouse;
-        EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, shown.state, &cursor), 0);
+        Layout layout = {};
+        layout.mouse = shown.mouse;
+        EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, shown.state, &layout), 0);
         expected.fill({10, 20, 7, 5}, shown.colour);
         EXPECT_EQ(difference(drawing, expected), "");
     }
@@ -194,12 +194,12 @@ TEST(ToggleButton, IsHoveredFromItsFirstPixelToBeforeItsEnd) {
                 {{17, 22}, false}, {{12, 19}, false}, {{12, 25}, false}, {{0, 0}, false}};
     for (const auto &pointed : rows) {
         Drawing drawing(40, 40);
-        LayoutCursor cursor = {};
-        cursor.mouse = pointed.mouse;
+        Layout layout = {};
+        layout.mouse = pointed.mouse;
         ui_begin_frame();
         ui_release(MOUSE_LEFT, {});
         ui_press(MOUSE_LEFT, {});
-        EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &cursor), pointed.is_hovered)
+        EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), pointed.is_hovered)
             << pointed.mouse.x << ", " << pointed.mouse.y;
         EXPECT_EQ(drawing.at({12, 22}), pointed.is_hovered ? light_grey : grey);
         EXPECT_EQ(ui_went_down(MOUSE_LEFT), !pointed.is_hovered);
@@ -210,32 +210,32 @@ TEST(ToggleButton, TakesThePressAwayFromWhoeverComesNext) {
     SearchScope search;
     UiScope scope;
     Drawing drawing(40, 40);
-    LayoutCursor cursor = {};
-    cursor.mouse = {12, 22};
+    Layout layout = {};
+    layout.mouse = {12, 22};
     ui_press(MOUSE_LEFT, {});
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &cursor), 1);
+    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 1);
     EXPECT_EQ(search_state.results_dirty, 1);
-    EXPECT_EQ(cursor.click_consumed, 0); // that is the caller's to set
+    EXPECT_EQ(layout.click_consumed, 0); // the caller sets it
     EXPECT_FALSE(ui_went_down(MOUSE_LEFT));
     EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &cursor), 0);
+    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 0);
 }
 
 TEST(ToggleButton, LeavesAConsumedClickAHeldAndAnotherButtonAlone) {
     SearchScope search;
     UiScope scope;
     Drawing drawing(40, 40);
-    LayoutCursor cursor = {};
-    cursor.mouse = {12, 22};
-    cursor.click_consumed = 1;
+    Layout layout = {};
+    layout.mouse = {12, 22};
+    layout.click_consumed = 1;
     ui_press(MOUSE_LEFT, {});
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &cursor), 0);
+    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 0);
     EXPECT_TRUE(ui_went_down(MOUSE_LEFT));
-    cursor.click_consumed = 0;
+    layout.click_consumed = 0;
     ui_begin_frame(); // from here on the button is held
     ui_press(MOUSE_RIGHT, {});
     ui_press(MOUSE_MIDDLE, {});
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &cursor), 0);
+    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 0);
     EXPECT_TRUE(ui_went_down(MOUSE_RIGHT));
     EXPECT_EQ(search_state.results_dirty, 0);
 }
@@ -313,8 +313,8 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     expected.text(36, white(255), "abc");
     expected.fill({6, 19, 420, 1}, grey);
     EXPECT_EQ(difference(fields.drawing, expected), "");
-    EXPECT_EQ(fields.cursor.stop, 0);
-    EXPECT_EQ(fields.cursor.y, 27);
+    EXPECT_EQ(fields.layout.stop, 0);
+    EXPECT_EQ(fields.layout.y, 27);
     fields.click(&other, on_save);
     EXPECT_EQ(carets(), "{0,3}");
     input_field.focused_field = nullptr;
@@ -346,15 +346,15 @@ TEST(FieldWidget, NoTextLeavesItsRowDownwards) {
     }
 }
 
-TEST(FieldWidget, MovesTheLayoutCursorByARow) {
+TEST(FieldWidget, MovesTheLayoutByARow) {
     Fields fields;
     set_field(query, "a\nb\nc");
     fields.draw(query);
-    EXPECT_EQ(fields.cursor.y, 27);
-    EXPECT_EQ(fields.cursor.stop, 0);
-    EXPECT_EQ(fields.cursor.click_consumed, 0);
+    EXPECT_EQ(fields.layout.y, 27);
+    EXPECT_EQ(fields.layout.stop, 0);
+    EXPECT_EQ(fields.layout.click_consumed, 0);
     fields.draw_next(path);
-    EXPECT_EQ(fields.cursor.y, 50);
+    EXPECT_EQ(fields.layout.y, 50);
 }
 
 TEST(FieldWidget, FitsAnyFramebuffer) {
@@ -368,11 +368,11 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
         for (int32_t height : {0, 1, 4, 19, 27, 28, 44, 45, 46}) {
             Canvas canvas(width, height, ground);
             fields.begin({3, 3});
-            fields.cursor.width = width;
+            fields.layout.width = width;
             path_field.is_saved = 1;
-            field_widget(&canvas.framebuffer, str_from("Path: "), path, &fields.cursor);
+            field_widget(&canvas.framebuffer, str_from("Path: "), path, &fields.layout);
             // A row of the list begins above the lower edge.
-            EXPECT_EQ(fields.cursor.y, height <= 27 ? 27 : height <= 44 ? 44 : 61);
+            EXPECT_EQ(fields.layout.y, height <= 27 ? 27 : height <= 44 ? 44 : 61);
             for (int32_t i = 0; i < width * height; i++) {
                 ASSERT_EQ(canvas.framebuffer.pixels[i] >> 24, 255u);
             }
@@ -501,8 +501,8 @@ TEST(FieldCarets, ABoxOfLessThanThreePixelsIsBlendedTwiceAndOutlined) {
         set_field(query, "\x01");
         fields.focus(query, 0, 1);
         fields.begin(nowhere);
-        fields.cursor.font_size = 4 * (width - 1); // a control byte is a quarter wide and one
-        field_widget(&fields.drawing.framebuffer, {}, query, &fields.cursor);
+        fields.layout.font_size = 4 * (width - 1); // a control byte is a quarter wide and one
+        field_widget(&fields.drawing.framebuffer, {}, query, &fields.layout);
         Drawing expected;
         expected.fill(row, focused_ground);
         put_box(&expected, 6, 6 + width);
@@ -518,8 +518,8 @@ TEST(FieldCarets, ABoxOfLessThanThreePixelsHeightIsBlendedTwiceToo) {
         set_field(query, "\x01");
         fields.focus(query, 0, 1);
         fields.begin(nowhere);
-        fields.cursor.row_advance = height;
-        field_widget(&fields.drawing.framebuffer, {}, query, &fields.cursor);
+        fields.layout.row_advance = height;
+        field_widget(&fields.drawing.framebuffer, {}, query, &fields.layout);
         Drawing expected;
         expected.fill({6, 4, 420, height}, focused_ground);
         expected.blend({6, 4, 4, height}, 0x32FFFFFF);
@@ -624,8 +624,8 @@ TEST(FieldClick, ALeftClickSelectsAllAndClosesTheDropDown) {
     EXPECT_EQ(input_field.dropdown_open, 0);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
-    EXPECT_EQ(fields.cursor.click_consumed, 1);
-    EXPECT_EQ(fields.cursor.stop, 0);
+    EXPECT_EQ(fields.layout.click_consumed, 1);
+    EXPECT_EQ(fields.layout.stop, 0);
 }
 
 TEST(FieldClick, IsSeenInTheNextFrame) {
@@ -647,7 +647,7 @@ TEST(FieldClick, TypingThenReplacesTheText) {
     WindowEvent event = {};
     event.type = EVENT_CHAR;
     event.character.unit = 'x';
-    uint8_t handled, changed;
+    bool handled, changed;
     field_handle_key(query->text, &event, &handled, &changed);
     EXPECT_EQ(text_of(*query), "x");
 }
@@ -683,7 +683,7 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
         EXPECT_EQ(input_field.dropdown_open, clicked.is_open);
         EXPECT_EQ(carets(), clicked.carets);
         EXPECT_EQ(search_state.results_dirty, 0); // its release redraws: that is meant
-        EXPECT_EQ(fields.cursor.click_consumed, 1);
+        EXPECT_EQ(fields.layout.click_consumed, 1);
     }
 }
 
@@ -712,7 +712,7 @@ TEST(FieldClick, BesideTheRowAndWithAHeldOrMiddleButtonNothingHappens) {
     ui_begin_frame();
     fields.draw(path, on_row);
     EXPECT_EQ(input_field.focused_field, nullptr);
-    EXPECT_EQ(fields.cursor.click_consumed, 0);
+    EXPECT_EQ(fields.layout.click_consumed, 0);
 }
 
 TEST(FieldClick, IsOneActionOnly) {
@@ -720,7 +720,7 @@ TEST(FieldClick, IsOneActionOnly) {
     set_field(path, "abc");
     fields.begin(on_row);
     ui_press(MOUSE_LEFT, on_row);
-    fields.cursor.click_consumed = 1;
+    fields.layout.click_consumed = 1;
     fields.draw_next(path);
     EXPECT_EQ(input_field.focused_field, nullptr);
 
@@ -728,7 +728,7 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_begin_frame();
     fields.click(path, on_save);
     EXPECT_EQ(input_field.focused_field, nullptr);
-    EXPECT_EQ(fields.cursor.click_consumed, 1);
+    EXPECT_EQ(fields.layout.click_consumed, 1);
     EXPECT_EQ(entries_of(path_field.entries), "abc");
 
     // With both buttons at once on the save button only the text is saved.
@@ -765,7 +765,7 @@ TEST(SaveButton, AddsTheTextWritesTheFileAndMarksTheFocusedField) {
     EXPECT_EQ(query_field.is_saved, 1);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
-    EXPECT_EQ(fields.cursor.click_consumed, 1);
+    EXPECT_EQ(fields.layout.click_consumed, 1);
     EXPECT_EQ(carets(), "{0,6}");
 }
 
@@ -810,7 +810,7 @@ TEST(SaveButton, OfASavedTextChangesNothing) {
     fields.click(query, on_save);
     EXPECT_EQ(entries_of(query_field.entries), "one|(two)");
     EXPECT_EQ(fields.file("saved_queries.txt"), "none");
-    EXPECT_EQ(fields.cursor.click_consumed, 1);
+    EXPECT_EQ(fields.layout.click_consumed, 1);
 }
 
 TEST(SaveButton, OfASavedTextWithARemovedTwinWritesTheFile) {
@@ -943,8 +943,8 @@ TEST(DropDown, ShowsLiveAndRemovedEntriesInRowsBelowTheField) {
     expected.field("Path: ", "abc", 220, grey, true);
     put_entries(&expected, entries);
     EXPECT_EQ(difference(fields.drawing, expected), "");
-    EXPECT_EQ(fields.cursor.y, 27 + 3 * 17);
-    EXPECT_EQ(fields.cursor.stop, 1);
+    EXPECT_EQ(fields.layout.y, 27 + 3 * 17);
+    EXPECT_EQ(fields.layout.stop, 1);
 }
 
 TEST(DropDown, LightsTheRowAndTheButtonUnderTheMouse) {
@@ -975,18 +975,18 @@ TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     OpenPaths fields({"one"});
     set_entries(query, {"two"});
     fields.draw(path);
-    EXPECT_EQ(fields.cursor.stop, 1);
+    EXPECT_EQ(fields.layout.stop, 1);
     fields.draw(query);
-    EXPECT_EQ(fields.cursor.stop, 0);
+    EXPECT_EQ(fields.layout.stop, 0);
     input_field.dropdown_open = 0;
     fields.draw(path);
-    EXPECT_EQ(fields.cursor.stop, 0);
-    EXPECT_EQ(fields.cursor.y, 27);
+    EXPECT_EQ(fields.layout.stop, 0);
+    EXPECT_EQ(fields.layout.y, 27);
     input_field.dropdown_open = 1;
     empty_list(&path_field.entries);
     fields.draw(path);
-    EXPECT_EQ(fields.cursor.stop, 0);
-    EXPECT_EQ(fields.cursor.y, 27);
+    EXPECT_EQ(fields.layout.stop, 0);
+    EXPECT_EQ(fields.layout.y, 27);
 }
 
 TEST(DropDown, AButtonTurnsItsEntryAroundAndTellsWhatItWas) {
@@ -1038,8 +1038,8 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/two\r\nC:/one");
     EXPECT_EQ(carets(), "{0,6}");
     EXPECT_EQ(path_field.is_saved, 0);
-    EXPECT_EQ(fields.cursor.stop, 1); // the list was drawn: nothing else in this frame
-    EXPECT_EQ(fields.cursor.y, 27 + 2 * 17);
+    EXPECT_EQ(fields.layout.stop, 1); // the list was drawn: nothing else in this frame
+    EXPECT_EQ(fields.layout.y, 27 + 2 * 17);
 
     input_field.dropdown_open = 1;
     fields.click(path, on_entry(0));
@@ -1119,12 +1119,12 @@ TEST(DropDown, AClickOnTheFieldAboveClosesItInTheNextFrame) {
     for (uint16_t button : {MOUSE_LEFT, MOUSE_RIGHT}) {
         OpenPaths fields({"one"});
         fields.click(path, on_row, button);
-        EXPECT_EQ(fields.cursor.stop, 1);
+        EXPECT_EQ(fields.layout.stop, 1);
         EXPECT_EQ(input_field.dropdown_open, 0);
         EXPECT_EQ(input_field.focused_field, path);
         ui_begin_frame();
         fields.draw(path, on_row);
-        EXPECT_EQ(fields.cursor.stop, 0);
+        EXPECT_EQ(fields.layout.stop, 0);
     }
 }
 
@@ -1134,10 +1134,10 @@ TEST(DropDown, ARightClickOnSrcOpensItsOwn) {
     set_entries(query, {"hay", "needle"});
     fields.focus(path);
     fields.click(query, on_row, MOUSE_RIGHT);
-    EXPECT_EQ(fields.cursor.stop, 0);
+    EXPECT_EQ(fields.layout.stop, 0);
     ui_begin_frame();
     fields.draw(query, on_row);
-    EXPECT_EQ(fields.cursor.stop, 1);
+    EXPECT_EQ(fields.layout.stop, 1);
     fields.click(query, on_entry(0));
     EXPECT_EQ(text_of(*query), "hay");
     EXPECT_EQ(fields.file("saved_queries.txt"), "hay\r\nhay\r\nneedle");
@@ -1150,7 +1150,7 @@ TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
     OpenPaths fields(entries);
     fields.click(path, on_entry(5)); // the last one, of which 8 rows of pixels show
     EXPECT_EQ(text_of(*path), "entry");
-    EXPECT_EQ(fields.cursor.y, 27 + 6 * 17);
+    EXPECT_EQ(fields.layout.y, 27 + 6 * 17);
 
     set_field(path, "abc");
     input_field.dropdown_open = 1;

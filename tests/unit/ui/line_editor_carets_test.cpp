@@ -307,8 +307,7 @@ TEST(LineEditorReader, MayReadThroughEveryEdit) {
     thread = os_thread_start(read_path, nullptr);
     ASSERT_NE(thread, nullptr);
     const auto edit = [](WindowEvent event) {
-        uint8_t handled = 0;
-        uint8_t text_changed = 0;
+        bool handled, text_changed;
         field_handle_key(&search_state.path, &event, &handled, &text_changed);
     };
     for (uint32_t round = 0; round < 300 || passes < 300; round++) {

@@ -213,7 +213,7 @@ public:
     void apply(const Event &event) {
         HeapHookScope hook([&](uint64_t) { return !event.refused; });
         plain.has_memory = !event.refused;
-        reported = {77, 77};
+        reported = {true, true};
         switch (event.kind) {
         case KEY:
             apply_key(event.code, event.state);
@@ -295,8 +295,8 @@ private:
     StrBuf field = {};
     PlainEditor plain;
     struct {
-        uint8_t handled;
-        uint8_t text_changed;
+        bool handled;
+        bool text_changed;
     } reported = {};
 
     static void push_caret(PlainCaret plain_caret) {
