@@ -1,13 +1,12 @@
-// Every allocation of start-up, of a search, of a frame and of what the user does in one, refused: each
-// alone, and each with all that follow it. Whatever is refused, what is lost is what that memory was for, and
-// the program goes on.
+// Lets every allocation of start-up, of a search and of a frame with its input fail: each alone, and each
+// with all later ones. Only what the memory was for may be lost, and the program goes on.
 //
-// In a few places it does not go on, and that is meant: an array that has no storage cannot grow, and the
-// next push onto it never returns. never_ending_steps lists them with their reasons; each is shown never to
-// return, and the runs below leave out these steps and no others.
+// In a few places it intentionally does not: an array without storage cannot grow, and the next push onto it
+// never returns. never_ending_steps lists these steps with their reasons; a test shows that each never
+// returns, and the runs below leave out these steps and no others.
 //
-// Off Windows only: the list of what asks for memory is the system's own, and only here can a process be
-// copied to show that it never returns.
+// Not for Windows: the allocations differ from system to system, and only here can a process be copied to
+// show that it never returns.
 
 #include <gtest/gtest.h>
 
@@ -23,6 +22,7 @@
 #include "app/frame.h"
 #include "app/frame_scope.h"
 #include "app/input.h"
+#include "app/program_scope.h"
 #include "app/startup.h"
 #include "os/clipboard.h"
 #include "os/linux/clipboard.h"
@@ -38,7 +38,7 @@ namespace {
 Field *const path = &path_field;
 Field *const query = &query_field;
 
-// ---- Refusals ----
+// ---- Failing allocations ----
 
 enum Series {
     ALONE,
@@ -47,7 +47,7 @@ enum Series {
 constexpr Series both_series[] = {ALONE, WITH_ALL_LATER_ONES};
 constexpr uint64_t nothing = UINT64_MAX;
 
-// While it lives, the nth allocation is refused, counted from 0. Keeps the sizes asked for.
+// While it lives, the nth allocation fails, counted from 0. Keeps the requested sizes.
 class Refusal {
 public:
     Refusal(uint64_t nth, Series series)
@@ -67,14 +67,14 @@ std::string place(uint64_t nth, Series series) {
     return "allocation " + std::to_string(nth) + (series == ALONE ? " alone" : " and all later ones");
 }
 
-// Tells a reader of the test's output how much was tried.
+// Prints how much was tried.
 void report(const char *phase, uint64_t allocations, uint64_t runs, uint64_t left_out) {
     printf("%s: %llu allocations, %llu runs, %llu left out as never returning\n", phase,
            static_cast<unsigned long long>(allocations), static_cast<unsigned long long>(runs),
            static_cast<unsigned long long>(left_out));
 }
 
-// Whether an allocation of that size is among those that a run refuses.
+// Whether an allocation of that size is among those that fail in a run.
 bool refuses(const std::vector<uint64_t> &sizes, uint64_t nth, Series series, uint64_t size) {
     auto first = sizes.begin() + static_cast<int64_t>(nth);
     auto last = series == ALONE ? first + 1 : sizes.end();
@@ -86,7 +86,7 @@ void free_row_text() {
     row_text = {};
 }
 
-// A leak that is meant, for one run of many.
+// An intentional leak, in one run of many.
 class LeakIf {
 public:
     explicit LeakIf(bool leaks) : scope(leaks ? std::make_unique<LeakScope>() : nullptr) {}
@@ -101,7 +101,7 @@ private:
 
 namespace {
 
-// What start-up asks for, in its order, with a settings file, a font and both lists.
+// The allocations of start-up, in order, with a settings file, a font and both lists.
 enum StartAllocation : uint64_t {
     SCRATCH_DATA,
     SCRATCH_HEADER,
@@ -155,103 +155,37 @@ struct ProgramFolder {
     std::string searched = tree.path("searched");
 };
 
-// The whole program, from an empty process to the loop; what is left of it is given back at the end.
-struct StartedProgram {
-    StartedProgram() : first_settings(settings) {}
-    ~StartedProgram();
-    StartedProgram(const StartedProgram &) = delete;
-    StartedProgram &operator=(const StartedProgram &) = delete;
-
-    // As main does it, with another thread's share of it, the arena, in the end. Returns false when there is
+// The whole program, from an empty process to the loop.
+struct StartedProgram : ProgramScope {
+    // Starts it as main does, but with the worker's arena in place of the worker. Returns false when there is
     // no window.
-    bool start(const ProgramFolder &program);
-
-    Settings first_settings;
+    bool start(const ProgramFolder &program) {
+        scratch_create();
+        uint32_t monitor_count = 0;
+        const MonitorInfo *monitor = os_get_monitors(&monitor_count);
+        window =
+            os_window_create(300, 200, str_from("Tarnwick"), WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
+        if (!window) {
+            return false;
+        }
+        os_window_center(window, monitor);
+        os_window_show(window, 1);
+        os_set_event_callback(input_handle_event);
+        frame_clock_start(monitor->refresh_rate);
+        frame_clock.target_us = 1; // no sleep between frames
+        {
+            LeakScope unused_texts_stay;
+            startup_reserve_buffers();
+        }
+        startup_load(str_over(program.folder), str_from("tarnwick.exe -needle"));
+        startup_focus();
+        results_store_start_arena();
+        return true;
+    }
 };
 
-PlatformWindow *window;
-
-bool StartedProgram::start(const ProgramFolder &program) {
-    scratch_create();
-    uint32_t monitor_count = 0;
-    const MonitorInfo *monitor = os_get_monitors(&monitor_count);
-    window = os_window_create(300, 200, str_from("Tarnwick"), WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
-    if (!window) {
-        return false;
-    }
-    os_window_center(window, monitor);
-    os_window_show(window, 1);
-    os_set_event_callback(input_handle_event);
-    frame_clock_start(monitor->refresh_rate);
-    frame_clock.target_us = 1; // frames follow one another at once
-    {
-        LeakScope unused_texts_stay;
-        startup_reserve_buffers();
-    }
-    startup_load(str_over(program.folder), str_from("tarnwick.exe -needle"));
-    startup_focus();
-    results_store_start_arena();
-    return true;
-}
-
-void free_font() {
-    for (uint64_t i = 0; i < font.sizes.count; i++) {
-        SizedFont *sized = reinterpret_cast<SizedFont *>(font.sizes.data) + i;
-        os_free(sized->bitmaps.data);
-        os_free(sized->glyphs.data);
-    }
-    AppScope::forget_font();
-}
-
-void free_arena() {
-    StringArena &arena = results_store.arena;
-    for (uint64_t i = 0; i < arena.block_count; i++) {
-        os_free(arena.blocks[i].base);
-    }
-    if (arena.blocks != &arena.first_block) {
-        os_free(arena.blocks);
-    }
-    arena = {};
-}
-
-StartedProgram::~StartedProgram() {
-    os_set_event_callback(nullptr);
-    if (window) {
-        os_window_destroy(window);
-        os_free(window);
-        window = nullptr;
-    }
-    for (DynArray *list : {&path_field.entries, &query_field.entries}) {
-        empty_list(list);
-    }
-    for (DynArray *array :
-         {&results_store.file_table, &results_store.hit_table, &path_field.entries, &query_field.entries,
-          &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
-        os_free(array->data);
-        *array = {};
-    }
-    for (StrBuf *text : {path->text, query->text}) {
-        os_free(text->data);
-        *text = {};
-    }
-    if (scratch) {
-        os_free(scratch->data);
-        os_free(scratch);
-        scratch = nullptr;
-    }
-    free_font();
-    free_arena();
-    free_row_text();
-    os_free(ui_state.slots);
-    ui_state = {};
-    input_field = {};
-    os_file_free(&settings.file);
-    settings = first_settings;
-    saved_folder = {};
-    path->is_saved = path->is_unread = query->is_saved = query->is_unread = 0;
-    search_state.request_pending = 1;
-    search_state.results_dirty = 0;
-    search_state.interface_pass = 0;
+bool draws_frame() {
+    return frame_turn(ProgramScope::window);
 }
 
 std::string capacity_text(const char *name, uint64_t capacity) {
@@ -261,7 +195,7 @@ std::string capacity_text(const char *name, uint64_t capacity) {
 // The program as start-up leaves it.
 std::string started_state() {
     return capacity_text("scratch", scratch ? scratch->capacity : 0) +
-           capacity_text("pixels", window->framebuffer.pixels ? 1 : 0) + //
+           capacity_text("pixels", ProgramScope::window->framebuffer.pixels ? 1 : 0) + //
            capacity_text("path", path->text->capacity) + capacity_text("query", query->text->capacity) +
            capacity_text("files", results_store.file_table.capacity) +
            capacity_text("hits", results_store.hit_table.capacity) +
@@ -275,7 +209,7 @@ std::string started_state() {
            "carets " + carets() + "\n";
 }
 
-// The state that the rules state for a refusal.
+// The state that the rules require after a failed allocation.
 struct StartExpectation {
     uint64_t nth;
     Series series;
@@ -290,12 +224,12 @@ struct StartExpectation {
     bool has_scratch() const {
         return !lost(SCRATCH_DATA) && !lost(SCRATCH_HEADER);
     }
-    bool has_settings() const { // their path is a temporary string
+    bool has_settings() const { // their path is joined in the scratch arena
         return has_scratch() && !lost(SETTINGS_FILE);
     }
     bool has_font() const {
         if (series == ALONE && has_settings() && names_font) {
-            return true; // the default font is tried in place of the named one
+            return true; // the default font replaces the named one
         }
         return !lost(FONT_FILE) && !lost(FONT_SIZES);
     }
@@ -315,7 +249,7 @@ struct StartExpectation {
     }
     std::string state() const {
         return capacity_text("scratch", has_scratch() ? 1000000 : 0) +
-               capacity_text("pixels", series == ALONE || !lost(WINDOW_PIXELS)) + // found later
+               capacity_text("pixels", series == ALONE || !lost(WINDOW_PIXELS)) + // allocated later
                capacity_text("path", lost(PATH_TEXT) ? 0 : 1024) +
                capacity_text("query", lost(QUERY_TEXT) ? 0 : 1024) +
                capacity_text("files", lost(FILE_TABLE) ? 0 : 10000) +
@@ -342,17 +276,17 @@ void search(const std::string &path_text, const std::string &query_text) {
     search_worker_turn();
 }
 
-// The steps that follow start-up, each where it returns. Returns how many were left out.
+// The steps after start-up, except those that never return. Returns the number left out.
 uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation &expected) {
     uint64_t left_out = 0;
     if (expected.has_font()) {
-        headless_focus(window);
-        EXPECT_EQ(frame_turn(window), 1);
+        headless_focus(ProgramScope::window);
+        EXPECT_TRUE(draws_frame());
         headless_type('x');
-        EXPECT_EQ(frame_turn(window), 1);
+        EXPECT_TRUE(draws_frame());
         bool is_typed = !expected.lost(QUERY_TEXT) && !expected.lost(CARETS);
         EXPECT_EQ(text_of(*query), is_typed ? "x" : expected.query_text());
-        std::string file = "foo\r\nbar\r\nbaz"; // a list without storage leaves its file as it is
+        std::string file = "foo\r\nbar\r\nbaz"; // a list without storage does not write its file
         if (!expected.lost(SAVED_QUERIES)) {
             file = text_of(*query);
             for (uint64_t row = 0; row < query_field.entries.count; row++) {
@@ -365,7 +299,7 @@ uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation 
     }
     bool has_texts = !expected.lost(PATH_TEXT) && !expected.lost(QUERY_TEXT);
     bool has_arena = !expected.lost(ARENA);
-    // A search without a path does nothing, one without names reads nothing, so that nothing is stored.
+    // A search without a path does nothing, and one without an arena for names stores nothing.
     bool stores = has_texts && has_arena;
     if (stores && (expected.lost(FILE_TABLE) || expected.lost(HIT_TABLE))) {
         left_out++;
@@ -374,7 +308,7 @@ uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation 
         EXPECT_EQ(stored_rows(program.searched),
                   stores ? "files 1\nfile f.txt\nhit 1 3 2 a needle ...\n" : "files 0\n");
         if (expected.has_font()) {
-            EXPECT_EQ(frame_turn(window), 1);
+            EXPECT_TRUE(draws_frame());
         }
     }
     bool lists = has_texts || !expected.lost(PATH_TEXT);
@@ -383,12 +317,12 @@ uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation 
     } else {
         search(program.searched + "/ma", "needle");
         std::string names = has_arena ? "match match\nother other\n" : "";
-        if (lists && !has_arena) { // the rows are still there, by which name they match too
+        if (lists && !has_arena) { // the rows are there, without their names
             names = "match \nother \n";
         }
         EXPECT_EQ(sort_file_groups(stored_rows()), "files 0\n" + (lists ? names : ""));
         if (expected.has_font()) {
-            EXPECT_EQ(frame_turn(window), 1);
+            EXPECT_TRUE(draws_frame());
         }
     }
     return left_out;
@@ -398,10 +332,10 @@ void refuse_each_of_start_up(const char *phase, bool names_font) {
     ProgramFolder program(names_font ? settings_with_font : settings_without_font);
     uint64_t runs = 0, left_out = 0;
     for (Series series : both_series) {
-        for (uint64_t nth = 0; nth <= START_ALLOCATIONS; nth++) { // the last one: nothing is refused
+        for (uint64_t nth = 0; nth <= START_ALLOCATIONS; nth++) { // at last nothing fails
             SCOPED_TRACE(place(nth, series));
             program.put_lists();
-            // A font whose sizes have no memory is replaced as a whole, and its file stays.
+            // A font without memory for its sizes is replaced as a whole, and its file stays allocated.
             LeakIf replaced_font_stays(nth == FONT_SIZES);
             StartedProgram started;
             StartExpectation expected = {nth, series, names_font};
@@ -430,7 +364,7 @@ TEST(FaultsOfStartUp, LoseWhatTheMemoryWasForAndTheProgramGoesOn) {
     headless_set_time(0);
     os_init();
     {
-        ProgramFolder program(""); // the layer's own list of windows is made once for the process
+        ProgramFolder program(""); // allocates the list of windows, once per process
         StartedProgram started;
         ASSERT_TRUE(started.start(program));
     }
@@ -442,7 +376,7 @@ TEST(FaultsOfStartUp, LoseWhatTheMemoryWasForAndTheProgramGoesOn) {
 
 namespace {
 
-// The program after a start-up with one refusal, for a copy of this process.
+// For a copy of this process: the program after a start-up with one failed allocation.
 StartedProgram *copied_program;
 const ProgramFolder *copied_folder;
 
@@ -467,30 +401,30 @@ constexpr NeverEndingStep never_ending_steps[] = {
      "a font that is all zero has a list of sizes of capacity 0, and the first text asks for a size",
      [] {
          start_copy(FONT_SIZES);
-         frame_turn(window);
+         draws_frame();
      }},
-    {"a search that reads a file, when file_table was refused", "each file read is pushed onto it",
+    {"a search that reads a file, without memory for file_table", "each file read is pushed onto it",
      [] {
          start_copy(FILE_TABLE);
          search_contents_in_copy();
      }},
-    {"a search with a hit, when hit_table was refused", "the hit's header is pushed onto it",
+    {"a search with a hit, without memory for hit_table", "the hit's header is pushed onto it",
      [] {
          start_copy(HIT_TABLE);
          search_contents_in_copy();
      }},
-    {"a listing with a folder that matches, when matching_folders was refused", "it is pushed onto it",
+    {"a listing with a folder that matches, without memory for matching_folders", "it is pushed onto it",
      [] {
          start_copy(MATCHING_FOLDERS);
          list_folders_in_copy();
      }},
-    {"a listing with a folder that does not match, when other_folders was refused", "it is pushed onto it",
+    {"a listing with a folder that does not match, without memory for other_folders", "it is pushed onto it",
      [] {
          start_copy(OTHER_FOLDERS);
          list_folders_in_copy();
      }},
-    // Within or after a search; the runs of searches show each of theirs themselves.
-    {"another file, folder or hit after the growth of its table was refused",
+    // Within or after a search; the tests of searches check each of theirs themselves.
+    {"another file, folder or hit after the growth of its table has failed",
      "the table has been emptied and has capacity 0 from then on",
      [] {
          start_copy(nothing);
@@ -500,10 +434,10 @@ constexpr NeverEndingStep never_ending_steps[] = {
          HeapHookScope refuse_growth([](uint64_t size) { return size != 2 * sizeof(FileEntry); });
          search_contents_in_copy();
      }},
-    {"the next search after the growth of a table was refused", "likewise",
+    {"the next search after the growth of a table has failed", "likewise",
      [] {
          start_copy(nothing);
-         results_store.hit_table.capacity = 1; // the file's only hit finds no place behind its header
+         results_store.hit_table.capacity = 1; // no room for the file's only hit after its header
          {
              HeapHookScope refuse_growth([](uint64_t size) { return size != 2 * sizeof(ResultRecord); });
              search_contents_in_copy();
@@ -514,7 +448,7 @@ constexpr NeverEndingStep never_ending_steps[] = {
 
 } // namespace
 
-TEST(FaultsOfStartUp, StepsThatNeverReturnAreTheseAndThatIsMeant) {
+TEST(FaultsOfStartUp, StepsThatNeverReturnAreThese) {
     ProgramFolder program(settings_without_font);
     copied_folder = &program;
     StartedProgram started;
@@ -524,7 +458,7 @@ TEST(FaultsOfStartUp, StepsThatNeverReturnAreTheseAndThatIsMeant) {
     }
     EXPECT_FALSE(never_returns([] {
         start_copy(nothing);
-        frame_turn(window);
+        draws_frame();
         search_contents_in_copy();
         list_folders_in_copy();
     }));
@@ -540,7 +474,7 @@ TEST(FaultsOfStartUp, WithoutMemoryForItsRecordTheWorkerIsNotStartedAndNothingWa
     search_state.interface_pass = 0;
 }
 
-TEST(FaultsOfStartUp, TheProgramsOwnFolderIsLookedUpAgainWhenMemoryIsRefusedAtFirst) {
+TEST(FaultsOfStartUp, TheProgramsOwnFolderIsLookedUpAgainAfterAFailedAllocation) {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // in a process that has not looked it up yet
     EXPECT_EXIT(
         {
@@ -559,7 +493,7 @@ TEST(FaultsOfStartUp, TheProgramsOwnFolderIsLookedUpAgainWhenMemoryIsRefusedAtFi
 
 namespace {
 
-// The record that a listing of a folder begins with, with room for its entries.
+// Whether it is the record of a folder's listing, with room for its entries.
 bool is_listing(uint64_t size) {
     return size > 32768 && size < 33000;
 }
@@ -572,8 +506,8 @@ struct SearchedFile {
     int hits;
 };
 
-// Folders whose paths are of different lengths, and files of different sizes, so that a size tells whose it
-// is.
+// Folders whose paths have different lengths, and files of different sizes, so that an allocation's size
+// tells what it is for.
 const std::vector<SearchedFile> searched_files = {
     {"", "top.txt", 1000, 2},
     {"", "none.txt", 2000, 0},
@@ -597,11 +531,11 @@ uint64_t block_of(const SearchedFile &file) {
 
 enum SearchKind { CONTENTS, SUGGESTIONS };
 
-// Small tables and a small arena, so that all of them grow, and one by one.
+// Small tables and a small arena, so that each of them grows.
 struct SmallSearch {
     SmallSearch(const std::string &path_text, bool is_read) {
-        free_arena();
-        arena_init(&results_store.arena, 1800); // two of them hold the strings of a search, not one
+        ProgramScope::free_arena();
+        arena_init(&results_store.arena, 1800); // a search's strings take two blocks
         results_store.file_table.capacity = 2;
         results_store.hit_table.capacity = 4;
         results_store.matching_folders.capacity = 1;
@@ -620,7 +554,7 @@ struct SmallSearch {
     SearchScope scope;
 };
 
-// For a copy of this process, which takes no arguments.
+// Arguments of search_in_copy.
 struct {
     std::string path;
     bool is_read;
@@ -634,7 +568,7 @@ void search_in_copy() {
     search_worker_turn();
 }
 
-// The tables' storage as it grows.
+// Whether it is the new storage of a growing table.
 bool is_growth(uint64_t size, SearchKind kind) {
     for (uint64_t capacity : {2u, 4u, 8u, 16u, 32u}) {
         if (kind == CONTENTS ? size == capacity * sizeof(FileEntry) || size == capacity * sizeof(ResultRecord)
@@ -645,7 +579,7 @@ bool is_growth(uint64_t size, SearchKind kind) {
     return false;
 }
 
-// Rows without the groups of the files for which that holds; "files n" counts what is left.
+// Rows without the groups of the lost files; "files n" counts the others.
 std::string rows_without(const std::function<bool(const SearchedFile &)> &is_lost, const std::string &rows) {
     std::string kept;
     bool keeps = true;
@@ -665,8 +599,8 @@ std::string rows_without(const std::function<bool(const SearchedFile &)> &is_los
     return "files " + std::to_string(static_cast<int64_t>(searched_files.size()) - lost) + "\n" + kept;
 }
 
-// The rows behind the first line, each with as many texts emptied as memory was missing for, are a beginning
-// of all rows.
+// Whether the rows after the first line are the first of all rows, apart from texts that are empty for lack
+// of memory.
 bool is_beginning_with_gaps(const std::string &rows, const std::string &all) {
     size_t at = rows.find('\n') + 1, whole_at = all.find('\n') + 1;
     while (at < rows.size()) {
@@ -691,7 +625,7 @@ bool is_beginning_with_gaps(const std::string &rows, const std::string &all) {
     return true;
 }
 
-// Rows with their numbers alone.
+// Rows with only their numbers.
 std::string without_texts(const std::string &rows) {
     std::string numbers;
     for (size_t at = 0; at < rows.size();) {
@@ -710,7 +644,7 @@ std::string without_texts(const std::string &rows) {
 struct SearchTrace {
     std::string root;
     std::vector<uint64_t> sizes;   // of an undisturbed search
-    std::vector<std::string> rows; // stored when each was asked for
+    std::vector<std::string> rows; // stored at each allocation
     std::string all_rows;
 };
 
@@ -729,14 +663,14 @@ SearchTrace trace_search(const TestTree &tree, const std::string &path_text, boo
     return trace;
 }
 
-// What is stored when one allocation alone is refused; growths of tables, and what may leave gaps, apart.
+// The rows that are stored when one allocation alone fails, other than a table's growth or an arena block.
 std::string rows_expected(const SearchTrace &trace, SearchKind kind, uint64_t nth) {
     uint64_t size = trace.sizes[nth];
     if (kind == SUGGESTIONS) {
         return is_listing(size) ? "files 0\n" : trace.all_rows;
     }
     if (is_listing(size)) {
-        // The folder's files are not found. Its sub-folders are, by a listing of their own.
+        // The folder's files are not found. Its sub-folders are, as they are listed separately.
         uint64_t path_length = trace.sizes[nth + 1] - 1;
         return rows_without(
             [&](const SearchedFile &file) {
@@ -755,16 +689,16 @@ void refuse_each_of_search(const char *phase, const TestTree &tree, const std::s
         for (uint64_t nth = 0; nth < trace.sizes.size(); nth++) {
             SCOPED_TRACE(place(nth, series) + ", " + std::to_string(trace.sizes[nth]) + " bytes");
             uint64_t size = trace.sizes[nth];
-            bool follows_path = nth >= 2 && is_listing(trace.sizes[nth - 2]); // a listing that is cut to size
+            bool follows_path = nth >= 2 && is_listing(trace.sizes[nth - 2]); // a listing shrunk to its size
             bool grows = is_growth(size, kind) && !(kind == CONTENTS && follows_path);
             bool is_arena = size == 1800 || size == 2 * sizeof(ArenaBlock);
             growths += grows;
-            // A file that is being scanned goes on pushing hits when nothing can grow any more.
+            // A scan goes on pushing hits when nothing can grow any more.
             bool scan_goes_on = series == WITH_ALL_LATER_ONES && (is_arena || size == note_size);
             if (grows || scan_goes_on) {
                 in_copy = {path_text, is_read, nth, series};
                 if (never_returns(search_in_copy)) {
-                    left_out++; // another push follows, onto a table without storage
+                    left_out++; // it pushes onto a table without storage
                     continue;
                 }
             }
@@ -788,17 +722,17 @@ void refuse_each_of_search(const char *phase, const TestTree &tree, const std::s
                 ResultRecord hit;
                 FileEntry file;
                 EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0); // hits are rows only with their files
-                continue;                                         // what is searched for next never returns
+                continue;                                         // the next search never returns
             }
             std::string rows = stored_rows(tree.path());
             if (series == WITH_ALL_LATER_ONES || is_arena) {
                 EXPECT_TRUE(is_beginning_with_gaps(rows, trace.all_rows)) << rows;
-                EXPECT_GE(rows.size() + 220, trace.rows[nth].size()); // but for one row's gap nothing goes
+                EXPECT_GE(rows.size() + 220, trace.rows[nth].size()); // one row's text may be lost
             } else {
                 EXPECT_EQ(rows, rows_expected(trace, kind, nth));
                 files += rows != trace.all_rows;
             }
-            bool overwrites = results_store.arena.block_count > 1; // its first block, which is meant
+            bool overwrites = results_store.arena.block_count > 1; // its first block; intentional
             publish_request();
             search_worker_turn();
             std::string next_rows = stored_rows(tree.path());
@@ -811,7 +745,7 @@ void refuse_each_of_search(const char *phase, const TestTree &tree, const std::s
     EXPECT_GT(left_out, 0u);
     EXPECT_GT(listings, 0u);
     if (kind == CONTENTS) {
-        EXPECT_GE(arena_blocks, 2u); // the block and its row at least
+        EXPECT_GE(arena_blocks, 2u); // at least a block and its row
         EXPECT_EQ(files, 5u + 4u);   // each file, and the files of each folder
     }
 }
@@ -843,7 +777,7 @@ namespace {
 constexpr Size canvas_size = {400, 300};
 constexpr int32_t list_top = 50;
 
-// The interface as a test of one step finds it: glyphs made, two hits, completions, files of the lists.
+// The interface before a step: two hits, completions, and the lists' files.
 struct InterfaceScope : FrameScope {
     InterfaceScope() : canvas(canvas_size.width, canvas_size.height, 0xFF000000) {
         free_row_text();
@@ -857,17 +791,14 @@ struct InterfaceScope : FrameScope {
         saved_list_write(path);
         saved_list_write(query);
         put_results();
-        search_state.worker_pass = 1; // the texts' old storage is retired
+        search_state.worker_pass = 1; // so that the texts' old storage is retired
     }
     ~InterfaceScope() {
         search_state.worker_pass = search_state.worker_pass + 2;
         release_retired(&search_state.retired_text);
         search_state.worker_pass = 0;
-        os_clipboard_forget();
-        free_row_text();
-    }
-    static void os_clipboard_forget() {
         process_clipboard_clear();
+        free_row_text();
     }
     static void put_results() {
         put_folders({"project/"}, {"other"});
@@ -883,7 +814,7 @@ struct InterfaceScope : FrameScope {
     void draw(Point mouse = {-100, -100}) {
         frame_draw(&canvas.framebuffer, mouse);
     }
-    void warm() { // the glyphs, and the buffers of an earlier frame
+    void warm() { // makes the glyphs and buffers of an earlier frame
         begin();
         draw();
     }
@@ -926,8 +857,8 @@ void with_ctrl(uint16_t code) {
     ui_release(KEY_CTRL, {});
 }
 
-// What a step changes: each part is as it was before or as it is after an undisturbed one, or one of few
-// more.
+// What a step may change. After a failed allocation each part is as before the step, as after a step with
+// enough memory, or one of the step's own exceptions.
 using Parts = std::vector<std::string>;
 enum Part {
     PATH,
@@ -973,7 +904,7 @@ struct Step {
     const char *name;
     void (*prepare)(InterfaceScope *scope);
     void (*act)(InterfaceScope *scope);
-    std::vector<std::pair<Part, std::string>> also; // what else a part may be
+    std::vector<std::pair<Part, std::string>> also; // the exceptions
 };
 
 constexpr Point query_save_button = {395, 38};
@@ -1040,7 +971,7 @@ const std::vector<Step> steps = {
          scope->warm();
      },
      [](InterfaceScope *scope) { click_at(scope, MOUSE_LEFT, query_save_button); },
-     // The entry's text was refused, or the list's growth.
+     // Without memory for the entry's text, or for the list's growth.
      {{QUERY_ENTRIES,
        [] {
            std::string entries;
@@ -1154,8 +1085,8 @@ bool is_allowed(const Step &step, Part part, const std::string &value) {
     });
 }
 
-// A step that follows, with memory again: the text can be typed into, the file is the list's, a click runs
-// its command, and the picture is there.
+// The next step, with enough memory: typing changes the text, the file holds the list, and a click runs its
+// command.
 void go_on_after_step(InterfaceScope *scope) {
     search_state.request_pending = 0;
     input_field.dropdown_open = 0;
@@ -1165,7 +1096,7 @@ void go_on_after_step(InterfaceScope *scope) {
     type_unit('z');
     EXPECT_EQ(text_of(*query).substr(0, 1), "z");
     EXPECT_EQ(search_state.request_pending, 1);
-    if (query_field.entries.capacity > 0) { // one without storage leaves its file as it is
+    if (query_field.entries.capacity > 0) { // a list without storage does not write its file
         EXPECT_EQ(scope->file("saved_queries.txt"), plain_file(query));
     }
     recorded_commands.clear();
@@ -1202,7 +1133,7 @@ TEST(FaultsOfTheInterface, LoseWhatTheMemoryWasForAndTheNextStepWorks) {
             for (uint64_t nth = 0; nth < sizes.size(); nth++) {
                 SCOPED_TRACE(std::string(step.name) + ": " + place(nth, series) + ", " +
                              std::to_string(sizes[nth]) + " bytes");
-                // The texts of a list that could not grow stay, and a replaced text that found no note.
+                // Leaks the texts of a list that could not grow, and a replaced text without a note.
                 LeakIf texts_stay(refuses(sizes, nth, series, 256 * sizeof(SavedEntry)) ||
                                   refuses(sizes, nth, series, note_size));
                 InterfaceScope scope;
@@ -1228,5 +1159,5 @@ TEST(FaultsOfTheInterface, LoseWhatTheMemoryWasForAndTheNextStepWorks) {
         report(step.name, sizes.size(), runs, 0);
         changed_in_all += changed_pictures;
     }
-    EXPECT_GT(changed_in_all, 0u); // something is seen of a loss
+    EXPECT_GT(changed_in_all, 0u); // some losses show
 }

@@ -25,14 +25,14 @@ constexpr uint32_t ground = 0xFF1A1A1A, yellow = 0xFFFFFF00;
 constexpr Point nowhere = {-1000, -1000};
 constexpr uint32_t unpainted = 0xFF123456;
 
-// A frame's picture, compared with the one that is kept.
+// Compares a frame with the kept picture.
 void expect_frame(const std::string &name, Size size = {420, 160}, Point mouse = nowhere) {
     Canvas canvas(size.width, size.height, unpainted);
     frame_draw(&canvas.framebuffer, mouse);
     expect_picture(canvas.framebuffer, name);
 }
 
-// The columns of one row or the rows of one column that have a colour, as "first-last" runs.
+// Where a row or a column has a colour, as "first-last" runs.
 std::string runs(const Framebuffer &framebuffer, uint32_t colour, Point start, Point step) {
     std::string text;
     int32_t from = -1;
@@ -224,7 +224,7 @@ TEST(FramePicture, TheScrollBarAtTheTopInTheMiddleAndAtTheEnd) {
     FrameScope scope;
     set_field(path, "C:/src");
     set_field(query, "needle");
-    scope.put_hits(20); // of 15 pixels; 7 are seen
+    scope.put_hits(20); // of 15 pixels; 7 are visible
     const struct {
         const char *name;
         int32_t scroll;
@@ -237,7 +237,7 @@ TEST(FramePicture, TheScrollBarAtTheTopInTheMiddleAndAtTheEnd) {
 
 // ---- What is drawn where ----
 
-TEST(FrameDraw, AFramebufferOfNoSizeIsLeftAlone) {
+TEST(FrameDraw, DrawsNothingIntoAFramebufferOfNoSize) {
     FrameScope scope;
     set_field(path, "C:/src/ap");
     scope.focus(path, {{0, 4}});
@@ -287,13 +287,13 @@ TEST(FrameDraw, TheFieldsAreARowEachFromTheTop) {
 TEST(FrameDraw, FoldersAreRowsBelowTheFieldsMatchingOnesFirst) {
     FrameScope scope;
     scope.put_folders({"one", "two"}, {"three", "", "five"});
-    Str gone = {}; // without memory for its name
+    Str gone = {}; // out of memory for its name
     dynarray_push(&results_store.other_folders, sizeof(Str), &gone);
     scope.put_folders({}, {"seven"});
     Canvas drawn(200, 150, unpainted), plain(200, 150, unpainted);
     frame_draw(&drawn.framebuffer, nowhere);
     results_store.other_folders.count = 0;
-    results_store.matching_folders.count = 1; // of which the fields show something too
+    results_store.matching_folders.count = 1; // the fields show its completion
     frame_draw(&plain.framebuffer, nowhere);
     fill_rect(&plain.framebuffer, {0, 0, 200, 150}, {0, 50, 200, 100}, ground);
     const struct {
@@ -343,11 +343,11 @@ TEST(FrameDraw, TheBusyFrameStaysOffTheFieldsOfALowWindow) {
     EXPECT_EQ(column_runs(canvas.framebuffer, yellow, 100), "50-50");
 }
 
-TEST(FrameDraw, TheScrollBarShowsThePlaceAmongAllResults) {
+TEST(FrameDraw, TheScrollBarShowsTheScrolledPlace) {
     const struct {
         int hits;
         int32_t scroll;
-        const char *outline, *thumb; // rows of its left edge and of what is inside
+        const char *outline, *thumb; // rows of its left edge and of its inside
     } rows[] = {
         // The list is 100 high and a row 15, so 7 rows fill it.
         {0, 0, "", ""},
@@ -355,7 +355,7 @@ TEST(FrameDraw, TheScrollBarShowsThePlaceAmongAllResults) {
         {7, 0, "50-144", "51-143"},
         {10, 0, "50-115", "51-114"},
         {10, 1, "60-125", "61-124"},
-        {10, 4, "90-149", "91-148"}, // shorter, as fewer rows are left than the list has room for
+        {10, 4, "90-149", "91-148"}, // shorter, as fewer hits are left than fill the list
         {10, 8, "130-149", "131-148"},
         {10, 10, "130-149", "131-148"},
         {10, 429496730, "130-149", "131-148"},
@@ -384,7 +384,7 @@ TEST(FrameDraw, TheScrollBarShowsThePlaceAmongAllResults) {
     }
 }
 
-TEST(FrameDraw, TheScrollBarIsDrawnWhenTheResultsJustFillTheList) {
+TEST(FrameDraw, TheScrollBarIsDrawnOnceTheHitsFillTheList) {
     FrameScope scope;
     scope.use_sizes(14, 20, 15);
     scope.put_hits(5);
@@ -430,7 +430,7 @@ TEST(FrameDraw, WithoutAListAreaThereIsNoScrollBar) {
         frame_draw(&canvas.framebuffer, nowhere);
         EXPECT_EQ(count_of(canvas.framebuffer, 0xFFA0A0A0), 0u);
     }
-    results_store.hit_table.count = 0; // and nothing to divide by
+    results_store.hit_table.count = 0; // no division by 0
     Canvas canvas(200, 50, unpainted);
     frame_draw(&canvas.framebuffer, nowhere);
     EXPECT_EQ(count_of(canvas.framebuffer, 0xFFA0A0A0), 0u);
@@ -452,7 +452,7 @@ TEST(FrameDraw, AnOpenDropDownLeavesTheRestUndrawn) {
     EXPECT_EQ(column_runs(canvas.framebuffer, ground, 150), "0-3 27-99");
     EXPECT_EQ(column_runs(canvas.framebuffer, ground, 195), "0-3 27-99");
 
-    empty_list(&path_field.entries); // an open one without entries covers nothing
+    empty_list(&path_field.entries); // without entries it covers nothing
     frame_draw(&canvas.framebuffer, nowhere);
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19 42-42");
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 189), "6-24 29-47 50-99");
@@ -491,7 +491,7 @@ TEST(FrameDraw, ARightClickGoesFromSrcsDropDownToPaths) {
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19");
 }
 
-TEST(FrameDraw, AClickOnOneFieldIsNoneOnTheOther) {
+TEST(FrameDraw, AClickOnAFieldFocusesThatField) {
     FrameScope scope;
     set_field(path, "abc");
     Canvas canvas(200, 100, unpainted);
@@ -508,7 +508,7 @@ TEST(FrameDraw, AClickOnOneFieldIsNoneOnTheOther) {
 
 // ---- The clock ----
 
-TEST(FrameTime, FollowsTheMonitorWith30HertzAtLeast) {
+TEST(FrameTime, IsOfTheMonitorsRateOr30Hertz) {
     const struct {
         int32_t rate;
         int64_t us;
@@ -538,30 +538,28 @@ TEST(FrameTime, CountsFromTheStartOfTheClock) {
 
 // ---- The loop ----
 
-// The linker hands every call of os_sleep_ms to the first of these; the second is the real one.
-extern "C" void __wrap__Z11os_sleep_msj(uint32_t ms);
-extern "C" void __real__Z11os_sleep_msj(uint32_t ms);
-
 namespace {
 
-std::vector<uint32_t> *asked_sleeps; // while it is there, nobody sleeps
-int64_t ticks_slept;                 // what the next of them lasts, and the one behind it takes back
+// Replaces the loop's sleeps while it lives.
+struct NoSleeps {
+    static inline std::vector<uint32_t> asked_ms;
+    static inline int64_t ticks; // that the next sleep pretends to last, and the one after takes back
 
-} // namespace
-
-void __wrap__Z11os_sleep_msj(uint32_t ms) {
-    if (asked_sleeps) {
-        asked_sleeps->push_back(ms);
-        frame_clock.frame_start_ticks -= ticks_slept;
-        ticks_slept = -ticks_slept;
-    } else {
-        __real__Z11os_sleep_msj(ms);
+    explicit NoSleeps(int64_t first_lasts = 0) {
+        asked_ms.clear();
+        ticks = first_lasts;
+        frame_sleep_us = [](int64_t us) {
+            asked_ms.push_back(sleep_ms_from_us(us));
+            frame_clock.frame_start_ticks -= ticks;
+            ticks = -ticks;
+        };
     }
-}
+    ~NoSleeps() {
+        frame_sleep_us = os_sleep_us;
+    }
+};
 
-namespace {
-
-// The program's window off the screen, shown and at rest, with frames that last no time.
+// The program's window, shown and idle, with frames that take no time.
 struct Loop : FrameScope {
     PlatformWindow *window;
     bool is_open = true;
@@ -590,7 +588,7 @@ struct Loop : FrameScope {
         return headless_view(window)->presented;
     }
 
-    // How many of that many turns drew and presented a frame.
+    // How many of that number of turns drew and presented a frame.
     uint64_t frames_in(int turns) const {
         uint64_t drawn = frame_clock.drawn_count;
         uint32_t shown = presented();
@@ -605,13 +603,13 @@ struct Loop : FrameScope {
         return {window->client_position.x + client.x, window->client_position.y + client.y};
     }
 
-    // Points there; the motion that enters the window does not count.
+    // Twice, as a motion into the window is no move.
     void point_at(Point client) const {
         headless_move_pointer(on_screen(client));
         headless_move_pointer(on_screen(client));
     }
 
-    // Whether the window shows what frame_draw draws with the pointer at that place in the client area.
+    // Whether the window shows what frame_draw draws with the pointer there in the client area.
     bool shows_frame(Size size, Point mouse = nowhere) const {
         Canvas canvas(size.width, size.height, unpainted);
         frame_draw(&canvas.framebuffer, mouse);
@@ -633,7 +631,7 @@ TEST(FrameLoop, TheShownWindowIsDrawn) {
 
 TEST(FrameLoop, AnIdleSecondDrawsAndPresentsNothing) {
     Loop loop;
-    search_state.search_busy = 1; // not even while the worker has found nothing yet
+    search_state.search_busy = 1; // not even during a search, before its first hit
     EXPECT_EQ(loop.frames_in(144), 0u);
 }
 
@@ -668,13 +666,13 @@ TEST(FrameLoop, AKeyPressCostsOneRedraw) {
     headless_type('x');
     EXPECT_EQ(loop.frames_in(1), 1u);
     EXPECT_EQ(text_of(*query), "x");
-    EXPECT_EQ(search_state.results_dirty, 0); // the edit's own wish is met by the same frame
+    EXPECT_EQ(search_state.results_dirty, 0); // the same frame shows the edit
     EXPECT_EQ(loop.frames_in(10), 0u);
     headless_release_key('X');
     EXPECT_EQ(loop.frames_in(10), 1u);
 }
 
-TEST(FrameLoop, ALeftClickIsSeenInTheSecondFrame) {
+TEST(FrameLoop, ALeftClickShowsInASecondFrame) {
     Loop loop;
     set_field(path, "C:/src");
     loop.point_at({200, 10});
@@ -687,7 +685,7 @@ TEST(FrameLoop, ALeftClickIsSeenInTheSecondFrame) {
     EXPECT_EQ(loop.frames_in(10), 1u);
 }
 
-TEST(FrameLoop, ARightClickIsSeenWithItsRelease) {
+TEST(FrameLoop, ARightClickShowsWithItsRelease) {
     Loop loop;
     loop.point_at({200, 10});
     loop.frames_in(1);
@@ -753,7 +751,7 @@ struct ListLoop : Loop {
 
 } // namespace
 
-TEST(FrameLoop, AClickAfterAMotionFromOutsideHitsTheRowThatItIsOn) {
+TEST(FrameLoop, AClickAfterAMotionFromOutsideRunsTheHitUnderIt) {
     ListLoop loop;
     headless_move_pointer({-5000, -5000});
     loop.frames_in(1);
@@ -764,7 +762,7 @@ TEST(FrameLoop, AClickAfterAMotionFromOutsideHitsTheRowThatItIsOn) {
     EXPECT_EQ(ListLoop::commands(), "left 6");
 }
 
-TEST(FrameLoop, AClickHitsTheRowThatWasThereWhateverFollowsIt) {
+TEST(FrameLoop, AClickRunsTheHitUnderItWhateverFollows) {
     void (*const followers[])(const ListLoop &) = {
         [](const ListLoop &loop) { headless_move_pointer(loop.on_screen(ListLoop::on_line(6))); },
         [](const ListLoop &) { headless_turn_wheel(-120); },
@@ -780,7 +778,7 @@ TEST(FrameLoop, AClickHitsTheRowThatWasThereWhateverFollowsIt) {
     }
 }
 
-TEST(FrameLoop, TheFrameAfterAClickShowsWhatFollowedIt) {
+TEST(FrameLoop, TheFrameAfterAClickShowsTheEventsAfterIt) {
     ListLoop loop;
     headless_press(MOUSE_LEFT);
     headless_move_pointer(loop.on_screen(ListLoop::on_line(6)));
@@ -832,7 +830,7 @@ TEST(FrameLoop, TheWheelScrollsTheHits) {
     EXPECT_TRUE(loop.shows_frame({400, 200}));
 }
 
-TEST(FrameLoop, TheMouseIsWhereTheClientAreaHasIt) {
+TEST(FrameLoop, TheMouseIsRelativeToTheClientArea) {
     Loop loop;
     headless_drag_to(loop.window, {300, 70});
     loop.frames_in(1);
@@ -854,7 +852,7 @@ TEST(FrameLoop, ClosingEndsItAtOnceAlsoWhileBusy) {
         EXPECT_EQ(frame_turn(loop.window), 0);
         EXPECT_EQ(frame_clock.drawn_count, drawn);
         EXPECT_EQ(search_state.results_dirty, 1);
-        EXPECT_EQ(headless_cursor(), CURSOR_WAIT); // nobody's any more
+        EXPECT_EQ(headless_cursor(), CURSOR_WAIT); // not set any more
         EXPECT_EQ(frame_turn(loop.window), 0);
     }
 }
@@ -897,7 +895,7 @@ TEST(FrameLoop, TheCursorIsAnArrowInsideTheClientAreaEdgesIncluded) {
     };
     Loop loop;
     loop.point_at({200, 100});
-    headless_press(MOUSE_LEFT); // holds the pointer, so the window is told where it is outside as well
+    headless_press(MOUSE_LEFT); // captures the mouse, so motions outside are reported too
     loop.frames_in(3);
     for (const auto &pointed : rows) {
         os_set_cursor(CURSOR_WAIT);
@@ -917,7 +915,7 @@ TEST(FrameLoop, TheCursorIsTheSystemsOnceThePointerHasLeft) {
     Loop loop;
     loop.point_at({399, 100});
     loop.frames_in(1);
-    headless_move_pointer(loop.on_screen({404, 100})); // onto the frame, of which no motion tells
+    headless_move_pointer(loop.on_screen({404, 100})); // onto the window's frame, which reports no motion
     os_set_cursor(CURSOR_SIZE_WEST_EAST);
     loop.frames_in(3);
     EXPECT_EQ(headless_cursor(), CURSOR_SIZE_WEST_EAST);
@@ -928,7 +926,7 @@ TEST(FrameLoop, TheCursorIsTheSystemsOnceThePointerHasLeft) {
 
 namespace {
 
-// The program's frames while the system runs its own loop, as main sets them up.
+// With frames drawn while the system runs its own loop, as main sets it up.
 struct HeldLoop : ListLoop {
     HeldLoop() {
         os_set_frame_callback(frame_in_system_loop, 1);
@@ -943,7 +941,7 @@ struct HeldLoop : ListLoop {
 TEST(FrameLoop, FramesAreDrawnWhileTheTitleBarIsHeld) {
     HeldLoop loop;
     headless_move_pointer({-5000, -5000});
-    ui_pointer_moved({-5000, -5000}); // so no row is under it wherever the window is
+    ui_pointer_moved({-5000, -5000}); // over no row, wherever the window is
     loop.frames_in(1);
     uint32_t pass = search_state.interface_pass;
     headless_hold_title(loop.window);
@@ -952,7 +950,7 @@ TEST(FrameLoop, FramesAreDrawnWhileTheTitleBarIsHeld) {
     headless_drag_size(loop.window, {500, 300});
     uint32_t shown = loop.presented();
     EXPECT_EQ(frame_turn(loop.window), 1);
-    // One after each message, one more for the new size, and the turn's own.
+    // One after each message, another for the new size, and the turn's own.
     EXPECT_EQ(loop.presented() - shown, 5u);
     EXPECT_EQ(search_state.interface_pass - pass, 5u);
     EXPECT_TRUE(loop.shows_frame({500, 300}));
@@ -975,7 +973,7 @@ TEST(FrameLoop, TheCursorIsTheSystemsWhileTheTitleBarIsHeld) {
     EXPECT_EQ(headless_cursor(), CURSOR_ARROW);
 }
 
-TEST(FrameLoop, AFrameOfTheSystemsLoopIsDrawnWithinThePumpOnly) {
+TEST(FrameLoop, TheSystemsLoopDrawsFramesOnlyWithinThePump) {
     HeldLoop loop;
     uint64_t drawn = frame_clock.drawn_count;
     frame_in_system_loop(loop.window);
@@ -1020,7 +1018,7 @@ TEST(FrameLoop, EachTurnCountsAPassAndEmptiesTheScratchArena) {
 
 TEST(FrameLoop, TextStorageIsFreedOnceTheWorkerHasTurnedTwice) {
     Loop loop;
-    search_state.worker_pass = 5; // a worker that reads the texts
+    search_state.worker_pass = 5; // there is a worker that reads the texts
     retire_block(&search_state.retired_text, os_alloc(16));
     for (uint32_t pass = 5; pass <= 6; pass++) {
         search_state.worker_pass = pass;
@@ -1033,7 +1031,7 @@ TEST(FrameLoop, TextStorageIsFreedOnceTheWorkerHasTurnedTwice) {
     search_state.worker_pass = 0;
 }
 
-TEST(FrameLoop, AKeyWentDownForOneTurnOnly) {
+TEST(FrameLoop, AKeyGoesDownInOneTurnOnly) {
     Loop loop;
     headless_press_key('K');
     loop.frames_in(1);
@@ -1057,12 +1055,11 @@ TEST(FrameLoop, ATurnLastsTheWholeMillisecondsOfTheFramesTime) {
 
 TEST(FrameLoop, LessThanAMillisecondIsNotSlept) {
     Loop loop(30);
-    std::vector<uint32_t> sleeps; // as each ends at once, the time that is left goes down to the last one
-    asked_sleeps = &sleeps;
-    while (sleeps.empty()) { // a turn that takes its whole time by itself sleeps not at all
+    NoSleeps none; // each ends at once, so the turn goes on asking until less than 1 ms is left
+    const std::vector<uint32_t> &sleeps = NoSleeps::asked_ms;
+    while (sleeps.empty()) { // a turn that takes its whole time does not sleep
         loop.frames_in(1);
     }
-    asked_sleeps = nullptr;
     EXPECT_LE(*std::max_element(sleeps.begin(), sleeps.end()), 33u);
     EXPECT_GE(*std::min_element(sleeps.begin(), sleeps.end()), 1u);
     EXPECT_TRUE(std::is_sorted(sleeps.rbegin(), sleeps.rend()));
@@ -1070,23 +1067,20 @@ TEST(FrameLoop, LessThanAMillisecondIsNotSlept) {
 
 TEST(FrameLoop, AMachineThatSleptForDaysIsNotWaitedFor) {
     Loop loop(30);
-    std::vector<uint32_t> sleeps;
-    asked_sleeps = &sleeps;
-    ticks_slept = 10000000000000; // their microseconds overflow, to less than none
-    EXPECT_LT(os_ticks_to_us(ticks_slept), -1000000);
-    while (sleeps.empty()) {
+    constexpr int64_t days = 10000000000000; // ticks; their microseconds overflow to a negative number
+    EXPECT_LT(os_ticks_to_us(days), -1000000);
+    NoSleeps none(days);
+    while (NoSleeps::asked_ms.empty()) {
         loop.frames_in(1);
     }
-    asked_sleeps = nullptr;
-    ticks_slept = 0;
-    EXPECT_EQ(sleeps.size(), 1u);
+    EXPECT_EQ(NoSleeps::asked_ms.size(), 1u);
 }
 
 TEST(FrameLoop, TheClockAddsUpTheFrames) {
     Loop loop;
     int64_t total = frame_clock.total_us;
     for (int i = 0; i < 5; i++) {
-        frame_clock.frame_start_ticks -= 12345678; // a frame that lasted so long, with parts of milliseconds
+        frame_clock.frame_start_ticks -= 12345678; // a frame's length that is not whole milliseconds
         loop.frames_in(1);
         EXPECT_GE(frame_clock.last_us, os_ticks_to_us(12345678));
         total += frame_clock.last_us;

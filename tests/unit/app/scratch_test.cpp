@@ -3,27 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "app/app_scope.h"
 #include "support/heap_hook.h"
 
-TEST(Scratch, IsABlockOf1000000BytesAndAHeaderOfItsOwn) {
-    std::vector<uint64_t> sizes;
-    HeapHookScope hook([&](uint64_t size) {
-        sizes.push_back(size);
-        return true;
-    });
-    scratch_create();
-    EXPECT_EQ(sizes, (std::vector<uint64_t>{1000000, sizeof(Scratch)}));
-    EXPECT_EQ(scratch->capacity, 1000000u);
-    EXPECT_EQ(scratch->used, 0u);
-    os_free(scratch->data);
-    os_free(scratch);
-    scratch = nullptr;
-}
-
-TEST(Scratch, JoinsTwoTextsWithAZeroBehindThem) {
+TEST(Scratch, JoinsTwoTextsWithAZeroAfterThem) {
     AppScope app;
     Str text = scratch_join(str_from("C:/Tools/"), str_from("x.ttf"));
     EXPECT_EQ(to_string(text), "C:/Tools/x.ttf");
@@ -35,7 +19,7 @@ TEST(Scratch, JoinsTwoTextsWithAZeroBehindThem) {
     EXPECT_EQ(scratch->used, 16u);
 }
 
-TEST(Scratch, GivesAnEmptyTextWhenItIsFullAndIsAsNewWhenEmptied) {
+TEST(Scratch, Holds1000000BytesUntilItIsEmptied) {
     AppScope app;
     std::string half(499999, 'x');
     EXPECT_EQ(scratch_join(str_over(half), {}).count, 499999u);
@@ -48,13 +32,13 @@ TEST(Scratch, GivesAnEmptyTextWhenItIsFullAndIsAsNewWhenEmptied) {
     scratch_empty();
     Str text = scratch_join(str_from("a"), str_from("b"));
     EXPECT_EQ(to_string(text), "ab");
-    EXPECT_EQ(text.data[2], 0); // over what was there before
+    EXPECT_EQ(text.data[2], 0); // over the old bytes
 }
 
 TEST(Scratch, WithoutMemoryForOneOfItsPartsEveryTextIsEmpty) {
-    for (uint64_t refused : {uint64_t{1000000}, uint64_t{sizeof(Scratch)}}) {
+    for (uint64_t failing : {uint64_t{1000000}, uint64_t{sizeof(Scratch)}}) {
         {
-            HeapHookScope hook([&](uint64_t size) { return size != refused; });
+            HeapHookScope hook([&](uint64_t size) { return size != failing; });
             scratch_create();
         }
         if (scratch) {

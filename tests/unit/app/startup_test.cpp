@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "app/app_scope.h"
+#include "app/program_scope.h"
 #include "render/font_scope.h"
 #include "search/results_store.h"
 #include "support/heap_hook.h"
@@ -14,36 +14,21 @@
 
 namespace {
 
-// Frees what startup_reserve_buffers reserves, but for the two texts that nothing uses.
-void free_buffers() {
-    for (StrBuf *text : {&search_state.path, &search_state.query}) {
-        os_free(text->data);
-        *text = {};
-    }
-    for (DynArray *array :
-         {&results_store.file_table, &results_store.hit_table, &path_field.entries, &query_field.entries,
-          &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
-        os_free(array->data);
-        *array = {};
-    }
+const std::vector<uint64_t> all_capacities = {1024, 1024, 10000, 100000, 128, 128, 128, 128, 16};
+
+std::vector<uint64_t> capacities() {
+    return {search_state.path.capacity,
+            search_state.query.capacity,
+            results_store.file_table.capacity,
+            results_store.hit_table.capacity,
+            path_field.entries.capacity,
+            query_field.entries.capacity,
+            results_store.matching_folders.capacity,
+            results_store.other_folders.capacity,
+            input_field.caret_list.capacity};
 }
 
-// Sizes in bytes, in the order in which they are asked for.
-const std::vector<uint64_t> buffer_sizes = {
-    1024 + 1,    // the path
-    1024 + 1,    // the query
-    128 + 1,     // two texts that nothing uses
-    128 + 1,     //
-    10000 * 32,  // files
-    100000 * 40, // hits
-    128 * 32,    // saved paths
-    128 * 32,    // saved queries
-    128 * 16,    // matching folders
-    128 * 16,    // other folders
-    16 * 8,      // carets
-};
-
-// A folder as it lies beside the program: settings, default font, both lists.
+// The program's folder: settings, default font, both lists.
 class ProgramFolder {
 public:
     explicit ProgramFolder(const std::string &settings_file) {
@@ -69,58 +54,34 @@ public:
 
 } // namespace
 
-TEST(StartupBuffers, AreReservedInTheirOrder) {
+TEST(StartupBuffers, HaveTheirCapacitiesAndEmptyTexts) {
     LeakScope unused_texts_stay;
-    std::vector<uint64_t> sizes;
-    {
-        HeapHookScope hook([&](uint64_t size) {
-            sizes.push_back(size);
-            return true;
-        });
-        startup_reserve_buffers();
-    }
-    EXPECT_EQ(sizes, buffer_sizes);
+    startup_reserve_buffers();
+    EXPECT_EQ(capacities(), all_capacities);
     for (const StrBuf *text : {&search_state.path, &search_state.query}) {
         EXPECT_EQ(text->count, 0u);
-        EXPECT_EQ(text->capacity, 1024u);
         EXPECT_EQ(text->data[0], 0);
     }
-    EXPECT_EQ(results_store.file_table.capacity, 10000u);
-    EXPECT_EQ(results_store.hit_table.capacity, 100000u);
-    for (const DynArray *array : {&path_field.entries, &query_field.entries, &results_store.matching_folders,
-                                  &results_store.other_folders}) {
-        EXPECT_EQ(array->count, 0u);
-        EXPECT_EQ(array->capacity, 128u);
-    }
-    EXPECT_EQ(input_field.caret_list.capacity, 16u);
     free_buffers();
 }
 
-TEST(StartupBuffers, ARefusedOneHasCapacityZeroAndTheOthersAreThere) {
+TEST(StartupBuffers, OneWithoutMemoryHasCapacityZeroAndTheOthersAreThere) {
     LeakScope unused_texts_stay;
-    for (size_t refused = 0; refused < buffer_sizes.size(); refused++) {
-        size_t asked = 0;
+    size_t lost = 0;
+    for (size_t failing = 0, asked = 0; failing <= asked; failing++) {
+        asked = 0;
         {
-            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            HeapHookScope hook([&](uint64_t) { return asked++ != failing; });
             startup_reserve_buffers();
         }
-        EXPECT_EQ(asked, buffer_sizes.size());
-        const uint64_t capacities[] = {search_state.path.capacity,
-                                       search_state.query.capacity,
-                                       128,
-                                       128,
-                                       results_store.file_table.capacity,
-                                       results_store.hit_table.capacity,
-                                       path_field.entries.capacity,
-                                       query_field.entries.capacity,
-                                       results_store.matching_folders.capacity,
-                                       results_store.other_folders.capacity,
-                                       input_field.caret_list.capacity};
-        for (size_t i = 0; i < buffer_sizes.size(); i++) {
-            EXPECT_EQ(capacities[i] == 0, i == refused && i != 2 && i != 3) << i;
+        std::vector<uint64_t> expected = all_capacities;
+        if (lost < expected.size() && capacities()[lost] == 0) { // not so for the texts that nothing uses
+            expected[lost++] = 0;
         }
+        EXPECT_EQ(capacities(), expected);
         free_buffers();
     }
+    EXPECT_EQ(lost, all_capacities.size());
 }
 
 TEST(Startup, ReadsSettingsFontAndBothLists) {
@@ -133,7 +94,7 @@ TEST(Startup, ReadsSettingsFontAndBothLists) {
     EXPECT_EQ(to_string(saved_folder), program.folder);
 }
 
-TEST(Startup, TheCommandLinePrevailsOverTheRememberedTexts) {
+TEST(Startup, TheCommandLineReplacesTheRememberedTexts) {
     AppScope app;
     ProgramFolder program("");
     EXPECT_EQ(program.after("\"C:\\tarnwick.exe\" \"D:\\code\" -needle text"),
@@ -202,10 +163,10 @@ TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
     EXPECT_EQ(field_carets()[0].anchor, 0);
     EXPECT_EQ(field_carets()[0].caret, 3);
     EXPECT_EQ(query_field.is_saved, 1);
-    EXPECT_EQ(path_field.is_saved, 0); // though the path is a saved one: only the focused field is marked
+    EXPECT_EQ(path_field.is_saved, 0); // although the path is saved: only the focused field is marked
 }
 
-TEST(Startup, AListThatWasRefusedTakesNoEntriesAndKeepsItsFile) {
+TEST(Startup, AListWithoutMemoryTakesNoEntriesAndKeepsItsFile) {
     AppScope app;
     ProgramFolder program("");
     os_free(path_field.entries.data);
@@ -217,39 +178,21 @@ TEST(Startup, AListThatWasRefusedTakesNoEntriesAndKeepsItsFile) {
     EXPECT_EQ(bytes_of(program.tree.native("saved_paths.txt")), "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
 }
 
-TEST(Startup, LoadsThePathsBeforeTheQueries) {
-    AppScope app;
-    ProgramFolder program("");
-    program.tree.file("saved_paths.txt", "\n" + std::string(1000, 'p') + "\n");
-    program.tree.file("saved_queries.txt", "\n" + std::string(3000, 'q') + "\n");
-    std::vector<uint64_t> entries; // the storage of an entry's text is a power of two and one byte
-    {
-        HeapHookScope hook([&](uint64_t size) {
-            if (size == 1024 + 1 || size == 4096 + 1) {
-                entries.push_back(size);
-            }
-            return true;
-        });
-        program.after("x.exe");
-    }
-    EXPECT_EQ(entries, (std::vector<uint64_t>{1025, 4097}));
-}
-
-TEST(Startup, WhicheverAllocationIsRefusedItGoesOn) {
+TEST(Startup, GoesOnWhicheverAllocationFails) {
     ProgramFolder program("font_size 20\n");
-    for (int refused = 0, asked = 0; refused <= asked; refused++) {
+    for (int failing = 0, asked = 0; failing <= asked; failing++) {
         AppScope app;
         LeakScope fonts_that_failed_stay;
         asked = 0;
         {
-            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            HeapHookScope hook([&](uint64_t) { return asked++ != failing; });
             program.after("x.exe -needle");
         }
-        // One refusal costs one thing at most: the settings, the font, a list or an entry's text.
+        // One failed allocation loses at most one thing: the settings, the font, a list or an entry's text.
         int lost = (settings.font_size != 20) + (font.sizes.capacity == 0) +
                    (entries_of(path_field.entries) != "D:/a/b/|E:/x") +
                    (entries_of(query_field.entries) != "bar|baz");
-        EXPECT_LE(lost, 1) << refused;
+        EXPECT_LE(lost, 1) << failing;
         EXPECT_EQ(text_of(search_state.query), "needle");
         EXPECT_EQ(bytes_of(program.tree.native("saved_paths.txt")), "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
     }

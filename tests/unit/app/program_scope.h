@@ -1,0 +1,84 @@
+// The whole program's state, for one test that starts it.
+#pragma once
+
+#include "actions/command_template.h"
+#include "app/app_scope.h"
+#include "app/input.h"
+#include "os/window.h"
+#include "search/results_store.h"
+#include "ui/ui_state.h"
+
+// Frees the buffers that startup_reserve_buffers makes, except the two texts that nothing uses.
+inline void free_buffers() {
+    for (StrBuf *text : {&search_state.path, &search_state.query}) {
+        os_free(text->data);
+        *text = {};
+    }
+    for (DynArray *array :
+         {&results_store.file_table, &results_store.hit_table, &path_field.entries, &query_field.entries,
+          &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
+        os_free(array->data);
+        *array = {};
+    }
+}
+
+// Expects nothing to be there, and at its end frees what start-up, the window and a search have made.
+struct ProgramScope {
+    static inline PlatformWindow *window; // set by the test
+
+    ProgramScope() : first_settings(settings) {}
+    ~ProgramScope() {
+        os_set_event_callback(nullptr);
+        os_set_frame_callback(nullptr, 0);
+        if (window) {
+            os_window_destroy(window);
+            os_free(window);
+            window = nullptr;
+        }
+        empty_list(&path_field.entries);
+        empty_list(&query_field.entries);
+        free_buffers();
+        if (scratch) {
+            os_free(scratch->data);
+            os_free(scratch);
+            scratch = nullptr;
+        }
+        for (uint64_t i = 0; i < font.sizes.count; i++) {
+            SizedFont *sized = reinterpret_cast<SizedFont *>(font.sizes.data) + i;
+            os_free(sized->bitmaps.data);
+            os_free(sized->glyphs.data);
+        }
+        AppScope::forget_font();
+        free_arena();
+        os_free(row_text.data);
+        row_text = {};
+        os_free(ui_state.slots);
+        ui_state = {};
+        input_field = {};
+        os_file_free(&settings.file);
+        settings = first_settings;
+        saved_folder = {};
+        for (Field *field : {&path_field, &query_field}) {
+            field->is_saved = field->is_unread = false;
+        }
+        search_state.request_pending = 1;
+        search_state.results_dirty = 0;
+        search_state.interface_pass = 0;
+    }
+    ProgramScope(const ProgramScope &) = delete;
+    ProgramScope &operator=(const ProgramScope &) = delete;
+
+    static void free_arena() {
+        StringArena &arena = results_store.arena;
+        for (uint64_t i = 0; i < arena.block_count; i++) {
+            os_free(arena.blocks[i].base);
+        }
+        if (arena.blocks != &arena.first_block) {
+            os_free(arena.blocks);
+        }
+        arena = {};
+    }
+
+private:
+    Settings first_settings;
+};
