@@ -42,7 +42,7 @@ mkdir -p build/windows
 # A path is taken in quotes only, so it gets a space at its end, which the program removes.
 program=(build/windows/bin/tarnwick.exe "Z:$folder " "${words[@]}")
 if [ -n "${DISPLAY:-}" ]; then
-    exec tools/under_wine "${program[@]}"
+    exec tools/run_under_wine "${program[@]}"
 fi
 
 # A Wine server that is left behind would keep the display that ends here.
@@ -54,5 +54,5 @@ end_wine() {
 }
 end_wine
 trap end_wine EXIT
-xvfb-run -a -s '-screen 0 1280x1024x24' tools/screenshot build/screenshot.png "${program[@]}"
+xvfb-run -a -s '-screen 0 1280x1024x24' tools/take_screenshot build/screenshot.png "${program[@]}"
 echo "$PWD/build/screenshot.png"

@@ -47,7 +47,7 @@ under_screen() {
             sleep 0.1
         done
         wineserver -p
-        tools/under_wine cmd /c exit < /dev/null > build/wine.log 2>&1
+        tools/run_under_wine cmd /c exit < /dev/null > build/wine.log 2>&1
         "$@"' _ "$@"
 }
 
@@ -68,8 +68,8 @@ if [ "$is_long" = 1 ]; then
     echo "== Killed while typing"
     tests/long/kill_while_typing.sh build/linux/bin/typing_probe
     echo "== Soak"
-    under_screen bash tests/long/soak.sh tools/under_wine build/windows/bin/tarnwick.exe \
+    under_screen bash tests/long/soak.sh tools/run_under_wine build/windows/bin/tarnwick.exe \
         build/windows/bin/process_probe.exe 180
     echo "== Fuzzing"
-    tools/fuzz 60
+    tools/run_fuzzers 60
 fi

@@ -1,6 +1,6 @@
 #!/bin/bash
 # What reaches whoever redirects the program's standard output, byte for byte.
-# console_test.sh COMMAND..., where COMMAND starts console_probe; a Windows program: through tools/under_wine.
+# console_test.sh COMMAND..., where COMMAND starts console_probe; a Windows program: through tools/run_under_wine.
 set -eu
 export LC_ALL=C.UTF-8
 probe=()

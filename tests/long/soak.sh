@@ -9,7 +9,7 @@
 #
 #     cmake --build --preset windows --target tarnwick process_probe record_command
 #     xvfb-run -a -s '-screen 0 1280x1024x24' bash -c 'openbox & sleep 1; bash tests/long/soak.sh \
-#         tools/under_wine build/windows/bin/tarnwick.exe build/windows/bin/process_probe.exe 180'
+#         tools/run_under_wine build/windows/bin/tarnwick.exe build/windows/bin/process_probe.exe 180'
 #
 # One seed gives one sequence of inputs. What the program is at when one arrives differs from run to run, and so does
 # the number of inputs: SECONDS ends it. Nothing here is judged by how long it takes.

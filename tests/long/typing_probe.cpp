@@ -230,11 +230,11 @@ int exit_status_of(pid_t child) {
 }
 
 int kill_while_typing(uint32_t count, uint32_t seed) {
-    char name[] = "/tmp/tarnwick_typing_XXXXXX";
-    if (!mkdtemp(name)) {
+    std::string folder = fs::temp_directory_path() / "tarnwick_typing_XXXXXX"; // in $TMPDIR
+    if (!mkdtemp(folder.data())) {
         return 2;
     }
-    std::string folder = std::string(name) + "/";
+    folder += "/";
     fs::copy_file(string_from(os_exe_folder()) + "source_code_pro.otf", folder + "source_code_pro.otf");
     // One saved entry from the start: a text alone comes back as an entry, which is meant.
     for (const char *file : {"saved_paths.txt", "saved_queries.txt"}) {

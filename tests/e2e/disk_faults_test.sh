@@ -1,5 +1,5 @@
 #!/bin/bash
-# Disks that fail, are full or may not be written, and files of 3 GB: faults_test.sh SEARCH_DUMP TYPING_PROBE
+# Disks that fail, are full or may not be written, and files of 3 GB: disk_faults_test.sh SEARCH_DUMP TYPING_PROBE
 # FAILING_READS. Nothing that was saved may be lost by any of it.
 #
 # A full disk is a limit on the size of files, a folder that may not be written one whose mode says so. Where this
@@ -137,5 +137,5 @@ for own in 'unshare -m' 'unshare -rm'; do
         break
     fi
 done
-printf 'faults: %s passed, %s failed, %s\n' "$passed" "$failed" "$how"
+printf 'disk_faults: %s passed, %s failed, %s\n' "$passed" "$failed" "$how"
 [ "$failed" = 0 ]
