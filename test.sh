@@ -1,8 +1,8 @@
 #!/bin/bash
 # Checks the format, lints, builds everything for Windows and Linux and runs every test on both: the Windows programs
-# under Wine, the Linux ones plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads under
-# ThreadSanitizer as well. Stops with a failure's status at the first preset that has one. The fuzzers' corpora are
-# replayed among the tests; with --long come the long tests, and each fuzzer looks for new inputs, for 60 seconds.
+# under Wine, the Linux ones plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads also
+# under ThreadSanitizer. The tests replay the fuzzers' corpora. With --long, runs the long tests as well, and each fuzzer
+# for 60 seconds. The Windows half and the Linux half each stop at their first failure.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -19,14 +19,8 @@ tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck g
     x11-utils libx11-dev libxfixes-dev python3-markdown zip unzip
 tools/need_font
 
-echo "== Format"
-git ls-files -co --exclude-standard '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
-
-echo "== Lint"
-tools/lint
-
-# Windows programs get a screen with a window manager, and a Wine server of their own: one that was started without a
-# screen keeps none.
+# Windows programs get a screen with a window manager and a Wine server of their own: a server that was started without
+# a screen never gets one.
 export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
 mkdir -p "$WINEPREFIX"
 end_wine() {
@@ -37,8 +31,8 @@ end_wine() {
 under_screen() {
     end_wine
     trap end_wine EXIT
-    # The first program starts Wine's services, which go on and would hold the output of whoever waits for it. A server
-    # that is up spares every later program two seconds.
+    # The first program starts Wine's services, which would keep the output open of whoever waits for it. A server that
+    # is already running saves every later program two seconds.
     # shellcheck disable=SC2016
     xvfb-run -a -s '-screen 0 1280x1024x24' bash -euc '
         openbox > build/openbox.log 2>&1 &
@@ -51,16 +45,45 @@ under_screen() {
         "$@"' _ "$@"
 }
 
-for preset in linux linux-asan linux-tsan windows; do
-    echo "== $preset"
-    [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" > /dev/null
-    cmake --build --preset "$preset" > "build/$preset/build.log" || { cat "build/$preset/build.log"; exit 1; }
-    if [ "$preset" = windows ]; then
-        under_screen ctest --preset "$preset"
-    else
+build() { # PRESET
+    echo "== $1"
+    cmake --build --preset "$1" > "build/$1/build.log" || { cat "build/$1/build.log"; exit 1; }
+}
+
+test_windows() {
+    build windows
+    under_screen ctest --preset windows
+}
+
+test_linux() {
+    echo "== Format"
+    git ls-files -co --exclude-standard '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+    for preset in linux linux-asan linux-tsan; do
+        build "$preset"
         ctest --preset "$preset"
-    fi
+    done
+    echo "== Lint"
+    tools/lint
+}
+
+for preset in linux linux-asan linux-tsan windows; do
+    [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" > /dev/null
 done
+
+# Both halves at once: the Windows tests mostly wait for Wine and the screen. The Linux half keeps the processor busy, so
+# it runs with a lower priority.
+set -m # gives the Windows half a process group of its own, which can be ended as a whole
+test_windows > build/windows/test.log 2>&1 < /dev/null &
+windows=$!
+set +m
+trap '{ kill -- "-$windows" && wait "$windows"; } 2> /dev/null || true' EXIT
+renice -n 10 $$ > /dev/null
+test_linux
+status=0
+wait "$windows" || status=$?
+trap - EXIT
+cat build/windows/test.log
+[ "$status" = 0 ] || exit "$status"
 
 if [ "$is_long" = 1 ]; then
     echo "== A million files"
