@@ -1,7 +1,7 @@
 #!/bin/bash
-# Searches a source tree with the program as its users do, and looks at the rows that it shows and at the commands that
-# clicks on them start: search_and_click_test.sh UNDER_WINE TARNWICK_EXE SEARCH_DUMP_EXE RECORD_COMMAND_EXE. The rows
-# are those of search_dump, the places and the commands are worked out here anew. Needs a display with a window manager.
+# Searches a source tree with the program as its users do, and checks the rows on the screen and the commands that clicks
+# on them start: search_and_click_test.sh UNDER_WINE TARNWICK_EXE SEARCH_DUMP_EXE RECORD_COMMAND_EXE. The expected rows
+# are search_dump's. Needs a display with a window manager.
 set -euo pipefail
 
 under_wine=$(realpath "$1")
@@ -14,7 +14,7 @@ source "$(dirname "$0")/real_program.sh"
 
 # ---- What is searched ----
 
-# This checkout's own sources, and what they have too little of.
+# This checkout's own sources, and files with unusual names and lines.
 project=$work/code/project
 mkdir -p "$work/code/pictures" "$work/code/notes" "$project"
 cp -r "$sources/src" "$sources/tests" "$project"
@@ -23,7 +23,7 @@ file_with() { # NAME TEXT
     # shellcheck disable=SC2059
     printf "$2" > "$project/$1"
 }
-file_with 'a name with blanks.txt' 'uint8_t first;\r\n\tuint8_t second;\r\n\r\nint x; uint8_t third;\r\n....'
+file_with 'a name with spaces.txt' 'uint8_t first;\r\n\tuint8_t second;\r\n\r\nint x; uint8_t third;\r\n....'
 file_with 'Größe 你好.txt' 'größe é uint8_t;\n你好 uint8_t\n....'
 file_with 'src/{tarn_row}/{tarn_file_name} {x}.txt' 'uint8_t\n\nuint8_t\n....'
 file_with 'src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt' '\n  uint8_t a; \n....'
@@ -33,7 +33,7 @@ file_with 'z/long line' "%5000s uint8_t long\n%40s\n....\n" '' ''
 for i in {1..30}; do
     file_with "z/file $i.h" 'uint8_t a;\nuint8_t b;\nuint8_t c;\n....\n'
 done
-# A folder that contains itself twice: no search comes to its end.
+# A folder that contains itself twice, so no search of it ends.
 endless=$work/endless
 mkdir "$endless"
 printf 'needle one\nthe needle two\nneedles\n............\n' > "$endless/a.txt"
@@ -45,6 +45,7 @@ ln -s . "$endless/more"
 mkdir "$work/a recorder"
 cp "$recorder" "$work/a recorder"
 recorder="Z:$work/a recorder/$(basename "$recorder")"
+windows_project=${project//\//\\}
 commands=$work/a\ recorder/commands.txt
 : > "$commands"
 left_template="\"$recorder\" left \"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column} {tarn_byte}"
@@ -55,78 +56,80 @@ write_settings() { # LINE...
     printf '%s\n' "left_click_cmd $left_template" "right_click_cmd  $right_template" "$@" > "$folder/settings.txt"
 }
 
-# ---- What is to be seen ----
+# Hits in folders whose names contain placeholders: FILE:ROW, and the commands of a left and a right click. Placeholders
+# in {tarn_file_folder_bs} are expanded again, those in {tarn_file_folder} and {tarn_file_name} are not.
+declare -A literal_left=() literal_right=()
+while IFS= read -r hit && IFS= read -r left && IFS= read -r right; do
+    literal_left[$hit]=$left
+    literal_right[$hit]=$right
+done << END
+Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt:1
+"$recorder" left "Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt":1:1 0 "Z:$windows_project\src\1" {1} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"Z:$windows_project\src\1\{tarn_file_name} {x}.txt" 01 Z:$project/src/{tarn_row} Z:$windows_project\src\11
+Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt:3
+"$recorder" left "Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt":3:1 9 "Z:$windows_project\src\3" {3} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"Z:$windows_project\src\3\{tarn_file_name} {x}.txt" 91 Z:$project/src/{tarn_row} Z:$windows_project\src\33
+Z:$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt:2
+"$recorder" left "Z:$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt":2:3 3 "Z:$windows_project\src\two 3{3}" {2} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"Z:$windows_project\src\two 3{3}\{tarn_file_folder_bs}.txt" 33 Z:$project/src/two {tarn_byte}{{tarn_column}} Z:$windows_project\src\two 3{3}2
+Z:$project/src/{tarn_ro/}{tarn_row/a.txt:1
+"$recorder" left "Z:$project/src/{tarn_ro/}{tarn_row/a.txt":1:27 26 "Z:$windows_project\src\{tarn_ro\}{tarn_row" {1} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"Z:$windows_project\src\{tarn_ro\}{tarn_row\a.txt" 2627 Z:$project/src/{tarn_ro/}{tarn_row Z:$windows_project\src\{tarn_ro\}{tarn_row1
+END
 
-# The records of the search that is on the screen, by their index: a header's kind is "file", a line's "hit".
+# ---- The rows on the screen ----
+
+# The records of the search on the screen, by index: a header's kind is "file", a line's "hit".
 kinds=() left_commands=() right_commands=()
 # The lengths of a header's name and folder, and of a line's prefix and text: each byte is drawn as a letter.
 first_lengths=() second_lengths=()
 records=0
 
-# Takes apart what search_dump prints. Folders lose what stands before the searched one's name, or nothing.
+# Parses search_dump's output. Headers show each folder from the searched one's name on, or with FULL_PATHS all of it.
 read_dump() { # FULL_PATHS < DUMP
-    local kind first second left right
+    local kind first second left right hit
     kinds=() left_commands=() right_commands=() first_lengths=() second_lengths=()
-    while IFS=$'\t' read -r kind first second left right; do
+    while IFS=$'\t' read -r kind first second left right hit; do
         kinds+=("$kind")
         first_lengths+=("$first")
         second_lengths+=("$second")
-        left_commands+=("$left")
-        right_commands+=("$right")
-    done < <(tr -d '\0' | LC_ALL=C LEFT=$left_template RIGHT=$right_template SEARCHED=$searched FULL=$1 awk '
-        function starts(text, with) {
-            return substr(text, 1, length(with)) == with
-        }
-        # From left to right; what a placeholder leaves to be looked at again stands before the rest.
-        function expand(text,    out, at) {
-            out = ""
-            while ((at = index(text, "{")) > 0) {
-                out = out substr(text, 1, at - 1)
-                text = substr(text, at)
-                if (starts(text, "{tarn_row}")) { out = out row; text = substr(text, 11) }
-                else if (starts(text, "{tarn_column}")) { out = out column; text = substr(text, 14) }
-                else if (starts(text, "{tarn_byte}")) { out = out byte; text = substr(text, 12) }
-                else if (starts(text, "{tarn_file_name}")) { out = out name; text = substr(text, 17) }
-                else if (starts(text, "{tarn_file_folder}")) { out = out folder; text = substr(text, 19) }
-                else {
-                    if (starts(text, "{tarn_file_folder_bs}")) { text = backslashed substr(text, 22) }
-                    out = out substr(text, 1, 1)
-                    text = substr(text, 2)
-                }
-            }
-            return out text
-        }
+        left_commands+=("${literal_left[$hit]:-$left}")
+        right_commands+=("${literal_right[$hit]:-$right}")
+    done < <(tr -d '\0' | LC_ALL=C RECORDER=$recorder SEARCHED=$searched FULL=$1 awk '
         BEGIN {
+            recorder = "\"" ENVIRON["RECORDER"] "\""
             hidden = ENVIRON["SEARCHED"]
             sub(/[^\/]*$/, "", hidden)
         }
         $1 == "file" {
-            name = folder = substr($0, 6)
+            path = name = folder = substr($0, 6)
             sub(/.*\//, "", name)
             folder = substr(folder, 1, length(folder) - length(name) - 1)
             backslashed = folder
             gsub(/\//, "\\", backslashed)
             shown = ENVIRON["FULL"] == "yes" ? folder : substr(folder, length(hidden) + 1)
-            print "file\t" length(name) "\t" length(shown) "\t-\t-"
+            print "file\t" length(name) "\t" length(shown) "\t-\t-\t-"
         }
         $1 == "hit" {
             row = $2; column = $3; byte = $4
             text = substr($0, length("hit" row column byte) + 5)
-            print "hit\t" length(row) + 2 "\t" length(text) "\t" expand(ENVIRON["LEFT"]) "\t" \
-                expand(ENVIRON["RIGHT"])
+            left = recorder " left \"" path "\":" row ":" column " " byte " \"" backslashed "\" {" row "}" \
+                " {tarn_Row}  é{tarn_ro"
+            right = recorder " /select,\"" backslashed "\\" name "\" " byte column " " folder " " backslashed row
+            print "hit\t" length(row) + 2 "\t" length(text) "\t" left "\t" right "\t" path ":" row
         }')
     records=${#kinds[@]}
 }
 
 searched= # the path
-# The rows of a search that ends.
+# Expects the rows of a search that ends.
 expect_search() { # QUERY [FULL_PATHS]
     searched=Z:$project
     timeout 60 "$under_wine" "$search_dump" "$searched" "$1" > "$work/dump" < /dev/null
     read_dump "${2:-no}" < "$work/dump"
 }
 
-# The rows that the endless folder begins with: the same file in each folder that begins with "again".
+# Expects the first rows of the endless folder: the same file below "again", "again/again", and so on.
 expect_endless_search() { # HIT...
     searched=Z:$endless
     local at=$searched
@@ -137,10 +140,10 @@ expect_endless_search() { # HIT...
     read_dump no < "$work/dump"
 }
 
-first=0 # the first visible hit
+first=0 # index of the first visible record
 row_height=15 list_y=50
 
-# The rows of the window as they stand now, each as Y KIND INDEX.
+# Prints the rows that the window should show: Y KIND INDEX each.
 rows() {
     local i y=$list_y
     for ((i = first; i < records && y < window_height; i++)); do
@@ -159,8 +162,8 @@ rows() {
     done
 }
 
-# Whether the list's left part shows these rows and nothing else, with the pointer at that height. Each text has its
-# colour, and begins and ends where its letters of 6 pixels do.
+# Whether the left part of the list shows these rows and nothing else, with the pointer at MOUSE_Y. Each text must have
+# its colour and its place: letters are 6 pixels wide.
 seen_width=600
 shows_rows() { # MOUSE_Y
     {
@@ -177,7 +180,7 @@ shows_rows() { # MOUSE_Y
             }
             failed = 1
         }
-        # Sorts the letters of a colour: how far to the left and to the right they go in a row.
+        # Notes the leftmost and the rightmost pixel of each colour in each row.
         function note(colour) {
             key = row colour
             if (!(key in left) || x < left[key]) left[key] = x
@@ -206,7 +209,7 @@ shows_rows() { # MOUSE_Y
             y = int(pixel / width)
             row = int(y / row_height)
             pixel++
-            # A running search has a frame.
+            # A running search has an outline.
             if (x < 2 || y < 2 || y >= window_height - list_y - 2 || $1 == 26 && $2 == 26 && $3 == 26) next
             if ($3 < 50 && $1 > 100 && $2 > 100) note("yellow")
             else if ($1 < 50 && $2 > 100 && $3 > 100) note("cyan")
@@ -217,13 +220,13 @@ shows_rows() { # MOUSE_Y
         END {
             if (pixel != width * (window_height - list_y)) fail("no picture")
             mouse_row = mouse_y < list_y ? -1 : int((mouse_y - list_y) / row_height)
-            # A row that the edge cuts to less than its letters is left out.
+            # A row that the lower edge cuts off is not checked.
             for (row = 0; list_y + (row + 1) * row_height <= window_height; row++) {
                 is_file = kind[row] == "file"
                 is_hit = kind[row] == "hit"
                 colour = row == mouse_row ? "green" : "white"
                 check(row, "yellow", 10, is_file ? first[row] : 0)
-                check(row, "cyan", 30, is_hit ? first[row] - 1 : 0) # its blank has no pixels
+                check(row, "cyan", 30, is_hit ? first[row] - 1 : 0) # its space has no pixels
                 if (is_file) check(row, "grey", 10 + 6 * first[row] + 7, second[row])
                 if (is_hit) check(row, colour, 30 + 6 * first[row], second[row])
                 if (!is_hit) check(row, "white", 0, 0)
@@ -235,7 +238,7 @@ shows_rows() { # MOUSE_Y
         }' > "$work/difference"
 }
 
-# Waits for that, with the pointer there.
+# Waits for these rows, with the pointer at MOUSE_Y.
 see_rows() { # MOUSE_Y
     move_to 301 "$1"
     move_to 300 "$1"
@@ -264,7 +267,7 @@ has_line_for_each_click() {
     [ "$(wc -l < "$commands")" -ge "$clicks" ]
 }
 
-# A line is what a click is waited for with: the frame that it came in has been drawn then.
+# Waits until the clicked hit's command has run, which means that the click's frame has been drawn.
 await_command() { # BUTTON INDEX
     clicks=$((clicks + 1))
     if [ "$1" = 1 ]; then
@@ -283,19 +286,19 @@ await_command() { # BUTTON INDEX
 }
 
 click_row() { # BUTTON Y INDEX
-    # Anywhere in the row, the scroll bar's place too.
+    # Anywhere in the row, including the scroll bar.
     local x=$((5 + ($3 * 97 + $2) % 990))
     click "$1" "$x" $(($2 + ($3 % row_height)))
     await_command "$1" "$3"
 }
 
-# All of them so far, each once and in their order.
+# Every command so far ran once, in order.
 expect_commands() {
     cmp -s "$expected_commands" "$commands" ||
         failed "other commands: $(diff "$expected_commands" "$commands" | head -n 8)"
 }
 
-# Clicks rows of the window: whole ones of the records below an index, with the buttons in turn.
+# Clicks every EVERYth hit before index END whose row is wholly visible, with the buttons in turn.
 click_rows() { # FIRST_BUTTON END [EVERY]
     local y kind i
     while read -r y kind i; do
@@ -319,7 +322,7 @@ expect_pixel 500 6 "$focused"
 expect_pixel 500 29 "$background"
 xdotool type "Z:$work/co"
 expect_path "Z:$work/co"
-# The one that goes on so comes first, and in grey behind what is typed.
+# The matching folder comes first, and completes the typed text in grey.
 see_pixels 200x15+0+50 "$cyan"
 see_pixels 200x15+0+65 "$grey"
 see_no_pixels 200x15+0+65 "$cyan"
@@ -364,15 +367,15 @@ see_rows 72
 
 # ---- The whole list, down and up again ----
 
-# As many steps as leave no whole row out.
+# As many steps as skip no whole row.
 steps=$(((window_height - list_y) / row_height / wheel_step))
-every=1 # row of a screen; all of them and a third of them in turn
+every=1 # on each screen, click all rows and every third one in turn
 while ((first < records)); do
     click_rows 1 $((first + steps * wheel_step)) "$every"
     wheel "$steps"
     every=$((4 - every))
 done
-see_rows 300 # there is none
+see_rows 300 # no rows are left
 wheel 3
 move_to 300 200
 xdotool click 1 click 3
@@ -397,7 +400,7 @@ done
 wheel -20
 see_rows 60
 
-# ---- Clicks that other input precedes or follows at once ----
+# ---- Clicks right before or after other input ----
 
 mapfile -t hit_rows < <(rows | awk '$2 == "hit" { print $1, $3 }')
 read -r line_1_y _ <<< "${hit_rows[0]}"
@@ -405,7 +408,7 @@ for n in 8 20 14; do
     read -r y i <<< "${hit_rows[n]}"
     see_rows "$line_1_y"
     xdotool mousemove 1275 1015
-    sleep 1 # the system looks for a pointer that has left only now and then
+    sleep 1 # Wine polls for a pointer that has left the window
     xdotool mousemove --window "$window" 300 $((y + 5)) click 1
     await_command 1 "$i"
     xdotool mousedown 3 mousemove --window "$window" 300 $((line_1_y + 5)) mouseup 3
@@ -442,7 +445,7 @@ click_rows 1 5
 
 # ---- Escape ----
 
-# Its character is typed, too.
+# Escape opens the program's folder and types its character, too.
 folder_windows() {
     xdotool search --onlyvisible --name "^$(basename "$folder")\$" 2> /dev/null
 }
@@ -484,7 +487,7 @@ expect_query needle uint8_t
 expect_endless_search 'hit 1 1 0 needle one' 'hit 2 5 15 the needle two' 'hit 3 1 26 needles'
 see_rows 300
 click_rows 1 records 3
-expect_pixel 0 300 ffff00 # it goes on
+expect_pixel 0 300 ffff00 # the search is still running
 xdotool type s
 expect_query needles uint8_t
 expect_endless_search 'hit 3 1 26 needles'
