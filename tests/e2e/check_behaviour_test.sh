@@ -1,5 +1,5 @@
 #!/bin/bash
-# The check of the behaviour page finds what it is there for: check_behaviour_test.sh CHECK.
+# tools/check_behaviour reports every kind of mistake: check_behaviour_test.sh CHECK.
 set -euo pipefail
 check=$1
 folder=$(mktemp -d)
@@ -9,7 +9,7 @@ mkdir -p "$folder/docs" "$folder/tests/unit" "$folder/tests/e2e"
 printf 'TEST(Plain, One) {\n}\nTEST_F(Fixed, Two) {\nTEST_P(Many,\n       Three) {\n' > "$folder/tests/unit/a_test.cpp"
 touch "$folder/tests/e2e/a_test.sh"
 
-# expect STATUS OUTPUT ROW...: a page with these rows in its table of rules.
+# expect STATUS OUTPUT ROW...: checks a page that has these rows in its table of rules.
 expect() {
     local status=0
     { printf '# Page\n\n| name | meaning |\n|---|---|\n| a | b |\n\n| rule | test |\n|---|---|\n'

@@ -1,12 +1,12 @@
 #!/bin/bash
-# The layer check finds what it is there for: check_layers_test.sh CHECK.
+# tools/check_layers rejects every kind of forbidden include: check_layers_test.sh CHECK.
 set -euo pipefail
 check=$1
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 failed=0
 
-# expect good|bad FILE INCLUDE: one file with one include.
+# expect good|bad FILE INCLUDE: checks a tree of one file with one include.
 expect() {
     rm -rf "$folder/src"
     mkdir -p "$folder/src/$(dirname "$2")"

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Texts between the program and a real second one, xclip, over the desktop's clipboard, both ways, byte for byte.
+# Copies texts between the program and xclip through the desktop's clipboard, both ways, and compares them byte for byte:
 # clipboard_test.sh [RUNNER] PROGRAM, where PROGRAM is clipboard_probe.
 set -euo pipefail
 export LC_ALL=C.UTF-8
@@ -15,7 +15,7 @@ run_probe() {
     timeout 60 "${probe[@]}" "$@" 2> "$work/errors"
 }
 
-# As the program itself does, somebody keeps the desktop going: it answers for those that set a text and end.
+# Keeps the desktop running, as the open program does: it owns the text of a process that has set one and ended.
 "${probe[@]}" stay < /dev/null > /dev/null 2>&1 &
 stays=$!
 trap 'kill "$stays"; rm -rf "$work"' EXIT
@@ -25,8 +25,8 @@ failed() {
     failures=$((failures + 1))
 }
 
-# within_30_s NAME EXPECTED COMMAND...: the clipboard reaches others when it does, so COMMAND is tried until it
-# succeeds and writes what file EXPECTED holds.
+# within_30_s NAME EXPECTED COMMAND...: other programs see a new text with a delay, so COMMAND is tried until it succeeds
+# and prints what file EXPECTED contains.
 within_30_s() {
     for ((tries = 0; tries < 300; tries++)); do
         if "${@:3}" > "$work/actual" && cmp -s "$2" "$work/actual"; then
@@ -42,13 +42,13 @@ from_x() {
     timeout 10 xclip -selection clipboard -o -t UTF8_STRING 2> /dev/null
 }
 
-# xclip stays behind to answer, and would keep this script's output open.
+# xclip keeps running to serve the text, and would keep this script's output open.
 into_x() {
     timeout 10 xclip -selection clipboard -i < "$1" > /dev/null 2>&1
 }
 
-# round_trip NAME: file text goes out to the other program, and comes in from it. What stands there before is another
-# text, so that none arrives by having been there all along.
+# round_trip NAME: copies file text to the other program and back. Each time the clipboard holds another text before, so
+# that a text which was never copied is noticed.
 round_trip() {
     printf 'before' > "$work/before"
     into_x "$work/before"
@@ -71,12 +71,12 @@ round_trip 'outside the Basic Multilingual Plane'
 : > "$work/text"
 round_trip 'an empty text'
 for ((i = 0; i < 24000; i++)); do printf '%05d größe 你好 😀 ' "$i"; done > "$work/text"
-[ "$(wc -c < "$work/text")" -ge 524288 ] || failed 'half a megabyte is less'
+[ "$(wc -c < "$work/text")" -ge 524288 ] || failed 'the text is shorter than half a megabyte'
 round_trip 'half a megabyte'
 
 # ---- Line ends ----
 
-# The program's bytes come and go as they are; in between Wine gives X line feeds, and Windows programs CR LF.
+# The program does not convert line ends. Wine does: to LF for X programs, to CR LF for Windows programs.
 printf 'a\r\nb\nc\rd' > "$work/text"
 run_probe set < "$work/text"
 within_30_s 'line ends to another process of the program' "$work/text" run_probe get
@@ -87,16 +87,16 @@ into_x "$work/text"
 printf 'a\r\nb\r\n\r\nc' > "$work/as_programs_see_it"
 within_30_s 'line ends in' "$work/as_programs_see_it" run_probe get
 
-# ---- Bytes without a wide text ----
+# ---- A text that is not Unicode ----
 
-# The system derives a wide text as soon as the other program is done, here from code page 1252.
+# The system converts it as soon as the other program has closed the clipboard, here from code page 1252.
 printf 'gr\xf6\xdfe' > "$work/text"
-run_probe offer_bytes < "$work/text" || failed 'bytes: exit status of the other program'
+run_probe offer_bytes < "$work/text" || failed 'not Unicode: exit status of the other program'
 printf 'größe' > "$work/converted"
-within_30_s 'bytes only' "$work/converted" run_probe get
+within_30_s 'not Unicode' "$work/converted" run_probe get
 run_probe list | tr -d '\r' > "$work/actual"
 printf 'CLIP 1 = CF_TEXT\nCLIP 16 = CF_LOCALE\nCLIP 7 = CF_OEMTEXT\nCLIP 13 = CF_UNICODETEXT\n' |
-    diff - "$work/actual" || failed 'formats of bytes only'
+    diff - "$work/actual" || failed 'not Unicode: the formats'
 
 # ---- No text ----
 
@@ -107,7 +107,7 @@ no_text() {
 }
 : > "$work/nothing"
 within_30_s 'a picture is no text' "$work/nothing" no_text
-run_probe set < "$work/before" # which ends the last xclip, too
+run_probe set < "$work/before" # this ends the last xclip, too
 within_30_s 'a text after a picture' "$work/before" from_x
 
 if [ "$failures" != 0 ]; then

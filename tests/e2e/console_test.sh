@@ -1,6 +1,6 @@
 #!/bin/bash
-# What reaches whoever redirects the program's standard output, byte for byte.
-# console_test.sh COMMAND..., where COMMAND starts console_probe; a Windows program: through tools/run_under_wine.
+# The program's redirected standard output, byte for byte, and its command line, input and terminal:
+# console_test.sh [RUNNER] PROGRAM, where PROGRAM is console_probe.
 set -eu
 export LC_ALL=C.UTF-8
 probe=()
@@ -23,7 +23,7 @@ failed() {
     echo "FAILED: $1" | tee -a "$work/failures" >&3
 }
 
-# Runs the probe with the arguments behind the status that it must end with; its output goes to $work/actual.
+# run STATUS ARGUMENT...: the probe must exit with STATUS; its output goes to $work/actual.
 run() {
     local expected=$1 status=0
     shift
@@ -31,7 +31,7 @@ run() {
     [ "$status" = "$expected" ] || failed "$*: exit status $status, not $expected"
 }
 
-# Compares the last output with the bytes on standard input.
+# expect NAME: compares the last output with standard input.
 expect() {
     cat >"$work/expected"
     if ! cmp -s "$work/expected" "$work/actual"; then
@@ -58,9 +58,9 @@ run 0 debug
 printf "CLIP 49161 = DataObject$line_end""2886$line_end""* TODO * os_abort_all_threads$line_end" |
     expect "debug lines"
 
-# ---- Where nobody reads ----
+# ---- Output that cannot be written ----
 
-# Runs the probe with the redirection of standard output that the caller makes.
+# run_unread NAME ARGUMENT...: the caller redirects standard output. The probe must not notice.
 run_unread() {
     local status=0
     "${probe[@]}" "${@:2}" 2>"$work/errors" || status=$?
@@ -72,7 +72,7 @@ run_unread "standard output closed" print 500 >&-
 run_unread "standard output closed, debug lines" debug >&-
 run_unread "a full device" print 500 >/dev/full
 run_unread "a full device, debug lines" debug >/dev/full
-# More than a pipe holds, so that it must notice that the reader has gone.
+# More than a pipe holds, so the write fails when the reader has gone.
 run_unread "a pipe that nobody reads" print 20000 > >(exec true)
 [ -z "$(ls -A "$work/empty")" ] || failed "something was written into the working folder"
 
@@ -110,7 +110,7 @@ printf '[Grüße-€]\n' | expect "a command line is UTF-8"
 
 # ---- Started through a link ----
 
-# As package managers make them; a link to a link, under another name, in a folder that is linked itself.
+# As package managers do: a link to a link with another name, in a folder that is itself linked.
 mkdir "$work/links" "$work/real é"
 cp "${probe[-1]}" "$work/real é/"
 ln -s "../real é/$(basename "${probe[-1]}")" "$work/links/first.exe"
@@ -138,7 +138,7 @@ command=$(printf '%q ' "${probe[@]}" console "$work/report")
 printf 'q' | script -qec "stty rows 33 cols 90; $command" /dev/null >"$work/shown" ||
     failed "in a terminal: exit status $?"
 cp "$work/report" "$work/actual"
-printf 'height 33\nmoved 1\nkey 113\n' | sed "s/\$/${line_end%$'\n'}/" | expect "what a terminal answers"
+printf 'height 33\nmoved 1\nkey 113\n' | sed "s/\$/${line_end%$'\n'}/" | expect "the answers of a terminal"
 
 if [ -s "$work/failures" ]; then
     echo "$(wc -l <"$work/failures") checks failed"

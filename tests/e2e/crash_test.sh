@@ -1,5 +1,5 @@
 #!/bin/bash
-# Real crashes of a real process, and its last words: crash_test.sh [RUNNER] PROGRAM, where PROGRAM is crash_probe.
+# Crashes a real process and checks its last output: crash_test.sh [RUNNER] PROGRAM, where PROGRAM is crash_probe.
 set -euo pipefail
 probe=("$@")
 case ${probe[-1]} in
@@ -16,7 +16,7 @@ failed() {
     failures=$((failures + 1))
 }
 
-# expect NAME STATUS TEXT ARGUMENT...: the exit status, and all of standard output.
+# expect NAME STATUS TEXT ARGUMENT...: checks the exit status and the whole standard output.
 expect() {
     local status=0
     timeout 100 "${probe[@]}" "${@:4}" > "$work/actual" 2> "$work/errors" < /dev/null || status=$?
@@ -38,7 +38,7 @@ illegal='EXCEPTION_ILLEGAL_INSTRUCTION -> The thread tried to execute an invalid
 breakpoint='EXCEPTION_BREAKPOINT -> A breakpoint was encountered.'
 overflow='EXCEPTION_STACK_OVERFLOW -> The thread used up its stack.'
 
-# A shell sees the lowest eight bits of the exception's code.
+# A shell sees the low eight bits of the exception code.
 expect 'an access violation' $((0x05)) "1 $violation"$'\n' access_violation
 expect 'a division by zero' $((0x94)) "1 $division"$'\n' divide_by_zero
 expect 'an illegal instruction' $((0x1D)) "1 $illegal"$'\n' illegal_instruction
@@ -63,7 +63,7 @@ if [ $windows = 0 ]; then
 elif [ -z "${DISPLAY:-}" ]; then
     echo 'SKIPPED: no screen for a message box'
 else
-    # within_30_s COMMAND...: tries until it succeeds.
+    # within_30_s COMMAND...: tries until COMMAND succeeds.
     within_30_s() {
         for ((tries = 0; tries < 300; tries++)); do
             if "$@" > /dev/null 2>&1; then
@@ -84,9 +84,9 @@ else
     process=$!
     if within_30_s find_box; then
         expect 'a box with title, message and one button' 0 "YA FUCKED UP"$'\n'"$message"$'\n1 button\n' box
-        within_30_s press_return || failed 'a box that closes'
+        within_30_s press_return || failed 'the box does not close'
     else
-        failed 'a visible box'
+        failed 'no visible box'
     fi
     status=0
     wait "$process" || status=$?

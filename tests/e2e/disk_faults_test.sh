@@ -1,10 +1,9 @@
 #!/bin/bash
-# Disks that fail, are full or may not be written, and files of 3 GB: disk_faults_test.sh SEARCH_DUMP TYPING_PROBE
-# FAILING_READS. Nothing that was saved may be lost by any of it.
+# Failing, full and read-only disks, and files of 3 GB: disk_faults_test.sh SEARCH_DUMP TYPING_PROBE FAILING_READS. None
+# of them may lose anything that was saved.
 #
-# A full disk is a limit on the size of files, a folder that may not be written one whose mode says so. Where this
-# process may mount, a small file system of its own and one that is mounted read-only come on top; whether they did is
-# printed.
+# A full disk is simulated by a limit on file sizes, a read-only one by a folder's mode. Where this process may mount, a
+# small file system and a read-only one are tested as well; the last line says whether they were.
 set -euo pipefail
 search_dump=$1 probe=$2 failing_reads=$3
 font=$(dirname "$probe")/source_code_pro.otf
@@ -31,18 +30,18 @@ mkdir tree
 printf 'foo ....' > tree/whole
 printf 'foo ....' > tree/broken
 { printf 'foo ....'; head -c 10000 /dev/zero; } > tree/broken-late
-check 'a file that cannot be read leaves no trace, wherever the error is' test \
+check 'a file that cannot be read is not listed, wherever the error is' test \
     "$(LD_PRELOAD=$failing_reads "$search_dump" tree foo)" = $'files 1\nfile tree/whole\nhit 1 1 0 foo .'
-check 'without an error all are found' test "$("$search_dump" tree foo | grep -c '^hit ')" = 3
+check 'without an error every hit is found' test "$("$search_dump" tree foo | grep -c '^hit ')" = 3
 
-# A length of 2^31 bytes or more is below zero as the matcher counts: such a file is read, but nothing is found in it.
+# The matcher counts in signed 32 bits, so from 2^31 bytes on a file is read, but nothing is found in it.
 mkdir large
 printf 'foo ....' > large/small
 printf 'foo ....' > large/large
 truncate -s 3G large/large
-check 'a file of 3 GB is no larger than no limit' test \
+check 'without a limit a file of 3 GB is read' test \
     "$("$search_dump" --max-file-size 0 large foo)" = $'files 2\nfile large/small\nhit 1 1 0 foo .'
-check 'a file of 3 GB is above a limit' test \
+check 'a file of 3 GB is left out by a limit' test \
     "$("$search_dump" --max-file-size 2999999999 large foo)" = $'files 1\nfile large/small\nhit 1 1 0 foo .'
 truncate -s 2147483647 large/large
 check 'one byte less than 2 GiB is searched' test \
@@ -52,13 +51,13 @@ rm large/large
 # ---- Writing ----
 
 entries=800
-put_program() { # put_program FOLDER: a program's folder with a text and entries in one list
+put_program() { # FOLDER; makes it a program's folder whose list of queries has a text and entries
     rm -f "$1"/saved_*
     ln -sf "$font" "$1/source_code_pro.otf"
     { printf 'first'; for i in $(seq -w "$entries"); do printf '\r\nkept-entry-number-%s' "$i"; done; } > "$1/saved_queries.txt"
 }
 
-# holds_all FOLDER: what a start finds there, is the text as far as it was typed, and every entry in its order.
+# holds_all FOLDER: a start finds a beginning of the typed text there, and every entry in order.
 holds_all() {
     "$probe" load "$1/" > loaded
     grep -qxE 'first(abc|ab|a|)x?' <<< "$(sed -n 2p loaded)" &&
@@ -66,7 +65,7 @@ holds_all() {
         [ "$(grep -c '^  ' loaded)" -le $((entries + 2)) ]
 }
 
-# goes_on FOLDER: with room again, what is typed next is written, and the other file is gone.
+# goes_on FOLDER: once there is room again, what is typed next is written, and the second file is deleted.
 goes_on() {
     "$probe" type "$1/" x > /dev/null
     holds_all "$1" && grep -q 'x$' <<< "$(sed -n 2p loaded)" && [ ! -e "$1/saved_queries.new" ]
@@ -95,7 +94,7 @@ full_disk() {
         rm disk/filler
         check "a disk with $page free pages, later" goes_on disk
     done
-    check 'with enough room all that was typed is there' test "$most" = 12
+    check 'with enough room everything typed is saved' test "$most" = 12
     umount disk
 }
 
@@ -103,12 +102,12 @@ read_only() {
     put_program disk
     cp disk/saved_queries.txt before
     "$1"
-    check 'typing in a folder that may not be written' "$probe" type disk/ abc > /dev/null
-    check 'nothing is changed in it' cmp before disk/saved_queries.txt
-    check 'nor added' test ! -e disk/saved_queries.new
-    check 'a start finds all' holds_all disk
+    check 'typing in a read-only folder' "$probe" type disk/ abc > /dev/null
+    check 'no file there changes' cmp before disk/saved_queries.txt
+    check 'no file is added' test ! -e disk/saved_queries.new
+    check 'a start finds everything' holds_all disk
     "$2"
-    check 'and when it may be written again' goes_on disk
+    check 'typing once it is writable again' goes_on disk
 }
 mount_read_only() { mount --bind disk disk && mount -o remount,bind,ro disk; }
 mount_writable() { umount disk; }
@@ -118,7 +117,7 @@ mode_writable() { chmod 755 disk; }
 export -f check put_program holds_all goes_on full_disk read_only mount_read_only mount_writable \
     mode_read_only mode_writable
 export search_dump probe font entries
-checks_in() { # checks_in STARTER CHECKS: in a shell that the starter starts
+checks_in() { # STARTER CHECKS; runs the checks in a shell that the starter starts
     # shellcheck disable=SC2086
     $1 bash -euc "passed=0 failed=0; $2; echo \"\$passed \$failed\" > counts"
     local more_passed more_failed
@@ -126,7 +125,7 @@ checks_in() { # checks_in STARTER CHECKS: in a shell that the starter starts
     passed=$((passed + more_passed)) failed=$((failed + more_failed))
 }
 restricted='env'
-[ "$(id -u)" != 0 ] || restricted='setpriv --bounding-set -dac_override' # who otherwise may write everywhere
+[ "$(id -u)" != 0 ] || restricted='setpriv --bounding-set -dac_override' # root may write everywhere otherwise
 checks_in "$restricted" 'read_only mode_read_only mode_writable'
 how='without mounting'
 for own in 'unshare -m' 'unshare -rm'; do

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Makes the package twice, from two folders, and does with it what a user does: unpacks it, starts the program with real
-# keys, and clicks a hit: package_test.sh UNDER_WINE SOURCE_FOLDER. Needs a display with a window manager.
+# Makes the package twice, in two folders, and uses it like a user: unpacks it, types into the program and clicks a hit:
+# package_test.sh UNDER_WINE SOURCE_FOLDER. Needs a display with a window manager.
 set -euo pipefail
 under_wine=$(realpath "$1")
 top=$(realpath "$2")
@@ -18,7 +18,7 @@ expect_lines() { # WHAT EXPECTED ACTUAL
 
 # ---- Two packages, the same bytes ----
 
-# The second one from a copy elsewhere, by a user with other habits.
+# The second one in a copy elsewhere, by a user with another umask, time zone, locale and compiler flags.
 copy=$work/somewhere/else
 mkdir -p "$copy/build"
 (cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
@@ -58,19 +58,19 @@ page=$folder/docs/user_guide.html
 for line in '<!DOCTYPE html>' '<meta charset="utf-8">' '<title>Tarnwick: user guide</title>' '</html>'; do
     grep -qx "$line"$'\r' "$page" || failed "the guide has no $line"
 done
-[ "$(grep -c $'\r$' "$page")" = "$(wc -l < "$page")" ] || failed 'the guide has line ends of two kinds'
+[ "$(grep -c $'\r$' "$page")" = "$(wc -l < "$page")" ] || failed 'the guide mixes line ends'
 expect_lines 'the headings' "$(sed -n 's/^## //p' "$guide")" \
     "$(sed -n 's/^<h2 id="[^"]*">\(.*\)<\/h2>\r$/\1/p' "$page")"
 [ "$(grep -c '^<table>' "$page")" = "$(grep -c '^|--' "$guide")" ] || failed 'the guide lacks a table'
-# Markdown that was not turned into HTML.
+# No Markdown is left unconverted.
 ! grep -n '`\|](\|^|\|^- ' "$page" || failed 'the guide has Markdown'
-# What the guide shows and points to is there, and it points nowhere else.
+# Every picture and link target of the guide exists; there are no other links.
 expect_lines 'the number of links' "$(grep -oF '](' "$guide" | wc -l)" "$(grep -oE '(href|src)="' "$page" | wc -l)"
 while read -r link; do
     case $link in
         \#*) grep -q "<h2 id=\"${link#\#}\">" "$page" ;;
         *) [ -s "$folder/docs/$link" ] ;;
-    esac || failed "the guide points to $link"
+    esac || failed "the guide links to $link, which does not exist"
 done < <(grep -oP '(href|src)="\K[^"]+' "$page")
 
 # ---- The program as a file ----
@@ -84,9 +84,9 @@ $objdump -h "$program" > "$work/sections"
 grep -q ' \.text ' "$work/sections" || failed 'the program has no code'
 ! grep -q debug "$work/sections" || failed 'the program has debugging information'
 ! grep -qaF "$top" "$program" || failed 'the program names the folder it was built in'
-[ "$(stat -c %s "$program")" -lt 320000 ] || failed "the program has $(stat -c %s "$program") bytes; say so in the docs"
+[ "$(stat -c %s "$program")" -lt 320000 ] || failed "the program has $(stat -c %s "$program") bytes; update the docs"
 
-# Whose code is in it, by the linker's own account; THIRD_PARTY_NOTICES.txt names them all.
+# The libraries whose code the linker's map lists; THIRD_PARTY_NOTICES.txt names all of third parties.
 expect_lines 'the libraries' "$(printf '%s\n' libgcc libgdi32 libkernel32 libmingw32 libmingwex libmsvcrt libshell32 \
     libtarnwick_{actions,app,os,render,search,ui,window} libuser32 | LC_ALL=C sort)" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package/tarnwick.map" |
@@ -105,9 +105,9 @@ for line in "FILEVERSION $four_parts" "PRODUCTVERSION $four_parts" "VALUE \"File
 done
 [ "$(grep -c ' 3 /\* RT_ICON \*/' "$work/resources.rc")" = 4 ] || failed 'not four sizes of the icon'
 
-# ---- The program, started where it was unpacked ----
+# ---- Running the unpacked program ----
 
-# How many pixels of a part of the client area match a colour, a regular expression: WIDTHxHEIGHT+X+Y RRGGBB.
+# Whether any pixel of a part of the client area matches a colour: WIDTHxHEIGHT+X+Y RRGGBB, a regular expression.
 has_pixels() {
     [ "$(timeout 20 import -window "$window" -crop "$1" +repage -depth 8 rgb:- 2> /dev/null | od -An -v -tx1 -w3 |
         tr -d ' ' | grep -cx "$2")" -gt 0 ]
@@ -125,8 +125,8 @@ has_no_window() {
     ! has_window
 }
 
-# The pointer's coming is no move, so it goes to and fro over the query's save button, until that has its colour. Two
-# moves that arrive together would be one, to where it is.
+# Entering the window does not count as a move, so the pointer moves to and fro over the query's save button until that
+# has its colour. The pauses keep the two moves from arriving as one.
 button_is() { # RRGGBB
     xdotool mousemove --window "$window" 985 38
     sleep 0.05
@@ -137,7 +137,7 @@ button_is() { # RRGGBB
 
 start() { # COLOUR_OF_THE_BUTTON
     xdotool mousemove 1275 1015
-    # The program's own folder is where its commands run.
+    # Commands run in the program's working folder, here its own.
     (cd "$folder" && exec "$under_wine" "$program") > "$work/output" 2>&1 < /dev/null &
     tarnwick=$!
     started=("$tarnwick")
@@ -165,8 +165,8 @@ expect_bytes() {
     until_true has_bytes "$@" || failed "$(basename "$1") is not ${2@Q} but $(od -An -c "$1")"
 }
 
-# Colours; those of text as expressions, where a letter covers a pixel well enough. The list begins at y = 50, a row is
-# 15 high: the file's name, then its line.
+# Colours; those of text are regular expressions for pixels that a letter mostly covers. The list begins at y = 50, and
+# rows are 15 pixels high: the file's name, then its line.
 focused=323232 hovered_removed=969696 hovered_live=ff0000
 yellow='\([c-f][0-9a-f]\)\10[0-9a-f]' white='\([c-f][0-9a-f]\)\1\1' green='0[0-9a-f][c-f][0-9a-f]0[0-9a-f]'
 file_row=100x15+10+50 line_row=300x15+50+65
@@ -177,7 +177,7 @@ printf 'nothing at all\n' > "$work/tree/stack.txt"
 tree=Z:$work/tree
 
 start "$hovered_removed"
-# The title's bytes are shown as UTF-16, and that is meant.
+# The title's bytes are taken as UTF-16 units: intentional.
 [ "$(xdotool getwindowname "$window" | tr -d '\n' | iconv -t UTF-16LE)" = "Tarnwick  |  $version" ] ||
     failed "the title is $(xdotool getwindowname "$window")"
 xdotool mousemove --window "$window" 500 15 click 1
@@ -186,12 +186,12 @@ xdotool type "$tree"
 expect_bytes "$folder/saved_paths.txt" "$tree"
 xdotool key Tab
 see_pixels 1x1+500+29 "$focused"
-! has_pixels "$file_row" "$yellow" || failed 'hits of nothing'
+! has_pixels "$file_row" "$yellow" || failed 'hits without a query'
 xdotool type needle
 expect_bytes "$folder/saved_queries.txt" needle
 see_pixels "$file_row" "$yellow"
 see_pixels "$line_row" "$white"
-# Without an entry, the texts would not come back as texts, and that is meant.
+# Without saved entries the next start would not restore the texts: intentional.
 until_true button_is "$hovered_removed"
 xdotool click 1
 expect_bytes "$folder/saved_queries.txt" $'needle\r\nneedle'
@@ -202,7 +202,7 @@ expect_lines 'the folder' \
     "$(printf '%s\n' LICENSE.txt THIRD_PARTY_NOTICES.txt docs saved_paths.txt saved_queries.txt settings.txt \
         source_code_pro.otf tarnwick.exe)" "$(cd "$folder" && printf '%s\n' *)"
 
-# With a command of the user's own, written below what settings.txt has.
+# With a command of the user's, appended to settings.txt.
 printf 'left_click_cmd cmd /c echo {tarn_row} {tarn_column} {tarn_file_name}>clicked.txt\r\n' >> "$folder/settings.txt"
 start "$hovered_live"
 see_pixels "$file_row" "$yellow"

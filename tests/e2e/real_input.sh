@@ -1,19 +1,19 @@
-# What the tests that drive a real window share; they source it with $under_wine set. Makes the folder $work, which goes
-# when the test ends, with every process whose id stands in started.
+# Sourced with $under_wine set by the tests that drive a real window. Makes a folder, $work. When the test ends, deletes it
+# and stops the processes whose ids are in started.
 
 export LC_ALL=C.UTF-8 # for characters beyond ASCII
 work=$(mktemp -d)
 
-# Two keys of the keyboard become é and 你, as on a keyboard that has them.
+# Puts é and 你 on two keys of the keyboard.
 old_keys=$(xmodmap -pke | grep -E '^keycode +(49|94) =')
 xmodmap -e 'keycode 94 = eacute' -e 'keycode 49 = U4F60'
 
-# No press of a test is too late for a double press; what is to be single is elsewhere.
+# However slow the machine, two presses at one place are a double press. Tests make single presses at different places.
 mouse='HKCU\Control Panel\Mouse'
 "$under_wine" reg add "$mouse" /v DoubleClickSpeed /t REG_SZ /d 60000 /f > /dev/null < /dev/null
 
 started=()
-undo() { :; } # what else a test has to undo
+undo() { :; } # a test replaces it to undo more
 finish() {
     status=$?
     undo
@@ -27,7 +27,7 @@ finish() {
 }
 trap finish EXIT
 
-# Waits until a command succeeds: half a minute, which no machine needs.
+# Tries a command until it succeeds, for at least half a minute. Fails after that.
 until_true() {
     for _ in {1..300}; do
         if "$@"; then

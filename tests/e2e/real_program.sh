@@ -1,6 +1,5 @@
-# What the tests share that drive the program itself with real input; they source it with $under_wine and $program set,
-# the program as it was built. Copies that, with its font, into a folder of its own, $folder, whose name is not the
-# easiest; $program is the copy from then on.
+# Sourced by the tests that drive the program itself with real input, with $under_wine and the built $program set. Copies
+# the program and its font to a folder of its own, $folder, whose name has a space and an é; $program is then the copy.
 
 # shellcheck source=tests/e2e/real_input.sh
 source "$(dirname "${BASH_SOURCE[0]}")/real_input.sh"
@@ -10,7 +9,7 @@ mkdir "$folder"
 cp "$program" "$(dirname "$program")/source_code_pro.otf" "$folder"
 program=$folder/$(basename "$program")
 
-# Says what stands on the disk.
+# Ends the test with a message and the contents of the saved files.
 failed() {
     echo "FAILED in line ${BASH_LINENO[-2]}: $1"
     local file
@@ -24,7 +23,7 @@ failed() {
 
 # ---- The screen ----
 
-# Pixels of the client area, as bytes red, green, blue: pixels WIDTHxHEIGHT+X+Y.
+# Pixels of the client area as bytes, red, green, blue: pixels WIDTHxHEIGHT+X+Y.
 pixels() {
     timeout 20 import -window "$window" -crop "$1" +repage -depth 8 rgb:- 2> /dev/null
 }
@@ -37,7 +36,7 @@ expect_pixel() {
     until_true is_pixel "$@" || failed "pixel $1 $2 is not $3 but $(pixels "1x1+$1+$2" | od -An -tx1)"
 }
 
-# How many of the pixels match a colour, a regular expression: count_pixels WIDTHxHEIGHT+X+Y RRGGBB.
+# The number of pixels that match a colour, a regular expression: count_pixels WIDTHxHEIGHT+X+Y RRGGBB.
 count_pixels() {
     pixels "$1" | od -An -v -tx1 -w3 | tr -d ' ' | grep -cx "$2" || true
 }
@@ -61,12 +60,12 @@ see_no_pixels() {
 # Colours
 background=1a1a1a focused=323232 line=505050 live=ffff00 removed=505050
 hovered_removed=969696 hovered_live=ff0000
-selected=5a5a5a # the focused field's ground under a selection
-# Those of text, as expressions: where a letter covers a pixel well enough.
+selected=5a5a5a # background of a selection in the focused field
+# Colours of text, as regular expressions for pixels that a letter mostly covers.
 cyan='0[0-9a-f]\([c-f][0-9a-f]\)\1' grey='\(7[0-9a-f]\)\1\1'
 
-# Places at the default font size: the fields' rows begin at y = 4 and 27, the list at 50. A drop-down's rows are 17
-# high, with a button of 13 by 13 at x = 8; the list's texts begin at 10. Letters are 6 wide.
+# Positions at the default font size, in pixels: the fields begin at y = 4 and 27, the list at 50. The rows of a drop-down
+# are 17 high, with a button of 13 by 13 at x = 8; the list's texts begin at x = 10. Letters are 6 wide.
 path_y=15 query_y=38 save_x=992
 path_text_x=42 query_text_x=36
 first_path_row=27 first_query_row=50
@@ -77,15 +76,15 @@ move_to() {
     xdotool mousemove --window "$window" "$1" "$2"
 }
 
-# Presses a button at a place. The pointer is in the window already, so the way there is a move. A click acts after the
-# frame that it comes with has been drawn, so whoever sends keys next waits until the screen shows it.
+# The pointer must be in the window, so that getting there is a move. A click acts once its frame is drawn, so wait until
+# the screen shows its effect before sending keys.
 click() { # BUTTON X Y
     move_to "$2" "$3"
     xdotool click "$1"
 }
 
-# The pointer's coming is no move, and what the right button did is drawn with whatever comes next. So the pointer goes
-# to and fro at a place until a pixel has the colour: nudged_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
+# Entering the window does not count as a move, and the effect of a right click is drawn only with the next event. So
+# moves the pointer to and fro at a place until a pixel has the colour: nudged_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
 nudged_until_pixel() {
     for _ in {1..300}; do
         move_to "$(($1 + 1))" "$2"
@@ -98,7 +97,7 @@ nudged_until_pixel() {
     failed "pixel $3 $4 is not $5 but $(pixels "1x1+$3+$4" | od -An -tx1)"
 }
 
-# Gives a field that has a text the focus, all of it selected.
+# Focuses a field that has a text, which selects all of it.
 focus_path() {
     click 1 500 "$path_y"
     expect_pixel 500 6 "$focused"
@@ -111,7 +110,7 @@ focus_query() {
     expect_pixel $((query_text_x + 1)) 29 "$selected"
 }
 
-# Opens or closes a drop-down; where the button of its first row is, there is that colour afterwards.
+# Opens or closes a drop-down, and waits until the place of its first row's button has the colour.
 toggle_query_list() {
     click 3 300 "$query_y"
     nudged_until_pixel 300 "$query_y" 8 $((first_query_row + 8)) "$1"
@@ -129,8 +128,8 @@ has_window() {
     [ -n "$window" ]
 }
 
-# Starts the program, and waits for its first picture and for the first move of the pointer over it, which gives the
-# query's save button that colour.
+# Starts the program and waits until it has drawn a frame and reacts to the pointer: hovering gives the query's save
+# button the colour.
 start() { # HOVERED_COLOUR SAVE_Y ARGUMENT...
     local colour=$1 save_y=$2
     shift 2
@@ -167,7 +166,7 @@ close() {
 
 # ---- The files ----
 
-paths=none queries=none # what the files hold; none for no file
+paths=none queries=none # expected contents of the files; none: no file
 
 has_bytes() { # FILE BYTES
     if [ "$2" = none ]; then
@@ -182,7 +181,7 @@ files_are_as_expected() {
         [ ! -e "$folder/saved_paths.new" ] && [ ! -e "$folder/saved_queries.new" ]
 }
 
-# A file's bytes: its text and its entries.
+# The bytes of a saved file: bytes_of TEXT ENTRY...
 bytes_of() {
     local entry bytes=$1
     shift
@@ -192,7 +191,7 @@ bytes_of() {
     printf '%s' "$bytes"
 }
 
-# Waits until the files are what they should be: expect_query TEXT ENTRY..., the paths' file being as it was.
+# Waits until one file has this text and these entries, and the other is unchanged: expect_query TEXT ENTRY...
 expect_query() {
     queries=$(bytes_of "$@")
     until_true files_are_as_expected || failed "not the files: paths ${paths@Q}, queries ${queries@Q}"
@@ -213,12 +212,12 @@ clipboard_is() {
     [ "$(timeout 10 xclip -selection clipboard -o -t UTF8_STRING 2> /dev/null)" = "$1" ]
 }
 
-# What was copied reaches other programs.
+# Waits until other programs see the copied text.
 expect_clipboard() {
     until_true clipboard_is "$1" || failed "the clipboard does not hold $1"
 }
 
-# Pastes over the whole text, until what another program put on the clipboard has come.
+# Pastes over the whole text, and returns whether the files show it: another program's text arrives with a delay.
 pastes() {
     xdotool key ctrl+a ctrl+v
     for _ in {1..10}; do

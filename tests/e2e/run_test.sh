@@ -19,14 +19,14 @@ expect_status() { # STATUS MESSAGE FOLDER...
         { echo "FAILED: ./run.sh ${*:3} ends with $status: $message"; exit 1; }
 }
 
-# ---- Folders, and beginnings of folders' names ----
+# ---- Folders, and prefixes of folder names ----
 
 for path in src src/ src/search/ src/sea srch . / "$work/top/src" "$work/top/src/sea"; do
     expect_status 9 '' "$path"
 done
 expect_status 9 ''
 
-# ---- What cannot be listed ----
+# ---- Folders that cannot be listed ----
 
 for path in nowhere/ nowhere/sea nowhere/else/ /nowhere/sea file file/ file/sea; do
     expect_status 2 "No such folder: $path" "$path"

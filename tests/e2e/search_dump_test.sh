@@ -1,5 +1,5 @@
 #!/bin/bash
-# search_dump as a person runs it: search_dump_test.sh [RUNNER] PROGRAM. Compares all that it prints, byte for byte.
+# Runs search_dump and compares its whole output, byte for byte: search_dump_test.sh [RUNNER] PROGRAM.
 set -euo pipefail
 run=("$@")
 folder=$(mktemp -d)
@@ -7,7 +7,7 @@ trap 'rm -rf "$folder"' EXIT
 passed=0
 failed=0
 
-# expect NAME STATUS TEXT ARGUMENT...: what the program exits with and prints on standard output.
+# expect NAME STATUS TEXT ARGUMENT...: checks the exit status and standard output.
 expect() {
     local name=$1 status=$2 text=$3 actual=0
     shift 3
@@ -45,7 +45,7 @@ expect 'a missing folder' 0 $'files 0\n' missing foo
 expect 'no limit' 0 $'files 3\nfile tree/a.txt\nhit 3 1 15 e\n' --max-file-size 0 tree $'end'
 expect 'a limit below every file' 0 $'files 0\n' --max-file-size 2 names foo
 
-# A name that no UTF-8 or UTF-16 text can be: whatever becomes of it, the walk goes on.
+# Names that are not valid UTF-8: however they are converted, the walk goes on.
 mkdir -p odd/$'\xff\xfe'
 printf 'nothing' > odd/$'\xfd'
 printf 'foo ....' > odd/z
@@ -54,7 +54,7 @@ printf 'foo ....' > odd/$'\xff\xfe/z'
 if grep -qxF 'file odd/z' out && [ "$(grep -cxF 'hit 1 1 0 foo .' out)" -ge 1 ]; then
     passed=$((passed + 1))
 else
-    printf 'FAILED: names that are no text\n'
+    printf 'FAILED: names that are not UTF-8\n'
     cat out
     failed=$((failed + 1))
 fi

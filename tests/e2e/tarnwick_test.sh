@@ -1,5 +1,5 @@
 #!/bin/bash
-# Drives the program with real keys and clicks, and looks at its screen and at the files that it keeps, byte for byte:
+# Drives the program with real keys and clicks, and checks its screen and its files, byte for byte:
 # tarnwick_test.sh UNDER_WINE TARNWICK_EXE. Needs a display with a window manager.
 set -euo pipefail
 under_wine=$(realpath "$1")
@@ -7,17 +7,17 @@ program=$(realpath "$2")
 # shellcheck source=tests/e2e/real_program.sh
 source "$(dirname "$0")/real_program.sh"
 
-# A tree to look at.
+# The tree whose folders are suggested.
 mkdir -p "$work/tree/apples" "$work/tree/apricots" "$work/tree/pears/green"
 tree=Z:$work/tree
 
 # ---- The command line ----
 
-# Wine puts double quotes around an argument with a blank, and only a path in quotes is taken; the blank itself goes.
+# Wine quotes an argument that contains a space, and only a quoted path is accepted; the program removes the space.
 start "$hovered_removed" "$query_y" "$tree/ " -needle text
 see_pixels 200x75+0+50 "$cyan"
 expect_pixel 500 29 "$focused"
-expect_same_files # nothing has been changed, so nothing is written
+expect_same_files # nothing was edited, so nothing is written
 xdotool key ctrl+c
 expect_clipboard 'needle text'
 focus_path
@@ -102,12 +102,12 @@ expect_query two one oneé
 save_query
 expect_query two one oneé two
 
-# The pointer goes over the list: the rows' buttons show what lives.
+# The buttons of the list's rows show which entries are saved.
 toggle_query_list "$live"
 expect_pixel 8 $((first_query_row + 17 + 8)) "$live"
 expect_pixel 8 $((first_query_row + 34 + 8)) "$live"
 expect_pixel 8 $((first_query_row + 51 + 8)) "$background"
-click 1 12 $((first_query_row + 34 + 8)) # removes "two", which stands in the field
+click 1 12 $((first_query_row + 34 + 8)) # removes "two", the field's text
 expect_query two one oneé
 expect_pixel 8 $((first_query_row + 34 + 8)) "$hovered_removed"
 move_to 300 300
@@ -115,13 +115,13 @@ expect_pixel "$save_x" "$query_y" "$removed"
 click 1 12 $((first_query_row + 34 + 8)) # and revives it
 expect_query two one oneé two
 expect_pixel 8 $((first_query_row + 34 + 8)) "$hovered_live"
-click 1 12 $((first_query_row + 34 + 8)) # the second press of a double press is a press like another
+click 1 12 $((first_query_row + 34 + 8)) # the second press of a double press counts as a press
 expect_query two one oneé
 click 1 12 $((first_query_row + 8))
 expect_query two oneé
 expect_pixel 8 $((first_query_row + 8)) "$hovered_removed"
 
-# Saving a text whose entry was removed revives the entry. File and button know it with the next change.
+# Saving a text whose entry was removed revives the entry. The file and the button show it with the next edit.
 toggle_query_list "$background"
 expect_query two oneé
 save_query
@@ -137,7 +137,7 @@ expect_query two oneé two
 move_to 500 300
 expect_pixel "$save_x" "$query_y" "$live"
 
-# A row that is clicked is the text, wholly selected; a removed one too.
+# Clicking a row makes its entry the text and selects it, even a removed entry.
 toggle_query_list "$removed"
 click 1 200 $((first_query_row + 8))
 expect_query one oneé two
@@ -160,16 +160,16 @@ see_pixels 200x15+0+50 "$cyan"
 see_pixels 200x15+0+65 "$cyan"
 see_pixels 200x15+0+80 "$cyan"
 see_no_pixels 200x15+0+95 "$cyan"
-# The first of them, in grey behind what is typed.
+# The first one completes the typed text in grey.
 tail_x=$((path_text_x + 6 * (${#tree} + 1)))
 see_pixels "60x15+$tail_x+4" "$grey"
-xdotool type ap # two folders go on so; the third comes after them
+xdotool type ap # two folders match; the third comes after them
 expect_path "$tree/ap"
 see_pixels 200x15+0+80 "$grey"
 see_pixels 200x30+0+50 "$cyan"
 see_no_pixels 200x15+0+80 "$cyan"
 see_pixels "60x15+$((tail_x + 12))+4" "$grey"
-xdotool type ples # a folder that is there is searched
+xdotool type ples # an existing folder is searched
 expect_path "$tree/apples"
 see_no_pixels 200x45+0+50 "$cyan"
 
@@ -194,15 +194,15 @@ expect_pixel 8 $((first_path_row + 17 + 8)) "$hovered_removed"
 click 1 200 $((first_path_row + 8))
 expect_path "$tree/apples" "$tree/apples" "$tree/a b"
 expect_pixel $((path_text_x + 1)) 6 "$selected"
-expect_pixel 500 45 "$background" # the query's row is there again
+expect_pixel 500 45 "$background" # the query's row shows again
 xdotool key End slash
 expect_path "$tree/apples/" "$tree/apples" "$tree/a b"
 toggle_path_list "$live"
-click 1 12 $((first_path_row + 17 + 8)) # revives the one that stands in the field
+click 1 12 $((first_path_row + 17 + 8)) # revives the field's entry
 expect_path "$tree/apples/" "$tree/apples" "$tree/apples/" "$tree/a b"
 expect_pixel "$save_x" "$path_y" "$live"
 
-# A list that is open goes with the right click; the other field takes the focus with the left one.
+# A right click closes an open list; a left click focuses the other field.
 toggle_path_list "$background"
 focus_query
 expect_pixel 500 6 "$background"
@@ -231,7 +231,7 @@ expect_path "$tree/apples" "$tree/apples" "$tree/apples/" "$tree/a b"
 focus_query
 toggle_query_list "$live"
 expect_pixel 8 $((first_query_row + 17 + 8)) "$live"
-expect_pixel 8 $((first_query_row + 34 + 8)) "$background" # what was removed is gone for good
+expect_pixel 8 $((first_query_row + 34 + 8)) "$background" # removed entries do not come back
 click 1 200 $((first_query_row + 17 + 8))
 expect_query two oneé two
 close
@@ -239,7 +239,7 @@ close
 # ---- Settings ----
 
 printf 'font_size 20\nline_height 1.25\ntext_y_offset 0.8\nremember_last_query no\n' > "$folder/settings.txt"
-# The fields' rows are 33 high now, the list begins at 70, and its rows are 25 high.
+# The fields' rows are now 33 pixels high, the list begins at y = 70, and its rows are 25 high.
 start "$hovered_removed" 54 "$tree/ "
 expect_pixel 500 29 "$line"
 expect_pixel 500 19 "$background"
@@ -252,7 +252,7 @@ see_pixels 200x25+0+95 "$cyan"
 see_pixels 200x25+0+120 "$cyan"
 see_no_pixels 200x25+0+145 "$cyan"
 expect_same_files
-xdotool key q # nothing stands before it
+xdotool key q # into an empty field
 expect_query q oneé two
 close
 rm "$folder/settings.txt"
@@ -278,11 +278,11 @@ for length in 1 17 40 80; do
     kill -9 "$tarnwick"
     wait "$tarnwick" 2> /dev/null || true
     forget_started "$tarnwick"
-    wait "$typing" # the rest of the keys finds nobody
+    wait "$typing" # no window receives the remaining keys
     forget_started "$typing"
     until_true has_no_window || failed 'the window of a killed program stays'
 
-    # What was typed up to the kill is there again, and every saved entry.
+    # The text typed up to the kill is restored, and every saved entry.
     start "$hovered_removed" "$query_y"
     xdotool key End exclam
     is_restored() {
@@ -291,9 +291,9 @@ for length in 1 17 40 80; do
         text=${bytes%%$'\n'*}
         [ "${bytes#*$'\n'}" = $'oneé\ntwo' ] && [[ $text == *! ]] && [ "${#text}" -gt "$length" ]
     }
-    until_true is_restored || failed "after $length characters"
+    until_true is_restored || failed "not restored after $length characters"
     text=${text%!}
-    [ "$text" = "${typed:0:${#text}}" ] || failed "another text than was typed: $text"
+    [ "$text" = "${typed:0:${#text}}" ] || failed "not what was typed: $text"
     expect_query "$text!" oneé two
     close
 done

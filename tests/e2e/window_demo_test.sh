@@ -1,6 +1,6 @@
 #!/bin/bash
-# Drives a real window with real input, and compares every event with what was done, and the screen with the
-# framebuffer: window_demo_test.sh UNDER_WINE WINDOW_DEMO DROP_FILES. Needs a display with a window manager.
+# Drives a real window with real input, compares the events with the input and the screen with the framebuffer:
+# window_demo_test.sh UNDER_WINE WINDOW_DEMO DROP_FILES. Needs a display with a window manager.
 set -euo pipefail
 under_wine=$(realpath "$1")
 demo=$(realpath "$2")
@@ -11,43 +11,43 @@ cd "$work"
 
 failed() {
     echo "FAILED: $1"
-    echo "The events since the last act:"
+    echo "The events since the last input:"
     since_act
     exit 1
 }
 
-events=$work/events # of the window that is looked at
-mark=0              # its lines before the last act
+events=$work/events # of the tested window
+mark=0              # number of its lines before the last input
 
 since_act() {
     tail -n "+$((mark + 1))" "$events" | tr -d '\r'
 }
 
-# Does something to the window.
+# Runs a command that sends input to the window.
 act() {
     mark=$(wc -l < "$events")
     "$@"
 }
 
-# Whether the events of the given kinds since the last act are the given lines and no others. A move that is told twice
-# counts once: the system may repeat it.
+# Whether the events of the given kinds since the last input are exactly the given lines. Repeated moves count once, since
+# the system may repeat one.
 are_events() {
     [ "$(since_act | grep -E "^($1) ?" | awk '!(/^mouse_move/ && $0 == last) { print } { last = $0 }')" = "$2" ]
 }
 
-# Waits for that: expect KINDS LINE..., KINDS being a regular expression. The last act is over then.
+# Waits for exactly these events: expect KINDS LINE..., KINDS being a regular expression.
 expect() {
     local kinds=$1 lines
     shift
     lines=$(printf '%s\n' "$@")
-    until_true are_events "$kinds" "$lines" || failed "not just these: $lines"
+    until_true are_events "$kinds" "$lines" || failed "expected only these: $lines"
 }
 
 has_line() {
     since_act | grep -qxE "$1"
 }
 
-# Waits for a line that matches, whatever else happens.
+# Waits for a matching line among any others.
 see() {
     until_true has_line "$1" || failed "no line $1"
 }
@@ -97,7 +97,7 @@ expect_same_picture "after opening"
 
 # ---- Mouse ----
 
-at() { # X Y of the client area; prints them as the screen has them
+at() { # X Y of the client area; prints the screen coordinates
     echo "$((x + $1)) $((y + $2))"
 }
 
@@ -132,7 +132,7 @@ for button in '1 0x104' '2 0x105' '3 0x106'; do
         "mouse_button $code $(at $place_x 200) 2" "mouse_button $code $(at $place_x 200) 0"
 done
 
-# A drag out of the window is told up to its end.
+# A drag that leaves the window is reported to its end.
 move_to 300 100
 act xdotool mousedown 1 mousemove 1270 1010 mouseup 1
 see 'mouse_move 1270 1010'
@@ -177,7 +177,7 @@ act xdotool keydown c
 until_true repeats || failed "no auto-repeat"
 xdotool keyup c
 see 'key 0x43 0'
-[ "$(since_act | grep -cx 'key 0x43 1')" = 1 ] || failed "a held key is pressed once"
+[ "$(since_act | grep -cx 'key 0x43 1')" = 1 ] || failed "a held key was pressed more than once"
 
 # ---- Place and size ----
 
@@ -204,7 +204,7 @@ see 'moved 300 350'
 act xdotool windowactivate --sync "$window"
 expect_same_picture "after coming back"
 
-# ---- Files, focus and the end ----
+# ---- Dropped files, focus and closing ----
 
 act "$under_wine" "$drop_files" lum_sharedWindowClass 12 34 'C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b' < /dev/null
 expect files_dropped 'files_dropped 12 34 3 C:/code/a.txt D:/é/你 😀.txt C:/b'
@@ -220,7 +220,7 @@ until_true other_lost_focus || failed "the other window kept the focus"
 
 act xdotool key alt+F4
 see closed
-[ "$(since_act | tail -n 1)" = closed ] || failed "something came after the end"
+[ "$(since_act | tail -n 1)" = closed ] || failed "an event came after closed"
 wait "${started[0]}" || failed "exit status $?"
 started=("${started[@]:1}")
 

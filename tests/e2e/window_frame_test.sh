@@ -1,7 +1,7 @@
 #!/bin/bash
-# Drives the program's window by its title bar and its frame: what is drawn while they are held, which cursor shows over
-# them, and the icon: window_frame_test.sh UNDER_WINE TARNWICK_EXE. Wine draws the frame itself here, as Windows does, and
-# runs the message loop that goes with it. Needs a display.
+# What the program draws while its title bar or frame is held, the cursors over them, and the icon:
+# window_frame_test.sh UNDER_WINE TARNWICK_EXE. Wine draws the frame itself here and runs its message loop, as Windows
+# does. Needs a display.
 set -euo pipefail
 under_wine=$(realpath "$1")
 program=$(realpath "$2")
@@ -17,13 +17,13 @@ failed() {
 driver='HKCU\Software\Wine\X11 Driver'
 "$under_wine" reg add "$driver" /v Managed /t REG_SZ /d N /f > /dev/null < /dev/null
 undo() {
-    xdotool mouseup 1 # a test that fails may hold it
+    xdotool mouseup 1 # a failed test may still hold it
     "$under_wine" reg delete "$driver" /v Managed /f > /dev/null < /dev/null
 }
 
 g++ -o "$work/cursor_name" "$here/cursor_name.cpp" -lX11 -lXfixes
 
-# A search that does not end, with a hit in every 500th file: a folder that contains itself twice.
+# A folder that contains itself twice, for a search that does not end, with a hit in every 500th file.
 mkdir "$work/tree"
 (cd "$work/tree" && seq 499 | split -a 3 -l 1 - file && printf 'needle\n\n\n' > file && ln -s . again && ln -s . more)
 
@@ -36,12 +36,12 @@ find_window() { # sets X, Y, WIDTH and HEIGHT, those of the whole window on the 
     eval "$(xdotool getwindowgeometry --shell "$window")"
 }
 
-# A part of the screen, as bytes red, green, blue: picture WIDTHxHEIGHT+X+Y.
+# A part of the screen as bytes, red, green, blue: picture WIDTHxHEIGHT+X+Y.
 picture() {
     timeout 20 import -window root -crop "$1" +repage -depth 8 rgb:-
 }
 
-# The same as text, RRGGBB a line.
+# The same as text, one RRGGBB per line.
 pixels() {
     picture "$1" | od -An -v -tx1 -w3 | tr -d ' '
 }
@@ -58,14 +58,14 @@ until_true shows_text || failed 'no hits'
 
 # ---- The icon ----
 
-# The large one and the small one: width, height and pixels each, of which some have the program's yellow.
+# A large and a small one, each as width, height and pixels; some pixels have the program's yellow.
 icons=$(xprop -id "$window" -notype 32c _NET_WM_ICON)
 [[ $icons == *'= 32, 32, '*', 16, 16, '* ]] || failed 'there are not two icons'
 [[ $icons == *4294967040*', 16, 16, '*4294967040* ]] || failed "the icons are not the program's"
 
 # ---- While the title bar is held ----
 
-list_picture() { # of which only its sum counts
+list_picture() { # prints a checksum
     picture "${WIDTH}x$((HEIGHT - 80))+$X+$((Y + 80))" | md5sum
 }
 
@@ -74,7 +74,7 @@ list_changes() {
 }
 
 xdotool mousemove $((X + 400)) $((Y + 12)) mousedown 1
-sleep 0.5 # the system begins its loop when the button stays down or the pointer moves
+sleep 0.5 # the loop starts when the button stays down or the pointer moves
 xdotool mousemove $((X + 402)) $((Y + 12))
 sleep 0.5
 find_window
@@ -90,7 +90,7 @@ cursor_is() {
     [ "$("$work/cursor_name")" = "$1" ]
 }
 
-# Motions over a place, as the system looks for a pointer that has left only now and then, until the cursor shows.
+# Moves the pointer until it shows the cursor: Wine notices only now and then that it has left the client area.
 moved_until_cursor() { # X Y CURSOR
     for step in {1..50}; do
         xdotool mousemove "$1" $(($2 + step))
@@ -118,7 +118,7 @@ xdotool mousemove $((X + WIDTH - 2)) $((Y + 300)) mousedown 1
 sleep 0.5
 for wider in 20 40 60; do
     xdotool mousemove $((X + WIDTH - 2 + wider)) $((Y + 300))
-    # Just left of where the frame is by then, in the space above the fields.
+    # Just left of the moved frame, in the space above the fields.
     until_true is_background $((X + WIDTH + wider - 10)) $((Y + 26)) ||
         failed "the new pixels of the held frame are $(pixels "1x1+$((X + WIDTH + wider - 10))+$((Y + 26))")"
 done
