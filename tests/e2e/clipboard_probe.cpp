@@ -23,7 +23,7 @@ std::string standard_input() {
     return bytes;
 }
 
-// What a program that knows no Unicode does.
+// Sets the text as a program without Unicode does.
 int offer_bytes(const std::string &text) {
     HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
     std::memcpy(GlobalLock(block), text.c_str(), text.size() + 1);
@@ -53,8 +53,8 @@ int main(int count, char **arguments) {
         os_clipboard_list_formats();
         return 0;
     }
-    if (what == "stay") {   // until it is killed, or forgotten
-        GetDesktopWindow(); // has the desktop started, which goes on as long as somebody uses it
+    if (what == "stay") {   // until it is killed, at most five minutes
+        GetDesktopWindow(); // starts the desktop, which runs as long as a program uses it
         Sleep(300000);
         return 0;
     }

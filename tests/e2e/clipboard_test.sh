@@ -1,6 +1,6 @@
 #!/bin/bash
-# Copies texts between the program and xclip through the desktop's clipboard, both ways, and compares them byte for byte:
-# clipboard_test.sh [RUNNER] PROGRAM, where PROGRAM is clipboard_probe.
+# Copies texts between the program and xclip through the desktop's clipboard, both ways, and compares them byte for
+# byte: clipboard_test.sh [RUNNER] PROGRAM, where PROGRAM is clipboard_probe.
 set -euo pipefail
 export LC_ALL=C.UTF-8
 probe=("$@")
@@ -25,8 +25,8 @@ failed() {
     failures=$((failures + 1))
 }
 
-# within_30_s NAME EXPECTED COMMAND...: other programs see a new text with a delay, so COMMAND is tried until it succeeds
-# and prints what file EXPECTED contains.
+# within_30_s NAME EXPECTED COMMAND...: other programs see a new text with a delay, so COMMAND is tried until it
+# succeeds and prints what file EXPECTED contains.
 within_30_s() {
     for ((tries = 0; tries < 300; tries++)); do
         if "${@:3}" > "$work/actual" && cmp -s "$2" "$work/actual"; then

@@ -1,5 +1,5 @@
-// A program for console_test.sh: does what its first argument says with the layer's console operations. Where
-// an argument cannot be handed over, the environment's CONSOLE_PROBE says it.
+// A program for console_test.sh: calls the console operations that its first argument names. Without an
+// argument of its own it reads the environment variable CONSOLE_PROBE.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -32,7 +32,7 @@ int print_lines(int count) {
 int window_failure() {
     os_print("[%s:%i] ", "main_init", 1092);
     os_print("WTF failed to open window!\n");
-    return 1; // as the program's start-up does
+    return 1; // as the program does then
 }
 
 int debug_lines() {
@@ -64,8 +64,8 @@ int read_lines() {
     return 0;
 }
 
-// Starts this program again. On Windows arguments[0] is its whole command line, elsewhere they are its
-// arguments from the program's name on. It then shows its command line.
+// Starts this program again, to print its command line. On Windows arguments[0] is the whole command line,
+// elsewhere arguments are those of the new program, its name first.
 int respawn(char **arguments) {
     std::string mode = "CONSOLE_PROBE=command_line";
 #ifdef _WIN32
@@ -89,7 +89,7 @@ int respawn(char **arguments) {
 #endif
 }
 
-// What the console answers goes into a file, for standard output is the console itself.
+// Writes the console's answers to a file: standard output is the console itself.
 int ask_console(const char *path) {
     std::FILE *report = std::fopen(path, "w");
     if (!report) {
@@ -99,7 +99,7 @@ int ask_console(const char *path) {
     std::fprintf(report, "moved %i\n", os_console_move_cursor(3, 1));
     uint32_t key = 0;
     while (key == 0) {
-        key = os_console_read_key(); // events that are no key may come first
+        key = os_console_read_key(); // other events may come first
     }
     std::fprintf(report, "key %u\n", key);
     std::fclose(report);

@@ -1,4 +1,4 @@
-// A program for crash_test.sh: crashes as its first argument says, with a callback that prints what it gets.
+// A program for crash_test.sh: crashes as its first argument says, with a callback that prints its arguments.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,12 +21,13 @@ void print_second(int32_t, const char *) {
     os_print("the second callback\n");
 }
 
-// Volatile, so that the compiler does not see it coming. No null pointer: a sanitizer would step in.
+// Volatile, so that the compiler cannot foresee the crash. Not null: a sanitizer would stop the program
+// first.
 int *volatile bad_pointer = reinterpret_cast<int *>(16);
 volatile int zero;
 
-// In large steps: Wine needs some of the stack to report that it is used up, and has it only when a step ends
-// far beyond the stack's end.
+// In large steps: Wine needs some stack to report the overflow, and has it only when a step ends far beyond
+// the stack's end.
 __attribute__((noinline)) int use_up_stack(volatile char *before) {
     volatile char block[1 << 20];
     block[0] = before ? before[0] : 1;
@@ -40,7 +41,7 @@ int crash(const std::string &how) {
     if (how == "access_violation") {
         *bad_pointer = 1;
     } else if (how == "divide_by_zero") {
-        // Written out, for the same reason.
+        // In assembly, so that the compiler cannot foresee it either.
         int quotient = 1;
         int remainder = 0;
         __asm__ volatile("idivl %2" : "+a"(quotient), "+d"(remainder) : "r"(zero));
@@ -58,8 +59,7 @@ int crash(const std::string &how) {
 
 #ifdef _WIN32
 
-// Starts this program with the argument and prints its exit status, of which nothing outside sees all 32
-// bits.
+// Starts this program with the argument and prints all 32 bits of its exit status, which a shell cuts to 8.
 int status_of(const char *argument) {
     char path[4096];
     GetModuleFileNameA(nullptr, path, sizeof(path));
@@ -86,7 +86,7 @@ void print_text_of(HWND window) {
     os_print("%s\n", text);
 }
 
-// Prints what the message box shows: its title, its message, and its buttons' number. 2: there is no box.
+// Prints the message box's title, its message and the number of its buttons. Returns 2 without a box.
 int box() {
     constexpr int message_item = 0xffff;
     HWND window = FindWindowW(L"#32770", L"YA FUCKED UP");

@@ -1,4 +1,4 @@
-// Prints the name of the cursor that the X server shows. For scripts, which build it natively.
+// Prints the name of the cursor that the X server shows. window_frame_test.sh builds it natively.
 #include <X11/Xlib.h>
 #include <X11/extensions/Xfixes.h>
 #include <stdio.h>

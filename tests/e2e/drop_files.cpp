@@ -1,5 +1,5 @@
-// Drops files on a window as the system's file manager would: drop_files CLASS X Y NAME... posts one message
-// to the first window of that class. Exits with 1 when there is none or the system refuses the message.
+// Drops files on a window like the file manager: drop_files CLASS X Y NAME... posts one message to the first
+// window of that class. Exits with 1 when there is none or the message cannot be posted.
 #include <stdio.h>
 #include <stdlib.h>
 #include <windows.h>
@@ -13,7 +13,7 @@ namespace {
 std::wstring wide_from(const char *text) {
     std::wstring wide(strlen(text) + 1, 0);
     int units = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.data(), static_cast<int>(wide.size()));
-    wide.resize(static_cast<size_t>(units)); // its zero unit among them
+    wide.resize(static_cast<size_t>(units)); // including the terminator
     return wide;
 }
 
@@ -37,8 +37,7 @@ int main(int argc, char **argv) {
     std::string drop(reinterpret_cast<const char *>(&head), sizeof(head));
     drop.append(reinterpret_cast<const char *>(names.data()), names.size() * sizeof(wchar_t));
 
-    // A drop handle means something only in the window's own process. The address of a block there serves as
-    // one.
+    // A drop handle is valid only in the window's process; the address of a block there serves as one.
     DWORD process_id = 0;
     GetWindowThreadProcessId(window, &process_id);
     HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE, process_id);

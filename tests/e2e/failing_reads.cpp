@@ -1,4 +1,4 @@
-// Preloaded, it makes reading a file fail as a broken disk does, if "broken" is part of the file's name.
+// When preloaded, makes reads of files with "broken" in their names fail like a broken disk.
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -15,7 +15,7 @@ extern "C" ssize_t pread(int file, void *bytes, size_t count, off_t offset) {
     ssize_t length = readlink(link, name, sizeof(name) - 1);
     if (length > 0) {
         name[length] = 0;
-        // The second block of such a file cannot be read, or the first one when there is no other.
+        // With "late" after it in the name, the first 4096 bytes can be read.
         const char *broken = strstr(name, "broken");
         if (broken && (offset > 0 || !strstr(broken, "late"))) {
             errno = EIO;

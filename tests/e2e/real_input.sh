@@ -1,5 +1,5 @@
-# Sourced with $under_wine set by the tests that drive a real window. Makes a folder, $work. When the test ends, deletes it
-# and stops the processes whose ids are in started.
+# Sourced with $under_wine set by the tests that drive a real window. Makes a folder, $work. When the test ends, deletes
+# it and stops the processes whose ids are in started.
 
 export LC_ALL=C.UTF-8 # for characters beyond ASCII
 work=$(mktemp -d)

@@ -1,5 +1,6 @@
-# Sourced by the tests that drive the program itself with real input, with $under_wine and the built $program set. Copies
-# the program and its font to a folder of its own, $folder, whose name has a space and an é; $program is then the copy.
+# Sourced by the tests that drive the program itself with real input, with $under_wine and the built $program set.
+# Copies the program and its font to a folder of its own, $folder, whose name has a space and an é; $program is then the
+# copy.
 
 # shellcheck source=tests/e2e/real_input.sh
 source "$(dirname "${BASH_SOURCE[0]}")/real_input.sh"
@@ -64,8 +65,8 @@ selected=5a5a5a # background of a selection in the focused field
 # Colours of text, as regular expressions for pixels that a letter mostly covers.
 cyan='0[0-9a-f]\([c-f][0-9a-f]\)\1' grey='\(7[0-9a-f]\)\1\1'
 
-# Positions at the default font size, in pixels: the fields begin at y = 4 and 27, the list at 50. The rows of a drop-down
-# are 17 high, with a button of 13 by 13 at x = 8; the list's texts begin at x = 10. Letters are 6 wide.
+# Positions at the default font size, in pixels: the fields begin at y = 4 and 27, the list at 50. The rows of a
+# drop-down are 17 high, with a button of 13 by 13 at x = 8; the list's texts begin at x = 10. Letters are 6 wide.
 path_y=15 query_y=38 save_x=992
 path_text_x=42 query_text_x=36
 first_path_row=27 first_query_row=50
@@ -76,8 +77,8 @@ move_to() {
     xdotool mousemove --window "$window" "$1" "$2"
 }
 
-# The pointer must be in the window, so that getting there is a move. A click acts once its frame is drawn, so wait until
-# the screen shows its effect before sending keys.
+# The pointer must be in the window, so that getting there is a move. A click acts once its frame is drawn, so wait
+# until the screen shows its effect before sending keys.
 click() { # BUTTON X Y
     move_to "$2" "$3"
     xdotool click "$1"

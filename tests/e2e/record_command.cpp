@@ -1,5 +1,5 @@
-// A program for search_and_click_test.sh: appends its whole command line, as it arrived, to the file
-// commands.txt in its own folder, a line for each start.
+// A program for search_and_click_test.sh: appends its whole command line as one line to commands.txt in its
+// own folder.
 #include <windows.h>
 
 namespace {
@@ -21,7 +21,7 @@ int main() {
         return 1;
     }
     CopyMemory(path + length, name, sizeof(name));
-    // Nobody else writes meanwhile, so that no line gets into another one.
+    // Opened for one writer at a time, so that lines do not mix.
     HANDLE file = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr);
     while (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_SHARING_VIOLATION) {
         Sleep(1);
@@ -31,7 +31,7 @@ int main() {
     if (file == INVALID_HANDLE_VALUE || count == 0) {
         return 1;
     }
-    line[count - 1] = '\n'; // the zero's place
+    line[count - 1] = '\n'; // in place of the terminator
     DWORD written = 0;
     return WriteFile(file, line, static_cast<DWORD>(count), &written, nullptr) ? 0 : 1;
 }

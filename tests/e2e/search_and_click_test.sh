@@ -1,7 +1,7 @@
 #!/bin/bash
-# Searches a source tree with the program as its users do, and checks the rows on the screen and the commands that clicks
-# on them start: search_and_click_test.sh UNDER_WINE TARNWICK_EXE SEARCH_DUMP_EXE RECORD_COMMAND_EXE. The expected rows
-# are search_dump's. Needs a display with a window manager.
+# Searches a source tree with the program as its users do, and checks the rows on the screen and the commands that
+# clicks on them start: search_and_click_test.sh UNDER_WINE TARNWICK_EXE SEARCH_DUMP_EXE RECORD_COMMAND_EXE. The
+# expected rows are search_dump's. Needs a display with a window manager.
 set -euo pipefail
 
 under_wine=$(realpath "$1")

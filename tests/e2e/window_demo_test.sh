@@ -29,8 +29,8 @@ act() {
     "$@"
 }
 
-# Whether the events of the given kinds since the last input are exactly the given lines. Repeated moves count once, since
-# the system may repeat one.
+# Whether the events of the given kinds since the last input are exactly the given lines. Repeated moves count once,
+# since the system may repeat one.
 are_events() {
     [ "$(since_act | grep -E "^($1) ?" | awk '!(/^mouse_move/ && $0 == last) { print } { last = $0 }')" = "$2" ]
 }

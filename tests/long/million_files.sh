@@ -1,9 +1,9 @@
 #!/bin/bash
 # A tree of 1,000,000 small files, searched three times: million_files.sh [SEARCH_DUMP]
 #
-# Every file must be counted and every hit be found, with its place and its file's name; a limit of sizes must leave
-# out exactly the files above it. The tree is made in a folder of its own in $TMPDIR (4 GB, and as many files, have to
-# fit there) and removed at the end. Takes about a minute or two, most of it for making and removing the tree.
+# Every file must be counted and every hit found with its place and file; a size limit must leave out exactly the larger
+# files. The tree needs 4 GB and a million files in $TMPDIR, and is removed at the end. Takes a minute or two, mostly
+# for making and removing the tree.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/../.." && pwd)
 search_dump=$(realpath "${1:-$here/build/linux/bin/search_dump}")
@@ -13,9 +13,8 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 
-# 1000 folders with 1000 files each: tree/<f>/file-<n>, numbers of three digits. Each file has two lines, the second
-# of which is a number that no other file has. The names are long enough that the strings of one search fill the
-# first of the store's blocks and go on in a second one, and short enough that they need no third.
+# 1000 folders of 1000 files: tree/folder-FFF/file-NNN. Each file has two lines, the second with a number of its own.
+# The names are so long that the strings of one search fill the first block of the store and part of a second one.
 mkdir tree
 start=$SECONDS
 for f in $(seq -w 0 999); do
@@ -24,7 +23,7 @@ for f in $(seq -w 0 999); do
 number $f%03.0f, and a few bytes behind it" 0 999 | split -l 2 -a 3 -d - "tree/folder-$f/file-"
 done
 echo "million_files: made in $((SECONDS - start)) s"
-printf 'one byte more than the others have\n' >> tree/folder-500/file-500
+printf 'one line more than the others have\n' >> tree/folder-500/file-500
 
 failed=0
 # expect NAME FILE_COUNT EXPECTED_GROUPS ARGUMENT...: "name line column byte_offset text" of each hit, sorted.
@@ -41,8 +40,8 @@ expect() {
     fi
 }
 
-# stored LINE QUERY: the text of a file's last line loses as many bytes at its end, the line feed with them, as the
-# query has.
+# stored LINE QUERY: the stored text of a file's last line, which lacks as many bytes at its end, counting the line
+# feed, as the query has.
 stored() {
     printf '%s' "${1:0:$((${#1} + 1 - ${#2}))}"
 }
@@ -56,5 +55,5 @@ each=$(for f in $(seq -w 0 999); do
 done)
 expect 'one file of each folder' 1000000 "$each"$'\n' --max-file-size 0 tree "$query"
 size=$(stat -c %s tree/folder-000/file-000)
-expect 'all but the largest' 999999 '' --max-file-size "$size" tree 'one byte more than'
+expect 'all but the largest' 999999 '' --max-file-size "$size" tree 'one line more than'
 exit $failed

@@ -1,11 +1,10 @@
-// What a running program holds, for soak.sh: process_probe CLASS prints one line about the process of the
-// first window of that class, as the system's own table of handles has it, and the letter of the drive that a
-// program started like this one is on:
+// Counts a program's handles for soak.sh: process_probe CLASS prints one line about the process of the first
+// window of that class, from the system's table of handles, and the drive letter of the working folder:
 //
 //   handles COUNT drive LETTER
 //
-// Exits with 1 when there is no such window or the system does not tell. Wine knows handles by no other way,
-// and tells no number of another process's private bytes or of its window objects.
+// Exits with 1 when there is no such window or the table cannot be read. Wine has no other way to count
+// handles, and none to count another process's private bytes or window objects.
 #include <stdint.h>
 #include <stdio.h>
 #include <windows.h>
@@ -16,7 +15,7 @@ extern "C" LONG NTAPI NtQuerySystemInformation(ULONG question, void *answer, ULO
 
 namespace {
 
-// As the system fills it.
+// The system's layout.
 struct HandleEntry {
     void *object;
     ULONG_PTR process_id;
@@ -35,10 +34,10 @@ struct HandleTable {
     HandleEntry entries[1];
 };
 
-constexpr ULONG extended_handle_information = 64; // a question that the system's own header does not have
+constexpr ULONG extended_handle_information = 64; // missing in the system's header
 constexpr LONG too_short = static_cast<LONG>(0xC0000004);
 
-// Returns 0 when the system does not tell.
+// Returns 0 when the table cannot be read.
 uint64_t count_handles(DWORD process_id) {
     for (ULONG size = 1 << 20; size < 1 << 30; size *= 2) {
         std::vector<char> block(size);

@@ -1,7 +1,7 @@
 #!/bin/bash
-# Random real input in the program's window over a real tree, for a while: keys, clicks, drags, the wheel, new sizes of
-# the window, and the focus lost and regained. The program must neither crash nor stop answering, hold no more memory
-# than its largest result set takes, and leave open no handle but the pair of each command that a click runs.
+# Sends random real input to the program's window for some time: keys, clicks, drags, the wheel, new window sizes, and
+# focus lost and regained. The program must not crash or hang, must not use more memory than its largest result set, and
+# must leave no handle open except the two of each command that a click runs.
 #
 #     soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED]
 #
@@ -11,14 +11,13 @@
 #     xvfb-run -a -s '-screen 0 1280x1024x24' bash -c 'openbox & sleep 1; bash tests/long/soak.sh \
 #         tools/run_under_wine build/windows/bin/tarnwick.exe build/windows/bin/process_probe.exe 180'
 #
-# One seed gives one sequence of inputs. What the program is at when one arrives differs from run to run, and so does
-# the number of inputs: SECONDS ends it. Nothing here is judged by how long it takes.
+# A seed gives the same sequence of inputs, but the program's state when one arrives differs from run to run, and so
+# does the number of inputs in SECONDS. Nothing is judged by how long it takes.
 #
-# Escape is left out: it opens the file manager's windows, which would have to be closed again.
+# Escape is left out because it opens windows of the file manager, which would have to be closed.
 set -euo pipefail
 
-# As in search_and_click_test.sh: clicks start hundreds of programs, and Wine fails one of some thousand unless all get
-# the same places.
+# Clicks start hundreds of programs, and with random addresses Wine fails to start about one in a thousand.
 if [ -z "${has_fixed_places:-}" ] && setarch -R true 2> /dev/null; then
     has_fixed_places=1 exec setarch -R bash "$0" "$@"
 fi
@@ -37,13 +36,13 @@ sources=$(realpath "$(dirname "$0")/../..")
 # shellcheck source=tests/e2e/real_program.sh
 source "$(dirname "$0")/../e2e/real_program.sh"
 
-# ---- What is held ----
+# ---- Memory and handles ----
 
-# Bounds of what the end may hold more than the beginning.
-memory_allowance=4096 # KiB: the heap grows by pieces, and its free places lie differently after each sequence
-memory_per_entry=2    # KiB: a saved path or query, which may be as long as batches make it
-largest_file=9800     # KiB: a search holds one file at a time, so the most while input arrives is so much more
-handle_allowance=8    # of what Wine opens when it is first needed, and of commands that ended before they wrote
+# How much more may be in use at the end than at the beginning.
+memory_allowance=4096 # KiB: the heap grows in pieces, and fragments differently in each run
+memory_per_entry=2    # KiB: for each saved path or query
+largest_file=9800     # KiB: a search holds one file at a time, so the peak may be this much higher
+handle_allowance=8    # what Wine opens on first use, and commands that ended before they wrote their line
 
 memory=0 handles=0
 read_memory() {
@@ -53,22 +52,22 @@ read_memory() {
 
 read_handles() {
     read -r _ handles _ drive_letter < <(timeout 120 "$under_wine" "$probe" lum_sharedWindowClass \
-        < /dev/null 2> /dev/null | tr -d '\r') || failed 'the probe tells nothing'
+        < /dev/null 2> /dev/null | tr -d '\r') || failed 'the probe prints nothing'
 }
 
 count_lines() {
     wc -l < "$commands"
 }
 
-# A saved file has its text and an entry in each further line.
+# A saved file has the text in its first line and an entry in each other one.
 count_entries() {
     cat "$folder"/saved_paths.txt "$folder"/saved_queries.txt | tr -cd '\n' | wc -c
 }
 
 # ---- The tree ----
 
-# A drive of its own: no path that the input can make leads out of it, so no search finds more than the largest here.
-# A path with another drive would take a letter that is neither typed nor part of a folder's name.
+# The tree is a drive of its own, so that no typed path leads to another tree with more hits. The letters of other
+# drives are neither typed nor part of a folder's name.
 drives=$(dirname "$under_wine")/../build/wine/dosdevices
 for other in "$drives"/[abd-rt-y]:; do
     if [ -e "$other" ]; then
@@ -92,7 +91,7 @@ cp -r "$sources/tests" "$all/tests"
 find "$all" -depth -type d -name '*[cxzCXZ]*' | while IFS= read -r old; do
     mv "$old" "$(dirname "$old")/$(basename "$old" | sed 's/[cxzCXZ]/k/g')"
 done
-# An e in each line, and one other letter ninety times. More than a block of strings (50,000,000 bytes).
+# An e in each line, and one other letter ninety times. In all more than one block of strings (50,000,000 bytes).
 for i in {1..7}; do
     awk -v first="$i" 'BEGIN {
         letters = "taoinsrldu"
@@ -109,8 +108,8 @@ typed='taoinsrldu _/é你'
 letters=(e t a o i n s r l d u space underscore slash eacute U4F60)
 words=('i n t' 't h e' 'r e t u r n' 'l i n e' 'u i n t' 'n e e d l e' 't e s t s' 's t d' 'e space t' 'e e' e)
 
-# A query finds lines that contain each of its characters, so no query finds more lines than its rarest character alone.
-# Of all that can be typed or pasted, none is in as many lines as e.
+# A query finds at most the lines of its rarest character. So if e is in more lines than any other character that can be
+# typed or pasted, no search finds more than the one for e.
 most=$(LC_ALL=C grep -rahF e "$all" | wc -l)
 while IFS= read -r character; do
     if [ "$character" != e ] && [ "$(LC_ALL=C grep -rahF -- "$character" "$all" | wc -l)" -ge "$most" ]; then
@@ -154,8 +153,7 @@ resize() {
     until_true has_size "$1" "$2" || failed "the window does not become $1 by $2"
 }
 
-# Waits for a frame that is drawn after all input so far has been handled: one that knows the pointer over the
-# query's save button.
+# Waits for a frame that was drawn after all input so far: one that shows the pointer over a field's save button.
 wait_for_frame() {
     local colour
     move_to 500 600
@@ -184,16 +182,16 @@ first_line_is() { # FILE TEXT
     [ "$(head -n 1 "$folder/$1" 2> /dev/null | tr -d '\r\0')" = "$2" ]
 }
 
-# From whatever state: the window in its standard size, no list open, the path and the query these. That they arrive in
-# the files shows that the program still answers.
+# From any state: gives the window its standard size, closes any list and types the path and the query. The files show
+# that the program still answers.
 set_texts() { # PATH KEY...
     local path=$1 query
     shift
     xdotool windowactivate --sync "$window"
     xdotool keyup shift keyup ctrl mouseup 1 mouseup 2 mouseup 3
     resize "$standard_width" "$standard_height"
-    wait_for_frame "$path_y" # a new size can count as the pointer's coming, and that is no move; the next one is
-    click 1 500 "$path_y"    # closes a list that is open, whichever field's it is
+    wait_for_frame "$path_y" # after a new size the first move may only enter the window
+    click 1 500 "$path_y"    # closes an open list of either field
     wait_for_frame "$path_y"
     expect_pixel 500 6 "$focused"
     xdotool key ctrl+a BackSpace
@@ -213,8 +211,7 @@ sees_rows() {
     has_pixels 60x300+0+50 "$cyan"
 }
 
-# The search has begun before a row of it is there, so a frame that is drawn after that, and has no yellow outline,
-# shows its end.
+# Called once rows of the search show: a later frame without the yellow outline means that it has ended.
 is_idle() {
     wait_for_frame "$query_y"
     is_pixel 0 600 "$background"
@@ -233,14 +230,14 @@ search_largest() {
 
 inputs=0 clicks=0 sizes=0 batch=()
 
-# Puts the parts of an xdotool command behind the batch.
+# Appends the parts of an xdotool command to the batch.
 add() { # INPUTS PART...
     inputs=$((inputs + $1))
     shift
     batch+=("$@")
 }
 
-random_place() { # sets x and y, somewhere in the window; now and then its edges
+random_place() { # sets x and y: anywhere in the window, now and then on an edge
     x=$((RANDOM % width)) y=$((RANDOM % height))
     case $((RANDOM % 16)) in
         0) x=$((width - 1)) ;;
@@ -259,7 +256,7 @@ add_click() { # BUTTON X Y [TIMES]
 edit_keys=(Left Right Home End BackSpace Delete ctrl+Left ctrl+Right ctrl+BackSpace ctrl+Delete shift+Left shift+Right
     shift+Home shift+End shift+ctrl+Left shift+ctrl+Right ctrl+a Up Down Prior Next F5 Insert)
 
-add_action() { # FIRST_KIND, out of a hundred
+add_action() { # LEAST_KIND; kinds below it, of 100, are left out
     local what=$(($1 + RANDOM % (100 - $1))) x y i count keys=()
     random_place
     if ((what < 16)); then
@@ -287,7 +284,7 @@ add_action() { # FIRST_KIND, out of a hundred
     elif ((what < 53)); then
         add 1 key ctrl+x
     elif ((what < 55)); then
-        if ((pastes_left > 0)); then # so a text grows to sixteen times its length between two resets, and no further
+        if ((pastes_left > 0)); then # limits a text's growth between two resets to sixteen times
             pastes_left=$((pastes_left - 1))
             add 1 key ctrl+v
         fi
@@ -301,9 +298,9 @@ add_action() { # FIRST_KIND, out of a hundred
         add_click 2 "$x" "$y"
     elif ((what < 76)); then
         add_click 1 "$x" "$y" 2
-    elif ((what < 82)); then # the fields and what drops down from them
+    elif ((what < 82)); then # the fields and their drop-downs
         add_click $((1 + RANDOM % 2 * 2)) "$x" $((RANDOM % (height < 110 ? height : 110)))
-    elif ((what < 85)); then # the squares at the ends of the rows
+    elif ((what < 85)); then # the buttons at the ends of the rows
         if ((width > 20 && height > 50)); then
             add_click 1 $((RANDOM % 3 == 0 ? 12 : width - 8)) $((15 + RANDOM % 4 * 17))
         fi
@@ -326,13 +323,13 @@ add_action() { # FIRST_KIND, out of a hundred
         add 2 keydown "$i"
         add_click 1 "$x" "$y"
         add 0 key "${edit_keys[RANDOM % 6]}" keyup "$i"
-    else # lost with a key and a button held
+    else # focus lost while a key and a button are held
         add 5 keydown shift mousemove --window "$window" "$x" "$y" mousedown 1 \
             windowactivate --sync "$other_window" keyup shift mouseup 1 sleep 0.05 windowactivate --sync "$window"
     fi
 }
 
-# A size: mostly of some use, also tiny, flat and large ones.
+# Random sizes: tiny, flat, narrow, ordinary and largest.
 random_resize() {
     local new_width new_height
     case $((RANDOM % 5)) in
@@ -346,9 +343,9 @@ random_resize() {
     resize "$new_width" "$new_height"
 }
 
-# Some forty inputs, sent at once. Without new texts the search goes on, and clicks find its rows.
+# Sends some forty inputs at once. With texts_stay the search is not restarted, so clicks hit its rows.
 texts_change=0 texts_stay=55
-run_batch() { # FIRST_KIND
+run_batch() { # LEAST_KIND
     local i
     batch=()
     if ((RANDOM % 4 == 0)); then
@@ -359,7 +356,7 @@ run_batch() { # FIRST_KIND
         add_action "$1"
     done
     timeout 60 xdotool windowactivate --sync "$window" "${batch[@]}" > "$work/xdotool" 2>&1 ||
-        failed "input is refused: $(cat "$work/xdotool")"
+        failed "xdotool fails: $(cat "$work/xdotool")"
 }
 
 report() {
@@ -382,8 +379,8 @@ xdotool windowmove "$window" 20 40
 read_handles
 [ "$drive_letter" = S ] || failed "the program is on drive $drive_letter"
 
-# Everything at its largest once: the picture, the tables, both blocks of strings, a file that is read. A click, since
-# what Wine loads for the first one stays.
+# Brings everything to its largest size once: the framebuffer, the tables, both blocks of strings, a file's contents.
+# And clicks, since Wine keeps what it loads for the first command.
 xdotool key eacute U4F60
 for _ in 1 2; do
     resize "$most_width" "$most_height"
@@ -414,7 +411,7 @@ for ((round = 1; SECONDS < seconds; round++)); do
     done
     # shellcheck disable=SC2086
     set_texts "${folders[RANDOM % ${#folders[@]}]}" ${words[RANDOM % ${#words[@]}]}
-    # What was copied is short again, and no list grows for ever.
+    # The clipboard's text becomes short again.
     xdotool key ctrl+c
     if ((round % 25 == 0)); then
         read_handles
@@ -445,7 +442,7 @@ allowed=$((first_handles + 2 * ran + handle_allowance))
 
 set_texts S:/all t h e space e n d
 close
-# The text, and the entries behind line ends; none twice, and no half characters.
+# A text and entries, each after a line end: no entry twice, no empty one, no half characters.
 for file in saved_paths.txt saved_queries.txt; do
     [ ! -e "$folder/$file.new" ] || failed "$file.new is left"
     iconv -f UTF-8 -t UTF-8 "$folder/$file" > /dev/null || failed "half a character in $file"

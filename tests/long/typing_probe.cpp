@@ -1,17 +1,15 @@
-// The program as it runs, in the off-screen window and with the lists' files of a folder, under a user who
-// types:
+// Runs the program in its off-screen window, with the lists' files of a folder, and types:
 //
-//   typing_probe type FOLDER TEXT    types TEXT into the query, after what is there, and saves it
-//   typing_probe load FOLDER         prints the path, the query and the saved entries of both as start-up
-//   finds them typing_probe kill COUNT SEED     types at random in a folder of its own while it is killed,
-//   COUNT times
+//   typing_probe type FOLDER TEXT    appends TEXT to the query and saves it
+//   typing_probe load FOLDER         prints both fields and their saved entries as start-up finds them
+//   typing_probe kill COUNT SEED     types at random in a folder of its own and is killed, COUNT times
 //
-// With kill, one process types: letters, Backspace, Tab, and clicks on the save button, all through the
-// window's messages and the frame loop. It tells its parent after each frame how many actions are done. The
-// parent kills it after a random time, starts anew in a third process, as the program starts, and compares:
-// the fields and the saved entries must be what they were after the last action that was told, or after the
-// one that was under way. What the actions must lead to is worked out by the rules on plain strings. Exits
-// with 0 when all agree, else with 1; 2 for wrong arguments. Linux only: it copies its process.
+// With kill, one process types letters, Backspace and Tab and clicks the save button, all through the
+// window's messages and the frame loop, and reports to its parent how many actions are done. The parent kills
+// it after a random time and starts the program in a third process: the fields and saved entries must be
+// those after the last reported action or after the next one, which was interrupted. The expected texts come
+// from the same rules on plain strings. Exits with 0 when all agree, with 1 when not, with 2 for wrong
+// arguments. Linux only: it forks.
 
 #include <signal.h>
 #include <stdio.h>
@@ -58,7 +56,7 @@ std::string string_from(Str text) {
     return text.data ? std::string(text.data, text.count) : std::string();
 }
 
-// As main does it, but for the worker, which has no part in this.
+// Like main, but without the worker, which is not needed here.
 void start(const std::string &folder) {
     os_init();
     scratch_create();
@@ -67,7 +65,7 @@ void start(const std::string &folder) {
     os_window_show(window, 1);
     os_set_event_callback(input_handle_event);
     frame_clock_start(60);
-    frame_clock.target_us = 1; // so that as many files are written as the machine can
+    frame_clock.target_us = 1; // no waiting between frames
     startup_reserve_buffers();
     startup_load(str_over(folder), {});
     startup_focus();
@@ -193,7 +191,7 @@ void print(const PlainProgram &program) {
 
 // ---- Killing ----
 
-// Types until it is killed, and tells after each action how many there were.
+// Types until it is killed, and reports the number of actions after each one.
 [[noreturn]] void type_until_killed(const std::string &folder, uint32_t seed, int told) {
     start(folder);
     std::mt19937 random(seed);
@@ -205,7 +203,8 @@ void print(const PlainProgram &program) {
     }
 }
 
-// Loads what is there, in a process that has loaded nothing before, and says whether it is one of the two.
+// In a fresh process: loads the lists and exits with 0 when they are last_told, 1 when under_way, 2
+// otherwise.
 [[noreturn]] void compare_loaded(const std::string &folder, const PlainProgram &last_told,
                                  const PlainProgram &under_way) {
     start(folder);
@@ -236,7 +235,7 @@ int kill_while_typing(uint32_t count, uint32_t seed) {
     }
     folder += "/";
     fs::copy_file(string_from(os_exe_folder()) + "source_code_pro.otf", folder + "source_code_pro.otf");
-    // One saved entry from the start: a text alone comes back as an entry, which is meant.
+    // With one saved entry from the start: without any, a text comes back as an entry (intentional).
     for (const char *file : {"saved_paths.txt", "saved_queries.txt"}) {
         FILE *out = fopen((folder + file).c_str(), "wb");
         fputs("first\r\nkept", out);
@@ -262,7 +261,7 @@ int kill_while_typing(uint32_t count, uint32_t seed) {
         }
         close(told[1]);
         uint32_t done = 0;
-        if (read(told[0], &done, sizeof(done)) != sizeof(done)) { // it is up
+        if (read(told[0], &done, sizeof(done)) != sizeof(done)) { // it has started
             printf("kill %u: the typing program did not start\n", i);
             result = 1;
         }
@@ -279,7 +278,7 @@ int kill_while_typing(uint32_t count, uint32_t seed) {
         }
         close(told[0]);
 
-        // A new start has the query focused and wholly selected.
+        // After a start the query is focused and all of it is selected.
         known.focused = 1;
         known.is_selected = !known.fields[1].text.empty();
         std::mt19937 same_random(child_seed);
