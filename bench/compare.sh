@@ -1,10 +1,10 @@
 #!/bin/bash
-# Measures the search beside others, all in one alternating run on the same warm tree, natively and with one thread
-# each: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and writes it to build/bench/results.md; what is
-# worth keeping goes into docs/performance.md.
+# Compares the search with ripgrep, ugrep and grep, natively and with one thread each, taking turns on the same warm
+# tree: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and writes it to build/bench/results.md, the
+# source of docs/performance.md.
 #
-# The tree is a Linux kernel source from Debian's linux-source package, without its symbolic links, which the others do
-# not follow. What prints, prints into a pipe that something reads.
+# The tree is the Linux kernel of Debian's linux-source package, without its symbolic links, which the others do not
+# follow. All output goes to a pipe with a reader.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 rounds=${1:-11}
@@ -32,7 +32,7 @@ rg_run() { { rg -j1 -uuu -a -F -n --column --max-filesize 10M -e "$1" "$tree" ||
 ugrep_run() { { ugrep -J1 -r -F -n -k --hidden -a -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
 grep_run() { { grep -rnaF -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
 
-# Time of one run in microseconds.
+# Prints the microseconds that a command takes.
 timed() {
     local begun=${EPOCHREALTIME/./} ended
     "$@"
@@ -42,11 +42,11 @@ timed() {
 
 median() { sort -n | awk '{ v[NR] = $1 } END { print NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
 
-# measure LABEL NEEDLE: a row of the table for each program. ugrep and grep take long, so they run three times only.
+# measure LABEL NEEDLE: prints a row for each program. ugrep and grep are slow, so they run only three times.
 measure() {
     local label=$1 needle=$2 round program name base
     rm -f "$work"/time_*
-    for program in store dump floor rg_run ugrep_run grep_run; do "$program" "$needle"; done # warm
+    for program in store dump floor rg_run ugrep_run grep_run; do "$program" "$needle"; done # warm up
     for ((round = 0; round < rounds; round++)); do
         for program in store dump floor rg_run; do timed "$program" "$needle" >> "$work/time_$program"; done
         if ((round < 3)); then
@@ -58,7 +58,7 @@ measure() {
         case $program in
         store) name='this search' ;;
         dump) name='this search, printed' ;;
-        floor) name='floor: same walk and reads, no scan' ;;
+        floor) name='lower bound: same walk and reads, no scan' ;;
         rg_run) name='rg' ;;
         *) name=${program%_run} ;;
         esac

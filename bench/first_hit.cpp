@@ -1,11 +1,10 @@
-// From a key press to the first hit in the picture: first_hit FOLDER QUERY [ROUNDS]. The program's own frame
-// loop with an off-screen window, its worker thread, a tree of files. Each round types the query's last
-// character at a time that neither the frames nor the worker's polls know of, and follows that request: when
-// the worker takes it, when the first hit is stored, and when the frame that shows it is drawn. Prints the
-// medians and the largest, in milliseconds.
+// Time from a key press to the first hit on the screen: first_hit FOLDER QUERY [ROUNDS]. Runs the program's
+// frame loop with an off-screen window and its worker thread. Each round types the query's last character at
+// a random time and measures when the worker takes the request, when it stores the first hit, and when the
+// frame with that hit is drawn. Prints medians and maxima in milliseconds.
 //
-// A thread that looks every 50 microseconds notes the first two times; the third is the start of the turn
-// that drew the hit, to which a frame's drawing has to be added.
+// A thread that polls every 50 microseconds notes the first two times. The third is the start of the turn
+// that drew the hit; the time to draw a frame has to be added.
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -35,7 +34,7 @@ struct Moments {
     int64_t taken, stored; // os_ticks; 0: not yet
 };
 
-volatile uint8_t is_followed; // the follower notes the moments while it is set
+volatile uint8_t is_followed; // while set, the polling thread notes the moments
 volatile uint32_t taken_before;
 volatile Moments moments;
 
@@ -98,11 +97,11 @@ int main(int argc, char **argv) {
         moments.taken = 0;
         moments.stored = 0;
         int64_t pressed = os_ticks();
-        wait_us(static_cast<uint32_t>(random() % 16667)); // the turn that is under way when the key goes down
+        wait_us(static_cast<uint32_t>(random() % 16667)); // the key goes down during a turn
         headless_type(static_cast<uint8_t>(query.data[query.count - 1]));
         is_followed = 1;
         uint64_t drawn;
-        do { // a turn that drew and began after the hit was stored has it
+        do { // until a turn that began after the hit was stored has drawn
             drawn = frame_clock.drawn_count;
             frame_turn(window);
         } while (!moments.stored || frame_clock.drawn_count == drawn ||
@@ -119,6 +118,6 @@ int main(int argc, char **argv) {
     }
     print("taken by the worker", to_taken);
     print("first hit stored", to_stored);
-    print("first hit in the picture", to_shown);
+    print("first hit on the screen", to_shown);
     return 0;
 }

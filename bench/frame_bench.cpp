@@ -1,6 +1,5 @@
-// A whole frame: 1000 x 810 pixels cleared, and 54 rows of 110 glyphs of 14 pixels, with each of the
-// variants. Beside it the same frame by the plain transcription of the rules that the tests compare with, and
-// the parts of a frame alone.
+// Time to draw a whole frame, 1000 x 810 pixels cleared and 54 rows of 110 glyphs of 14 pixels, with each
+// variant and with the plain rules that the tests use; and the parts of a frame alone.
 
 #include <benchmark/benchmark.h>
 
@@ -21,7 +20,7 @@ namespace {
 
 constexpr int32_t width = 1000, height = 810;
 constexpr int32_t rows = 54, row_height = 15, glyphs_in_row = 110, glyph_height = 14;
-// Not constants: the compiler must not draw one colour better than others.
+// Not constants, so that the compiler cannot optimise for one colour.
 uint32_t clear_colour = 0xFF1A1A1A, text_colour = 0xFFE0C080;
 const Rect whole = {0, 0, width, height};
 
@@ -30,7 +29,7 @@ Framebuffer framebuffer = {width, height, pixels.data(), pixels.size() * sizeof(
 std::vector<std::string> lines;
 PlainFont *plain_font;
 
-// Capitals: the largest glyphs there are.
+// Capitals, the largest glyphs.
 void make_lines() {
     for (int row = 0; row < rows; row++) {
         std::string line;
@@ -69,7 +68,7 @@ void plain_draw_rows() {
 
 void draws_nothing(const CoverageBlit &) {}
 
-// For draw_text with nothing plain but the pixels.
+// draw_text with only the pixels drawn by the plain rules.
 void blit_plain_rows(const CoverageBlit &blit) {
     float scale = static_cast<float>(blit.colour >> 24) / 255.0f;
     for (int64_t y = 0; y < blit.height; y++) {
@@ -97,7 +96,7 @@ void measure(const std::string &name, Step *first, Step *second, BlitCoverageRow
     benchmark::RegisterBenchmark(name.c_str(), steps, first, second, variant)->Unit(benchmark::kMicrosecond);
 }
 
-// The frame must be the same whoever draws it.
+// Whether the variant draws the same frame as the plain rules.
 bool draws_the_plain_frame(BlitCoverageRows *variant) {
     plain_clear();
     plain_draw_rows();

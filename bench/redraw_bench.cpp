@@ -1,5 +1,5 @@
-// The program's own frame, redrawn as a key press or a step of the wheel makes it: two fields, and rows of
-// folders or of hits down to the lower edge of a window of 1000 x 921 pixels. Nothing is presented.
+// Time to redraw the program's frame, as after a key press or a step of the wheel: two fields, and rows of
+// folders or hits down to the lower edge of a window of 1000 x 921 pixels. Nothing is presented.
 #include <benchmark/benchmark.h>
 
 #include <stdio.h>
@@ -62,7 +62,7 @@ void redraw_folders(benchmark::State &state) {
 }
 BENCHMARK(redraw_folders)->ArgName("folders")->Arg(0)->Arg(100)->Arg(100000)->Unit(benchmark::kMicrosecond);
 
-// Files of nine hits each, seen from so many per cent of the way down.
+// Files of nine hits each, scrolled down by a percentage of the list.
 void redraw_hits(benchmark::State &state) {
     empty_results();
     for (int64_t i = 0; i < state.range(0); i++) {

@@ -1,9 +1,8 @@
-// The scan alone, in memory, without a hit, beside the C library's memchr over the same bytes. The text is C
-// source: the first 64 MB below the folder that is named first on the command line (bench/compare.sh names
-// its tree).
+// Speed of the scan alone, in memory and without a hit, compared with the C library's memchr over the same
+// bytes: 64 MB of C source, the first below the folder on the command line.
 //
-// Then texts and queries that agree for long at many places, 10 MB each, beside a loop of memchr for the
-// query's first byte and memcmp.
+// Then texts of 10 MB with many long partial matches, compared with a loop of memchr for the query's first
+// byte and memcmp.
 
 #include <benchmark/benchmark.h>
 
@@ -44,7 +43,7 @@ void load_text(const char *folder) {
 void memchr_speed(benchmark::State &state) {
     size_t size = static_cast<size_t>(state.range(0));
     for (auto _ : state) {
-        const void *found = memchr(text.data(), 1, size); // a byte that source texts do not have
+        const void *found = memchr(text.data(), 1, size); // a byte that is not in source code
         benchmark::DoNotOptimize(found);
         if (found) {
             state.SkipWithError("found");

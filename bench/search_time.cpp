@@ -1,6 +1,6 @@
-// One search as the worker runs it, without printing what it found: search_time FOLDER [QUERY]. Without a
-// query it is the floor: a query longer than any file, so that every file is walked to, read and recorded,
-// and none is scanned. Prints the rows of both tables and what the stored strings and tables take.
+// One search as the worker runs it: search_time FOLDER [QUERY]. Without a query it uses one longer than any
+// file, so that every file is read and recorded but none is scanned: the lower bound of a search. Prints the
+// rows of both tables and the bytes of the stored strings and tables.
 
 #include <stdio.h>
 #include <string.h>
@@ -11,8 +11,8 @@
 
 namespace {
 
-// Bytes of the store that have been written: the rows, and every block of the arena, the last one up to where
-// it is used. Once a search comes back to an earlier block, all blocks are full.
+// Bytes written to the store: the rows, and every block of the arena, the last one as far as it is used. Once
+// a search has returned to an earlier block, all blocks are full.
 uint64_t stored_bytes() {
     const StringArena *arena = &results_store.arena;
     const ArenaBlock *last = &arena->blocks[arena->block_count - 1];

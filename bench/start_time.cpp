@@ -1,6 +1,6 @@
-// How long a program takes from its start to its first frame on the screen: start_time ROUNDS PROGRAM...
-// prints a line of milliseconds for each program, the median last. The programs take turns. A frame is there
-// when the middle of the lower edge of a window of the program's class shows the background's colour.
+// Time from a program's start to its first frame on the screen: start_time ROUNDS PROGRAM... prints a line of
+// milliseconds for each program, the median last. The programs take turns. A frame shows when the middle of
+// the window's lower edge has the background colour.
 #include <stdio.h>
 #include <stdlib.h>
 #include <windows.h>
@@ -34,7 +34,7 @@ bool shows_a_frame(HWND window) {
     return colour == background;
 }
 
-// The milliseconds of one start; ends the whole program when there is no frame.
+// Milliseconds of one start; exits when no frame shows.
 double start(const char *program) {
     STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);

@@ -1,5 +1,5 @@
-// The command line against the plain taking apart of it, and what becomes of the fields. An input is a
-// command line.
+// The command line, and the fields after it is applied, compared with a plain parser. An input is a command
+// line.
 
 #include <optional>
 #include <string>
@@ -20,7 +20,7 @@ std::string written(uint8_t is_given, Str text) {
     return is_given ? "given: " + to_string(text) : "not given";
 }
 
-// The field, with its terminator.
+// The field's text with its terminator.
 std::string stored(const StrBuf &field) {
     return std::string(field.data, field.count + 1);
 }
@@ -36,10 +36,10 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz_expect("the path", written(parsed.has_path, parsed.path), written(plain.path));
     fuzz_expect("the query", written(parsed.has_query, parsed.query), written(plain.query));
 
-    for (StrBuf *field : {&search_state.path, &search_state.query}) {
-        os_free(field->data);
-        strbuf_init(field, 16); // so that it has to grow at times
-        set_request_text(field, str_from("old"));
+    for (StrBuf *text : {&search_state.path, &search_state.query}) {
+        os_free(text->data);
+        strbuf_init(text, 16); // small, so that it sometimes grows
+        set_request_text(text, str_from("old"));
     }
     command_line_apply(bytes.str);
     const std::string end(1, '\0');

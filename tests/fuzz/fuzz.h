@@ -1,7 +1,7 @@
-// What the fuzzers share: taking an input apart, and ending the program when it finds a difference.
+// Shared by the fuzzers: decoding an input, and ending the program at a difference.
 //
-// A fuzzer runs the program's code and a slow, plainly written version of the same rules on one input, and
-// compares everything that can be seen. tests/fuzz/corpus has a folder of inputs for each.
+// A fuzzer runs the program's code and a slow, plain version of the same rules on one input and compares all
+// visible results. tests/fuzz/corpus has a folder of inputs for each.
 #pragma once
 
 #include <stddef.h>
@@ -29,7 +29,7 @@ inline std::string to_string(Str text) {
     return text.count > 0 ? std::string(text.data, text.count) : "";
 }
 
-// The text with everything but printable ASCII as hexadecimal numbers.
+// The text with all but printable ASCII in hexadecimal.
 inline std::string visible(const std::string &text) {
     std::string result;
     for (char c : text) {
@@ -41,7 +41,7 @@ inline std::string visible(const std::string &text) {
     return result;
 }
 
-// Bytes in a block of just their size, so that the address sanitizer sees any step beyond them.
+// Bytes in a block of exactly their size, so that AddressSanitizer sees any access beyond them.
 class ExactBytes {
 public:
     explicit ExactBytes(const std::string &text, size_t offset = 0)
@@ -58,7 +58,7 @@ public:
 
 // ---- Inputs ----
 
-// Takes an input apart from its start. One that has ended gives zeros and empty texts.
+// Decodes an input from its start. At its end it yields zeros and empty texts.
 class FuzzInput {
 public:
     FuzzInput(const uint8_t *data, size_t size) : at(data), end(data + size) {}
@@ -83,7 +83,7 @@ public:
     std::string text(size_t count) {
         return take(std::min(count, static_cast<size_t>(end - at)));
     }
-    // What stands before the next mark, which is taken too.
+    // The bytes before the next mark, which is skipped.
     std::string text_before(uint8_t mark) {
         std::string taken = take(static_cast<size_t>(std::find(at, end, mark) - at));
         byte();
@@ -106,7 +106,7 @@ private:
 
 // ---- Results ----
 
-// Ends the program, as a find, unless both are the same.
+// Aborts, which libFuzzer reports, unless both are equal.
 inline void fuzz_expect(const char *what, const std::string &real, const std::string &plain) {
     if (real == plain) {
         return;

@@ -1,7 +1,7 @@
-// The line editor against the plain one, event by event.
+// The line editor compared with the plain one, event by event.
 //
-// An input: the first text's length and the text, how much more the storage holds, the carets, what the
-// clipboard holds, and then events of one byte, some with more bytes behind them.
+// An input: the first text's length and the text, how much more the storage holds, the carets, the
+// clipboard's text, then events of one byte, some followed by arguments.
 
 #include <string>
 #include <vector>
@@ -14,7 +14,7 @@
 #include "ui/line_editor.h"
 #include "ui/plain_editor.h"
 
-// Stands in for the system's clipboard: it keeps any bytes as they are.
+// Replaces the system's clipboard: keeps any bytes unchanged.
 
 namespace {
 
@@ -74,7 +74,7 @@ public:
     Pair(const Pair &) = delete;
     Pair &operator=(const Pair &) = delete;
 
-    // The next event; also with memory refused while it lasts.
+    // Handles the next event, for some of them without memory.
     void step() {
         const uint8_t what = input.byte();
         plain.has_memory = what < 0xE0;
@@ -82,7 +82,7 @@ public:
         plain.copied.reset();
         const uint8_t kind = what % 32;
         if (kind < 12) {
-            // A key that is held gets the repeats, now and then a state that means nothing.
+            // Also as the repeat of a held key.
             key(keys[kind], what & 0x40 ? KEY_REPEATED : KEY_PRESSED);
         } else if (kind < 15) {
             hold(modifiers[kind - 12]);
@@ -148,7 +148,7 @@ private:
         return modifier == KEY_SHIFT ? &plain.shift : modifier == KEY_CTRL ? &plain.ctrl : &plain.alt;
     }
 
-    // The table of keys is kept by whoever takes the window's events, before the editor.
+    // The table of keys belongs to the caller, which updates it before the editor sees the event.
     void hold(uint16_t modifier) {
         os_heap_hook = nullptr; // without memory for the table no modifier would ever be down
         *flag(modifier) = true;
@@ -162,7 +162,7 @@ private:
         key(modifier, KEY_RELEASED);
     }
 
-    // What the cleaning of a path does.
+    // Shortens the text as cleaning a path does.
     void shorten() {
         plain.text.resize(input.byte() % (plain.text.size() + 1));
         plain.clamp();

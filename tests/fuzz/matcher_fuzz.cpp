@@ -1,8 +1,8 @@
-// The matcher against the rules byte by byte: a file's hits, in each variant of the scan, and the sorting of
+// The matcher compared with byte-by-byte rules: a file's hits in each variant of the scan, and the sorting of
 // sub-folders.
 //
-// An input: one byte of how, one of where the text begins in its block and how often it is repeated, one of
-// the query's length, the query, and the text.
+// An input: a byte of options, a byte of the text's offset in its block and its repetitions, a byte of the
+// query's length, the query, the text.
 
 #include <string>
 #include <vector>
@@ -56,7 +56,7 @@ std::string stored_rows(uint32_t file_index) {
         all += std::to_string(row.line) + " " + std::to_string(row.column) + " " +
                std::to_string(row.byte_offset) + " " + to_string(row.text) + "\n";
         fuzz_expect("a hit's file", row.file_index, file_index);
-        fuzz_expect("the byte behind a line's text", row.text.data[row.text.count], 0);
+        fuzz_expect("the byte after a line's text", row.text.data[row.text.count], 0);
     }
     return all;
 }
@@ -108,7 +108,8 @@ struct Folders {
             (plain_lower(start) == plain_lower(plain_prefix) ? matching : others) += name + "\n";
         }
         const ExactBytes bytes(name);
-        fuzz_expect("the way on", on_folder_suggestion(&prefix, {}, bytes.str, 0, nullptr, is_folder), 1);
+        fuzz_expect("the listing goes on",
+                    on_folder_suggestion(&prefix, {}, bytes.str, 0, nullptr, is_folder), 1);
     }
 };
 
@@ -122,7 +123,7 @@ void check_folders(const std::string &names, const std::string &prefix) {
         const std::string name = input.text_before('/');
         folders.check(name, name.rfind(".", 0) != 0);
     }
-    // The prefix with one letter in the other case, or with what is taken for that.
+    // The prefix with bit 5 of one byte flipped, which for a letter is the other case.
     for (size_t i = 0; i < prefix.size(); i++) {
         std::string name = prefix;
         name[i] = static_cast<char>(name[i] ^ 0x20);
@@ -145,7 +146,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         return 0;
     }
     if (how & 2) {
-        text += query; // at the very end, where it is no hit
+        text += query; // a match that ends the file is not a hit
     }
     std::string all;
     for (int repeats = 1 + place / 64; repeats > 0; repeats--) {

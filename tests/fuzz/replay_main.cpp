@@ -1,5 +1,5 @@
-// Runs a fuzzer's function on every file of a folder, once each: replay FOLDER. Its name is printed before a
-// file is run, so the last name of a failed run is the file that failed. Fails when there is no file.
+// Runs a fuzzer's function once on every file of a folder: replay FOLDER. Prints each file's name first, so
+// the last name of a failed run is the failing file. Fails when there is no file.
 
 #include <stdio.h>
 
@@ -33,7 +33,7 @@ int main(int argc, char **argv) {
             fprintf(stderr, "cannot be read\n");
             return 1;
         }
-        // A block of just the input's size: the fuzzer itself must not read beyond it either.
+        // A block of exactly the input's size, so that a fuzzer that reads beyond it is found out.
         ExactBytes input(bytes);
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(input.str.data), bytes.size());
     }

@@ -1,9 +1,9 @@
-// The saved lists against the plain ones: files of any bytes are loaded, texts typed, saved and removed, and
-// the program is killed, or its disk fails, in the middle of a writing, or a file cannot be read for a while.
-// Both fields, with files in memory.
+// The saved lists of both fields compared with plain ones, with files in memory: files of any bytes are
+// loaded, texts typed, saved and removed; the program is killed or its disk fails in the middle of a write; a
+// file cannot be read for a while.
 //
-// An input: what the files of both lists hold at the start, and then steps of one byte, some with more bytes
-// behind them. A file is its kind, a byte more, its bytes up to 0xFF, and those of its second file likewise.
+// An input: the contents of both lists' files at the start, then steps of one byte, some followed by
+// arguments. A file is its kind, one more byte, its bytes up to 0xFF, and its second file's bytes likewise.
 
 #include <array>
 #include <map>
@@ -19,26 +19,26 @@
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
 
-// ---- Files in memory, in the place of the system's ----
+// ---- Files in memory, in place of the system's ----
 
 namespace {
 
-using Bytes = std::optional<std::string>; // a file's; none when it is missing
+using Bytes = std::optional<std::string>; // a file's contents; none when it is missing
 
 enum Fault : uint8_t {
     FAILS_ONCE,
-    KILLED,    // nothing changes any more: whatever the program still does was never done
-    DISK_FULL, // no writing gets through
-    READ_ONLY, // and no deletion
+    KILLED,    // the program's further writes and deletions have no effect
+    DISK_FULL, // no write succeeds
+    READ_ONLY, // no write and no deletion succeeds
 };
 
 struct Disk {
     std::map<std::string, std::string> files;
     Fault fault = FAILS_ONCE;
-    int steps_left = -1;      // deletions and writings until it comes; -1: none comes
-    bool lasts = false;       // it has come, and goes on
-    int hits = 0;             // steps that it has hit
-    uint8_t written_part = 0; // of 256: how much of a writing is done when it is hit
+    int steps_left = -1;      // deletions and writes before the fault; -1: no fault
+    bool lasts = false;       // the fault has begun and persists
+    int hits = 0;             // number of steps that failed
+    uint8_t written_part = 0; // of 256: how much of a failing write is done
     std::set<std::string> unreadable;
     std::set<std::string> folders; // where files should be
 
@@ -61,7 +61,7 @@ struct Disk {
             files[name] = *bytes;
         }
     }
-    // Counts a step; returns whether the fault hits it.
+    // Counts a step; returns whether it fails.
     bool fails(bool is_writing) {
         if (!lasts && steps_left-- == 0) {
             lasts = fault != FAILS_ONCE;
@@ -84,7 +84,8 @@ Str os_file_read_all(Str path) {
     if (!bytes || disk.unreadable.count(to_string(path))) {
         return {};
     }
-    char *block = static_cast<char *>(os_alloc(bytes->size() + 1)); // without the system's bytes behind it
+    char *block =
+        static_cast<char *>(os_alloc(bytes->size() + 1)); // without the system's extra bytes after it
     memcpy(block, bytes->c_str(), bytes->size() + 1);
     return {bytes->size(), block};
 }
@@ -113,7 +114,7 @@ int32_t os_file_write(Str path, uint32_t count, const char *bytes) {
     const bool fails = disk.fails(true);
     if (fails) {
         if (disk.written_part == 0 || disk.fault == READ_ONLY) {
-            return 1; // not even made
+            return 1; // the file is not even created
         }
         done = static_cast<uint32_t>(uint64_t{count} * disk.written_part / 256);
     }
@@ -221,7 +222,7 @@ std::string stored(size_t which) {
         }
         fuzz_expect("an entry's storage", static_cast<int64_t>(entry->capacity),
                     static_cast<int64_t>(capacity));
-        fuzz_expect("the byte behind an entry", entry->text[entry->length], 0);
+        fuzz_expect("the byte after an entry", entry->text[entry->length], 0);
     }
     return all;
 }
@@ -475,7 +476,7 @@ private:
     void clean(size_t which, bool keep) {
         strbuf_clean_path(fields[which]->text, keep);
         plain[which].text = plain_clean(plain[which].text, keep);
-        fuzz_expect("the byte behind a field", fields[which]->text->data[fields[which]->text->count], 0);
+        fuzz_expect("the byte after a field", fields[which]->text->data[fields[which]->text->count], 0);
     }
 
     template <typename Writing> void watch(size_t which, Writing writing) {

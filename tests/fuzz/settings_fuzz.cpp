@@ -1,4 +1,4 @@
-// The settings file against the plain reading of it. An input is a file's bytes.
+// The settings file compared with a plain parser. An input is a file's bytes.
 
 #include <string>
 #include <vector>
@@ -9,7 +9,7 @@
 #include "fuzz.h"
 #include "render/font.h"
 
-// Stands in for the loading of fonts: no file is read, the paths are kept.
+// Replaces the loading of fonts: keeps the paths and reads no file.
 
 Font font;
 
@@ -17,7 +17,7 @@ namespace {
 
 std::vector<std::string> loaded_fonts;
 
-// Which paths name a font that can be loaded.
+// Whether the path names a font that can be loaded.
 bool is_usable(const std::string &font_path) {
     return font_path.size() % 2 == 0;
 }

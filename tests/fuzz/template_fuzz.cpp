@@ -1,7 +1,7 @@
-// Command templates against the plain rules, with room to grow and without.
+// Command templates compared with the plain rules, with and without memory to grow.
 //
-// An input: one byte of how much memory there is, one of how full the first storage is, the hit's three
-// numbers of four bytes each, the folder and the name, each up to a line feed, and the template.
+// An input: a byte of how much memory there is, a byte of how full the first storage is, the hit's three
+// numbers of four bytes, the folder and the name, each up to a line feed, the template.
 
 #include <algorithm>
 #include <bit>
@@ -13,7 +13,7 @@
 #include "os/process.h"
 #include "support/heap_hook.h"
 
-// Stands in for the launching of programs: nothing is started, the command is kept.
+// Replaces the launching of programs: keeps the command and starts nothing.
 
 namespace {
 
@@ -25,8 +25,8 @@ int start_count;
 uint32_t os_run_process(Str cmd, uint8_t show_console) {
     started = to_string(cmd);
     start_count++;
-    fuzz_expect("the byte behind the command", cmd.data[cmd.count], 0);
-    fuzz_expect("the wish for a console", show_console, 0);
+    fuzz_expect("the byte after the command", cmd.data[cmd.count], 0);
+    fuzz_expect("show_console", show_console, 0);
     return exit_code_still_running;
 }
 
@@ -41,9 +41,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     hit.folder = input.text_before('\n');
     hit.name = input.text_before('\n');
     std::string text = input.rest();
-    // Folders that name placeholders grow for as long as there is memory, so the storage ends at 1 to 16 KiB.
-    // Values are left out when they do not fit in that: a template may fill the first storage but for a few
-    // bytes.
+    // Folders with placeholders can grow without end, so the storage is limited to 1 to 16 KiB. A value that
+    // does not fit is left out; to reach that, a template may fill the first storage up to a few bytes.
     const size_t filled = 1024 - fill % 64;
     if (fill & 0x80 && text.size() < filled) {
         text.insert(0, filled - text.size(), '.');
@@ -56,7 +55,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     row_text.count = 0;
     row_text.capacity = 0;
     const ExactBytes folder(hit.folder), name(hit.name), real_text(text);
-    fuzz_expect("the template is taken", row_text_set(real_text.str), 1);
+    fuzz_expect("the template is set", row_text_set(real_text.str), 1);
     uint64_t plain_capacity = row_text.capacity;
     fuzz_expect("the first storage", static_cast<int64_t>(plain_capacity),
                 static_cast<int64_t>(std::max<size_t>(1024, std::bit_ceil(text.size()))));
@@ -80,9 +79,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         HeapHookScope limited([&](uint64_t wanted) { return wanted <= most_memory; });
         expand_command(&file, &record);
     }
-    fuzz_expect("how often something is started", start_count, expected.empty() ? 0 : 1);
+    fuzz_expect("the number of commands started", start_count, expected.empty() ? 0 : 1);
     fuzz_expect("the command", started, expected);
-    fuzz_expect("the text that is left", to_string(strbuf_text(&row_text)), expected);
+    fuzz_expect("the text afterwards", to_string(strbuf_text(&row_text)), expected);
     fuzz_expect("its storage", static_cast<int64_t>(row_text.capacity), static_cast<int64_t>(plain_capacity));
     return 0;
 }

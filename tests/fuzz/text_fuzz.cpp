@@ -1,8 +1,7 @@
-// Drawing against the plain rules, pixel by pixel, in each of the processor's variants: rectangles, bitmaps
-// of coverage, and texts with their extents.
+// Drawing compared with the plain rules, pixel by pixel, in each of the processor's variants: rectangles,
+// bitmaps of coverage, and texts with their extents.
 //
-// An input: the font and its height, the picture's size, its first colour, and then drawings, one behind the
-// other over what the ones before have left.
+// An input: the font and its height, the picture's size and first colour, then drawings, one over the other.
 
 #include <unistd.h>
 
@@ -49,7 +48,7 @@ std::string four_bytes(size_t number) {
     return two_bytes(static_cast<int>(number >> 16)) + two_bytes(static_cast<int>(number & 0xFFFF));
 }
 
-// The font with a table that kerns AV, VA and the missing glyph with itself, as its own one has little.
+// The font with a table that kerns AV, VA and pairs of the missing glyph, since its own kerns little.
 std::string kerned(std::string file) {
     stbtt_fontinfo info;
     stbtt_InitFont(&info, reinterpret_cast<const uint8_t *>(file.data()), 0);
@@ -61,7 +60,7 @@ std::string kerned(std::string file) {
     for (const auto &[glyphs, units] : pairs) {
         table += two_bytes(glyphs.first) + two_bytes(glyphs.second) + two_bytes(units);
     }
-    table += std::string(8, '\0'); // what a search may touch
+    table += std::string(8, '\0'); // a search may read beyond the pairs
     const size_t row = file.find("GPOS");
     file.replace(row, 4, "kern");
     file.replace(row + 8, 8, four_bytes(file.size()) + four_bytes(table.size()));
@@ -77,7 +76,7 @@ Font loaded(const std::string &bytes) {
     return result;
 }
 
-// A font of the program's kind for each file, with the sizes made so far; and the plain ones.
+// For each font file the program's font with the sizes made so far, and the plain fonts.
 struct Fonts {
     Font real[2] = {loaded(font_bytes()), loaded(kerned(font_bytes()))};
     std::unique_ptr<PlainFont> plain[2][std::size(heights)];
@@ -97,7 +96,7 @@ const PlainFont &plain_font(size_t which, size_t height) {
     return *made;
 }
 
-// Forgets the glyphs, so that they are made anew.
+// Forgets the glyphs, so that they are rasterised again.
 void forget_sizes(Font *which) {
     for (uint64_t i = 0; i < which->sizes.count; i++) {
         SizedFont *sized = reinterpret_cast<SizedFont *>(which->sizes.data) + i;
@@ -109,7 +108,7 @@ void forget_sizes(Font *which) {
 
 // ---- Pictures ----
 
-// One of just as many pixels as it has.
+// A framebuffer in a block of exactly its size.
 struct Canvas {
     std::unique_ptr<uint32_t[]> pixels;
     Framebuffer framebuffer;
@@ -135,7 +134,7 @@ void compare(const char *what, const Canvas &real, const Canvas &plain) {
     }
 }
 
-// A place or a size: mostly near the picture, at times anything.
+// A coordinate or a size: mostly near the picture, sometimes any number.
 int32_t number(FuzzInput *input) {
     const uint8_t near = input->byte();
     return near == 255 ? static_cast<int32_t>(input->number()) : near - 64;
@@ -223,7 +222,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         while (!run.input.is_over()) {
             run.draw_next();
         }
-        fonts().real[which_font] = font; // with the sizes that were made
+        fonts().real[which_font] = font; // now with the sizes it made
     }
     font = {};
     return 0;
