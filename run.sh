@@ -1,26 +1,26 @@
 #!/bin/bash
 # Builds the program and opens it: ./run.sh [FOLDER] [QUERY]. FOLDER may end in the start of a folder's name. Without a
-# display the program runs on a virtual one, and a picture of it is saved as build/screenshot.png.
+# display, runs it on a virtual one and saves a screenshot as build/screenshot.png.
 set -euo pipefail
 top=$(cd "$(dirname "$0")" && pwd)
 folder=${1:-$top/src}
 listed=$folder
 if [ ! -e "$folder" ] && [[ $folder != */ ]]; then
-    listed=$(dirname -- "$folder") # the start of a name asks for the folders beside it
+    listed=$(dirname -- "$folder") # the start of a name lists the folders that begin with it
 fi
 if [ ! -d "$listed" ]; then
     echo "No such folder: $folder" >&2
     exit 2
 fi
-# A slash at the end asks for the sub-folders, so it stays.
+# A slash at the end is kept: it lists the sub-folders.
 case $folder in
 */) folder=$(realpath -- "$folder") && folder=${folder%/}/ ;;
 *) folder=$(realpath -- "$folder") ;;
 esac
 query=${2:-search}
 cd "$top"
-# Wine hands arguments on as one line. It writes a quote in them as a backslash and a quote, and puts quotes around
-# arguments with spaces, so the query goes as words with a space between them.
+# Wine joins the arguments to one line, in which it quotes arguments with spaces and escapes quotes. So the query is
+# passed as words, which Wine joins with spaces.
 case $query in
 *[\"$'\t\n']* | *'  '* | *' ')
     echo "A query with quotes, tabs, two spaces together or a space at its end cannot be passed on under Wine." >&2
@@ -39,13 +39,13 @@ mkdir -p build/windows
     cmake --build --preset windows --target tarnwick
 } > build/windows/build.log 2>&1 || { cat build/windows/build.log; exit 1; }
 
-# A path is taken in quotes only, so it gets a space at its end, which the program removes.
+# The program accepts only a quoted path. A space at the end makes Wine quote it; the program removes the space.
 program=(build/windows/bin/tarnwick.exe "Z:$folder " "${words[@]}")
 if [ -n "${DISPLAY:-}" ]; then
     exec tools/run_under_wine "${program[@]}"
 fi
 
-# A Wine server that is left behind would keep the display that ends here.
+# End Wine's server, which would otherwise keep using this display after it is gone.
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
 mkdir -p "$WINEPREFIX"
 end_wine() {
