@@ -1,4 +1,4 @@
-# Cross-compiles for 64-bit Windows with Debian's MinGW-w64; what is built runs here under Wine.
+# Cross-compiles for 64-bit Windows with Debian's MinGW-w64. The programs run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 

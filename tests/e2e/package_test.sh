@@ -1,11 +1,12 @@
 #!/bin/bash
 # Makes the package twice, in two folders, and uses it like a user: unpacks it, types into the program and clicks a hit:
-# package_test.sh UNDER_WINE SOURCE_FOLDER. Needs a display with a window manager.
+# package_test.sh RUN_UNDER_WINE SOURCE_FOLDER. Needs a display with a window manager.
 set -euo pipefail
-under_wine=$(realpath "$1")
+runner=("$1")
 top=$(realpath "$2")
+here=$top/tests/e2e
 # shellcheck source=tests/e2e/real_input.sh
-source "$(dirname "$0")/real_input.sh"
+source "$here/real_input.sh"
 
 failed() {
     echo "FAILED in line ${BASH_LINENO[-2]}: $1"
@@ -107,95 +108,43 @@ done
 
 # ---- Running the unpacked program ----
 
-# Whether any pixel of a part of the client area matches a colour: WIDTHxHEIGHT+X+Y RRGGBB, a regular expression.
-has_pixels() {
-    [ "$(timeout 20 import -window "$window" -crop "$1" +repage -depth 8 rgb:- 2> /dev/null | od -An -v -tx1 -w3 |
-        tr -d ' ' | grep -cx "$2")" -gt 0 ]
-}
-
-see_pixels() {
-    until_true has_pixels "$@" || failed "no pixel of $1 is $2"
-}
-
-has_window() {
-    window=$(xdotool search --onlyvisible --class tarnwick 2> /dev/null) && [ -n "$window" ]
-}
-
-has_no_window() {
-    ! has_window
-}
-
-# Entering the window does not count as a move, so the pointer moves to and fro over the query's save button until that
-# has its colour. The pauses keep the two moves from arriving as one.
-button_is() { # RRGGBB
-    xdotool mousemove --window "$window" 985 38
-    sleep 0.05
-    xdotool mousemove --window "$window" 992 38
-    sleep 0.05
-    has_pixels 1x1+992+38 "$1"
-}
-
-start() { # COLOUR_OF_THE_BUTTON
-    xdotool mousemove 1275 1015
-    # Commands run in the program's working folder, here its own.
-    (cd "$folder" && exec "$under_wine" "$program") > "$work/output" 2>&1 < /dev/null &
-    tarnwick=$!
-    started=("$tarnwick")
-    until_true has_window || failed 'no window'
-    see_pixels 1x1+3+2 1a1a1a
-    xdotool windowactivate --sync "$window"
-    until_true button_is "$1" || failed 'the pointer has no effect'
-    see_pixels 1x1+500+29 "$focused"
-}
-
-close() {
-    xdotool key alt+F4
-    local status=0
-    wait "$tarnwick" || status=$?
-    started=()
-    [ "$status" = 0 ] || failed "exit status $status"
-    until_true has_no_window || failed 'the window stays'
-}
-
-has_bytes() { # FILE BYTES
-    printf '%s' "$2" | cmp -s - "$1"
-}
+# shellcheck source=tests/e2e/real_program.sh
+source "$here/real_program.sh"
+cd "$folder" # where commands run
 
 expect_bytes() {
     until_true has_bytes "$@" || failed "$(basename "$1") is not ${2@Q} but $(od -An -c "$1")"
 }
 
-# Colours; those of text are regular expressions for pixels that a letter mostly covers. The list begins at y = 50, and
-# rows are 15 pixels high: the file's name, then its line.
-focused=323232 hovered_removed=969696 hovered_live=ff0000
+# Colours of text, as regular expressions for pixels that a letter mostly covers. The list's rows are 15 pixels high:
+# the file's name, then its line.
 yellow='\([c-f][0-9a-f]\)\10[0-9a-f]' white='\([c-f][0-9a-f]\)\1\1' green='0[0-9a-f][c-f][0-9a-f]0[0-9a-f]'
 file_row=100x15+10+50 line_row=300x15+50+65
 
 mkdir -p "$work/tree"
 printf 'first\nsecond\n  here is a needle, and more\n' > "$work/tree/hay.txt"
 printf 'nothing at all\n' > "$work/tree/stack.txt"
-tree=Z:$work/tree
+tree=$drive$work/tree
 
-start "$hovered_removed"
+start "$hovered_removed" "$query_y"
 # The title's bytes are taken as UTF-16 units: intentional.
 [ "$(xdotool getwindowname "$window" | tr -d '\n' | iconv -t UTF-16LE)" = "Tarnwick  |  $version" ] ||
     failed "the title is $(xdotool getwindowname "$window")"
-xdotool mousemove --window "$window" 500 15 click 1
-see_pixels 1x1+500+6 "$focused"
+click 1 500 "$path_y"
+expect_pixel 500 6 "$focused"
 xdotool type "$tree"
 expect_bytes "$folder/saved_paths.txt" "$tree"
 xdotool key Tab
-see_pixels 1x1+500+29 "$focused"
+expect_pixel 500 29 "$focused"
 ! has_pixels "$file_row" "$yellow" || failed 'hits without a query'
 xdotool type needle
 expect_bytes "$folder/saved_queries.txt" needle
 see_pixels "$file_row" "$yellow"
 see_pixels "$line_row" "$white"
 # Without saved entries the next start would not restore the texts: intentional.
-until_true button_is "$hovered_removed"
-xdotool click 1
+click 1 "$save_x" "$query_y"
 expect_bytes "$folder/saved_queries.txt" $'needle\r\nneedle'
-xdotool mousemove --window "$window" 992 15 click 1
+click 1 "$save_x" "$path_y"
 expect_bytes "$folder/saved_paths.txt" "$tree"$'\r\n'"$tree"
 close
 expect_lines 'the folder' \
@@ -204,10 +153,10 @@ expect_lines 'the folder' \
 
 # With a command of the user's, appended to settings.txt.
 printf 'left_click_cmd cmd /c echo {tarn_row} {tarn_column} {tarn_file_name}>clicked.txt\r\n' >> "$folder/settings.txt"
-start "$hovered_live"
+start "$hovered_live" "$query_y"
 see_pixels "$file_row" "$yellow"
 see_pixels "$line_row" "$white"
-xdotool mousemove --window "$window" 300 72
+move_to 300 72
 see_pixels "$line_row" "$green"
 xdotool click 1
 expect_bytes "$folder/clicked.txt" $'3 13 hay.txt\r\n'

@@ -1,14 +1,15 @@
-# Sourced by the tests that drive the program itself with real input, with $under_wine and the built $program set.
-# Copies the program and its font to a folder of its own, $folder, whose name has a space and an é; $program is then the
-# copy.
+# Sourced by the tests that drive the program itself with real input, with runner as for real_input.sh and $program set.
+# $folder is the program's folder. Unless it is set, copies the program and its font to a new one whose name has a space
+# and an é; $program is then the copy.
 
-# shellcheck source=tests/e2e/real_input.sh
-source "$(dirname "${BASH_SOURCE[0]}")/real_input.sh"
-
-folder="$work/a é"
-mkdir "$folder"
-cp "$program" "$(dirname "$program")/source_code_pro.otf" "$folder"
-program=$folder/$(basename "$program")
+if [ -z "${folder:-}" ]; then
+    # shellcheck source=tests/e2e/real_input.sh
+    source "$(dirname "${BASH_SOURCE[0]}")/real_input.sh"
+    folder="$work/a é"
+    mkdir "$folder"
+    cp "$program" "$(dirname "$program")/source_code_pro.otf" "$folder"
+    program=$folder/$(basename "$program")
+fi
 
 # Ends the test with a message and the contents of the saved files.
 failed() {
@@ -135,7 +136,7 @@ start() { # HOVERED_COLOUR SAVE_Y ARGUMENT...
     local colour=$1 save_y=$2
     shift 2
     xdotool mousemove 1275 1015
-    "$under_wine" "$program" "$@" > "$work/output" 2>&1 < /dev/null &
+    "${runner[@]}" "$program" "$@" > "$work/output" 2>&1 < /dev/null &
     tarnwick=$!
     started+=("$tarnwick")
     until_true has_window || failed 'no window'

@@ -1,13 +1,13 @@
 #!/bin/bash
 # Searches a source tree with the program as its users do, and checks the rows on the screen and the commands that
-# clicks on them start: search_and_click_test.sh UNDER_WINE TARNWICK_EXE SEARCH_DUMP_EXE RECORD_COMMAND_EXE. The
+# clicks on them start: search_and_click_test.sh [RUNNER] TARNWICK SEARCH_DUMP RECORD_COMMAND. The
 # expected rows are search_dump's. Needs a display with a window manager.
 set -euo pipefail
 
-under_wine=$(realpath "$1")
-program=$(realpath "$2")
-search_dump=$(realpath "$3")
-recorder=$(realpath "$4")
+runner=("${@:1:$# - 3}")
+program=$(realpath "${@:$# - 2:1}")
+search_dump=$(realpath "${@:$# - 1:1}")
+recorder=$(realpath "${!#}")
 sources=$(realpath "$(dirname "$0")/../..")
 # shellcheck source=tests/e2e/real_program.sh
 source "$(dirname "$0")/real_program.sh"
@@ -44,8 +44,8 @@ ln -s . "$endless/more"
 
 mkdir "$work/a recorder"
 cp "$recorder" "$work/a recorder"
-recorder="Z:$work/a recorder/$(basename "$recorder")"
-windows_project=${project//\//\\}
+recorder="$drive$work/a recorder/$(basename "$recorder")"
+windows_project=$drive${project//\//\\}
 commands=$work/a\ recorder/commands.txt
 : > "$commands"
 left_template="\"$recorder\" left \"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column} {tarn_byte}"
@@ -63,18 +63,18 @@ while IFS= read -r hit && IFS= read -r left && IFS= read -r right; do
     literal_left[$hit]=$left
     literal_right[$hit]=$right
 done << END
-Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt:1
-"$recorder" left "Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt":1:1 0 "Z:$windows_project\src\1" {1} {tarn_Row}  é{tarn_ro
-"$recorder" /select,"Z:$windows_project\src\1\{tarn_file_name} {x}.txt" 01 Z:$project/src/{tarn_row} Z:$windows_project\src\11
-Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt:3
-"$recorder" left "Z:$project/src/{tarn_row}/{tarn_file_name} {x}.txt":3:1 9 "Z:$windows_project\src\3" {3} {tarn_Row}  é{tarn_ro
-"$recorder" /select,"Z:$windows_project\src\3\{tarn_file_name} {x}.txt" 91 Z:$project/src/{tarn_row} Z:$windows_project\src\33
-Z:$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt:2
-"$recorder" left "Z:$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt":2:3 3 "Z:$windows_project\src\two 3{3}" {2} {tarn_Row}  é{tarn_ro
-"$recorder" /select,"Z:$windows_project\src\two 3{3}\{tarn_file_folder_bs}.txt" 33 Z:$project/src/two {tarn_byte}{{tarn_column}} Z:$windows_project\src\two 3{3}2
-Z:$project/src/{tarn_ro/}{tarn_row/a.txt:1
-"$recorder" left "Z:$project/src/{tarn_ro/}{tarn_row/a.txt":1:27 26 "Z:$windows_project\src\{tarn_ro\}{tarn_row" {1} {tarn_Row}  é{tarn_ro
-"$recorder" /select,"Z:$windows_project\src\{tarn_ro\}{tarn_row\a.txt" 2627 Z:$project/src/{tarn_ro/}{tarn_row Z:$windows_project\src\{tarn_ro\}{tarn_row1
+$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt:1
+"$recorder" left "$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt":1:1 0 "$windows_project\src\1" {1} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"$windows_project\src\1\{tarn_file_name} {x}.txt" 01 $drive$project/src/{tarn_row} $windows_project\src\11
+$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt:3
+"$recorder" left "$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt":3:1 9 "$windows_project\src\3" {3} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"$windows_project\src\3\{tarn_file_name} {x}.txt" 91 $drive$project/src/{tarn_row} $windows_project\src\33
+$drive$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt:2
+"$recorder" left "$drive$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt":2:3 3 "$windows_project\src\two 3{3}" {2} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"$windows_project\src\two 3{3}\{tarn_file_folder_bs}.txt" 33 $drive$project/src/two {tarn_byte}{{tarn_column}} $windows_project\src\two 3{3}2
+$drive$project/src/{tarn_ro/}{tarn_row/a.txt:1
+"$recorder" left "$drive$project/src/{tarn_ro/}{tarn_row/a.txt":1:27 26 "$windows_project\src\{tarn_ro\}{tarn_row" {1} {tarn_Row}  é{tarn_ro
+"$recorder" /select,"$windows_project\src\{tarn_ro\}{tarn_row\a.txt" 2627 $drive$project/src/{tarn_ro/}{tarn_row $windows_project\src\{tarn_ro\}{tarn_row1
 END
 
 # ---- The rows on the screen ----
@@ -124,14 +124,14 @@ read_dump() { # FULL_PATHS < DUMP
 searched= # the path
 # Expects the rows of a search that ends.
 expect_search() { # QUERY [FULL_PATHS]
-    searched=Z:$project
-    timeout 60 "$under_wine" "$search_dump" "$searched" "$1" > "$work/dump" < /dev/null
+    searched=$drive$project
+    timeout 60 "${runner[@]}" "$search_dump" "$searched" "$1" > "$work/dump" < /dev/null
     read_dump "${2:-no}" < "$work/dump"
 }
 
 # Expects the first rows of the endless folder: the same file below "again", "again/again", and so on.
 expect_endless_search() { # HIT...
-    searched=Z:$endless
+    searched=$drive$endless
     local at=$searched
     for _ in {1..38}; do # Linux follows 40 links in a path
         printf '%s\n' "file $at/a.txt" "$@"
@@ -320,8 +320,8 @@ see_rows 300
 xdotool key Tab
 expect_pixel 500 6 "$focused"
 expect_pixel 500 29 "$background"
-xdotool type "Z:$work/co"
-expect_path "Z:$work/co"
+xdotool type "$drive$work/co"
+expect_path "$drive$work/co"
 # The matching folder comes first, and completes the typed text in grey.
 see_pixels 200x15+0+50 "$cyan"
 see_pixels 200x15+0+65 "$grey"
@@ -329,18 +329,18 @@ see_no_pixels 200x15+0+65 "$cyan"
 tail_x=$((path_text_x + 6 * (${#work} + 5)))
 see_pixels "12x15+$tail_x+4" "$grey"
 xdotool key Return
-expect_path "Z:$work/code"
+expect_path "$drive$work/code"
 see_no_pixels 200x60+0+50 "$cyan"
 xdotool type /
-expect_path "Z:$work/code/"
+expect_path "$drive$work/code/"
 see_pixels 200x15+0+80 "$cyan"
 xdotool type pro
-expect_path "Z:$work/code/pro"
+expect_path "$drive$work/code/pro"
 see_pixels 200x15+0+50 "$cyan"
 see_no_pixels 200x15+0+65 "$cyan"
 see_pixels 200x15+0+80 "$grey"
 xdotool key Return
-expect_path "Z:$work/code/project"
+expect_path "$drive$work/code/project"
 see_rows 300 # none
 
 # ---- A query letter by letter ----
@@ -479,8 +479,8 @@ see_rows 300
 xdotool key Tab
 expect_pixel 500 6 "$focused"
 expect_pixel $((path_text_x + 1)) 6 "$selected"
-xdotool type "Z:$endless"
-expect_path "Z:$endless"
+xdotool type "$drive$endless"
+expect_path "$drive$endless"
 xdotool key Tab
 xdotool type needle
 expect_query needle uint8_t
@@ -498,10 +498,10 @@ see_rows 300
 click_rows 1 records 4
 expect_pixel 0 300 ffff00
 xdotool key Tab
-xdotool type "Z:$project"
-expect_path "Z:$project"
+xdotool type "$drive$project"
+expect_path "$drive$project"
 click 1 "$save_x" "$path_y" # without an entry the next start restores nothing
-expect_path "Z:$project" "Z:$project"
+expect_path "$drive$project" "$drive$project"
 xdotool key Tab
 xdotool type uint8_t # a new request with each letter
 expect_query uint8_t uint8_t
@@ -522,11 +522,11 @@ wheel 4
 see_rows 300
 click_rows 1 records 7
 focus_path
-xdotool type "Z:$endless"
-expect_path "Z:$endless" "Z:$project"
+xdotool type "$drive$endless"
+expect_path "$drive$endless" "$drive$project"
 expect_pixel 0 300 ffff00
 close
-expect_path "Z:$endless" "Z:$project"
+expect_path "$drive$endless" "$drive$project"
 expect_query uint8_t uint8_t
 expect_commands
 echo "search_and_click: $clicks commands"

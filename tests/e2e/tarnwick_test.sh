@@ -1,15 +1,15 @@
 #!/bin/bash
 # Drives the program with real keys and clicks, and checks its screen and its files, byte for byte:
-# tarnwick_test.sh UNDER_WINE TARNWICK_EXE. Needs a display with a window manager.
+# tarnwick_test.sh [RUNNER] TARNWICK. Needs a display with a window manager.
 set -euo pipefail
-under_wine=$(realpath "$1")
-program=$(realpath "$2")
+runner=("${@:1:$# - 1}")
+program=$(realpath "${!#}")
 # shellcheck source=tests/e2e/real_program.sh
 source "$(dirname "$0")/real_program.sh"
 
 # The tree whose folders are suggested.
 mkdir -p "$work/tree/apples" "$work/tree/apricots" "$work/tree/pears/green"
-tree=Z:$work/tree
+tree=$drive$work/tree
 
 # ---- The command line ----
 
@@ -212,7 +212,7 @@ expect_same_files
 
 close
 expect_same_files
-[ "$(cd "$folder" && echo *)" = 'saved_paths.txt saved_queries.txt source_code_pro.otf tarnwick.exe' ] ||
+[ "$(cd "$folder" && echo *)" = 'saved_paths.txt saved_queries.txt source_code_pro.otf '"$(basename "$program")" ] ||
     failed "other files: $(ls "$folder")"
 
 start "$hovered_removed" "$query_y"

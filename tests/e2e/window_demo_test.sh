@@ -1,8 +1,8 @@
 #!/bin/bash
 # Drives a real window with real input, compares the events with the input and the screen with the framebuffer:
-# window_demo_test.sh UNDER_WINE WINDOW_DEMO DROP_FILES. Needs a display with a window manager.
+# window_demo_test.sh RUNNER WINDOW_DEMO DROP_FILES. Needs a display with a window manager.
 set -euo pipefail
-under_wine=$(realpath "$1")
+runner=("$1")
 demo=$(realpath "$2")
 drop_files=$(realpath "$3")
 # shellcheck source=tests/e2e/real_input.sh
@@ -58,7 +58,7 @@ windows() {
 
 start_demo() { # EVENTS
     : > "$1"
-    "$under_wine" "$demo" picture.ppm > "$1" 2> /dev/null < /dev/null &
+    "${runner[@]}" "$demo" picture.ppm > "$1" 2> /dev/null < /dev/null &
     started+=($!)
     until_true grep -q '^moved' "$1" || failed "no window"
 }
@@ -206,7 +206,7 @@ expect_same_picture "after coming back"
 
 # ---- Dropped files, focus and closing ----
 
-act "$under_wine" "$drop_files" lum_sharedWindowClass 12 34 'C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b' < /dev/null
+act "${runner[@]}" "$drop_files" lum_sharedWindowClass 12 34 'C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b' < /dev/null
 expect files_dropped 'files_dropped 12 34 3 C:/code/a.txt D:/é/你 😀.txt C:/b'
 
 act start_demo "$work/other_events"

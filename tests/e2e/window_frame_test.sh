@@ -1,9 +1,9 @@
 #!/bin/bash
 # What the program draws while its title bar or frame is held, the cursors over them, and the icon:
-# window_frame_test.sh UNDER_WINE TARNWICK_EXE. Wine draws the frame itself here and runs its message loop, as Windows
+# window_frame_test.sh RUN_UNDER_WINE TARNWICK. Wine draws the frame itself here and runs its message loop, as Windows
 # does. Needs a display.
 set -euo pipefail
-under_wine=$(realpath "$1")
+runner=("$1")
 program=$(realpath "$2")
 here=$(realpath "$(dirname "$0")")
 # shellcheck source=tests/e2e/real_input.sh
@@ -15,10 +15,10 @@ failed() {
 }
 
 driver='HKCU\Software\Wine\X11 Driver'
-"$under_wine" reg add "$driver" /v Managed /t REG_SZ /d N /f > /dev/null < /dev/null
+"${runner[@]}" reg add "$driver" /v Managed /t REG_SZ /d N /f > /dev/null < /dev/null
 undo() {
     xdotool mouseup 1 # a failed test may still hold it
-    "$under_wine" reg delete "$driver" /v Managed /f > /dev/null < /dev/null
+    "${runner[@]}" reg delete "$driver" /v Managed /f > /dev/null < /dev/null
 }
 
 g++ -o "$work/cursor_name" "$here/cursor_name.cpp" -lX11 -lXfixes
@@ -50,7 +50,7 @@ shows_text() { # in the list area
     [ "$(pixels "300x200+$((X + 10))+$((Y + 80))" | sort -u | wc -l)" -gt 10 ]
 }
 
-"$under_wine" "$program" "Z:$work/tree " -needle > "$work/output" 2>&1 < /dev/null &
+"${runner[@]}" "$program" "$drive$work/tree " -needle > "$work/output" 2>&1 < /dev/null &
 started+=("$!")
 until_true has_window || failed 'no window'
 find_window

@@ -26,7 +26,7 @@ if [ $# -lt 4 ]; then
     echo 'usage: soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED]' >&2
     exit 2
 fi
-under_wine=$(realpath "$1")
+runner=("$(realpath "$1")")
 program=$(realpath "$2")
 probe=$(realpath "$3")
 recorder=$(realpath "$(dirname "$3")/record_command.exe")
@@ -51,7 +51,7 @@ read_memory() {
 }
 
 read_handles() {
-    read -r _ handles _ drive_letter < <(timeout 120 "$under_wine" "$probe" lum_sharedWindowClass \
+    read -r _ handles _ drive_letter < <(timeout 120 "${runner[@]}" "$probe" lum_sharedWindowClass \
         < /dev/null 2> /dev/null | tr -d '\r') || failed 'the probe prints nothing'
 }
 
@@ -68,7 +68,7 @@ count_entries() {
 
 # The tree is a drive of its own, so that no typed path leads to another tree with more hits. The letters of other
 # drives are neither typed nor part of a folder's name.
-drives=$(dirname "$under_wine")/../build/wine/dosdevices
+drives=$(dirname "${runner[0]}")/../build/wine/dosdevices
 for other in "$drives"/[abd-rt-y]:; do
     if [ -e "$other" ]; then
         failed "there is another drive: $other"
@@ -123,7 +123,7 @@ mkdir "$work/a recorder"
 cp "$recorder" "$work/a recorder"
 commands=$work/a\ recorder/commands.txt
 : > "$commands"
-recorder="Z:$work/a recorder/$(basename "$recorder")"
+recorder="$drive$work/a recorder/$(basename "$recorder")"
 printf '%s\n' "left_click_cmd \"$recorder\" left {tarn_file_folder}/{tarn_file_name}:{tarn_row}" \
     "right_click_cmd \"$recorder\" right {tarn_file_folder_bs}" > "$folder/settings.txt"
 
