@@ -8,8 +8,8 @@ if [ -z "${DISPLAY:-}" ]; then
     echo 'SKIPPED: no screen, so no clipboard that two programs share'
     exit 0
 fi
-work=$(mktemp -d)
-failures=0
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
 
 run_probe() {
     timeout 60 "${probe[@]}" "$@" 2> "$work/errors"
@@ -19,11 +19,6 @@ run_probe() {
 "${probe[@]}" stay < /dev/null > /dev/null 2>&1 &
 stays=$!
 trap 'kill "$stays"; rm -rf "$work"' EXIT
-
-failed() {
-    echo "FAILED: $1"
-    failures=$((failures + 1))
-}
 
 # within_30_s NAME EXPECTED COMMAND...: other programs see a new text with a delay, so COMMAND is tried until it
 # succeeds and prints what file EXPECTED contains.
@@ -110,8 +105,4 @@ within_30_s 'a picture is no text' "$work/nothing" no_text
 run_probe set < "$work/before" # this ends the last xclip, too
 within_30_s 'a text after a picture' "$work/before" from_x
 
-if [ "$failures" != 0 ]; then
-    echo "$failures checks failed"
-    exit 1
-fi
-echo "all checks passed"
+end_checks

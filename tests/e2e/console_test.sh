@@ -13,15 +13,10 @@ case ${probe[-1]} in
 *) windows=0 line_end=$'\n' ;;
 esac
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
 mkdir "$work/empty"
 cd "$work/empty"
-
-exec 3>&1 # the checks below redirect standard output
-failed() {
-    echo "FAILED: $1" | tee -a "$work/failures" >&3
-}
 
 # run STATUS ARGUMENT...: the probe must exit with STATUS; its output goes to $work/actual.
 run() {
@@ -36,7 +31,7 @@ expect() {
     cat >"$work/expected"
     if ! cmp -s "$work/expected" "$work/actual"; then
         failed "$1"
-        diff <(od -c "$work/expected") <(od -c "$work/actual") >&3 || true
+        diff <(od -c "$work/expected") <(od -c "$work/actual") >&2 || true
     fi
 }
 
@@ -140,8 +135,4 @@ printf 'q' | script -qec "stty rows 33 cols 90; $command" /dev/null >"$work/show
 cp "$work/report" "$work/actual"
 printf 'height 33\nmoved 1\nkey 113\n' | sed "s/\$/${line_end%$'\n'}/" | expect "the answers of a terminal"
 
-if [ -s "$work/failures" ]; then
-    echo "$(wc -l <"$work/failures") checks failed"
-    exit 1
-fi
-echo "all checks passed"
+end_checks

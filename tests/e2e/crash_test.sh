@@ -6,15 +6,9 @@ case ${probe[-1]} in
 *.exe) windows=1 ;;
 *) windows=0 ;;
 esac
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
 ulimit -c 0
-failures=0
-
-failed() {
-    echo "FAILED: $1"
-    failures=$((failures + 1))
-}
 
 # expect NAME STATUS TEXT ARGUMENT...: checks the exit status and the whole standard output.
 expect() {
@@ -93,8 +87,4 @@ else
     [ "$status" = 3 ] || failed "a fatal error: exit status $status, not that of an abort"
 fi
 
-if [ "$failures" != 0 ]; then
-    echo "$failures checks failed"
-    exit 1
-fi
-echo "all checks passed"
+end_checks

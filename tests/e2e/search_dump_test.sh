@@ -2,32 +2,27 @@
 # Runs search_dump and compares its whole output, byte for byte: search_dump_test.sh [RUNNER] PROGRAM.
 set -euo pipefail
 run=("$@")
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-passed=0
-failed=0
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
 
 # expect NAME STATUS TEXT ARGUMENT...: checks the exit status and standard output.
 expect() {
     local name=$1 status=$2 text=$3 actual=0
     shift 3
-    "${run[@]}" "$@" > "$folder/out" 2> "$folder/err" < /dev/null || actual=$?
-    printf '%s' "$text" > "$folder/expected"
-    if [ "$actual" = "$status" ] && cmp -s "$folder/expected" "$folder/out"; then
-        passed=$((passed + 1))
-    else
-        printf 'FAILED: %s (exit status %s)\n' "$name" "$actual"
-        diff "$folder/expected" "$folder/out" || true
-        failed=$((failed + 1))
+    "${run[@]}" "$@" > "$work/out" 2> "$work/err" < /dev/null || actual=$?
+    printf '%s' "$text" > "$work/expected"
+    if [ "$actual" != "$status" ] || ! cmp -s "$work/expected" "$work/out"; then
+        failed "$name (exit status $actual)"
+        diff "$work/expected" "$work/out" || true
     fi
 }
 
-mkdir -p "$folder/tree/süb dir" "$folder/names/Projects" "$folder/names/src"
-printf 'x\r\n\tfoo\tbar  \r\nend\n' > "$folder/tree/a.txt"
-printf 'größe foo\nfoo * "quoted"\n....' > "$folder/tree/süb dir/ä.txt"
-printf 'a%70000sfoo ....\n' ' ' > "$folder/tree/süb dir/long line"
-printf 'foo' > "$folder/names/Projects/ends with it"
-cd "$folder" # a path without a drive means the same to both systems
+mkdir -p "$work/tree/süb dir" "$work/names/Projects" "$work/names/src"
+printf 'x\r\n\tfoo\tbar  \r\nend\n' > "$work/tree/a.txt"
+printf 'größe foo\nfoo * "quoted"\n....' > "$work/tree/süb dir/ä.txt"
+printf 'a%70000sfoo ....\n' ' ' > "$work/tree/süb dir/long line"
+printf 'foo' > "$work/names/Projects/ends with it"
+cd "$work" # a path without a drive means the same to both systems
 
 expect 'hits of one file, LF-ended' 0 $'files 1\nfile names/../tree/süb dir/ä.txt\nhit 1 7 6 größe foo\n' \
     --max-file-size 40 'names/../tree/süb dir' 'e foo'
@@ -51,20 +46,16 @@ printf 'nothing' > odd/$'\xfd'
 printf 'foo ....' > odd/z
 printf 'foo ....' > odd/$'\xff\xfe/z'
 "${run[@]}" odd foo > out 2> err < /dev/null
-if grep -qxF 'file odd/z' out && [ "$(grep -cxF 'hit 1 1 0 foo .' out)" -ge 1 ]; then
-    passed=$((passed + 1))
-else
-    printf 'FAILED: names that are not UTF-8\n'
+if ! grep -qxF 'file odd/z' out || ! grep -qxF 'hit 1 1 0 foo .' out; then
+    failed 'names that are not UTF-8'
     cat out
-    failed=$((failed + 1))
 fi
 
 usage() {
     expect "wrong arguments: $*" 2 '' "$@"
     if [ "$(wc -l < err)" != 1 ]; then
-        printf 'FAILED: not one line on standard error\n'
+        failed 'not one line on standard error'
         cat err
-        failed=$((failed + 1))
     fi
 }
 usage
@@ -77,5 +68,4 @@ usage --max-file-size '' tree foo
 usage --max-file-size -1 tree foo
 usage --max-file-size 9223372036854775808 tree foo
 
-printf 'search_dump: %s passed, %s failed\n' "$passed" "$failed"
-[ "$failed" = 0 ]
+end_checks
