@@ -1,4 +1,4 @@
-// Runs one search exactly as the program's worker would, and prints what it stored:
+// Runs one search exactly as the program's worker does and prints what it stored:
 //
 //   search_dump [--max-file-size N] PATH QUERY
 //
@@ -8,8 +8,8 @@
 //   match <name>                                  one for each row of matching_folders
 //   other <name>                                  one for each row of other_folders
 //
-// Lines end with a line feed alone, and bytes are printed as they are. Exits with 0, or with 2 and a line on
-// standard error for wrong arguments.
+// Lines end with LF, and bytes are printed unchanged. Exits with 0, or with 2 and a line on standard error
+// for wrong arguments.
 
 #include <charconv>
 #include <stdio.h>
@@ -23,7 +23,7 @@
 
 #ifdef _WIN32
 extern "C" {
-int _dowildcard = 0; // arguments as they are: a query may be a '*'
+int _dowildcard = 0; // no wildcard expansion: a query may be '*'
 }
 #endif
 
@@ -52,7 +52,7 @@ void put(Str text) {
     output_used += text.count;
 }
 
-// label, then the number.
+// Prints label, then the number.
 void put_number(Str label, uint64_t number) {
     char digits[20];
     char *end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
@@ -101,7 +101,7 @@ void put_results() {
     flush_output();
 }
 
-// Decimal digits only; returns 0 when text is anything else or does not fit.
+// Parses decimal digits; returns 0 when text has anything else or does not fit.
 uint8_t parse_size(const char *text, int64_t *size) {
     *size = 0;
     for (const char *at = text; *at; at++) {

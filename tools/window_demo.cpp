@@ -1,5 +1,5 @@
-// Opens a window, draws a few lines of text into it and prints one line for each event that reaches it:
-// window_demo [PICTURE]. The key F12 writes what the window shows into the file PICTURE, as a binary PPM.
+// Opens a window, draws a few lines of text and prints one line for each event: window_demo [PICTURE]. F12
+// writes the framebuffer to the file PICTURE, as a binary PPM.
 #include <stdio.h>
 #include <string.h>
 
@@ -19,7 +19,7 @@ constexpr uint16_t key_f12 = 0x7B;
 Str picture_path;
 PlatformWindow *window;
 
-// Writes the framebuffer as it is. Says so only when the file is complete.
+// Writes the framebuffer, and prints its size when the file is complete.
 void write_picture() {
     const Framebuffer &framebuffer = window->framebuffer;
     uint64_t pixels = static_cast<uint64_t>(framebuffer.width) * static_cast<uint64_t>(framebuffer.height);
@@ -116,7 +116,7 @@ void draw(Framebuffer *framebuffer) {
         blend_rect(framebuffer, whole, {10 + i * 24, 140, 20, 40}, alpha << 24 | 0x00FF0000);
         blend_rect(framebuffer, whole, {10 + i * 24, 165, 20, 40}, alpha << 24 | 0x0000FF00);
     }
-    // The window's edges, so that a shift by one pixel shows.
+    // A line along the window's edges, so that a shift by one pixel shows.
     fill_rect(framebuffer, whole, {0, 0, framebuffer->width, 1}, 0xFFFF0000);
     fill_rect(framebuffer, whole, {0, framebuffer->height - 1, framebuffer->width, 1}, 0xFF00FF00);
     fill_rect(framebuffer, whole, {0, 0, 1, framebuffer->height}, 0xFF0000FF);

@@ -143,7 +143,7 @@ std::string second_name(size_t which) {
     return first_names[which].substr(0, first_names[which].size() - 4) + ".new";
 }
 
-std::string earlier_name(size_t which) { // of version 0.9.5
+std::string earlier_name(size_t which) { // as in version 0.9.5
     return first_names[which] + ".new";
 }
 
@@ -152,7 +152,7 @@ std::string with_length(const std::string &content) {
     return std::string(reinterpret_cast<const char *>(&length), 8) + content;
 }
 
-// What the second file has when the first one was cut off while it was replaced.
+// The second file's contents when the first one was cut off while it was replaced.
 Bytes plain_interrupted(const Bytes &first, const Bytes &second) {
     if (second && second->size() >= 8) {
         const std::string content = second->substr(8);
@@ -165,7 +165,7 @@ Bytes plain_interrupted(const Bytes &first, const Bytes &second) {
     return std::nullopt;
 }
 
-// What counts of the two files after whatever has happened.
+// Which of the two files' contents count as the list.
 Bytes plain_recovered(const Bytes &first, const Bytes &second) {
     const Bytes interrupted = plain_interrupted(first, second);
     return interrupted ? interrupted : first;
@@ -175,8 +175,8 @@ bool is_unreadable(const std::string &name) {
     return disk.files.count(name) && disk.unreadable.count(name);
 }
 
-// What a program reads of a list's files, a missing file as empty; none when the list may be in one that
-// cannot be read.
+// The list that a program reads from its files, empty when they are missing; none when it may be in an
+// unreadable one.
 Bytes plain_read(size_t which) {
     const Bytes first = disk.read(first_names[which]);
     const Bytes second = disk.read(second_name(which));
@@ -288,13 +288,13 @@ public:
         case 8:
             write(which);
             break;
-        case 9: // an entry's text, typed
+        case 9: // an entry's text is typed
             if (!plain[which].entries.empty()) {
                 type(which, plain[which].entries[input.byte() % plain[which].entries.size()].text);
                 mark(which);
             }
             break;
-        case 10: // many entries that are saved and removed
+        case 10: // many entries are saved and removed
             for (uint32_t count = input.below(30); count > 0; count--) {
                 type(which, "entry " + std::to_string(count));
                 mark(which);
@@ -324,10 +324,10 @@ private:
     FuzzInput &input;
     const std::string folder = "C:/d/";
     std::array<PlainSavedList, 2> plain;
-    std::array<bool, 2> is_unread = {}; // the list was there and could not be read
-    // What each file may count as, a missing one as empty; more than one after writings that a fault has hit.
+    std::array<bool, 2> is_unread = {}; // the list's file exists and could not be read
+    // What each file may hold, empty when it is missing: several contents after failed writes.
     std::array<std::vector<std::string>, 2> possible;
-    // Of the last writing:
+    // Of the last write:
     bool had_fault = false;
     Bytes first_before;
     Bytes counts_before;
@@ -343,7 +343,7 @@ private:
             break;
         case 1:
             break;
-        default: // as a program that was killed left it; cut off itself, perhaps
+        default: // as a killed program left it, perhaps cut off
             second = with_length(*second);
             second->resize(second->size() - (kind & 8 ? cut % (second->size() + 1) : 0));
         }
@@ -358,7 +358,7 @@ private:
         possible[which] = {plain_recovered(first, second).value_or("")};
     }
 
-    // A new program reads the files, perhaps with a fault on the way.
+    // A new program reads the files, perhaps with a disk fault meanwhile.
     void load(size_t which, bool restores_text) {
         fields[which]->is_saved = 0;
         empty_list(&fields[which]->entries);
@@ -372,24 +372,24 @@ private:
         take_read(which, counts, restores_text);
     }
 
-    // counts: what plain_read has given before the program read.
+    // counts: plain_read's result before the program read.
     void take_read(size_t which, const Bytes &counts, bool restores_text) {
         if (!is_unread[which] || !counts) {
             return;
         }
         is_unread[which] = false;
         if (is_unreadable(second_name(which))) {
-            possible[which].push_back(*counts); // perhaps the beginning of what the second file has
+            possible[which].push_back(*counts); // perhaps a beginning of the second file's contents
         } else {
             if (std::find(possible[which].begin(), possible[which].end(), *counts) == possible[which].end()) {
-                fuzz_expect("what counts at a start", *counts, possible[which].back());
+                fuzz_expect("the list at a start", *counts, possible[which].back());
             }
             possible[which] = {*counts};
         }
         plain[which].load(*counts, restores_text);
     }
 
-    // The same on a disk without faults: afterwards only the first file is there, with what counts.
+    // The same without disk faults: afterwards there is only the first file, with the list.
     void start(size_t which, bool restores_text) {
         disk.mend();
         load(which, restores_text);
@@ -434,13 +434,13 @@ private:
         }
     }
 
-    // The real program has just written the field's file, or tried to.
+    // Checks the files after the real program has written the field's file, or tried to.
     void expect_written(size_t which) {
         const std::string content = plain[which].contents();
         if (disk.is_killed()) {
             possible[which].push_back(content);
             start(which, true);
-            start(1 - which, true); // what it held in memory only is gone too
+            start(1 - which, true); // its unsaved list is lost too
             return;
         }
         const Bytes first = disk.read(first_names[which]);
@@ -450,8 +450,8 @@ private:
             return;
         }
         if (!had_fault) {
-            fuzz_expect("a file after a writing", first.value_or("(missing)"), content);
-            fuzz_expect("the second file after a writing", second.has_value(), 0);
+            fuzz_expect("a file after a write", first.value_or("(missing)"), content);
+            fuzz_expect("the second file after a write", second.has_value(), 0);
         }
         // A first file of this content is not enough: the second one may hold an older text's that begins
         // with it.
@@ -510,7 +510,7 @@ private:
         if (row < plain[which].entries.size()) {
             plain[which].entries[row].is_live = !plain[which].entries[row].is_live;
             take_read(which, counts_before, false);
-            // The file holds the text before the mark's update has cleaned it.
+            // The file has the text as it was before the mark's update cleaned it.
             expect_written_then_mark(which);
         }
     }
