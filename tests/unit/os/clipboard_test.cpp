@@ -204,7 +204,7 @@ TEST(Clipboard, WithoutATextItStaysOpenUntilATextIsFoundOrSet) {
 
 namespace {
 
-// Offers the units as they are, with nothing behind them.
+// Offers the units as they are, without a zero after them.
 void offer_units(UINT format, std::initializer_list<wchar_t> units) {
     hold_clipboard();
     EmptyClipboard();
@@ -222,7 +222,7 @@ TEST(Clipboard, UnpairedSurrogatesBecomeReplacementCharacters) {
 }
 
 TEST(Clipboard, TheSystemDerivesWideTextFromBytesInItsOwnCodePage) {
-    // Once the other program has closed the clipboard there is a wide text, though nobody placed one.
+    // Once the other program has closed the clipboard there is a wide text, though none was placed.
     const char *bytes = "gr\xf6\xdf\x65";
     DWORD code_page = 0;
     GetLocaleInfoW(GetUserDefaultLCID(), LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
@@ -244,8 +244,8 @@ TEST(Clipboard, WhileAnotherProgramHoldsItNothingIsGotAndSettingNoticesNothing) 
     // The system takes another thread for another program.
     std::thread([] {
         EXPECT_EQ(taken(os_clipboard_get_text()), "(none)");
-        // Which is meant. Windows drops the text; Wine 8 does not ask who has the clipboard open, and places
-        // it.
+        // Intentionally 0. Windows drops the text; Wine 8 does not check who has the clipboard open, and
+        // places it.
         EXPECT_EQ(os_clipboard_set_text(str_from("after")), 0);
     }).join();
     EXPECT_TRUE(close_open_clipboard());
@@ -254,7 +254,7 @@ TEST(Clipboard, WhileAnotherProgramHoldsItNothingIsGotAndSettingNoticesNothing) 
 
 #endif
 
-// ---- Long texts and refusals ----
+// ---- Long texts and allocation failures ----
 
 TEST(Clipboard, HalfAMegabyteComesBack) {
     std::string text;
@@ -265,15 +265,14 @@ TEST(Clipboard, HalfAMegabyteComesBack) {
     EXPECT_EQ(get_text(), text);
 }
 
-TEST(Clipboard, TheLongestTextComesBackAndOneMoreUnitIsRefused) {
+TEST(Clipboard, TheLongestTextComesBackAndOneMoreUnitFails) {
     std::string text(most_units, 'x');
     EXPECT_EQ(set_text(text), 0);
     EXPECT_TRUE(get_text() == text);
     EXPECT_EQ(set_text("before"), 0);
     text += 'x';
     EXPECT_EQ(set_text(text), 1);
-    EXPECT_TRUE(
-        close_open_clipboard()); // held by the test; a refused text does not come as far as to close it
+    EXPECT_TRUE(close_open_clipboard()); // held by the test; a failed call does not close it
     EXPECT_EQ(get_text(), "before");
     EXPECT_EQ(clipboard_formats().byte_text, "before");
 }
@@ -299,7 +298,7 @@ TEST(Clipboard, UnitsAndNotBytesAreCounted) {
     EXPECT_TRUE(close_open_clipboard());
 }
 
-TEST(Clipboard, ARefusedBlockIsReportedByItsNumberAndChangesNothing) {
+TEST(Clipboard, AFailedAllocationIsReportedByItsNumberAndChangesNothing) {
     EXPECT_EQ(set_text("before"), 0);
     for (int refused = 1; refused <= 2; refused++) {
         int asked = 0;

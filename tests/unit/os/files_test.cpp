@@ -70,7 +70,7 @@ const char *const outside_ascii[] = {"é.txt", "你好.txt", "\xF0\x9F\x98\x80.t
 
 // ---- A disk that fails ----
 
-// The linker hands every call to the first of each pair; the second is the real one.
+// The linker redirects every call to the first of each pair; the second is the real one.
 extern "C" {
 extern decltype(&GetFileSizeEx) __wrap___imp_GetFileSizeEx;
 extern decltype(&GetFileSizeEx) __real___imp_GetFileSizeEx;
@@ -123,7 +123,7 @@ TEST(FileRead, ReturnsEveryByte) {
     EXPECT_EQ(read_text(tree.path("f")), bytes);
 }
 
-TEST(FileRead, AHundredBytesGetABlockOf138WithZerosBehind) {
+TEST(FileRead, AHundredBytesGetABlockOf138PaddedWithZeros) {
     TestTree tree;
     tree.file("f", std::string(100, 'x'));
     std::vector<uint64_t> sizes;
@@ -146,15 +146,17 @@ TEST(FileRead, AHundredBytesGetABlockOf138WithZerosBehind) {
 
 TEST(FileRead, BlocksAddTheRemainderAndDoNotRoundUp) {
     TestTree tree;
-    for (uint64_t n : {0u, 1u, 62u, 63u, 64u, 126u, 127u, 128u, 1000u}) {
-        tree.file("f", std::string(n, 'x'));
+    const std::pair<uint64_t, uint64_t> rows[] = {{0, 2},     {1, 4},     {62, 126},  {63, 64},    {64, 66},
+                                                  {126, 190}, {127, 128}, {128, 130}, {1000, 1042}};
+    for (const auto &[bytes, block] : rows) {
+        tree.file("f", std::string(bytes, 'x'));
         std::vector<uint64_t> sizes;
         HeapHookScope hook([&](uint64_t size) {
             sizes.push_back(size);
             return true;
         });
         Str contents = read(tree.path("f"));
-        EXPECT_EQ(sizes, std::vector<uint64_t>{n + 1 + ((n + 1) & 63)});
+        EXPECT_EQ(sizes, std::vector<uint64_t>{block});
         os_file_free(&contents);
     }
 }
@@ -219,7 +221,7 @@ TEST(FileRead, AnUnreadableFileHasNoPointer) {
     EXPECT_EQ(read_text(tree.path("f")), "text");
 }
 
-TEST(FileRead, ARefusedBlockIsAFailedReadAndIsNoted) {
+TEST(FileRead, OutOfMemoryIsAFailedReadAndIsNoted) {
     TestTree tree;
     tree.file("f", "text");
     os_last_file_error = {};
@@ -230,11 +232,11 @@ TEST(FileRead, ARefusedBlockIsAFailedReadAndIsNoted) {
     EXPECT_NE(os_last_file_error.code, 0u);
     EXPECT_NE(os_last_file_error.text[0], 0);
     EXPECT_EQ(read_text(tree.path("f")), "text");
-    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0); // both reads have closed it
+    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0); // both reads closed it
 }
 
 #ifdef _WIN32
-TEST(FileRead, ASuccessNotesWhateverErrorTheSystemHadLastAndThatIsMeant) {
+TEST(FileRead, ASuccessIntentionallyNotesWhateverErrorTheSystemHadLast) {
     TestTree tree;
     tree.file("f", "text");
     for (DWORD last : {DWORD{ERROR_SHARING_VIOLATION}, DWORD{ERROR_SUCCESS}}) {
@@ -261,7 +263,7 @@ TEST(FileRead, AFileThatFailsAfterItsOpeningHasNoPointerAndIsNotedAndClosed) {
         EXPECT_EQ(os_last_file_error.code, DWORD{ERROR_CRC});
         EXPECT_EQ(os_last_file_error.text, words_of(ERROR_CRC));
     }
-    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0); // it is open no more
+    EXPECT_EQ(os_file_delete(str_over(tree.path("f"))), 0); // it was closed
 }
 
 TEST(FileRead, WhileAFileIsReadOthersMayReadAndWriteItButNotDeleteIt) {
@@ -280,10 +282,10 @@ TEST(FileRead, WhileAFileIsReadOthersMayReadAndWriteItButNotDeleteIt) {
 }
 #endif
 
-TEST(FileRead, AFileThatShrinksMeanwhileKeepsItsLengthWithZerosBehind) {
+TEST(FileRead, AFileThatShrinksMeanwhileKeepsItsLengthPaddedWithZeros) {
     TestTree tree;
     tree.file("f", "0123456789");
-    // Asked for the block between the look at the size and the read.
+    // The block is allocated between reading the size and reading the file.
     HeapHookScope hook([&](uint64_t) {
         fs::resize_file(tree.native("f"), 4);
         return true;
@@ -314,7 +316,7 @@ TEST(FileRead, PipesAndDevicesAreNoFiles) {
     TestTree tree;
     ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
     os_last_file_error = {};
-    EXPECT_EQ(read(tree.path("pipe")).data, nullptr); // and nobody waits for a writer
+    EXPECT_EQ(read(tree.path("pipe")).data, nullptr); // without waiting for a writer
     EXPECT_NE(os_last_file_error.code, 0u);
     EXPECT_NE(os_last_file_error.text[0], 0);
     EXPECT_EQ(read("/dev/zero").data, nullptr);
@@ -354,7 +356,7 @@ TEST(FileWrite, IntoAMissingFolderCannotOpen) {
 TEST(FileWrite, AFileThatAnyoneHoldsOpenCannotBeOpened) {
     TestTree tree;
     tree.file("f", "text");
-    HeldForWriting held(tree.native("f")); // which would let others write, but a write lets nobody in
+    HeldForWriting held(tree.native("f")); // lets others write, but a write shares with nobody
     EXPECT_EQ(write(tree.path("f"), "x"), 1);
     EXPECT_EQ(read_text(tree.path("f")), "text");
 }
@@ -371,7 +373,7 @@ TEST(FileWrite, WhatTheSystemDoesNotTakeIsAFailedWrite) {
     EXPECT_EQ(write("/dev/full", "x"), 2);
     TestTree tree;
     ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
-    EXPECT_EQ(write(tree.path("pipe"), "x"), 1); // and nobody waits for a reader
+    EXPECT_EQ(write(tree.path("pipe"), "x"), 1); // without waiting for a reader
 }
 #endif
 
@@ -410,7 +412,7 @@ TEST(PathExists, FilesAndFolders) {
     EXPECT_FALSE(os_path_exists(str_over(std::string(100000, 'x'))));
 }
 
-TEST(PathExists, FoldersAreToldFromFiles) {
+TEST(PathExists, FoldersAreDistinguishedFromFiles) {
     TestTree tree;
     tree.file("f", "x");
     tree.folder("d");
@@ -454,7 +456,7 @@ TEST(ExeFolder, EndsInASlashAndHoldsTheExecutable) {
 
 // ---- Started through a link ----
 
-// The linker hands every call to the first of each pair; the second is the real one.
+// The linker redirects every call to the first of each pair; the second is the real one.
 extern "C" {
 extern decltype(&GetFinalPathNameByHandleW) __wrap___imp_GetFinalPathNameByHandleW;
 extern decltype(&GetFinalPathNameByHandleW) __real___imp_GetFinalPathNameByHandleW;
@@ -483,7 +485,7 @@ DWORD WINAPI attributes_or_link(const wchar_t *path) {
     return is_link ? attributes | FILE_ATTRIBUTE_REPARSE_POINT : attributes;
 }
 
-// What a file's path becomes when the system answers this for it.
+// What a file's path becomes when this is the system's answer.
 std::wstring resolved(const std::wstring &path, const std::wstring &answer) {
     wchar_t text[260];
     wcscpy(text, path.c_str());
@@ -511,7 +513,7 @@ TEST(ExeFolder, OfALinkIsThatOfTheFile) {
     EXPECT_EQ(resolved(path, L"\\\\?\\UNC\\server\\share\\a.exe"), path); // on a mapped drive
 }
 
-TEST(ExeFolder, IsThatOfTheLinkWhenTheFileCannotBeToldOrItsPathIsTooLong) {
+TEST(ExeFolder, IsThatOfTheLinkWhenTheFileIsUnknownOrItsPathIsTooLong) {
     TestTree tree;
     tree.file("link.exe", "");
     const std::wstring path = tree.native("link.exe").native();

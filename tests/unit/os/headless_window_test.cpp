@@ -119,14 +119,14 @@ TEST_F(OffscreenWindow, ADoublePressMayLieAcrossTheClocksWrap) {
 
 // ---- Focus and raw mouse input ----
 
-TEST_F(OffscreenWindow, TellsWhenItGetsTheFocusAndWhenItLosesIt) {
+TEST_F(OffscreenWindow, ReportsWhenItGetsAndLosesTheFocus) {
     headless_focus(nullptr);
     os_pump_messages();
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_EQ(seen[0].type, EVENT_FOCUS);
     EXPECT_EQ(seen[0].focus.is_gained, 0);
     EXPECT_FALSE(window->flags & WINDOW_FLAG_FOCUS);
-    headless_press_key(0x25); // reaches nobody
+    headless_press_key(0x25); // reaches no window
     headless_release_key(0x25);
     headless_type('x');
     EXPECT_EQ(os_pump_messages(), 0u);
@@ -196,7 +196,7 @@ TEST_F(OffscreenWindow, ShowingAnotherWindowTakesTheFocusAndRawMouseInput) {
     destroy(other);
 }
 
-TEST_F(OffscreenWindow, OneThatIsVisibleFromTheStartTellsNothingOfIt) {
+TEST_F(OffscreenWindow, OneThatIsVisibleFromTheStartReportsNoEvent) {
     PlatformWindow *other = os_window_create(200, 100, str_from("Tarnwick"), WINDOW_FLAG_FRAMEBUFFER);
     EXPECT_TRUE(headless_view(other)->is_visible);
     EXPECT_TRUE(seen.empty());

@@ -34,7 +34,7 @@ TEST(Heap, ZeroedBlocksAreZero) {
     }
 }
 
-TEST(Heap, FourGigabytesAreRefusedNotCut) {
+TEST(Heap, FourGigabytesFailAndAreNotCut) {
     EXPECT_EQ(os_alloc(uint64_t{1} << 32), nullptr);
     EXPECT_EQ(os_alloc((uint64_t{1} << 32) + 16), nullptr);
     EXPECT_EQ(os_alloc_zero(UINT64_MAX), nullptr);
@@ -58,7 +58,7 @@ TEST(Heap, ShrinkingToNothingKeepsABlock) {
     os_free(block);
 }
 
-TEST(Heap, TheHookSeesEverySizeAndCanRefuse) {
+TEST(Heap, TheHookSeesEverySizeAndCanMakeItFail) {
     std::vector<uint64_t> sizes;
     void *kept = os_alloc(8);
     {
@@ -70,7 +70,7 @@ TEST(Heap, TheHookSeesEverySizeAndCanRefuse) {
         EXPECT_EQ(os_alloc(24), nullptr);
         EXPECT_EQ(os_alloc_zero(24), nullptr);
         EXPECT_EQ(os_realloc(kept, 24), nullptr);
-        EXPECT_EQ(os_alloc(uint64_t{1} << 32), nullptr); // not even asked
+        EXPECT_EQ(os_alloc(uint64_t{1} << 32), nullptr); // the hook is not called
     }
     EXPECT_EQ(sizes, (std::vector<uint64_t>{23, 24, 24, 24}));
     os_free(os_alloc(24));
@@ -112,7 +112,7 @@ TEST(Retired, EachBlockWaitsForItsOwnPasses) {
     char *late = static_cast<char *>(os_alloc(64));
     late[0] = 'l';
     retire_block(&list, early);
-    pass = 1; // 0 would say that nobody reads
+    pass = 1; // 0 would mean that nobody reads
     retire_block(&list, late);
     ASSERT_NE(list.first, nullptr);
     EXPECT_EQ(list.first->block, late);

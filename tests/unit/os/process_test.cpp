@@ -113,7 +113,7 @@ void close_boxes() {
 
 } // namespace
 
-// The system tells the user in a box of its own, where there is a screen, and waits until that is closed.
+// Where there is a screen the system shows a box of its own and waits until the user closes it.
 TEST(Process, OpeningAPathThatIsNotThereFails) {
     TestTree tree;
     std::string path = tree.path("missing.txt");

@@ -59,7 +59,7 @@ TEST_F(Threads, TheRoutineReceivesItsRecordWithTheUserDataInIt) {
     EXPECT_EQ(seen.record, thread);
     EXPECT_EQ(seen.user_data, &seen);
     EXPECT_EQ(thread->suspended, 0);
-    os_free(thread); // its handle is closed already, so it cannot be killed any more
+    os_free(thread); // its handle is closed, so it can no longer be killed
 }
 
 uint64_t asked_size;
@@ -84,8 +84,7 @@ uint32_t sleep_for_ever(void *) {
 }
 
 TEST_F(Threads, AThreadThatTheSystemRefusesIsNull) {
-    // In a process of its own, which gets no more memory; a few stacks of earlier threads may be left for
-    // use.
+    // In a process of its own without more memory; a few stacks of earlier threads may be left to use.
     pid_t child = fork();
     if (child == 0) {
         rlimit none = {0, 0};
@@ -104,7 +103,7 @@ TEST_F(Threads, AThreadThatTheSystemRefusesIsNull) {
 }
 #endif
 
-// Each level keeps 16 KiB that it must not lose, so that 3000 levels need some 48 MB.
+// Each level uses 16 KiB, so that 3000 levels need some 48 MB.
 uint32_t recurse(uint32_t levels) {
     volatile uint8_t kept[16384];
     kept[0] = static_cast<uint8_t>(levels);
@@ -237,9 +236,9 @@ TEST(Dates, ASystemTimeIsTakenOverFieldByField) {
 
 #ifdef _WIN32
 
-// ---- Real pixels ----
+// ---- DPI awareness ----
 
-// The linker hands every call of SetProcessDPIAware to the first of these; the second is the real one.
+// The linker redirects every call of SetProcessDPIAware to the first of these; the second is the real one.
 extern "C" {
 extern BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)();
 extern BOOL(WINAPI *__real___imp_SetProcessDPIAware)();
@@ -247,19 +246,19 @@ extern BOOL(WINAPI *__real___imp_SetProcessDPIAware)();
 
 namespace {
 
-uint32_t asked_for_real_pixels;
-BOOL real_pixels_are_given = TRUE;
+uint32_t dpi_calls;
+BOOL dpi_result = TRUE;
 
-BOOL WINAPI count_askings() {
-    asked_for_real_pixels++;
-    return real_pixels_are_given;
+BOOL WINAPI count_dpi_calls() {
+    dpi_calls++;
+    return dpi_result;
 }
 
 } // namespace
 
-BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)() = count_askings;
+BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)() = count_dpi_calls;
 
-TEST_F(Threads, TheStartTurnsTheSystemsErrorBoxesOffForItsOwnThreadAndNotForTheProcess) {
+TEST_F(Threads, InitHidesTheSystemsErrorBoxesForItsThreadButNotForTheProcess) {
     UINT of_process = SetErrorMode(0); // what programs that are started inherit
     DWORD of_thread;
     ASSERT_TRUE(SetThreadErrorMode(SEM_NOOPENFILEERRORBOX, &of_thread));
@@ -269,16 +268,16 @@ TEST_F(Threads, TheStartTurnsTheSystemsErrorBoxesOffForItsOwnThreadAndNotForTheP
     SetThreadErrorMode(of_thread, nullptr);
 }
 
-TEST_F(Threads, TheStartAsksForRealPixelsAndGoesOnWithoutThem) {
+TEST_F(Threads, InitMakesTheProcessDpiAwareAndGoesOnWithoutIt) {
     for (BOOL given : {TRUE, FALSE}) {
-        asked_for_real_pixels = 0;
-        real_pixels_are_given = given;
+        dpi_calls = 0;
+        dpi_result = given;
         os_ticks_per_second = 0;
         testing::internal::CaptureStdout();
         os_init();
         EXPECT_EQ(testing::internal::GetCapturedStdout(),
                   given ? "" : "Error: failed to set DPI awareness\n");
-        EXPECT_EQ(asked_for_real_pixels, 1u);
+        EXPECT_EQ(dpi_calls, 1u);
         EXPECT_GT(os_ticks_per_second, 0);
     }
     EXPECT_TRUE(__real___imp_SetProcessDPIAware());

@@ -1,4 +1,4 @@
-// What the system's own window has beside the common behaviour.
+// What the window on Windows does beyond the common behaviour.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -11,7 +11,7 @@
 #include "os/window.h"
 #include "support/window_driver.h"
 
-// The linker hands every call of CreateWindowExW to the first of these; the second is the real one.
+// The linker redirects every call of CreateWindowExW to the first of these; the second is the real one.
 extern "C" {
 extern decltype(&CreateWindowExW) __wrap___imp_CreateWindowExW;
 extern decltype(&CreateWindowExW) __real___imp_CreateWindowExW;
@@ -141,7 +141,7 @@ TEST_F(SystemWindow, LayeredMakesBlackTransparent) {
     EXPECT_EQ(flags, static_cast<DWORD>(LWA_COLORKEY));
 }
 
-TEST_F(SystemWindow, AsksToBeToldWhenThePointerLeaves) {
+TEST_F(SystemWindow, RequestsAMessageWhenThePointerLeaves) {
     PlatformWindow *window = create();
     os_window_show(window, true);
     drive_settle();
@@ -174,7 +174,7 @@ namespace {
 WNDPROC own_procedure;
 int menu_commands;
 
-// Stands before the window's own procedure, and counts what the default one asks for.
+// Called before the window's own procedure; counts the system commands that the default one sends.
 LRESULT CALLBACK count_commands(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) {
     if (message == WM_SYSCOMMAND) {
         menu_commands++;
@@ -230,7 +230,7 @@ TEST_F(SystemWindow, CutsADroppedNameAt2047Units) {
     }
     HGLOBAL block = static_cast<HGLOBAL>(drive_drop(window, {0, 0}, {longest, longest + "y", wide, "C:\\a"}));
     os_pump_messages();
-    EXPECT_NE(GlobalSize(block), 0u); // not given back: the window leaves the drop's block alone
+    EXPECT_NE(GlobalSize(block), 0u); // intentionally not released
     GlobalFree(block);
     ASSERT_EQ(dropped_names.size(), 4u);
     EXPECT_EQ(dropped_names[0], "C:/" + std::string(2044, 'x'));
@@ -239,7 +239,7 @@ TEST_F(SystemWindow, CutsADroppedNameAt2047Units) {
     EXPECT_EQ(dropped_names[3], "C:/a");
 }
 
-TEST_F(SystemWindow, IgnoresADropWithAHandleThatIsNone) {
+TEST_F(SystemWindow, IgnoresADropWithAnInvalidHandle) {
     PlatformWindow *window = create();
     os_set_event_callback(note_drop);
     dropped_names.clear();
@@ -332,7 +332,7 @@ namespace {
 
 int frames_asked;
 
-// Handles the window's messages until that many frames have been asked for; a frame too many is one, too.
+// Handles the window's messages until at least that many frames have been requested.
 void pump_for_frames(int count) {
     for (int waits = 0; frames_asked < count && waits < 1000; waits++) {
         os_pump_messages();
@@ -355,7 +355,7 @@ TEST_F(SystemWindow, AsksForFramesByATimerWhileTheSystemRunsItsOwnLoop) {
         EXPECT_GE(frames_asked, 3);
         SendMessageW(handle_of(window), loop[1], 0, 0);
         frames_asked = 0;
-        EXPECT_FALSE(KillTimer(handle_of(window), 1)); // there is none any more
+        EXPECT_FALSE(KillTimer(handle_of(window), 1)); // it was stopped
         SendMessageW(handle_of(window), WM_TIMER, 1, 0);
         EXPECT_EQ(frames_asked, 0);
     }

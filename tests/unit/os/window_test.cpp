@@ -77,7 +77,7 @@ TEST_F(Window, TakesTheBytesOfItsTitleAsUtf16Units) {
     EXPECT_EQ(title_of(""), (std::u16string{u'W' | u'i' << 8, u'n' | u'd' << 8, u'o' | u'w' << 8}));
 }
 
-TEST_F(Window, SurvivesEveryRefusedAllocationOfItsCreation) {
+TEST_F(Window, SurvivesEveryFailedAllocationOfItsCreation) {
     constexpr int count = 9; // more than the list of windows has room for at first
     int refused_creations = 0;
     bool was_refused = true;
@@ -149,7 +149,7 @@ TEST_F(Window, MoreThanFourLiveSideBySide) {
 
 // ---- Place and size ----
 
-TEST_F(Window, TellsItsNewSizeAndGrowsItsFramebuffer) {
+TEST_F(Window, ReportsItsNewSizeAndGrowsItsFramebuffer) {
     PlatformWindow *window = create({300, 200});
     uint32_t *block = window->framebuffer.pixels;
     os_window_resize(window, {640, 480});
@@ -197,7 +197,7 @@ TEST_F(Window, KeepsBlockAndSizeWhenNoLargerOneCanBeHad) {
     EXPECT_EQ(events(EVENT_WINDOW_RESIZED)[0].event.resized.width, 640);
 }
 
-TEST_F(Window, TellsItsPlaceWithoutSignAndKnowsItWithSign) {
+TEST_F(Window, ReportsItsPositionUnsignedAndStoresItSigned) {
     PlatformWindow *window = create();
     os_window_move_client(window, {100, 60});
     ASSERT_FALSE(events(EVENT_WINDOW_MOVED).empty());
@@ -235,7 +235,7 @@ TEST_F(Window, IsShownAndHidden) {
 
 // ---- Input ----
 
-TEST_F(Window, TellsThePointersComingItsMovesAndItsLeaving) {
+TEST_F(Window, ReportsThePointerEnteringMovingAndLeaving) {
     PlatformWindow *window = create_shown();
     drive_pointer_to(window, {10, 20});
     os_pump_messages();
@@ -261,7 +261,7 @@ TEST_F(Window, TellsThePointersComingItsMovesAndItsLeaving) {
     EXPECT_EQ(pump(EVENT_MOUSE_ENTER).size(), 1u);
 }
 
-TEST_F(Window, TellsEachButtonsPressAndRelease) {
+TEST_F(Window, ReportsEachButtonsPressAndRelease) {
     PlatformWindow *window = create_shown();
     for (uint16_t button : {MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}) {
         Point place = fresh_place();
@@ -325,7 +325,7 @@ TEST_F(Window, TheButtonsAreTestedForDoublePressesApart) {
     EXPECT_EQ(states, (std::vector<int>{1, 0, 1, 0, 2, 0}));
 }
 
-TEST_F(Window, TheWheelTellsItsDirectionAndNoMovementCountsAsUp) {
+TEST_F(Window, TheWheelReportsItsDirectionAndZeroCountsAsUp) {
     PlatformWindow *window = create_shown();
     const struct {
         int32_t delta;
@@ -341,10 +341,9 @@ TEST_F(Window, TheWheelTellsItsDirectionAndNoMovementCountsAsUp) {
     }
 }
 
-TEST_F(Window, TellsAKeysFirstPressItsRepeatsAndItsRelease) {
+TEST_F(Window, ReportsAKeysFirstPressItsRepeatsAndItsRelease) {
     PlatformWindow *window = create_shown();
-    for (uint16_t code :
-         {uint16_t{0x25}, uint16_t{0x12}}) { // Left; and Alt, whose messages end with the event
+    for (uint16_t code : {uint16_t{0x25}, uint16_t{0x12}}) { // Left, and Alt, which the system does not see
         seen.clear();
         drive_key_down(window, code, false);
         settle();
@@ -368,7 +367,7 @@ TEST_F(Window, TellsAKeysFirstPressItsRepeatsAndItsRelease) {
     }
 }
 
-TEST_F(Window, TellsCharactersAsUnitsEnterAsLineFeedAndNoBackspace) {
+TEST_F(Window, ReportsCharactersAsUnitsEnterAsLineFeedAndNoBackspace) {
     PlatformWindow *window = create_shown();
     std::vector<uint32_t> typed = {'a', '\r', '\b', '\t', '\n', 27, 1, 0x7F, 0xE9, 0x4F60, 0xD83D, 0xDE00};
     for (uint32_t unit : typed) {
@@ -382,7 +381,7 @@ TEST_F(Window, TellsCharactersAsUnitsEnterAsLineFeedAndNoBackspace) {
               (std::vector<uint32_t>{'a', '\n', '\t', '\n', 27, 1, 0x7F, 0xE9, 0x4F60, 0xD83D, 0xDE00}));
 }
 
-TEST_F(Window, TellsDroppedFilesWithSlashesAndAZeroAfterEach) {
+TEST_F(Window, ReportsDroppedFilesWithSlashesAndAZeroAfterEach) {
     PlatformWindow *window = create_shown();
     drive_drop(window, {12, 34}, {"C:\\code\\a.txt", "D:\\\xC3\xA9\\\xF0\x9F\x98\x80", "C:/mixed\\b"});
     std::vector<SeenEvent> dropped = pump(EVENT_FILES_DROPPED);
@@ -416,7 +415,7 @@ TEST_F(Window, WithoutACallbackEventsAreDropped) {
 }
 
 TEST_F(Window, ThePumpCountsMessagesThatAreNoEvents) {
-    PlatformWindow *window = create(); // to one on the screen the system sends messages of its own
+    PlatformWindow *window = create(); // the system sends messages of its own to a window on the screen
     os_pump_messages();
     EXPECT_EQ(os_pump_messages(), 0u);
     drive_nothing(window);
@@ -426,7 +425,7 @@ TEST_F(Window, ThePumpCountsMessagesThatAreNoEvents) {
     EXPECT_EQ(os_pump_messages(), 0u);
 }
 
-TEST_F(Window, TellsWhenTheFocusGoesAndComes) {
+TEST_F(Window, ReportsWhenTheFocusIsLostAndGained) {
     PlatformWindow *window = create_shown();
     drive_focus_away(window);
     std::vector<SeenEvent> focus = pump(EVENT_FOCUS);
@@ -526,7 +525,7 @@ TEST(Monitors, AreFoundOnceThePrimaryOneFirst) {
     EXPECT_EQ(count_again, count);
 }
 
-TEST(Monitors, TakeTheirSizeAndSixtyHertzForWhatTheModeDoesNotTell) {
+TEST(Monitors, UseTheirSizeAndSixtyHertzForWhatTheModeLeavesOut) {
     const struct {
         Size mode;
         uint32_t rate;
@@ -592,7 +591,7 @@ TEST(FramebufferBlock, IsTheNextPowerOfTwo) {
     }
 }
 
-TEST(FramebufferBlock, OfASizeThatTheHeapCannotGiveIsRefusedNotCut) {
+TEST(FramebufferBlock, OfASizeThatTheHeapCannotGiveFailsAndIsNotCut) {
     Framebuffer framebuffer = {};
     framebuffer_resize(&framebuffer, {10, 10});
     uint32_t *block = framebuffer.pixels;

@@ -40,7 +40,7 @@ protected:
             kept[i] = GetStdHandle(streams[i]);
         }
         if (!GetConsoleWindow()) {
-            FreeConsole(); // of one that shows nothing
+            FreeConsole(); // one without a window
             is_mine = AllocConsole();
         }
         for (int i = 0; i < 3; i++) {
@@ -57,7 +57,7 @@ protected:
 
     void TearDown() override {
         SetConsoleTextAttribute(output, before.wAttributes);
-        // FreeConsole closes the handles that AllocConsole opened, or whatever has their numbers by then.
+        // FreeConsole closes the handles that AllocConsole opened, or others that have taken their numbers.
         restore(consoles_own);
         for (HANDLE handle : {input, output}) {
             if (handle != INVALID_HANDLE_VALUE) {
@@ -129,7 +129,7 @@ TEST_F(Console, TheCursorMovesRelativeToItsPlaceAndStopsAtTheLeft) {
     EXPECT_TRUE(os_console_move_cursor(-100, 1));
     EXPECT_EQ(now().dwCursorPosition.X, 0);
     EXPECT_EQ(now().dwCursorPosition.Y, 4);
-    EXPECT_FALSE(os_console_move_cursor(0, -100)); // rows are not clamped: the console refuses
+    EXPECT_FALSE(os_console_move_cursor(0, -100)); // rows are not clamped, so the console refuses
     EXPECT_EQ(now().dwCursorPosition.Y, 4);
 }
 
@@ -170,7 +170,7 @@ TEST_F(Console, TheWindowIsMovedWithItsSizeKept) {
     EXPECT_EQ(moved.width, start.width);
     EXPECT_EQ(moved.height, start.height);
 
-    // A console may keep whole rows only, so the height need not become exactly what was asked for.
+    // A console may show whole rows only, so the height may differ from the one requested.
     EXPECT_TRUE(os_console_window_set_height(start.height - 60));
     Rect lower = os_console_window_rect();
     EXPECT_LT(lower.height, start.height);
@@ -210,7 +210,7 @@ protected:
         }
     }
 
-    // What has been written to the terminal since the last call; it takes a while to come through.
+    // What has been written to the terminal since the last call; it may take a while to arrive.
     std::string shown() const {
         constexpr char end = '#';
         EXPECT_EQ(write(terminal, &end, 1), 1);
@@ -362,7 +362,7 @@ TEST(Lines, ReadLineReturnsLinesWithoutTheirLineFeed) {
         EXPECT_EQ(line[text.count], 0);
         lines.push_back(to_string(text));
     }
-    // A line longer than the room for it comes in pieces.
+    // A line longer than the buffer arrives in pieces.
     EXPECT_EQ(lines, (std::vector<std::string>{"one", " two ", "", "0123456789a", "bcdef", "last"}));
     EXPECT_EQ(os_read_line(line, sizeof(line)).count, 0u);
 #ifdef _WIN32

@@ -60,10 +60,10 @@ TEST(Desktop, TheWheelTurnsByNotches) {
     for (int32_t notches : {2, -1}) {
         wheel_delta_seen = 0;
         MSG message;
-        // The hooks of a thread that has asked for no messages for five seconds are not called.
+        // The hooks of a thread that has not looked for messages for five seconds are not called.
         PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE);
         EXPECT_TRUE(os_send_mouse_wheel(notches));
-        PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE); // lets the hook's call come in
+        PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE); // runs the hook
         EXPECT_EQ(wheel_delta_seen, notches * 120);
     }
     UnhookWindowsHookEx(hook);

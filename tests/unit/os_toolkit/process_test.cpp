@@ -148,7 +148,7 @@ TEST(ChildProcess, ACommandEndsAtItsFirstZeroByte) {
     EXPECT_EQ(captured.text(), "[one][two]");
 }
 
-TEST(ChildProcess, ACommandNeedsNoZeroByteBehindIt) {
+TEST(ChildProcess, ACommandNeedsNoZeroByteAfterIt) {
     std::string cmd = probe("arguments one two");
     Captured captured = {};
     EXPECT_EQ(os_run_process({cmd.size() - 4, cmd.data()}, {keep_chunk, &captured}, no_console), 0u);
@@ -282,7 +282,7 @@ TEST(ChildProcess, BackslashesMeanSomethingOnlyBeforeAQuote) {
     EXPECT_EQ(arguments_seen("end\\"), "[end\\]");
 }
 
-TEST(ChildProcess, NothingStandsForAnotherText) {
+TEST(ChildProcess, NothingInAnArgumentIsExpanded) {
     EXPECT_EQ(arguments_seen("'a $HOME ~ %PATH% {x} `b` ; #c"), "['a][$HOME][~][%PATH%][{x}][`b`][;][#c]");
 }
 
@@ -318,7 +318,7 @@ namespace {
 // Handles, or files, that this process holds open.
 int64_t open_handles() {
 #ifdef _WIN32
-    // Each is looked for, since not every system tells their number.
+    // Counted one by one, as not every system reports their number.
     int64_t count = 0;
     for (uintptr_t value = 4; value < 16384; value += 4) {
         DWORD flags;
@@ -339,7 +339,7 @@ int64_t handles_left_by(const std::function<void()> &act) {
 
 } // namespace
 
-TEST(ChildProcess, ACommandWithoutOutputLeavesItsHandlesOpenAndThatIsMeant) {
+TEST(ChildProcess, ACommandWithoutOutputIntentionallyLeavesItsHandlesOpen) {
     TestTree tree;
     std::string cmd = probe("record" + quoted(tree.path("seen")));
 #ifdef _WIN32
@@ -354,15 +354,15 @@ TEST(ChildProcess, ACommandWithoutOutputLeavesItsHandlesOpenAndThatIsMeant) {
 #endif
 }
 
-TEST(ChildProcess, ACapturedCommandLeavesItsOwnEndsOfThePipesOpenAndThatIsMeant) {
+TEST(ChildProcess, ACapturedCommandIntentionallyLeavesItsOwnEndsOfThePipesOpen) {
     EXPECT_EQ(handles_left_by([] { EXPECT_EQ(capture(probe("letters 5 6")).exit_code, 6u); }), 2);
 }
 
-TEST(ChildProcess, AFailedStartLeavesBothPipesOpenAndThatIsMeant) {
+TEST(ChildProcess, AFailedStartIntentionallyLeavesBothPipesOpen) {
     EXPECT_EQ(handles_left_by([] { EXPECT_EQ(capture("no_program_has_this_name").exit_code, 1u); }), 4);
 }
 
-TEST(ChildProcess, AKilledChildLeavesThisSidesEndsOfThePipesOpenAndThatIsMeant) {
+TEST(ChildProcess, AKilledChildIntentionallyLeavesThisSidesEndsOfThePipesOpen) {
     EXPECT_EQ(handles_left_by([] {
                   Child child(probe("hold"));
                   child.hear_until("\n");
@@ -374,7 +374,7 @@ TEST(ChildProcess, AKilledChildLeavesThisSidesEndsOfThePipesOpenAndThatIsMeant) 
 TEST(ChildProcess, AnExitCodeThatCannotBeReadIsReportedAs2886) {
     testing::internal::CaptureStdout();
 #ifdef _WIN32
-    // The child's handles are closed behind the call's back.
+    // The callback closes the child's handles, which the call still needs.
     ProcessOutput on_output = {[](void *, Str) {
                                    for (uintptr_t value = 4; value < 16384; value += 4) {
                                        HANDLE handle = reinterpret_cast<HANDLE>(value);
@@ -388,7 +388,7 @@ TEST(ChildProcess, AnExitCodeThatCannotBeReadIsReportedAs2886) {
     std::string cmd = probe("letters 3 0");
     uint32_t code = os_run_process(str_over(cmd), on_output, no_console);
 #else
-    // The system forgets children that nobody wants to hear of.
+    // The system reaps children whose signal is ignored.
     auto before = signal(SIGCHLD, SIG_IGN);
     uint32_t code = capture(probe("letters 3 0")).exit_code;
     signal(SIGCHLD, before);
@@ -512,7 +512,7 @@ TEST(ChildProcess, AKilledChildEnds) {
     CloseHandle(watched);
 #else
     EXPECT_NE(child.kill(), 0);
-    // Its record is given back.
+    // It was reaped.
     EXPECT_EQ(waitpid(static_cast<pid_t>(child.process.process_info[0]), nullptr, WNOHANG), -1);
 #endif
     // Only a child that is gone has closed its output.

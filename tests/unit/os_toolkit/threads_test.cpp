@@ -48,7 +48,7 @@ bool comes_to_a_stop(const Counter &counter) {
     });
 }
 
-// Lets a counting thread end by itself and gives its record back.
+// Lets a counting thread end by itself and frees its record.
 void end_thread(Thread *thread, Counter *counter) {
     counter->is_asked_to_end = 1;
     void *handle = thread->handle;
@@ -143,7 +143,7 @@ TEST_F(ThreadControl, ResumingAThreadThatIsNotSuspendedDoesNothing) {
     os_thread_resume(thread);
     EXPECT_EQ(thread->suspended, 0);
     EXPECT_TRUE(goes_on(counter));
-    // A resumption kept for later would undo this suspension.
+    // A resumption that was remembered would undo this suspension.
     os_thread_suspend(thread);
     EXPECT_TRUE(comes_to_a_stop(counter));
     os_thread_resume(thread);
@@ -192,8 +192,7 @@ TEST_F(ThreadControl, ASuspendedThreadCanBeKilled) {
     Counter counter;
     Thread *thread = os_thread_start(count_until_asked, &counter);
     ASSERT_NE(thread, nullptr);
-    // A thread that is killed while it starts takes the system's own locks with it, and the next one waits
-    // for ever.
+    // A thread that is killed while it starts keeps the system's own locks, and the next one waits for ever.
     EXPECT_TRUE(goes_on(counter));
     os_thread_suspend(thread);
     EXPECT_TRUE(comes_to_a_stop(counter));
@@ -250,7 +249,7 @@ TEST_F(ThreadControl, ALockKeepsTwoThreadsApart) {
     os_free(second);
 }
 
-// Takes the lock and leaves it again if nobody else holds it, and returns whether that is so.
+// Takes the lock and leaves it again if nobody else holds it. Returns whether it was free, as 3 or 2.
 uint32_t try_lock(void *record) {
     Lock *lock = static_cast<Lock *>(static_cast<Thread *>(record)->user_data);
 #ifdef _WIN32

@@ -83,7 +83,7 @@ TEST_F(Window, CountsAsHavingTheFocusOnceItIsAskedFor) {
 
 // ---- Presentation ----
 
-TEST_F(Window, ShowsAPartOfItsFramebufferWhereItStands) {
+TEST_F(Window, ShowsAPartOfItsFramebufferInTheSamePlace) {
     PlatformWindow *window = create_shown({120, 90});
     os_window_blit(window); // black
     draw_gradient(&window->framebuffer);

@@ -1,5 +1,5 @@
-// A child for the tests of starting programs: does what its first argument says. What waits, gives up after a
-// minute.
+// A child for the tests of starting programs: does what its first argument says. Whatever waits gives up
+// after a minute.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -107,7 +107,7 @@ int talk() {
     return gave_up;
 }
 
-// What whoever started this program asked for its first window.
+// How the parent asked this program to show its first window.
 std::string how_to_show() {
 #ifdef _WIN32
     STARTUPINFOW start = {};

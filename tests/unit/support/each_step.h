@@ -18,8 +18,8 @@ struct State {
     int64_t values[most_values];
 };
 
-// The processor's trap after each instruction comes as a signal, in the middle of anything: what is noted
-// takes no memory.
+// The processor's trap after each instruction arrives as a signal, in the middle of anything, so noting a
+// state allocates nothing.
 inline State (*look_now)();
 inline State states[most_states];
 inline size_t state_count;

@@ -13,15 +13,16 @@ namespace {
 
 // ---- The off-screen system ----
 
-// What the system itself keeps comes from the C library's heap: the program's refusals are not the system's.
+// The system's own memory comes from the C library's heap, as the program's allocation failures are not the
+// system's.
 
-// What the system knows of a window.
+// What the system keeps for a window.
 struct Offscreen {
     PlatformWindow *window;
     Offscreen *behind; // the next window towards the back
     uint16_t style;    // the WindowFlag bits that decide about the frame
-    Rect outer;        // on the screen; where it comes back to while it is minimised
-    bool holds_leave;  // wants to be told when the pointer leaves
+    Rect outer;        // on the screen; where it is restored to while it is minimised
+    bool holds_leave;  // reports when the pointer leaves
     HeadlessView view;
 };
 
@@ -61,7 +62,7 @@ struct Message {
 struct Headless {
     Offscreen *front;
     Offscreen *focused; // null: another program's window
-    Offscreen *captor;  // gets the mouse while a button is held down in it
+    Offscreen *captor;  // receives the mouse while a button that was pressed in it is down
     Point pointer;
     Message *messages; // a queue: those from next to count wait
     uint32_t message_next;
@@ -125,7 +126,7 @@ Offscreen *window_at(Point position) {
     return nullptr;
 }
 
-// A system that has used up its memory ends.
+// The system aborts when out of memory.
 void *taken(void *block) {
     if (!block) {
         abort();
@@ -133,7 +134,7 @@ void *taken(void *block) {
     return block;
 }
 
-// The client area's pixels follow its size; what they showed is gone.
+// A new size of the client area discards its pixels.
 void resize_view(Offscreen *self, Size size) {
     if (size.width == self->view.size.width && size.height == self->view.size.height) {
         return;
@@ -144,7 +145,7 @@ void resize_view(Offscreen *self, Size size) {
     self->view.size = size;
 }
 
-// Tells the window where it is, after its place, size or frame has changed.
+// Sends the window its geometry, after its position, size or frame has changed.
 void tell_geometry(Offscreen *self) {
     WindowGeometry geometry = geometry_of(self);
     PlatformWindow *window = self->window;
@@ -296,7 +297,7 @@ void give_focus(Offscreen *self) {
     }
 }
 
-// The pointer is somewhere else, or something else is under it.
+// The pointer has moved, or another window is under it.
 void pointer_is_at(Point position) {
     headless.pointer = position;
     Offscreen *target = mouse_target();
@@ -501,7 +502,7 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
     if (flags & WINDOW_FLAG_FRAMEBUFFER) {
         framebuffer_resize(&window->framebuffer, window->client_size);
     }
-    if (!(flags & WINDOW_FLAG_HIDDEN)) { // what is told before the creation's end reaches nobody
+    if (!(flags & WINDOW_FLAG_HIDDEN)) { // events during the creation reach no callback
         self->view.is_visible = true;
         headless.focused = self;
         headless_ask_redraw(window);
@@ -539,7 +540,7 @@ uint32_t os_pump_messages() {
     return count;
 }
 
-// Where the sizes differ, the nearest pixel is taken.
+// Where the sizes differ, the nearest pixel is used.
 void window_present(const PlatformWindow *window, Rect to, Rect from) {
     HeadlessView *view = &offscreen(window)->view;
     view->presented++;
@@ -564,7 +565,7 @@ Size window_outer_size(const PlatformWindow *window, Size client_size) {
 
 void window_place(PlatformWindow *window, Rect outer) {
     Offscreen *self = offscreen(window);
-    if (!self->view.is_minimized) { // a minimised one comes back as it was
+    if (!self->view.is_minimized) { // a minimised one is restored as it was
         self->outer = outer;
         tell_geometry(self);
     }

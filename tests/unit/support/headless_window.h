@@ -1,8 +1,9 @@
-// The other side of the off-screen window: what a test does in the user's and the system's place, and sees.
+// The other side of the off-screen window: what a test does in the place of the user and the system, and what
+// it sees.
 //
-// The off-screen system keeps to os/window.h. What the user does waits as messages until os_pump_messages, as
-// on any system; what the program does to its window happens at once. There is one keyboard, one mouse with a
-// clock that a test sets, and one screen.
+// The off-screen system implements os/window.h. The user's actions wait as messages until os_pump_messages,
+// as on any system; what the program does to its window happens at once. There is one keyboard, one mouse,
+// one screen, and a clock that the test sets.
 #pragma once
 
 #include <stdint.h>
@@ -11,18 +12,18 @@
 
 // ---- The user ----
 
-// Moves the pointer on the screen. The window it comes to (or that has a button held down) is told, and the
-// one it left.
+// Moves the pointer on the screen. The window under it, or the one where a button is held down, gets a
+// message, and so does the one it left.
 void headless_move_pointer(Point position);
 
-// Presses or releases a mouse button where the pointer is; a press gives the window there the focus.
+// Presses or releases a mouse button at the pointer; a press gives the window there the focus.
 void headless_press(uint16_t button);
 void headless_release(uint16_t button);
 
 // Turns the wheel by delta, 120 a notch, positive away from the user, over the window under the pointer.
 void headless_turn_wheel(int32_t delta);
 
-// Presses or releases a key; pressing one that is down is its auto-repeat. The window with the focus is told.
+// Presses or releases a key, for the window with the focus; pressing one that is down is its auto-repeat.
 void headless_press_key(uint16_t code);
 void headless_release_key(uint16_t code);
 
@@ -36,17 +37,17 @@ void headless_drag_size(PlatformWindow *window, Size client_size);
 void headless_close(PlatformWindow *window);
 void headless_focus(PlatformWindow *window);
 
-// Takes hold of the window's title bar, or lets it go. In between the system handles the messages in a loop
-// of its own, in which a frame is due after each of them; it ends with the last message in any case.
+// Grabs the window's title bar, or releases it. In between the system handles the messages in a loop of its
+// own, with a frame due after each of them; it ends with the last message in any case.
 void headless_hold_title(PlatformWindow *window);
 void headless_release_title(PlatformWindow *window);
 
-// Drops files there in the client area; names in the system's own writing.
+// Drops files at that position in the client area; names as the system writes them.
 void headless_drop(PlatformWindow *window, Point client, const Str *names, int32_t count);
 
 // ---- The system ----
 
-// Tells the window to redraw itself, a message without an event.
+// Asks the window to redraw itself, a message without an event.
 void headless_ask_redraw(PlatformWindow *window);
 
 // The clock of the messages, and how close a second press must follow; 500 ms and 4 x 4 pixels at first.
@@ -58,8 +59,8 @@ struct HeadlessMonitor {
     bool is_primary;
     Rect work_area;
     Rect whole;
-    Size mode_resolution;       // 0: not told
-    uint32_t mode_refresh_rate; // hertz; 0 or 1: not told
+    Size mode_resolution;       // 0: unknown
+    uint32_t mode_refresh_rate; // hertz; 0 or 1: unknown
     const char *name;
 };
 
@@ -76,7 +77,7 @@ struct HeadlessView {
     bool is_minimized;
     uint32_t presented;   // how often the window has been blitted
     Size size;            // of the client area
-    uint32_t *pixels;     // what stands in the client area: 0 until the first blit
+    uint32_t *pixels;     // what the client area shows: 0 until the first blit
     uint32_t title_count; // UTF-16 units of the title
     uint16_t *title;
 };

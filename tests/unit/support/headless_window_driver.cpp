@@ -39,7 +39,7 @@ void drive_wheel(PlatformWindow *window, int32_t delta) {
 void drive_key_down(PlatformWindow *window, uint16_t code, bool was_down) {
     headless_focus(window);
     if (!was_down) {
-        headless_release_key(code); // whatever another test has left
+        headless_release_key(code); // in case another test left it down
         os_pump_messages();
     }
     headless_press_key(code);

@@ -1,4 +1,4 @@
-// Lets a test watch and refuse the program's allocations.
+// Lets a test watch the program's allocations and make them fail.
 #pragma once
 
 #include <stdint.h>
@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-// While it lives, asked for each allocation with its size; false refuses it. One at a time.
+// While it lives, allow is called with each allocation's size; false makes it fail. One at a time.
 class HeapHookScope {
 public:
     explicit HeapHookScope(std::function<bool(uint64_t size)> allow);

@@ -30,7 +30,7 @@ HeldForWriting::~HeldForWriting() {
     close(static_cast<int>(reinterpret_cast<intptr_t>(handle)));
 }
 
-// The superuser reads everything, so the process gives that up meanwhile.
+// The superuser can read everything, so the process becomes another user meanwhile.
 Unreadable::Unreadable(const std::filesystem::path &taken) : path(taken), handle(nullptr) {
     constexpr uid_t nobody = 65534;
     EXPECT_EQ(chmod(path.c_str(), 0), 0);

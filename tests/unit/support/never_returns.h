@@ -1,5 +1,5 @@
-// Tells that something runs without end, by giving it a process of its own with little time. Not on Windows,
-// which has no copies of a running process.
+// Detects that a function never returns, by running it in a process with little time. Not on Windows, which
+// cannot fork.
 #pragma once
 
 #ifndef _WIN32

@@ -7,8 +7,8 @@
 
 // Expects the framebuffer's colours to be those of tests/data/NAME.png, pixel for pixel; alpha must be 255
 // everywhere, as a window shows none. Otherwise the test fails, and NAME.actual.png and NAME.difference.png
-// (the differing pixels white) are written beside the test program. A picture that is meant is copied from
-// the former to tests/data.
+// (the differing pixels white) are written beside the test program. If the new picture is right, copy the
+// former to tests/data.
 void expect_picture(const Framebuffer &framebuffer, const std::string &name);
 
 // A framebuffer that a test owns, filled with one opaque colour.

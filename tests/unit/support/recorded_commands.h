@@ -1,5 +1,5 @@
-// Stands in for the system's launching of programs in a test program that lists recorded_commands.cpp among
-// its sources: nothing is started, everything is recorded.
+// Replaces the launching of programs in a test program that lists recorded_commands.cpp among its sources:
+// nothing is started, everything is recorded.
 #pragma once
 
 #include <stdint.h>

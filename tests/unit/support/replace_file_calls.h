@@ -1,4 +1,4 @@
-// Comes between replace_file and the disk: calls that fail, and a program that is killed in the middle.
+// Comes between replace_file and the disk, to let calls fail or to kill the program midway.
 #pragma once
 
 #include <functional>
@@ -15,7 +15,7 @@ public:
     int failing_write = 0;      // 1: the next one fails without a trace, as of a file that cannot be created
     std::string undeletable;    // a file's name: it cannot be deleted
     int steps_before_kill = -1; // deletions and writes until the program is killed; -1: it is not
-    bool is_killed = false;     // then nothing is done; the write that it is killed in is half done
+    bool is_killed = false;     // then calls do nothing; a write is killed halfway
 };
 
 // Runs a part of the program that is killed after so many deletions and writes. Returns whether it was.

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-// The blocks of the formats that the program reads, texts without the zero at their end; what has no value is
-// not there.
+// The blocks of the formats that the program reads, texts without the zero at their end; no value: the format
+// is missing.
 struct ClipboardFormats {
     std::optional<std::string> wide_text = {}; // CF_UNICODETEXT, as UTF-8
     std::optional<std::string> byte_text = {}; // CF_TEXT
@@ -13,12 +13,12 @@ struct ClipboardFormats {
     std::optional<std::string> png = {};       // "image/png"
 };
 
-// Opens the clipboard in this thread, for window or for none; waits for a while when another program has it
-// open, as the desktop has for moments, and then fails the test. The layer's next call closes it as its own.
+// Opens the clipboard in this thread, for window or for none; waits a while when another program has it open,
+// as the desktop does for moments, and then fails the test. The layer's next call closes it.
 void hold_clipboard(void *window = nullptr);
 
-// Makes formats all that the clipboard holds, and leaves it open: the system derives further formats, such as
-// UTF-16 from bytes, only when it is closed.
+// Replaces the clipboard's contents by formats and leaves it open: the system derives further formats, such
+// as UTF-16 from bytes, only when it is closed.
 void offer_on_clipboard(const ClipboardFormats &formats);
 
 // What the clipboard holds. Closes it.

@@ -1,4 +1,4 @@
-// What only the system itself can do to a file: date it, hold it open, make it unreadable.
+// What takes system calls: dating a file, holding it open, making it unreadable.
 #pragma once
 
 #include <stdint.h>
@@ -10,7 +10,7 @@ uint64_t process_id();
 // Removes a folder and all that is in it, however long the paths. Nothing happens when it is not there.
 void remove_tree(const std::filesystem::path &root);
 
-// Sets a file's last write, in milliseconds since 1970 began.
+// Sets the time of a file's last write, in milliseconds since the start of 1970.
 void set_last_write(const std::filesystem::path &path, int64_t ms_since_1970);
 
 // Holds a file open for writing as an editor or a log does: others may read and write it meanwhile.
@@ -25,7 +25,7 @@ private:
     void *handle;
 };
 
-// While it lives, nobody but its maker can read the file.
+// While it lives, the program cannot read the file.
 class Unreadable {
 public:
     explicit Unreadable(const std::filesystem::path &path);

@@ -23,13 +23,13 @@ std::string to_string(Str text) {
 }
 
 TestTree::TestTree() {
-    // Other checkouts' tests may run at the same time, so the process and a counter come first.
+    // Tests of other checkouts may run at the same time, so the process and a counter come first.
     static int made;
     const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
     std::string name =
         "tarnwick_" + std::to_string(process_id()) + "_" + std::to_string(made++) + "_" + test->name();
     root = fs::temp_directory_path() / name.substr(0, 60);
-    remove_tree(root); // of a process that had the same number
+    remove_tree(root); // left by a process with the same id
     fs::create_directories(root);
 }
 

@@ -34,7 +34,7 @@ private:
 // Reads a file with the standard library; fails the test when it cannot.
 std::string bytes_of(const std::filesystem::path &path);
 
-// Sets the shared state up as start-up does, with empty texts, and gives all of it back at the end.
+// Sets the shared state up as start-up does, with empty texts, and frees all of it at the end.
 class SearchScope {
 public:
     SearchScope();
@@ -43,7 +43,7 @@ public:
     SearchScope &operator=(const SearchScope &) = delete;
 };
 
-// Makes text the whole of a field; fails the test when there is no memory for it.
+// Replaces a field's text; fails the test when out of memory.
 void set_field(StrBuf *field, const std::string &text);
 
 // What the store holds, one line a row:

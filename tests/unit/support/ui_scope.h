@@ -7,8 +7,8 @@
 #include "ui/line_editor.h"
 #include "ui/ui_state.h"
 
-// Sets ui_state and input_field up as start-up does, with no field focused, and gives all of it back at the
-// end. What there was before comes back then, so one may live within another.
+// Sets ui_state and input_field up as start-up does, with no field focused, and restores what was there
+// before at the end, so one may live within another.
 class UiScope {
 public:
     UiScope() : outer(ui_state), outer_field(input_field) {

@@ -9,7 +9,7 @@ uint64_t process_id() {
 
 namespace {
 
-// The C++ library gives up on paths of more than 260 units, the system's own calls do not.
+// Unlike the system's own calls, the C++ library fails on paths of more than 260 units.
 void remove_long_paths(const std::wstring &folder) {
     WIN32_FIND_DATAW entry;
     HANDLE listing = FindFirstFileW((folder + L"\\*").c_str(), &entry);

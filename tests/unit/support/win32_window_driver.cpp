@@ -18,7 +18,7 @@ LPARAM packed(Point point) {
     return MAKELPARAM(point.x, point.y);
 }
 
-// The real pointer goes along, for the system looks where it is.
+// Moves the real pointer as well, as the system uses its position.
 void point_at(PlatformWindow *window, Point client) {
     SetCursorPos(window->client_position.x + client.x, window->client_position.y + client.y);
 }
@@ -123,7 +123,7 @@ UINT double_press_ms;
 
 void drive_begin() {
     double_press_ms = GetDoubleClickTime();
-    SetDoubleClickTime(5000); // the most there is
+    SetDoubleClickTime(5000); // the maximum
 }
 
 void drive_end() {
@@ -138,7 +138,7 @@ void drive_focus_back(PlatformWindow *window) {
     post(window, WM_SETFOCUS, 0, 0);
 }
 
-// A window manager works on its own time, and nothing says that it is done.
+// A window manager works asynchronously and does not report when it is done.
 void drive_settle() {
     for (int quiet = 0; quiet < 20; quiet++) {
         if (os_pump_messages() > 0) {

@@ -1,5 +1,5 @@
-// Hands a window the messages its system would, and looks at what it shows: the same for the real window and
-// the off-screen one.
+// Sends a window the messages that its system would, and reads what it shows, for the real window and the
+// off-screen one alike.
 #pragma once
 
 #include <stdint.h>
@@ -9,7 +9,7 @@
 
 #include "os/window.h"
 
-// The messages below wait until os_pump_messages. Places are in the client area.
+// These messages wait until os_pump_messages. Positions are in the client area.
 void drive_pointer_to(PlatformWindow *window, Point client);
 void drive_pointer_out(PlatformWindow *window);
 void drive_press(PlatformWindow *window, uint16_t button, Point client);
@@ -21,23 +21,23 @@ void drive_character(PlatformWindow *window, uint32_t unit);
 // Returns the system's handle of the drop, or null where there is none.
 void *drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names);
 void drive_close(PlatformWindow *window);
-void drive_nothing(PlatformWindow *window); // a message that is no event
+void drive_nothing(PlatformWindow *window); // a message without an event
 
-// From here on no second press is too late to be a double press; until drive_end.
+// Until drive_end, no second press is too late to be a double press.
 void drive_begin();
 void drive_end();
 
-// The focus goes to another program's window, and comes back.
+// Moves the focus to another program's window, and back.
 void drive_focus_away(PlatformWindow *window);
 void drive_focus_back(PlatformWindow *window);
 
-// Puts the pointer where no window comes to stand, without telling any.
+// Moves the pointer to where no window will be, without a message.
 void drive_pointer_away();
 
-// Handles what the system still has to tell of a window that has just been shown or moved.
+// Handles the messages that follow when a window has been shown or moved.
 void drive_settle();
 
-// What the client area shows, row by row from the top, 0xRRGGBB.
+// What the client area shows, row by row from the top, as 0xRRGGBB.
 std::vector<uint32_t> shown_pixels(const PlatformWindow *window);
 
 // The window's title, as UTF-16 units.

@@ -14,10 +14,10 @@
 
 inline constexpr uint16_t program_flags = WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN;
 
-// An event, kept beyond its callback.
+// An event, kept after its callback.
 struct SeenEvent {
     WindowEvent event;
-    std::string names; // the bytes of a drop's names, all zeros among them
+    std::string names; // the bytes of a drop's names, with all zeros
 };
 
 inline std::vector<SeenEvent> seen;
@@ -76,20 +76,20 @@ protected:
         return window;
     }
 
-    // A place in the client area where no test has pressed a button yet.
+    // A position in the client area where no test has pressed a button yet.
     static Point fresh_place() {
         static int32_t count = 0;
         count++;
         return {10 + count % 14 * 20, 10 + count / 14 % 9 * 20};
     }
 
-    // Handles what waits, and forgets it.
+    // Handles the waiting messages and forgets their events.
     void settle() {
         os_pump_messages();
         seen.clear();
     }
 
-    // Handles what waits and returns the events of that type among it.
+    // Handles the waiting messages and returns their events of that type.
     std::vector<SeenEvent> pump(uint8_t type) {
         os_pump_messages();
         return events(type);

@@ -1,4 +1,4 @@
-// Standard output, looked into.
+// Captures standard output.
 #pragma once
 
 #include <string>
@@ -14,7 +14,7 @@
 #include <unistd.h>
 #endif
 
-// Standard output as a pipe that keeps single writes apart, for as long as it lives.
+// While it lives, standard output is a pipe that keeps single writes apart.
 class WrittenPieces {
 public:
 #ifdef _WIN32
