@@ -1,8 +1,10 @@
 #include "os/strings.h"
 
-#include <algorithm>
-
 #include <string.h>
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
 
 // ---- Str ----
 
@@ -23,17 +25,8 @@ uint64_t str_name_start(Str path) {
 }
 
 Str str_from_number(int32_t number, char (&digits)[11]) {
-    int64_t wide = number;
-    uint64_t rest = static_cast<uint64_t>(wide < 0 ? -wide : wide);
-    uint64_t at = sizeof(digits);
-    do {
-        digits[--at] = static_cast<char>('0' + rest % 10);
-        rest /= 10;
-    } while (rest > 0);
-    if (number < 0) {
-        digits[--at] = '-';
-    }
-    return {sizeof(digits) - at, digits + at};
+    const char *end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
+    return {static_cast<uint64_t>(end - digits), digits};
 }
 
 void str_slashes(Str text) {
@@ -62,10 +55,7 @@ Str str_cut_trailing_whitespace(Str text) {
 }
 
 Str str_file_name(Str path) {
-    uint64_t start = path.count;
-    while (start > 0 && path.data[start - 1] != '\\' && path.data[start - 1] != '/') {
-        start--;
-    }
+    uint64_t start = std::string_view(path.data, path.count).find_last_of("\\/") + 1; // 0 without one
     return {path.count - start, path.data + start};
 }
 
@@ -93,11 +83,10 @@ Str path_clean(Str text, bool keep_trailing_slashes) {
 
 namespace {
 
-// A block's storage in another size: new_block, null when that was refused, holds the first bytes of the old
-// one.
+// A block in storage of another size: new_block, null when out of memory, starts with the old contents.
 struct Replacement {
     char *new_block;
-    char *old_block; // still there, for the caller to retire once new_block is published; null when it is not
+    char *old_block; // for the caller to retire once new_block is published; null when already freed
 };
 
 // With nobody reading, the heap moves the block itself.
@@ -124,8 +113,8 @@ void retire_replaced(char *old_block, RetiredBlocks *readers) {
 constexpr uint64_t strbuf_doubles_up_to = 0x3FFFFFF;
 constexpr uint64_t strbuf_step = 0x4000000;
 
-// The capacity that holds needed bytes, reached in the text's growth steps. Past what the heap can give, the
-// steps stop: the reallocation is going to be refused whatever the size.
+// The capacity that holds needed bytes, reached in the text's growth steps. They end beyond 4 GiB, where the
+// allocation fails whatever the size.
 uint64_t strbuf_capacity_for(uint64_t capacity, uint64_t needed) {
     if (capacity == 0) {
         capacity = 1; // doubling 0 would never end
@@ -256,12 +245,13 @@ void *dynarray_push(DynArray *array, uint64_t elem_size, const void *elem) {
 
 namespace {
 
-// Makes room for one element behind the first count. Returns 0, with the array all zero, when it cannot.
+// Makes room for one element after the first count. Returns false, with the array all zero, when out of
+// memory.
 bool dynarray_make_room(DynArray *array, uint64_t elem_size, uint64_t count, RetiredBlocks *readers) {
     if (array->capacity >= count + 1) {
         return true;
     }
-    // With a capacity of 0 this never ends, which is meant; volatile, lest the compiler drops such a loop.
+    // With a capacity of 0 this intentionally never ends; volatile, as the compiler might drop such a loop.
     volatile uint64_t grown = array->capacity;
     while (grown < count + 1) {
         grown = dynarray_next_capacity(elem_size, grown);
@@ -289,7 +279,7 @@ void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem
     }
     char *slot = array->data + count * elem_size;
     if (elem) {
-        memcpy(slot, elem, elem_size); // of a size unknown here: a call, which stays before the count's store
+        memcpy(slot, elem, elem_size); // of unknown size, so a call, which stays before the store of count
     }
     array->count = count + 1;
     return slot;
@@ -345,12 +335,12 @@ ArenaBlock *arena_push_row(StringArena *arena, const ArenaBlock &row) {
     return &rows[arena->block_count++];
 }
 
-// Makes a block with room for need bytes current; null base when there is none.
+// Makes a block with room for need bytes current; base is null when out of memory.
 void arena_next_block(StringArena *arena, uint64_t need) {
     uint64_t want = std::max(need, arena->default_block_size);
     // The search begins with the current block itself, which is then emptied, and never looks at the last
-    // row. A new block does not move the index. All of that is meant, though strings of this search may be
-    // overwritten.
+    // row. A new block does not move the index. All of this is intentional, though it may overwrite strings
+    // of this search.
     while (arena->index + 1 < arena->block_count) {
         ArenaBlock *block = &arena->blocks[arena->index];
         if (block->capacity >= want) {

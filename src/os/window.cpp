@@ -3,6 +3,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <utility>
+
 #include "os/memory.h"
 #include "os/window_events.h"
 
@@ -62,7 +64,7 @@ PlatformWindow *window_from_handle(const void *handle) {
 
 char *window_raw_title(Str title) {
     Str bytes = title.count > 0 ? title : str_from("Window");
-    // No conversion, so that two bytes make one unit: that is meant. Five zeros end it at either parity.
+    // Not converted: each byte pair is one unit. Five zeros terminate odd and even lengths.
     char *raw = static_cast<char *>(os_alloc_zero(bytes.count + 5));
     if (raw) {
         memcpy(raw, bytes.data, bytes.count);
@@ -76,7 +78,7 @@ uint64_t framebuffer_block_size(Size size) {
     if (size.width <= 0 || size.height <= 0) {
         return 0;
     }
-    // In 64 bits: a size that wraps would reserve too little.
+    // In 64 bits, as a size that wraps would allocate too little.
     uint64_t bytes = uint64_t{static_cast<uint32_t>(size.width)} * static_cast<uint32_t>(size.height) * 4;
     return bytes > uint64_t{1} << 63 ? UINT64_MAX : uint64_t{1} << (64 - __builtin_clzll(bytes - 1));
 }
@@ -201,7 +203,7 @@ void raw_mouse_start(PlatformWindow *window) {
     }
 }
 
-// The mouse is registered for the whole process, so taking it back goes for every window.
+// The mouse is registered for the whole process, so unregistering it concerns every window.
 void raw_mouse_stop(PlatformWindow *window) {
     if (!(window->input_flags & WINDOW_INPUT_RAW_ACTIVE)) {
         return;
@@ -327,14 +329,14 @@ void window_button_released(PlatformWindow *window, uint16_t button, Point posit
 
 void window_wheel_turned(PlatformWindow *window, Point position, int32_t delta) {
     begin_event(window, EVENT_MOUSE_WHEEL);
-    event.wheel = {position, delta >= 0 ? 1 : -1}; // no movement counts as away from the user; that is meant
+    event.wheel = {position, delta >= 0 ? 1 : -1}; // 0 intentionally counts as away from the user
     deliver();
 }
 
 // ---- Dropped files ----
 
 bool drop_list_init(DropList *list, uint64_t units) {
-    // A unit takes three bytes at most, so each name's zero byte fits as well; one more ends the list.
+    // A unit takes at most three bytes, so each name's zero byte fits as well; one more ends the list.
     *list = {static_cast<char *>(os_alloc_zero(units * 4 + 1)), 0, 0};
     return list->bytes != nullptr;
 }
@@ -387,16 +389,14 @@ void os_window_center(PlatformWindow *window, const MonitorInfo *monitor) {
 
 void monitor_set_mode(MonitorInfo *monitor, Size mode_resolution, Size size, uint32_t mode_refresh_rate) {
     monitor->resolution = mode_resolution.width == 0 || mode_resolution.height == 0 ? size : mode_resolution;
-    // 0 and 1 stand for whatever the hardware does.
+    // 0 and 1 mean the hardware's default.
     monitor->refresh_rate = mode_refresh_rate < 2 ? 60 : static_cast<int32_t>(mode_refresh_rate);
 }
 
 void monitors_put_primary_first(MonitorInfo *monitors, uint32_t count) {
     for (uint32_t i = 1; i < count; i++) {
         if (monitors[i].flags & MONITOR_FLAG_PRIMARY) {
-            MonitorInfo primary = monitors[i];
-            monitors[i] = monitors[0];
-            monitors[0] = primary;
+            std::swap(monitors[i], monitors[0]);
         }
     }
 }

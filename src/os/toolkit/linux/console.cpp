@@ -1,6 +1,7 @@
 #include "os/toolkit/console.h"
 
 #include <errno.h>
+#include <stdlib.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -83,10 +84,10 @@ bool os_console_move_cursor(int32_t dx, int32_t dy) {
     }
     // The terminal itself stops at the leftmost column. A count of 0 would move by one.
     if (dx != 0) {
-        os_print("\x1b[%i%c", dx < 0 ? -dx : dx, dx < 0 ? 'D' : 'C');
+        os_print("\x1b[%i%c", abs(dx), dx < 0 ? 'D' : 'C');
     }
     if (dy != 0) {
-        os_print("\x1b[%i%c", dy < 0 ? -dy : dy, dy < 0 ? 'A' : 'B');
+        os_print("\x1b[%i%c", abs(dy), dy < 0 ? 'A' : 'B');
     }
     return true;
 }
