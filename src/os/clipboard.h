@@ -10,17 +10,17 @@
 
 // ---- Text (each system) ----
 
-// Returns the clipboard's text up to its first zero, owned by the caller and freed with os_free,
-// zero-terminated: the UTF-16 text as UTF-8, unpaired surrogates as replacement characters, or when there is
-// none the bytes as they are, which need not be UTF-8. An empty text has length 0 and a pointer; length 0 and
-// a null pointer mean that there is no text, no memory, or that another program holds the clipboard open.
-// Without a text the clipboard stays open, which is meant: no other program can use it until a later call
-// here closes it.
+// Returns the clipboard's text up to its first zero: zero-terminated, owned by the caller, freed with
+// os_free. The UTF-16 text is converted to UTF-8, unpaired surrogates to replacement characters; without one
+// the byte text is returned unchanged, which need not be UTF-8. An empty text has length 0 and a pointer.
+// Length 0 and a null pointer mean no text, out of memory, or that another program holds the clipboard open.
+// Without a text the clipboard intentionally stays open: no other program can use it until a later call here
+// closes it.
 Str os_clipboard_get_text();
 
-// Makes text, UTF-8 that need not be zero-terminated, all that the clipboard holds; what is not UTF-8 becomes
-// replacement characters in the UTF-16 text only. Returns 0: done, 1: no memory for the UTF-16 text, or it
-// would be longer than 8,388,608 units, 2: no memory for the bytes. On 1 and 2 the clipboard stays as it is.
-// When another program holds it open the result is 0 all the same, which is meant, and the system drops the
+// Replaces the clipboard's contents by text, UTF-8 that need not be zero-terminated; invalid bytes become
+// replacement characters in the UTF-16 text only. Returns 0: done, 1: out of memory for the UTF-16 text, or
+// it would be longer than 8,388,608 units, 2: out of memory for the bytes. On 1 and 2 the clipboard stays as
+// it is. While another program holds it open the result is intentionally 0 as well, and the system drops the
 // text.
 int32_t os_clipboard_set_text(Str text);

@@ -1,14 +1,14 @@
 // Diagnostic text on standard output, and the command line.
 //
-// The program has no console of its own: what is written here reaches only who redirects its standard output.
-// Without one, and on every error, writing does nothing; no operation here reports an error in text.
+// The program has no console of its own: output is seen only when standard output is redirected. Without one,
+// and on every error, writing does nothing; no error is reported.
 #pragma once
 
 #include <stdint.h>
 
 #include "os/strings.h"
 
-// The compiler checks the part of the format language that all the formatters here share with standard C.
+// Lets the compiler check the part of the format language that both formatters share with standard C.
 #ifdef _WIN32
 #define OS_FORMAT_CHECKED __attribute__((format(gnu_printf, 1, 2)))
 #else
@@ -17,12 +17,12 @@
 
 // ---- Formatted output (one version for all systems) ----
 
-// Formats with stb_sprintf's language and writes with os_console_write, byte for byte: in pieces of 1023
+// Formats with stb_sprintf's language and writes the bytes unchanged with os_console_write, in pieces of 1023
 // bytes, the last one shorter.
 OS_FORMAT_CHECKED void os_print(const char *format, ...);
 
-// Formats with the standard library's language onto its stdout, which collects the text, and on Windows
-// writes a line feed as two bytes. Order between this and os_print is not kept.
+// Formats with the standard library's language onto its buffered stdout; on Windows a line feed becomes two
+// bytes. The order relative to os_print is not kept.
 OS_FORMAT_CHECKED void os_debug_print(const char *format, ...);
 
 // ---- Output (each system) ----
@@ -32,8 +32,8 @@ void os_console_write(Str text);
 
 // ---- Command line (each system) ----
 
-// The command line the process was started with, the program's name first, without the spaces and tabs at its
-// end. Zero-terminated, owned by the layer, made at the first call; the empty Str when out of memory. Where
-// the system hands over single arguments they are joined by spaces. An empty one, and one that holds a space
-// or a tab and starts with neither a double quote nor a dash, is put in double quotes.
+// The process's command line, starting with the program's name, without spaces and tabs at the end.
+// Zero-terminated, owned by the layer, created by the first call; the empty Str when out of memory. Where the
+// system passes separate arguments they are joined with spaces, and one that is empty, or contains a space or
+// tab and starts with neither a double quote nor a dash, is put in double quotes.
 Str os_command_line();

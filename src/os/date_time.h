@@ -1,10 +1,10 @@
-// Moments of the calendar.
+// Dates with the time of day.
 #pragma once
 
 #include <stddef.h>
 #include <stdint.h>
 
-// A moment of the calendar, UTC or local time as its maker says.
+// A date and time of day, UTC or local time as the function that returns it says.
 struct DateTime {
     uint16_t year;
     uint8_t month;        // 1 to 12
@@ -19,7 +19,7 @@ struct DateTime {
 // The last write of a file, UTC, as folder listings report it.
 using FileTime = DateTime;
 
-// The weekday as DateTime counts it, from the systems' way: Sunday 0 to Saturday 6.
+// Converts a weekday from the systems' numbering: Sunday 0 to Saturday 6.
 constexpr uint8_t weekday_from_system(uint32_t day) {
     return static_cast<uint8_t>(day == 0 ? 7 : day);
 }

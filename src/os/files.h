@@ -1,5 +1,5 @@
-// Files and folders. Paths are UTF-8 with '/' as separator, cut at a zero byte; one that is too long for the
-// system is one that cannot be opened.
+// Files and folders. Paths are UTF-8 with '/' as the separator and end at their first zero byte; one that is
+// too long for the system cannot be opened.
 #pragma once
 
 #include <stdint.h>
@@ -9,45 +9,43 @@
 
 // ---- Whole files (each system) ----
 
-// The last failed or finished read's outcome, kept for inspection; nothing in the program reads it. Both
-// threads write it without a lock, and that is meant: code and text may be those of different reads.
+// The outcome of the last read, kept for inspection; nothing in the program uses it. Both threads write it
+// without a lock, so code and text may come from different reads.
 struct LastFileError {
     uint32_t code;  // the system's error code; 0: none
     char text[512]; // the system's message for it, in the system's own code page; empty for code 0
 };
 extern LastFileError os_last_file_error;
 
-// Reads a whole file, which other programs may hold open for reading and writing. Returns its bytes, owned by
+// Reads a whole file, which other programs may have open for reading and writing. Returns its bytes, owned by
 // the caller and freed with os_file_free, or length 0 and a null pointer when it cannot be opened or read; an
-// empty file has length 0 and a pointer. A size of 4 GiB or more is cut to its low 32 bits. The block is n +
-// 1 + ((n + 1) AND 63) bytes for a length of n, the bytes from n on zero. A file that shrinks meanwhile keeps
-// its length, with zeros.
+// empty file has length 0 and a pointer. A size of 4 GiB or more is cut to its low 32 bits. The block has n +
+// 1 + ((n + 1) AND 63) bytes for a length of n; those from n on are zero. A file that shrinks while it is
+// read keeps its length, padded with zeros.
 Str os_file_read_all(Str path);
 
-// The same for the entry that a folder listing has just handed out: path names it, name is the entry's own
-// name. A system may have opened the file for its size already and saves itself the way. An empty path cannot
-// be read, whatever the name.
+// The same for the entry that a folder listing has just returned, with its path and its own name; faster
+// where the system has already opened the file for its size. An empty path cannot be read, whatever the name.
 Str os_file_read_entry(Str path, Str name);
 
 // Frees what os_file_read_all returned, and sets it to length 0 and a null pointer.
 void os_file_free(Str *contents);
 
-// Writes count bytes at the start of a file, which is created when missing and never truncated: whoever
-// rewrites a file with less deletes it first. Returns 0: written, 1: could not be opened, 2: could not be
-// written.
+// Writes count bytes at the start of a file, which is created when missing and never truncated: delete it
+// first to make it shorter. Returns 0: written, 1: could not be opened, 2: could not be written.
 int32_t os_file_write(Str path, uint32_t count, const char *bytes);
 
-// Returns 0 when the file is deleted or did not exist in an existing folder, else 1.
+// Returns 0 when the file was deleted or did not exist in an existing folder, else 1.
 int32_t os_file_delete(Str path);
 
-// Whether the system knows a file or folder of that name.
+// Whether a file or folder of that name exists.
 bool os_path_exists(Str path);
 
 // Whether it is a folder, or a link to one.
 bool os_path_is_folder(Str path);
 
-// The folder that holds the executable, with a '/' at its end. Links to the executable are resolved. Owned by
-// the layer, found at the first call.
+// The executable's folder, ending in '/', with links to the executable resolved. Owned by the layer, found by
+// the first call; the empty Str when out of memory.
 Str os_exe_folder();
 
 // ---- Folder listing (each system) ----

@@ -1,47 +1,45 @@
 // The process heap, and blocks that are given back late.
 //
-// Every allocation of the program goes through the calls below. Sizes are what the system's 32-bit heap
-// calls can take: a request of 4 GiB or more is refused, never cut.
+// Every allocation of the program goes through these calls. Sizes must fit the system's 32-bit heap calls: a
+// request of 4 GiB or more fails and is never cut.
 #pragma once
 
 #include <stdint.h>
 
 // ---- Heap (each system) ----
 
-// Returns a block of size bytes with undefined contents, or null when the system refuses it. Free with
-// os_free.
+// Returns size bytes with undefined contents, or null when out of memory. Free with os_free.
 void *os_alloc(uint64_t size);
 
 // The same, every byte zero.
 void *os_alloc_zero(uint64_t size);
 
-// Resizes a block, moving it when it must; returns the block's new place, or null on failure. On failure, and
-// for a null ptr, the old block stays as it is.
+// Resizes a block and returns its address, which may be a new one. Returns null when out of memory, with the
+// old block unchanged, and for a null ptr.
 void *os_realloc(void *ptr, uint64_t size);
 
-// Gives a block back; null is allowed.
+// Frees a block; null is allowed.
 void os_free(void *ptr);
 
-// Bytes usable in a block: at least the size it was asked for with.
+// The usable bytes of a block: at least the size it was allocated with.
 uint64_t os_alloc_size(void *ptr);
 
-// ---- Refusals (one version for all systems) ----
+// ---- Allocation failures (one version for all systems) ----
 
-// Tests set it: asked before each os_alloc, os_alloc_zero and os_realloc, and for each block handed to the
-// clipboard, a zero answer makes that call fail. Null in the program.
+// Set by tests, null in the program. Called before each os_alloc, os_alloc_zero and os_realloc, and for each
+// block given to the clipboard; returning false makes that call fail.
 typedef bool HeapHook(uint64_t size);
 extern HeapHook *os_heap_hook;
 
-// Whether the heap may be asked for size bytes at all: it fits 32 bits, and the hook does not refuse it.
+// Whether an allocation of that size may be tried: it fits 32 bits and the hook allows it.
 bool os_heap_allows(uint64_t size);
 
 // ---- Blocks another thread may still be reading (one version for all systems) ----
 
 // A thread that replaces a block which the other thread reads without a lock retires the old one instead of
-// freeing it. The reader counts its passes: its counter goes up at a point where it holds no pointer into
-// shared blocks (the top of a frame, of a turn of the poll loop). A block goes back to the heap once two such
-// points have been passed since it was retired: by then a whole pass has run that can only have seen the new
-// block.
+// freeing it. The reader counts its passes: it increments its counter where it holds no pointer into shared
+// blocks, at the top of a frame or of a turn of the poll loop. A retired block is freed once the counter has
+// gone up twice: by then a whole pass has run that can only have seen the new block.
 
 struct RetiredBlock {
     RetiredBlock *next;
@@ -54,12 +52,12 @@ struct RetiredBlocks {
     const volatile uint32_t *reader_pass; // the reader's counter; 0 while no thread reads the blocks
 };
 
-// Whether another thread reads the blocks at all.
+// Whether another thread reads the blocks.
 bool retired_has_reader(const RetiredBlocks *list);
 
 // Takes ownership of block: frees it now when nobody reads, later otherwise. The new block must be published
-// first. When memory for the note is refused the block is never freed.
+// first. When out of memory for the RetiredBlock the block is never freed.
 void retire_block(RetiredBlocks *list, void *block);
 
-// Frees what nobody can be reading any more.
+// Frees the blocks that nobody can still be reading.
 void release_retired(RetiredBlocks *list);

@@ -22,7 +22,7 @@ void write_piece(Piece *piece) {
     piece->count = 0;
 }
 
-// The formatter fills its buffer to different ends.
+// The formatter delivers text in pieces of other sizes.
 char *add_to_piece(const char *bytes, void *user, int count) {
     Piece *piece = static_cast<Piece *>(user);
     for (int i = 0; i < count; i++) {

@@ -1,13 +1,13 @@
-// Starting other programs, and handing a path to the desktop.
+// Starting other programs, and opening a path on the desktop.
 //
-// A command line is one UTF-8 text: the program first, in double quotes when its path has blanks, then the
-// arguments as the C run-time splits them. It ends at its first zero byte. Windows converts it to UTF-16,
-// which may have 32,766 units, and looks a program without a folder up in its usual places; Linux splits it
-// by the same rules and looks along PATH. All operations run in the calling thread; no failure is reported
-// but by the result.
+// A command line is one UTF-8 text that ends at its first zero byte: the program, in double quotes when its
+// path contains spaces, then the arguments as the C run-time splits them. Windows converts it to at most
+// 32,766 UTF-16 units and searches its usual places for a program without a folder; Linux splits it by the
+// same rules and searches PATH. All operations run on the calling thread and report failures only by their
+// result.
 //
 // show_console: 0 starts a console program without a console window; on Linux without the terminal, its
-// standard files leading nowhere.
+// standard files connected to /dev/null.
 #pragma once
 
 #include <stdint.h>
@@ -16,19 +16,19 @@
 
 // ---- One command (each system) ----
 
-// What a child that still runs has as its exit code.
+// The exit code of a child that is still running.
 constexpr uint32_t exit_code_still_running = 259;
 
 // Starts a command and returns the child's exit code, or 1 when it could not be started or its code not read;
-// on Linux the code is the lowest eight bits, or 128 and the number of the signal that ended it.
+// on Linux the code is its lowest eight bits, or 128 plus the number of the signal that ended it.
 //
 // Does not wait: the code is read at once and normally is exit_code_still_running, whatever becomes of the
-// command. The child inherits no handles. What the system keeps for it is never given back.
+// command. The child inherits no handles. What the system keeps for it is intentionally never released.
 uint32_t os_run_process(Str cmd, uint8_t show_console);
 
 // ---- Desktop (each system) ----
 
-// Opens a file, or a folder in the file manager, as a double click on it does, without waiting for the
-// program. Returns 0, or 1 when the system refuses: on Windows once the user has closed the system's own
-// message about it, on Linux, where xdg-open does the work, when there is no such path or no xdg-open.
+// Opens a file, or a folder in the file manager, as a double click does, without waiting for the program.
+// Returns 0, or 1 on failure: on Windows once the user has closed the system's own message about it; on
+// Linux, which uses xdg-open, when the path or xdg-open does not exist.
 int32_t os_shell_open(Str path);

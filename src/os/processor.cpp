@@ -4,7 +4,7 @@
 
 namespace {
 
-// By its bit in the processor's own answer: not every compiler has a name for LZCNT.
+// Asks the processor itself: not every compiler has a name for LZCNT.
 bool has_lzcnt() {
     constexpr uint32_t extended_features = 0x80000001, lzcnt_bit = 1 << 5;
     uint32_t a, b, c, d;

@@ -1,4 +1,4 @@
-// Places, sizes and rectangles in whole pixels, x to the right and y downwards.
+// Positions, sizes and rectangles in whole pixels; x grows to the right and y downwards.
 #pragma once
 
 #include <stdint.h>

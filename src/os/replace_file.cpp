@@ -6,7 +6,7 @@ FileCalls replace_file_calls = {os_file_write, os_file_delete};
 
 namespace {
 
-// What a second file's bytes hold after the length; null data when they are not whole.
+// The content in a second file's bytes; null data when the file was cut off.
 Str content_of_second(Str second) {
     if (second.count < replaced_length_size) {
         return {};
@@ -17,8 +17,8 @@ Str content_of_second(Str second) {
                                                          : Str{};
 }
 
-// Reads a file; null data when there is none, or a folder of that name. Returns 0, with null data, when it is
-// there and cannot be read.
+// Reads a file; null data when there is none, or a folder of that name. Returns false, with null data, when
+// it exists and cannot be read.
 bool read_file(Str path, Str *content) {
     *content = os_file_read_all(path);
     return content->data || !os_path_exists(path) || os_path_is_folder(path);
@@ -53,15 +53,15 @@ ContentPlace find_content(Str first_path, Str second_path, Str *second) {
 // Deletes the first file and writes it anew. Returns 0: written, 1: could not be deleted and is as it was, 2:
 // deleted and could not be written.
 int32_t replace_first(Str first_path, Str content) {
-    // Written over a longer old content, the new one would keep the old one's end.
+    // Written over a longer file, the content would keep that file's end.
     if (replace_file_calls.remove(first_path) != 0) {
         return 1;
     }
-    return replace_file_calls.write(first_path, static_cast<uint32_t>(content.count), content.data) == 0 ? 0
-                                                                                                         : 2;
+    uint32_t count = static_cast<uint32_t>(content.count);
+    return replace_file_calls.write(first_path, count, content.data) == 0 ? 0 : 2;
 }
 
-// Finishes a replacement that was cut off and deletes the second file. Returns 0 when that is not possible.
+// Finishes a replacement that was cut off and deletes the second file. Returns false when it cannot.
 bool finish_replacement(Str first_path, Str second_path) {
     Str second;
     ContentPlace place = find_content(first_path, second_path, &second);

@@ -17,8 +17,8 @@
 // The paths of a file that is replaced, in the same folder.
 struct ReplacedFile {
     Str first;   // the file itself
-    Str second;  // exists while the first is being replaced; no longer than first
-    Str earlier; // what an earlier version called the second file: finished too, then deleted
+    Str second;  // exists while the first is being replaced; its path is no longer than first
+    Str earlier; // what an earlier version called the second file; finished as well, then deleted
 };
 
 // A block for replace_file begins with this many bytes for the length, in bytes, of the content after them.
@@ -31,12 +31,12 @@ struct FileCalls {
 };
 extern FileCalls replace_file_calls;
 
-// Finishes a replacement that was cut off and reads the content; a missing file's is empty. Freed with
-// os_file_free. Returns 0, with null data, when the content is in a file that cannot be read, or may be: then
-// the file must not be replaced.
+// Finishes a replacement that was cut off and reads the content, which the caller frees with os_file_free; a
+// missing file's is empty. Returns false, with null data, when the content is or may be in a file that cannot
+// be read, or is in one of an earlier version that cannot be finished: then the file must not be replaced.
 bool read_replaced_file(const ReplacedFile *file, Str *content);
 
-// Replaces the file by what follows the block's first bytes, which are filled in here. A failure is not
-// reported: the old content stays, or the second file has the new one. With a folder in the second file's
-// place only, a kill in between or a full disk may lose both.
+// Replaces the content by what follows the block's first bytes, which are filled in here. A failure is not
+// reported: the old content stays, or the second file has the new one. Only with a folder in the second
+// file's place may a kill in between or a full disk lose both.
 void replace_file(const ReplacedFile *file, Str block);

@@ -12,7 +12,7 @@
 
 // ---- Str ----
 
-// UTF-8 bytes that somebody else owns. Not zero-terminated in general, though every text that this program
+// UTF-8 bytes owned by somebody else. Not zero-terminated in general, though every text that this program
 // stores has a zero byte after its end.
 struct Str {
     uint64_t count; // bytes
@@ -22,47 +22,47 @@ struct Str {
 // The Str of a zero-terminated text; the bytes stay the caller's.
 Str str_from(const char *text);
 
-// UTF-16 units of the longest text that is handed to the system. Windows converts it on the stack: with its
-// zero unit 16 MB of the 64 MB that the link step reserves.
+// The longest text that is passed to the system, in UTF-16 units. Windows converts it on the stack: with its
+// zero unit it takes 16 MB of the 64 MB that the link step reserves.
 constexpr int32_t longest_wide_text = 8388608;
 
 // Whether both hold the same bytes.
 bool str_equal(Str a, Str b);
 
-// Where the text behind the last '/' begins, as a byte offset; 0 when there is no '/'.
+// Where the text after the last '/' begins, as a byte offset; 0 when there is no '/'.
 uint64_t str_name_start(Str path);
 
 // Turns every '\\' into '/', in place.
 void str_slashes(Str text);
 
-// A number in decimal, with a '-' when it is negative. The text lies in the caller's digits.
+// The number in decimal. The text lies in the caller's digits.
 Str str_from_number(int32_t number, char (&digits)[11]);
 
-// The text with every '\' turned into '/', in place, and cut behind its last '/'; unchanged when it has none.
-// The byte behind the cut becomes zero.
+// Turns every '\' into '/', in place, and cuts the text after its last '/' with a zero byte; without a '/' it
+// is not cut.
 Str str_cut_to_folder(Str path);
 
 // The text without the spaces and tabs at its end.
 Str str_cut_trailing_whitespace(Str text);
 
-// What follows the last '\' or '/' of a path; all of it when there is none.
+// What follows the last '\' or '/' of a path; the whole path when there is none.
 Str str_file_name(Str path);
 
 // Cleans a typed path in place: line feeds, carriage returns, tabs and double quotes become spaces,
 // backslashes become slashes, and spaces are removed at both ends; without keep_trailing_slashes slashes are
-// removed at the end too. Returns the part of text that is left, without a zero after it.
+// removed at the end too. Returns what is left of text, not zero-terminated.
 Str path_clean(Str text, bool keep_trailing_slashes);
 
 // ---- StrBuf ----
 
 // A growable, zero-terminated text. Its first two fields form a Str.
 struct StrBuf {
-    volatile uint64_t count;    // bytes, the terminator not among them
+    volatile uint64_t count;    // bytes, without the terminator
     char *volatile data;        // capacity + 1 bytes from the heap
-    volatile uint64_t capacity; // bytes, the terminator not among them
+    volatile uint64_t capacity; // bytes, without the terminator
 };
 
-// Reserves an empty text of the given capacity. On failure: capacity 0, null data.
+// Allocates an empty text of the given capacity. On failure: capacity 0, null data.
 void strbuf_init(StrBuf *buf, uint64_t capacity);
 
 // The text as it is now, count read before data; empty when there is no storage.
@@ -70,23 +70,23 @@ Str strbuf_text(const StrBuf *buf);
 
 // Inserts count bytes at position at, or appends them when at is at or past the end; null bytes leave the
 // gap's contents undefined. Nothing happens for a count of 0. When the storage cannot grow, the new capacity
-// and a null pointer are stored, and the text is unusable until it is set up again: whoever must not lose the
-// text calls strbuf_make_room first.
+// and a null pointer are stored, and the text is unusable until it is set up again: call strbuf_make_room
+// first where the text must not be lost.
 void strbuf_insert(StrBuf *buf, uint64_t at, uint64_t count, const char *bytes);
 
 // Inserts at the end.
 void strbuf_append(StrBuf *buf, uint64_t count, const char *bytes);
 
-// Grows the storage so that count more bytes fit. Returns 0 and changes nothing when it cannot, also for a
-// text without storage. The old storage is retired to readers, or freed at once when readers is null.
+// Grows the storage so that count more bytes fit. Returns false and changes nothing when out of memory and
+// for a text without storage. The old storage is retired to readers, or freed at once when readers is null.
 bool strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers);
 
-// Makes end what stands behind the text's first start bytes, which it has and keeps. Returns 0, the text
-// unchanged, when there is no memory for it, also for a text without storage. end may not lie in the text
-// itself. readers: as for strbuf_make_room.
+// Replaces what follows the text's first start bytes by end, which must not lie in the text itself. Returns
+// false, with the text unchanged, when out of memory and for a text without storage. readers: as for
+// strbuf_make_room.
 bool strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers);
 
-// path_clean for a whole text: a shorter one moves to the storage's start, with its zero after it.
+// path_clean for a whole text: the result moves to the start of the storage and is zero-terminated.
 void strbuf_clean_path(StrBuf *buf, bool keep_trailing_slashes);
 
 // ---- DynArray ----
@@ -98,19 +98,20 @@ struct DynArray {
     char *volatile data;        // capacity elements from the heap
 };
 
-// Reserves room for capacity elements. On failure the array has capacity 0 and can never grow.
+// Allocates room for capacity elements. On failure the array has capacity 0 and can never grow.
 void dynarray_init(DynArray *array, uint64_t elem_size, uint64_t capacity);
 
-// The capacity after one growth step. Above 1 MiB the step adds elements, not bytes, and 0 stays 0; both are
-// meant.
+// The capacity after one growth step. Intentionally, a step above 1 MiB adds elements, not bytes, and 0 stays
+// 0.
 uint64_t dynarray_next_capacity(uint64_t elem_size, uint64_t capacity);
 
 // Appends one element, copied from elem; when elem is null the slot's bytes are left as they are. Returns the
 // slot, valid until the next push. When the storage cannot grow, the contents are dropped: count, capacity
-// and data become zero, and null comes back. A push onto an array of capacity 0 never returns; that is meant.
+// and data become zero, and the result is null. A push onto an array of capacity 0 intentionally never
+// returns.
 void *dynarray_push(DynArray *array, uint64_t elem_size, const void *elem);
 
-// The same for an array that another thread reads: storage it may be reading is retired to readers.
+// The same for an array that another thread reads: its old storage is retired to readers.
 void *dynarray_push_shared(DynArray *array, uint64_t elem_size, const void *elem, RetiredBlocks *readers);
 
 // Inserts one element before the one at index, copied from elem; when elem is null the slot's bytes are left
@@ -123,16 +124,16 @@ void *dynarray_insert(DynArray *array, uint64_t elem_size, uint64_t index, const
 
 struct ArenaBlock {
     uint64_t capacity; // bytes
-    uint64_t used;     // bytes; set when the block is entered, not kept up to date while it is current
+    uint64_t used;     // bytes; 0 once the block has become current, not kept up to date
     char *base;
 };
 
-// A chain of large blocks that strings are cut from and that are rewound together. Strings are never freed
-// one by one. Once the system refuses a block, every allocation fails until the next rewind.
+// A chain of large blocks that strings are allocated from and that are rewound together. Strings are never
+// freed one by one. Once out of memory, every allocation fails until the next rewind.
 struct StringArena {
     uint64_t capacity;  // bytes of the current block
     uint64_t used;      // bytes used in the current block
-    char *base;         // the current block; null once the system has refused one
+    char *base;         // the current block; null once out of memory
     ArenaBlock *blocks; // block_count rows
     uint64_t index;     // where the last search for a block stopped; not always the current block's row
     uint64_t block_count;
@@ -140,16 +141,17 @@ struct StringArena {
     ArenaBlock first_block;      // the block table while it has one row
 };
 
-// Reserves the first block. When it is refused every allocation fails, for good.
+// Allocates the first block. When out of memory every later allocation fails, too.
 void arena_init(StringArena *arena, uint64_t default_block_size);
 
 // Makes block 0 current and empty. The other blocks stay allocated.
 void arena_rewind(StringArena *arena);
 
-// Returns size bytes, or null. In the block a 64-bit word that holds size + 8 stands before them.
+// Returns size bytes, or null when out of memory. The 64-bit word before them holds size + 8.
 void *arena_alloc(StringArena *arena, uint64_t size);
 
-// Copies text into the arena, with a zero byte after it. Returns the copy, or the empty Str.
+// Copies text into the arena, with a zero byte after it. Returns the copy, or the empty Str when out of
+// memory.
 Str arena_push_string(StringArena *arena, Str text);
 
 static_assert(sizeof(Str) == 16 && offsetof(Str, data) == 8);

@@ -9,28 +9,28 @@
 
 // ---- Initialisation (each system) ----
 
-// Sets os_ticks_per_second, hides the system's error boxes from the calling thread and asks for windows in
-// real pixels; a refusal of the latter is written as a debug line. Once at start-up, before anything reads a
-// clock.
+// Sets os_ticks_per_second, hides the system's error boxes from the calling thread and makes the process
+// DPI-aware; if that fails, it writes a debug line. Call once at start-up, before anything reads a clock.
 void os_init();
 
-// Makes a drive without a disk a path that does not exist for the calling thread, not a box that waits for an
-// answer. Windows only. Not for the whole process, as the programs that it starts would inherit that.
+// For the calling thread, a path on a drive without a disk does not exist, instead of showing a box that
+// waits for an answer. Windows only. Not for the whole process, as programs that it starts would inherit
+// that.
 void os_thread_hide_error_boxes();
 
 // ---- Threads (each system) ----
 
 struct Thread {
     uint8_t suspended; // 1 while os_thread_suspend of the toolkit holds it
-    void *user_data;   // the value given at the start; the layer leaves it alone
-    void *handle; // the system's handle; the new thread must not rely on it, it is stored after the start
+    void *user_data;   // the value given at the start; the layer does not use it
+    void *handle;      // the system's; stored after the start, so the new thread must not rely on it
 };
 
 // What a thread runs; it ends when its routine returns. record is the thread's own Thread.
 typedef uint32_t ThreadRoutine(void *record);
 
-// Starts a thread at once. Returns its record, which stays the layer's, or null when there is no memory for
-// it or the system refuses the thread.
+// Starts a thread at once. Returns its record, owned by the layer, or null when out of memory or when the
+// system refuses the thread.
 Thread *os_thread_start(ThreadRoutine *routine, void *user_data);
 
 // ---- Clocks and sleeping (each system) ----
@@ -38,27 +38,27 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data);
 // How many ticks os_ticks counts in a second. Set by os_init, 0 before.
 extern int64_t os_ticks_per_second;
 
-// The system's steady clock, in ticks since a moment of the system's choice.
+// The system's steady clock, in ticks since an arbitrary moment.
 int64_t os_ticks();
 
-// Sleeps for ms milliseconds; 0 gives way to other threads, UINT32_MAX sleeps for ever. A system that calls
-// procedures in waiting threads may end the sleep early for one.
+// Sleeps for ms milliseconds; 0 yields to other threads, UINT32_MAX sleeps for ever. Ends early where the
+// system calls a procedure in the sleeping thread.
 void os_sleep_ms(uint32_t ms);
 
 // ---- Clocks and sleeping (one version for all systems) ----
 
-// Ticks as microseconds. The product comes first and wraps beyond some 9.2 * 10^12 ticks, days after the
-// system's start; that is meant.
+// Ticks as microseconds. Multiplies first, so it wraps beyond some 9.2 * 10^12 ticks, days after the system's
+// start; kept for its simplicity.
 inline int64_t os_ticks_to_us(int64_t ticks) {
     return ticks * 1000000 / os_ticks_per_second;
 }
 
-// What os_sleep_us sleeps: whole milliseconds, rounded down and cut to the low 32 bits; the cut is meant.
+// What os_sleep_us sleeps: whole milliseconds, rounded down and intentionally cut to the low 32 bits.
 constexpr uint32_t sleep_ms_from_us(int64_t us) {
     return static_cast<uint32_t>(us / 1000);
 }
 
-// Sleeps for us microseconds, rounded down to whole milliseconds; fewer than 1000 only give way to other
+// Sleeps for us microseconds, rounded down to whole milliseconds; fewer than 1000 only yield to other
 // threads.
 inline void os_sleep_us(int64_t us) {
     os_sleep_ms(sleep_ms_from_us(us));

@@ -2,8 +2,8 @@
 //
 // A window is created (hidden), centred and shown; from then on, once a frame, os_pump_messages hands every
 // input to the event callback and os_window_blit puts the framebuffer on the screen. After
-// EVENT_WINDOW_CLOSED the record's alive bit is clear. Sizes and places are real pixels; places on the screen
-// count from the primary monitor's upper left corner. Interface thread only.
+// EVENT_WINDOW_CLOSED the record's alive bit is clear. Sizes and positions are in physical pixels; positions
+// on the screen count from the primary monitor's upper left corner. Interface thread only.
 #pragma once
 
 #include <stddef.h>
@@ -18,22 +18,22 @@
 enum WindowFlag : uint16_t {
     // the window's state, set by the layer
     WINDOW_FLAG_ALIVE = 0x0001, // until it is closed
-    WINDOW_FLAG_FOCUS = 0x0002, // keys reach it
-    // what os_window_create is asked for
-    WINDOW_FLAG_BORDERLESS = 0x0008,  // no frame, 100 x 100 pixels at 0, 0 whatever size is asked for
+    WINDOW_FLAG_FOCUS = 0x0002, // it has the keyboard focus
+    // the arguments of os_window_create
+    WINDOW_FLAG_BORDERLESS = 0x0008,  // no frame; always 100 x 100 pixels at 0, 0
     WINDOW_FLAG_FRAMEBUFFER = 0x0010, // owns a framebuffer of the client area's size
     WINDOW_FLAG_POPUP = 0x0040,       // no frame
-    WINDOW_FLAG_FIXED_SIZE = 0x0080,  // a frame that cannot be dragged to another size
+    WINDOW_FLAG_FIXED_SIZE = 0x0080,  // a frame without a sizing border
     WINDOW_FLAG_HIDDEN = 0x0100,      // not visible at creation
     WINDOW_FLAG_LAYERED = 0x0200,     // black is transparent
     WINDOW_FLAG_TOPMOST = 0x0400,     // above all other windows
-    WINDOW_FLAG_APPWINDOW = 0x0800,   // has a taskbar button in any case
+    WINDOW_FLAG_APPWINDOW = 0x0800,   // always has a taskbar button
     WINDOW_FLAG_CLICK_THROUGH = 0x2000,
     WINDOW_FLAG_TOOLWINDOW = 0x8000,
 };
 
 enum WindowInputFlag : uint8_t {
-    WINDOW_INPUT_POINTER_INSIDE = 1, // its leaving will be told
+    WINDOW_INPUT_POINTER_INSIDE = 1, // a leave event will follow
     WINDOW_INPUT_RAW_WANTED = 2,     // raw mouse input, whenever the window has the focus
     WINDOW_INPUT_RAW_ACTIVE = 4,
     WINDOW_INPUT_RAW_REGISTERED = 8,
@@ -46,13 +46,14 @@ struct PlatformWindow {
     Point window_position; // of the whole window on the screen
     Size window_size;
     void *handle;         // the system's
-    void *device_context; // the system's; the window keeps one for life
+    void *device_context; // the system's; kept for the window's whole life
     uint8_t input_flags;  // WindowInputFlag bits
     Framebuffer framebuffer;
 };
 
 // ---- Events (one version for all systems) ----
 
+// Each with its payload in WindowEvent.
 enum WindowEventType : uint8_t {
     EVENT_MOUSE_MOVE = 1,     // mouse
     EVENT_MOUSE_ENTER = 2,    // mouse: the first move inside the client area
@@ -83,7 +84,7 @@ enum ButtonState : uint8_t {
 enum KeyState : uint8_t {
     KEY_RELEASED = 0,
     KEY_PRESSED = 1,
-    KEY_REPEATED = 3, // held down, the system's auto-repeat
+    KEY_REPEATED = 3, // auto-repeat of a key that is held down
 };
 
 struct MousePayload {
@@ -98,7 +99,7 @@ struct ButtonPayload {
 
 struct WheelPayload {
     Point position;    // on the screen
-    int32_t direction; // +1 away from the user, -1 towards; how far is not told
+    int32_t direction; // +1 away from the user, -1 towards; the distance is not reported
 };
 
 struct KeyPayload {
@@ -107,12 +108,14 @@ struct KeyPayload {
 };
 
 struct CharPayload {
-    uint32_t unit; // one UTF-16 unit; a carriage return comes as 10, a backspace not at all
+    uint32_t unit; // one UTF-16 unit; a carriage return arrives as 10, a backspace not at all
 };
 
+// The client area's new position, the low 16 bits without sign, as the system's message has it. The whole
+// numbers are in client_position.
 struct MovedPayload {
-    int32_t x; // the client area's new place, the low 16 bits only, without sign: that is meant.
-    int32_t y; // client_position has the whole numbers
+    int32_t x;
+    int32_t y;
 };
 
 struct ResizedPayload {
@@ -126,12 +129,12 @@ struct FocusPayload {
 
 struct DroppedPayload {
     Point position;    // in the client area
-    const char *names; // UTF-8 paths with '/', each with a zero byte after it, and one more at the end
+    const char *names; // UTF-8 paths with '/', each with a zero byte after it; one more ends the list
     int32_t count;     // of names
 };
 
-// What has happened. One record serves the whole process: it is valid during the callback only, and until the
-// callback itself makes the system send another event.
+// One record serves the whole process: it is valid only during the callback, and only until the callback
+// itself causes another event.
 struct WindowEvent {
     uint8_t type; // a WindowEventType
     PlatformWindow *window;
@@ -155,31 +158,31 @@ void os_set_event_callback(WindowEventCallback *callback);
 
 // ---- Creation (each system) ----
 
-// Creates a window whose client area has the given size, in pixels; flags: WindowFlag bits. The title's bytes
-// are taken as UTF-16, each pair one unit: that is meant. Returns the window, or null when the system refuses
-// it. The layer never frees the record, so that whoever holds it can see that it is closed; once every
-// callback of its closing has returned the caller may, with os_free. Without memory for a framebuffer the
-// window has none, until a resize finds some.
+// Creates a window with a client area of that size, in pixels; flags: WindowFlag bits. The title
+// intentionally is not converted: each pair of its bytes is one UTF-16 unit. Returns the window, or null when
+// out of memory or when the system refuses it. The layer never frees the record, so that its holder can see
+// that the window is closed; the caller may free it with os_free once every callback of the closing has
+// returned. When out of memory for a framebuffer the window has none, until a resize can allocate one.
 PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags);
 
 // ---- Messages (each system) ----
 
-// Handles every message that waits, without waiting for one, and calls the callback for those that are
-// events. Returns how many messages there were, events or not: one that asks for a redraw counts.
+// Handles every waiting message without blocking, and calls the callback for those that are events. Returns
+// how many messages there were, events or not: a request to redraw counts.
 uint32_t os_pump_messages();
 
 typedef void WindowFrameCallback(PlatformWindow *window);
 
-// Sets the one function that draws while os_pump_messages does not return: the system runs a message loop of
-// its own as long as the user holds the title bar or the frame, or has a menu open. Meanwhile the function is
-// called every period_ms milliseconds and after every change of size, but never from within an event's
-// callback or its own. Null: it is not called.
+// Sets the function that draws while os_pump_messages does not return: the system runs a message loop of its
+// own while the user holds the title bar or the frame, or has a menu open. The function is then called every
+// period_ms milliseconds and after every change of size, but never from within an event's callback or its
+// own. Null: none.
 void os_set_frame_callback(WindowFrameCallback *callback, uint32_t period_ms);
 
 // ---- Presentation (one version for all systems) ----
 
-// Shows the whole framebuffer in the whole client area, stretched when their sizes differ. Nothing happens
-// when the window is closed, owns no framebuffer or has no area.
+// Shows the whole framebuffer in the whole client area, stretched when their sizes differ. Does nothing when
+// the window is closed, has no framebuffer or no area.
 void os_window_blit(PlatformWindow *window);
 
 // ---- Place and size (one version for all systems) ----
@@ -188,8 +191,8 @@ void os_window_blit(PlatformWindow *window);
 
 struct MonitorInfo;
 
-// Moves the window to the middle of the monitor's work area, as if that began at the screen's origin: where
-// the work area begins is not added, and that is meant.
+// Moves the window to the middle of the monitor's work area, intentionally as if that began at the screen's
+// origin.
 void os_window_center(PlatformWindow *window, const MonitorInfo *monitor);
 
 // Moves the window's upper left corner to that place on the screen.
@@ -198,7 +201,7 @@ void os_window_move(PlatformWindow *window, Point position);
 // Closes the window as the user would; EVENT_WINDOW_CLOSED is delivered before this returns.
 void os_window_destroy(PlatformWindow *window);
 
-// Asks for the mouse's own movements while the window has the focus, wherever the pointer is.
+// Requests raw mouse input while the window has the focus, wherever the pointer is.
 void os_window_request_raw_mouse(PlatformWindow *window);
 
 // ---- Appearance (each system) ----
@@ -221,11 +224,11 @@ enum CursorKind : uint32_t {
     CURSOR_SIZE_NORTH_SOUTH,
     CURSOR_SIZE_NORTH_WEST_SOUTH_EAST,
     CURSOR_SIZE_NORTH_EAST_SOUTH_WEST,
-    CURSOR_TABLE_SIZE = 32, // the kinds from the last one on show none
+    CURSOR_TABLE_SIZE = 32, // indices after the last kind show none
 };
 
-// Sets the mouse cursor; the system sets none itself over a client area. Once a window has been created.
-// Nothing happens for an index of CURSOR_TABLE_SIZE or more.
+// Sets the mouse cursor, as the system sets none over a client area. Needs a window to have been created.
+// Ignores an index of CURSOR_TABLE_SIZE or more.
 void os_set_cursor(uint32_t index);
 
 // ---- Monitors (each system) ----
@@ -244,8 +247,8 @@ enum MonitorFlag : uint8_t {
     MONITOR_FLAG_PRIMARY = 1,
 };
 
-// The monitors, the primary one first. Found at the first call and kept by the layer. Returns null, and a
-// count of 0, when there is none or no memory; a later call looks again.
+// The monitors, the primary one first. Found by the first call and kept by the layer. Returns null and a
+// count of 0 when there is none or when out of memory; a later call tries again.
 const MonitorInfo *os_get_monitors(uint32_t *count);
 
 static_assert(sizeof(PlatformWindow) == 88 && offsetof(PlatformWindow, client_position) == 4 &&

@@ -1,5 +1,5 @@
-// What every system's window shares: the list of open windows, the framebuffer's growth, and what each of the
-// system's messages becomes. For the window.cpp of the systems only.
+// What the windows of all systems share: the list of open windows, the framebuffer's growth, and what each of
+// the system's messages becomes. For the layer's own files only.
 #pragma once
 
 #include <stdint.h>
@@ -8,10 +8,10 @@
 
 // ---- The list of windows (one version for all systems) ----
 
-// Whether it has not been closed yet.
+// Whether the window is open.
 bool window_is_alive(const PlatformWindow *window);
 
-// Adds an open window. Returns 0 and changes nothing when memory is out.
+// Adds an open window. Returns false and changes nothing when out of memory.
 bool window_list_add(PlatformWindow *window);
 
 // The open window with that handle, or null.
@@ -19,17 +19,17 @@ PlatformWindow *window_from_handle(const void *handle);
 
 // ---- Title (one version for all systems) ----
 
-// The title as the system is given it: the text's bytes taken as UTF-16 units, two a unit, with zeros after
-// them; "Window" for an empty one. The caller frees it with os_free; null when memory is out.
+// The title as it is passed to the system: its bytes, each pair one UTF-16 unit, with zeros after them;
+// "Window" for an empty one. The caller frees it with os_free; null when out of memory.
 char *window_raw_title(Str title);
 
 // ---- Framebuffer (one version for all systems) ----
 
-// Bytes reserved for a picture of that size: the next power of two; 0 for one of no area.
+// Bytes allocated for a picture of that size: the next power of two; 0 for one without an area.
 uint64_t framebuffer_block_size(Size size);
 
-// Gives the framebuffer a new size. Its block only ever grows; a new one is all zero. When it cannot be had,
-// the old block and the old size stay.
+// Gives the framebuffer a new size. Its block only ever grows; a new one is all zero. When out of memory, the
+// old block and the old size stay.
 void framebuffer_resize(Framebuffer *framebuffer, Size size);
 
 // ---- Messages (one version for all systems) ----
@@ -41,11 +41,11 @@ struct WindowGeometry {
 };
 
 // Each function below handles one message for an open window and delivers its event; position is the mouse's
-// place on the screen when the message arose.
+// on the screen when the message arose.
 
 void window_set_geometry(PlatformWindow *window, const WindowGeometry &geometry); // delivers none
 
-// x, y: the client area's place as the message has it, 16 bits each.
+// x, y: the client area's position as the message has it, 16 bits each.
 void window_moved(PlatformWindow *window, const WindowGeometry &geometry, uint16_t x, uint16_t y);
 
 // width, height: the client area's size as the message has it, 16 bits each.
@@ -54,17 +54,17 @@ void window_resized(PlatformWindow *window, const WindowGeometry &geometry, uint
 void window_focus_gained(PlatformWindow *window);
 void window_focus_lost(PlatformWindow *window);
 
-// The window is closing or already gone. What the window owns is given back, once; the record stays.
+// The window is closing or already gone. Releases what it owns, once; the record stays.
 void window_closed(PlatformWindow *window);
 
 void window_key(PlatformWindow *window, uint16_t code, uint8_t state);
 void window_character(PlatformWindow *window, uint32_t unit);
 
-// Returns whether the pointer has just come in, so that the system must be asked to tell when it leaves.
+// Returns whether the pointer has just entered: then the system must be asked to report when it leaves.
 bool window_pointer_moved(PlatformWindow *window, Point position);
 void window_pointer_left(PlatformWindow *window, Point position);
 
-// How close in time and place a second press must follow to be a double press: less than each of these.
+// A press is a double press when it follows the last one within less than each of these.
 struct DoublePressLimits {
     uint32_t time_ms;
     int32_t width;
@@ -80,12 +80,12 @@ void window_wheel_turned(PlatformWindow *window, Point position, int32_t delta);
 
 // ---- The system's own message loop (one version for all systems) ----
 
-// The system begins a message loop of its own for the window. Returns after how many milliseconds each
-// window_frame_due is called until it ends; 0: never.
+// The system begins a message loop of its own for the window. Returns the period in milliseconds in which
+// window_frame_due is to be called until it ends; 0: never.
 uint32_t window_system_loop_begin(PlatformWindow *window);
 void window_system_loop_end();
 
-// Calls the frame callback, if the window's system loop runs and no callback does.
+// Calls the frame callback if the system's loop runs for this window and no callback is running.
 void window_frame_due(PlatformWindow *window);
 
 // ---- Presentation (one version for all systems) ----
@@ -102,13 +102,13 @@ struct DropList {
     int32_t count; // names
 };
 
-// Starts a list for names of that many UTF-16 units together. Returns 0 when memory is out.
+// Starts a list for names of that many UTF-16 units in total. Returns false when out of memory.
 bool drop_list_init(DropList *list, uint64_t units);
 
-// Where the next name's bytes go: three for each of its units at most.
+// Where the next name's bytes go: at most three for each of its units.
 char *drop_list_room(DropList *list);
 
-// Adds the name whose bytes stand there, with every '\' turned into '/'.
+// Adds the name of count bytes that was written there, with every '\' turned into '/'.
 void drop_list_add(DropList *list, uint64_t count);
 
 // Delivers the list's event and frees the list. client: where the files were dropped, in the client area.
@@ -116,27 +116,27 @@ void window_files_dropped(PlatformWindow *window, Point client, DropList *list);
 
 // ---- Monitors (one version for all systems) ----
 
-// Fills in what the display mode tells, 0 standing for what it does not; size: the monitor's, on the screen.
+// Fills in what the display mode says, where 0 means unknown; size: the monitor's, on the screen.
 void monitor_set_mode(MonitorInfo *monitor, Size mode_resolution, Size size, uint32_t mode_refresh_rate);
 
-// Exchanges the primary monitor and the first one.
+// Swaps the primary monitor with the first one.
 void monitors_put_primary_first(MonitorInfo *monitors, uint32_t count);
 
 // ---- What only the system can do (each system) ----
 
-// Gives back the device context and destroys the system's window.
+// Releases the device context and destroys the system's window.
 void window_destroy_native(PlatformWindow *window);
 
-// Shows a part of the framebuffer in a part of the client area, both of some area.
+// Shows a part of the framebuffer in a part of the client area; neither is empty.
 void window_present(const PlatformWindow *window, Rect to, Rect from);
 
-// The outer size that gives the client area that size.
+// The outer size for a client area of that size.
 Size window_outer_size(const PlatformWindow *window, Size client_size);
 
-// Gives the window that outer rectangle; messages of its new place and size follow.
+// Moves and resizes the window to that outer rectangle; messages of its new position and size follow.
 void window_place(PlatformWindow *window, Rect outer);
 
-// Asks for raw mouse input for the window, or takes every such request back. Registering returns whether the
-// system agreed.
+// Registers the window for raw mouse input, or unregisters every window. Registering returns whether it
+// worked.
 bool raw_mouse_register(PlatformWindow *window);
 void raw_mouse_unregister();

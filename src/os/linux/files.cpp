@@ -14,9 +14,9 @@
 
 namespace {
 
-// A path as the system takes it: zero-terminated, below PATH_MAX.
+// A path for the system: zero-terminated, shorter than PATH_MAX.
 struct SystemPath {
-    uint64_t count; // bytes; 0 and an empty text for a path that is too long, which no call finds
+    uint64_t count; // bytes; 0, with an empty text that no call finds, for a path that is too long
     char text[PATH_MAX];
 
     explicit SystemPath(Str path) {
@@ -31,7 +31,7 @@ struct SystemPath {
     }
 };
 
-// Opening a pipe or a device must neither wait nor make a terminal this process's own.
+// Opening must neither wait for a pipe's writer nor make a terminal this process's controlling one.
 constexpr int open_to_read = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 // The file of the entry that a LIST_FILES listing has just handed out.
@@ -84,7 +84,7 @@ int64_t read_up_to(int file, char *bytes, uint64_t count) {
 Str read_open_file(int file, uint64_t size) {
     Str contents = {};
     uint64_t count = static_cast<uint32_t>(size);
-    uint64_t block_size = count + 1 + ((count + 1) & 63); // adds the remainder, does not round up; meant
+    uint64_t block_size = count + 1 + ((count + 1) & 63); // intentionally not rounded up
     char *block = static_cast<char *>(os_alloc(block_size));
     int64_t got = block ? read_up_to(file, block, count) : -1;
     if (got >= 0) {
@@ -109,7 +109,7 @@ Str os_file_read_all(Str path) {
     struct stat info;
     int32_t error = fstat(file, &info) == 0 ? 0 : errno;
     if (error == 0 && !S_ISREG(info.st_mode)) {
-        error = EISDIR; // nor is a pipe or a device a file to be read whole
+        error = EISDIR; // nor are pipes and devices read
     }
     if (error == 0) {
         contents = read_open_file(file, static_cast<uint64_t>(info.st_size));
@@ -121,7 +121,7 @@ Str os_file_read_all(Str path) {
 }
 
 Str os_file_read_entry(Str path, Str name) {
-    // An empty path is one that found no memory: there is no such file, open or not.
+    // An empty path is one for which there was no memory: it names no file, open or not.
     if (path.count == 0 || open_entry.file < 0 || open_entry.name != name.data) {
         return os_file_read_all(path);
     }
@@ -160,7 +160,7 @@ int32_t os_file_delete(Str path) {
     if (errno != ENOENT) {
         return 1;
     }
-    // The system does not tell a missing file from a missing folder.
+    // The system reports a missing file and a missing folder alike.
     char *slash = strrchr(name.text, '/');
     if (slash == nullptr || slash == name.text) {
         return name.count > 0 ? 0 : 1;

@@ -11,7 +11,7 @@ namespace {
 constexpr int no_map_below = 32 << 20; // bytes; the C library's upper bound for this setting
 constexpr int keep_on_top = 64 << 20;  // bytes of free memory that are not handed back to the system
 
-// A search allocates and frees one block for each file. Left alone the C library would map, fault in and
+// A search allocates and frees one block for each file. By default the C library would map, fault in and
 // unmap every larger one, which costs more than reading the file.
 const int heap_is_tuned = [] {
     mallopt(M_MMAP_THRESHOLD, no_map_below);
@@ -20,8 +20,8 @@ const int heap_is_tuned = [] {
     return 1;
 }();
 
-// Asks for large pages for a block that the C library maps on its own: the system then steps in for every 2
-// MB that are first touched and not for every 4 KB. Where it declines, nothing changes. Returns block.
+// Asks for large pages for a block that the C library maps separately: then it takes one page fault for every
+// 2 MB, not for every 4 KB. Has no effect where the system declines. Returns block.
 void *with_large_pages(void *block, uint64_t size) {
     if (block && size >= no_map_below) {
         constexpr uintptr_t page = 4096;

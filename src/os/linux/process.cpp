@@ -18,8 +18,8 @@ bool is_blank(char byte) {
     return byte == ' ' || byte == '\t';
 }
 
-// The first word names the program: up to the next double quote when it starts with one, else up to a blank;
-// backslashes are nothing special in it. Returns where the arguments start.
+// The first word names the program: up to the next double quote when it starts with one, else up to a space
+// or tab; backslashes are not special in it. Returns where the arguments start.
 const char *split_program(const char *at, const char *end, char **out) {
     bool is_quoted = at < end && *at == '"';
     at += is_quoted;
@@ -29,9 +29,9 @@ const char *split_program(const char *at, const char *end, char **out) {
     return is_quoted && at < end ? at + 1 : at;
 }
 
-// An argument, as the C run-time on Windows reads it: blanks between double quotes belong to it, two quotes
-// there are one, and backslashes mean something only before a quote, where two are one and a single one makes
-// the quote plain. Returns where it ends.
+// An argument, as the C run-time on Windows reads it: spaces and tabs between double quotes belong to it, two
+// quotes there become one, and backslashes are special only before a quote, where two become one and a single
+// one makes the quote literal. Returns where it ends.
 const char *split_argument(const char *at, const char *end, char **out) {
     bool is_quoted = false;
     while (at < end && (is_quoted || !is_blank(*at))) {
@@ -61,8 +61,8 @@ const char *split_argument(const char *at, const char *end, char **out) {
     return at;
 }
 
-// A command line's words with a null behind the last one, in one block of the caller's, the words' own bytes
-// included; null without a program or without memory.
+// A command line's words with a null after the last one, in one block with their bytes that the caller owns;
+// null without a program or when out of memory.
 char **split_command(Str cmd) {
     const char *at = cmd.data;
     const char *end = at + (cmd.count > 0 ? strnlen(cmd.data, cmd.count) : 0);
@@ -73,7 +73,7 @@ char **split_command(Str cmd) {
         return nullptr;
     }
     uint64_t length = static_cast<uint64_t>(end - at);
-    uint64_t most_words = length / 2 + 2; // a blank between two, but none needed behind a quoted program
+    uint64_t most_words = length / 2 + 2; // one between two, though none is needed after a quoted program
     uint64_t list_size = (most_words + 1) * sizeof(char *);
     char **words = static_cast<char **>(os_alloc(list_size + length + most_words));
     if (!words) {
@@ -105,8 +105,8 @@ char **split_command(Str cmd) {
 
 namespace {
 
-// Starts a program with these files as its standard ones; -1 for a file leaves this process's own. Of other
-// files the child gets none. Returns its id, or -1.
+// Starts a program with these standard files; -1 for one leaves this process's own. The child inherits no
+// other file. Returns its id, or -1.
 pid_t spawn(char *const *words, int input, int output, uint8_t show_console) {
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
@@ -170,7 +170,7 @@ uint32_t exit_code_from(const siginfo_t &info) {
 uint32_t os_run_process(Str cmd, uint8_t show_console) {
     siginfo_t info;
     pid_t child = start_command(cmd, -1, -1, show_console);
-    // The child's record is never given back: one for each command.
+    // The child is intentionally never reaped.
     return child > 0 && look_at_child(child, WNOHANG, &info) ? exit_code_from(info) : 1;
 }
 
@@ -185,7 +185,7 @@ int32_t os_shell_open(Str path) {
     name[path.count] = 0;
     char program[] = "xdg-open";
     char *words[] = {program, name, nullptr};
-    pid_t child = spawn(words, -1, -1, 0); // as for a command, its record is not given back
+    pid_t child = spawn(words, -1, -1, 0); // never reaped, as in os_run_process
     os_free(name);
     return child > 0 ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-// How children are started and looked at, for the layer's own files.
+// Starts and inspects children, for the layer's own files.
 #pragma once
 
 #include <stdint.h>
@@ -7,12 +7,12 @@
 
 #include "os/strings.h"
 
-// Starts a command with these files as its standard ones: output takes its errors, too; -1 for both leaves
-// this process's own, or none without a console. Returns the child's id, or -1.
+// Starts a command with these standard files, where output also receives its errors; -1 for both leaves this
+// process's own, or none without a console. Returns the child's id, or -1.
 pid_t start_command(Str cmd, int input, int output, uint8_t show_console);
 
-// Looks at how a child ended without giving its record back, waiting for the end unless options say WNOHANG.
-// Returns 0 when the system does not tell.
+// Reads how a child ended without reaping it, waiting for its end unless options contain WNOHANG. Returns
+// false on failure.
 bool look_at_child(pid_t child, int options, siginfo_t *info);
 
 // The exit code that look_at_child found, exit_code_still_running for none yet.

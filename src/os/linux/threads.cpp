@@ -23,10 +23,10 @@ void add_ms(timespec *time, uint32_t ms) {
 // ---- Initialisation ----
 
 void os_init() {
-    // Coarser than the clock below it, so that os_ticks_to_us wraps after days here as well, not after hours.
+    // Coarser than the system's clock, so that os_ticks_to_us wraps after days here as well, not after hours.
     os_ticks_per_second = 10000000;
-    // Writing to a pipe that nobody reads any more is to fail, not to end the process. A handler that does
-    // nothing, for unlike an ignored signal it is not handed on to the programs that this one starts.
+    // Writing to a pipe without a reader must fail, not end the process. An empty handler, as programs that
+    // this one starts would inherit an ignored signal.
     struct sigaction action = {};
     action.sa_handler = [](int) {};
     action.sa_flags = SA_RESTART;
@@ -44,7 +44,7 @@ constexpr size_t stack_size = 64 << 20; // bytes; a walk recurses into deep tree
 struct Start {
     ThreadRoutine *routine;
     Thread *record;
-    sem_t is_taken; // the new thread needs this struct no more
+    sem_t is_taken; // the new thread no longer needs this struct
 };
 
 void *run_thread(void *opaque) {

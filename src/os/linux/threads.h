@@ -1,4 +1,4 @@
-// Times to wait until, for the layer's own files.
+// Deadlines, for the layer's own files.
 #pragma once
 
 #include <stdint.h>

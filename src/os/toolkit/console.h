@@ -8,8 +8,8 @@
 
 // ---- Console colours (each system) ----
 
-// Sets the colour of what is written to the console from now on. Nothing happens when standard output is
-// none. attribute: a sum of 1 blue, 2 green, 4 red and 8 bright.
+// Sets the colour of what is written to the console from now on. Does nothing when standard output is not a
+// console. attribute: a sum of 1 blue, 2 green, 4 red and 8 bright.
 void os_console_attribute(uint16_t attribute);
 
 // ---- Console colours (one version for all systems) ----
@@ -48,10 +48,10 @@ inline void os_console_white() {
 
 // ---- Console window (each system) ----
 
-// These have no effect and return zeros when there is no console window of the system's own; always so on
-// Linux.
+// Without a console window of the system's own, as always on Linux, these have no effect and return false or
+// zeros.
 
-// Moves the window's upper left corner; its size stays. Returns whether it was moved.
+// Moves the window's upper left corner; the size stays. Returns whether it was moved.
 bool os_console_window_move(int32_t x, int32_t y);
 
 // Sets the window's height in pixels; the rest stays. Returns whether it was set.
@@ -64,12 +64,11 @@ void os_console_window_flash();
 
 // ---- Console input and cursor (each system) ----
 
-// Waits for the console's next input event. Returns the character of a key that went down (on Windows a
-// UTF-16 unit), and 0 for any other event, for a key without a character (where the system has such), and
-// when standard input is no console.
+// Waits for the console's next input event. Returns the character of a key press (on Windows a UTF-16 unit),
+// and 0 for any other event, for a key without a character, and when standard input is not a console.
 uint32_t os_console_read_key();
 
-// Moves the cursor by dx columns and dy rows, not beyond the leftmost column. Returns 0 when the console
+// Moves the cursor by dx columns and dy rows, not beyond the leftmost column. Returns false when the console
 // refuses or there is none.
 bool os_console_move_cursor(int32_t dx, int32_t dy);
 
@@ -79,6 +78,6 @@ int32_t os_console_height();
 // ---- Lines (one version for all systems) ----
 
 // Reads a line from the standard library's stdin into line, size bytes with the zero terminator; a longer
-// line comes in pieces, and one with a zero byte in it ends there. Returns it without its line feed, or
+// line arrives in pieces, and one with a zero byte in it ends there. Returns it without its line feed, or
 // length 0 and a null pointer at the end of the input.
 Str os_read_line(char *line, int32_t size);

@@ -1,4 +1,4 @@
-// The calendar now, and the words for writing dates.
+// The date and time now, and the words for writing dates.
 #pragma once
 
 #include "os/date_time.h"

@@ -1,4 +1,4 @@
-// Questions about the machine and the process.
+// Facts about the machine and the process.
 #pragma once
 
 #include <stdint.h>
@@ -7,8 +7,9 @@
 
 uint32_t os_processor_count();
 
-// Bytes of memory; 0 when the system does not tell.
+// Bytes of installed memory; 0 when unknown.
 uint64_t os_installed_memory();
 
-// The executable's file name without its folder. Owned by the layer, found at the first call.
+// The executable's file name without its folder. Owned by the layer, found by the first call; the empty Str
+// when out of memory.
 Str os_exe_name();

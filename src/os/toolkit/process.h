@@ -35,7 +35,7 @@ struct Process {
     void *output;       // this process reads from it; not inherited
     void *child_output; // the child writes its output and its errors here
 
-    uint32_t creation_flags; // what show_console means to the system; 0 on Linux
+    uint32_t creation_flags; // the system's flags for show_console; 0 on Linux
 
     // the system's own records, opaque here
     uint64_t pipe_security[3]; // how the pipes were made; zeros on Linux
@@ -61,7 +61,7 @@ int64_t os_process_read(Process *process, uint32_t max, char *buffer);
 bool os_process_is_running(const Process *process);
 
 // Waits at most 5000 ms until the child has set up its windows and waits for input. Returns whether it does;
-// always 0 for a program without windows, and on Linux.
+// always false for a program without windows, and on Linux.
 bool os_process_wait_idle(const Process *process);
 
 // Ends the child if it still runs, with exit code 0 where the system lets us choose, and closes its handles

@@ -12,7 +12,7 @@
 // record or handle is allowed.
 void os_thread_suspend(Thread *thread);
 
-// Lets a suspended thread go on; nothing happens for any other one. A null record is allowed.
+// Resumes a suspended thread and does nothing to any other. A null record is allowed.
 void os_thread_resume(Thread *thread);
 
 // Ends a thread wherever it is, even suspended: its locks stay held and its memory stays allocated. The

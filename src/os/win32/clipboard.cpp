@@ -36,12 +36,12 @@ Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, const void *bloc
 
 namespace {
 
-// No code page is asked: the bytes are taken to be UTF-8.
+// No code page is applied: the bytes are taken to be UTF-8.
 Str text_from_bytes(HANDLE handle, const void *block) {
     return clipboard_copy(block, strnlen(static_cast<const char *>(block), GlobalSize(handle)));
 }
 
-// A block for the clipboard, refused like one of the heap.
+// Allocates a block for the clipboard; the heap's hook may make it fail.
 HGLOBAL clipboard_block(uint64_t size) {
     return os_heap_allows(size) ? GlobalAlloc(GMEM_MOVEABLE, size) : nullptr;
 }
@@ -58,7 +58,7 @@ Str os_clipboard_get_text() {
     } else if (HANDLE bytes = GetClipboardData(CF_TEXT)) {
         text = clipboard_read(bytes, text_from_bytes);
     } else {
-        return {}; // with the clipboard left open, which is meant
+        return {}; // intentionally without closing the clipboard
     }
     CloseClipboard();
     return text;
@@ -83,9 +83,9 @@ int32_t os_clipboard_set_text(Str text) {
         memcpy(locked_bytes, text.data, text.count);
     }
     locked_bytes[text.count] = 0;
-    OpenClipboard(nullptr); // not checked, which is meant: when it fails the text is just not placed
+    OpenClipboard(nullptr); // intentionally not checked: when it fails the text is dropped
     EmptyClipboard();
-    // The address, not the handle, is handed over, and the blocks are never freed here; both are meant.
+    // Intentionally passes the address, not the handle, and never frees the blocks.
     SetClipboardData(CF_UNICODETEXT, locked_wide);
     SetClipboardData(CF_TEXT, locked_bytes);
     CloseClipboard();

@@ -1,4 +1,4 @@
-// Reading blocks of the clipboard, for the layer's own files.
+// Reads blocks of the clipboard, for the layer's own files.
 #pragma once
 
 #include <windows.h>

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int32_t longest_path = 32767; // UTF-16 units the system takes for a path
+constexpr int32_t longest_path = 32767; // UTF-16 units of the longest path that the system accepts
 
 // The path up to its first zero byte.
 Str path_text(Str path) {
@@ -52,10 +52,10 @@ Str os_file_read_all(Str path) {
     LARGE_INTEGER size;
     if (GetFileSizeEx(file, &size)) {
         uint64_t count = size.LowPart;
-        uint64_t block_size = count + 1 + ((count + 1) & 63); // adds the remainder, does not round up; meant
+        uint64_t block_size = count + 1 + ((count + 1) & 63); // intentionally not rounded up
         block = static_cast<char *>(os_alloc(block_size));
         DWORD read = 0;
-        // The heap tells no reason for a refusal.
+        // The heap sets no error code.
         if (!block) {
             SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         } else if (ReadFile(file, block, size.LowPart, &read, nullptr)) {

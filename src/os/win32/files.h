@@ -8,13 +8,13 @@
 // UTF-16 units of the executable's path, its zero included.
 constexpr uint32_t longest_exe_path = 260;
 
-// Fills in the path that the program was started with. Returns its length in units, longest_exe_path for one
-// that was cut.
+// Fills in the path that the program was started with. Returns its length in units, longest_exe_path when it
+// was truncated.
 uint32_t exe_path(wchar_t (&path)[longest_exe_path]);
 
 // Replaces the path of a file by that of the file it links to. Returns the path's new length in units, or
 // units, with path unchanged, when it cannot be resolved or the new path is too long.
 uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units);
 
-// A system time as the layer's own record.
+// Converts a system time.
 DateTime date_time_from_system(const SYSTEMTIME &time);

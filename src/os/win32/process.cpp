@@ -29,7 +29,7 @@ uint32_t os_run_process(Str cmd, uint8_t show_console) {
         !GetExitCodeProcess(information.hProcess, &exit_code)) {
         return 1;
     }
-    return exit_code; // both handles stay open, one pair for each command
+    return exit_code; // both handles intentionally stay open
 }
 
 // ---- Desktop ----
@@ -41,7 +41,8 @@ int32_t os_shell_open(Str path) {
     }
     SHELLEXECUTEINFOW info = {};
     static_assert(sizeof(info) == 112);
-    info.cbSize = sizeof(info); // no mask, which is meant: the system itself shows the user a failure
+    info.cbSize =
+        sizeof(info); // intentionally without a mask: the system itself reports a failure to the user
     info.lpVerb = L"open";
     info.lpFile = wide_path;
     info.nShow = SW_SHOWDEFAULT;

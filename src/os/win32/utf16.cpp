@@ -4,7 +4,7 @@ int32_t wide_length(Str text, int32_t most_units) {
     if (text.count == 0) {
         return 0;
     }
-    // A unit stands for at most three bytes, so a longer text cannot fit either.
+    // A unit has at most three bytes in UTF-8, so a longer text cannot fit.
     if (text.count > static_cast<uint64_t>(most_units) * 3) {
         return -1;
     }
@@ -14,8 +14,8 @@ int32_t wide_length(Str text, int32_t most_units) {
 
 wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
     int32_t written = 0;
-    if (units > 0) { // with no room at all the call would only measure again
-        // The text may be a field that is being edited, so it may not be the one that was measured any more.
+    if (units > 0) { // without room the call would only measure
+        // The text may be a field that the user is editing, and so have changed since it was measured.
         written = MultiByteToWideChar(CP_UTF8, 0, text.data, static_cast<int32_t>(text.count), wide, units);
     }
     wide[written] = 0;

@@ -1,4 +1,4 @@
-// UTF-8 to UTF-16 on the stack, just before a wide-character call; and back into the heap.
+// Converts UTF-8 to UTF-16 on the stack, just before a wide-character call, and back to the heap.
 #pragma once
 
 #include <windows.h>
@@ -13,8 +13,8 @@ wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
 
 // Declares name, a wchar_t * on the caller's stack with the text in it, or null for one of more than
 // most_units; and name_units, its length or -1. The stack block is (units + 1) * 2 bytes, rounded up to a
-// multiple of 16, and may be written to, as some calls do. A macro, for the block ends with its function.
-// NOLINTBEGIN(bugprone-macro-parentheses) a declared name has none
+// multiple of 16, and may be written to, as some calls do. A macro, as the block lives as long as its
+// function. NOLINTBEGIN(bugprone-macro-parentheses) a declared name has none
 #define WIDE_ON_STACK(name, text, most_units)                                                                \
     const int32_t name##_units = wide_length(text, most_units);                                              \
     wchar_t *name =                                                                                          \

@@ -60,11 +60,11 @@ void button_released(PlatformWindow *window, uint16_t button) {
     window_button_released(window, button, message_position());
 }
 
-constexpr uint32_t drop_name_units = 2048; // of one dropped name, its zero unit among them
+constexpr uint32_t drop_name_units = 2048; // for one dropped name and its zero unit
 
-// The drop handle is not given back afterwards; that is meant.
+// The drop handle is intentionally not released afterwards.
 void files_dropped(PlatformWindow *window, HDROP drop) {
-    // Any program may post the message, with a handle that is none here.
+    // Any program may post this message, even with an invalid handle.
     if (!GlobalLock(drop)) {
         return;
     }
@@ -81,7 +81,7 @@ void files_dropped(PlatformWindow *window, HDROP drop) {
     }
     for (UINT i = 0; i < count; i++) {
         wchar_t wide[drop_name_units];
-        DragQueryFileW(drop, i, wide, drop_name_units); // zero-terminated, and cut there
+        DragQueryFileW(drop, i, wide, drop_name_units); // zero-terminated, and truncated there
         char *room = drop_list_room(&list);
         int32_t name_units = lstrlenW(wide);
         drop_list_add(&list, static_cast<uint64_t>(WideCharToMultiByte(CP_UTF8, 0, wide, name_units, room,
@@ -137,7 +137,7 @@ LRESULT CALLBACK window_procedure(HWND handle, UINT message, WPARAM wparam, LPAR
     case WM_KILLFOCUS:
         window_focus_lost(window);
         break;
-    case WM_CLOSE: // goes on to the default procedure when the window is gone, which does no harm
+    case WM_CLOSE: // goes on to the default procedure although the window is gone, which is harmless
     case WM_DESTROY:
     case WM_QUIT:
     case WM_NCDESTROY:
@@ -223,7 +223,7 @@ void load_cursors() {
 
 constexpr const wchar_t *class_name = L"lum_sharedWindowClass";
 
-// Registers the window class, once. Returns whether it is there. It has no cursor, icon or background.
+// Registers the window class, once, without a cursor, icon or background. Returns whether it is registered.
 bool register_class() {
     static ATOM window_class;
     if (!window_class) {
@@ -249,7 +249,7 @@ DWORD extended_style(uint16_t flags) {
     return style;
 }
 
-// The outer size that goes with a client area's.
+// The outer size for a client area of that size.
 Size outer_size(Size client_size, DWORD style, DWORD ex_style) {
     RECT rect = {0, 0, client_size.width, client_size.height};
     AdjustWindowRectEx(&rect, style, FALSE, ex_style);
@@ -348,7 +348,7 @@ void window_present(const PlatformWindow *window, Rect to, Rect from) {
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
     info.bmiHeader.biCompression = BI_RGB;
-    // The call counts the source's rows from the bottom all the same.
+    // The call still counts the source's rows from the bottom.
     int32_t from_bottom = framebuffer.height - from.y - from.height;
     StretchDIBits(static_cast<HDC>(window->device_context), to.x, to.y, to.width, to.height, from.x,
                   from_bottom, from.width, from.height, framebuffer.pixels, &info, DIB_RGB_COLORS, SRCCOPY);

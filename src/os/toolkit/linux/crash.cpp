@@ -14,7 +14,7 @@ CrashCallback *crash_callback;
 
 constexpr int any_reason = -1;
 
-// The first row that fits tells the Windows code of a signal.
+// The first matching row has the Windows code of a signal.
 constexpr struct {
     int signal;
     int reason; // si_code
@@ -54,7 +54,7 @@ void report_crash(int signal, siginfo_t *info, void *context) {
 
 void install() {
     static constexpr int signals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
-    // Signals are to find a stack even when the thread's own is used up.
+    // A stack for the handler even when the thread's own is used up.
     static char signal_stack[65536];
     stack_t stack = {};
     stack.ss_sp = signal_stack;

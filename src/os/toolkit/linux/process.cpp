@@ -19,8 +19,8 @@ void *handle_of(int file) {
     return reinterpret_cast<void *>(static_cast<intptr_t>(file));
 }
 
-// A pipe whose ends no child inherits, above the standard files so that they can be put in a child's place of
-// these. Returns 0 when the system refuses.
+// A pipe whose ends no child inherits, numbered above the standard files so that these can be replaced by
+// them in a child. Returns false on failure.
 bool make_pipe(void **read_end, void **write_end) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
@@ -44,7 +44,7 @@ pid_t id_of(const Process *process) {
     return static_cast<pid_t>(process->process_info[0]);
 }
 
-// Gives an ended child's record back to the system.
+// Reaps an ended child.
 void forget_child(pid_t child) {
     while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }

@@ -85,7 +85,7 @@ bool os_copy_window_to_clipboard(void *window) {
     HWND owner = static_cast<HWND>(window);
     RECT area;
     if (!GetClientRect(owner, &area) || area.right == 0 || area.bottom == 0) {
-        return false; // no window, or one that shows nothing
+        return false; // no window, or one without an area
     }
     bool is_copied = false;
     HDC from = GetDC(owner);
