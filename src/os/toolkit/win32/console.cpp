@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
-
 // ---- Console colours ----
 
 void os_console_attribute(uint16_t attribute) {
@@ -66,7 +64,7 @@ bool os_console_move_cursor(int32_t dx, int32_t dy) {
     if (column > INT16_MAX || row > INT16_MAX || row < INT16_MIN) {
         return false; // no console is that large
     }
-    COORD place = {static_cast<SHORT>(std::max<int64_t>(column, 0)), static_cast<SHORT>(row)};
+    COORD place = {static_cast<SHORT>(column < 0 ? 0 : column), static_cast<SHORT>(row)};
     return SetConsoleCursorPosition(console, place) != 0;
 }
 
