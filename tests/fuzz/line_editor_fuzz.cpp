@@ -127,8 +127,8 @@ private:
     }
 
     void handle(const WindowEvent &event) {
-        uint8_t handled = 77;
-        uint8_t text_changed = 77;
+        bool handled = !plain.handled; // both are set
+        bool text_changed = !plain.text_changed;
         field_handle_key(&field, &event, &handled, &text_changed);
         fuzz_expect("handled", handled, plain.handled);
         fuzz_expect("text changed", text_changed, plain.text_changed);

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// An empty row-text buffer without storage, and nothing recorded.
+// A row-text buffer without storage, and no recorded commands.
 class CommandScope {
 public:
     CommandScope() {
@@ -44,7 +44,7 @@ void expand(const PlainHit &hit) {
     expand_command(&file, &record);
 }
 
-// What a click runs; "(none)" when it runs nothing.
+// The command that a click runs; "(none)" without one.
 std::string command_of(const std::string &text, const PlainHit &hit = plain_hit) {
     CommandScope scope;
     EXPECT_TRUE(row_text_set(str_over(text)));
@@ -91,7 +91,7 @@ TEST(RowText, HoldsTheTextThatWasSetLast) {
     }
 }
 
-TEST(RowText, KeepsItsOldTextWithoutMemory) {
+TEST(RowText, KeepsItsOldTextWhenOutOfMemory) {
     CommandScope scope;
     EXPECT_TRUE(row_text_set(str_from("old")));
     std::string longer(1025, 'y');
@@ -103,7 +103,7 @@ TEST(RowText, KeepsItsOldTextWithoutMemory) {
     EXPECT_TRUE(row_text_set(str_over(longer)));
 }
 
-TEST(RowText, IsMadeLaterWhenMemoryIsRefusedAtFirst) {
+TEST(RowText, IsMadeLaterWhenOutOfMemoryAtFirst) {
     CommandScope scope;
     {
         HeapHookScope refuse([](uint64_t) { return false; });
@@ -155,7 +155,7 @@ TEST(Command, ABraceThatStartsNoPlaceholderIsKept) {
     EXPECT_EQ(command_of("{}{tarn_line}{TARN_ROW}{tarn_row }{ tarn_row}"),
               "{}{tarn_line}{TARN_ROW}{tarn_row }{ tarn_row}");
     EXPECT_EQ(command_of("{tarn_{tarn_row}"), "{tarn_12");
-    EXPECT_EQ(command_of("\\{tarn_row}"), "\\12"); // nothing escapes
+    EXPECT_EQ(command_of("\\{tarn_row}"), "\\12"); // there is no escape character
 }
 
 TEST(Command, TheDefaultsGiveTheirCommands) {
@@ -171,7 +171,7 @@ TEST(Command, NumbersArePlainDecimal) {
     EXPECT_EQ(byte_of(INT32_MAX), "2147483647");
 }
 
-TEST(Command, NumbersBeyond2To31BecomeNegativeAndThatIsMeant) {
+TEST(Command, NumbersFrom2To31OnBecomeNegative) {
     EXPECT_EQ(command_of("{tarn_row} {tarn_column} {tarn_byte}", {"", "", -1, -10, INT32_MIN}),
               "-1 -10 -2147483648");
 }
@@ -197,24 +197,24 @@ TEST(Command, EmptyValuesDisappear) {
 
 // ---- Placeholders within values ----
 
-TEST(Command, AFolderIsLookedAtAgainOnlyWithBackslashes) {
+TEST(Command, AFolderIsScannedOnlyWithBackslashes) {
     PlainHit hit = in_folder("C:/x{tarn_row}");
     EXPECT_EQ(command_of("{tarn_file_folder_bs}", hit), "C:\\x12");
     EXPECT_EQ(command_of("{tarn_file_folder}", hit), "C:/x{tarn_row}");
 }
 
-TEST(Command, ANameIsNeverLookedAtAgain) {
+TEST(Command, ANameIsNeverScanned) {
     EXPECT_EQ(command_of("{tarn_file_name}", {"f", "x{tarn_row}", 12, 5, 0}), "x{tarn_row}");
 }
 
-TEST(Command, AFoldersFirstByteIsNotLookedAtAndThatIsMeant) {
+TEST(Command, AFoldersFirstByteIsNotScanned) {
     EXPECT_EQ(command_of("{tarn_file_folder_bs}", in_folder("{tarn_row}")), "{tarn_row}");
     EXPECT_EQ(command_of("{tarn_file_folder_bs}", in_folder("{{tarn_row}")), "{12");
     EXPECT_EQ(command_of("{tarn_file_folder_bs}", in_folder("{tarn_file_folder_bs}")),
               "{tarn_file_folder_bs}");
 }
 
-TEST(Command, BehindAnEmptyFolderAByteIsPassedOverAndThatIsMeant) {
+TEST(Command, TheByteAfterAnEmptyFolderIsNotScanned) {
     EXPECT_EQ(command_of("{tarn_file_folder_bs}{tarn_row} {tarn_row}", in_folder("")), "{tarn_row} 12");
     EXPECT_EQ(command_of("{tarn_file_folder}{tarn_row}", in_folder("")), "12");
 }
@@ -256,14 +256,14 @@ TEST(Command, TheLongestCommandIsStartedAndALongerOneIsNot) {
     EXPECT_TRUE(command_of("edit {tarn_file_name}", hit) == "edit " + name);
     EXPECT_EQ(command_of("edit  {tarn_file_name}", hit), "(none)");
     EXPECT_EQ(command_of("edit {tarn_file_name}{tarn_row}", hit), "(none)");
-    // The limit is reached, not passed, when the row's number is still to come.
+    // The limit is reached, not exceeded, before the row's number.
     std::string shorter(longest_command - 15, 'n');
     EXPECT_TRUE(command_of("edit {tarn_file_name}{tarn_row}", {"f", shorter, 12, 1, 0}) ==
                 "edit " + shorter + "12");
     EXPECT_EQ(command_of(std::string(longest_command + 1, 'x')), "(none)");
 }
 
-TEST(Command, TheBufferServesAgainAfterACommandThatWasTooLong) {
+TEST(Command, TheBufferIsUsableAfterACommandThatWasTooLong) {
     CommandScope scope;
     ASSERT_TRUE(row_text_set(str_from("{tarn_file_folder_bs}")));
     expand(in_folder("C:/{tarn_file_folder_bs}"));
@@ -279,7 +279,7 @@ TEST(Command, TheBufferServesAgainAfterACommandThatWasTooLong) {
 
 namespace {
 
-// The command when no storage beyond the first 1024 bytes is to be had.
+// The command when the first 1024 bytes cannot grow.
 std::string refused_command_of(const std::string &text, const PlainHit &hit) {
     CommandScope scope;
     EXPECT_TRUE(row_text_set(str_over(text)));
@@ -292,13 +292,13 @@ std::string refused_command_of(const std::string &text, const PlainHit &hit) {
 
 } // namespace
 
-TEST(Command, AValueWithoutMemoryIsLeftOutAndTheRestIsStarted) {
+TEST(Command, AValueIsLeftOutWhenOutOfMemoryAndTheRestIsStarted) {
     PlainHit hit = {std::string(600, 'f'), std::string(600, 'n'), 12, 5, 0};
     EXPECT_EQ(refused_command_of("edit {tarn_file_folder}/{tarn_file_name}:{tarn_row}", hit),
               "edit " + hit.folder + "/:12");
 }
 
-TEST(Command, AFolderWithoutMemoryLeavesTheSlashesBehindIt) {
+TEST(Command, OutOfMemoryForAFolderTheSlashesAfterItStay) {
     PlainHit hit = in_folder(std::string(2000, '/'));
     EXPECT_EQ(refused_command_of("{tarn_file_folder_bs}/a/b", hit), "/a/b");
     EXPECT_EQ(refused_command_of("{tarn_file_folder_bs}{tarn_row}{tarn_row}", hit), "{tarn_row}12");
@@ -348,7 +348,7 @@ TEST(Command, RandomTemplatesAndFoldersGiveWhatThePlainRulesGive) {
         std::string text = text_of(12);
         PlainHit hit = {text_of(4), text_of(3), static_cast<int32_t>(random()),
                         static_cast<int32_t>(below(100)), static_cast<int32_t>(below(2))};
-        // The first storage holds 1024 bytes; what a refusal leaves out differs with each size.
+        // The storage starts with 1024 bytes; what is left out without more depends on the sizes.
         text.insert(0, below(3) == 0 ? 900 + below(130) : 0, '.');
         hit.folder.append(below(4) == 0 ? below(200) : 0, '/');
         bool is_refused = below(3) == 0;
@@ -357,7 +357,7 @@ TEST(Command, RandomTemplatesAndFoldersGiveWhatThePlainRulesGive) {
                               hit.folder.find("{tarn_file_folder", 1) != std::string::npos;
         if (grows_for_ever && !is_refused) {
             growing++;
-            continue; // to 64 MiB: the cases above
+            continue; // to 64 MiB; tested above
         }
         std::string expected = plain_command(text, hit, longest_command, [&](size_t size) {
             refused += is_refused && size > capacity;
@@ -375,7 +375,7 @@ TEST(Command, RandomTemplatesAndFoldersGiveWhatThePlainRulesGive) {
         ASSERT_EQ(row_text.data[row_text.count], 0);
         ASSERT_TRUE(expected.empty() || recorded_commands[0].text == expected);
     }
-    // All that is to be compared has been.
+    // All cases have been covered.
     EXPECT_GT(refused, 500);
     EXPECT_GT(nothing, 500);
     EXPECT_LT(growing, 30000);

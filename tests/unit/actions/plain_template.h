@@ -1,4 +1,4 @@
-// The rules of command templates once more, on a std::string and byte by byte, as the check on the real ones.
+// Plain command templates to check the real ones with: on a std::string, byte by byte.
 #pragma once
 
 #include <stdint.h>
@@ -16,7 +16,7 @@ struct PlainHit {
     int32_t byte;
 };
 
-// has_room: whether the text may grow to so many bytes. A text that passes limit ends up empty.
+// has_room: whether the text can grow to that number of bytes. A text longer than limit becomes empty.
 inline std::string plain_command(std::string text, const PlainHit &hit, size_t limit,
                                  const std::function<bool(size_t)> &has_room) {
     std::string backslashed = hit.folder;

@@ -1,4 +1,4 @@
-// The program's state as start-up finds it, for one test, with nothing left of it afterwards.
+// The program's state before start-up, for one test, cleaned up afterwards.
 #pragma once
 
 #include "app/scratch.h"
@@ -25,14 +25,14 @@ public:
     AppScope(const AppScope &) = delete;
     AppScope &operator=(const AppScope &) = delete;
 
-    // Back to no font at all.
+    // Unloads the font.
     static void forget_font() {
         os_free(font.sizes.data);
         os_file_free(&font.file);
         font = {};
     }
 
-    // The settings before any file.
+    // The settings as before any file.
     void reset_settings() const {
         settings = first_settings;
     }

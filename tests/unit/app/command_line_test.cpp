@@ -9,11 +9,11 @@
 
 namespace {
 
-// "path=... query=...", only those that the line has.
+// "path=... query=...", with only what the line gives.
 std::string parsed(const std::string &line) {
     std::string copy = line;
     CommandLine given = command_line_parse(str_over(copy));
-    EXPECT_EQ(copy, line); // only read
+    EXPECT_EQ(copy, line); // not changed
     std::string result;
     if (given.has_path) {
         result += "path=" + to_string(given.path);
@@ -24,7 +24,7 @@ std::string parsed(const std::string &line) {
     return result;
 }
 
-// The fields that held "old path" and "old query" before the line was applied.
+// The fields' texts, "old path" and "old query" before, after applying the line.
 std::string applied(const std::string &line) {
     set_field(&search_state.path, "old path");
     set_field(&search_state.query, "old query");
@@ -34,7 +34,7 @@ std::string applied(const std::string &line) {
 
 } // namespace
 
-TEST(CommandLine, GivesAQuotedPathAndAQueryBehindADash) {
+TEST(CommandLine, GivesAQuotedPathAndAQueryAfterADash) {
     AppScope app;
     EXPECT_EQ(applied("tarnwick.exe \"D:\\code\" -needle text"), "D:/code|needle text");
     EXPECT_EQ(parsed("\"C:\\Program Files\\tarnwick.exe\" \"D:\\code\" -needle text"),
@@ -46,33 +46,33 @@ TEST(CommandLine, GivesAQuotedPathAndAQueryBehindADash) {
     EXPECT_EQ(parsed(""), "");
 }
 
-TEST(CommandLine, WhatItDoesNotGiveStaysAsItWas) {
+TEST(CommandLine, KeepsTheTextsThatItDoesNotGive) {
     AppScope app;
     EXPECT_EQ(applied("tarnwick.exe"), "old path|old query");
     EXPECT_EQ(applied("tarnwick.exe \"D:/\""), "D:/|old query");
     EXPECT_EQ(applied("tarnwick.exe -x"), "old path|x");
 }
 
-TEST(CommandLine, APathWithoutQuotesIsNotTakenAndEndsTheLine) {
+TEST(CommandLine, AnUnquotedPathIsIgnoredAndEndsParsing) {
     EXPECT_EQ(parsed("tarnwick.exe D:\\code"), "");
     EXPECT_EQ(parsed("tarnwick.exe D:\\code -needle"), "");
     EXPECT_EQ(parsed("tarnwick.exe \"D:\\code\" x -needle"), "path=D:\\code");
 }
 
-TEST(CommandLine, BlanksAreSpacesAndTabs) {
+TEST(CommandLine, SpacesAndTabsSeparateItsParts) {
     EXPECT_EQ(parsed(" \t x.exe \t \"D:/a\" \t -n"), "path=D:/a query=n");
     EXPECT_EQ(parsed("\t\"x y.exe\"\t\"D:/a\"\t-n"), "path=D:/a query=n");
     EXPECT_EQ(parsed(" \t "), "");
-    EXPECT_EQ(parsed("x.exe \n-n"), ""); // a line feed is none
+    EXPECT_EQ(parsed("x.exe \n-n"), ""); // a line feed does not separate
 }
 
-TEST(CommandLine, ANameWithoutQuotesEndsAtASpaceOnly) {
+TEST(CommandLine, AnUnquotedNameEndsAtASpaceOnly) {
     EXPECT_EQ(parsed("x.exe\t-n"), "");
     EXPECT_EQ(parsed("x.exe\t-n -m"), "query=m");
     EXPECT_EQ(parsed("x.exe\"D:/a\" -m"), "query=m");
 }
 
-TEST(CommandLine, NothingNeedStandBetweenItsParts) {
+TEST(CommandLine, ItsPartsNeedNoSpaceBetweenThem) {
     EXPECT_EQ(parsed("\"x.exe\"\"D:/a\"-n"), "path=D:/a query=n");
     EXPECT_EQ(parsed("\"x.exe\"-n"), "query=n");
 }
@@ -89,10 +89,10 @@ TEST(CommandLine, EmptyQuotesAndALoneDashEmptyTheFields) {
     EXPECT_EQ(applied("x.exe \"\" -"), "|");
     EXPECT_EQ(applied("x.exe \"\""), "|old query");
     EXPECT_EQ(applied("x.exe -"), "old path|");
-    EXPECT_EQ(applied("x.exe \" \t \""), "|old query"); // nothing is left of it when it is cleaned
+    EXPECT_EQ(applied("x.exe \" \t \""), "|old query"); // cleaning leaves nothing
 }
 
-TEST(CommandLine, TheQueryIsEverythingBehindTheDashQuotesAndBlanksIncluded) {
+TEST(CommandLine, TheQueryIsEverythingAfterTheDashQuotesAndSpacesIncluded) {
     EXPECT_EQ(parsed("x.exe - a \"b\" -c\t"), "query= a \"b\" -c\t");
     EXPECT_EQ(parsed("x.exe --n"), "query=-n");
     EXPECT_EQ(parsed(std::string("x.exe -a\0b", 10)), std::string("query=a\0b", 9));
@@ -112,7 +112,7 @@ TEST(CommandLine, AFieldGrowsForALongText) {
     EXPECT_EQ(search_state.path.capacity, 8192u);
 }
 
-TEST(CommandLine, AFieldWithoutMemoryForItStaysAsItWas) {
+TEST(CommandLine, AFieldKeepsItsTextWhenOutOfMemory) {
     AppScope app;
     std::string line = "x.exe \"" + std::string(5000, 'p') + "\" -n";
     HeapHookScope hook([](uint64_t) { return false; });

@@ -1,4 +1,4 @@
-// The program as it is while its window is open, for one test.
+// The program's state while its window is open, for one test.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 #include "search/results_store.h"
 #include "support/ui_scope.h"
 
-// What start-up makes, with the fallback's sizes, empty fields of which none has the focus, and the lists'
-// files in a folder of their own.
+// As after start-up, with the fallback's sizes, empty fields without focus, and a folder for the lists'
+// files.
 struct FrameScope : AppScope {
     UiScope ui;
     FontScope the_font;
@@ -79,7 +79,7 @@ struct FrameScope : AppScope {
         dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
     }
 
-    // Hits of a file that is not there, of which nothing is seen but the scroll bar.
+    // Hits of a missing file, which show only in the scroll bar.
     static void put_hits(int count) {
         for (int i = 0; i < count; i++) {
             ResultRecord hit = {};
@@ -87,7 +87,7 @@ struct FrameScope : AppScope {
         }
     }
 
-    // What one of the lists' files holds; "none" when there is none.
+    // The contents of one of the lists' files; "none" when it is missing.
     std::string file(const std::string &name) const {
         return std::filesystem::exists(tree.native(name)) ? bytes_of(tree.native(name)) : "none";
     }

@@ -1,6 +1,6 @@
-// Frames as they are really drawn while the worker restarts its search as fast as it can. A row may show what
-// was valid a moment ago, but neither the drawing nor a click reads outside memory that is still there, no
-// command mixes two searches, and once all is quiet the picture is the one that a quiet run draws.
+// Draws real frames while the worker restarts its search as fast as it can. A row may be out of date, but
+// drawing and clicks read only live memory, no command mixes two searches, and the picture after the last
+// search is that of an undisturbed run.
 
 #include <gtest/gtest.h>
 
@@ -42,7 +42,7 @@ uint32_t turn_without_sleep(void *) {
     return 0;
 }
 
-// Until the request is taken and the turn that took it has ended.
+// Waits until a turn has taken the request and ended.
 void wait_for_the_last_request() {
     while (search_state.request_pending) {
         os_sleep_ms(1);
@@ -101,7 +101,7 @@ struct User {
         send(&event);
     }
 
-    // To the field, by Tab when the other one has the focus, with the caret at the text's end.
+    // Focuses the field, by Tab from the other one, with the caret at the text's end.
     void go_to(Field *field) {
         if (!input_field.focused_field) {
             input_field.focused_field = field;
@@ -111,7 +111,7 @@ struct User {
         key(KEY_END);
     }
 
-    // The path stays the tree's or goes on from there, so that nothing else is ever searched.
+    // The path always starts with the tree's, so that nothing else is searched.
     void edit_path() {
         go_to(path);
         if (path->text->count < root.size() || path->text->count > root.size() + 600) {
@@ -162,7 +162,7 @@ struct User {
     }
 };
 
-// What follows from the frame that is drawn next, as in the program's own loop.
+// Draws the next frame, as the program's loop does.
 void draw_frame(Framebuffer *framebuffer, Point mouse) {
     search_state.results_dirty = 0;
     frame_draw(framebuffer, mouse);
@@ -175,7 +175,7 @@ void begin_frame() {
     input_begin_frame();
 }
 
-// "line column byte_offset name": the numbers of one row, and the whole name of that row's file.
+// "line column byte_offset name": the numbers of a row, and its file's name.
 bool command_fits(const std::string &command) {
     unsigned line = 0, column = 0, byte_offset = 0;
     int name_start = 0;
@@ -186,7 +186,7 @@ bool command_fits(const std::string &command) {
     return telling::numbers_fit(line, column, byte_offset, name.size()) && telling::text_fits(str_over(name));
 }
 
-// A left click's, which tells of one row.
+// A left click's command, which names one row.
 bool is_of_a_row(const RecordedCommand &command) {
     return command.text.find(" |") != std::string::npos;
 }
@@ -215,7 +215,7 @@ bool is_same(const Canvas &a, const Canvas &b) {
 }
 
 #if defined(__SANITIZE_THREAD__)
-constexpr uint32_t requests_to_take = 40, commands_to_run = 2; // each race that is meant costs it much
+constexpr uint32_t requests_to_take = 40, commands_to_run = 2; // each intentional race is slow there
 #else
 constexpr uint32_t requests_to_take = 500, commands_to_run = 25;
 #endif
@@ -228,7 +228,7 @@ TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
     FrameScope scope;
     for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
                             &results_store.matching_folders, &results_store.other_folders}) {
-        table->capacity = 1; // they grow while they are read
+        table->capacity = 1; // so that they grow while they are read
     }
     std::string left = "{tarn_row} {tarn_column} {tarn_byte} |{tarn_file_name}", right = "{tarn_file_folder}";
     settings.left_click_cmd = str_over(left);
@@ -266,14 +266,14 @@ TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
         case 4:
             user.wheel(user.below(3) ? -1 : 1);
             break;
-        case 5: { // below the fields, so that no field gets the click
+        case 5: { // below the fields
             user.move({static_cast<int32_t>(user.below(880)), 60 + static_cast<int32_t>(user.below(330))});
             uint16_t which = user.below(2) ? MOUSE_LEFT : MOUSE_RIGHT;
             user.button(which, BUTTON_PRESSED);
             user.button(which, BUTTON_RELEASED);
             break;
         }
-        case 6: // a right click on the path opens the saved ones, and a click takes one
+        case 6: // a right click on the path opens its drop-down, and a click picks an entry
             if (user.below(8) == 0) {
                 user.move({300, 10});
                 user.button(MOUSE_RIGHT, BUTTON_PRESSED);
@@ -290,7 +290,7 @@ TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
             break;
         }
         draw_frame(&canvas.framebuffer, user.mouse);
-        if (user.below(16) == 0) { // the worker gets somewhere
+        if (user.below(16) == 0) { // lets the worker make progress
             os_sleep_ms(user.below(3));
         }
     }

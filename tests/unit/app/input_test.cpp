@@ -45,7 +45,7 @@ void pointer(uint8_t type, Point position) {
 }
 
 void wheel(int32_t direction, int32_t client_height = 600) {
-    static PlatformWindow window; // as a real one: an event that waits still needs it
+    static PlatformWindow window; // a waiting event still needs it
     window.client_size = {1000, client_height};
     WindowEvent event = {};
     event.type = EVENT_MOUSE_WHEEL;
@@ -66,7 +66,7 @@ void focus_event(uint8_t is_gained) {
     input_handle_event(&event);
 }
 
-// Nothing requested, and results that a request would empty.
+// No request, and results that a request would empty.
 void settle() {
     results_store.hit_table.count = 0;
     FrameScope::put_hits(2);
@@ -74,7 +74,7 @@ void settle() {
     search_state.request_pending = 0;
 }
 
-// 1 when a request was published whole, 0 when nothing was; anything else when only parts were.
+// 1 when a request was published completely, 0 when not at all, -1 when only in parts.
 int published() {
     bool is_empty = results_store.hit_table.count == 0;
     if (is_empty && search_state.results_dirty == 1 && search_state.request_pending == 1) {
@@ -83,7 +83,7 @@ int published() {
     return !is_empty && !search_state.results_dirty && !search_state.request_pending ? 0 : -1;
 }
 
-// What the interface's state and the files would show of an event that did something to a text.
+// The parts of the state and the files that an event may change.
 struct Seen {
     std::string path, query, carets, paths_file, queries_file;
     const Field *focused_field;
@@ -109,7 +109,7 @@ Seen see(const FrameScope &scope) {
             published()};
 }
 
-// A path with a caret in it, and completions of it, the first of which Enter takes.
+// A path with a caret in it, and its completions; Enter takes the first.
 void put_completions(const std::string &typed, const std::vector<const char *> &names) {
     set_field(path, typed);
     FrameScope::focus(path, {{1, 1}});
@@ -144,7 +144,7 @@ TEST(InputTyping, WritesTheFileBeforeItAsksForTheSearch) {
     settle();
     int asked = -1;
     {
-        HeapHookScope hook([&asked](uint64_t size) { // what is written is gathered first
+        HeapHookScope hook([&asked](uint64_t size) { // the buffer for the file's bytes
             asked = size == 16384 + 1 ? search_state.request_pending : asked;
             return true;
         });
@@ -180,12 +180,12 @@ TEST(InputTyping, UpdatesTheFocusedFieldsMark) {
     EXPECT_EQ(query_field.is_saved, 1);
 }
 
-TEST(InputTyping, ABlankAtTheEndOfAPathIsGoneAtOnceAndTheCaretStaysInside) {
+TEST(InputTyping, ASpaceAtTheEndOfAPathIsRemovedAtOnceAndTheCaretStaysInside) {
     FrameScope scope;
     set_field(path, "C:/Program");
     scope.focus(path, {{10, 10}});
     settle();
-    type(' '); // that it cannot be typed is meant
+    type(' '); // intentionally cannot be typed
     EXPECT_EQ(text_of(*path), "C:/Program");
     EXPECT_EQ(carets(), "{10,10}");
     EXPECT_EQ(published(), 1);
@@ -195,7 +195,7 @@ TEST(InputTyping, ABlankAtTheEndOfAPathIsGoneAtOnceAndTheCaretStaysInside) {
     EXPECT_EQ(text_of(*path), "C:/Progra");
     EXPECT_EQ(carets(), "{9,9}");
 
-    // In a query it stays, and so do a backslash and a quote.
+    // In a query it stays, like a backslash or a quote.
     scope.focus(query, {{0, 0}});
     for (char c : std::string("a \\\" ")) {
         type(static_cast<uint8_t>(c));
@@ -227,7 +227,7 @@ TEST(InputTyping, CleaningAPathClampsEveryCaret) {
     EXPECT_EQ(carets(), "{0,0}{0,0}");
 }
 
-TEST(InputTyping, TabAndLineFeedCharactersAreNone) {
+TEST(InputTyping, TabAndLineFeedAreNotTyped) {
     FrameScope scope;
     set_field(query, "ab");
     scope.focus(query, {{0, 2}});
@@ -236,7 +236,7 @@ TEST(InputTyping, TabAndLineFeedCharactersAreNone) {
     type('\t');
     type('\n');
     EXPECT_TRUE(see(scope) == before);
-    type(13); // the window never sends it
+    type(13); // which the window never sends
     EXPECT_EQ(text_of(*query), "\r");
 }
 
@@ -245,7 +245,7 @@ TEST(InputTyping, EscapesCharacterIsTyped) {
     set_field(query, "ab");
     scope.focus(query, {{0, 2}});
     settle();
-    type(27); // that is meant
+    type(27); // intentional
     EXPECT_EQ(text_of(*query), "\x1B");
     EXPECT_EQ(published(), 1);
 }
@@ -269,7 +269,7 @@ TEST(InputTyping, WithoutAFocusedFieldNothingHappens) {
     key(KEY_DELETE);
     key(KEY_ENTER);
     EXPECT_TRUE(see(scope) == before);
-    EXPECT_TRUE(ui_is_down(KEY_DELETE)); // the keys themselves are known
+    EXPECT_TRUE(ui_is_down(KEY_DELETE)); // the key state is updated all the same
 }
 
 TEST(InputTyping, AKeyThatOnlyMovesTheCaretSearchesForNothing) {
@@ -305,7 +305,7 @@ TEST(InputTyping, ABackspaceThatRemovesNothingSearchesAndWritesAllTheSame) {
     set_entries(query, {"hay"});
     scope.focus(query, {{0, 0}});
     settle();
-    key(KEY_BACKSPACE); // that is meant
+    key(KEY_BACKSPACE); // intentional
     EXPECT_EQ(published(), 1);
     EXPECT_EQ(scope.file("saved_queries.txt"), "\r\nhay");
 }
@@ -321,9 +321,9 @@ TEST(InputTyping, AFileThatCannotBeWrittenStopsNoSearch) {
     EXPECT_EQ(published(), 1);
 }
 
-TEST(InputTyping, WithoutMemoryTheTextStaysAndIsSearchedForAgain) {
+TEST(InputTyping, OutOfMemoryTheTextStaysAndIsSearchedForAgain) {
     FrameScope scope;
-    set_field(query, std::string(1024, 'x')); // its storage is full
+    set_field(query, std::string(1024, 'x')); // the storage is full
     scope.focus(query, {{1024, 1024}});
     settle();
     {
@@ -355,7 +355,7 @@ TEST(InputEnter, CompletesThePathWithTheFirstFolderAndStartsASearch) {
     EXPECT_EQ(path->text->data[path->text->count], 0);
 }
 
-TEST(InputEnter, AppendsTheNameAsItIsStoredWithoutASlashOfItsOwn) {
+TEST(InputEnter, AppendsTheNameVerbatimWithoutASlash) {
     FrameScope scope;
     put_completions("C:/code/pr", {"project"});
     key(KEY_ENTER);
@@ -401,7 +401,7 @@ TEST(InputEnter, UpdatesThePathsMark) {
     EXPECT_EQ(path_field.is_saved, 0);
 }
 
-TEST(InputEnter, ANameThatThePathsCleaningCutsLeavesTheCaretInside) {
+TEST(InputEnter, ANameThatCleaningShortensLeavesTheCaretInside) {
     FrameScope scope;
     put_completions("C:/co", {"code  "});
     key(KEY_ENTER);
@@ -413,16 +413,16 @@ TEST(InputEnter, ANameThatThePathsCleaningCutsLeavesTheCaretInside) {
 TEST(InputEnter, ANameWithoutBytesLeavesTheFolder) {
     FrameScope scope;
     put_completions("C:/co", {""});
-    reinterpret_cast<Str *>(results_store.matching_folders.data)[0] = {}; // its text was refused
+    reinterpret_cast<Str *>(results_store.matching_folders.data)[0] = {}; // out of memory for its text
     key(KEY_ENTER);
     EXPECT_EQ(text_of(*path), "C:/");
     EXPECT_EQ(carets(), "{3,3}");
     EXPECT_EQ(published(), 1);
 }
 
-TEST(InputEnter, ANameThatTheWorkerWritesOverMeanwhileIsTheWholeOldOne) {
+TEST(InputEnter, ANameThatTheWorkerOverwritesMeanwhileIsTheWholeOldOne) {
     FrameScope scope;
-    const std::string name(2000, 'n'); // longer than the field's storage
+    const std::string name(2000, 'n'); // longer than the text's storage
     std::string stored_name = name;
     put_completions("C:/co", {stored_name.c_str()});
     {
@@ -459,10 +459,10 @@ TEST(InputEnter, ANameOfASearchThatIsOverChangesNothing) {
 }
 #endif
 
-TEST(InputEnter, ANameThatTheScratchArenaDoesNotHoldChangesNothing) {
+TEST(InputEnter, ANameThatDoesNotFitTheScratchArenaChangesNothing) {
     FrameScope scope;
     put_completions("C:/co", {"code"});
-    for (uint64_t room : {4u, 5u}) { // the name's zero byte wants one too
+    for (uint64_t room : {4u, 5u}) { // the name needs one more for its zero byte
         scratch_empty();
         std::string filler(scratch->capacity - room - 1, 'x');
         scratch_join(str_over(filler), {});
@@ -476,7 +476,7 @@ TEST(InputEnter, ASecondOneBeforeTheWorkerReactsAppendsFromTheOldList) {
     FrameScope scope;
     put_completions("C:/pr", {"project/"});
     key(KEY_ENTER);
-    key(KEY_ENTER); // that is meant
+    key(KEY_ENTER); // intentionally completes again
     EXPECT_EQ(text_of(*path), "C:/project/project/");
     EXPECT_EQ(scope.file("saved_paths.txt"), "C:/project/project/");
     put_completions("C:/pr", {"project"});
@@ -487,7 +487,7 @@ TEST(InputEnter, ASecondOneBeforeTheWorkerReactsAppendsFromTheOldList) {
     EXPECT_EQ(published(), 1);
 }
 
-TEST(InputEnter, TakesTheWorkersFirstFolderWhichIsSearchedThen) {
+TEST(InputEnter, CompletesWithTheWorkersFirstFolderWhichIsThenSearched) {
     FrameScope scope;
     scope.tree.file("project/file", "a needle\n-------");
     scope.tree.folder("other");
@@ -546,11 +546,11 @@ TEST(InputEnter, HeldOrReleasedItDoesNothing) {
     EXPECT_EQ(ui_state.slots[KEY_ENTER].transitions, 2u);
 }
 
-TEST(InputEnter, WithoutMemoryForTheTextNothingChangesAtAll) {
+TEST(InputEnter, OutOfMemoryForTheTextNothingChanges) {
     FrameScope scope;
     set_entries(path, {"C:/kept"});
     std::string name(1022, 'n');
-    put_completions("C:/co", {name.c_str()}); // one byte more than the storage has
+    put_completions("C:/co", {name.c_str()}); // one byte more than fits
     Seen before = see(scope);
     int asked = 0;
     {
@@ -622,7 +622,7 @@ TEST(InputTab, MovesTheFocusToAndFroAndSelectsTheWholeText) {
     expected.focused_field = path;
     expected.carets = "{0,7}";
     key(KEY_TAB);
-    EXPECT_TRUE(see(scope) == expected); // no search, and no file
+    EXPECT_TRUE(see(scope) == expected); // no search and no file
     expected.focused_field = query;
     expected.carets = "{0,6}";
     key(KEY_TAB);
@@ -706,7 +706,7 @@ TEST(InputTab, DoesNothingWithoutAFocus) {
     EXPECT_TRUE(ui_went_down(KEY_TAB));
 }
 
-TEST(InputTab, AnOpenDropDownIsTheOtherFieldsFromThenOn) {
+TEST(InputTab, AnOpenDropDownBecomesTheOtherFields) {
     FrameScope scope;
     set_field(query, "needle");
     scope.focus(path, {});
@@ -743,7 +743,7 @@ TEST(InputEscape, OpensTheProgramsFolderOnceForEachFreshPress) {
         Seen expected = see(scope);
         key(KEY_ESCAPE);
         expected.opened = 1;
-        EXPECT_TRUE(see(scope) == expected); // text, carets and focus as they were
+        EXPECT_TRUE(see(scope) == expected); // text, carets and focus unchanged
         for (uint8_t state : {KEY_REPEATED, KEY_REPEATED, KEY_RELEASED}) {
             key(KEY_ESCAPE, state);
             EXPECT_TRUE(see(scope) == expected);
@@ -764,7 +764,7 @@ TEST(InputEscape, ReachesTheEditorToo) {
     scope.focus(query, {{1, 9}});
     settle();
     key(KEY_ESCAPE);
-    EXPECT_EQ(carets(), "{1,2}"); // which the editor does first with any key
+    EXPECT_EQ(carets(), "{1,2}"); // as the editor does with any key
     EXPECT_EQ(text_of(*query), "ab");
     EXPECT_EQ(published(), 0);
     EXPECT_EQ(recorded_opened_paths.size(), 1u);
@@ -788,7 +788,7 @@ TEST(InputEscape, LeavesAnOpenDropDownOpen) {
     recorded_opened_paths.clear();
     scope.focus(path, {{0, 0}});
     input_field.dropdown_open = 1;
-    key(KEY_ESCAPE); // that is meant
+    key(KEY_ESCAPE); // intentional
     EXPECT_EQ(input_field.dropdown_open, 1);
     EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(recorded_opened_paths.size(), 1u);
@@ -804,7 +804,7 @@ TEST(InputEscape, ItsCharacterReplacesTheSelectionAfterItsKeyDidNot) {
     key(KEY_ESCAPE);
     EXPECT_EQ(text_of(*path), "C:/code");
     EXPECT_EQ(scope.file("saved_paths.txt"), "none");
-    type(27); // the system sends it with the key; that it is typed is meant
+    type(27); // sent with the key; intentionally typed
     EXPECT_EQ(text_of(*path), "\x1B");
     EXPECT_EQ(scope.file("saved_paths.txt"), "\x1B");
     EXPECT_EQ(published(), 1);
@@ -854,7 +854,7 @@ TEST(InputWheel, TheStepFollowsTheClientHeightOfTheEventsWindow) {
     struct Case {
         int32_t client_height, step;
     };
-    // A tenth of a row too little for 2 and for 8, and what is less than a row is one.
+    // Just below 8 and 2 rows, and at least one row.
     for (const Case &c : {Case{600, 8}, Case{599, 7}, Case{150, 2}, Case{149, 1}, Case{75, 1}, Case{74, 1},
                           Case{1, 1}, Case{0, 1}, Case{-1, 1}, Case{30000, 400}}) {
         search_state.results_scroll = 1000;
@@ -883,7 +883,7 @@ TEST(InputWheel, ScrollsInEveryState) {
                 Seen expected = see(scope);
                 wheel(-1);
                 expected.scroll = 108;
-                EXPECT_TRUE(see(scope) == expected); // and nothing else, above all no search
+                EXPECT_TRUE(see(scope) == expected); // and nothing else, in particular no search
                 wheel(1);
                 wheel(1);
                 EXPECT_EQ(search_state.results_scroll, 92);
@@ -895,12 +895,12 @@ TEST(InputWheel, ScrollsInEveryState) {
 TEST(InputWheel, ScrollsWithoutResultsAndBeyondTheLastOne) {
     FrameScope scope;
     for (int i = 0; i < 100; i++) {
-        wheel(-1); // that is meant
+        wheel(-1); // intentionally without an end
     }
     EXPECT_EQ(search_state.results_scroll, 800);
 }
 
-TEST(InputWheel, NeverPassesTheLastNumberARowCanHave) {
+TEST(InputWheel, NeverPassesTheLargestRowNumber) {
     FrameScope scope;
     search_state.results_scroll = INT32_MAX - 3;
     wheel(-1);
@@ -913,7 +913,7 @@ TEST(InputWheel, NeverPassesTheLastNumberARowCanHave) {
 
 // ---- The first event ----
 
-TEST(InputFirst, EachEventOfAKeyOrTheMouseMakesTheSlots) {
+TEST(InputFirst, EachKeyOrMouseEventMakesTheSlots) {
     FrameScope scope;
     void (*const events[])() = {[] {
                                     pointer(EVENT_MOUSE_MOVE, {3, 4});
@@ -977,7 +977,7 @@ TEST(InputKeys, CtrlIsKnownToTheEditorFromTheSameEvents) {
     EXPECT_EQ(carets(), "{0,3}");
 }
 
-TEST(InputFocus, ItsLossReleasesAllThatIsDown) {
+TEST(InputFocus, ItsLossReleasesEverythingThatIsDown) {
     FrameScope scope;
     key(KEY_ALT);
     key(KEY_CTRL);
@@ -992,7 +992,7 @@ TEST(InputFocus, ItsLossReleasesAllThatIsDown) {
     EXPECT_FALSE(ui_state.slots[KEY_SHIFT].state & INPUT_WENT_UP);
 }
 
-TEST(InputFocus, ItsGainReleasesNothingAndNeitherChangesATextOrTheFocusedField) {
+TEST(InputFocus, ItsGainReleasesNothingAndItsLossChangesNoText) {
     FrameScope scope;
     set_field(query, "abc");
     scope.focus(query, {{1, 2}});
@@ -1046,7 +1046,7 @@ TEST(InputMouse, EveryButtonHasASlotOfItsOwn) {
 TEST(InputMouse, MotionsButtonsAndTheWheelMoveThePointer) {
     FrameScope scope;
     EXPECT_EQ(pointer_position(), "0,0");
-    pointer(EVENT_MOUSE_ENTER, {10, 20}); // entering and leaving are intentionally not moves
+    pointer(EVENT_MOUSE_ENTER, {10, 20}); // intentionally not on entering or leaving
     EXPECT_EQ(pointer_position(), "0,0");
     pointer(EVENT_MOUSE_MOVE, {30, 40});
     EXPECT_EQ(pointer_position(), "30,40");
@@ -1061,7 +1061,7 @@ TEST(InputMouse, MotionsButtonsAndTheWheelMoveThePointer) {
     EXPECT_EQ(pointer_position(), "50,51");
 }
 
-// ---- What follows a press ----
+// ---- Events after a press ----
 
 TEST(InputAfterPress, WaitsForTheNextFrame) {
     FrameScope scope;
@@ -1081,7 +1081,7 @@ TEST(InputAfterPress, WaitsForTheNextFrame) {
     EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
 
     EXPECT_EQ(input_begin_frame(), 6u);
-    EXPECT_EQ(text_of(*query), "abcd"); // the character came before Tab
+    EXPECT_EQ(text_of(*query), "abcd"); // the character comes before Tab
     EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(pointer_position(), "7,8");
     EXPECT_FALSE(ui_is_down(MOUSE_LEFT));
@@ -1144,7 +1144,7 @@ TEST(InputAfterPress, IsHandledBeforeTheWindowIsGone) {
 TEST(InputAfterPress, MoreThanCanWaitIsHandledAtOnceInItsOrder) {
     FrameScope scope;
     scope.focus(query, {{0, 0}});
-    saved_folder = {}; // no file for each of them
+    saved_folder = {}; // so that no file is written
     button(MOUSE_LEFT, BUTTON_PRESSED);
     std::string typed;
     for (size_t i = 0; i < std::size(ui_state.waiting.events); i++) {
@@ -1171,7 +1171,7 @@ TEST(InputMouse, TheWheelsStepsAddUpWithinAFrame) {
     EXPECT_EQ(ui_state.wheel_steps, 0);
 }
 
-TEST(InputOther, EventsWithoutAMeaningChangeNothing) {
+TEST(InputOther, OtherEventsChangeNothing) {
     FrameScope scope;
     set_field(query, "abc");
     scope.focus(query, {{1, 2}});

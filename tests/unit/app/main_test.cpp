@@ -24,6 +24,11 @@ void (*at_last_turn)();
 int turns;
 bool has_worker;
 
+void center(PlatformWindow *window, const MonitorInfo *monitor) {
+    EXPECT_FALSE(headless_view(window)->is_visible); // it does not jump when it is shown
+    os_window_center(window, monitor);
+}
+
 void load(Str folder, Str command_line) {
     EXPECT_EQ(to_string(folder), to_string(os_exe_folder()));
     EXPECT_EQ(to_string(command_line), to_string(os_command_line()));
@@ -50,6 +55,7 @@ bool turn(PlatformWindow *window) {
 
 } // namespace
 
+#define os_window_center center
 #define startup_load load
 #define search_worker_start start_worker
 #define frame_turn turn
@@ -60,6 +66,7 @@ bool turn(PlatformWindow *window) {
 #undef frame_turn
 #undef search_worker_start
 #undef startup_load
+#undef os_window_center
 
 namespace {
 

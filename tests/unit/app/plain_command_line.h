@@ -1,4 +1,4 @@
-// The command line taken apart in the plainest way, to compare the program's taking apart with.
+// A plain parser of the command line, to compare the program's with.
 #pragma once
 
 #include <optional>
@@ -24,7 +24,7 @@ struct PlainCommandLine {
     }
 
 private:
-    // Where it stands, or the line's end.
+    // Its place, or the line's end.
     static size_t closing_quote(const std::string &line) {
         const size_t close = line.find('"', 1);
         return close == std::string::npos ? line.size() : close;

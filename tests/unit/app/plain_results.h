@@ -1,5 +1,4 @@
-// The rules of the results list once more, each hit's row worked out by itself, as the check on the real
-// ones.
+// A plain version of the results list, to check the real one with: each hit's row is worked out by itself.
 #pragma once
 
 #include <stdint.h>
@@ -36,7 +35,7 @@ inline void plain_line_row(Framebuffer *framebuffer, int32_t row_top, const std:
 
 // ---- Folders ----
 
-// The path as it is searched: without what stands around it, all slashes forward.
+// The searched path: trimmed, with forward slashes.
 inline std::string plain_clean(std::string path) {
     for (char &byte : path) {
         byte = std::string("\n\r\t\"").find(byte) != std::string::npos ? ' ' : byte == '\\' ? '/' : byte;
@@ -46,7 +45,7 @@ inline std::string plain_clean(std::string path) {
     return path;
 }
 
-// A folder as the list names it.
+// A folder as the list shows it.
 inline std::string plain_short_folder(const std::string &folder, const std::string &path) {
     size_t slash = plain_clean(path).rfind('/');
     return slash == std::string::npos ? folder : folder.substr(std::min(slash + 1, folder.size()));
@@ -80,25 +79,25 @@ struct PlainList {
     bool has_file(int64_t i) const {
         return results[static_cast<size_t>(i)].file < files.size();
     }
-    // Whether the first row is the name of a file that was opened further up.
+    // Whether the first row is the header of a file that begins further up.
     bool names_its_file_again() const {
         return first < count() && has_file(first) && !results[static_cast<size_t>(first)].opens_file;
     }
     int64_t count() const {
         return static_cast<int64_t>(results.size());
     }
-    // Which of the list's rows a result's own one is.
+    // The index of a result's own row in the list.
     int64_t row_of(int64_t i) const {
         return i - first + names_its_file_again();
     }
     int64_t top_of(int64_t row) const {
         return top + row * settings.line_height;
     }
-    // Whether there was room left when a result's turn came.
+    // Whether there was room left for a result.
     bool is_begun(int64_t i, int32_t height) const {
         return top_of(i == first ? 0 : row_of(i)) < height;
     }
-    // Which of the list's rows the mouse is on; there may be nothing.
+    // The index of the row under the mouse; there may be no such row.
     int64_t mouse_row() const {
         int64_t below = int64_t{mouse_y} - top;
         return below < 0 ? -1 : below / settings.line_height;

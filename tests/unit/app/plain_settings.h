@@ -1,4 +1,4 @@
-// The settings file read in the plainest way, to compare the program's reading with. Fonts are only named.
+// A plain reader of the settings file, to compare the program's with. It only names fonts.
 #pragma once
 
 #include <stdint.h>

@@ -25,7 +25,7 @@ constexpr uint32_t ground = 0xFF1A1A1A, unpainted = 0xFF123456;
 constexpr Point nowhere = {-1000, -1000};
 constexpr int32_t list_top = 50; // of a frame with lines of 15 pixels
 
-// Two files with hits, found from C:/code/proj, and nothing run yet.
+// Two files with hits below C:/code/proj, and no commands run yet.
 struct ListScope : FrameScope {
     ListScope() {
         recorded_commands.clear();
@@ -65,8 +65,8 @@ testing::AssertionResult same_pixels(const Framebuffer &a, const Framebuffer &b)
     return testing::AssertionSuccess();
 }
 
-// Rows as a test tells them: "main.c  src" is a file's, ":12 needle" a line's, "*:12 needle" the same under
-// the mouse, and an empty one shows nothing.
+// Draws rows given as text: "main.c  src" for a file, ":12 needle" for a hit, "*:12 needle" for a hit under
+// the mouse, "" for an empty row.
 void draw_rows(Framebuffer *framebuffer, int32_t top, const std::vector<std::string> &rows) {
     for (const std::string &row : rows) {
         bool is_hovered = row[0] == '*';
@@ -82,7 +82,7 @@ void draw_rows(Framebuffer *framebuffer, int32_t top, const std::vector<std::str
     }
 }
 
-// Expects the list from that hit on, drawn at the top of a window of that height, to be these rows.
+// Expects the list from that hit on to show these rows, at the top of a window of that height.
 void expect_rows(int32_t first, const std::vector<std::string> &rows, int32_t height = 150,
                  Point mouse = nowhere) {
     Canvas drawn(300, height, ground), plain(300, height, ground);
@@ -95,7 +95,7 @@ void expect_rows(int32_t first, const std::vector<std::string> &rows, int32_t he
 
 enum Buttons { NONE, LEFT, RIGHT, BOTH };
 
-// Begins a frame in which these went down.
+// Begins a frame in which these buttons go down.
 void press(Buttons buttons) {
     for (uint16_t button : {MOUSE_LEFT, MOUSE_RIGHT}) {
         if (ui_is_down(button)) {
@@ -111,7 +111,7 @@ void press(Buttons buttons) {
     }
 }
 
-// What has been run since the last time, with '|' behind each command.
+// The commands run since the last call, with '|' after each.
 std::string commands() {
     std::string texts;
     for (const RecordedCommand &command : recorded_commands) {
@@ -123,7 +123,7 @@ std::string commands() {
     return texts;
 }
 
-// What a click there runs, in a list from that hit on at the top of a window of 150 pixels.
+// The commands that a click there runs, in a list from that hit on at the top of a window 150 pixels high.
 std::string click(Point mouse, Buttons buttons = LEFT, int32_t first = 0) {
     press(buttons);
     Canvas canvas(300, 150, ground);
@@ -137,7 +137,7 @@ void forget_row_text() {
     row_text = {};
 }
 
-// Puts the model's rows into the store; texts that are empty have no memory half the time.
+// Puts the model's rows into the store; half of the empty texts have a null pointer.
 void put(const PlainList &list, std::mt19937 *random) {
     const auto over = [&](const std::string &text) {
         return text.empty() && (*random)() % 2 == 0 ? Str{} : str_over(text);
@@ -170,9 +170,9 @@ TEST(ResultsList, AFileIsNamedAboveItsLines) {
                     "b.h  proj", ":1 needle"});
 }
 
-TEST(ResultsList, TextsStandInTheirColoursAtTheirPlaces) {
+TEST(ResultsList, TextsHaveTheirColoursAndPlaces) {
     ListScope scope;
-    scope.use_sizes(15, 21, 17); // half of 15 is 7
+    scope.use_sizes(15, 21, 17); // 15 / 2 is 7
     Canvas drawn(300, 100, ground), plain(300, 100, ground);
     Layout layout = layout_at(31, nowhere);
     draw_list(&drawn, 3, &layout);
@@ -240,7 +240,7 @@ TEST(ResultsList, AListBelowTheWindowHasNoRows) {
 TEST(ResultsList, TheFirstHitsLineIsBegunBelowANameInTheLastRow) {
     ListScope scope;
     Canvas canvas(300, 100, ground);
-    Layout layout = layout_at(90, {10, 110}); // the name stands at 90, the line at 105
+    Layout layout = layout_at(90, {10, 110}); // the header is at 90, the hit at 105
     press(LEFT);
     draw_list(&canvas, 2, &layout);
     EXPECT_EQ(layout.y, 120); // and nothing after it
@@ -261,7 +261,7 @@ TEST(ResultsList, LineZeroHasItsPrefix) {
     expect_rows(6, {"b.h  proj", ":0 needle"});
 }
 
-TEST(ResultsList, LineNumbersFromTwoToThe31OnAreNegativeAndThatIsMeant) {
+TEST(ResultsList, LineNumbersFromTwoToThe31OnAreNegative) {
     ListScope scope;
     scope.put_hit(2147483647, "last");
     scope.put_hit(2147483648, "first");
@@ -270,7 +270,7 @@ TEST(ResultsList, LineNumbersFromTwoToThe31OnAreNegativeAndThatIsMeant) {
     EXPECT_EQ(click({50, 35}, LEFT, 6), "L C:/code/proj/b.h:-2147483648:1|");
 }
 
-TEST(ResultsList, TextsWithoutMemoryLeaveTheirPlacesEmpty) {
+TEST(ResultsList, TextsWithoutMemoryAreEmpty) {
     ListScope scope;
     FileEntry file = {};
     dynarray_push(&results_store.file_table, sizeof(file), &file);
@@ -284,7 +284,7 @@ TEST(ResultsList, TextsWithoutMemoryLeaveTheirPlacesEmpty) {
     EXPECT_EQ(click({50, 20}, LEFT, 6), "L /:7:0|");
 }
 
-TEST(ResultsList, AHitOfAFileThatIsNotThereTakesARowAndShowsNothing) {
+TEST(ResultsList, AHitOfAMissingFileIsAnEmptyRow) {
     ListScope scope;
     ResultRecord *hits = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
     hits[2].file_index = 2;
@@ -296,7 +296,7 @@ TEST(ResultsList, AHitOfAFileThatIsNotThereTakesARowAndShowsNothing) {
     EXPECT_EQ(click({50, 50}), "L C:/code/proj/src/main.c:200:8|");
 }
 
-TEST(ResultsList, AFirstHitOfAFileThatIsNotThereNamesNone) {
+TEST(ResultsList, AFirstHitOfAMissingFileHasNoHeader) {
     ListScope scope;
     ResultRecord *hits = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
     hits[1].file_index = 2;
@@ -319,7 +319,7 @@ TEST(ResultsList, WithoutHitsThereAreNoRows) {
     EXPECT_EQ(click({50, 20}), "");
 }
 
-TEST(ResultsList, PastTheLastHitItIsEmpty) {
+TEST(ResultsList, IsEmptyPastTheLastHit) {
     ListScope scope;
     expect_rows(5, {"b.h  proj", ":1 needle"});
     for (int32_t first : {6, 7, 1 << 8, 1 << 16, 1 << 20, 1 << 24, 1 << 30, INT32_MAX}) {
@@ -388,7 +388,7 @@ TEST(ResultsList, AFolderThatIsShorterThanWhatIsLeftOutIsEmpty) {
         {"C:/code/proj/s", "main.c  src", "b.h  "},
         {"C:/code/proj/src/a", "main.c  ", "b.h  "},
         {"C:/code/proj/src/deeper/and/deeper", "main.c  ", "b.h  "},
-        {"C:/code/pro/x", "main.c  /src", "b.h  "}, // counted, not compared
+        {"C:/code/pro/x", "main.c  /src", "b.h  "}, // bytes are counted, not compared
         {"D:/a/b", "main.c  de/proj/src", "b.h  de/proj"},
     };
     for (const auto &edited : rows) {
@@ -449,7 +449,7 @@ TEST(ResultsHiddenFolder, TheFieldsTextStaysAsItIsTyped) {
     EXPECT_EQ(text_of(*path), " C:\\code\\proj\\ ");
 }
 
-TEST(ResultsHiddenFolder, IsNothingForAPathThatTheScratchArenaDoesNotHold) {
+TEST(ResultsHiddenFolder, IsNothingForAPathThatDoesNotFitTheScratchArena) {
     ListScope scope;
     scratch_empty();
     uint64_t used = scratch->used;
@@ -501,7 +501,7 @@ TEST(ResultsMouse, OnASuggestionNothingIsRun) {
     scope.put_folders({"one"}, {"two"});
     search_state.results_scroll = 1;
     Canvas canvas(300, 200, unpainted);
-    for (int32_t y : {list_top, list_top + 15, list_top + 30}) { // the third row is a file's
+    for (int32_t y : {list_top, list_top + 15, list_top + 30}) { // the third row is a header
         press(LEFT);
         frame_draw(&canvas.framebuffer, {40, y + 5});
         EXPECT_EQ(commands(), "");
@@ -535,7 +535,7 @@ TEST(ResultsMouse, TheMiddleButtonRunsNothing) {
 TEST(ResultsMouse, TheLeftButtonWinsWhenBothWentDown) {
     ListScope scope;
     EXPECT_EQ(click({50, 20}, BOTH), "L C:/code/proj/src/main.c:3:5|");
-    settings.left_click_cmd = str_from(""); // then nothing, and not the right one
+    settings.left_click_cmd = str_from(""); // then nothing, not the right one
     EXPECT_EQ(click({50, 20}, BOTH), "");
 }
 
@@ -559,7 +559,7 @@ TEST(ResultsMouse, AHeldButtonRunsNothing) {
     EXPECT_EQ(commands(), "");
 }
 
-TEST(ResultsMouse, AClickThatWentElsewhereRunsNothing) {
+TEST(ResultsMouse, AConsumedClickRunsNothing) {
     ListScope scope;
     for (Buttons buttons : {LEFT, RIGHT, BOTH}) {
         press(buttons);
@@ -568,7 +568,7 @@ TEST(ResultsMouse, AClickThatWentElsewhereRunsNothing) {
         layout.click_consumed = 1;
         draw_list(&canvas, 4, &layout);
         EXPECT_EQ(commands(), "");
-        draw_rows(&plain.framebuffer, 0, {"b.h  proj", "*:1 needle"}); // the highlight stays
+        draw_rows(&plain.framebuffer, 0, {"b.h  proj", "*:1 needle"}); // still highlighted
         EXPECT_TRUE(same_pixels(canvas.framebuffer, plain.framebuffer));
     }
 }
@@ -605,14 +605,14 @@ TEST(ResultsMouse, AClickBesideTheWindowOrOnTheScrollBarIsTheRows) {
     }
 }
 
-TEST(ResultsMouse, ARowThatANewSearchWritesOverSinceItWasReadRunsWhatIsShown) {
+TEST(ResultsMouse, ARowThatANewSearchOverwritesRunsWhatIsShown) {
     ListScope scope;
     std::string folder = "C:/code/proj/src", name = "main.c";
     FileEntry *file = reinterpret_cast<FileEntry *>(results_store.file_table.data);
     *file = {str_over(folder), str_over(name)};
     forget_row_text();
     {
-        HeapHookScope hook([&](uint64_t size) { // the row's prefix is made between its reading and its click
+        HeapHookScope hook([&](uint64_t size) { // the row's prefix is made after the row is read
             if (size == 1025) {
                 search_state.requests_taken = search_state.requests_taken + 1;
                 folder.assign(folder.size(), 'x');
@@ -625,9 +625,9 @@ TEST(ResultsMouse, ARowThatANewSearchWritesOverSinceItWasReadRunsWhatIsShown) {
     EXPECT_EQ(name, "xxxxxx");
 }
 
-TEST(ResultsMouse, ARowWhoseTextsTheScratchArenaDoesNotHoldRunsNothing) {
+TEST(ResultsMouse, ARowWhoseTextsDoNotFitTheScratchArenaRunsNothing) {
     ListScope scope;
-    settings.show_full_paths = 1; // so that nothing else takes room
+    settings.show_full_paths = 1; // so that nothing else is joined there
     uint64_t folder_size = strlen("C:/code/proj/src") + 1, name_size = strlen("main.c") + 1;
     for (uint64_t room :
          {folder_size + name_size, folder_size + name_size - 1, folder_size, folder_size - 1}) {
@@ -649,11 +649,11 @@ TEST(ResultsMouse, TheCommandIsTheTemplateWithTheHitsParts) {
         str_from("{tarn_row} {tarn_column} {tarn_byte} {tarn_file_name} {tarn_file_folder} "
                  "{tarn_file_folder_bs} {tarn_no}");
     EXPECT_EQ(click({50, 50}), "200 8 2000 main.c C:/code/proj/src C:\\code\\proj\\src {tarn_no}|");
-    settings.show_full_paths = 1; // changes what is shown, not what is run
+    settings.show_full_paths = 1; // changes only what is shown
     EXPECT_EQ(click({50, 50}), "200 8 2000 main.c C:/code/proj/src C:\\code\\proj\\src {tarn_no}|");
 }
 
-TEST(ResultsMouse, TheTemplatesDefaultsOpenAndShowTheFile) {
+TEST(ResultsMouse, TheDefaultTemplatesOpenAndShowTheFile) {
     FrameScope scope;
     recorded_commands.clear();
     scope.put_file("C:/data/src", "a.c");
@@ -663,7 +663,7 @@ TEST(ResultsMouse, TheTemplatesDefaultsOpenAndShowTheFile) {
     EXPECT_EQ(click({50, 20}, RIGHT), "explorer /select,\"C:\\data\\src\\a.c\"|");
 }
 
-TEST(ResultsMouse, TheTemplateStaysAsItIsAndNeedsNoZeroBehindIt) {
+TEST(ResultsMouse, TheTemplateIsNotChangedAndNeedsNoZeroAfterIt) {
     ListScope scope;
     std::string bytes = "edit {tarn_row} and more";
     settings.left_click_cmd = {15, bytes.data()};
@@ -687,7 +687,7 @@ TEST(ResultsMouse, ATemplateLongerThanTheRowTextIsRunWhole) {
     std::string text(5000, 'x');
     settings.left_click_cmd = str_over(text);
     EXPECT_EQ(click({50, 20}), text + "|");
-    expect_rows(4, {"b.h  proj", ":1 needle"}); // and the rows' texts are as before
+    expect_rows(4, {"b.h  proj", ":1 needle"}); // the rows' texts are unchanged
 }
 
 // ---- Without memory ----
@@ -708,7 +708,7 @@ TEST(ResultsMemory, WithoutARowTextLinesHaveNoPrefixAndClicksRunNothing) {
         EXPECT_EQ(row_text.data, nullptr);
     }
     expect_rows(4, {"b.h  proj", "*:1 needle"}, 150, {50, 20});
-    EXPECT_EQ(commands(), "L C:/code/proj/b.h:1:1|"); // the button is down in this frame still
+    EXPECT_EQ(commands(), "L C:/code/proj/b.h:1:1|"); // the button is still down in this frame
 }
 
 TEST(ResultsMemory, ATemplateWithoutRoomRunsNothingAndTheRowsStay) {
@@ -716,7 +716,7 @@ TEST(ResultsMemory, ATemplateWithoutRoomRunsNothingAndTheRowsStay) {
     forget_row_text();
     std::string text(1025, 'x');
     settings.left_click_cmd = str_over(text);
-    expect_rows(4, {"b.h  proj", ":1 needle"}); // makes the row text
+    expect_rows(4, {"b.h  proj", ":1 needle"}); // allocates the row text
     {
         HeapHookScope hook([](uint64_t) { return false; });
         EXPECT_EQ(click({50, 20}, LEFT, 4), "");
@@ -734,7 +734,7 @@ namespace {
 
 constexpr uint64_t million = 1000000;
 
-// A file of nine hits, then another, as row i of as many as wanted.
+// Row i of a list that alternates between two files, each time with nine hits.
 ResultRecord repeated_row(uint64_t i) {
     static const std::string texts[] = {"one", "two needles", "needle three", "", "five"};
     ResultRecord row = {};
@@ -768,7 +768,7 @@ TEST(ResultsMany, AMillionLookLikeAHundredFromTheSamePlace) {
         draw_list(&last, static_cast<int32_t>(million - 100) + offset, &last_layout);
         EXPECT_TRUE(same_pixels(few.framebuffer, last.framebuffer)) << offset;
         EXPECT_EQ(few_layout.y, last_layout.y);
-        if (offset <= 55) { // further down the hundred end
+        if (offset <= 55) { // the hundred end further down
             Layout many_layout = layout_at(0, {50, 20});
             draw_list(&many, 500000 + offset, &many_layout);
             EXPECT_TRUE(same_pixels(few.framebuffer, many.framebuffer)) << offset;
@@ -777,8 +777,8 @@ TEST(ResultsMany, AMillionLookLikeAHundredFromTheSamePlace) {
     }
 }
 
-// Of a table that claims a million rows only those in the window exist: to touch another one is to leave the
-// memory that there is.
+// Of the table's million rows only those in the window exist; reading another one is reading outside its
+// memory.
 TEST(ResultsMany, OnlyRowsInTheWindowAreRead) {
     ListScope scope;
     DynArray &table = results_store.hit_table;
@@ -787,7 +787,7 @@ TEST(ResultsMany, OnlyRowsInTheWindowAreRead) {
         draw_list(canvas, first, &layout);
     };
     for (int32_t first : {0, 500003, 999990}) {
-        uint64_t visible = first % 10 == 0 ? 10 : 9; // the name again takes a row of the ten
+        uint64_t visible = first % 10 == 0 ? 10 : 9; // one of the ten rows is the header
         std::vector<ResultRecord> rows(visible);
         for (uint64_t i = 0; i < visible; i++) {
             rows[i] = repeated_row(static_cast<uint64_t>(first) + i);
@@ -804,7 +804,7 @@ TEST(ResultsMany, OnlyRowsInTheWindowAreRead) {
     }
 }
 
-// A settings file may ask for lines as high as numbers go: then no row is in the window, and none is touched.
+// A settings file may set any line height: then no row is in the window, and none may be read.
 TEST(ResultsMany, LinesHigherThanEveryWindowShowNone) {
     ListScope scope;
     put_repeated(million);
@@ -814,7 +814,7 @@ TEST(ResultsMany, LinesHigherThanEveryWindowShowNone) {
         for (int32_t text_y_offset : {INT32_MIN, 0, INT32_MAX}) {
             scope.use_sizes(14, line_height, text_y_offset);
             Canvas canvas(300, 150, ground);
-            table.data = reinterpret_cast<char *>(64); // nobody's memory
+            table.data = reinterpret_cast<char *>(64); // not mapped
             frame_draw(&canvas.framebuffer, {50, 20});
             table.data = data;
             EXPECT_EQ(recorded_commands.size(), 0u);
@@ -826,7 +826,7 @@ TEST(ResultsMany, LinesHigherThanEveryWindowShowNone) {
 
 namespace {
 
-// States of a list at random, and the same for the program.
+// Makes random lists, and sets the program's state to them.
 struct RandomLists {
     std::mt19937 random{20261121};
 
@@ -889,7 +889,7 @@ struct RandomLists {
     }
 };
 
-// What the click of a frame runs, as commands() tells it.
+// The commands that a frame's click has to run, as commands() returns them.
 std::string plain_click(const PlainList &list, int32_t height, bool left, bool right) {
     std::optional<PlainResult> hit = plain_hovered(list, height);
     if (!hit || (!left && !right)) {
@@ -916,7 +916,7 @@ TEST(ResultsModel, TheListIsThePlainOneAndClicksRunItsCommands) {
         list.mouse_y = states.one_in(4) ? states.from(-300, 500) : states.from(0, size.height + 20);
         Buttons buttons = static_cast<Buttons>(states.below(4));
         press(buttons);
-        if (states.one_in(6)) { // a button that stays down is not one that went down
+        if (states.one_in(6)) { // a held button has not gone down in this frame
             ui_begin_frame();
             buttons = NONE;
         }
@@ -936,7 +936,7 @@ TEST(ResultsModel, TheListIsThePlainOneAndClicksRunItsCommands) {
         run += !expected.empty();
         hovered += plain_hovered(list, size.height).has_value();
     }
-    EXPECT_GT(hovered, 500u); // the states are worth it
+    EXPECT_GT(hovered, 500u); // there are enough such states
     EXPECT_GT(run, 150u);
 }
 
@@ -967,11 +967,11 @@ TEST(ResultsModel, TheFrameShowsThePlainListBelowItsSuggestions) {
         scratch_empty();
         frame_draw(&drawn.framebuffer, mouse);
         press(NONE);
-        results_store.file_table.count = 0; // so that nothing but the scroll bar is seen of the hits
+        results_store.file_table.count = 0; // so that the hits show only in the scroll bar
         frame_draw(&with_bar.framebuffer, mouse);
         results_store.hit_table.count = 0;
         frame_draw(&plain.framebuffer, mouse);
-        std::vector<int32_t> bar; // stands over the list
+        std::vector<int32_t> bar; // pixels, drawn over the list
         for (int32_t at = 0; at < size.width * size.height; at++) {
             if (with_bar.framebuffer.pixels[at] != plain.framebuffer.pixels[at]) {
                 bar.push_back(at);
@@ -1054,7 +1054,7 @@ TEST(ResultsScroll, GoesPastTheLastHitAndComesBack) {
     }
 }
 
-TEST(ResultsScroll, StaysANumberOfARow) {
+TEST(ResultsScroll, StaysAtMostTheLargestRowNumber) {
     FrameScope scope;
     for (int32_t scroll : {INT32_MAX, INT32_MAX - 1, INT32_MAX - 8}) {
         search_state.results_scroll = scroll;
@@ -1072,7 +1072,7 @@ TEST(ResultsScroll, StaysANumberOfARow) {
 
 namespace {
 
-// A frame over a list of two files with many hits, compared with the one that is kept.
+// Compares frames of a list of several files with the kept pictures.
 struct PictureScope : FrameScope {
     PictureScope() {
         recorded_commands.clear();

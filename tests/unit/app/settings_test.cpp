@@ -29,21 +29,20 @@ std::string dump(const AnySettings &s, const std::string &l, const std::string &
            " left=" + l + " right=" + r;
 }
 
-// The settings after the bytes of a file, the fallbacks applied. They point into the bytes.
+// The settings after a file with these bytes and the fallbacks. They point into the bytes.
 class Applied {
 public:
     explicit Applied(std::string file) : bytes(std::move(file)), first_settings(settings) {
-        // Without the zero behind a std::string's end, so that a read past the end shows under
-        // AddressSanitizer.
+        // Without std::string's zero after the end, so that AddressSanitizer sees a read past the end.
         block.assign(bytes.begin(), bytes.end());
         settings_apply({block.size(), block.data()}, {});
         before_fallbacks = settings;
-        font.sizes.capacity = 1; // fonts have tests of their own
+        font.sizes.capacity = 1; // no font: there are other tests for fonts
         settings_apply_fallbacks({});
         font.sizes.capacity = 0;
     }
     ~Applied() {
-        EXPECT_EQ(std::string(block.begin(), block.end()), bytes); // only read
+        EXPECT_EQ(std::string(block.begin(), block.end()), bytes); // not changed
         settings = first_settings;
     }
     Applied(const Applied &) = delete;
@@ -71,7 +70,7 @@ int32_t font_size_read(const std::string &value) {
     return Applied("font_size " + value).before_fallbacks.font_size;
 }
 
-// What a factor makes of a font size.
+// The pixels for a factor and a font size.
 int32_t pixels(const std::string &factor, int32_t font_size) {
     return Applied("font_size " + std::to_string(font_size) + "\ntext_y_offset " + factor)
         .before_fallbacks.text_y_offset;
@@ -99,7 +98,7 @@ const std::string defaults =
 
 // ---- Lines ----
 
-TEST(SettingsLines, WithoutAnyKeyTheDefaultsHold) {
+TEST(SettingsLines, WithoutAnyKeyTheDefaultsApply) {
     EXPECT_EQ(default_left.size(), 111u);
     EXPECT_EQ(default_right.size(), 57u);
     for (const char *file :
@@ -119,7 +118,7 @@ TEST(SettingsLines, EveryKeyIsRead) {
 TEST(SettingsLines, ACommentIsALineWhoseFirstCharacterIsAHash) {
     EXPECT_EQ(left_after("# left_click_cmd notepad"), default_left);
     EXPECT_EQ(left_after(" \t# left_click_cmd notepad\n"), default_left);
-    // It has no value, which would be the next line.
+    // A comment does not take the next line as its value.
     EXPECT_EQ(left_after("#\nleft_click_cmd a"), "a");
     EXPECT_EQ(left_after("#word\nleft_click_cmd a"), "a");
     EXPECT_EQ(left_after("\n \t#\nleft_click_cmd a"), "a");
@@ -134,7 +133,7 @@ TEST(SettingsLines, AKeyIsComparedWithItsCase) {
     EXPECT_EQ(sizes_after("FONT_SIZE 20\nfont_size: 20\nfont_siz 20\nfont_size2 20"), "14/15/12");
 }
 
-TEST(SettingsLines, TheLaterOfTwoEqualKeysHolds) {
+TEST(SettingsLines, TheLaterOfTwoEqualKeysApplies) {
     EXPECT_EQ(sizes_after("font_size 20\nfont_size 30"), "30/30/0");
     EXPECT_EQ(left_after("left_click_cmd a\nleft_click_cmd b"), "b");
 }
@@ -144,7 +143,7 @@ TEST(SettingsLines, ThereIsNoEqualsSign) {
     EXPECT_EQ(left_after("left_click_cmd=a"), default_left);
 }
 
-TEST(SettingsLines, AKeyWithoutAValueTakesTheNextLineAndThatIsMeant) {
+TEST(SettingsLines, AKeyWithoutAValueTakesTheNextLine) {
     EXPECT_EQ(left_after("left_click_cmd\nnotepad"), "notepad");
     EXPECT_EQ(left_after("left_click_cmd \r\n\r\n \t notepad\r\n"), "notepad");
     EXPECT_EQ(left_after("left_click_cmd\n# comment\nleft_click_cmd_ x"), "# comment");
@@ -172,7 +171,7 @@ TEST(SettingsLines, ValuesLoseTheWhiteSpaceAtTheirEndsOnly) {
 TEST(SettingsLines, LineEndsOfEveryKind) {
     EXPECT_EQ(sizes_after("font_size 20\r\nline_height 2\r\n"), "20/40/0");
     EXPECT_EQ(sizes_after("font_size 20\nline_height 2"), "20/40/0");
-    // A lone carriage return ends no line: all of it is the value of the first key.
+    // A lone carriage return does not end a line: all of it is the first key's value.
     EXPECT_EQ(sizes_after("font_size 20\rline_height 2"), "202/202/0");
     EXPECT_EQ(left_after("left_click_cmd a\rb\r"), "a\rb");
 }
@@ -218,7 +217,7 @@ TEST(SettingsLines, TenMegabytesOfGarbageAreReadAndIgnored) {
 
 // ---- Integers ----
 
-TEST(SettingsInteger, EveryDigitCountsWhereverItStands) {
+TEST(SettingsInteger, EveryDigitCountsAndOtherCharactersDoNot) {
     EXPECT_EQ(font_size_read("20"), 20);
     EXPECT_EQ(font_size_read("1x6"), 16);
     EXPECT_EQ(font_size_read("x1 y6 z"), 16);
@@ -237,7 +236,7 @@ TEST(SettingsInteger, ThirtyTwoBitsWrap) {
     EXPECT_EQ(sizes_after("font_size 4294967316"), "20/20/0");
 }
 
-TEST(SettingsInteger, ANegativeOneReadsTwoCharactersMoreAndThatIsMeant) {
+TEST(SettingsInteger, ANegativeOneReadsTwoMoreCharacters) {
     EXPECT_EQ(font_size_read("-3"), -3);
     EXPECT_EQ(font_size_read("-3\r\n45 x"), -3);
     EXPECT_EQ(font_size_read("-3\n45 x"), -34);
@@ -245,15 +244,15 @@ TEST(SettingsInteger, ANegativeOneReadsTwoCharactersMoreAndThatIsMeant) {
     EXPECT_EQ(font_size_read("-3\n\n4 x"), -3);
     EXPECT_EQ(font_size_read("-\n45 x"), -4);
     EXPECT_EQ(font_size_read("3\n45 x"), 3);
-    // The file ends before them.
+    // Where the file ends first.
     EXPECT_EQ(font_size_read("-3\n"), -3);
     EXPECT_EQ(font_size_read("-"), 0);
     EXPECT_EQ(font_size_read("-\n"), 0);
 }
 
 TEST(SettingsInteger, ANegativeOneAtTheEndOfAFileWhoseBlockEndsThereIsReadWithinIt) {
-    // A block has no spare bytes when the file and its zero fill 64: the last value ends one byte before its
-    // end.
+    // When the file and its zero fill a multiple of 64 bytes, the block has no spare bytes after the last
+    // value.
     AppScope app;
     TestTree tree;
     for (size_t size : {63u, 127u, 62u, 64u}) {
@@ -278,11 +277,11 @@ TEST(SettingsDecimal, IsAFactorOfTheFontSize) {
     EXPECT_EQ(pixels("", 20), 0);
     EXPECT_EQ(pixels("-", 20), 0);
     EXPECT_EQ(pixels("-0.5", 20), -10);
-    EXPECT_EQ(pixels("-0.53", 10), -5); // cut towards zero
+    EXPECT_EQ(pixels("-0.53", 10), -5); // truncated
     EXPECT_EQ(pixels("0.59", 10), 5);
 }
 
-TEST(SettingsDecimal, WhatIsNoDigitCountsAsAZero) {
+TEST(SettingsDecimal, AnyOtherCharacterCountsAsAZero) {
     EXPECT_EQ(pixels("1x.5", 10), 105);
     EXPECT_EQ(pixels("1,2", 10), 1020);
     EXPECT_EQ(pixels("1.2.5", 100), 120); // the second '.' is one more digit, a 0
@@ -294,8 +293,8 @@ TEST(SettingsDecimal, WhatIsNoDigitCountsAsAZero) {
 }
 
 TEST(SettingsDecimal, IsMultipliedInDoublePrecision) {
-    EXPECT_EQ(pixels("0.7", 10), 7);   // single precision would give 6
-    EXPECT_EQ(pixels("0.56", 25), 13); // and 14
+    EXPECT_EQ(pixels("0.7", 10), 7);   // 6 in single precision
+    EXPECT_EQ(pixels("0.56", 25), 13); // 14 in single precision
 }
 
 TEST(SettingsDecimal, GathersTheFractionInSinglePrecision) {
@@ -303,7 +302,7 @@ TEST(SettingsDecimal, GathersTheFractionInSinglePrecision) {
     EXPECT_EQ(pixels("0.99999999", 10), 10);
 }
 
-TEST(SettingsDecimal, WhatDoesNotFitCountsAsTheLowestInteger) {
+TEST(SettingsDecimal, ATooLargeOneIsTheLowestInteger) {
     EXPECT_EQ(pixels("2147483647", 1), 2147483647);
     EXPECT_EQ(pixels("2147483648", 1), INT32_MIN);
     EXPECT_EQ(pixels("-2147483648.5", 1), INT32_MIN);
@@ -348,10 +347,10 @@ TEST(SettingsByteCount, IsASumOfNumbersWithUnits) {
     EXPECT_EQ(max_file_size_after("0"), 0);
 }
 
-TEST(SettingsByteCount, AnyCharacterBehindANumberIsEatenAsItsUnitAndThatIsMeant) {
+TEST(SettingsByteCount, AnyCharacterAfterANumberIsItsUnit) {
     EXPECT_EQ(max_file_size_after("10-2"), 12);
     EXPECT_EQ(max_file_size_after("5 3"), 5);
-    EXPECT_EQ(max_file_size_after("5 34"), 9); // the 3 is the unit, the 4 a number
+    EXPECT_EQ(max_file_size_after("5 34"), 9); // 3 is the unit, 4 a number
     EXPECT_EQ(max_file_size_after("10 - 2"), 12);
     EXPECT_EQ(max_file_size_after("5x7"), 12);
     EXPECT_EQ(max_file_size_after("5B7"), 12);
@@ -361,7 +360,7 @@ TEST(SettingsByteCount, AnyCharacterBehindANumberIsEatenAsItsUnitAndThatIsMeant)
     EXPECT_EQ(max_file_size_after("5\r-3"), 8);
 }
 
-TEST(SettingsByteCount, EndsWithWhatIsNoNumber) {
+TEST(SettingsByteCount, EndsBeforeAnythingButANumber) {
     EXPECT_EQ(max_file_size_after("-1"), 0);
     EXPECT_EQ(max_file_size_after("abc"), 0);
     EXPECT_EQ(max_file_size_after(""), 0);
@@ -388,7 +387,7 @@ TEST(SettingsByteCount, AnAbsentKeyMeansTenMillion) {
 
 // ---- Fallbacks ----
 
-TEST(SettingsFallbacks, AFontSizeBelowOneTakesAllThreeSizesBack) {
+TEST(SettingsFallbacks, AFontSizeBelowOneResetsAllThreeSizes) {
     EXPECT_EQ(sizes_after("font_size 0"), "14/15/12");
     EXPECT_EQ(sizes_after("font_size -3"), "14/15/12");
     EXPECT_EQ(sizes_after("font_size 20\nline_height 2\ntext_y_offset 1\nfont_size 0"), "14/15/12");
@@ -403,7 +402,7 @@ TEST(SettingsFallbacks, ALineHeightBelowOneBecomesTheFontSize) {
     EXPECT_EQ(sizes_after("font_size 1"), "1/1/0");
 }
 
-TEST(SettingsFallbacks, AFactorAboveTheFontSizeInTheFileCountsForNothing) {
+TEST(SettingsFallbacks, AFactorAboveTheFontSizeInTheFileIsZero) {
     EXPECT_EQ(sizes_after("line_height 1.2\nfont_size 20"), "20/20/0");
     EXPECT_EQ(sizes_after("text_y_offset 1\nfont_size 20"), "20/20/0");
 }
@@ -531,7 +530,7 @@ public:
         default_size = bytes.size();
     }
 
-    // Which of the fonts is loaded after the file has been applied; "none" for none of them.
+    // The font that is loaded after the file has been applied; "none" without one.
     std::string loaded_after(const std::string &settings_file) {
         AppScope app;
         LeakScope replaced_fonts_stay;
@@ -564,7 +563,7 @@ TEST(SettingsFont, WithoutAKeyTheDefaultFontIsLoaded) {
     EXPECT_EQ(fonts.loaded_after(""), "source_code_pro.otf");
 }
 
-TEST(SettingsFont, ARelativeNameIsTakenFromTheFolderOfTheProgram) {
+TEST(SettingsFont, ARelativeNameIsInTheProgramsFolder) {
     FontFolder fonts;
     EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf"), "fonts/x.ttf");
     EXPECT_EQ(fonts.loaded_after("font_file \"fonts/x.ttf\""), "fonts/x.ttf");
@@ -581,7 +580,7 @@ TEST(SettingsFont, AnAbsoluteNameIsUsedAsItIs) {
 #ifndef _WIN32
     fonts.tree.file("\\b.otf", bytes_of(fonts.tree.native("fonts/x.ttf")));
     EXPECT_EQ(fonts.loaded_after("font_file \\b.otf"), "source_code_pro.otf");
-    // A name with a ':' in it is absolute wherever the ':' stands.
+    // A ':' anywhere in a name makes it absolute.
     for (const char *name : {"a:b.otf", ":b.otf", "abc.otf:"}) {
         fonts.tree.file(name, bytes_of(fonts.tree.native("fonts/x.ttf")));
         EXPECT_EQ(fonts.loaded_after("font_file " + std::string(name)), "source_code_pro.otf");
@@ -596,7 +595,7 @@ TEST(SettingsFont, OnlyAPairOfQuotesIsRemoved) {
     EXPECT_EQ(fonts.loaded_after("font_file \""), "source_code_pro.otf");
     EXPECT_EQ(fonts.loaded_after("font_file \"\"fonts/x.ttf\"\""), "source_code_pro.otf");
 #ifndef _WIN32
-    // One alone is a name, two are an empty one.
+    // A single quote mark is a name; two are an empty name.
     fonts.tree.file("\"", bytes_of(fonts.tree.native("fonts/x.ttf")));
     fonts.tree.file("\"\"", bytes_of(fonts.tree.native("fonts/x.ttf")));
     EXPECT_EQ(fonts.loaded_after("font_file \""), "fonts/x.ttf");
@@ -604,7 +603,7 @@ TEST(SettingsFont, OnlyAPairOfQuotesIsRemoved) {
 #endif
 }
 
-TEST(SettingsFont, TheLaterOfTwoHoldsAndOneThatFailsOrIsEmptyReplacesAGoodOne) {
+TEST(SettingsFont, ALaterOneReplacesAGoodOneEvenWhenItFailsOrIsEmpty) {
     FontFolder fonts;
     EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\nfont_file größe y.otf"), "größe y.otf");
     EXPECT_EQ(fonts.loaded_after("font_file fonts/x.ttf\nfont_file missing.ttf"), "source_code_pro.otf");
@@ -630,7 +629,7 @@ TEST(SettingsFont, IsLoadedAtOnce) {
     EXPECT_GT(font.sizes.capacity, 0u);
 }
 
-TEST(SettingsFont, ANameThatTheScratchArenaHasNoRoomForIsNoFont) {
+TEST(SettingsFont, ANameThatDoesNotFitTheScratchArenaIsNoFont) {
     FontFolder fonts;
     EXPECT_EQ(fonts.loaded_after("font_file " + std::string(1000000, 'x') + "\n"), "source_code_pro.otf");
 }
@@ -638,7 +637,7 @@ TEST(SettingsFont, ANameThatTheScratchArenaHasNoRoomForIsNoFont) {
 TEST(SettingsFont, TheDefaultFontIsLoadedHoweverFullTheScratchArenaIs) {
     FontFolder fonts;
     uint64_t rest = 1000000 - (fonts.folder() + "settings.txt").size() - 1 - fonts.folder().size() - 1;
-    // The name of a font that is missing leaves this many bytes.
+    // The name of a missing font leaves this many bytes free.
     for (uint64_t left : {uint64_t{0}, uint64_t{10}, fonts.folder().size() + strlen("source_code_pro.otf")}) {
         EXPECT_EQ(fonts.loaded_after("font_file " + std::string(rest - left, 'x')), "source_code_pro.otf");
     }
@@ -664,10 +663,10 @@ TEST(SettingsFile, IsKeptWithItsClickCommands) {
     EXPECT_EQ(to_string(settings.file), "left_click_cmd a b\r\nmax_file_size 5K\r\n");
     EXPECT_EQ(settings.left_click_cmd.data, settings.file.data + 15);
     EXPECT_EQ(to_string(settings.left_click_cmd), "a b");
-    EXPECT_EQ(search_state.max_file_size, 5000); // handed to the worker
+    EXPECT_EQ(search_state.max_file_size, 5000); // the worker's copy
 }
 
-TEST(SettingsFile, HandsTheWorkerWhatTheFallbacksLeft) {
+TEST(SettingsFile, TheWorkerGetsTheLimitAfterTheFallbacks) {
     AppScope app;
     TestTree tree;
     tree.file("settings.txt", "max_file_size 1M-2M");
@@ -684,12 +683,12 @@ TEST(SettingsFile, AMissingOneLeavesAllDefaults) {
               defaults);
     EXPECT_EQ(search_state.max_file_size, 10000000);
     EXPECT_EQ(settings.file.data, nullptr);
-    tree.folder("settings.txt"); // nor can a folder be read
+    tree.folder("settings.txt"); // a folder cannot be read either
     settings_load(str_over(tree.path() + "/"));
     EXPECT_EQ(settings.font_size, 14);
 }
 
-TEST(SettingsFile, WhicheverAllocationIsRefusedTheSizesAreUsable) {
+TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
     FontFolder fonts;
     fonts.tree.file("settings.txt", "font_size 20\nfont_file fonts/x.ttf\nleft_click_cmd a");
     for (int refused = 0, asked = 0; refused <= asked; refused++) {
@@ -707,11 +706,11 @@ TEST(SettingsFile, WhicheverAllocationIsRefusedTheSizesAreUsable) {
             EXPECT_EQ(settings.font_size, 14);
             EXPECT_EQ(to_string(settings.left_click_cmd), default_left);
         }
-        EXPECT_GT(font.sizes.capacity, 0u); // this font or the default one
+        EXPECT_GT(font.sizes.capacity, 0u); // the named or the default font
     }
 }
 
-// ---- The file that comes with the program ----
+// ---- The file that ships with the program ----
 
 namespace {
 
@@ -720,7 +719,7 @@ const std::vector<std::string> keys = {
     "remember_last_path", "remember_last_query", "max_file_size", "left_click_cmd", "right_click_cmd",
 };
 
-// With the line ends of Windows or of elsewhere.
+// With Windows or other line ends.
 std::string packaged_settings(const std::string &line_end) {
     std::string file;
     for (char byte : bytes_of(std::filesystem::path(SOURCE_FOLDER "/src/app/settings.txt"))) {
@@ -729,7 +728,7 @@ std::string packaged_settings(const std::string &line_end) {
     return file;
 }
 
-// The user guide's lines for editors.
+// The lines for editors in the user guide.
 std::vector<std::string> editor_lines() {
     std::vector<std::string> lines;
     std::istringstream guide(bytes_of(std::filesystem::path(SOURCE_FOLDER "/docs/user_guide.md")));
@@ -748,7 +747,7 @@ size_t expected_lines(const std::string &key) {
     return key == "left_click_cmd" ? 1 + editor_lines().size() : 1;
 }
 
-// Counts the lines of the file that begin with "# " and the key. Removes the first one's "# " if wanted.
+// Counts the lines that begin with "# " and the key. Optionally removes the first one's "# ".
 size_t count_key_lines(std::string *file, const std::string &key, bool without_hash) {
     size_t count = 0;
     std::string mark = "\n# ";
@@ -763,11 +762,11 @@ size_t count_key_lines(std::string *file, const std::string &key, bool without_h
 
 } // namespace
 
-TEST(PackagedSettings, ChangeNothingAsTheyCome) {
+TEST(PackagedSettings, ChangeNothingAsShipped) {
     for (const char *line_end : {"\n", "\r\n"}) {
         std::string file = packaged_settings(line_end);
         EXPECT_EQ(Applied(file).str(), defaults);
-        EXPECT_EQ(Applied(file).before_fallbacks.font_size, 0); // not even to the same
+        EXPECT_EQ(Applied(file).before_fallbacks.font_size, 0); // not even set to the same values
         EXPECT_EQ(FontFolder().loaded_after(file), "source_code_pro.otf");
     }
 }
@@ -778,7 +777,7 @@ TEST(PackagedSettings, NameEveryKeyWithItsDefault) {
         for (const std::string &key : keys) {
             EXPECT_EQ(count_key_lines(&file, key, true), expected_lines(key)) << key;
         }
-        // Every key is read now: the sizes come from the file, and so do the commands.
+        // Now every key is read: the sizes and the commands come from the file.
         Applied applied(file);
         EXPECT_EQ(applied.str(), defaults);
         EXPECT_EQ(applied.before_fallbacks.font_size, 14);
@@ -803,7 +802,7 @@ TEST(PackagedSettings, AreCommentsThatTellKeysFromWords) {
         key_lines += file.compare(at, 2, "# ") == 0;
         EXPECT_TRUE(file[at] == '#' || file[at] == '\r') << file.substr(at, 20);
     }
-    EXPECT_EQ(key_lines, keys.size() + editor_lines().size()); // every other comment has two
+    EXPECT_EQ(key_lines, keys.size() + editor_lines().size()); // all other comments begin with "## "
     EXPECT_GT(lines, 3 * keys.size());
 }
 

@@ -32,7 +32,7 @@ struct Picture : Framebuffer {
     uint32_t at(int32_t x, int32_t y) const {
         return storage[static_cast<size_t>(y * width + x)];
     }
-    // One character a pixel: '.' for the colour of nothing, '#' for others.
+    // One character per pixel: '.' for the background, '#' for others.
     std::string drawn(uint32_t nothing) const {
         std::string text;
         for (int32_t y = 0; y < height; y++) {
@@ -58,7 +58,7 @@ struct NamedVariant {
     BlitCoverageRows *draw;
 };
 
-// Those this processor has.
+// Those that this processor supports.
 std::vector<NamedVariant> variants() {
     std::vector<NamedVariant> all = {{"scalar", blit_coverage_rows_scalar},
                                      {"SSE2", blit_coverage_rows_sse2}};
@@ -83,8 +83,8 @@ private:
     BlitCoverageRows *before;
 };
 
-// What becomes of a pixel. Rows of equal ones, long enough for single pixels, half a vector, whole ones and
-// several: all of them must become the same.
+// The result for one pixel. Blits rows of equal pixels that take single pixels, half a vector, a whole one
+// and several: all pixels must become the same.
 uint32_t covered(uint32_t pixel, uint8_t coverage, uint32_t colour) {
     uint32_t first = 0;
     for (int32_t width : {1, 5, 9, 40}) {
@@ -129,9 +129,9 @@ TEST(FillRect, IsCutAtEverySide) {
     EXPECT_EQ(filled({-1, -1, 7, 5}), "#####\n#####\n#####\n");
 }
 
-TEST(FillRect, WhatLiesOutsideDrawsNothing) {
+TEST(FillRect, ARectangleOutsideDrawsNothing) {
     std::string nothing = ".....\n.....\n.....\n";
-    EXPECT_EQ(filled({-4, 0, 4, 3}), nothing); // ends where the buffer begins
+    EXPECT_EQ(filled({-4, 0, 4, 3}), nothing); // ends at the buffer's edge
     EXPECT_EQ(filled({-9, 0, 4, 3}), nothing);
     EXPECT_EQ(filled({0, -3, 5, 3}), nothing);
     EXPECT_EQ(filled({5, 0, 4, 3}), nothing);
@@ -142,7 +142,7 @@ TEST(FillRect, WhatLiesOutsideDrawsNothing) {
     EXPECT_EQ(filled({-1, 0, -2, 3}), nothing);
 }
 
-TEST(FillRect, TheClipCutsAtTheRightAndAtTheBottomOnlyAndItsPlaceMeansNothing) {
+TEST(FillRect, TheClipCutsOnlyAtTheRightAndBottomAndItsPlaceIsIgnored) {
     EXPECT_EQ(filled({0, 0, 5, 3}, {3, 2, 4, 2}), "####.\n####.\n.....\n");
     EXPECT_EQ(filled({4, 0, 1, 3}, {0, 0, 4, 3}), ".....\n.....\n.....\n");
     EXPECT_EQ(filled({0, 0, 5, 3}, {0, 0, 0, 3}), ".....\n.....\n.....\n");
@@ -153,7 +153,7 @@ TEST(FillRect, AClipLargerThanTheBufferEndsWithTheBuffer) {
     EXPECT_EQ(filled({3, 1, 9, 9}, {0, 0, 100, 100}), ".....\n...##\n...##\n");
 }
 
-TEST(FillRect, NumbersThatWouldWrapDrawWhatTheySay) {
+TEST(FillRect, NumbersWhoseSumsOverflowAreClippedCorrectly) {
     std::string all = "#####\n#####\n#####\n", nothing = ".....\n.....\n.....\n";
     EXPECT_EQ(filled({0, 0, INT_MAX, INT_MAX}), all);
     EXPECT_EQ(filled({1, 1, INT_MAX, INT_MAX}), ".....\n.####\n.####\n");
@@ -213,7 +213,7 @@ TEST(BlendRect, OverATransparentPixelTheColourIsCopied) {
 }
 
 TEST(BlendRect, OverATranslucentPixelTheAlphasAdd) {
-    // 128/255 under 128/255: 0.50196 * 0.49804 + 0.50196 = 0.75196, which is 191.75 of 255 and cut to 191.
+    // 128/255 under 128/255: 0.50196 * 0.49804 + 0.50196 = 0.75196, which is 191.75 of 255, truncated to 191.
     EXPECT_EQ(blended(0x80000000, 0x80FF0000) >> 24, 191u);
     EXPECT_EQ(blended(0x80000000, 0x80FF0000) >> 16 & 0xFF, 170u); // 255 * 0.50196 / 0.75196 = 170.2
 }
@@ -262,7 +262,7 @@ TEST(BlitCoverage, NoCoverageOverAnOpaquePixelChangesNothing) {
     }
 }
 
-TEST(BlitCoverage, OverATransparentPixelEvenNoCoverageIsWrittenAndThatIsMeant) {
+TEST(BlitCoverage, OverATransparentPixelEvenNoCoverageIsWritten) {
     for (const NamedVariant &variant : variants()) {
         VariantScope scope(variant.draw);
         EXPECT_EQ(covered(0x00112233, 0, 0xFFABCDEF), 0x00ABCDEFu);
@@ -351,8 +351,8 @@ TEST(BlitCoverage, EveryVariantEqualsThePlainRulesForEveryPairOfChannels) {
     }
 }
 
-// Bitmaps and framebuffers in blocks of exactly their size, so that the address sanitizer sees every access
-// beside them; all widths and places, rows that mix opaque pixels with others.
+// All widths and places, with rows that mix opaque pixels with others. Bitmaps and framebuffers are in blocks
+// of their exact size, so that AddressSanitizer sees every access outside.
 TEST(BlitCoverage, EveryVariantEqualsThePlainRulesForEveryWidthPlaceAndCut) {
     std::mt19937 random(11);
     const auto any = [&] { return static_cast<uint32_t>(random()); };
@@ -370,7 +370,7 @@ TEST(BlitCoverage, EveryVariantEqualsThePlainRulesForEveryWidthPlaceAndCut) {
             }
             int32_t width = 1 + below(50), height = 1 + below(8);
             Picture drawn(width, height, 0);
-            int32_t not_opaque = below(4) ? 0 : 1 + below(20); // one in so many
+            int32_t not_opaque = below(4) ? 0 : 1 + below(20); // one in that number
             for (uint32_t &pixel : drawn.storage) {
                 pixel = any() | 0xFF000000;
                 if (not_opaque && below(not_opaque) == 0) {
@@ -384,7 +384,7 @@ TEST(BlitCoverage, EveryVariantEqualsThePlainRulesForEveryWidthPlaceAndCut) {
             Rect limit = {0, 0, below(3) ? bitmap.width : below(50), below(3) ? bitmap.height : below(8)};
             Point position = {below(width + 60) - 50, below(height + 8) - 7};
             uint32_t colour = any() | (below(2) ? 0xFF000000 : 0);
-            // The drawing itself goes to a block without a byte to spare.
+            // Draws into a block without spare bytes.
             std::unique_ptr<uint32_t[]> exact(new uint32_t[drawn.storage.size()]);
             memcpy(exact.get(), drawn.pixels, drawn.capacity);
             drawn.pixels = exact.get();

@@ -1,4 +1,4 @@
-// The program's font for a test, with nothing left of it afterwards.
+// The program's font for a test, cleaned up afterwards.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-// While it lives, what is lost is lost on purpose.
+// While it lives, leaks are intentional.
 class LeakScope {
 public:
     LeakScope() {
@@ -33,7 +33,7 @@ inline std::string default_font_path() {
     return to_string(os_exe_folder()) + "source_code_pro.otf";
 }
 
-// Loads a font as the program's one; the default font when none is named.
+// Loads a font as the program's; by default the default font.
 class FontScope {
 public:
     explicit FontScope(const std::string &path = default_font_path()) {
@@ -76,7 +76,7 @@ inline std::string with_table(std::string file, const std::string &old_tag, cons
     return file + table;
 }
 
-// A file, and behind it zeros up to where `following` bytes more end one byte before a multiple of 64.
+// A file, padded with zeros so that `following` more bytes end one byte before a multiple of 64.
 inline std::string padded_before(std::string file, size_t following) {
     while ((file.size() + following + 1) % 64 != 0) {
         file += '\0';
@@ -103,7 +103,7 @@ inline std::string gpos_table(int left, int right, int units) {
            two_bytes(1) + two_bytes(1) + two_bytes(left);       // the coverage, at 18
 }
 
-// The same behind a lookup of another kind.
+// The same after a lookup of another kind.
 inline std::string gpos_table_of_two(int left, int right, int units) {
     constexpr size_t list = 10, head_of_one = 14; // where the list begins, and where its only lookup does
     std::string table = gpos_table(left, right, units);

@@ -48,7 +48,7 @@ std::string font_with_byte_map() {
     return bytes + tables;
 }
 
-// A font whose only glyph has a box, half as wide and high as the font, and no outline in it.
+// A font whose only glyph has a box half as wide and high as the font, and no outline.
 std::string font_without_outlines() {
     const std::pair<const char *, std::string> tables[] = {
         {"cmap", cmap_of(two_bytes(0) + two_bytes(6) + two_bytes(0))}, // maps nothing
@@ -75,8 +75,8 @@ Font loaded(const TestTree &tree, const std::string &bytes) {
     return font_load(str_over(path));
 }
 
-// A file is read into a block that has up to 64 bytes to spare, where the address sanitizer sees no reading
-// past the end. It has none when the file ends one byte before a multiple of 64.
+// A file's block has up to 64 spare bytes, in which AddressSanitizer does not see reads past the end. It has
+// none when the file ends one byte before a multiple of 64.
 std::string padded(std::string bytes) {
     return padded_before(std::move(bytes), 0);
 }
@@ -134,7 +134,7 @@ TEST(FontLoad, AFileThatCannotBeReadGivesAnAllZeroFont) {
 }
 
 TEST(FontLoad, AFileThatIsNoFontGivesAnAllZeroFont) {
-    LeakScope leaks; // the bytes stay allocated, and that is meant
+    LeakScope leaks; // the bytes intentionally stay allocated
     TestTree tree;
     EXPECT_TRUE(is_all_zero(loaded(tree, "")));
     EXPECT_TRUE(is_all_zero(loaded(tree, "O")));
@@ -146,7 +146,7 @@ TEST(FontLoad, AFileThatIsNoFontGivesAnAllZeroFont) {
     EXPECT_TRUE(is_all_zero(loaded(tree, padded("ttcf"))));
     EXPECT_TRUE(is_all_zero(loaded(tree, padded("OTTO" + two_bytes(4))))); // the fourth row is cut
     EXPECT_TRUE(is_all_zero(loaded(tree, padded("OTTO" + two_bytes(0xFFFF)))));
-    for (size_t start : {48u, 51u, 52u, 59u, 62u, 63u}) { // of a list of tables at the end or behind it
+    for (size_t start : {48u, 51u, 52u, 59u, 62u, 63u}) { // of a list of tables at or after the end
         EXPECT_TRUE(is_all_zero(
             loaded(tree, padded("ttcf" + four_bytes(0x00010000) + four_bytes(1) + four_bytes(start)))));
         EXPECT_TRUE(is_all_zero(
@@ -178,7 +178,7 @@ TEST(FontLoad, AFontThatIsCutShortAnywhereGivesAnAllZeroFont) {
     LeakScope leaks;
     TestTree tree;
     std::string bytes = default_font_bytes();
-    for (size_t length = 0; length < bytes.size(); length += length < 319 ? 1 : 960) { // as padded() does it
+    for (size_t length = 0; length < bytes.size(); length += length < 319 ? 1 : 960) { // as padded() makes it
         ASSERT_TRUE(is_all_zero(loaded(tree, bytes.substr(0, length)))) << length << " bytes";
     }
     EXPECT_TRUE(is_all_zero(loaded(tree, bytes.substr(0, bytes.size() - 1))));
@@ -187,23 +187,23 @@ TEST(FontLoad, AFontThatIsCutShortAnywhereGivesAnAllZeroFont) {
     EXPECT_FALSE(is_all_zero(whole));
 }
 
-TEST(FontLoad, OfACollectionTheFirstFontIsTaken) {
+TEST(FontLoad, OfACollectionTheFirstFontIsLoaded) {
     TestTree tree;
     LeakScope leaks;
-    // The tables' places count from the file's start, so the list of tables is all that moves.
+    // The tables' offsets count from the file's start, so only the list of tables moves.
     std::string bytes = default_font_bytes();
     size_t list = 12 + 16 * 14;
     std::string head = "ttcf" + four_bytes(0x00010000) + four_bytes(1);
     Font first = loaded(tree, head + four_bytes(bytes.size()) + bytes.substr(16) + bytes.substr(0, list));
     EXPECT_TRUE(first.file.data);
     EXPECT_EQ(first.info.fontstart, static_cast<int>(bytes.size()));
-    // None, one beyond the end, and one at a place below 0.
+    // None, one beyond the end, and one at a negative offset.
     EXPECT_TRUE(is_all_zero(loaded(tree, "ttcf" + four_bytes(0x00010000) + four_bytes(0) + bytes)));
     EXPECT_TRUE(is_all_zero(loaded(tree, head + four_bytes(bytes.size() + 100) + bytes)));
     EXPECT_TRUE(is_all_zero(loaded(tree, head + four_bytes(0xFFFFFFF0) + bytes)));
 }
 
-TEST(FontLoad, ASecondFontTakesOverNoSizeOfTheFirst) {
+TEST(FontLoad, ASecondFontHasNoSizesOfTheFirst) {
     LeakScope leaks; // the first font is kept for good
     FontScope scope;
     font_get_size(14);
@@ -218,17 +218,16 @@ TEST(FontLoad, ASecondFontTakesOverNoSizeOfTheFirst) {
     EXPECT_EQ(heights(), (std::vector<int32_t>{16}));
 }
 
-TEST(FontLoad, ARefusedListOfSizesHasCapacityZero) {
+TEST(FontLoad, AListOfSizesWithoutMemoryHasCapacityZero) {
     HeapHookScope hook([](uint64_t size) { return size != 8 * sizeof(SizedFont); });
     FontScope scope;
     EXPECT_TRUE(font.file.data);
     EXPECT_EQ(font.sizes.capacity, 0u);
 }
 
-// The first text with such a font never returns, which is meant: the list grows until its capacity suffices,
-// and this is the step it grows by. Where a process's time can be bounded, other tests see that it does not
-// end.
-TEST(FontLoad, WithoutAFontTheListOfSizesNeverGetsRoomForOneAndThatIsMeant) {
+// The first text with such a font intentionally never returns: the list grows by this step until its capacity
+// is enough. Other tests show that it does not return, where a process can be stopped.
+TEST(FontLoad, WithoutAFontTheListOfSizesNeverGetsRoomForOne) {
     Font nothing = font_load({});
     EXPECT_LT(nothing.sizes.capacity, nothing.sizes.count + 1);
     EXPECT_EQ(dynarray_next_capacity(sizeof(SizedFont), nothing.sizes.capacity), nothing.sizes.capacity);
@@ -270,7 +269,7 @@ TEST(FontGetSize, TheSameHeightTwiceIsTheSameRecordAndRasterisesNothing) {
     EXPECT_EQ(sized->glyphs.count, 128u);
 }
 
-TEST(FontGetSize, RecordsStandByAscendingHeight) {
+TEST(FontGetSize, RecordsAreInAscendingOrderOfHeight) {
     FontScope scope;
     font_get_size(20);
     font_get_size(12);
@@ -297,7 +296,7 @@ TEST(FontGetSize, TheListGrowsBeyondEightAndRecordsKeepTheirGlyphs) {
     }
 }
 
-TEST(FontGetSize, ARefusedGrowthEmptiesTheList) {
+TEST(FontGetSize, AFailedGrowthEmptiesTheList) {
     LeakScope leaks; // the records' storage is lost with the list
     FontScope scope;
     for (int32_t height = 10; height < 18; height++) {
@@ -310,7 +309,7 @@ TEST(FontGetSize, ARefusedGrowthEmptiesTheList) {
     EXPECT_EQ(font.sizes.capacity, 0u);
 }
 
-TEST(FontGetSize, HeightsWithoutAPixelHaveGlyphsWithoutAny) {
+TEST(FontGetSize, HeightsBelowOneHaveGlyphsWithoutPixels) {
     FontScope scope;
     for (int32_t height : {0, -14}) {
         SizedFont *sized = font_get_size(height);
@@ -326,7 +325,7 @@ TEST(FontGetSize, HeightsWithoutAPixelHaveGlyphsWithoutAny) {
 }
 
 #ifndef _WIN32
-TEST(FontGetSize, WithoutAFontNeverReturnsAndThatIsMeant) {
+TEST(FontGetSize, WithoutAFontNeverReturns) {
     ASSERT_EQ(font.sizes.capacity, 0u);
     EXPECT_TRUE(never_returns([] { font_get_size(14); }));
     EXPECT_FALSE(never_returns([] {
@@ -370,7 +369,7 @@ TEST(Glyphs, ASpaceHasABitmapOfNoSizeAndARealAdvance) {
     EXPECT_EQ(space.advance, 6); // 600 * 14 / 1257 = 6.68
 }
 
-TEST(Glyphs, Codepoint127IsTheShapeForWhatIsMissing) {
+TEST(Glyphs, Codepoint127IsTheMissingGlyphShape) {
     FontScope scope;
     const Glyph &last = glyph_at(font_get_size(14), 127);
     EXPECT_TRUE(last.bitmap);
@@ -379,7 +378,7 @@ TEST(Glyphs, Codepoint127IsTheShapeForWhatIsMissing) {
 }
 
 // stb_truetype would look up to 128 bytes before such a map, which begins 28 bytes into this file.
-TEST(Glyphs, WhatIsNoUnicodeCodePointHasGlyph0WhateverTheFontMapsItTo) {
+TEST(Glyphs, CodepointsOutsideUnicodeHaveGlyph0WhateverTheFontMapsThemTo) {
     TestTree tree;
     tree.file("font", font_with_byte_map());
     FontScope scope(tree.path("font"));
@@ -404,7 +403,7 @@ TEST(Glyphs, TheLastUnicodeCodePointIsLookedUpInTheFont) {
     EXPECT_EQ(glyph_create(sized, 0x110000)->glyph_index, 0u);
 }
 
-TEST(Glyphs, StandByAscendingCodepointAsUnsigned) {
+TEST(Glyphs, AreInAscendingOrderOfUnsignedCodepoints) {
     FontScope scope;
     SizedFont *sized = font_get_size(14);
     for (uint32_t codepoint : {0xFFFFFFC3u, 0x20ACu, 0xFFFFFFA9u, 0xE9u, 128u}) {
@@ -446,7 +445,7 @@ TEST(Glyphs, KeepTheirBitmapsWhenTheArenaMoves) {
                     places.insert(+reinterpret_cast<SizedFont *>(font.sizes.data)->bitmaps.data);
                 }
                 sizes.push_back(size);
-                // What lies behind the arena, so that it cannot grow where it is.
+                // Follows the arena, so that it cannot grow in place.
                 for (uint64_t obstacle : {0x10u, 0x1000u, 0x10000u, 0x20000u, 0x80000u}) {
                     blocks.push_back(os_alloc(obstacle));
                 }
@@ -468,14 +467,14 @@ TEST(Glyphs, KeepTheirBitmapsWhenTheArenaMoves) {
     EXPECT_EQ(sized->bitmaps.capacity + 1, sizes.back());
     PlainFont plain(scope.file(), 200);
     for (uint32_t codepoint = 0; codepoint < 32; codepoint++) {
-        EXPECT_EQ(glyph_at(sized, codepoint).bitmap, nullptr); // and none stays none
+        EXPECT_EQ(glyph_at(sized, codepoint).bitmap, nullptr); // no bitmap stays no bitmap
     }
     for (uint32_t codepoint = 32; codepoint < 128; codepoint++) {
         expect_glyph(glyph_at(sized, codepoint), plain.glyphs[codepoint]);
     }
 }
 
-TEST(Glyphs, ARefusedArenaLeavesCapacityZeroAndGlyphsWithoutABitmap) {
+TEST(Glyphs, AnArenaWithoutMemoryHasCapacityZeroAndGlyphsWithoutABitmap) {
     HeapHookScope hook([](uint64_t size) { return size != 0x20001; });
     FontScope scope;
     SizedFont *sized = font_get_size(14);
@@ -486,28 +485,28 @@ TEST(Glyphs, ARefusedArenaLeavesCapacityZeroAndGlyphsWithoutABitmap) {
     EXPECT_EQ(glyph_find(sized, 0xE9)->bitmap, nullptr);
 }
 
-TEST(Glyphs, ARefusedGrowthOfTheArenaKeepsWhatIsThereAndGivesNoMore) {
-    LeakScope leaks; // the old block, which the glyphs still need
+TEST(Glyphs, AFailedGrowthOfTheArenaKeepsItsGlyphsAndAddsNone) {
+    LeakScope leaks; // the old block, which glyphs still use
     FontScope scope;
     SizedFont *sized = font_get_size(14);
     PlainFont plain(scope.file(), 14);
-    sized->bitmaps.count = sized->bitmaps.capacity; // as if it were full
+    sized->bitmaps.count = sized->bitmaps.capacity; // as if full
     {
         HeapHookScope hook([](uint64_t size) { return size != 0x40001; });
         EXPECT_EQ(glyph_find(sized, 0xE9)->bitmap, nullptr);
     }
     EXPECT_EQ(sized->bitmaps.capacity, 0u);
-    EXPECT_EQ(glyph_find(sized, 0xEA)->bitmap, nullptr); // nor later, when there would be memory
+    EXPECT_EQ(glyph_find(sized, 0xEA)->bitmap, nullptr); // nor later, with enough memory
     expect_glyph(glyph_at(sized, 'A'), plain.glyphs['A']);
 }
 
-TEST(Glyphs, ABitmapOf2GiBAndMoreIsRefused) {
+TEST(Glyphs, ABitmapOf2GiBOrMoreIsNotMade) {
     constexpr uint64_t gib = 1 << 30;
     const struct {
         float factor;  // of the scale
-        uint64_t gibs; // that the bitmap then has, rounded down
+        uint64_t gibs; // of the bitmap, rounded down
     } rows[] = {{6900, 1}, {6950, 2}, {9700, 3}, {10000, 4}};
-    LeakScope leaks; // the old block, which the glyphs still need
+    LeakScope leaks; // the old block, which glyphs still use
     for (const auto &large : rows) {
         FontScope scope;
         SizedFont *sized = font_get_size(14);
@@ -525,12 +524,12 @@ TEST(Glyphs, ABitmapOf2GiBAndMoreIsRefused) {
         const Glyph *glyph = glyph_create(sized, 0xC9);
         ASSERT_TRUE(glyph);
         EXPECT_EQ(glyph->bitmap, nullptr);
-        EXPECT_EQ(largest >= count, large.gibs < 2); // else not asked for
+        EXPECT_EQ(largest >= count, large.gibs < 2); // otherwise not requested
         EXPECT_EQ(sized->bitmaps.capacity > 0, large.gibs >= 2);
     }
 }
 
-TEST(Glyphs, ARefusedTableLeavesNone) {
+TEST(Glyphs, ATableWithoutMemoryHasNone) {
     HeapHookScope hook([](uint64_t size) { return size != 128 * sizeof(Glyph); });
     FontScope scope;
     SizedFont *sized = font_get_size(14);
@@ -539,7 +538,7 @@ TEST(Glyphs, ARefusedTableLeavesNone) {
     EXPECT_EQ(glyph_create(sized, 'A'), nullptr);
 }
 
-TEST(Glyphs, ARefusedGrowthOfTheTableLeavesNone) {
+TEST(Glyphs, AFailedGrowthOfTheTableLeavesNone) {
     FontScope scope;
     SizedFont *sized = font_get_size(14);
     HeapHookScope hook([](uint64_t size) { return size != 256 * sizeof(Glyph); });
@@ -550,27 +549,27 @@ TEST(Glyphs, ARefusedGrowthOfTheTableLeavesNone) {
     EXPECT_EQ(glyph_find(nullptr, 'A'), nullptr);
 }
 
-// stb_truetype leaves the bitmap of a glyph without an outline as it is.
-TEST(Glyphs, OneWithoutAnOutlineIsClear) {
+// stb_truetype does not write the bitmap of a glyph without an outline.
+TEST(Glyphs, OneWithoutAnOutlineIsEmpty) {
     TestTree tree;
     tree.file("font", font_without_outlines());
     FontScope scope(tree.path("font"));
     SizedFont *sized = font_get_size(14);
-    memset(sized->bitmaps.data, 0x55, sized->bitmaps.capacity); // memory as a heap gives it
+    memset(sized->bitmaps.data, 0x55, sized->bitmaps.capacity); // as uninitialised memory
     const Glyph *glyph = glyph_create(sized, 0xE9);
     ASSERT_EQ(glyph->width, 7);
     ASSERT_EQ(glyph->height, 7);
     EXPECT_EQ(std::vector<uint8_t>(glyph->bitmap, glyph->bitmap + 49), std::vector<uint8_t>(49));
 }
 
-// stb_truetype would write through null for want of an outline or of a row of pixels.
-TEST(Glyphs, AreTheSameWhenRasterisingIsRefusedAllMemory) {
+// Without an outline or a row of pixels stb_truetype would write through null.
+TEST(Glyphs, AreTheSameWhenAllAllocationsOfRasterisingFail) {
     FontScope scope;
     PlainFont plain(scope.file(), 14);
     const PlainGlyph expected = plain.glyph_of(0xE9);
     SizedFont *sized = font_get_size(14);
-    glyph_create(sized, 0xE8); // the table has grown
-    // Often enough that the spare block would run out if it were not used anew.
+    glyph_create(sized, 0xE8); // grows the table
+    // Often enough for the spare block to run out if it were not reused.
     for (int round = 0; round < 100; round++) {
         HeapHookScope hook([](uint64_t) { return false; });
         const Glyph *glyph = glyph_create(sized, 0xE9);
@@ -579,13 +578,13 @@ TEST(Glyphs, AreTheSameWhenRasterisingIsRefusedAllMemory) {
     }
 }
 
-TEST(Glyphs, AreTheSameWhenRasterisingIsRefusedOneAllocation) {
+TEST(Glyphs, AreTheSameWhenOneAllocationOfRasterisingFails) {
     FontScope scope;
     PlainFont plain(scope.file(), 200);
     const PlainGlyph expected = plain.glyph_of(0xC6);
-    ASSERT_GT(expected.width, 64); // wide enough for a row of pixels from the heap
+    ASSERT_GT(expected.width, 64); // so wide that a row of pixels is on the heap
     SizedFont *sized = font_get_size(200);
-    glyph_create(sized, 0xC5); // the table has grown
+    glyph_create(sized, 0xC5); // grows the table
     const auto is_growth = [](uint64_t size) { return size % 0x20000 == 1; };
     uint32_t asked = 0;
     for (uint32_t refused = 0; refused <= asked; refused++) {
@@ -598,7 +597,7 @@ TEST(Glyphs, AreTheSameWhenRasterisingIsRefusedOneAllocation) {
     EXPECT_GE(asked, 5u); // outline, contours, points, edges, a row, edges at work
 }
 
-TEST(Glyphs, WhatIsTooLargeForTheSpareBlockIsRefusedAndTheSpareBlockStaysUsable) {
+TEST(Glyphs, TheSpareBlockStaysUsableAfterAnAllocationTooLargeForIt) {
     FontScope scope;
     const int index = stbtt_FindGlyphIndex(&font.info, 'H');
     const auto bitmap_at = [&](int32_t pixel_height) {
@@ -655,7 +654,7 @@ TEST(Kerning, IsFoundInAnyOfSeveralLookups) {
     EXPECT_EQ(glyph_kerning(font_get_size(20), static_cast<uint32_t>(a), static_cast<uint32_t>(v)), -3);
 }
 
-TEST(Kerning, OfATableThatIsCutShortBeforeItsFirstLookupThereIsNone) {
+TEST(Kerning, ThereIsNoneInATableCutShortBeforeItsFirstLookup) {
     TestTree tree;
     const std::string table = gpos_table(1, 2, -200);
     constexpr size_t first_lookup = 14, type_size = 2;
@@ -668,7 +667,7 @@ TEST(Kerning, OfATableThatIsCutShortBeforeItsFirstLookupThereIsNone) {
     }
 }
 
-TEST(Kerning, IsCutTowardsZeroFromEitherTable) {
+TEST(Kerning, IsTruncatedFromEitherTable) {
     TestTree tree;
     int a, v;
     {

@@ -1,5 +1,4 @@
-// The rules of drawing once more, pixel by pixel and without any cleverness, as the check on the real ones
-// and as what they are measured beside.
+// Plain drawing, pixel by pixel, to check and measure the real primitives with.
 #pragma once
 
 #include <stdint.h>
@@ -13,7 +12,7 @@ inline uint8_t plain_byte(float value) {
     return value > 255.0f ? 255 : static_cast<uint8_t>(value);
 }
 
-// Lays red, green and blue (the bytes of rgb) over a pixel by alpha.
+// Blends red, green and blue (the bytes of rgb) over a pixel by alpha.
 inline void plain_blend_pixel(uint32_t *pixel, uint32_t rgb, uint8_t alpha) {
     uint8_t *to = reinterpret_cast<uint8_t *>(pixel); // blue, green, red, alpha
     uint8_t blue = static_cast<uint8_t>(rgb), green = static_cast<uint8_t>(rgb >> 8),

@@ -1,5 +1,5 @@
-// The rules of text once more, straight from stb_truetype and without a glyph cache's tables, as the check on
-// the real ones and as what they are measured beside.
+// Plain text drawing, straight from stb_truetype without a glyph cache, to check and measure the real one
+// with.
 #pragma once
 
 #include <stdint.h>

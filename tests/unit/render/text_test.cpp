@@ -61,10 +61,10 @@ TEST(DrawText, AnEmptyTextReturnsEvenWithoutAFont) {
 }
 
 #ifndef _WIN32
-TEST(DrawText, AnyOtherTextWithoutAFontNeverReturnsAndThatIsMeant) {
+TEST(DrawText, AnyOtherTextWithoutAFontNeverReturns) {
     ASSERT_EQ(font.sizes.capacity, 0u);
     EXPECT_TRUE(never_returns([] { measure("a"); }));
-    EXPECT_TRUE(never_returns([] { measure("\n"); })); // what needs no glyph needs the size
+    EXPECT_TRUE(never_returns([] { measure("\n"); })); // even without a glyph it needs the size
 }
 #endif
 
@@ -99,14 +99,14 @@ TEST(DrawText, AControlByteAdvancesByAQuarterAndOneAndDrawsNothing) {
     EXPECT_EQ(draw(&canvas, {2, 15}, 14, 14, white, "\x01"), (Extent{14 / 4 + 1, 14}));
     EXPECT_EQ(draw(&canvas, {2, 15}, 14, 14, white, std::string("\0\r\x1F", 3)), (Extent{3 * 4, 14}));
     EXPECT_EQ(pixels_of(canvas), pixels_of(untouched));
-    EXPECT_EQ(measure("a\rb"), (Extent{6 + 4 + 6, 14})); // a carriage return is one of them
+    EXPECT_EQ(measure("a\rb"), (Extent{6 + 4 + 6, 14})); // a control byte
 }
 
-TEST(DrawText, EveryByteFrom0x80OnIsAShapeForWhatIsMissingAndThatIsMeant) {
+TEST(DrawText, EveryByteFrom0x80OnIsAMissingGlyphShape) {
     FontScope scope;
     Canvas canvas(40, 20, grey), missing(40, 20, grey);
     EXPECT_EQ(draw(&canvas, {2, 15}, 14, 14, white, "\xC3\xA9"), (Extent{12, 14}));
-    draw(&missing, {2, 15}, 14, 14, white, "\x7F\x7F"); // what the font lacks, too
+    draw(&missing, {2, 15}, 14, 14, white, "\x7F\x7F"); // missing in the font, too
     EXPECT_EQ(pixels_of(canvas), pixels_of(missing));
     SizedFont *sized = font_get_size(14);
     ASSERT_EQ(sized->glyphs.count, 130u);
@@ -162,7 +162,7 @@ TEST(DrawText, AllocatesNothingOnceItsGlyphsAreThere) {
     draw(&canvas, {2, 15}, 14, 14, white, text);
 }
 
-TEST(DrawText, WithoutMemoryForGlyphsItMeasuresThemAsControlBytes) {
+TEST(DrawText, OutOfMemoryForGlyphsItMeasuresThemAsControlBytes) {
     LeakScope leaks;
     Canvas canvas(40, 20, grey), untouched(40, 20, grey);
     for (uint64_t refused : {uint64_t{0x20001}, 128 * sizeof(Glyph)}) {
@@ -174,11 +174,11 @@ TEST(DrawText, WithoutMemoryForGlyphsItMeasuresThemAsControlBytes) {
     font_get_size(14);
     HeapHookScope hook([=](uint64_t size) { return size != 256 * sizeof(Glyph); });
     EXPECT_EQ(draw(&canvas, {2, 15}, 14, 14, grey, "a\x80z"),
-              (Extent{6 + 4 + 4, 14})); // the table is lost at the second
+              (Extent{6 + 4 + 4, 14})); // the second makes the table empty
     EXPECT_EQ(pixels_of(canvas), pixels_of(untouched));
 }
 
-TEST(DrawText, KerningStandsBetweenGlyphsAndNotBehindTheLast) {
+TEST(DrawText, KerningIsAddedBetweenGlyphsAndNotAfterTheLast) {
     TestTree tree;
     int a, v;
     {
@@ -193,13 +193,13 @@ TEST(DrawText, KerningStandsBetweenGlyphsAndNotBehindTheLast) {
     EXPECT_EQ(measure("AVAV"), (Extent{20, 14}));
     EXPECT_EQ(measure("A\nV"), (Extent{6, 28}));
     EXPECT_EQ(measure("A\x01V"), (Extent{16, 14}));
-    // A text ends with its count, whatever stands behind it.
+    // A text ends at its count, whatever follows.
     Canvas canvas(1, 1, grey);
     EXPECT_EQ(draw_text(&canvas.framebuffer, {0, 0}, 14, 14, white, {1, str_from("AV").data}),
               (uint64_t{14} << 32 | 6));
 }
 
-TEST(DrawText, ThereIsNoKerningBeforeAGlyphThatFindsNoMemory) {
+TEST(DrawText, ThereIsNoKerningBeforeAGlyphWithoutMemory) {
     LeakScope leaks;
     TestTree tree;
     tree.file("font", with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(0, 0, 300)));
@@ -210,8 +210,8 @@ TEST(DrawText, ThereIsNoKerningBeforeAGlyphThatFindsNoMemory) {
     EXPECT_EQ(measure("a\x80"), (Extent{6 + 4, 14}));
 }
 
-// In a block without a byte to spare, so that the address sanitizer sees a look at what is behind it.
-TEST(DrawText, NothingBehindATextIsRead) {
+// In a block without spare bytes, so that AddressSanitizer sees a read past the end.
+TEST(DrawText, NothingAfterATextIsRead) {
     TestTree tree;
     tree.file("font", with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(0, 0, 300)));
     FontScope scope(tree.path("font"));
@@ -228,7 +228,7 @@ TEST(DrawText, NothingBehindATextIsRead) {
     }
 }
 
-// Texts of any bytes, at any place, height and colour, against the rules written out plainly.
+// Compares texts of any bytes, at any place, height and colour, with the plain rules.
 TEST(DrawText, EqualsThePlainRulesForRandomTexts) {
     TestTree tree;
     int a;
@@ -236,7 +236,7 @@ TEST(DrawText, EqualsThePlainRulesForRandomTexts) {
         FontScope scope;
         a = stbtt_FindGlyphIndex(&font.info, 'A');
     }
-    // Kerning behind the missing glyph: the second of the two is made while the first is being drawn.
+    // Kerning after a missing glyph: the second glyph is made while the first is being drawn.
     tree.file("kern_0_0", with_table(bytes_of(default_font_path()), "GPOS", "kern", kern_table(0, 0, 300)));
     tree.file("kern_0_a", with_table(bytes_of(default_font_path()), "GPOS", "GPOS", gpos_table(0, a, -250)));
     std::mt19937 random(17);
@@ -281,8 +281,8 @@ TEST(DrawText, EqualsThePlainRulesForRandomTexts) {
 
 namespace {
 
-// Letters, digits and marks, pairs that a font may kern, a tab, a control byte, bytes that are no ASCII, what
-// hangs over the edges, and a translucent colour.
+// Letters, digits and punctuation, pairs that a font may kern, a tab, a control byte, bytes outside ASCII,
+// text cut at the edges, and a translucent colour.
 void expect_lines(int32_t pixel_height, const std::string &name) {
     FontScope scope;
     Canvas canvas(28 * pixel_height, 7 * pixel_height, grey);

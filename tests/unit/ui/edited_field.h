@@ -1,4 +1,4 @@
-// A field for the line editor's tests, and the clipboard as another program sees it.
+// A text for the line editor's tests, and the clipboard as another program sees it.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ inline constexpr int NOTHING = 0;
 inline constexpr int REDRAW = 1;
 inline constexpr int SEARCH = 3;
 
-// A focused field. Its state is written as its text and then its carets, {anchor,caret} each.
+// A focused field's text. Its state is written as the text, then each caret as {anchor,caret}.
 struct Editor {
     UiScope scope;
     StrBuf field = {};

@@ -26,10 +26,10 @@ constexpr uint32_t ground = 0xFF1A1A1A, focused_ground = 0xFF323232, grey = 0xFF
 constexpr uint32_t yellow = 0xFFFFFF00, red = 0xFFFF0000, light_grey = 0xFF969696;
 constexpr Point nowhere = {-1000, -1000};
 
-// Where things are at 14 pixels, where every glyph is 6 wide, in a window 420 wide.
+// Places at 14 pixels, where every glyph is 6 wide, in a window 420 wide.
 constexpr Rect row = {6, 4, 420, 23};
 constexpr Rect save_button = {405, 6, 19, 19};
-constexpr int32_t text_x = 6 + 6 * 6; // behind "Path: "
+constexpr int32_t text_x = 6 + 6 * 6; // after "Path: "
 constexpr Point on_row = {100, 15};
 constexpr Point on_save = {410, 15};
 
@@ -51,7 +51,7 @@ constexpr Point on_entry_button(int32_t i) {
     return {14, 27 + 17 * i + 8};
 }
 
-// The picture that is expected, put together from the primitives.
+// An expected picture, drawn with the primitives.
 struct Drawing : Canvas {
     explicit Drawing(int32_t width = 420, int32_t height = 120) : Canvas(width, height, ground) {}
 
@@ -80,7 +80,7 @@ struct Drawing : Canvas {
     }
 };
 
-// Where two pictures first differ, or "".
+// The first place where two pictures differ, or "".
 std::string difference(const Drawing &a, const Drawing &b) {
     for (int32_t y = 0; y < a.framebuffer.height; y++) {
         for (int32_t x = 0; x < a.framebuffer.width; x++) {
@@ -92,7 +92,7 @@ std::string difference(const Drawing &a, const Drawing &b) {
     return "";
 }
 
-// The two fields, empty, without focus, with files in a folder of their own.
+// The two fields, empty and without focus, with a folder for their files.
 struct Fields : SavedListsScope {
     UiScope ui;
     FontScope the_font;
@@ -117,7 +117,7 @@ struct Fields : SavedListsScope {
         field_set_single_caret(anchor, caret);
     }
 
-    // What the files hold; "none" when there is none.
+    // The files' contents; "none" when one is missing.
     std::string file(const std::string &name) const {
         return std::filesystem::exists(tree.native(name)) ? bytes_of(tree.native(name)) : "none";
     }
@@ -206,7 +206,7 @@ TEST(ToggleButton, IsHoveredFromItsFirstPixelToBeforeItsEnd) {
     }
 }
 
-TEST(ToggleButton, TakesThePressAwayFromWhoeverComesNext) {
+TEST(ToggleButton, ConsumesThePress) {
     SearchScope search;
     UiScope scope;
     Drawing drawing(40, 40);
@@ -254,7 +254,7 @@ TEST(FieldWidget, DrawsLabelTextSaveButtonAndUnderline) {
 TEST(FieldWidget, ItsTextIsBrightestUnderTheMouseAndBrighterWithTheFocus) {
     Fields fields;
     set_field(query, "needle");
-    input_field.focused_field = query; // and no caret
+    input_field.focused_field = query; // without a caret
     fields.draw(query);
     Drawing focused;
     focused.field("Src: ", "needle", 220, grey, true);
@@ -328,13 +328,13 @@ TEST(FieldWidget, ALongTextEndsAtTheSaveButton) {
     Drawing expected;
     expected.text(6, white(140), "Path: ");
     expected.text(text_x, white(140), std::string(500, 'W'));
-    expected.fill({403, 4, 17, 23}, ground); // no part of the text around the button
+    expected.fill({403, 4, 17, 23}, ground); // no text around the button
     expected.fill(save_button, grey);
     expected.fill({6, 19, 420, 1}, grey);
     EXPECT_EQ(difference(fields.drawing, expected), "");
 }
 
-TEST(FieldWidget, NoTextLeavesItsRowDownwards) {
+TEST(FieldWidget, LinesBelowTheFirstAreNotDrawn) {
     Fields fields;
     set_field(query, "a\nb\nc\nd\n\n\tg");
     fields.complete("completion\nin lines");
@@ -384,7 +384,7 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
 
 namespace {
 
-// The box of a selection, as it is drawn over the focused field.
+// The box of a selection over the focused field.
 void put_box(Drawing *drawing, int32_t left, int32_t right) {
     drawing->blend({left, 4, right - left, 23}, 0x32FFFFFF);
     if (right - left < 3) {
@@ -400,7 +400,7 @@ void put_bar(Drawing *drawing, int32_t x) {
     drawing->blend({x, 4, 2, 23}, 0xC8FFFFFF);
 }
 
-// What a focused Path field with that text and those carets has to look like.
+// The expected picture of a focused Path field with that text and those carets.
 template <typename Put> void expect_carets(const std::string &text, std::vector<Caret> carets, Put put) {
     Fields fields;
     set_field(path, text);
@@ -412,7 +412,7 @@ template <typename Put> void expect_carets(const std::string &text, std::vector<
     Drawing expected;
     expected.fill(row, focused_ground);
     expected.text(6, white(220), "Path: ");
-    Framebuffer row_only = expected.framebuffer; // further lines end with the row
+    Framebuffer row_only = expected.framebuffer; // lines below are cut at the row's end
     row_only.height = 27;
     draw_text(&row_only, {text_x, 16}, 14, 14, white(220), str_over(text));
     put(&expected);
@@ -443,7 +443,7 @@ TEST(FieldCarets, ManyAreDrawnOneOverTheOtherInTheirOrder) {
     });
 }
 
-TEST(FieldCarets, StandBehindWideTabsAndNarrowControlBytes) {
+TEST(FieldCarets, AreAfterWideTabsAndNarrowControlBytes) {
     // A tab is 28 wide, another control byte 4.
     expect_carets("a\tb\x01"
                   "c",
@@ -454,7 +454,7 @@ TEST(FieldCarets, StandBehindWideTabsAndNarrowControlBytes) {
                   });
 }
 
-TEST(FieldCarets, StandBehindTheKerningOfTheirPair) {
+TEST(FieldCarets, AreAfterTheKerningOfTheirPair) {
     TestTree tree;
     for (const std::string second : {"V", " "}) {
         int a, other;
@@ -555,10 +555,10 @@ TEST(FieldCompletion, IsWhatFollowsTheTypedNameOnEitherField) {
         {"C:/src/apps", "apps", ""}, {"C:/src/appss", "apps", ""}, {"C:/src/appstore", "apps", ""},
         {"", "apps", "apps"},        {"ap", "apps", "ps"}, // without a '/' the whole text is the name
         {"/", "apps", "apps"},       {"a//b", "bc", "c"},          {"C:/src/ap", "", ""},
-        {"x/zz", "apps", "ps"}, // the bytes are counted, not compared
+        {"x/zz", "apps", "ps"}, // bytes are counted, not compared
     };
     for (const auto &typed : rows) {
-        for (Field *field : {path, query}) { // Src intentionally shows the path's completion too
+        for (Field *field : {path, query}) { // intentionally also on Src
             Fields fields;
             std::string label = field == path ? "Path: " : "Src: ";
             std::string text = typed.text;
@@ -583,7 +583,7 @@ TEST(FieldCompletion, BeginsWhereTheTextsLastLineEnds) {
         fields.draw(path);
         Drawing expected;
         expected.text(6, white(140), "Path: ");
-        Framebuffer row_only = expected.framebuffer; // further lines end with the row
+        Framebuffer row_only = expected.framebuffer; // lines below are cut at the row's end
         row_only.height = 27;
         draw_text(&row_only, {text_x, 16}, 14, 14, white(140), str_over(text));
         std::string typed = text.substr(text.find('/') + 1); // the whole text without one
@@ -628,7 +628,7 @@ TEST(FieldClick, ALeftClickSelectsAllAndClosesTheDropDown) {
     EXPECT_EQ(fields.layout.stop, 0);
 }
 
-TEST(FieldClick, IsSeenInTheNextFrame) {
+TEST(FieldClick, ShowsInTheNextFrame) {
     Fields fields;
     set_field(path, "C:/src");
     fields.click(path, on_row);
@@ -674,7 +674,7 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
         const char *carets;
     } rows[] = {
         {path, 1, "{0,6}"},  {path, 0, "{0,6}"},  {path, 1, "{0,6}"}, {query, 1, "{0,6}"},
-        {query, 0, "{0,6}"}, {query, 1, "{0,6}"}, {path, 1, "{0,6}"}, // an open one goes along
+        {query, 0, "{0,6}"}, {query, 1, "{0,6}"}, {path, 1, "{0,6}"}, // an open one moves along
     };
     fields.focus(query, 3, 3);
     for (const auto &clicked : rows) {
@@ -682,12 +682,12 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
         EXPECT_EQ(input_field.focused_field, clicked.field);
         EXPECT_EQ(input_field.dropdown_open, clicked.is_open);
         EXPECT_EQ(carets(), clicked.carets);
-        EXPECT_EQ(search_state.results_dirty, 0); // its release redraws: that is meant
+        EXPECT_EQ(search_state.results_dirty, 0); // intentional: the release redraws
         EXPECT_EQ(fields.layout.click_consumed, 1);
     }
 }
 
-TEST(FieldClick, OfBothButtonsTheLeftOneCounts) {
+TEST(FieldClick, TheLeftButtonWinsWhenBothGoDown) {
     Fields fields;
     set_field(path, "abc");
     ui_press(MOUSE_RIGHT, on_row);
@@ -769,7 +769,7 @@ TEST(SaveButton, AddsTheTextWritesTheFileAndMarksTheFocusedField) {
     EXPECT_EQ(carets(), "{0,6}");
 }
 
-TEST(SaveButton, OfAFieldWithoutTheFocusStaysUnlit) {
+TEST(SaveButton, OfAFieldWithoutTheFocusKeepsItsColour) {
     Fields fields;
     set_field(query, "needle");
     fields.focus(path);
@@ -796,7 +796,7 @@ TEST(SaveButton, BringsARemovedEntryBackWithoutWritingOrMarking) {
     fields.focus(query);
     fields.click(query, on_save);
     EXPECT_EQ(entries_of(query_field.entries), "one|two");
-    EXPECT_EQ(fields.file("saved_queries.txt"), "none"); // that is meant
+    EXPECT_EQ(fields.file("saved_queries.txt"), "none"); // intentional
     EXPECT_EQ(query_field.is_saved, 0);
     EXPECT_EQ(search_state.results_dirty, 1);
 }
@@ -813,7 +813,7 @@ TEST(SaveButton, OfASavedTextChangesNothing) {
     EXPECT_EQ(fields.layout.click_consumed, 1);
 }
 
-TEST(SaveButton, OfASavedTextWithARemovedTwinWritesTheFile) {
+TEST(SaveButton, OfASavedTextThatARemovedEntryEqualsWritesTheFile) {
     Fields fields;
     set_field(query, "one");
     set_entries(query, {"one", "(one)"});
@@ -841,7 +841,7 @@ TEST(SaveButton, DeletesTheFirstOf21RemovedEntriesForGood) {
 
     set_field(query, "newer");
     query_field.is_saved = 0;
-    fields.click(query, on_save); // 20 removed ones all stay
+    fields.click(query, on_save); // 20 removed entries stay
     EXPECT_EQ(entries_of(query_field.entries), "live" + rest + "|new|newer");
 }
 
@@ -869,7 +869,7 @@ TEST(SaveButton, ShowsTheCleanedPathAndItsCaretsInTheFrameOfTheClick) {
     expected.text(text_x, white(255), "C:/src/");
     put_box(&expected, text_x, text_x + 42);
     expected.text(text_x + 42, tail_grey, "gadgets");
-    expected.fill(save_button, light_grey); // its mark is seen in the next frame
+    expected.fill(save_button, light_grey); // its mark shows in the next frame
     expected.fill({6, 19, 420, 1}, grey);
     EXPECT_EQ(difference(fields.drawing, expected), "");
 }
@@ -886,7 +886,7 @@ TEST(SaveButton, OfAPathLeavesTheOtherFieldsCarets) {
 
 TEST(SaveButton, OfSrcCleansAFocusedPathAndKeepsItsCaretsInside) {
     Fields fields;
-    set_field(path, "C:/src    "); // as the last run left it
+    set_field(path, "C:/src    "); // as restored from the last run
     set_field(query, "needle");
     fields.focus(path, 0, 10);
     fields.click(query, on_save);
@@ -909,7 +909,7 @@ TEST(SaveButton, IsHoveredToBeforeItsEnd) {
 
 namespace {
 
-// What the list below the Path field has to look like: the rows of entries, one of which the mouse is over.
+// The expected list below the Path field, with the mouse over one of the entries.
 void put_entries(Drawing *drawing, const std::vector<std::string> &entries, int32_t hovered = -1,
                  bool on_button = false) {
     for (int32_t i = 0; i < static_cast<int32_t>(entries.size()); i++) {
@@ -989,7 +989,7 @@ TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     EXPECT_EQ(fields.layout.y, 27);
 }
 
-TEST(DropDown, AButtonTurnsItsEntryAroundAndTellsWhatItWas) {
+TEST(DropDown, AButtonFlipsItsEntryAndPrintsItsOldState) {
     OpenPaths fields({"one", "(two)"});
     testing::internal::CaptureStdout();
     fields.click(path, on_entry_button(0));
@@ -1030,7 +1030,7 @@ TEST(DropDown, AButtonUpdatesTheMarkWhichCleansThePath) {
 TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     OpenPaths fields({"C:/one", "(C:/two)"});
     put_a_hit();
-    fields.click(path, on_entry(1)); // a removed one, which stays removed
+    fields.click(path, on_entry(1)); // a removed entry, which stays removed
     EXPECT_EQ(text_of(*path), "C:/two");
     EXPECT_EQ(entries_of(path_field.entries), "C:/one|(C:/two)");
     EXPECT_EQ(input_field.dropdown_open, 0);
@@ -1038,7 +1038,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/two\r\nC:/one");
     EXPECT_EQ(carets(), "{0,6}");
     EXPECT_EQ(path_field.is_saved, 0);
-    EXPECT_EQ(fields.layout.stop, 1); // the list was drawn: nothing else in this frame
+    EXPECT_EQ(fields.layout.stop, 1); // nothing below the list is drawn in this frame
     EXPECT_EQ(fields.layout.y, 27 + 2 * 17);
 
     input_field.dropdown_open = 1;
@@ -1052,7 +1052,7 @@ TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
     put_a_hit();
     bool was_published = false;
     {
-        HeapHookScope hook([&was_published](uint64_t size) { // what is written is gathered first
+        HeapHookScope hook([&was_published](uint64_t size) { // the buffer for the file's bytes
             was_published |= size == 16384 + 1 && is_published();
             return true;
         });
@@ -1066,9 +1066,9 @@ TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
 TEST(DropDown, APickedPathIsCleanBeforeItIsSearchedFor) {
     static OpenPaths *open;
     OpenPaths fields({"C:/one/"});
-    saved_entry_at(&path_field.entries, 0)->text[6] = ' '; // what a file's last line may end in
+    saved_entry_at(&path_field.entries, 0)->text[6] = ' '; // as a file's last line may end
     open = &fields;
-    fields.draw(path, on_entry(0)); // with every glyph
+    fields.draw(path, on_entry(0)); // makes the glyphs
     EXPECT_EQ(states_while([] { open->click(path, on_entry(0)); }, 1,
                            [] {
                                bool is_wanted = search_state.request_pending;
@@ -1090,10 +1090,10 @@ TEST(DropDown, APickGrowsTheTextsStorageByDoubling) {
     EXPECT_EQ(carets(), "{0,3003}");
 }
 
-TEST(DropDown, WithoutMemoryForAPickTheTextStaysAndIsSearchedForAgain) {
+TEST(DropDown, OutOfMemoryForAPickTheTextStaysAndIsSearchedForAgain) {
     OpenPaths fields({std::string(3000, 'x')});
     put_a_hit();
-    fields.draw(path, on_entry(0)); // glyphs and all
+    fields.draw(path, on_entry(0)); // makes the glyphs
     {
         HeapHookScope hook([](uint64_t size) { return size != 4097; });
         fields.click(path, on_entry(0));
@@ -1148,7 +1148,7 @@ TEST(DropDown, ARightClickOnSrcOpensItsOwn) {
 TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
     std::vector<std::string> entries(50, "entry");
     OpenPaths fields(entries);
-    fields.click(path, on_entry(5)); // the last one, of which 8 rows of pixels show
+    fields.click(path, on_entry(5)); // the last one, partly visible
     EXPECT_EQ(text_of(*path), "entry");
     EXPECT_EQ(fields.layout.y, 27 + 6 * 17);
 
@@ -1161,9 +1161,9 @@ TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
     EXPECT_EQ(input_field.dropdown_open, 1);
 }
 
-TEST(DropDown, AnEntryOfLinesKeepsToItsRow) {
+TEST(DropDown, AnEntryOfSeveralLinesStaysInItsRow) {
     OpenPaths fields({"a gjl", "z"});
-    saved_entry_at(&path_field.entries, 0)->text[1] = '\n'; // as an entry that was pasted and saved
+    saved_entry_at(&path_field.entries, 0)->text[1] = '\n'; // as in a pasted and saved entry
     input_field.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
@@ -1176,7 +1176,7 @@ TEST(DropDown, AnEntryWithoutBytesIsAnEmptyRow) {
     OpenPaths fields({"x"});
     SavedEntry *entry = saved_entry_at(&path_field.entries, 0);
     char *text = entry->text;
-    *entry = {1, 0, nullptr, 0}; // memory for it was refused
+    *entry = {1, 0, nullptr, 0}; // out of memory for its text
     fields.click(path, on_entry(0));
     EXPECT_EQ(text_of(*path), "");
     EXPECT_EQ(carets(), "{0,0}");

@@ -1,4 +1,4 @@
-// Several carets, memory that is refused, texts of two GiB, and the worker that reads along.
+// Several carets, out of memory, texts of 2 GiB, and the worker reading meanwhile.
 #include "ui/line_editor.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ using namespace std::string_literals;
 
 // ---- Several carets ----
 
-TEST(LineEditorCarets, EachGetsTheTextAndLaterOnesMakeWay) {
+TEST(LineEditorCarets, EachGetsTheTextAndLaterOnesMove) {
     Editor editor("abcdef", {{1, 1}, {4, 4}});
     editor.type('x');
     EXPECT_EQ(editor.state(), "axbcdxef {2,2} {6,6}");
@@ -25,41 +25,40 @@ TEST(LineEditorCarets, EachGetsTheTextAndLaterOnesMakeWay) {
     EXPECT_EQ(selections.state(), "xcxf {1,1} {3,3}");
 }
 
-TEST(LineEditorCarets, TheThirdGoesTooFarByTheChangesBeforeTheSecond) {
+TEST(LineEditorCarets, TheThirdMovesTooFarByTheFirstChange) {
     Editor editor("abcdefgh", {{1, 1}, {3, 3}, {5, 5}});
     editor.type('x');
-    // Between e and f it was; now it stands one further.
+    // It was between e and f; now it is one further right.
     EXPECT_EQ(editor.state(), "axbcxdefxgh {2,2} {5,5} {9,9}");
 }
 
-TEST(LineEditorCarets, AThirdThatWouldGoBeyondTheTextStopsAtItsEnds) {
+TEST(LineEditorCarets, AThirdThatWouldLeaveTheTextStopsAtItsEnds) {
     Editor editor("abcdef", {{1, 1}, {3, 3}, {6, 6}});
     editor.type('x');
     EXPECT_EQ(editor.state(), "axbcxdefx {2,2} {5,5} {9,9}");
     Editor start("abcdefgh", {{0, 4}, {5, 6}, {6, 7}});
     start.key(KEY_DELETE);
-    // The third moves back by 4 and then by 4 + 1: to the start, where it selects nothing and meets the
-    // first.
+    // The third moves back by 4 and then by 4 + 1, to the start, where it merges with the first.
     EXPECT_EQ(start.state(), "egh {0,0} {1,1}");
 }
 
-TEST(LineEditorCarets, WhetherOneMakesWayIsJudgedFromWhereTheChangeBegan) {
+TEST(LineEditorCarets, OnesAfterTheStartOfAChangeMove) {
     Editor editor("abcdef", {{1, 4}, {2, 2}});
     hold_clipboard();
     copy_from_elsewhere("XY");
     editor.key_with({KEY_CTRL}, KEY_V);
-    // The second stood behind the change's start, if not behind its end: it goes back by one, to 1.
+    // The second was after the change's start, though not after its end: it moves back by one, to 1.
     EXPECT_EQ(editor.state(), "aXYXYef {3,3}");
 }
 
-TEST(LineEditorCarets, OnlyTheAnchorDecidesWhetherOneMakesWay) {
+TEST(LineEditorCarets, OnlyTheAnchorDecidesWhetherOneMoves) {
     Editor editor("abcdef", {{2, 2}, {1, 4}});
     editor.type('x');
-    // The second selection keeps its offsets, over other bytes now.
+    // The second selection keeps its offsets, which now select other bytes.
     EXPECT_EQ(editor.state(), "axdef {3,3} {2,2}");
 }
 
-TEST(LineEditorCarets, OneAtTheVeryPlaceDoesNotMakeWay) {
+TEST(LineEditorCarets, OneAtTheStartOfAChangeDoesNotMove) {
     Editor editor("ab", {{1, 1}, {1, 1}});
     editor.type('x');
     EXPECT_EQ(editor.state(), "axxb {2,2}");
@@ -82,11 +81,11 @@ TEST(LineEditorMerge, OverlappingAndTouchingOnesBecomeOne) {
         {{{0, 9}, {3, 5}}, " {0,9}"},
         {{{3, 5}, {9, 0}}, " {0,9}"},
         {{{4, 4}, {4, 4}}, " {4,4}"},
-        {{{4, 4}, {4, 2}}, " {2,4}"}, // no direction counts as forward
+        {{{4, 4}, {4, 2}}, " {2,4}"}, // a selection of no width counts as forward
         {{{5, 3}, {2, 4}}, " {5,2}"}, // the first one's direction
         {{{3, 5}, {4, 2}}, " {2,5}"},
-        {{{0, 2}, {1, 3}, {7, 7}, {9, 9}}, " {0,3} {9,9} {7,7}"}, // the last takes the gap
-        {{{0, 2}, {6, 8}, {2, 6}}, " {0,8}"},                     // the union reaches one passed before
+        {{{0, 2}, {1, 3}, {7, 7}, {9, 9}}, " {0,3} {9,9} {7,7}"}, // the last moves into the gap
+        {{{0, 2}, {6, 8}, {2, 6}}, " {0,8}"}, // the union reaches one that was compared before
         {{{8, 8}, {0, 1}, {1, 2}, {2, 3}, {3, 4}}, " {8,8} {0,4}"},
     };
     for (const auto &row : rows) {
@@ -115,7 +114,7 @@ TEST(LineEditorCarets, ClampingPutsThemIntoTheText) {
     EXPECT_EQ(editor.state(), "abc {0,2} {3,3} {0,3}");
 }
 
-TEST(LineEditorCarets, OnesThatATextShortenedElsewhereLeftOutsideDoNoHarm) {
+TEST(LineEditorCarets, OnesOutsideATextShortenedElsewhereAreClamped) {
     for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE, KEY_LEFT, KEY_RIGHT, KEY_HOME, KEY_END, KEY_C, KEY_X}) {
         for (const std::vector<uint16_t> &modifiers :
              std::vector<std::vector<uint16_t>>{{}, {KEY_CTRL}, {KEY_SHIFT}}) {
@@ -129,7 +128,7 @@ TEST(LineEditorCarets, OnesThatATextShortenedElsewhereLeftOutsideDoNoHarm) {
 
 // ---- Memory ----
 
-TEST(LineEditorRefusal, ATextThatCannotGrowKeepsItsTextAndItsSelection) {
+TEST(LineEditorMemory, ATextThatCannotGrowKeepsItsSelection) {
     Editor editor("0123456789abcdef", {{4, 4}});
     {
         HeapHookScope hook([](uint64_t) { return false; });
@@ -145,25 +144,25 @@ TEST(LineEditorRefusal, ATextThatCannotGrowKeepsItsTextAndItsSelection) {
     }
     EXPECT_EQ(editor.state(), "0123456789abcdef {6,3}");
     EXPECT_EQ(editor.field.capacity, 16u);
-    editor.type('x'); // three bytes less, one more: no growth needed
+    editor.type('x'); // three bytes less, one more: no growth
     EXPECT_EQ(editor.state(), "012x6789abcdef {4,4}");
 }
 
-TEST(LineEditorRefusal, AReplacementThatFitsNeedsNoMemory) {
+TEST(LineEditorMemory, AReplacementThatFitsNeedsNoMemory) {
     Editor editor("0123456789abcdef", {{4, 5}});
     HeapHookScope hook([](uint64_t) { return false; });
     editor.type('x');
     EXPECT_EQ(editor.state(), "0123x56789abcdef {5,5}");
 }
 
-TEST(LineEditorRefusal, WithSeveralCaretsTheFirstRefusalEndsTheChange) {
+TEST(LineEditorMemory, WithSeveralCaretsTheFirstFailureEndsTheChange) {
     Editor editor("0123456789abcde", {{1, 1}, {3, 3}, {6, 8}});
     HeapHookScope hook([](uint64_t) { return false; });
     editor.type('x');
     EXPECT_EQ(editor.state(), "0x123456789abcde {2,2} {4,4} {7,9}");
 }
 
-TEST(LineEditorRefusal, APasteWithoutMemoryForItsTextIsAnEmptyClipboard) {
+TEST(LineEditorMemory, OutOfMemoryForItsTextAPasteChangesNothing) {
     copy_from_elsewhere("x");
     Editor editor("abc", {{1, 2}});
     HeapHookScope hook([](uint64_t) { return false; });
@@ -172,13 +171,13 @@ TEST(LineEditorRefusal, APasteWithoutMemoryForItsTextIsAnEmptyClipboard) {
     EXPECT_EQ(editor.state(), "abc {1,2}");
 }
 
-// Refuses one allocation after the other until the key has all it asks for.
-TEST(LineEditorRefusal, ACopyIsWholeOrNotMade) {
+// Lets one allocation after another fail until all of the key's succeed.
+TEST(LineEditorMemory, ACopyIsCompleteOrNotMade) {
     std::string text(3000, 'x');
     for (uint16_t key : {KEY_C, KEY_X}) {
         for (uint32_t refused = 0;; refused++) {
             copy_from_elsewhere("before");
-            Editor editor(text, {{0, 2000}, {2000, 3000}}); // the second one alone would fit
+            Editor editor(text, {{0, 2000}, {2000, 3000}}); // the second selection alone would fit
             editor.hold(KEY_CTRL);
             uint32_t asked = 0;
             uint64_t first_size = 0;
@@ -202,7 +201,7 @@ TEST(LineEditorRefusal, ACopyIsWholeOrNotMade) {
     }
 }
 
-TEST(LineEditorRefusal, WithoutStorageForCaretsThereIsNone) {
+TEST(LineEditorMemory, WithoutStorageForCaretsThereIsNone) {
     HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(Caret); });
     Editor editor("abc", {});
     EXPECT_EQ(input_field.caret_list.capacity, 0u);
@@ -214,7 +213,7 @@ TEST(LineEditorRefusal, WithoutStorageForCaretsThereIsNone) {
     EXPECT_EQ(editor.state(), "abc");
 }
 
-TEST(LineEditorRefusal, AFieldWithoutStorageStaysEmpty) {
+TEST(LineEditorMemory, AFieldWithoutStorageStaysEmpty) {
     HeapHookScope hook([](uint64_t size) { return size != 17; });
     Editor editor("", {{0, 0}});
     ASSERT_EQ(editor.field.data, nullptr);
@@ -228,7 +227,7 @@ TEST(LineEditorRefusal, AFieldWithoutStorageStaysEmpty) {
     EXPECT_EQ(editor.state(), " {0,0}");
 }
 
-TEST(LineEditorLength, ATextAsLongAsCaretsCountTakesNoMore) {
+TEST(LineEditorLength, ATextAsLongAsCaretsCanCountTakesNoMore) {
     Editor editor("abc", {{0, 0}});
     editor.field.capacity = uint64_t{INT32_MAX} + 100;
     for (uint64_t pretended : {uint64_t{INT32_MAX}, uint64_t{INT32_MAX} + 1, uint64_t{UINT32_MAX}}) {
@@ -248,7 +247,7 @@ TEST(LineEditorLength, ATextAsLongAsCaretsCountTakesNoMore) {
     EXPECT_EQ(editor.state(), "abc {0,3}");
 }
 
-TEST(LineEditorLength, MemoryIsAskedForOnlyForATextThatCaretsCanCount) {
+TEST(LineEditorLength, MemoryIsRequestedOnlyForATextThatCaretsCanCount) {
     Editor editor("abc", {{3, 3}});
     const struct {
         uint64_t count;
@@ -268,14 +267,14 @@ TEST(LineEditorLength, MemoryIsAskedForOnlyForATextThatCaretsCanCount) {
     }
 }
 
-// ---- What the worker may be reading ----
+// ---- While the worker reads ----
 
 namespace {
 
 volatile uint8_t stop_reading;
 volatile uint8_t has_stopped;
 volatile uint32_t passes;
-volatile uint32_t read_sum; // keeps the reading
+volatile uint32_t read_sum; // so that the reads are not optimised away
 
 // Reads the path as the worker does, from its count and to its terminator.
 uint32_t read_path(void *) {
@@ -293,8 +292,7 @@ uint32_t read_path(void *) {
 
 } // namespace
 
-// Under the address sanitizer the reader may touch nothing that was given back and nothing behind the
-// storage.
+// Under AddressSanitizer the reader must not touch freed memory or memory after the storage.
 TEST(LineEditorReader, MayReadThroughEveryEdit) {
     Editor editor("", {});
     strbuf_init(&search_state.path, 16);
@@ -353,7 +351,7 @@ TEST(LineEditorReader, StorageThatTheTextOutgrowsStaysReadable) {
     search_state.worker_pass = 0;
 }
 
-TEST(LineEditorReader, ARemovalLeavesAZeroBehindTheOldCountAndTheNew) {
+TEST(LineEditorReader, ARemovalLeavesAZeroAfterTheOldAndTheNewCount) {
     Editor editor("0123456789", {{2, 5}});
     editor.key(KEY_DELETE);
     EXPECT_EQ(editor.field.count, 7u);
@@ -362,7 +360,7 @@ TEST(LineEditorReader, ARemovalLeavesAZeroBehindTheOldCountAndTheNew) {
 }
 
 #ifndef _WIN32
-TEST(LineEditorReader, ARemovalHasAZeroBehindTheCountAtEveryMoment) {
+TEST(LineEditorReader, ARemovalHasAZeroAfterTheCountAtEveryMoment) {
     static StrBuf *field;
     Editor editor("0123456789", {{2, 5}});
     field = &editor.field;

@@ -1,4 +1,4 @@
-// The line editor against the plain one, under random events from fixed seeds.
+// Compares the line editor with the plain one, for random events from fixed seeds.
 
 #include <gtest/gtest.h>
 
@@ -25,8 +25,7 @@ constexpr uint32_t sequence_count = 120000;
 
 // ---- Random texts ----
 
-// What texts are put together from: plain letters, separators, whole characters, characters cut short, bytes
-// that start none, line feeds and zeros.
+// The pieces of texts: letters, separators, whole and cut characters, stray bytes, line feeds and zeros.
 const std::vector<std::string> pieces = {
     "a",    "b",    "cd",       "foo",  "_",    "=",    "<",    " ",    "  ",     "/",          ".",
     "{",    "\\",   "\t",       "\n",   "\0"s,  "é",    "你",   "😀",    "\u0301", "\U0010FFFF", "\x80",
@@ -138,7 +137,7 @@ bool is_ascii_text(const std::string &text) {
     return true;
 }
 
-// What a paste reads after text has been copied; conversions are the clipboard's own matter.
+// What a paste reads after text has been copied; the clipboard converts it.
 std::string read_back(const std::string &text) {
     if (is_ascii_text(text)) {
         return text;
@@ -166,7 +165,7 @@ std::string fill_clipboard(Random &random) {
         EXPECT_EQ(os_clipboard_set_text(str_over(random.text(8))), 0);
         break;
     }
-    clipboard_text(); // closes it: only now other formats are made from those offered
+    clipboard_text(); // closes it, so that the other formats are made from those offered
     return clipboard_text();
 }
 
@@ -249,7 +248,7 @@ public:
         }
     }
 
-    // What differs, or what is not as it must always be; empty when all is well.
+    // The first difference or broken invariant; empty without one.
     std::string complaint(const Event &event) {
         if (!field.data || field.data[field.count] != 0) {
             return "no terminator";
@@ -326,7 +325,7 @@ private:
     }
 };
 
-// Runs the sequence of that number. Returns what happened up to the first complaint; empty without one.
+// Runs the sequence of that number. Returns the events up to the first difference; empty without one.
 std::string failure_of(uint32_t number) {
     Random random(number);
     std::vector<Event> events;

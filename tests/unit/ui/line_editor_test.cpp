@@ -16,7 +16,7 @@ using namespace std::string_literals;
 
 // ---- Words and characters ----
 
-TEST(LineEditorWord, CtrlLeftFromTheEndStopsBehindTheSpace) {
+TEST(LineEditorWord, CtrlLeftFromTheEndStopsAfterTheSpace) {
     Editor editor("foo bar", {{7, 7}});
     EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_LEFT), REDRAW);
     EXPECT_EQ(editor.state(), "foo bar {4,4}");
@@ -79,7 +79,7 @@ TEST(LineEditorCharacter, RightMovesAsFarAsTheLeadByteSays) {
     }
 }
 
-TEST(LineEditorCharacter, RightOverACharacterThatTheTextCutsStopsAtTheEnd) {
+TEST(LineEditorCharacter, RightOverACutCharacterStopsAtTheEnd) {
     for (const char *text : {"\xC3", "\xE4\xBD", "\xF0", "\xFF\x80\x80"}) {
         Editor editor(text, {{0, 0}});
         editor.key(KEY_RIGHT);
@@ -89,14 +89,14 @@ TEST(LineEditorCharacter, RightOverACharacterThatTheTextCutsStopsAtTheEnd) {
     }
 }
 
-TEST(LineEditorCharacter, LeftSkipsBytesThatGoOn) {
+TEST(LineEditorCharacter, LeftSkipsContinuationBytes) {
     Editor editor("a\xF0\x9F\x98\x80", {{5, 5}});
     editor.key(KEY_LEFT);
     EXPECT_EQ(field_carets()[0].caret, 1);
     Editor stray("\x80\x80\x80", {{3, 3}});
     stray.key(KEY_LEFT);
     EXPECT_EQ(field_carets()[0].caret, 0);
-    // A stray continuation belongs to whatever stands before it.
+    // A stray continuation byte belongs to the character before it.
     Editor after_space("a \x80", {{3, 3}});
     after_space.key(KEY_LEFT);
     EXPECT_EQ(field_carets()[0].caret, 1);
@@ -167,13 +167,13 @@ TEST(LineEditorMove, CtrlWithASelectionOnlyCollapsesIt) {
     EXPECT_EQ(right.state(), "foo bar {5,5}");
 }
 
-TEST(LineEditorMove, CaretsThatMeetAreNotMergedByIt) {
+TEST(LineEditorMove, DoesNotMergeCaretsThatMeet) {
     Editor editor("abc", {{0, 0}, {1, 1}});
     editor.key(KEY_LEFT);
     EXPECT_EQ(editor.state(), "abc {0,0} {0,0}");
 }
 
-TEST(LineEditorMove, EveryCaretMovesByItself) {
+TEST(LineEditorMove, MovesEveryCaret) {
     Editor editor("foo bar baz", {{11, 11}, {0, 0}, {5, 6}});
     editor.key_with({KEY_CTRL}, KEY_RIGHT);
     EXPECT_EQ(editor.state(), "foo bar baz {11,11} {3,3} {6,6}");
@@ -209,7 +209,7 @@ TEST(LineEditorEdge, ShiftHomeWithTwoCaretsSelectsFromTheLargerAnchor) {
     EXPECT_EQ(editor.state(), "abcdef {4,0}");
 }
 
-TEST(LineEditorEdge, WithoutACaretThereStaysNone) {
+TEST(LineEditorEdge, WithoutACaretNothingChanges) {
     Editor editor("abc", {});
     EXPECT_EQ(editor.key(KEY_END), REDRAW);
     EXPECT_EQ(editor.key(KEY_HOME), REDRAW);
@@ -232,7 +232,7 @@ TEST(LineEditorDelete, DeleteRemovesAWholeCharacter) {
     EXPECT_EQ(editor.state(), "a {0,0}");
 }
 
-TEST(LineEditorDelete, DeleteOfACharacterThatTheTextCutsRemovesTheRest) {
+TEST(LineEditorDelete, DeleteOfACutCharacterRemovesTheRest) {
     Editor editor("a\xF0\x9F", {{1, 1}});
     editor.key(KEY_DELETE);
     EXPECT_EQ(editor.state(), "a {1,1}");
@@ -264,7 +264,7 @@ TEST(LineEditorDelete, CtrlRemovesByTheWordRule) {
     EXPECT_EQ(editor.state(), " bar  {0,0}");
 }
 
-TEST(LineEditorDelete, ASelectionIsAllThatGoes) {
+TEST(LineEditorDelete, OnlyASelectionIsRemoved) {
     for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE}) {
         Editor editor("abcdef", {{4, 2}});
         EXPECT_EQ(editor.key(key), SEARCH);
@@ -320,12 +320,12 @@ TEST(LineEditorType, ThreeBytesBeginAt0x701) {
         {0x80, "\xC2\x80"},
         {0xE9, "é"},
         {0x700, "\xDC\x80"},
-        {0x701, "\xE0\x9C\x81"}, // two bytes would do
+        {0x701, "\xE0\x9C\x81"}, // two bytes would be enough
         {0x750, "\xE0\x9D\x90"},
         {0x7FF, "\xE0\x9F\xBF"},
         {0x800, "\xE0\xA0\x80"},
         {0x4F60, "你"},
-        {0xD83D, "\xED\xA0\xBD"}, // half of a pair by itself
+        {0xD83D, "\xED\xA0\xBD"}, // a lone surrogate
         {0xDE00, "\xED\xB8\x80"},
         {0xFFFF, "\xEF\xBF\xBF"},
         {0x10000, "\xF0\x90\x80\x80"},
@@ -351,7 +351,7 @@ TEST(LineEditorType, AnEmptyEncodingStillRemovesTheSelection) {
     }
 }
 
-TEST(LineEditorType, ControlCharactersAreTextHere) {
+TEST(LineEditorType, ControlCharactersAreTyped) {
     Editor editor("", {{0, 0}});
     editor.type(27);
     editor.type('\t');
@@ -389,7 +389,7 @@ TEST(LineEditorSelectAll, MakesOneCaretOverTheWholeText) {
     EXPECT_EQ(editor.state(), "abc {0,3}");
 }
 
-TEST(LineEditorSelectAll, MakesACaretWhereThereWasNone) {
+TEST(LineEditorSelectAll, MakesACaretWithoutOne) {
     Editor editor("abc", {});
     EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);
     EXPECT_EQ(editor.state(), "abc {0,3}");
@@ -472,7 +472,7 @@ TEST(LineEditorPaste, AnEmptyClipboardChangesNothingAndReportsNothing) {
     EXPECT_EQ(editor.state(), "foo bar {4,7}");
     Editor no_caret("foo", {});
     EXPECT_EQ(no_caret.key_with({KEY_CTRL}, KEY_V), NOTHING);
-    close_open_clipboard(); // left open by the layer, as it does where there is no text
+    close_open_clipboard(); // the layer leaves it open when there is no text
 }
 
 TEST(LineEditorPaste, WithoutACaretBothFlagsAreSet) {
@@ -515,9 +515,9 @@ TEST(LineEditorKeys, WithAltGrTheLettersActToo) {
     EXPECT_EQ(editor.state(), "paste@ {6,6}");
 }
 
-// ---- Which events mean something ----
+// ---- Other events ----
 
-TEST(LineEditorKeys, OthersMeanNothing) {
+TEST(LineEditorKeys, OtherKeysDoNothing) {
     Editor editor("abc", {{1, 2}});
     for (const std::vector<uint16_t> &modifiers :
          std::vector<std::vector<uint16_t>>{{}, {KEY_SHIFT}, {KEY_CTRL}}) {
@@ -542,7 +542,7 @@ TEST(LineEditorKeys, ARepeatedPressIsAPress) {
     EXPECT_EQ(editor.state(), "a {0,0}");
 }
 
-TEST(LineEditorKeys, OtherKeyStatesMeanNothing) {
+TEST(LineEditorKeys, OtherKeyStatesDoNothing) {
     Editor editor("abc", {{1, 1}, {1, 1}});
     for (int state = 0; state < 256; state++) {
         if (state != KEY_PRESSED && state != KEY_REPEATED) {
@@ -555,7 +555,7 @@ TEST(LineEditorKeys, OtherKeyStatesMeanNothing) {
     EXPECT_EQ(editor.state(), "abc {1,1} {1,1}");
 }
 
-TEST(LineEditorKeys, OtherEventsMeanNothing) {
+TEST(LineEditorKeys, OtherEventsDoNothing) {
     Editor editor("abc", {{1, 2}});
     for (int type = 0; type < 256; type++) {
         if (type != EVENT_KEY && type != EVENT_CHAR) {

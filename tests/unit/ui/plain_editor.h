@@ -1,5 +1,4 @@
-// The line editor's rules written plainly, to compare the real one with: a std::string, whole copies of it,
-// and no code in common.
+// A plain line editor to compare the real one with: on std::string copies, and sharing no code with it.
 #pragma once
 
 #include <stdint.h>
@@ -31,7 +30,7 @@ public:
     bool ctrl = false;
     bool alt = false;
     bool has_memory = true;
-    std::string clipboard;             // what pasting reads; empty: no text
+    std::string clipboard;             // what a paste reads; empty: no text
     std::optional<std::string> copied; // what the last event put on the clipboard
     bool handled = false;
     bool text_changed = false;

@@ -1,4 +1,4 @@
-// The saved lists' rules once more, on strings and vectors, as the check on the real ones.
+// Plain saved lists to check the real ones with, on strings and vectors.
 #pragma once
 
 #include <stddef.h>
@@ -28,7 +28,7 @@ struct PlainSavedList {
     bool is_path = false;
     std::string text;
     std::vector<PlainEntry> entries;
-    bool is_saved = false; // as far as the last mark update knew
+    bool is_saved = false; // at the last mark update
 
     // What the field's file holds.
     std::string contents() const {
@@ -69,8 +69,7 @@ struct PlainSavedList {
                                [&](const PlainEntry &entry) { return entry.is_live && entry.text == text; });
     }
 
-    // What the save button does. Returns whether the file is written; the focused field's mark is updated
-    // then too.
+    // What the save button does. Returns whether the file is written and the focused field's mark updated.
     bool save() {
         text = is_path ? plain_clean(text, true) : text;
         const auto equal = [&](bool only_removed) {

@@ -1,4 +1,4 @@
-// The files of the saved lists: what is on disk after each change, and after a program that was killed.
+// The files of the saved lists on disk, after each change and after a kill.
 
 #include "ui/saved_files.h"
 
@@ -32,9 +32,9 @@ const std::string paths_file = "saved_paths.txt";
 const std::string queries_file = "saved_queries.txt";
 const std::string second_file = "saved_queries.new";
 
-using Bytes = std::optional<std::string>; // a file's; none when it is missing
+using Bytes = std::optional<std::string>; // of a file; none when it is missing
 
-// The lists' files in a folder of their own.
+// A folder with the lists' files.
 class ListFiles : public SavedListsScope {
 public:
     ListFiles() : folder(tree.path() + "/") {
@@ -52,7 +52,7 @@ public:
         }
     }
 
-    // Names of all there is, sorted, with blanks between.
+    // The names of all files, sorted, with spaces between.
     std::string names() const {
         std::vector<std::string> found;
         for (const fs::directory_entry &entry : fs::directory_iterator(tree.native(""))) {
@@ -66,7 +66,7 @@ public:
         return all;
     }
 
-    // Starts with these two files of queries and an empty field: "text: entries".
+    // The state after a start with these two files of queries and an empty field: "text: entries".
     std::string started_with(const Bytes &first, const Bytes &second) const {
         put(queries_file, first);
         put(second_file, second);
@@ -84,7 +84,7 @@ public:
     std::string folder;
 };
 
-// What a second file holds for a content.
+// The bytes of a second file for that content.
 std::string second_of(const std::string &content) {
     uint64_t length = content.size();
     std::string bytes(8, 0);
@@ -92,7 +92,7 @@ std::string second_of(const std::string &content) {
     return bytes + content;
 }
 
-// The text and entries that a content stands for.
+// The text and entries that are loaded from that content.
 std::string state_of(const ListFiles &files, const std::string &content) {
     return files.started_with(content, std::nullopt);
 }
@@ -159,18 +159,18 @@ TEST(SavedFiles, OfAListWithOnlyRemovedEntriesHoldOnlyTheText) {
     EXPECT_EQ(files.read(queries_file), "foo\r\nfoo");
 }
 
-TEST(SavedFiles, AreNotWrittenWhenARemovedEntryComesBackAndThatIsMeant) {
+TEST(SavedFiles, AreNotWrittenWhenARemovedEntryComesBack) {
     ListFiles files;
     add("foo");
     saved_entry_flip(query, 0);
     saved_list_save(query, query);
     EXPECT_EQ(entries_of(query_field.entries), "foo");
     EXPECT_EQ(files.read(queries_file), "foo");
-    type(query, "bar"); // the next change brings it
+    type(query, "bar"); // written with the next change
     EXPECT_EQ(files.read(queries_file), "bar\r\nfoo");
 }
 
-TEST(SavedFiles, AreWrittenOnceMoreForAMarkedTextOnlyWhenARemovedEntryEqualsIt) {
+TEST(SavedFiles, AreRewrittenForAMarkedTextOnlyWhenARemovedEntryEqualsIt) {
     ListFiles files;
     add("foo");
     files.put(queries_file, "untouched");
@@ -198,7 +198,7 @@ TEST(SavedFiles, AreReadBackAsTheyWereLeft) {
     EXPECT_EQ(files.names(), "saved_queries.txt");
 }
 
-TEST(SavedFiles, OfATextWithoutEntriesComeBackAsAnEntryAndThatIsMeant) {
+TEST(SavedFiles, OfATextWithoutEntriesComeBackAsAnEntry) {
     ListFiles files;
     type(query, "foo");
     EXPECT_EQ(files.started(), ": foo");
@@ -208,7 +208,7 @@ TEST(SavedFiles, AreNotUsedWithoutAFolder) {
     ListFiles files;
     saved_folder = {};
     fs::path before = fs::current_path();
-    fs::current_path(files.tree.native("")); // nor are any in the folder the program was started in
+    fs::current_path(files.tree.native("")); // no files in the current folder either
     type(query, "foo");
     fs::current_path(before);
     EXPECT_EQ(files.names(), "");
@@ -226,7 +226,7 @@ TEST(SavedFiles, MissingAndEmptyOnesChangeNothing) {
     EXPECT_EQ(files.names(), "saved_queries.txt");
 }
 
-TEST(SavedFiles, UnreadableOnesAreMissingOnes) {
+TEST(SavedFiles, UnreadableOnesCountAsMissing) {
     ListFiles files;
     files.put(queries_file, "foo\r\nbar");
     Unreadable unreadable(files.tree.native(queries_file));
@@ -249,7 +249,7 @@ TEST(SavedFiles, ThatCouldNotBeReadAreReadBeforeTheyAreReplaced) {
         EXPECT_EQ(files.read(queries_file).value_or("none"), "typed2\r\ntyped\r\nbar") << unread;
         EXPECT_FALSE(query_field.is_unread);
         EXPECT_EQ(files.names(), "saved_queries.txt");
-        EXPECT_EQ(text_of(*query), "typed2"); // what was typed since stays
+        EXPECT_EQ(text_of(*query), "typed2"); // text typed since stays
     }
 }
 
@@ -258,7 +258,7 @@ TEST(SavedFiles, ThatCannotBeReadAtAllAreNotReplaced) {
         ListFiles files;
         files.put(queries_file, "foo\r\nbar");
         files.put(second_file, unread == second_file ? Bytes(second_of("foo\r\nbar")) : std::nullopt);
-        fs::permissions(files.tree.native(""), fs::perms::all); // it could be deleted
+        fs::permissions(files.tree.native(""), fs::perms::all); // the file could be deleted
         {
             Unreadable unreadable(files.tree.native(unread));
             files.started();
@@ -269,7 +269,7 @@ TEST(SavedFiles, ThatCannotBeReadAtAllAreNotReplaced) {
     }
 }
 
-TEST(SavedFiles, WhicheverAllocationIsRefusedTheFileIsTheOldOneOrTheNewOne) {
+TEST(SavedFiles, HoldTheOldOrTheNewListWhicheverAllocationFails) {
     ListFiles files;
     set_field(query, "foo");
     std::string entries = "\n" + std::string(30000, 'x') + "\nbar";
@@ -291,7 +291,7 @@ TEST(SavedFiles, WhicheverAllocationIsRefusedTheFileIsTheOldOneOrTheNewOne) {
     EXPECT_EQ(old_ones, 2); // without the buffer, and without its growth
 }
 
-TEST(SavedFiles, WhicheverAllocationIsRefusedALoadTakesWhatItCan) {
+TEST(SavedFiles, LoseNothingWhicheverAllocationFailsInALoad) {
     ListFiles files;
     std::string old_state = state_of(files, "foo\r\nbar");
     for (int refused = 0, asked = 0; refused <= asked; refused++) {
@@ -304,7 +304,7 @@ TEST(SavedFiles, WhicheverAllocationIsRefusedALoadTakesWhatItCan) {
             state = files.started();
         }
         EXPECT_TRUE(state == old_state || state == "foo: " || state == ": " || state == ": fo") << state;
-        // Whatever was refused, nothing on disk is lost by it but what was not read.
+        // The file stays, whichever allocation has failed.
         EXPECT_TRUE(files.read(queries_file).has_value()) << refused;
     }
 }
@@ -322,7 +322,7 @@ TEST(KilledWrite, TheTwoListsAreFinishedEachForItself) {
     EXPECT_EQ(files.started(), "q: r");
 }
 
-TEST(KilledWrite, WhatIsFinishedKeepsItsBackslashes) {
+TEST(KilledWrite, AFinishedWriteKeepsBackslashes) {
     ListFiles files;
     EXPECT_EQ(files.started_with(std::nullopt, second_of("a\\b\r\nc")), "a/b: c");
     EXPECT_EQ(files.read(queries_file), "a\\b\r\nc");
@@ -398,7 +398,7 @@ TEST(SavedFiles, AHundredThousandEntriesAreLoadedAddedToRemovedFromWrittenAndRea
         expected += i == 50000 ? "" : "\r\nentry " + std::to_string(i);
     }
     expected += "\r\none more";
-    EXPECT_TRUE(files.read(queries_file) == expected); // too long to be shown
+    EXPECT_TRUE(files.read(queries_file) == expected); // too long to print
     EXPECT_EQ(files.names(), "saved_queries.txt");
 
     empty_list(&query_field.entries);
@@ -502,5 +502,5 @@ TEST(SavedFilesModel, RandomChangesLeaveWhatAPlainListWouldWrite) {
         ASSERT_EQ(query_field.is_saved, marked) << i;
         ASSERT_EQ(files.read(queries_file), on_disk) << i;
     }
-    EXPECT_GT(deleted, 10); // more than 20 removed entries were reached, and one deleted for good
+    EXPECT_GT(deleted, 10); // with more than 20 removed entries, one is deleted for good
 }

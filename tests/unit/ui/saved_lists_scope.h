@@ -1,5 +1,4 @@
-// The two fields and their saved lists as start-up finds them, for one test, with nothing left of them
-// afterwards.
+// The two fields and their saved lists as before start-up, for one test, cleaned up afterwards.
 #pragma once
 
 #include <string>
@@ -11,7 +10,7 @@
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
 
-// What a field holds now.
+// A field's text.
 inline std::string text_of(const StrBuf &field) {
     return to_string(strbuf_text(&field));
 }
@@ -24,7 +23,7 @@ inline void set_field(Field *field, const std::string &text) {
     set_field(field->text, text);
 }
 
-// A list's entries with '|' between them, those that are removed in parentheses.
+// A list's entries with '|' between them, removed ones in parentheses.
 inline std::string entries_of(const DynArray &list) {
     std::string entries;
     for (uint64_t row = 0; row < list.count; row++) {
@@ -43,7 +42,7 @@ inline void empty_list(DynArray *list) {
     list->count = 0;
 }
 
-// Makes these the field's entries, those that are removed in parentheses.
+// Replaces the field's entries; removed ones are in parentheses.
 inline void set_entries(Field *field, const std::vector<std::string> &entries) {
     empty_list(&field->entries);
     std::string file = "\n";

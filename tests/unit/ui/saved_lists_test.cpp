@@ -15,11 +15,11 @@ namespace {
 Field *const path = &path_field;
 Field *const query = &query_field;
 
-// What a file's bytes make of a field that held "old" and its empty list: "text: entries".
+// The state of a field with the text "old" and no entries after loading a file's bytes: "text: entries".
 std::string loaded(Field *field, const std::string &file, bool restore_text = true) {
     empty_list(&field->entries);
     set_field(field, "old");
-    std::vector<char> bytes(file.begin(), file.end()); // no zero behind them
+    std::vector<char> bytes(file.begin(), file.end()); // without a zero after them
     saved_list_load_contents(field, {bytes.size(), bytes.data()}, restore_text);
     return text_of(*field) + ": " + entries_of(field->entries);
 }
@@ -113,7 +113,7 @@ TEST(SavedEntries, AListThatCannotGrowIsEmptied) {
     SavedListsScope lists;
     LeakScope texts_stay;
     std::string file = "\n";
-    for (int i = 0; i < 130; i++) { // the list goes at the 129th, and takes no 130th
+    for (int i = 0; i < 130; i++) { // the 129th empties the list, and the 130th is ignored
         file += "x\n";
     }
     {
@@ -124,7 +124,7 @@ TEST(SavedEntries, AListThatCannotGrowIsEmptied) {
     EXPECT_EQ(query_field.entries.capacity, 0u);
     EXPECT_EQ(query_field.entries.data, nullptr);
     set_field(query, "q");
-    EXPECT_EQ(contents(query), "q"); // and reads as such
+    EXPECT_EQ(contents(query), "q"); // which shows in the contents
     saved_mark_update(query);
     EXPECT_EQ(query_field.is_saved, 0);
 }
@@ -176,7 +176,7 @@ TEST(SavedListLoading, TheFirstLineNeverBecomesAnEntryEvenWhenTheTextIsNotRestor
     EXPECT_EQ(loaded(query, "foo\r\n", false), "old: ");
 }
 
-TEST(SavedListLoading, AFileOfOneLineWithoutALineEndIsAnEntryAndThatIsMeant) {
+TEST(SavedListLoading, AFileOfOneUnterminatedLineIsAnEntry) {
     SavedListsScope lists;
     EXPECT_EQ(loaded(query, "abc"), "old: abc");
     EXPECT_EQ(loaded(path, "abc"), "old: abc");
@@ -199,7 +199,7 @@ TEST(SavedListLoading, AnEmptyFileChangesNothing) {
 TEST(SavedListLoading, LaterLinesOfPathsAreCleanedAndEmptyOnesSkipped) {
     SavedListsScope lists;
     EXPECT_EQ(loaded(path, "x\n  \"D:/x\" \r\nD:\\y\\\\ \n \" \" \n\n\r\nE:/\n"), "x: D:/x|D:/y//|E:/");
-    // Those of queries are not.
+    // Queries are not cleaned.
     EXPECT_EQ(loaded(query, "x\n  \"D\" \r\n \n\n\r\n\t\n"), "x:   \"D\" | |\t");
 }
 
@@ -209,12 +209,12 @@ TEST(SavedListLoading, TheFirstLineOfPathsIsNotCleaned) {
     EXPECT_EQ(loaded(path, "  \n"), "  : ");
 }
 
-TEST(SavedListLoading, WhatNoLineFeedEndsIsTakenAsItStands) {
+TEST(SavedListLoading, AnUnterminatedLastLineBecomesAnEntryVerbatim) {
     SavedListsScope lists;
     EXPECT_EQ(loaded(path, "x\n \"D:\\y\" \r"), "x:  \"D:/y\" \r");
     EXPECT_EQ(loaded(query, "x\n\r"), "x: \r");
     EXPECT_EQ(loaded(path, "x\n "), "x:  ");
-    EXPECT_EQ(loaded(path, "a\rb\rc"), "old: a\rb\rc"); // a lone carriage return ends no line
+    EXPECT_EQ(loaded(path, "a\rb\rc"), "old: a\rb\rc"); // a lone carriage return does not end a line
 }
 
 TEST(SavedListLoading, OneCarriageReturnBeforeALineFeedIsDropped) {
@@ -223,7 +223,7 @@ TEST(SavedListLoading, OneCarriageReturnBeforeALineFeedIsDropped) {
     EXPECT_EQ(loaded(path, "a\nb\r\r\nc\rd\r\n"), "a: b|c d");
 }
 
-TEST(SavedListLoading, BackslashesBecomeSlashesInQueriesTooAndThatIsMeant) {
+TEST(SavedListLoading, BackslashesBecomeSlashesInQueriesToo) {
     SavedListsScope lists;
     EXPECT_EQ(loaded(query, "a\\b\r\nc\\d\r\n\\e"), "a/b: c/d|/e");
 }
@@ -255,7 +255,7 @@ TEST(SavedListLoading, ALongFirstLineGrowsTheFieldAndStaysOutWithoutMemoryForIt)
     EXPECT_EQ(loaded(query, line + "\nb"), "old: b");
 }
 
-TEST(SavedListLoading, TenMegabytesOfGarbageAreTakenLineByLine) {
+TEST(SavedListLoading, TenMegabytesOfGarbageAreLoadedLineByLine) {
     SavedListsScope lists;
     std::mt19937 random(11);
     std::string garbage(10000000, 0);
@@ -287,7 +287,7 @@ TEST(SavedListContents, AreTheTextAndTheLiveEntriesWithCrLfBetweenThem) {
     set_field(path, "");
     EXPECT_EQ(contents(path), "\r\nD:/a/\r\nE:/x");
     set_field(query, "foo");
-    EXPECT_EQ(contents(query), "foo"); // its own list
+    EXPECT_EQ(contents(query), "foo"); // of its own list
 }
 
 TEST(SavedListContents, WithOnlyRemovedEntriesAreTheTextWithoutALineEnd) {
@@ -299,7 +299,7 @@ TEST(SavedListContents, WithOnlyRemovedEntriesAreTheTextWithoutALineEnd) {
     EXPECT_EQ(contents(query), "");
 }
 
-TEST(SavedListContents, ALineFeedInATextLoadsAsFurtherEntriesAndThatIsMeant) {
+TEST(SavedListContents, ALineFeedInATextLoadsAsFurtherEntries) {
     SavedListsScope lists;
     set_entries(query, {"e"});
     set_field(query, "a\nb");
@@ -328,7 +328,7 @@ std::string without_cr(std::string line) {
     return !line.empty() && line.back() == '\r' ? line.substr(0, line.size() - 1) : line;
 }
 
-// Blanks as the cleaning of paths knows them, taken off both ends one by one.
+// Trims both ends of a path, byte by byte.
 std::string plainly_cleaned(std::string line) {
     for (char &byte : line) {
         byte = std::string("\n\r\t\"").find(byte) != std::string::npos ? ' ' : byte;
@@ -342,7 +342,7 @@ std::string plainly_cleaned(std::string line) {
     return line;
 }
 
-// What loaded() has to give, read in the plainest way.
+// What loaded() has to return, by a plain reader.
 std::string plainly_loaded(bool is_path, std::string file, bool restore_text) {
     for (char &byte : file) {
         byte = byte == '\\' ? '/' : byte;
@@ -387,7 +387,7 @@ TEST(SavedListModel, RandomFilesLoadAsThePlainReadingLoadsThemAndComeBackFromWha
         bool restore_text = random() % 4;
         std::string state = loaded(field, file, restore_text);
         ASSERT_EQ(state, plainly_loaded(field == path, file, restore_text)) << testing::PrintToString(file);
-        // What is written then is read back as the plain reading reads it, too.
+        // What is then written loads as the plain reader loads it, too.
         std::string written = contents(field);
         std::string expected = text_of(*field);
         const DynArray *list = &field->entries;
@@ -436,12 +436,12 @@ TEST(SavedMark, ConcernsTheFocusedFieldOnly) {
     EXPECT_EQ(query_field.is_saved, 1); // as it was
 }
 
-TEST(SavedMark, CleansThePathInPlaceAndThatIsMeant) {
+TEST(SavedMark, CleansThePathInPlace) {
     SavedListsScope lists;
     set_entries(path, {"C:/Program", "C:/x/"});
     set_field(path, "C:/Program ");
     saved_mark_update(path);
-    EXPECT_EQ(text_of(*path), "C:/Program"); // a blank typed at its end is gone at once
+    EXPECT_EQ(text_of(*path), "C:/Program"); // a space typed at the end is removed at once
     EXPECT_EQ(path_field.is_saved, 1);
     set_field(path, "\"C:\\x\\\"");
     saved_mark_update(path);
@@ -456,7 +456,7 @@ TEST(SavedMark, CleansThePathInPlaceAndThatIsMeant) {
 
 namespace {
 
-// What saving a text of a marked or unmarked focused field leaves in its list.
+// The list after saving a marked or unmarked text of the focused field.
 std::string saved(Field *field, const std::string &text, bool marked = false) {
     set_field(field, text);
     (field == path ? path_field.is_saved : query_field.is_saved) = marked;
@@ -470,7 +470,7 @@ TEST(Saving, AppendsTheTextAndSetsTheMark) {
     SavedListsScope lists;
     EXPECT_EQ(saved(query, "foo"), "foo");
     EXPECT_EQ(query_field.is_saved, 1);
-    EXPECT_EQ(saved(query, "Foo \t"), "foo|Foo \t"); // as it is typed
+    EXPECT_EQ(saved(query, "Foo \t"), "foo|Foo \t"); // verbatim
     EXPECT_EQ(saved(query, "a\\b"), "foo|Foo \t|a\\b");
     EXPECT_EQ(path_field.entries.count, 0u);
 }
@@ -487,14 +487,14 @@ TEST(Saving, AnEmptyTextSavesNothing) {
     SavedListsScope lists;
     EXPECT_EQ(saved(query, ""), "");
     EXPECT_EQ(saved(path, ""), "");
-    EXPECT_EQ(saved(path, " \" "), ""); // nothing is left of it
+    EXPECT_EQ(saved(path, " \" "), ""); // cleaning leaves nothing
     EXPECT_EQ(path_field.is_saved, 0);
 }
 
-TEST(Saving, BringsBackARemovedEntryWithoutMarkingItAndThatIsMeant) {
+TEST(Saving, BringsBackARemovedEntryWithoutMarkingIt) {
     SavedListsScope lists;
     set_entries(query, {"a", "(foo)", "b", "(foo)"});
-    EXPECT_EQ(saved(query, "foo"), "a|foo|b|(foo)"); // the first of them, and nothing is appended
+    EXPECT_EQ(saved(query, "foo"), "a|foo|b|(foo)"); // the first one; nothing is appended
     EXPECT_EQ(query_field.is_saved, 0);
     saved_mark_update(query);
     EXPECT_EQ(query_field.is_saved, 1);
@@ -512,11 +512,11 @@ TEST(Saving, AMarkedTextChangesNoEntry) {
     set_entries(query, {"foo", "(bar)"});
     EXPECT_EQ(saved(query, "foo", true), "foo|(bar)");
     EXPECT_EQ(query_field.is_saved, 1);
-    EXPECT_EQ(saved(query, "new", true), "foo|(bar)"); // whatever the text is
+    EXPECT_EQ(saved(query, "new", true), "foo|(bar)"); // whatever the text
     EXPECT_EQ(query_field.is_saved, 1);
 }
 
-TEST(Saving, AMarkedTextThatARemovedEntryEqualsIsMarkedAnew) {
+TEST(Saving, AMarkedTextThatARemovedEntryEqualsUpdatesTheMark) {
     SavedListsScope lists;
     set_entries(query, {"(foo)"});
     EXPECT_EQ(saved(query, "foo", true), "(foo)");
@@ -526,7 +526,7 @@ TEST(Saving, AMarkedTextThatARemovedEntryEqualsIsMarkedAnew) {
     EXPECT_EQ(query_field.is_saved, 1);
 }
 
-TEST(Saving, OnTheFieldWithoutFocusLeavesItsButtonUnlitAndThatIsMeant) {
+TEST(Saving, OnTheFieldWithoutFocusLeavesItUnmarked) {
     SavedListsScope lists;
     set_field(path, "D:/x");
     set_field(query, "foo");
@@ -552,10 +552,10 @@ TEST(Saving, DeletesTheFirstRemovedEntryForGoodWhenMoreThan20AreRemoved) {
     EXPECT_EQ(result.substr(0, 15), "live|(r2)|(r3)|");
     EXPECT_EQ(result.substr(result.size() - 14), "(r21)|last|new");
     EXPECT_EQ(query_field.entries.count, 23u);
-    // One a save, and none once there are 20.
+    // One per save, and none once there are 20.
     saved(query, "newer");
     EXPECT_EQ(query_field.entries.count, 24u);
-    // Before the new one needs room.
+    // Before the new entry needs room.
     entries = removed_entries(21);
     entries.resize(128, "live");
     set_entries(query, entries);
@@ -618,7 +618,7 @@ TEST(Flipping, TurnsALiveEntryIntoARemovedOneAndBack) {
     EXPECT_EQ(query_field.is_saved, 1);
     saved_entry_flip(query, 2);
     saved_entry_at(&query_field.entries, 3)->in_use = 7;
-    saved_entry_flip(query, 3); // not there
+    saved_entry_flip(query, 3); // does not exist
     EXPECT_EQ(saved_entry_at(&query_field.entries, 3)->in_use, 7u);
     EXPECT_EQ(entries_of(query_field.entries), "a|foo|b");
 }

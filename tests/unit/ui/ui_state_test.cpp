@@ -18,7 +18,7 @@ const InputSlot &slot(uint16_t number) {
     return ui_state.slots[number];
 }
 
-// The slots that have any state bit.
+// The slots with any state bit set.
 std::vector<int> slots_with_bits() {
     std::vector<int> numbers;
     for (int i = 0; i < input_slot_count; i++) {
@@ -89,7 +89,7 @@ TEST(InputState, QuestionsBeforeTheFirstUseReserveNothing) {
     EXPECT_EQ(ui_state.slots, nullptr);
 }
 
-TEST(InputState, EverySixteenBitCodeMayBeHandedIn) {
+TEST(InputState, EverySixteenBitCodeIsAccepted) {
     UiScope scope;
     int down = 0;
     for (uint32_t code = 0; code <= UINT16_MAX; code++) {
@@ -153,7 +153,7 @@ TEST(InputState, AReleaseWithoutAPressOnlyWentUp) {
     EXPECT_EQ(slot(KEY_TAB).state, INPUT_WENT_UP);
 }
 
-TEST(InputState, AWholeClickWithinOneFrameIsSeen) {
+TEST(InputState, AWholeClickWithinOneFrameIsNoticed) {
     UiScope scope;
     ui_begin_frame();
     ui_press(MOUSE_LEFT, {1, 1});
@@ -182,7 +182,7 @@ TEST(InputState, AFrameBeginsWithOnlyWhatIsStillDown) {
     EXPECT_EQ(slot(KEY_A).transitions, 0u);
     EXPECT_EQ(ui_state.changed_count, 0u);
     ui_begin_frame();
-    EXPECT_TRUE(ui_is_down(KEY_SHIFT)); // for as many frames as it is held
+    EXPECT_TRUE(ui_is_down(KEY_SHIFT)); // as long as it is held
 }
 
 TEST(InputState, AConsumedPressIsGoneForTheFrameButStaysDown) {
@@ -273,7 +273,7 @@ TEST(InputState, KeysAndButtonsAreListedApartFromMotionAndWheel) {
 
 // ---- Full lists and focus loss ----
 
-TEST(InputState, MoreChangesThanTheListHoldsAreAllSeenAndAllCleared) {
+TEST(InputState, MoreChangesThanTheListHoldsAreAllNoticedAndCleared) {
     for (uint16_t count : std::vector<uint16_t>{31, 32, 33, 200}) {
         UiScope scope;
         ui_begin_frame();
@@ -293,7 +293,7 @@ TEST(InputState, MoreChangesThanTheListHoldsAreAllSeenAndAllCleared) {
         }
         EXPECT_EQ(slot(SLOT_POINTER).previous_position, (Point{9, 9}));
         EXPECT_EQ(slot(1).previous_position, (Point{0, 0}));
-        // From here on the lists count again.
+        // The lists are used again from here on.
         ui_release(count, {1, 1});
         EXPECT_EQ(ui_state.changed_count, 1u);
         EXPECT_FALSE(ui_state.list_was_full);
@@ -319,7 +319,7 @@ TEST(InputState, LosingTheFocusReleasesWhatIsDownAsItsReleaseWould) {
     EXPECT_EQ(ui_pointer_position(), (Point{4, 5}));
     ui_begin_frame();
     EXPECT_EQ(slots_with_bits(), std::vector<int>{});
-    // What went down before is a fresh press afterwards.
+    // The next press is a fresh one.
     ui_press(KEY_ALT, {1, 1});
     EXPECT_TRUE(ui_went_down(KEY_ALT));
 }
