@@ -52,11 +52,11 @@ Str os_exe_folder();
 
 // One entry of a folder, as the system reports it.
 struct FolderEntry {
-    Str name;      // zero-terminated; until the next entry or the listing's end, and not in a copy of this
-    uint64_t size; // bytes; 0 for a folder
-    FileTime time; // last write, UTC
+    Str name;        // zero-terminated; until the next entry or the listing's end, and not in a copy of this
+    uint64_t size;   // bytes; 0 for a folder
+    int64_t written; // last write, as the system counts; os_entry_time converts it
     uint8_t is_folder;
-    char name_bytes[784]; // where the name stands on a system that does not keep it itself
+    char name_bytes[784]; // holds the name on a system that does not keep it itself
 };
 
 // What a listing is for, so that a system can save itself work.
@@ -64,7 +64,7 @@ enum FolderListingUse : uint8_t {
     LIST_DETAILS,    // everything is wanted
     LIST_FILES,      // to read the files: any time may be zero, and a link to a folder that holds it left out
     LIST_SUBFOLDERS, // to enter the folders: any size and time may be zero, and a link to a folder that holds
-                     // it is left out where the system does not limit the length of paths. Right behind a
+                     // it is left out where the system does not limit the length of paths. Directly after a
                      // finished LIST_FILES of the same folder, the entries may be those that were seen then.
 };
 
@@ -78,3 +78,6 @@ uint8_t os_folder_next(void *handle, FolderEntry *entry);
 
 // Ends a listing.
 void os_folder_close(void *handle);
+
+// The last write of an entry, UTC. Nothing in the program calls it.
+FileTime os_entry_time(const FolderEntry &entry);

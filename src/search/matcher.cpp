@@ -15,12 +15,13 @@ constexpr int64_t longest_line_text = 400; // bytes
 // Tab, carriage return and space, as bit numbers; a line feed is never part of a line.
 constexpr uint64_t white_space = uint64_t{1} << '\t' | uint64_t{1} << '\r' | uint64_t{1} << ' ';
 
-uint8_t is_white_space(char c) {
+bool is_white_space(char c) {
     uint8_t byte = static_cast<uint8_t>(c);
     return byte < 64 && (white_space >> byte & 1) != 0;
 }
 
-// The text of a line as it is stored: cut first, then trimmed, tabs as spaces. Changes the tabs in place.
+// The text of a line as it is stored: first cut, then trimmed, with spaces for its tabs. Replaces the tabs in
+// place.
 Str line_text(char *line, int64_t length) {
     length = std::min(length, longest_line_text);
     while (length > 0 && is_white_space(line[length - 1])) {
@@ -40,17 +41,17 @@ char lower_case(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-// Whether the name begins with the prefix, the letters A to Z and a to z alike.
-uint8_t begins_with(Str name, Str prefix) {
+// Whether the name begins with the prefix, without regard to the case of A to Z.
+bool begins_with(Str name, Str prefix) {
     if (name.count < prefix.count) {
-        return 0;
+        return false;
     }
     for (uint64_t i = 0; i < prefix.count; i++) {
         if (lower_case(name.data[i]) != lower_case(prefix.data[i])) {
-            return 0;
+            return false;
         }
     }
-    return 1;
+    return true;
 }
 
 // Appends a hit, and before a file's first one its header.
@@ -70,23 +71,23 @@ void push_hit(const ResultRecord *hit) {
 
 } // namespace
 
-uint8_t on_file(void *, Str folder, Str name, uint64_t size, const FileTime *, uint8_t is_folder) {
+uint8_t on_file(void *, Str folder, const FolderEntry &entry) {
     if (search_state.request_pending) {
         return 0;
     }
-    if (is_folder) {
+    if (entry.is_folder) {
         return 1;
     }
     int64_t limit = search_state.max_file_size;
-    if (limit != 0 && limit < static_cast<int64_t>(size)) {
+    if (limit != 0 && limit < static_cast<int64_t>(entry.size)) {
         return 1;
     }
-    Str contents = os_file_read_entry(results_push_path(folder, name), name);
+    Str contents = os_file_read_entry(results_push_path(folder, entry.name), entry.name);
     if (!contents.data) {
         return 1;
     }
     FileEntry file = {arena_push_string(&results_store.arena, folder),
-                      arena_push_string(&results_store.arena, name)};
+                      arena_push_string(&results_store.arena, entry.name)};
     str_slashes(file.folder);
     if (dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
         uint32_t file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
@@ -97,8 +98,9 @@ uint8_t on_file(void *, Str folder, Str name, uint64_t size, const FileTime *, u
 }
 
 void scan_contents(Str contents, Str query, uint32_t file_index) {
-    // Lengths are signed 32-bit numbers: a file of 2 GiB or more is not searched. One short of the last place
-    // where the query could stand: a match that ends the file is not a hit. Both are meant.
+    // Lengths are intentionally signed 32-bit numbers: a file of 2 GiB or more is not searched. The span is
+    // intentionally one short of the last place where the query fits: a match that ends the file is not a
+    // hit.
     int64_t length = static_cast<int32_t>(contents.count);
     int64_t span = length - static_cast<int64_t>(query.count);
     if (query.count > INT32_MAX || span <= 0) {
@@ -127,17 +129,17 @@ void scan_contents(Str contents, Str query, uint32_t file_index) {
     }
 }
 
-uint8_t on_folder_suggestion(void *context, Str, Str name, uint64_t, const FileTime *, uint8_t is_folder) {
+uint8_t on_folder_suggestion(void *context, Str, const FolderEntry &entry) {
     if (search_state.request_pending) {
         return 0;
     }
-    if (!is_folder) {
+    if (!entry.is_folder) {
         return 1;
     }
     const Str *prefix = static_cast<const Str *>(context);
-    Str copy = arena_push_string(&results_store.arena, name);
+    Str copy = arena_push_string(&results_store.arena, entry.name);
     DynArray *list =
-        begins_with(name, *prefix) ? &results_store.matching_folders : &results_store.other_folders;
+        begins_with(entry.name, *prefix) ? &results_store.matching_folders : &results_store.other_folders;
     dynarray_push_shared(list, sizeof(copy), &copy, &results_store.retired);
     search_state.results_dirty = 1;
     return 1;

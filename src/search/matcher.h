@@ -10,13 +10,12 @@
 #include "os/strings.h"
 
 // An EntryFn: reads the file and appends its file row and its hits. The context is not used. Returns 0 when a
-// new request is pending, else 1. A file that cannot be read leaves no trace.
-uint8_t on_file(void *context, Str folder, Str name, uint64_t size, const FileTime *time, uint8_t is_folder);
+// new request is pending, else 1. A file that cannot be read is left out.
+uint8_t on_file(void *context, Str folder, const FolderEntry &entry);
 
 // An EntryFn: appends a folder's name to matching_folders or other_folders. context points to the
 // typed prefix, a Str. Returns 0 when a new request is pending, else 1.
-uint8_t on_folder_suggestion(void *context, Str folder, Str name, uint64_t size, const FileTime *time,
-                             uint8_t is_folder);
+uint8_t on_folder_suggestion(void *context, Str folder, const FolderEntry &entry);
 
 // Appends the hits of one file's bytes. contents is a block as os_file_read_all returns it, and tabs in hit
 // lines are replaced by spaces in place. A file of 2 GiB or more has no hits.

@@ -59,8 +59,7 @@ TableRows table_rows(const DynArray *table) {
 
 namespace {
 
-// Copies a row, word by word, so that the compiler does not move the copy. Returns 0 when there is no
-// such row.
+// Copies a row; volatile words keep the compiler from moving the copy. Returns 0 when there is no such row.
 uint8_t copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *copy) {
     TableRows rows = table_rows(table);
     if (row >= rows.count) {
@@ -76,8 +75,8 @@ uint8_t copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *
 
 typedef uint64_t UnalignedWord __attribute__((aligned(1), may_alias));
 
-// Moves a text into room, which gets smaller by it and a zero byte; volatile for the same reason. Returns 0,
-// with nothing changed, when it does not fit.
+// Copies a text and a zero byte to room's start and takes them off room; volatile for the same reason.
+// Returns 0, with nothing changed, when it does not fit.
 uint8_t copy_text(Str *text, Str *room) {
     if (text->count == 0) {
         return 1;
@@ -103,8 +102,8 @@ uint8_t copy_text(Str *text, Str *room) {
 
 } // namespace
 
-// Rows and texts are written over only after requests_taken has gone up. The rows come first: only a whole
-// row tells where its texts are.
+// Rows and texts are overwritten only after requests_taken has gone up. The rows are copied first: only a
+// whole row has valid pointers to its texts.
 
 RowCopy results_hit_at(uint64_t row, Str room, ResultRecord *hit, FileEntry *file) {
     uint32_t number = search_state.requests_taken;

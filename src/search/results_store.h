@@ -43,10 +43,10 @@ struct ResultStore {
 
 extern ResultStore results_store;
 
-// Interface, before the worker starts: reserve the tables. One that is refused has capacity 0: it stays
-// empty, and a push onto it never returns.
+// Interface, before the worker starts: reserve the tables. One for which there is no memory has capacity 0:
+// it stays empty, and a push onto it never returns.
 void results_store_reserve_files_and_hits();
-void results_store_reserve_folders(); // matching and other ones
+void results_store_reserve_folders(); // matching_folders and other_folders
 void results_store_reserve();         // all four
 
 // Worker, when it starts: reserves the arena's first block.
@@ -66,16 +66,15 @@ TableRows table_rows(const DynArray *table);
 // ---- Rows as the interface reads them ----
 
 enum RowCopy : uint8_t {
-    ROW_GONE = 0,     // not there, or taken back meanwhile: the copies are undefined
+    ROW_GONE = 0,     // no such row, or it was dropped meanwhile: the copies are undefined
     ROW_IN_PLACE = 1, // the file's folder or name, or the folder's name, did not fit into room
     ROW_COPIED = 2,
 };
 
-// Interface: a row with its texts, whole and all of one search, though the worker may be writing the next
-// one's over them. (Between publishing and taking only the interface zeroes a count, and not while it
-// copies.) room: the caller's memory, into which the texts are copied, each with a zero byte after it. A text
-// that does not fit stays in the arena, of which nothing is freed: its bytes may become those of the next
-// search.
+// Interface: a row with its texts, whole and of one search, though the worker may be overwriting them with
+// the next one's. (Between publishing and taking only the interface zeroes a count, and not while it copies.)
+// room: the caller's memory, into which the texts are copied, each with a zero byte after it. A text that
+// does not fit stays in the arena, which is never freed: its bytes may become those of the next search.
 RowCopy results_hit_at(uint64_t row, Str room, ResultRecord *hit, FileEntry *file);    // and the hit's file
 RowCopy results_folder_at(const DynArray *folders, uint64_t row, Str room, Str *name); // of either table
 

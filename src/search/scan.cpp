@@ -10,8 +10,8 @@ ScanNextHit *scan_next_hit_variant = os_has_avx2() ? scan_next_hit_avx2 : scan_n
 
 namespace {
 
-// The bytes that source texts have most of, the commonest first; any other byte is rarer. Counted over 130 MB
-// of C.
+// The bytes that are most common in source code, the commonest first; any other byte is rarer. Counted over
+// 130 MB of C.
 constexpr char common_bytes[] =
     " et_\tsrin\naocdluf0p*,m)(h;xbgETk-SAIvC/NR=L>OPyD1Mw.2FU#B{}G34&86qHKX:zV\"579<WY+";
 

@@ -1,8 +1,8 @@
 // The scan of a file's bytes, up to 128 places at a time.
 //
-// Two of the query's bytes are picked, of the two values that are rarest in source code. The scan looks for
-// the rarest alone, then for both, and compares the whole query only where both match. Line feeds are counted
-// only up to a hit. A plain scan, byte by byte, is in the tests as the check.
+// Picks the query's two bytes that are rarest in source code. The scan looks for the rarest alone, then for
+// both, and compares the whole query only where both match. Line feeds are counted only up to a hit. The
+// tests check it against a plain scan, byte by byte.
 //
 // One file's scan cannot be interrupted. In the worst case, a text that agrees with the start of the query at
 // every place, it compares as much as a loop of memchr and memcmp does, a whole vector at a time.
@@ -13,7 +13,7 @@
 #include "os/strings.h"
 
 // A query, prepared for scanning. Its bytes stay the caller's: some are copied here, the rest is read in
-// place. When they change meanwhile, what is found is undefined but nothing else is read.
+// place. If they change during a scan, the matches are undefined, but nothing beyond the query is read.
 struct ScanNeedle {
     char rare;            // the rarest byte
     char other;           // the rarest of another value, or the last byte of a query of one value
@@ -24,20 +24,19 @@ struct ScanNeedle {
     Str query;
 };
 
-// An empty query stands wherever a zero byte does.
+// An empty query matches at every zero byte.
 ScanNeedle scan_needle(Str query);
 
-// A place where the query stands, and the line around it.
+// A match, and the line around it.
 struct ScanHit {
     int64_t pos;
     uint32_t line_feeds; // between from and pos
-    int64_t line_start;  // behind the last of those, or from
-    int64_t line_end;    // the first line feed at or behind pos, or span
+    int64_t line_start;  // after the last of those, or from
+    int64_t line_end;    // the first line feed at or after pos, or span
 };
 
-// Finds the first place from from on, below span, at which the query stands; from is the start of a line.
-// Returns 0, with hit undefined, when there is none (also for from >= span). Reads text from its start up to
-// span + the query's length only.
+// Finds the first match in [from, span); from is the start of a line. Returns 0, with hit undefined, when
+// there is none (also for from >= span). Reads text from its start up to span + the query's length only.
 uint8_t scan_next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit);
 
 // ---- The processor's variants ----

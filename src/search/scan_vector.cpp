@@ -65,7 +65,7 @@ inline Vector equal(Vector a, Vector b) {
 
 constexpr uint32_t all_lanes = ~uint32_t{0} >> (32 - lanes);
 
-// Asks for the cache line so many bytes ahead, which need not be there.
+// Prefetches the cache line that many bytes ahead, which need not be mapped.
 inline void prefetch(const char *p, uintptr_t ahead) {
     __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + ahead));
 }
@@ -187,7 +187,7 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
         }
     }
     if (pos < span && span >= lanes) {
-        // The last places once more as a whole vector, without those that have been looked at.
+        // The last places, as a whole vector that overlaps the one before.
         int64_t tail = span - lanes;
         return first_match(text, tail, mask(candidates(tail)) & ~uint64_t{0} << (pos - tail), span, needle);
     }

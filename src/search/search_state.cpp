@@ -38,10 +38,10 @@ uint8_t has_request() {
 }
 
 Str take_request() {
-    // The path is read after the flag is cleared: an edit that lands in between raises the flag again and
-    // cancels the search, while one that landed after an earlier read would be lost with the flag. The
-    // processor may still delay the store beyond the read, and so clear the flag of an edit that this search
-    // does not see. Loads it keeps in order: the number is then an old one too.
+    // The path is read after the flag is cleared: an edit in between raises the flag again and cancels the
+    // search, while one after an earlier read would be lost with the flag. The processor may still delay the
+    // store beyond the read, and so clear the flag of an edit that this search does not see. It keeps loads
+    // in order, so the number is then an old one too.
     search_state.requests_seen = search_state.requests_published;
     search_state.request_pending = 0;
     Str path = strbuf_text(&search_state.path);
@@ -51,8 +51,8 @@ Str take_request() {
     results_store.matching_folders.count = 0;
     results_store.other_folders.count = 0;
     search_state.results_scroll = 0;
-    // Rows of the old results are written over from here on.
+    // Rows of the old results are overwritten from here on.
     search_state.requests_taken = search_state.requests_taken + 1;
-    // results_dirty stays as it is, which is meant: the interface set it when it published.
+    // results_dirty stays as it is: the interface set it when it published.
     return path;
 }

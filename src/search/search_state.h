@@ -1,6 +1,6 @@
 // What the interface and the search worker share: the request, and a few flags and counters.
 //
-// No lock, no atomic operation and no barrier guards it; that is meant. The interface edits path and query in
+// Intentionally, no lock, atomic operation or barrier guards it. The interface edits path and query in
 // place, then publishes; the worker polls, takes the request and reads both texts where they are. A search
 // that read a half-edited text is cancelled by the request that follows it.
 #pragma once
@@ -21,7 +21,7 @@ struct SearchState {
     RetiredBlocks retired_text;       // interface only: replaced storage of path and query
 
     // interface sets to 1, worker clears
-    volatile uint8_t request_pending; // a search is wanted; cancels the one that runs
+    volatile uint8_t request_pending; // a search is wanted; cancels the running one
 
     // worker writes, interface reads
     volatile uint8_t search_busy;  // 1 while a content search walks
@@ -46,7 +46,7 @@ uint8_t set_request_text(StrBuf *text, Str replacement);
 // The same for what follows the first start bytes of text, which it has and keeps.
 uint8_t set_request_text_end(StrBuf *text, uint64_t start, Str end);
 
-// Interface: wants a new search of the texts as they are now. The list of hits empties at once.
+// Interface: asks for a new search with the texts as they are now. The list of hits empties at once.
 void publish_request();
 
 // Worker: whether a search is wanted.

@@ -22,7 +22,7 @@ void walk_folder(Str folder, EntryCallback callback) {
         if (is_dot_or_dot_dot(entry.name)) {
             continue;
         }
-        if (!callback.call(callback.context, folder, entry.name, entry.size, &entry.time, entry.is_folder)) {
+        if (!callback.call(callback.context, folder, entry)) {
             break;
         }
     } while (os_folder_next(listing, &entry));

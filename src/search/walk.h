@@ -6,15 +6,14 @@
 #include "os/files.h"
 #include "os/strings.h"
 
-// Called once for each entry. folder: as handed to walk_folder; name and time: valid only during the call;
-// size: bytes, 0 for a folder. Returns 0 to stop this listing, anything else to go on.
-typedef uint8_t EntryFn(void *context, Str folder, Str name, uint64_t size, const FileTime *time,
-                        uint8_t is_folder);
+// Called once for each entry, which is valid only during the call. folder: as handed to walk_folder. Returns
+// 0 to stop this listing, anything else to go on.
+typedef uint8_t EntryFn(void *context, Str folder, const FolderEntry &entry);
 
 struct EntryCallback {
     EntryFn *call;        // null: nothing is listed
     void *context;        // handed to each call
-    FolderListingUse use; // what of an entry the callback looks at
+    FolderListingUse use; // which parts of an entry the callback reads
 };
 
 // Calls the callback for every entry of the folder but "." and "..", in the system's order. A folder that

@@ -13,8 +13,8 @@ constexpr EntryCallback every_file = {on_file, nullptr, LIST_FILES};
 constexpr EntryCallback every_subfolder = {on_subfolder, nullptr, LIST_SUBFOLDERS};
 constexpr uint32_t poll_period_ms = 100;
 
-// The path of the sub-folder that is walked. Each level's path begins with that of the level above, so that
-// one place serves them all. Longer than any path that the system opens.
+// The path of the sub-folder that is walked. Each level's path begins with that of the level above, so one
+// buffer serves them all. Longer than any path that the system opens.
 char walked_path[4096];
 
 void search_contents(Str folder) {
@@ -23,15 +23,15 @@ void search_contents(Str folder) {
     }
     search_state.search_busy = 1;
     walk_folder(folder, every_file);
-    // The flag comes before the path's bytes, which an edit may have changed.
+    // The flag is read before the path's bytes, which an edit may have changed.
     if (!search_state.request_pending) {
         walk_folder(folder, every_subfolder);
     }
     search_state.search_busy = 0;
 }
 
-// Splits the path into a folder and the start of a name; returns 0 when it has no folder part.
-uint8_t split_path(Str path, Str *folder, Str *prefix) {
+// Splits the path into a folder and the start of a name; returns false when it has no folder part.
+bool split_path(Str path, Str *folder, Str *prefix) {
     uint64_t end = str_name_start(path);
     *prefix = {path.count - end, path.data + end};
     if (prefix->count == 0) {
@@ -55,21 +55,21 @@ void suggest_folders(Str path) {
 
 } // namespace
 
-uint8_t on_subfolder(void *, Str folder, Str name, uint64_t, const FileTime *, uint8_t is_folder) {
+uint8_t on_subfolder(void *, Str folder, const FolderEntry &entry) {
     if (search_state.request_pending) {
         return 0;
     }
-    if (!is_folder) {
+    if (!entry.is_folder) {
         return 1;
     }
-    Str subfolder = results_push_path(folder, name);
+    Str subfolder = results_push_path(folder, entry.name);
     if (!subfolder.data) {
         return 1; // walking the empty path would walk the root
     }
     if (subfolder.count >= sizeof(walked_path)) {
         return 1;
     }
-    // Walked from here, as a search of many texts may write over the one in the arena.
+    // Walked from this copy: a search of many texts may overwrite the one in the arena.
     memcpy(walked_path, subfolder.data, subfolder.count + 1);
     subfolder.data = walked_path;
     walk_folder(subfolder, every_file);
@@ -104,7 +104,7 @@ uint32_t search_worker(void *) {
 }
 
 Thread *search_worker_start() {
-    // Before the thread runs: from here on each of the two may be reading what the other one replaces.
+    // Set before the thread runs: from then on each of the two may be reading what the other one replaces.
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
     Thread *thread = os_thread_start(search_worker, nullptr);

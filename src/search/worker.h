@@ -12,8 +12,7 @@
 
 // An EntryFn: searches a sub-folder's files, then its sub-folders. The context is not used. Returns 0 when a
 // new request is pending, else 1.
-uint8_t on_subfolder(void *context, Str folder, Str name, uint64_t size, const FileTime *time,
-                     uint8_t is_folder);
+uint8_t on_subfolder(void *context, Str folder, const FolderEntry &entry);
 
 // One turn of the poll loop, without its sleep: frees outgrown storage of the results that the interface no
 // longer reads, then runs the pending request to its end, or until a new one is published. Returns 0 when
@@ -23,6 +22,6 @@ uint8_t search_worker_turn();
 // A ThreadRoutine, the worker thread's body: a turn every 100 milliseconds. Never returns.
 uint32_t search_worker(void *record);
 
-// Interface, after results_store_reserve: starts the worker thread, and with it the counting of passes, in
-// which the interface takes part from its next frame on. Returns null when the system refuses the thread.
+// Interface, after results_store_reserve: starts the worker thread, and with it the counting of passes, which
+// the interface joins with its next frame. Returns null when the thread cannot be started.
 Thread *search_worker_start();

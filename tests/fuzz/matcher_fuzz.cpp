@@ -108,8 +108,10 @@ struct Folders {
             (plain_lower(start) == plain_lower(plain_prefix) ? matching : others) += name + "\n";
         }
         const ExactBytes bytes(name);
-        fuzz_expect("the listing goes on",
-                    on_folder_suggestion(&prefix, {}, bytes.str, 0, nullptr, is_folder), 1);
+        FolderEntry entry = {};
+        entry.name = bytes.str;
+        entry.is_folder = is_folder;
+        fuzz_expect("the listing goes on", on_folder_suggestion(&prefix, {}, entry), 1);
     }
 };
 

@@ -37,7 +37,7 @@ constexpr int open_to_read = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 // The file of the entry that a LIST_FILES listing has just handed out.
 struct OpenEntry {
     int file;         // -1: none
-    const char *name; // the entry's name, where it stands in the listing
+    const char *name; // the entry's name, in the listing
     uint64_t size;    // bytes
 };
 thread_local OpenEntry open_entry = {-1, nullptr, 0};
@@ -210,8 +210,10 @@ Str os_exe_folder() {
 
 namespace {
 
+constexpr int64_t nanoseconds_per_second = 1000000000;
+
 struct Listing {
-    uint64_t end;      // bytes of entries, behind this record
+    uint64_t end;      // bytes of entries, which follow this record
     uint64_t next;     // byte offset of the next entry
     uint64_t capacity; // bytes for entries
     int folder;        // open, for looking at its files; else -1
@@ -244,24 +246,8 @@ void free_listing(Listing *listing) {
     }
 }
 
-FileTime file_time_from(const timespec &time) {
-    using namespace std::chrono;
-    sys_seconds seconds_since_1970{seconds{time.tv_sec}};
-    sys_days days = floor<std::chrono::days>(seconds_since_1970);
-    year_month_day date{days};
-    hh_mm_ss clock{seconds_since_1970 - days};
-    return {static_cast<uint16_t>(static_cast<int>(date.year())),
-            static_cast<uint8_t>(static_cast<unsigned>(date.month())),
-            static_cast<uint8_t>(static_cast<unsigned>(date.day())),
-            static_cast<uint8_t>(weekday{days}.iso_encoding()),
-            static_cast<uint8_t>(clock.hours().count()),
-            static_cast<uint8_t>(clock.minutes().count()),
-            static_cast<uint8_t>(clock.seconds().count()),
-            static_cast<uint32_t>(time.tv_nsec / 1000000 * 1000)};
-}
-
-// Whether a folder is one of those that path names on its way, path's own folder included.
-uint8_t is_on_the_way(const struct stat &folder, const SystemPath &path) {
+// Whether a folder is path's folder or one of those above it.
+uint8_t is_on_path(const struct stat &folder, const SystemPath &path) {
     SystemPath prefix = path;
     for (uint64_t i = 0; i <= path.count; i++) {
         if (i != path.count && path.text[i] != '/') {
@@ -278,9 +264,9 @@ uint8_t is_on_the_way(const struct stat &folder, const SystemPath &path) {
     return 0;
 }
 
-// Says of links, and of entries whose kind the file system does not tell, what they lead to: d_type becomes
-// DT_DIR, DT_REG, or DT_UNKNOWN for anything else. A link to a folder on its own way loses its name instead,
-// so that no walk goes round in circles.
+// Resolves links, and entries whose kind the file system does not report: d_type becomes DT_DIR, DT_REG, or
+// DT_UNKNOWN for anything else. A link to one of the folders on its own path loses its name instead, so that
+// no walk is endless.
 void resolve_links(Listing *listing, const SystemPath &path) {
     for (uint64_t at = 0; at < listing->end;) {
         dirent64 *entry = reinterpret_cast<dirent64 *>(listing->entries() + at);
@@ -292,15 +278,14 @@ void resolve_links(Listing *listing, const SystemPath &path) {
         fstatat(listing->folder, entry->d_name, &info, 0);
         uint8_t is_folder = S_ISDIR(info.st_mode);
         uint8_t is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
-        if (is_folder && !is_dot && listing->use != LIST_DETAILS && is_on_the_way(info, path)) {
+        if (is_folder && !is_dot && listing->use != LIST_DETAILS && is_on_path(info, path)) {
             entry->d_name[0] = 0;
         }
         entry->d_type = is_folder ? DT_DIR : S_ISREG(info.st_mode) ? DT_REG : DT_UNKNOWN;
     }
 }
 
-// Reads the entries of an open folder behind a listing record, none where the system refuses; null without
-// memory.
+// Reads the entries of an open folder, none where the system reports an error; null when out of memory.
 Listing *read_folder(int folder) {
     constexpr uint64_t first_capacity = 32768;
     constexpr uint64_t smallest_read = 4096; // room for any single entry
@@ -330,8 +315,8 @@ Listing *read_folder(int folder) {
     return listing;
 }
 
-// Fills in size and time; a file that is going to be read is opened for that and stays open until the next
-// entry.
+// Fills in the size and the last write. A file that is going to be read is opened to find its size, and stays
+// open until the next entry.
 void look_at_entry(Listing *listing, const dirent64 *found, FolderEntry *entry) {
     if (listing->use == LIST_FILES && found->d_type == DT_REG) {
         int file = openat(listing->folder, found->d_name, open_to_read);
@@ -348,14 +333,14 @@ void look_at_entry(Listing *listing, const dirent64 *found, FolderEntry *entry) 
     struct stat info;
     if (fstatat(listing->folder, found->d_name, &info, 0) == 0) {
         entry->size = entry->is_folder ? 0 : static_cast<uint64_t>(info.st_size);
-        entry->time = file_time_from(info.st_mtim);
+        entry->written = info.st_mtim.tv_sec * nanoseconds_per_second + info.st_mtim.tv_nsec;
     }
 }
 
 // Reads a folder; null when that fails.
 Listing *open_listing(Str folder, FolderListingUse use, const SystemPath &path) {
     if (path.count != folder.count) {
-        return nullptr; // too long, or a zero byte in it
+        return nullptr; // too long, or contains a zero byte
     }
     int file = open(path.count > 0 ? path.text : "/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (file < 0) {
@@ -418,7 +403,7 @@ uint8_t os_folder_next(void *handle, FolderEntry *entry) {
         entry->name = {strlen(found->d_name), found->d_name};
         entry->is_folder = found->d_type == DT_DIR;
         entry->size = 0;
-        entry->time = {};
+        entry->written = 0;
         if (listing->use == LIST_DETAILS || (listing->use == LIST_FILES && found->d_type != DT_DIR)) {
             look_at_entry(listing, found, entry);
         }
@@ -438,4 +423,20 @@ void os_folder_close(void *handle) {
     } else {
         free_listing(listing);
     }
+}
+
+FileTime os_entry_time(const FolderEntry &entry) {
+    using namespace std::chrono;
+    sys_time<nanoseconds> time{nanoseconds{entry.written}};
+    sys_days days = floor<std::chrono::days>(time);
+    year_month_day date{days};
+    hh_mm_ss clock{floor<milliseconds>(time) - days};
+    return {static_cast<uint16_t>(static_cast<int>(date.year())),
+            static_cast<uint8_t>(static_cast<unsigned>(date.month())),
+            static_cast<uint8_t>(static_cast<unsigned>(date.day())),
+            static_cast<uint8_t>(weekday{days}.iso_encoding()),
+            static_cast<uint8_t>(clock.hours().count()),
+            static_cast<uint8_t>(clock.minutes().count()),
+            static_cast<uint8_t>(clock.seconds().count()),
+            static_cast<uint32_t>(clock.subseconds().count() * 1000)};
 }

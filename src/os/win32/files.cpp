@@ -183,9 +183,8 @@ void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
     entry->name = {bytes > 0 ? static_cast<uint64_t>(bytes) - 1 : 0, entry->name_bytes};
     entry->is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     entry->size = entry->is_folder ? 0 : uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
-    SYSTEMTIME time = {};
-    FileTimeToSystemTime(&found.ftLastWriteTime, &time);
-    entry->time = date_time_from_system(time);
+    entry->written = static_cast<int64_t>(uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 |
+                                          found.ftLastWriteTime.dwLowDateTime);
 }
 
 } // namespace
@@ -228,4 +227,11 @@ uint8_t os_folder_next(void *handle, FolderEntry *entry) {
 
 void os_folder_close(void *handle) {
     FindClose(handle);
+}
+
+FileTime os_entry_time(const FolderEntry &entry) {
+    FILETIME written = {static_cast<DWORD>(entry.written), static_cast<DWORD>(entry.written >> 32)};
+    SYSTEMTIME time = {};
+    FileTimeToSystemTime(&written, &time);
+    return date_time_from_system(time);
 }

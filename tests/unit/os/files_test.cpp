@@ -617,14 +617,15 @@ TEST(FolderListing, TheLastWriteIsUtcWithMondayAsFirstDay) {
     while (to_string(entry.name) != "f") {
         ASSERT_TRUE(os_folder_next(listing, &entry));
     }
-    EXPECT_EQ(entry.time.year, 2023);
-    EXPECT_EQ(entry.time.month, 11);
-    EXPECT_EQ(entry.time.day, 19);
-    EXPECT_EQ(entry.time.weekday, 7);
-    EXPECT_EQ(entry.time.hour, 8);
-    EXPECT_EQ(entry.time.minute, 9);
-    EXPECT_EQ(entry.time.second, 10);
-    EXPECT_EQ(entry.time.microsecond, 125000u);
+    FileTime time = os_entry_time(entry);
+    EXPECT_EQ(time.year, 2023);
+    EXPECT_EQ(time.month, 11);
+    EXPECT_EQ(time.day, 19);
+    EXPECT_EQ(time.weekday, 7);
+    EXPECT_EQ(time.hour, 8);
+    EXPECT_EQ(time.minute, 9);
+    EXPECT_EQ(time.second, 10);
+    EXPECT_EQ(time.microsecond, 125000u);
     os_folder_close(listing);
 }
 

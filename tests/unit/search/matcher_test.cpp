@@ -16,7 +16,7 @@
 
 namespace {
 
-// Searches one file with the given bytes and compares all rows but the first, which tells one file.
+// Searches one file with the given bytes and compares the rows after the first, which is always "files 1".
 void expect_rows(const std::string &bytes, const std::string &query, const std::string &rows) {
     TestTree tree;
     SearchScope scope;
@@ -24,7 +24,7 @@ void expect_rows(const std::string &bytes, const std::string &query, const std::
     EXPECT_EQ(search_rows(tree, tree.path(), query), "files 1\n" + (rows.empty() ? "" : "file f\n" + rows));
 }
 
-// A file's bytes as os_file_read_all returns them, so that the address sanitizer sees any read behind the
+// A file's bytes as os_file_read_all returns them, so that the address sanitizer sees any read past the
 // block.
 struct Contents : Str {
     explicit Contents(const std::string &bytes) : Str{bytes.size(), nullptr} {
@@ -68,7 +68,8 @@ std::string visible(const std::string &text) {
     return result;
 }
 
-// Both variants of the scan on one pair, against the plain rules: hits, and the bytes the scan leaves behind.
+// Both variants of the scan on one pair, against the plain rules: the hits, and the text as the scan leaves
+// it.
 void expect_plain_result(const std::string &text, const std::string &query) {
     std::string plain_text = text;
     std::vector<PlainHit> plain = plain_hits(plain_text, query);
@@ -128,7 +129,7 @@ TEST(Matcher, ALineIsStoredUpTo400BytesThenTrimmed) {
     expect_rows(std::string(400, 'a') + "foo\n----", "foo", "hit 1 401 400 " + std::string(400, 'a') + "\n");
 }
 
-TEST(Matcher, ALineOfBlanksIsStoredEmpty) {
+TEST(Matcher, ALineOfWhiteSpaceIsStoredEmpty) {
     expect_rows("a\n \t \r\nb\n----", " \t", "hit 2 1 2 \n");
 }
 
@@ -161,7 +162,7 @@ TEST(Matcher, LinesEndAtLineFeedsOnly) {
     expect_rows("a\rfoo\r\n----", "foo", "hit 1 3 2 a\rfoo\n");
 }
 
-TEST(Matcher, AnEmptyQueryStandsAtZeroBytes) {
+TEST(Matcher, AnEmptyQueryMatchesAtZeroBytes) {
     SearchScope scope;
     Contents contents(std::string("ab\0c\nd\0\ne", 9));
     std::vector<PlainHit> hits = hits_of(contents, "");
@@ -223,14 +224,13 @@ TEST(Matcher, SizesAreComparedAsSignedNumbers) {
     search_state.request_pending = 0;
     search_state.max_file_size = 10;
     std::string folder = tree.path();
-    FileTime time = {};
-    // A negative size passes the limit; a file that is missing is not stored, and the walk goes on.
-    EXPECT_EQ(on_file(nullptr, str_from("/nowhere"), str_from("f"), UINT64_MAX, &time, 0), 1);
+    // A negative size is below the limit; a missing file is not stored, and the walk goes on.
+    EXPECT_EQ(on_file(nullptr, str_from("/nowhere"), listed(str_from("f"), UINT64_MAX, 0)), 1);
     EXPECT_EQ(results_store.file_table.count, 0u);
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), UINT64_MAX, &time, 0), 1);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), UINT64_MAX, 0)), 1);
     EXPECT_EQ(results_store.file_table.count, 1u);
     search_state.max_file_size = -1; // a limit below every other size, not none
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, &time, 0), 1);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(results_store.file_table.count, 1u);
 }
 
@@ -279,12 +279,12 @@ TEST(Matcher, BackslashesInAFilesFolderAreStoredAsSlashes) {
     std::string folder = tree.path();
     std::replace(folder.begin(), folder.end(), '/', '\\');
     folder += "\\"; // and its end is left alone
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path() + "//f\nhit 1 1 0 foo..\n");
 #else
     tree.file("a\\b/f", "foo.....");
     std::string folder = tree.path("a\\b");
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path("a/b") + "/f\nhit 1 1 0 foo..\n");
 #endif
 }
@@ -298,15 +298,15 @@ TEST(Matcher, APendingRequestStopsTheListingBeforeAnything) {
     Str prefix = {};
     for (int pending : {1, 2, 255}) { // anything but zero
         search_state.request_pending = static_cast<uint8_t>(pending);
-        for (uint8_t is_folder : {uint8_t{0}, uint8_t{1}}) { // before it is asked what the entry is
-            EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, is_folder), 0);
-            EXPECT_EQ(on_folder_suggestion(&prefix, str_over(folder), str_from("d"), 0, nullptr, is_folder),
+        for (uint8_t is_folder : {uint8_t{0}, uint8_t{1}}) { // before the kind of the entry matters
+            EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, is_folder)), 0);
+            EXPECT_EQ(on_folder_suggestion(&prefix, str_over(folder), listed(str_from("d"), 0, is_folder)),
                       0);
         }
     }
     EXPECT_EQ(stored_rows(), "files 0\n");
     search_state.request_pending = 0;
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 1), 1); // a folder
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 1)), 1); // a folder
     EXPECT_EQ(stored_rows(), "files 0\n");
 }
 
@@ -317,14 +317,14 @@ TEST(Matcher, ResultsAreMarkedDirtyByHitsOnly) {
     search_state.request_pending = 0;
     std::string folder = tree.path();
     strbuf_append(&search_state.query, 3, "bar");
-    on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0);
+    on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0));
     EXPECT_EQ(search_state.results_dirty, 0);
     set_field(&search_state.query, "foo");
-    on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0);
+    on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0));
     EXPECT_EQ(search_state.results_dirty, 1);
 }
 
-// ---- Refused memory ----
+// ---- Out of memory ----
 
 TEST(Matcher, WithoutStringsTheRowsAreStillAppended) {
     TestTree tree;
@@ -333,14 +333,14 @@ TEST(Matcher, WithoutStringsTheRowsAreStillAppended) {
     tree.file("f", "foo.....");
     search_state.request_pending = 0;
     strbuf_append(&search_state.query, 3, "foo");
-    // Room for the path, so that the file can be read, and nothing behind it.
+    // Room for the path, so that the file can be read, and for nothing else.
     uint64_t path_need = folder.size() + 1 + 1 + 1 + 8;
     results_store.arena.used = results_store.arena.capacity - path_need;
     HeapHookScope hook([](uint64_t size) { return size < 50000000; });
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(stored_rows(), "files 1\nfile /\nhit 1 1 0 \n");
     // The next file's path is empty too, so it cannot be read.
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(results_store.file_table.count, 1u);
 }
 
@@ -353,7 +353,7 @@ TEST(Matcher, ARefusedFileRowSkipsThatFilesHits) {
     strbuf_append(&search_state.query, 3, "foo");
     results_store.file_table.count = results_store.file_table.capacity;
     HeapHookScope hook([](uint64_t size) { return size != 20000 * sizeof(FileEntry); });
-    EXPECT_EQ(on_file(nullptr, str_over(folder), str_from("f"), 8, nullptr, 0), 1);
+    EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(stored_rows(), "files 0\n");
     EXPECT_EQ(results_store.file_table.data, nullptr);
 }
@@ -391,10 +391,10 @@ TEST(Suggestions, AreSortedByWhetherTheyBeginWithThePrefix) {
     Str prefix = str_from("pro");
     for (const char *name : {"Projects", "pr", "src", "pro", "xpro"}) {
         search_state.results_dirty = 0;
-        EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), str_from(name), 0, nullptr, 1), 1);
+        EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), listed(str_from(name), 0, 1)), 1);
         EXPECT_EQ(search_state.results_dirty, 1);
     }
-    EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), str_from("profile.txt"), 5, nullptr, 0),
+    EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("profile.txt"), 5, 0)),
               1); // a file
     EXPECT_EQ(stored_rows(), "files 0\nmatch Projects\nmatch pro\nother pr\nother src\nother xpro\n");
 }
@@ -403,8 +403,8 @@ TEST(Suggestions, AnEmptyPrefixMatchesEveryFolder) {
     SearchScope scope;
     search_state.request_pending = 0;
     Str prefix = {};
-    on_folder_suggestion(&prefix, str_from("C:"), str_from("a"), 0, nullptr, 1);
-    on_folder_suggestion(&prefix, str_from("C:"), str_from("b"), 0, nullptr, 1);
+    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("a"), 0, 1));
+    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("b"), 0, 1));
     EXPECT_EQ(stored_rows(), "files 0\nmatch a\nmatch b\n");
 }
 
@@ -414,7 +414,7 @@ TEST(Suggestions, OnlyTheLettersAToZAreFolded) {
     const auto matches = [](const char *typed, const char *name) {
         Str prefix = str_from(typed);
         results_store.matching_folders.count = 0;
-        on_folder_suggestion(&prefix, str_from("C:"), str_from(name), 0, nullptr, 1);
+        on_folder_suggestion(&prefix, str_from("C:"), listed(str_from(name), 0, 1));
         return results_store.matching_folders.count == 1;
     };
     EXPECT_TRUE(matches("AZaz", "azAZ"));
@@ -431,7 +431,7 @@ TEST(Suggestions, ARefusedNameIsEmpty) {
     results_store.arena.used = results_store.arena.capacity;
     HeapHookScope hook([](uint64_t) { return false; });
     Str prefix = str_from("a");
-    EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), str_from("abc"), 0, nullptr, 1), 1);
+    EXPECT_EQ(on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("abc"), 0, 1)), 1);
     EXPECT_EQ(stored_rows(), "files 0\nmatch \n");
 }
 

@@ -7,7 +7,6 @@
 #include <random>
 #include <string>
 
-#include "os/processor.h"
 #include "search/plain_matcher.h"
 #include "support/test_tree.h"
 
@@ -50,10 +49,6 @@ TEST(Scan, NothingIsFoundFromSpanOn) {
     EXPECT_FALSE(scan_next_hit("aaaa", 3, 3, needle, &hit));
     EXPECT_FALSE(scan_next_hit("aaaa", 5, 3, needle, &hit));
     EXPECT_TRUE(scan_next_hit("aaaa", 2, 3, needle, &hit));
-}
-
-TEST(Scan, TheBestVariantIsInUse) {
-    EXPECT_EQ(scan_next_hit_variant, os_has_avx2() ? &scan_next_hit_avx2 : &scan_next_hit_sse2);
 }
 
 // Blocks that end with the text, beginning at every place of a cache line: the address sanitizer sees any

@@ -121,7 +121,7 @@ TEST(Request, ANewOneReusesTheArenaFromItsFirstBlock) {
     EXPECT_EQ(arena.index, 0u); // a new block does not move it
     take_request();
     EXPECT_EQ(arena_alloc(&arena, 49000000), first);
-    EXPECT_EQ(arena_alloc(&arena, 49000000), first); // over the search's own earlier string, which is meant
+    EXPECT_EQ(arena_alloc(&arena, 49000000), first); // intentionally over the search's own earlier string
     EXPECT_EQ(arena.block_count, 2u);
 }
 
@@ -163,8 +163,8 @@ TEST(Field, KeepsItsStartBeforeANewEnd) {
         {0, "C:/code/pr", "C:/code/pr"},
         {8, "project", "C:/code/project"}, // longer
         {8, "x", "C:/code/x"},             // shorter
-        {9, "yz", "C:/code/xyz"},          // behind the end
-        {11, "", "C:/code/xyz"},           // nothing behind the end
+        {9, "yz", "C:/code/xyz"},          // after the end
+        {11, "", "C:/code/xyz"},           // nothing after the end
         {3, "", "C:/"},                    // a cut
         {3, std::string("a\0b", 3), std::string("C:/a\0b", 6)},
         {0, "", ""},
@@ -244,7 +244,7 @@ TEST(ResultsStore, OutgrownStorageStaysForTheInterfaceAndIsFreedWhileIdle) {
     search_state.interface_pass = 5; // an interface that reads the rows
     char *read = folders.data;
     Str prefix = {};
-    on_folder_suggestion(&prefix, str_from("C:"), str_from("d"), 0, nullptr, 1);
+    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("d"), 0, 1));
     EXPECT_NE(folders.data, read);
     EXPECT_EQ(search_worker_turn(), 0); // idle
     EXPECT_NE(results_store.retired.first, nullptr);
@@ -671,7 +671,7 @@ TEST(StoreOrder, ARowIsWholeBeforeItIsCountedAndCountedBeforeResultsAreDirty) {
     memset(results_store.matching_folders.data, 0x55, sizeof(Str));
     static Str prefix;
     EXPECT_EQ(
-        states_while([] { on_folder_suggestion(&prefix, str_from("C:"), str_from("d"), 0, nullptr, 1); }, 3,
+        states_while([] { on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("d"), 0, 1)); }, 3,
                      [] {
                          uint64_t count = results_store.matching_folders.count;
                          Str last = {};

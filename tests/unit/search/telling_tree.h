@@ -1,4 +1,4 @@
-// A tree whose results tell when they are put together wrongly. Each name and each line ends in its own
+// A tree whose results show when rows are mixed up. Each name and each line ends in its own
 // length, three digits. All files have the same lines as far as their lengths go, but what can be found
 // stands only in those lines whose number leaves the same rest, divided by 7, as the lengths of the file's
 // name and of its folder's number. So the numbers of a row and of its file belong together, and a mixture of
@@ -60,7 +60,7 @@ constexpr uint64_t line_length(uint32_t line) {
     return tab_count(line) + text_length(line) + 1;
 }
 
-// Where each line begins in its file, and behind the last one where the rest does.
+// Where each line begins in its file, and after the last one the rest.
 inline constexpr auto line_starts = [] {
     std::array<uint64_t, line_count + 2> starts = {};
     for (uint32_t line = 1; line <= line_count; line++) {

@@ -50,7 +50,7 @@ void edit(StrBuf *field, std::mt19937 &random, const std::string &whole, uint64_
     }
 }
 
-#if defined(__SANITIZE_THREAD__) // each race that is meant costs it a look at both stacks
+#if defined(__SANITIZE_THREAD__) // it looks at both stacks of each intentional race
 constexpr int requests = 100;
 constexpr uint32_t requests_to_take = 30;
 constexpr uint64_t rows_in_frame = 4;
@@ -63,7 +63,7 @@ constexpr uint64_t rows_in_frame = UINT64_MAX;
 // What a reader has seen.
 struct Seen {
     uint64_t rows;       // that were there
-    uint64_t sure_texts; // copies, which nobody can have written over meanwhile
+    uint64_t sure_texts; // copies, which nobody can have overwritten meanwhile
     uint64_t mixed_rows; // put together wrongly
     uint64_t wrong_texts;
 };
@@ -252,7 +252,7 @@ uint32_t read_without_end(void *) {
     return 0;
 }
 
-// Fills the tables with hits, and with folders' names beside them.
+// Fills the tables with hits, and with names of folders.
 void search_both(const std::string &folder, const std::string &folders) {
     set_field(&search_state.path, folder);
     set_field(&search_state.query, "needle");
@@ -313,7 +313,7 @@ TEST(TwoThreads, ARowThatIsBeingCopiedWhenTheNextSearchStartsIsNotMixed) {
 
 #endif
 
-// The worker as it is started. The thread sanitizer could not tell when it is safe to read what it wrote.
+// The worker as it is started. For the thread sanitizer nothing orders its writes before the test's reads.
 #if !defined(__SANITIZE_THREAD__)
 
 // The linker hands every call of os_sleep_ms to the first of these; the second is the real one.
@@ -361,7 +361,7 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
 #ifdef _WIN32
         EXPECT_EQ(watched_error_mode, uint32_t{SEM_FAILCRITICALERRORS}); // no box waits for an answer
 #endif
-        EXPECT_EQ(search_state.worker_pass, 1u); // behind its first turn
+        EXPECT_EQ(search_state.worker_pass, 1u); // after its first turn
         EXPECT_EQ(search_state.request_pending, 0);
         EXPECT_EQ(results_store.arena.capacity, 50000000u);
         EXPECT_NE(results_store.arena.base, nullptr);

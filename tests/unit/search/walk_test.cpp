@@ -16,14 +16,13 @@ struct Seen {
     Str folder = {};
 };
 
-uint8_t note_entry(void *context, Str folder, Str name, uint64_t size, const FileTime *time,
-                   uint8_t is_folder) {
+uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
     Seen *seen = static_cast<Seen *>(context);
     EXPECT_EQ(folder.data, seen->folder.data); // exactly as passed
     EXPECT_EQ(folder.count, seen->folder.count);
-    EXPECT_GE(time->year, 1970);
-    EXPECT_TRUE(is_folder == 0 || is_folder == 1);
-    seen->names.push_back(to_string(name) + (is_folder ? "/" : "") + " " + std::to_string(size));
+    EXPECT_TRUE(entry.is_folder == 0 || entry.is_folder == 1);
+    seen->names.push_back(to_string(entry.name) + (entry.is_folder ? "/" : "") + " " +
+                          std::to_string(entry.size));
     return seen->names.size() < seen->stop_after ? 2 : 0; // any value but 0 goes on
 }
 

@@ -151,8 +151,8 @@ TEST(Worker, AFileAsThePathFindsNothing) {
 TEST(Worker, ADriveAndASlashListTheDrivesRoot) {
     TestTree tree;
     SearchScope scope;
-    // What is left of the path is "C:", the drive's current folder elsewhere, but with "/*" behind it the
-    // root.
+    // The rest of the path is "C:", which elsewhere means the drive's current folder; with "/*" after it, it
+    // is the root.
     fs::path before = fs::current_path();
     fs::current_path("C:/windows");
     std::string rows = search_rows(tree, "C:/", "foo");
@@ -245,7 +245,7 @@ TEST(Worker, IsBusyDuringAContentSearchOnly) {
     EXPECT_EQ(search_state.search_busy, 0);
 }
 
-TEST(Worker, ASearchWithoutHitsLeavesTheDirtyFlagAloneAndThatIsMeant) {
+TEST(Worker, ASearchWithoutHitsLeavesTheDirtyFlagAlone) {
     TestTree tree;
     SearchScope scope;
     tree.file("f", "bar.....");
@@ -360,12 +360,12 @@ TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
     set_field(&search_state.query, "foo");
     std::string folder = tree.path();
     search_state.request_pending = 1;
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("d"), 0, nullptr, 1), 0);
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("f"), 5, nullptr, 0), 0); // nor passed
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)), 0);
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0)), 0); // nor passed
     search_state.request_pending = 0;
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("f"), 5, nullptr, 0), 1); // a file
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0)), 1); // a file
     EXPECT_EQ(stored_rows(), "files 0\n");
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("d"), 0, nullptr, 1), 1);
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)), 1);
     EXPECT_EQ(stored_rows(tree.path()), "files 1\nfile d/f\nhit 1 1 0 foo..\n");
 }
 
@@ -548,7 +548,7 @@ TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
 }
 #endif
 
-// Texts that the arena writes over are lost, as is meant; files are not.
+// Texts that the arena overwrites are intentionally lost; files are not.
 TEST(Worker, EveryFolderIsWalkedThoughTheArenaWritesOverItsPath) {
     TestTree tree;
     SearchScope scope;
@@ -576,7 +576,7 @@ TEST(Worker, ARefusedSubfolderPathIsNotWalked) {
     std::string folder = tree.path();
     results_store.arena.used = results_store.arena.capacity;
     HeapHookScope hook([](uint64_t size) { return size < 50000000; });
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from("d"), 0, nullptr, 1), 1);
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)), 1);
     EXPECT_EQ(stored_rows(), "files 0\n"); // the empty path would have walked the root
 }
 
@@ -585,7 +585,7 @@ TEST(Worker, ASubfolderWhosePathNoSystemOpensIsPassed) {
     search_state.request_pending = 0;
     std::string folder(4090, 'a');
     for (const char *name : {"1234", "12345", "123456"}) { // the first has room, and is nowhere
-        EXPECT_EQ(on_subfolder(nullptr, str_over(folder), str_from(name), 0, nullptr, 1), 1);
+        EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from(name), 0, 1)), 1);
         EXPECT_EQ(stored_rows(), "files 0\n");
     }
 }

@@ -22,6 +22,14 @@ std::string to_string(Str text) {
     return text.count > 0 ? std::string(text.data, text.count) : std::string();
 }
 
+FolderEntry listed(Str name, uint64_t size, uint8_t is_folder) {
+    FolderEntry entry = {};
+    entry.name = name;
+    entry.size = size;
+    entry.is_folder = is_folder;
+    return entry;
+}
+
 TestTree::TestTree() {
     // Tests of other checkouts may run at the same time, so the process and a counter come first.
     static int made;
