@@ -1,7 +1,7 @@
-// Threads, clocks and the layer's initialisation.
+// Threads, locks, clocks and the layer's initialisation.
 //
-// Two threads exist, the interface and the search worker; only the interface starts threads. The clocks may
-// be read by every thread once os_init has run.
+// Two threads exist, the interface and the search worker, and the worker's readers where a setting asks for
+// them; only the interface starts threads. The clocks may be read by every thread once os_init has run.
 #pragma once
 
 #include <stddef.h>
@@ -32,6 +32,50 @@ typedef uint32_t ThreadRoutine(void *record);
 // Starts a thread at once. Returns its record, owned by the layer, or null when out of memory or when the
 // system refuses the thread.
 Thread *os_thread_start(ThreadRoutine *routine, void *user_data);
+
+// Lets the calling thread run after all threads of the usual priority.
+void os_thread_lower_priority();
+
+// ---- Locks (each system) ----
+
+// A lock that one thread holds at a time, and that its holder may enter again. Opaque: the system's own
+// record.
+struct Lock {
+    uint64_t words[5];
+};
+
+// Returns a lock that nobody holds. It may be moved until its first use, and not from then on.
+Lock os_lock_init();
+
+// Gives back what a lock that nobody holds took from the system.
+void os_lock_free(Lock *lock);
+
+// Takes the lock, waiting until no other thread holds it.
+void os_lock_enter(Lock *lock);
+
+// Leaves the lock, which the calling thread holds: once for each entering.
+void os_lock_leave(Lock *lock);
+
+// ---- Waiting (each system) ----
+
+// What threads wait on for a change in data that a lock guards. Opaque: the system's own record.
+struct Condition {
+    uint64_t words[6];
+};
+
+// Returns a condition that nobody waits on. It may be moved until its first use, and not from then on.
+Condition os_condition_init();
+
+// Gives back what a condition that nobody waits on took from the system.
+void os_condition_free(Condition *condition);
+
+// Leaves the lock, which the calling thread has entered once, waits to be woken, and enters the lock again.
+// Ends after ms milliseconds, UINT32_MAX waits for ever; may also end early for no reason.
+void os_condition_wait(Condition *condition, Lock *lock, uint32_t ms);
+
+// Wakes one of the threads that wait, or all of them.
+void os_condition_wake_one(Condition *condition);
+void os_condition_wake_all(Condition *condition);
 
 // ---- Clocks and sleeping (each system) ----
 

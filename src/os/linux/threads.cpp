@@ -5,6 +5,7 @@
 #include <sched.h>
 #include <semaphore.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -86,6 +87,92 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
     }
     sem_destroy(&start.is_taken);
     return thread;
+}
+
+void os_thread_lower_priority() {
+    constexpr int niceness = 5;                                       // of 19
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness); // Linux: of this thread alone
+}
+
+// ---- Locks ----
+
+static_assert(sizeof(pthread_mutex_t) <= sizeof(Lock));
+static_assert(alignof(pthread_mutex_t) <= alignof(Lock));
+
+namespace {
+
+pthread_mutex_t *mutex_of(Lock *lock) {
+    return reinterpret_cast<pthread_mutex_t *>(lock->words);
+}
+
+} // namespace
+
+Lock os_lock_init() {
+    Lock lock = {};
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(mutex_of(&lock), &attributes);
+    pthread_mutexattr_destroy(&attributes);
+    return lock;
+}
+
+void os_lock_free(Lock *lock) {
+    pthread_mutex_destroy(mutex_of(lock));
+}
+
+void os_lock_enter(Lock *lock) {
+    pthread_mutex_lock(mutex_of(lock));
+}
+
+void os_lock_leave(Lock *lock) {
+    pthread_mutex_unlock(mutex_of(lock));
+}
+
+// ---- Waiting ----
+
+static_assert(sizeof(pthread_cond_t) <= sizeof(Condition));
+static_assert(alignof(pthread_cond_t) <= alignof(Condition));
+
+namespace {
+
+pthread_cond_t *cond_of(Condition *condition) {
+    return reinterpret_cast<pthread_cond_t *>(condition->words);
+}
+
+} // namespace
+
+Condition os_condition_init() {
+    Condition condition = {};
+    pthread_condattr_t attributes;
+    pthread_condattr_init(&attributes);
+    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    pthread_cond_init(cond_of(&condition), &attributes);
+    pthread_condattr_destroy(&attributes);
+    return condition;
+}
+
+void os_condition_free(Condition *condition) {
+    pthread_cond_destroy(cond_of(condition));
+}
+
+void os_condition_wait(Condition *condition, Lock *lock, uint32_t ms) {
+    if (ms == UINT32_MAX) {
+        pthread_cond_wait(cond_of(condition), mutex_of(lock));
+        return;
+    }
+    timespec end;
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    add_ms(&end, ms);
+    pthread_cond_timedwait(cond_of(condition), mutex_of(lock), &end);
+}
+
+void os_condition_wake_one(Condition *condition) {
+    pthread_cond_signal(cond_of(condition));
+}
+
+void os_condition_wake_all(Condition *condition) {
+    pthread_cond_broadcast(cond_of(condition));
 }
 
 // ---- Clocks and sleeping ----

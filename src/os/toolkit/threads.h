@@ -1,4 +1,4 @@
-// Stopping threads, locks, and further units of the clocks. Only the interface suspends, resumes and kills
+// Stopping threads, and further units of the clocks. Only the interface suspends, resumes and kills
 // threads.
 #pragma once
 
@@ -21,26 +21,6 @@ void os_thread_kill(Thread *thread);
 
 // Intentionally ends no thread: it only writes a debug line that says so.
 void os_abort_all_threads();
-
-// ---- Locks (each system) ----
-
-// A lock that one thread holds at a time, and that its holder may enter again. Opaque: the system's own
-// record.
-struct Lock {
-    uint64_t words[5];
-};
-
-// Returns a lock that nobody holds. It may be moved until its first use, and not from then on.
-Lock os_lock_init();
-
-// Gives back what a lock that nobody holds took from the system.
-void os_lock_free(Lock *lock);
-
-// Takes the lock, waiting until no other thread holds it.
-void os_lock_enter(Lock *lock);
-
-// Leaves the lock, which the calling thread holds: once for each entering.
-void os_lock_leave(Lock *lock);
 
 // ---- Clocks and sleeping (one version for all systems) ----
 

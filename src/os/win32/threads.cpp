@@ -38,6 +38,73 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
     return thread;
 }
 
+void os_thread_lower_priority() {
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
+}
+
+// ---- Locks ----
+
+static_assert(sizeof(CRITICAL_SECTION) == sizeof(Lock) && alignof(CRITICAL_SECTION) <= alignof(Lock));
+
+namespace {
+
+CRITICAL_SECTION *section_of(Lock *lock) {
+    return reinterpret_cast<CRITICAL_SECTION *>(lock->words);
+}
+
+} // namespace
+
+Lock os_lock_init() {
+    Lock lock = {};
+    InitializeCriticalSection(section_of(&lock));
+    return lock;
+}
+
+void os_lock_free(Lock *lock) {
+    DeleteCriticalSection(section_of(lock));
+}
+
+void os_lock_enter(Lock *lock) {
+    EnterCriticalSection(section_of(lock));
+}
+
+void os_lock_leave(Lock *lock) {
+    LeaveCriticalSection(section_of(lock));
+}
+
+// ---- Waiting ----
+
+static_assert(sizeof(CONDITION_VARIABLE) <= sizeof(Condition));
+static_assert(alignof(CONDITION_VARIABLE) <= alignof(Condition));
+
+namespace {
+
+CONDITION_VARIABLE *variable_of(Condition *condition) {
+    return reinterpret_cast<CONDITION_VARIABLE *>(condition->words);
+}
+
+} // namespace
+
+Condition os_condition_init() {
+    Condition condition = {};
+    InitializeConditionVariable(variable_of(&condition));
+    return condition;
+}
+
+void os_condition_free(Condition *) {}
+
+void os_condition_wait(Condition *condition, Lock *lock, uint32_t ms) {
+    SleepConditionVariableCS(variable_of(condition), section_of(lock), ms);
+}
+
+void os_condition_wake_one(Condition *condition) {
+    WakeConditionVariable(variable_of(condition));
+}
+
+void os_condition_wake_all(Condition *condition) {
+    WakeAllConditionVariable(variable_of(condition));
+}
+
 // ---- Clocks and sleeping ----
 
 int64_t os_ticks_per_second;

@@ -125,6 +125,182 @@ TEST_F(Threads, AThreadHasRoomForDeepRecursion) {
     os_free(thread);
 }
 
+// ---- Locks ----
+
+struct Account {
+    Lock lock = os_lock_init();
+    volatile uint64_t balance = 0;
+};
+
+constexpr uint64_t rounds = 20000;
+
+uint32_t pay_in_under_the_lock(void *record) {
+    Account *account = static_cast<Account *>(static_cast<Thread *>(record)->user_data);
+    for (uint64_t i = 0; i < rounds; i++) {
+        os_lock_enter(&account->lock);
+        uint64_t balance = account->balance;
+        if (i % 100 == 0) {
+            os_sleep_ms(0); // so that the other thread gets its chance in between
+        }
+        account->balance = balance + 1;
+        os_lock_leave(&account->lock);
+    }
+    return 0;
+}
+
+TEST_F(Threads, ALockKeepsTwoThreadsApart) {
+    Account account;
+    Thread *first = os_thread_start(pay_in_under_the_lock, &account);
+    Thread *second = os_thread_start(pay_in_under_the_lock, &account);
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(wait_for_end(first->handle), Ending::returned);
+    EXPECT_EQ(wait_for_end(second->handle), Ending::returned);
+    EXPECT_EQ(account.balance, 2 * rounds);
+    os_lock_free(&account.lock);
+    os_free(first);
+    os_free(second);
+}
+
+// Takes the lock and leaves it again if nobody else holds it, and returns whether that is so.
+uint32_t try_lock(void *record) {
+    Lock *lock = static_cast<Lock *>(static_cast<Thread *>(record)->user_data);
+#ifdef _WIN32
+    bool is_free = TryEnterCriticalSection(reinterpret_cast<CRITICAL_SECTION *>(lock->words));
+#else
+    bool is_free = pthread_mutex_trylock(reinterpret_cast<pthread_mutex_t *>(lock->words)) == 0;
+#endif
+    if (is_free) {
+        os_lock_leave(lock);
+    }
+    return is_free ? 3 : 2;
+}
+
+bool is_free_for_another_thread(Lock *lock) {
+    Thread *thread = os_thread_start(try_lock, lock);
+    uint32_t result = 0;
+    EXPECT_EQ(wait_for_end(thread->handle, &result), Ending::returned);
+    os_free(thread);
+    return result == 3;
+}
+
+TEST_F(Threads, ALockThatWasEnteredTwiceIsFreeAfterLeavingTwice) {
+    Lock lock = os_lock_init();
+    EXPECT_TRUE(is_free_for_another_thread(&lock));
+    os_lock_enter(&lock);
+    os_lock_enter(&lock);
+    os_lock_leave(&lock);
+    EXPECT_FALSE(is_free_for_another_thread(&lock));
+    os_lock_leave(&lock);
+    EXPECT_TRUE(is_free_for_another_thread(&lock));
+    os_lock_free(&lock);
+}
+
+// ---- Waiting ----
+
+// What threads that wait share with their test.
+struct Room {
+    Lock lock = os_lock_init();
+    Condition change = os_condition_init();
+    uint32_t waiting = 0;
+    uint32_t tickets = 0;
+    uint32_t passed = 0;
+
+    ~Room() {
+        os_condition_free(&change);
+        os_lock_free(&lock);
+    }
+
+    uint32_t get(uint32_t Room::*value) {
+        os_lock_enter(&lock);
+        uint32_t result = this->*value;
+        os_lock_leave(&lock);
+        return result;
+    }
+};
+
+uint32_t wait_for_a_ticket(void *record) {
+    Room *room = static_cast<Room *>(static_cast<Thread *>(record)->user_data);
+    os_lock_enter(&room->lock);
+    room->waiting++;
+    while (room->tickets == 0) {
+        os_condition_wait(&room->change, &room->lock, UINT32_MAX);
+    }
+    room->tickets--;
+    room->passed++;
+    os_lock_leave(&room->lock);
+    return 42;
+}
+
+TEST_F(Threads, AConditionWakesOneThatWaitsOrAllOfThem) {
+    Room room;
+    Thread *threads[4];
+    for (Thread *&thread : threads) {
+        thread = os_thread_start(wait_for_a_ticket, &room);
+        ASSERT_NE(thread, nullptr);
+    }
+    EXPECT_TRUE(eventually([&] { return room.get(&Room::waiting) == 4; }));
+    EXPECT_EQ(room.get(&Room::passed), 0u);
+    os_lock_enter(&room.lock);
+    room.tickets = 1;
+    os_condition_wake_one(&room.change);
+    os_lock_leave(&room.lock);
+    EXPECT_TRUE(eventually([&] { return room.get(&Room::passed) == 1; }));
+    os_lock_enter(&room.lock);
+    room.tickets = 3;
+    os_condition_wake_all(&room.change);
+    os_lock_leave(&room.lock);
+    for (Thread *thread : threads) {
+        EXPECT_EQ(wait_for_end(thread->handle), Ending::returned);
+        os_free(thread);
+    }
+    EXPECT_EQ(room.passed, 4u);
+}
+
+TEST_F(Threads, AWaitThatNobodyEndsLastsAboutAsLongAsAsked) {
+    Room room;
+    int64_t end = os_ticks() + os_ticks_per_second * 50 / 1000;
+    os_lock_enter(&room.lock);
+    int waits = 0;
+    while (os_ticks() < end) { // a wait may end early
+        os_condition_wait(&room.change, &room.lock, 100);
+        waits++;
+    }
+    EXPECT_LT(waits, 50);
+    EXPECT_FALSE(is_free_for_another_thread(&room.lock)); // entered again
+    os_lock_leave(&room.lock);
+}
+
+// ---- Priorities ----
+
+#ifdef _WIN32
+int priority() {
+    return -GetThreadPriority(GetCurrentThread());
+}
+#else
+int priority() {
+    return getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+}
+#endif
+
+uint32_t lower_priority(void *record) {
+    int before = priority();
+    os_thread_lower_priority();
+    *static_cast<volatile int *>(static_cast<Thread *>(record)->user_data) = priority() - before;
+    return 42;
+}
+
+TEST_F(Threads, AThreadThatLowersItsPriorityLowersNoOthers) {
+    volatile int lowered_by = 0;
+    int before = priority();
+    Thread *thread = os_thread_start(lower_priority, const_cast<int *>(&lowered_by));
+    ASSERT_NE(thread, nullptr);
+    EXPECT_EQ(wait_for_end(thread->handle), Ending::returned);
+    os_free(thread);
+    EXPECT_GT(lowered_by, 0);
+    EXPECT_EQ(priority(), before);
+}
+
 // ---- Clocks ----
 
 TEST_F(Threads, ASecondOfTicksIsAMillionMicroseconds) {

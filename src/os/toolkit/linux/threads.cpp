@@ -93,38 +93,3 @@ void os_thread_kill(Thread *thread) {
 void os_abort_all_threads() {
     os_debug_print("* TODO * os_abort_all_threads\n");
 }
-
-// ---- Locks ----
-
-static_assert(sizeof(pthread_mutex_t) <= sizeof(Lock));
-static_assert(alignof(pthread_mutex_t) <= alignof(Lock));
-
-namespace {
-
-pthread_mutex_t *mutex_of(Lock *lock) {
-    return reinterpret_cast<pthread_mutex_t *>(lock->words);
-}
-
-} // namespace
-
-Lock os_lock_init() {
-    Lock lock = {};
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_init(mutex_of(&lock), &attributes);
-    pthread_mutexattr_destroy(&attributes);
-    return lock;
-}
-
-void os_lock_free(Lock *lock) {
-    pthread_mutex_destroy(mutex_of(lock));
-}
-
-void os_lock_enter(Lock *lock) {
-    pthread_mutex_lock(mutex_of(lock));
-}
-
-void os_lock_leave(Lock *lock) {
-    pthread_mutex_unlock(mutex_of(lock));
-}

@@ -30,33 +30,3 @@ void os_thread_kill(Thread *thread) {
 void os_abort_all_threads() {
     os_debug_print("* TODO * os_abort_all_threads\n");
 }
-
-// ---- Locks ----
-
-static_assert(sizeof(CRITICAL_SECTION) == sizeof(Lock) && alignof(CRITICAL_SECTION) <= alignof(Lock));
-
-namespace {
-
-CRITICAL_SECTION *section_of(Lock *lock) {
-    return reinterpret_cast<CRITICAL_SECTION *>(lock->words);
-}
-
-} // namespace
-
-Lock os_lock_init() {
-    Lock lock = {};
-    InitializeCriticalSection(section_of(&lock));
-    return lock;
-}
-
-void os_lock_free(Lock *lock) {
-    DeleteCriticalSection(section_of(lock));
-}
-
-void os_lock_enter(Lock *lock) {
-    EnterCriticalSection(section_of(lock));
-}
-
-void os_lock_leave(Lock *lock) {
-    LeaveCriticalSection(section_of(lock));
-}
