@@ -5,7 +5,6 @@
 #include <string.h>
 
 #include "search/results_store.h"
-#include "search/scan.h"
 #include "search/search_state.h"
 
 namespace {
@@ -54,21 +53,6 @@ bool begins_with(Str name, Str prefix) {
     return true;
 }
 
-// Appends a hit, and before a file's first one its header.
-void push_hit(const ResultRecord *hit) {
-    DynArray *table = &results_store.hit_table;
-    TableRows rows = table_rows(table);
-    const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(rows.data);
-    if (rows.count == 0 || hits[rows.count - 1].file_index != hit->file_index) {
-        ResultRecord header = {};
-        header.kind = RESULT_FILE_HEADER;
-        header.file_index = hit->file_index;
-        dynarray_push_shared(table, sizeof(header), &header, &results_store.retired);
-    }
-    dynarray_push_shared(table, sizeof(*hit), hit, &results_store.retired);
-    search_state.results_dirty = 1;
-}
-
 } // namespace
 
 uint8_t on_file(void *, Str folder, const FolderEntry &entry) {
@@ -86,46 +70,78 @@ uint8_t on_file(void *, Str folder, const FolderEntry &entry) {
     if (!contents.data) {
         return 1;
     }
-    FileEntry file = {arena_push_string(&results_store.arena, folder),
-                      arena_push_string(&results_store.arena, entry.name)};
-    str_slashes(file.folder);
-    if (dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
-        uint32_t file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
+    uint32_t file_index;
+    if (push_file(folder, entry.name, &file_index)) {
         scan_contents(contents, strbuf_text(&search_state.query), file_index);
     }
     os_file_free(&contents);
     return 1;
 }
 
-void scan_contents(Str contents, Str query, uint32_t file_index) {
+uint8_t push_file(Str folder, Str name, uint32_t *file_index) {
+    FileEntry file = {arena_push_string(&results_store.arena, folder),
+                      arena_push_string(&results_store.arena, name)};
+    str_slashes(file.folder);
+    if (!dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
+        return 0;
+    }
+    *file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
+    return 1;
+}
+
+void push_hit(uint32_t file_index, const LineHit &hit) {
+    ResultRecord record = {};
+    record.kind = RESULT_HIT;
+    record.file_index = file_index;
+    record.line = hit.line;
+    record.column = hit.column;
+    record.byte_offset = hit.byte_offset;
+    record.text = arena_push_string(&results_store.arena, hit.text);
+    DynArray *table = &results_store.hit_table;
+    TableRows rows = table_rows(table);
+    const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(rows.data);
+    if (rows.count == 0 || hits[rows.count - 1].file_index != file_index) {
+        ResultRecord header = {};
+        header.kind = RESULT_FILE_HEADER;
+        header.file_index = file_index;
+        dynarray_push_shared(table, sizeof(header), &header, &results_store.retired);
+    }
+    dynarray_push_shared(table, sizeof(record), &record, &results_store.retired);
+    search_state.results_dirty = 1;
+}
+
+LineScan line_scan(Str contents, Str query) {
     // Lengths are intentionally signed 32-bit numbers: a file of 2 GiB or more is not searched. The span is
     // intentionally one short of the last place where the query fits: a match that ends the file is not a
     // hit.
     int64_t length = static_cast<int32_t>(contents.count);
     int64_t span = length - static_cast<int64_t>(query.count);
     if (query.count > INT32_MAX || span <= 0) {
-        return;
+        return {};
     }
-    char *text = contents.data;
-    const ScanNeedle needle = scan_needle(query);
-    uint32_t line = 1;
-    int64_t from = 0; // the start of the first line that has not been searched
+    return {contents.data, 0, span, 1, scan_needle(query)};
+}
+
+uint8_t line_scan_next(LineScan *scan, LineHit *hit) {
     ScanHit found;
-    while (scan_next_hit(text, from, span, needle, &found)) {
-        line += found.line_feeds;
-        ResultRecord hit = {};
-        hit.kind = RESULT_HIT;
-        hit.file_index = file_index;
-        hit.line = line;
-        hit.column = static_cast<uint32_t>(found.pos - found.line_start + 1);
-        hit.byte_offset = static_cast<uint32_t>(found.pos);
-        // Lines end below span: the text of a last line without a line feed loses as many bytes as the query
-        // has.
-        Str text_of_line = line_text(text + found.line_start, found.line_end - found.line_start);
-        hit.text = arena_push_string(&results_store.arena, text_of_line);
-        push_hit(&hit);
-        from = found.line_end + 1;
-        line++;
+    if (!scan_next_hit(scan->text, scan->from, scan->span, scan->needle, &found)) {
+        return 0;
+    }
+    hit->line = scan->line + found.line_feeds;
+    hit->column = static_cast<uint32_t>(found.pos - found.line_start + 1);
+    hit->byte_offset = static_cast<uint32_t>(found.pos);
+    // Lines end below span: the text of a last line without a line feed loses as many bytes as the query has.
+    hit->text = line_text(scan->text + found.line_start, found.line_end - found.line_start);
+    scan->from = found.line_end + 1;
+    scan->line = hit->line + 1;
+    return 1;
+}
+
+void scan_contents(Str contents, Str query, uint32_t file_index) {
+    LineScan scan = line_scan(contents, query);
+    LineHit hit;
+    while (line_scan_next(&scan, &hit)) {
+        push_hit(file_index, hit);
     }
 }
 

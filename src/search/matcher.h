@@ -8,6 +8,7 @@
 
 #include "os/files.h"
 #include "os/strings.h"
+#include "search/scan.h"
 
 // An EntryFn: reads the file and appends its file row and its hits. The context is not used. Returns 0 when a
 // new request is pending, else 1. A file that cannot be read is left out.
@@ -16,6 +17,37 @@ uint8_t on_file(void *context, Str folder, const FolderEntry &entry);
 // An EntryFn: appends a folder's name to matching_folders or other_folders. context points to the
 // typed prefix, a Str. Returns 0 when a new request is pending, else 1.
 uint8_t on_folder_suggestion(void *context, Str folder, const FolderEntry &entry);
+
+// Worker: appends the row of a file that was read. Returns 0 when out of memory; file_index is then
+// undefined.
+uint8_t push_file(Str folder, Str name, uint32_t *file_index);
+
+// A line of a file that contains the query, as it is stored.
+struct LineHit {
+    uint32_t line;
+    uint32_t column;
+    uint32_t byte_offset;
+    Str text;
+};
+
+// Worker: appends a hit, and before a file's first one its header.
+void push_hit(uint32_t file_index, const LineHit &hit);
+
+// A walk through the hits of one file's bytes.
+struct LineScan {
+    char *text;
+    int64_t from; // the start of the first line that has not been searched
+    int64_t span;
+    uint32_t line; // its number
+    ScanNeedle needle;
+};
+
+// contents and query stay the caller's. Tabs in hit lines are replaced by spaces in place. A file of 2 GiB or
+// more has no hits.
+LineScan line_scan(Str contents, Str query);
+
+// Fills in the next hit, its text within the contents; returns 0 after the last one.
+uint8_t line_scan_next(LineScan *scan, LineHit *hit);
 
 // Appends the hits of one file's bytes. contents is a block as os_file_read_all returns it, and tabs in hit
 // lines are replaced by spaces in place. A file of 2 GiB or more has no hits.
