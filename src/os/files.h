@@ -48,6 +48,39 @@ bool os_path_is_folder(Str path);
 // the first call; the empty Str when out of memory.
 Str os_exe_folder();
 
+// ---- Files of one folder (each system) ----
+
+// For a thread that reads many files of a folder into memory of its own. Nothing here allocates, or touches
+// os_last_file_error.
+
+struct FilesOfFolder {
+    Str path;                 // the caller's, for as long as this is used
+    int64_t handle;           // the system's, if it has one
+    uint8_t reads_tell_sizes; // whether a read that gets fewer bytes than it asked for ends with the file
+};
+
+// Prepares for opening files of a folder. If the folder cannot be opened, none of its files can.
+FilesOfFolder os_files_of(Str folder);
+
+// Ends it; files that are open stay open.
+void os_files_close(FilesOfFolder *files);
+
+struct OpenedFile {
+    int64_t handle;  // the system's; -1: could not be opened
+    uint64_t size;   // bytes; of a file that could not be opened where the system tells it, else 0
+    uint8_t is_read; // whether all of it is in the memory given to os_file_open
+};
+
+// Opens a file of the folder for reading, as os_file_read_all does. A system that learns the size by reading
+// reads a file of fewer than room bytes at once; the contents of bytes are undefined otherwise.
+OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t room, char *bytes);
+
+// Reads the first count bytes of an open file; bytes that it does not have are zero. Returns 0 when the
+// reading fails.
+uint8_t os_file_read(const OpenedFile &file, uint32_t count, char *bytes);
+
+void os_file_close(OpenedFile *file);
+
 // ---- Folder listing (each system) ----
 
 // One entry of a folder, as the system reports it.
@@ -56,6 +89,8 @@ struct FolderEntry {
     uint64_t size;   // bytes; 0 for a folder
     int64_t written; // last write, as the system counts; os_entry_time converts it
     uint8_t is_folder;
+    uint8_t has_size;     // whether size is known; only LIST_ONCE leaves it out
+    uint8_t is_special;   // LIST_ONCE: neither a folder nor a plain file: a link to a file, a pipe, a device
     char name_bytes[784]; // holds the name on a system that does not keep it itself
 };
 
@@ -66,6 +101,8 @@ enum FolderListingUse : uint8_t {
     LIST_SUBFOLDERS, // to enter the folders: any size and time may be zero, and a link to a folder that holds
                      // it is left out where the system does not limit the length of paths. Directly after a
                      // finished LIST_FILES of the same folder, the entries may be those that were seen then.
+    LIST_ONCE,       // for both in one listing: any time may be zero, a file's size may be unknown, and links
+                     // are left out as for LIST_SUBFOLDERS
 };
 
 // Starts listing a folder's entries, "." and ".." among them, in the system's order, and fills in the first

@@ -9,14 +9,14 @@ uint8_t is_dot_or_dot_dot(Str name) {
 
 } // namespace
 
-void walk_folder(Str folder, EntryCallback callback) {
+uint8_t walk_folder(Str folder, EntryCallback callback) {
     if (!callback.call) {
-        return;
+        return 0;
     }
     FolderEntry entry;
     void *listing = os_folder_first(folder, callback.use, &entry);
     if (!listing) {
-        return;
+        return 0;
     }
     do {
         if (is_dot_or_dot_dot(entry.name)) {
@@ -27,4 +27,5 @@ void walk_folder(Str folder, EntryCallback callback) {
         }
     } while (os_folder_next(listing, &entry));
     os_folder_close(listing);
+    return 1;
 }

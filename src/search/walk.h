@@ -17,5 +17,5 @@ struct EntryCallback {
 };
 
 // Calls the callback for every entry of the folder but "." and "..", in the system's order. A folder that
-// cannot be listed has no entries.
-void walk_folder(Str folder, EntryCallback callback);
+// cannot be listed has no entries. Returns 0 when nothing could be listed, else 1.
+uint8_t walk_folder(Str folder, EntryCallback callback);

@@ -5,9 +5,11 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <linux/magic.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include "os/linux/files.h"
@@ -202,6 +204,86 @@ Str os_exe_folder() {
     return folder;
 }
 
+// ---- Files of one folder ----
+
+namespace {
+
+// On these file systems a file has as many bytes as its size says; a file of /proc, say, does not.
+uint8_t reads_tell_sizes(int folder) {
+    struct statfs info;
+    if (fstatfs(folder, &info) != 0) {
+        return 0;
+    }
+    switch (static_cast<uint64_t>(info.f_type)) {
+    case EXT4_SUPER_MAGIC:
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+    case TMPFS_MAGIC:
+    case OVERLAYFS_SUPER_MAGIC:
+        return 1;
+    default:
+        return 0;
+    }
+}
+
+// Reads a file whole; returns 0 when it has room bytes or more, or may have.
+uint8_t read_to_end(int file, uint32_t room, char *bytes, uint64_t *size) {
+    constexpr uint64_t page = 4096; // a read that meets an error on the disk ends with a page
+    ssize_t got = pread(file, bytes, room, 0);
+    *size = got > 0 ? static_cast<uint64_t>(got) : 0;
+    return *size < room && *size % page != 0;
+}
+
+} // namespace
+
+FilesOfFolder os_files_of(Str folder) {
+    int handle = open(SystemPath(folder).text, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    return {folder, handle, handle >= 0 ? reads_tell_sizes(handle) : uint8_t{0}};
+}
+
+void os_files_close(FilesOfFolder *files) {
+    if (files->handle >= 0) {
+        close(static_cast<int>(files->handle));
+    }
+    *files = {{}, -1, 0};
+}
+
+OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t room, char *bytes) {
+    int folder = static_cast<int>(files.handle);
+    int file = openat(folder, name.data, open_to_read);
+    OpenedFile opened = {file, 0, 0};
+    if (file >= 0 && files.reads_tell_sizes && read_to_end(file, room, bytes, &opened.size)) {
+        opened.is_read = 1;
+        return opened;
+    }
+    off_t size = file >= 0 ? lseek(file, 0, SEEK_END) : -1; // the quickest way to learn it
+    if (size >= 0) {
+        opened.size = static_cast<uint64_t>(size);
+        return opened;
+    }
+    if (file >= 0) {
+        close(file);
+    }
+    struct stat info;
+    return {-1, fstatat(folder, name.data, &info, 0) == 0 ? static_cast<uint64_t>(info.st_size) : 0, 0};
+}
+
+uint8_t os_file_read(const OpenedFile &file, uint32_t count, char *bytes) {
+    int64_t got = read_up_to(static_cast<int>(file.handle), bytes, count);
+    if (got < 0) {
+        return 0;
+    }
+    memset(bytes + got, 0, count - static_cast<uint64_t>(got));
+    return 1;
+}
+
+void os_file_close(OpenedFile *file) {
+    if (file->handle >= 0) {
+        close(static_cast<int>(file->handle));
+        file->handle = -1;
+    }
+}
+
 // ---- Folder listing ----
 
 // A folder is read whole when its listing starts, so that a walk through a deep tree holds no folder open for
@@ -265,8 +347,8 @@ uint8_t is_on_path(const struct stat &folder, const SystemPath &path) {
 }
 
 // Resolves links, and entries whose kind the file system does not report: d_type becomes DT_DIR, DT_REG, or
-// DT_UNKNOWN for anything else. A link to one of the folders on its own path loses its name instead, so that
-// no walk is endless.
+// DT_UNKNOWN for anything else, for LIST_ONCE also for files. A link to one of the folders on its own path
+// loses its name instead, so that no walk is endless.
 void resolve_links(Listing *listing, const SystemPath &path) {
     for (uint64_t at = 0; at < listing->end;) {
         dirent64 *entry = reinterpret_cast<dirent64 *>(listing->entries() + at);
@@ -281,7 +363,8 @@ void resolve_links(Listing *listing, const SystemPath &path) {
         if (is_folder && !is_dot && listing->use != LIST_DETAILS && is_on_path(info, path)) {
             entry->d_name[0] = 0;
         }
-        entry->d_type = is_folder ? DT_DIR : S_ISREG(info.st_mode) ? DT_REG : DT_UNKNOWN;
+        uint8_t is_file = S_ISREG(info.st_mode) && listing->use != LIST_ONCE;
+        entry->d_type = is_folder ? DT_DIR : is_file ? DT_REG : DT_UNKNOWN;
     }
 }
 
@@ -364,7 +447,7 @@ Listing *open_listing(Str folder, FolderListingUse use, const SystemPath &path) 
         close(file);
         listing->folder = -1;
     }
-    if (use != LIST_DETAILS) {
+    if (use == LIST_FILES || use == LIST_SUBFOLDERS) {
         Listing *shrunk = static_cast<Listing *>(os_realloc(listing, sizeof(Listing) + listing->end));
         listing = shrunk ? shrunk : listing;
     }
@@ -404,7 +487,10 @@ uint8_t os_folder_next(void *handle, FolderEntry *entry) {
         entry->is_folder = found->d_type == DT_DIR;
         entry->size = 0;
         entry->written = 0;
-        if (listing->use == LIST_DETAILS || (listing->use == LIST_FILES && found->d_type != DT_DIR)) {
+        entry->is_special = !entry->is_folder && found->d_type != DT_REG;
+        entry->has_size = listing->use != LIST_ONCE || entry->is_special;
+        if (listing->use == LIST_DETAILS || (listing->use == LIST_FILES && !entry->is_folder) ||
+            (listing->use == LIST_ONCE && entry->is_special)) {
             look_at_entry(listing, found, entry);
         }
         return 1;

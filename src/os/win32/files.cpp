@@ -37,13 +37,18 @@ void note_last_error() {
     }
 }
 
+// Null is a path that is too long.
+HANDLE open_to_read(const wchar_t *path) {
+    return path ? CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr)
+                : INVALID_HANDLE_VALUE;
+}
+
 } // namespace
 
 Str os_file_read_all(Str path) {
     PATH_ON_STACK(wide, path);
-    HANDLE file = wide ? CreateFileW(wide, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
-                       : INVALID_HANDLE_VALUE;
+    HANDLE file = open_to_read(wide);
     if (file == INVALID_HANDLE_VALUE) {
         return {};
     }
@@ -161,6 +166,54 @@ Str os_exe_folder() {
     return folder;
 }
 
+// ---- Files of one folder ----
+
+FilesOfFolder os_files_of(Str folder) {
+    return {folder, -1, 0};
+}
+
+void os_files_close(FilesOfFolder *files) {
+    *files = {{}, -1, 0};
+}
+
+OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t, char *) {
+    uint64_t folder_count = files.path.count;
+    uint64_t count = folder_count + 1 + name.count;
+    if (count > uint64_t{longest_path} * 3) {
+        return {-1, 0, 0};
+    }
+    char *path = static_cast<char *>(__builtin_alloca(count));
+    memcpy(path, files.path.data, folder_count);
+    path[folder_count] = '/';
+    memcpy(path + folder_count + 1, name.data, name.count);
+    PATH_ON_STACK(wide, (Str{count, path}));
+    HANDLE file = open_to_read(wide);
+    LARGE_INTEGER size;
+    if (file != INVALID_HANDLE_VALUE && GetFileSizeEx(file, &size)) {
+        return {reinterpret_cast<int64_t>(file), static_cast<uint64_t>(size.QuadPart), 0};
+    }
+    if (file != INVALID_HANDLE_VALUE) {
+        CloseHandle(file);
+    }
+    return {-1, 0, 0};
+}
+
+uint8_t os_file_read(const OpenedFile &file, uint32_t count, char *bytes) {
+    DWORD read = 0;
+    if (!ReadFile(reinterpret_cast<HANDLE>(file.handle), bytes, count, &read, nullptr)) {
+        return 0;
+    }
+    memset(bytes + read, 0, count - read);
+    return 1;
+}
+
+void os_file_close(OpenedFile *file) {
+    if (file->handle != -1) {
+        CloseHandle(reinterpret_cast<HANDLE>(file->handle));
+        file->handle = -1;
+    }
+}
+
 // ---- Folder listing ----
 
 DateTime date_time_from_system(const SYSTEMTIME &time) {
@@ -182,6 +235,8 @@ void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
     entry->name_bytes[bytes > 0 ? bytes - 1 : 0] = 0;
     entry->name = {bytes > 0 ? static_cast<uint64_t>(bytes) - 1 : 0, entry->name_bytes};
     entry->is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    entry->has_size = 1;
+    entry->is_special = 0;
     entry->size = entry->is_folder ? 0 : uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
     entry->written = static_cast<int64_t>(uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 |
                                           found.ftLastWriteTime.dwLowDateTime);
@@ -189,7 +244,7 @@ void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
 
 } // namespace
 
-void *os_folder_first(Str folder, FolderListingUse, FolderEntry *entry) {
+void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry) {
     uint64_t count = path_text(folder).count;
     if (count != folder.count || count > uint64_t{longest_path} * 3) {
         return nullptr;
@@ -208,7 +263,9 @@ void *os_folder_first(Str folder, FolderListingUse, FolderEntry *entry) {
         return nullptr;
     }
     WIN32_FIND_DATAW found;
-    HANDLE listing = FindFirstFileW(wide, &found);
+    HANDLE listing = use == LIST_ONCE ? FindFirstFileExW(wide, FindExInfoBasic, &found, FindExSearchNameMatch,
+                                                         nullptr, FIND_FIRST_EX_LARGE_FETCH)
+                                      : FindFirstFileW(wide, &found);
     if (listing == nullptr || listing == INVALID_HANDLE_VALUE) {
         return nullptr;
     }
