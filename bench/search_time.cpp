@@ -1,10 +1,12 @@
-// One search as the worker runs it: search_time FOLDER [QUERY]. Without a query it uses one longer than any
-// file, so that every file is read and recorded but none is scanned: the lower bound of a search. Prints the
-// rows of both tables and the bytes of the stored strings and tables.
+// One search as the worker runs it: search_time [--readers COUNT] FOLDER [QUERY]. Without a query it uses one
+// longer than any file, so that every file is read and recorded but none is scanned: the lower bound of a search.
+// Prints the rows of both tables and the bytes of the stored strings and tables.
 
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
+#include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/worker.h"
@@ -27,8 +29,13 @@ uint64_t stored_bytes() {
 } // namespace
 
 int main(int argc, char **argv) {
+    if (argc > 2 && strcmp(argv[1], "--readers") == 0) {
+        search_state.reader_count = readers_start(static_cast<uint32_t>(atoi(argv[2])));
+        argc -= 2;
+        argv += 2;
+    }
     if (argc != 2 && argc != 3) {
-        fputs("usage: search_time FOLDER [QUERY]\n", stderr);
+        fputs("usage: search_time [--readers COUNT] FOLDER [QUERY]\n", stderr);
         return 2;
     }
     results_store_reserve();

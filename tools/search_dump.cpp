@@ -1,6 +1,6 @@
 // Runs one search exactly as the program's worker does and prints what it stored:
 //
-//   search_dump [--max-file-size N] PATH QUERY
+//   search_dump [--max-file-size BYTES] [--readers COUNT] PATH QUERY
 //
 //   files <rows of file_table>
 //   file <folder>/<name>                          one for each header row
@@ -17,6 +17,7 @@
 #include <string.h>
 
 #include "os/console.h"
+#include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/worker.h"
@@ -122,14 +123,22 @@ void set_text(StrBuf *field, const char *text) {
 
 int main(int argc, char **argv) {
     int64_t max_file_size = search_state.max_file_size;
+    int64_t reader_count = 0;
     char **rest = argv + 1;
-    if (argc == 5 && strcmp(argv[1], "--max-file-size") == 0 && parse_size(argv[2], &max_file_size)) {
-        rest = argv + 3;
-    } else if (argc != 3 || strcmp(argv[1], "--max-file-size") == 0) {
-        fputs("usage: search_dump [--max-file-size BYTES] PATH QUERY\n", stderr);
+    for (char **end = argv + argc; end - rest > 2; rest += 2) {
+        if (!(strcmp(rest[0], "--max-file-size") == 0 && parse_size(rest[1], &max_file_size)) &&
+            !(strcmp(rest[0], "--readers") == 0 && parse_size(rest[1], &reader_count) &&
+              reader_count <= most_readers)) {
+            break;
+        }
+    }
+    if (argv + argc - rest != 2 || strcmp(rest[0], "--max-file-size") == 0 ||
+        strcmp(rest[0], "--readers") == 0) {
+        fputs("usage: search_dump [--max-file-size BYTES] [--readers COUNT] PATH QUERY\n", stderr);
         return 2;
     }
     search_state.max_file_size = max_file_size;
+    search_state.reader_count = readers_start(static_cast<uint32_t>(reader_count));
     results_store_reserve();
     results_store_start_arena();
     set_text(&search_state.path, rest[0]);

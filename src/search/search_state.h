@@ -16,6 +16,7 @@ struct SearchState {
     StrBuf path;  // the Path field's own text: a folder, or a folder and the start of a name
     StrBuf query; // the Src field's own text, matched byte for byte
     volatile int64_t max_file_size; // bytes; larger files are skipped; 0: no limit; set at start-up only
+    uint32_t reader_count;          // threads that read ahead of the worker; 0: none; set at start-up only
     volatile uint32_t requests_published; // goes up with each request, before request_pending is set
     volatile uint32_t interface_pass; // goes up at the top of each frame; 0 where nobody reads the results
     RetiredBlocks retired_text;       // interface only: replaced storage of path and query

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "search/matcher.h"
+#include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/walk.h"
@@ -17,15 +18,104 @@ constexpr uint32_t poll_period_ms = 100;
 // buffer serves them all. Longer than any path that the system opens.
 char walked_path[4096];
 
+// Searches a folder's files, then its sub-folders.
+void search_folder(Str folder) {
+    walk_folder(folder, every_file);
+    // The flag is read before the path's bytes, which an edit may have changed.
+    if (!search_state.request_pending) {
+        walk_folder(folder, every_subfolder);
+    }
+}
+
+// Searches a sub-folder whose path is shorter than walked_path.
+void search_subfolder(Str path) {
+    memcpy(walked_path, path.data, path.count + 1);
+    search_folder({path.count, walked_path});
+}
+
+// ---- With readers ----
+
+// Stores the hits of a file that a reader has read.
+void store_file(const ReadJob *job, const ReadFile *file, uint64_t *position) {
+    uint32_t file_index;
+    // The path has its place in the arena, as in on_file. Without it the file counts as missing.
+    bool is_stored =
+        results_push_path(job->folder, file->name).data && push_file(job->folder, file->name, &file_index);
+    for (uint32_t i = 0; i < file->hit_count; i++) {
+        LineHit hit = read_hit(job, position);
+        if (is_stored) {
+            push_hit(file_index, hit);
+        }
+    }
+}
+
+void store_job(const ReadJob *job) {
+    Str path = job->folder;
+    if (job->begins_folder && !job->is_top) {
+        path = arena_push_string(&results_store.arena, path); // as in on_subfolder
+    }
+    if (job->is_left && path.data) {
+        if (job->is_top) {
+            search_folder(path);
+        } else {
+            search_subfolder(job->folder);
+        }
+    }
+    uint64_t position = 0;
+    for (uint32_t i = 0; i < job->file_count && !search_state.request_pending; i++) {
+        const ReadFile *file = &job->files[i];
+        if (file->outcome == FILE_READ) {
+            store_file(job, file, &position);
+        } else if (file->outcome == FILE_LEFT) {
+            FolderEntry entry;
+            entry.name = file->name;
+            entry.size = file->size;
+            entry.is_folder = 0;
+            on_file(nullptr, job->folder, entry);
+        }
+    }
+}
+
+// A copy of a field's text on the heap; the empty Str when out of memory.
+Str copy_field(Str text) {
+    char *copy = static_cast<char *>(os_alloc(text.count));
+    if (!copy) {
+        return {};
+    }
+    memcpy(copy, text.data, text.count);
+    return {text.count, copy};
+}
+
+// Returns 0 when the search has to do without readers.
+uint8_t search_with_readers(Str folder) {
+    if (search_state.reader_count == 0) {
+        return 0;
+    }
+    // Readers have copies: the interface may edit the fields' bytes.
+    Str query = copy_field(strbuf_text(&search_state.query));
+    folder = copy_field(folder);
+    uint8_t has_begun = query.data && folder.data && readers_begin(folder, query, search_state.max_file_size);
+    if (has_begun) {
+        const ReadJob *job;
+        while (!search_state.request_pending && readers_next(&job)) {
+            if (job) {
+                store_job(job);
+            }
+        }
+        readers_end();
+    }
+    os_free(query.data);
+    os_free(folder.data);
+    return has_begun;
+}
+
 void search_contents(Str folder) {
     if (search_state.query.count == 0) {
         return;
     }
     search_state.search_busy = 1;
-    walk_folder(folder, every_file);
-    // The flag is read before the path's bytes, which an edit may have changed.
-    if (!search_state.request_pending) {
-        walk_folder(folder, every_subfolder);
+    if (!search_with_readers(folder)) {
+        search_folder(folder);
     }
     search_state.search_busy = 0;
 }
@@ -69,13 +159,8 @@ uint8_t on_subfolder(void *, Str folder, const FolderEntry &entry) {
     if (subfolder.count >= sizeof(walked_path)) {
         return 1;
     }
-    // Walked from this copy: a search of many texts may overwrite the one in the arena.
-    memcpy(walked_path, subfolder.data, subfolder.count + 1);
-    subfolder.data = walked_path;
-    walk_folder(subfolder, every_file);
-    if (!search_state.request_pending) {
-        walk_folder(subfolder, every_subfolder);
-    }
+    // Walked from a copy: a search of many texts may overwrite the one in the arena.
+    search_subfolder(subfolder);
     return 1;
 }
 
@@ -107,6 +192,7 @@ Thread *search_worker_start() {
     // Set before the thread runs: from then on each of the two may be reading what the other one replaces.
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
+    search_state.reader_count = readers_start(search_state.reader_count);
     Thread *thread = os_thread_start(search_worker, nullptr);
     if (!thread) {
         search_state.worker_pass = 0;

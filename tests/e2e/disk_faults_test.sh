@@ -32,6 +32,10 @@ printf 'foo ....' > tree/broken
 { printf 'foo ....'; head -c 10000 /dev/zero; } > tree/broken-late
 check 'a file that cannot be read is not listed, wherever the error is' test \
     "$(LD_PRELOAD=$failing_reads "$search_dump" tree foo)" = $'files 1\nfile tree/whole\nhit 1 1 0 foo .'
+for readers in 1 8; do
+    check "$readers readers leave no trace of such a file either" test \
+        "$(LD_PRELOAD=$failing_reads "$search_dump" --readers "$readers" tree foo)" = $'files 1\nfile tree/whole\nhit 1 1 0 foo .'
+done
 check 'without an error every hit is found' test "$("$search_dump" tree foo | grep -c '^hit ')" = 3
 
 # The matcher counts in signed 32 bits, so from 2^31 bytes on a file is read, but nothing is found in it.
@@ -43,6 +47,8 @@ check 'without a limit a file of 3 GB is read' test \
     "$("$search_dump" --max-file-size 0 large foo)" = $'files 2\nfile large/small\nhit 1 1 0 foo .'
 check 'a file of 3 GB is left out by a limit' test \
     "$("$search_dump" --max-file-size 2999999999 large foo)" = $'files 1\nfile large/small\nhit 1 1 0 foo .'
+check 'nor with readers' test \
+    "$("$search_dump" --readers 8 --max-file-size 0 large foo)" = $'files 2\nfile large/small\nhit 1 1 0 foo .'
 truncate -s 2147483647 large/large
 check 'one byte less than 2 GiB is searched' test \
     "$("$search_dump" --max-file-size 0 large foo | grep -c '^hit 1 1 0 foo')" = 2

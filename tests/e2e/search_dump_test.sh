@@ -38,6 +38,12 @@ expect 'a query with quotes' 0 \
 expect 'suggestions' 0 $'files 0\nmatch Projects\nother src\n' names/pro ''
 expect 'a missing folder' 0 $'files 0\n' missing foo
 expect 'no limit' 0 $'files 3\nfile tree/a.txt\nhit 3 1 15 e\n' --max-file-size 0 tree $'end'
+for readers in 0 1 8 64; do
+    expect "$readers readers" 0 $'files 3\nfile tree/a.txt\nhit 2 2 4 foo bar\n' --readers "$readers" tree $'foo\tb'
+    expect "$readers readers and a limit" 0 $'files 1\nfile names/../tree/süb dir/ä.txt\nhit 1 7 6 größe foo\n' \
+        --max-file-size 40 --readers "$readers" 'names/../tree/süb dir' 'e foo'
+done
+expect 'readers and suggestions' 0 $'files 0\nmatch Projects\nother src\n' --readers 8 names/pro ''
 expect 'a limit below every file' 0 $'files 0\n' --max-file-size 2 names foo
 
 # Names that are not valid UTF-8: however they are converted, the walk goes on.
@@ -67,5 +73,9 @@ usage --max-file-size 1x tree foo
 usage --max-file-size '' tree foo
 usage --max-file-size -1 tree foo
 usage --max-file-size 9223372036854775808 tree foo
+usage --readers 65 tree foo
+usage --readers x tree foo
+usage --readers tree foo
+usage --readers 8 tree
 
 end_checks

@@ -1,5 +1,5 @@
 #!/bin/bash
-# A tree of 1,000,000 small files, searched three times: million_files.sh [SEARCH_DUMP]
+# A tree of 1,000,000 small files, searched three times, and then with readers: million_files.sh [SEARCH_DUMP]
 #
 # Every file must be counted and every hit found with its place and file; a size limit must leave out exactly the larger
 # files. The tree needs 4 GB and a million files in $TMPDIR, and is removed at the end. Takes a minute or two, mostly
@@ -56,4 +56,16 @@ done)
 expect 'one file of each folder' 1000000 "$each"$'\n' --max-file-size 0 tree "$query"
 size=$(stat -c %s tree/folder-000/file-000)
 expect 'all but the largest' 999999 '' --max-file-size "$size" tree 'one line more than'
+
+# With readers all of it is the same, byte for byte.
+for readers in 1 8 64; do
+    for text in 731042 'bytes behind it'; do
+        if cmp <("$search_dump" tree "$text") <("$search_dump" --readers "$readers" tree "$text"); then
+            echo "million_files: passed: $readers readers find the same for $text"
+        else
+            echo "FAILED: $readers readers, $text"
+            failed=1
+        fi
+    done
+done
 exit $failed

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "os/toolkit/threads.h"
+#include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/telling_tree.h"
@@ -187,8 +188,9 @@ void end_passes() {
 
 } // namespace
 
-// The worker's turns without the poll's sleep, so that thousands of requests are really taken.
-TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
+namespace {
+
+void publish_to_a_worker_that_never_sleeps() {
     TestTree tree;
     telling::fill(tree);
     SearchScope scope;
@@ -209,6 +211,20 @@ TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
     EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
     EXPECT_GT(results_store.hit_table.capacity, 2u);
     end_passes();
+}
+
+} // namespace
+
+// The worker's turns without the poll's sleep, so that thousands of requests are really taken.
+TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
+    publish_to_a_worker_that_never_sleeps();
+}
+
+TEST(TwoThreads, AWorkerWithReadersEndsWithTheLastRequestsResults) {
+    search_state.reader_count = readers_start(8);
+    EXPECT_EQ(search_state.reader_count, 8u);
+    publish_to_a_worker_that_never_sleeps();
+    search_state.reader_count = readers_start(0);
 }
 
 // The thread sanitizer holds signals back, and with them the stopping of a thread that makes no calls.

@@ -1,0 +1,596 @@
+#include "search/readers.h"
+
+#include <string.h>
+
+#include "os/files.h"
+#include "os/threads.h"
+#include "search/search_state.h"
+#include "search/walk.h"
+
+namespace {
+
+constexpr uint64_t ring_size = 256;            // jobs
+constexpr uint64_t files_of_job = 16;          // so at most 4,096 files are ahead
+constexpr uint64_t folders_ahead = 64;         // the first ones, which readers list
+constexpr uint64_t enough_jobs = 64;           // that wait: from here on files come before folders
+constexpr uint64_t jobs_of_wake = 16;          // done ones for which a waiting worker is woken
+constexpr uint32_t worker_waits_ms = 10;       // for a job; then it looks for a request
+constexpr uint64_t longest_folder_path = 4095; // bytes; the worker walks no longer one
+
+// Contents in memory: 64 MiB, of which each reader has a buffer for smaller files.
+constexpr uint32_t small_file = 256 << 10; // bytes
+constexpr uint64_t most_large_bytes = (64 << 20) - most_readers * small_file;
+
+// Hits that wait for the worker. A job with more is left to the worker, and further jobs wait.
+constexpr uint64_t most_hit_bytes_of_job = 1 << 20;
+constexpr uint64_t most_hit_bytes = 16 << 20;
+
+enum FolderState : uint8_t { FOLDER_WAITS, FOLDER_IS_BEING_LISTED, FOLDER_IS_LISTED };
+
+struct Folder {
+    Folder *next; // in the order of the search
+    Str path;     // follows this record
+    FolderState state;
+    uint8_t is_top;
+    uint8_t is_left;
+    ReadFile *files; // with their names, in one block
+    uint64_t file_count;
+    uint64_t handed_out; // files that are in the ring, or were
+};
+
+struct RingJob {
+    ReadJob job; // first, as the worker gives it back
+    Folder *owner;
+    uint8_t is_done;
+};
+
+struct HitRecord {
+    uint32_t line;
+    uint32_t column;
+    uint32_t byte_offset;
+    uint32_t text_count; // bytes, which follow
+};
+
+// A reader's own memory; what needs it is left to the worker while there is none.
+struct Reader {
+    uint32_t index;
+    StrBuf contents; // of a small file
+    StrBuf hits;     // of the job
+    StrBuf files;    // of the folder that is listed: ReadFile, the names as offsets
+    StrBuf names;
+};
+
+// Everything below is guarded by the lock, but for what the comments say.
+struct Readers {
+    Lock lock;
+    Condition work;     // for readers: a job or a folder waits
+    Condition rest;     // for readers that are not to work
+    Condition progress; // for the worker: it can go on
+    Condition room;     // for readers with a large file
+    uint32_t thread_count;
+    uint32_t wanted; // threads that work
+    uint32_t asleep; // readers that wait for work
+    uint32_t busy;   // readers with a job or a folder
+    uint8_t worker_waits;
+    uint8_t is_cancelled;
+    uint64_t large_bytes; // contents of larger files in memory
+    // One search. Query and limit change only while no reader is busy, and are read without the lock.
+    Str query;
+    int64_t max_file_size;
+    Folder *folders; // that are not in the ring as a whole
+    RingJob ring[ring_size];
+    uint64_t handed_out; // jobs put into the ring, so far
+    uint64_t started;    // of these, by readers
+    uint64_t taken;      // of these, by the worker
+    uint64_t done;       // of those that are not taken
+    uint64_t hit_bytes;
+    uint8_t worker_has_job;
+};
+
+Readers readers;
+
+RingJob *ring_job(uint64_t number) {
+    return &readers.ring[number % ring_size];
+}
+
+// ---- Folders ----
+
+// A folder named name in parent, or parent itself without a name; null when out of memory.
+Folder *make_folder(Str parent, Str name) {
+    uint64_t count = parent.count + (name.count > 0 ? 1 + name.count : 0);
+    Folder *folder = static_cast<Folder *>(os_alloc(sizeof(Folder) + count + 1));
+    if (!folder) {
+        return nullptr;
+    }
+    char *path = reinterpret_cast<char *>(folder + 1);
+    memcpy(path, parent.data, parent.count);
+    if (name.count > 0) {
+        path[parent.count] = '/';
+        memcpy(path + parent.count + 1, name.data, name.count);
+    }
+    path[count] = 0;
+    *folder = {};
+    folder->path = {count, path};
+    return folder;
+}
+
+void free_folder(Folder *folder) {
+    os_free(folder->files);
+    os_free(folder);
+}
+
+void free_folders(Folder *folder) {
+    while (folder) {
+        Folder *next = folder->next;
+        free_folder(folder);
+        folder = next;
+    }
+}
+
+// ---- A reader's memory (without the lock) ----
+
+void reserve_memory(Reader *reader) {
+    const struct {
+        StrBuf *buf;
+        uint64_t capacity;
+    } wanted[] = {
+        {&reader->contents, small_file},
+        {&reader->hits, 65536},
+        {&reader->files, 16384},
+        {&reader->names, 16384},
+    };
+    for (const auto &[buf, capacity] : wanted) {
+        if (!buf->data) {
+            strbuf_init(buf, capacity);
+        }
+    }
+}
+
+bool append(StrBuf *buf, uint64_t count, const void *bytes) {
+    if (!strbuf_make_room(buf, count, nullptr)) {
+        return false;
+    }
+    strbuf_append(buf, count, static_cast<const char *>(bytes));
+    return true;
+}
+
+// ---- Listing a folder (reader, without the lock) ----
+
+struct Listing {
+    Reader *reader;
+    Folder *first; // the sub-folders
+    Folder **end;
+    bool is_complete;
+};
+
+uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
+    Listing *listing = static_cast<Listing *>(context);
+    if (search_state.request_pending) {
+        return 0;
+    }
+    if (entry.is_folder) {
+        Folder *subfolder = make_folder(folder, entry.name);
+        if (subfolder) {
+            *listing->end = subfolder;
+            listing->end = &subfolder->next;
+        }
+        listing->is_complete = subfolder != nullptr;
+        return listing->is_complete;
+    }
+    Reader *reader = listing->reader;
+    ReadFile file = {};
+    file.name.count = entry.name.count;
+    file.size = entry.size;
+    file.has_size = entry.has_size;
+    file.is_special = entry.is_special;
+    listing->is_complete = append(&reader->files, sizeof(file), &file) &&
+                           append(&reader->names, entry.name.count + 1, entry.name.data);
+    return listing->is_complete;
+}
+
+// Moves the files and names of a listing into a block for the folder.
+bool keep_files(Reader *reader, Folder *folder) {
+    uint64_t size = reader->files.count;
+    if (size == 0) {
+        return true;
+    }
+    char *block = static_cast<char *>(os_alloc(size + reader->names.count));
+    if (!block) {
+        return false;
+    }
+    memcpy(block, reader->files.data, size);
+    memcpy(block + size, reader->names.data, reader->names.count);
+    folder->files = reinterpret_cast<ReadFile *>(block);
+    folder->file_count = size / sizeof(ReadFile);
+    char *name = block + size;
+    for (uint64_t i = 0; i < folder->file_count; i++) {
+        folder->files[i].name.data = name;
+        name += folder->files[i].name.count + 1;
+    }
+    return true;
+}
+
+// Returns the sub-folders.
+Folder *list_folder(Reader *reader, Folder *folder) {
+    Listing listing = {reader, nullptr, &listing.first, true};
+    reserve_memory(reader);
+    reader->files.count = 0;
+    reader->names.count = 0;
+    if (folder->path.count > longest_folder_path && !folder->is_top) {
+        return nullptr; // the worker passes it over, too
+    }
+    if (walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete &&
+        keep_files(reader, folder)) {
+        return listing.first;
+    }
+    free_folders(listing.first);
+    folder->is_left = 1;
+    return nullptr;
+}
+
+// ---- Reading files (reader, without the lock) ----
+
+bool is_above_limit(uint64_t size) {
+    int64_t limit = readers.max_file_size;
+    return limit != 0 && limit < static_cast<int64_t>(size);
+}
+
+// Appends the file's hits to those of the job; returns false when there are too many or no memory for them.
+bool scan_file(Reader *reader, Str contents, ReadFile *file) {
+    LineScan scan = line_scan(contents, readers.query);
+    LineHit hit;
+    while (line_scan_next(&scan, &hit)) {
+        HitRecord record = {hit.line, hit.column, hit.byte_offset, static_cast<uint32_t>(hit.text.count)};
+        if (reader->hits.count > most_hit_bytes_of_job || !append(&reader->hits, sizeof(record), &record) ||
+            !append(&reader->hits, hit.text.count, hit.text.data)) {
+            return false;
+        }
+        file->hit_count++;
+    }
+    return true;
+}
+
+// Waits for its part of the memory for larger files.
+void take_room(uint64_t size) {
+    os_lock_enter(&readers.lock);
+    while (readers.large_bytes + size > most_large_bytes) {
+        os_condition_wait(&readers.room, &readers.lock, UINT32_MAX);
+    }
+    readers.large_bytes += size;
+    os_lock_leave(&readers.lock);
+}
+
+void give_room_back(uint64_t size) {
+    os_lock_enter(&readers.lock);
+    readers.large_bytes -= size;
+    os_condition_wake_all(&readers.room);
+    os_lock_leave(&readers.lock);
+}
+
+bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) {
+    uint64_t count = static_cast<uint32_t>(open_file.size); // cut as os_file_read_all does
+    if (count <= small_file) {
+        char *bytes = reader->contents.data;
+        return bytes && (open_file.is_read || os_file_read(open_file, static_cast<uint32_t>(count), bytes)) &&
+               scan_file(reader, {count, bytes}, file);
+    }
+    if (count > most_large_bytes) {
+        return false; // the worker reads such files, one at a time
+    }
+    take_room(count);
+    char *bytes = static_cast<char *>(os_alloc(count));
+    bool is_read = bytes && os_file_read(open_file, static_cast<uint32_t>(count), bytes) &&
+                   scan_file(reader, {count, bytes}, file);
+    os_free(bytes);
+    give_room_back(count);
+    return is_read;
+}
+
+FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *file) {
+    if (file->is_special) {
+        return FILE_LEFT;
+    }
+    if (file->has_size && is_above_limit(file->size)) {
+        return FILE_TOO_LARGE;
+    }
+    OpenedFile open_file =
+        os_file_open(folder, file->name, reader->contents.data ? small_file : 0, reader->contents.data);
+    if (!file->has_size) {
+        file->size = open_file.size;
+    }
+    FileOutcome outcome = FILE_LEFT;
+    if (!file->has_size && is_above_limit(file->size)) {
+        outcome = FILE_TOO_LARGE;
+    } else if (open_file.handle != -1) {
+        uint64_t hits_before = reader->hits.count;
+        if (read_and_scan(reader, open_file, file)) {
+            outcome = FILE_READ;
+        } else {
+            reader->hits.count = hits_before;
+            file->hit_count = 0;
+        }
+    }
+    os_file_close(&open_file);
+    return outcome;
+}
+
+// Moves the hits of a job into a block for it; leaves its files to the worker when out of memory.
+void keep_hits(Reader *reader, ReadJob *job) {
+    if (reader->hits.count == 0) {
+        return;
+    }
+    char *block = static_cast<char *>(os_alloc(reader->hits.count));
+    if (block) {
+        memcpy(block, reader->hits.data, reader->hits.count);
+        job->hits = {reader->hits.count, block};
+        return;
+    }
+    for (uint32_t i = 0; i < job->file_count; i++) {
+        if (job->files[i].hit_count > 0) {
+            job->files[i].hit_count = 0;
+            job->files[i].outcome = FILE_LEFT;
+        }
+    }
+}
+
+void read_job(Reader *reader, ReadJob *job) {
+    reserve_memory(reader);
+    reader->hits.count = 0;
+    FilesOfFolder folder = os_files_of(job->folder);
+    for (uint32_t i = 0; i < job->file_count && !search_state.request_pending; i++) {
+        job->files[i].outcome = read_file(reader, folder, &job->files[i]);
+    }
+    os_files_close(&folder);
+    keep_hits(reader, job);
+}
+
+// ---- Handing out (with the lock) ----
+
+// Puts files of listed folders into the ring as far as it has room.
+void hand_out() {
+    for (Folder *folder; (folder = readers.folders) && folder->state == FOLDER_IS_LISTED;) {
+        do {
+            if (readers.handed_out - readers.taken == ring_size) {
+                return;
+            }
+            uint64_t first = folder->handed_out;
+            uint64_t count = folder->file_count - first;
+            count = count < files_of_job ? count : files_of_job;
+            folder->handed_out += count;
+            RingJob *added = ring_job(readers.handed_out++);
+            *added = {};
+            added->owner = folder;
+            added->is_done = count == 0;
+            added->job.folder = folder->path;
+            added->job.begins_folder = first == 0;
+            added->job.ends_folder = folder->handed_out == folder->file_count;
+            added->job.is_top = folder->is_top;
+            added->job.is_left = folder->is_left;
+            added->job.file_count = static_cast<uint32_t>(count);
+            added->job.files = folder->files + first;
+            readers.done += added->is_done;
+        } while (folder->handed_out < folder->file_count);
+        readers.folders = folder->next;
+    }
+}
+
+// The next job that may be read, or null.
+RingJob *next_job() {
+    while (readers.started < readers.handed_out && ring_job(readers.started)->is_done) {
+        readers.started++; // without files
+    }
+    bool has_room = readers.hit_bytes < most_hit_bytes || readers.started == readers.taken;
+    bool has_job = readers.started < readers.handed_out && has_room && !readers.is_cancelled;
+    return has_job ? ring_job(readers.started) : nullptr;
+}
+
+// The next folder that may be listed, or null.
+Folder *next_folder() {
+    Folder *folder = readers.is_cancelled ? nullptr : readers.folders;
+    for (uint64_t i = 0; folder && i < folders_ahead; i++, folder = folder->next) {
+        if (folder->state == FOLDER_WAITS) {
+            return folder;
+        }
+    }
+    return nullptr;
+}
+
+bool has_work() {
+    return next_job() || next_folder();
+}
+
+// Whether the worker finds a job that is done, or the end of the search.
+bool worker_can_go_on() {
+    return readers.taken < readers.handed_out ? ring_job(readers.taken)->is_done : !readers.folders;
+}
+
+void wake_worker() {
+    if (readers.worker_waits) {
+        os_condition_wake_one(&readers.progress);
+    }
+}
+
+// Each reader that finds work wakes the next one, so that no more are woken than there is work for.
+void wake_a_reader() {
+    if (readers.asleep > 0 && has_work()) {
+        os_condition_wake_one(&readers.work);
+    }
+}
+
+// ---- A reader's turns (with the lock) ----
+
+void do_folder(Reader *reader, Folder *folder) {
+    folder->state = FOLDER_IS_BEING_LISTED;
+    wake_a_reader();
+    os_lock_leave(&readers.lock);
+    Folder *subfolders = list_folder(reader, folder);
+    Folder *last = subfolders;
+    while (last && last->next) {
+        last = last->next;
+    }
+    os_lock_enter(&readers.lock);
+    folder->state = FOLDER_IS_LISTED;
+    if (subfolders) {
+        last->next = folder->next;
+        folder->next = subfolders;
+    }
+    hand_out();
+}
+
+void do_job(Reader *reader, RingJob *next) {
+    readers.started++;
+    wake_a_reader();
+    os_lock_leave(&readers.lock);
+    read_job(reader, &next->job);
+    os_lock_enter(&readers.lock);
+    next->is_done = 1;
+    readers.done++;
+    readers.hit_bytes += next->job.hits.count;
+    if (readers.done >= jobs_of_wake && worker_can_go_on()) {
+        wake_worker();
+    }
+}
+
+void do_turn(Reader *reader) {
+    if (reader->index >= readers.wanted) {
+        os_condition_wait(&readers.rest, &readers.lock, UINT32_MAX);
+        return;
+    }
+    RingJob *job = next_job();
+    Folder *folder = job && readers.handed_out - readers.started >= enough_jobs ? nullptr : next_folder();
+    if (!folder && !job) {
+        if (readers.is_cancelled ? readers.busy == 0 : worker_can_go_on()) {
+            wake_worker();
+        }
+        readers.asleep++;
+        os_condition_wait(&readers.work, &readers.lock, UINT32_MAX);
+        readers.asleep--;
+        return;
+    }
+    readers.busy++;
+    if (folder) {
+        do_folder(reader, folder);
+    } else {
+        do_job(reader, job);
+    }
+    readers.busy--;
+}
+
+uint32_t run_reader(void *record) {
+    os_thread_hide_error_boxes();
+    os_thread_lower_priority();
+    Reader reader = {};
+    reader.index =
+        static_cast<uint32_t>(reinterpret_cast<uintptr_t>(static_cast<Thread *>(record)->user_data));
+    os_lock_enter(&readers.lock);
+    for (;;) {
+        do_turn(&reader);
+    }
+}
+
+} // namespace
+
+// ---- For the interface and the worker ----
+
+uint32_t readers_start(uint32_t count) {
+    if (count > 0 && readers.thread_count == 0) {
+        readers.lock = os_lock_init();
+        readers.work = os_condition_init();
+        readers.rest = os_condition_init();
+        readers.progress = os_condition_init();
+        readers.room = os_condition_init();
+    }
+    count = count < most_readers ? count : most_readers;
+    while (readers.thread_count < count) {
+        void *index = reinterpret_cast<void *>(uintptr_t{readers.thread_count});
+        if (!os_thread_start(run_reader, index)) {
+            break;
+        }
+        readers.thread_count++;
+    }
+    if (readers.thread_count == 0) {
+        return 0;
+    }
+    os_lock_enter(&readers.lock);
+    readers.wanted = count < readers.thread_count ? count : readers.thread_count;
+    os_condition_wake_all(&readers.work);
+    os_condition_wake_all(&readers.rest);
+    os_lock_leave(&readers.lock);
+    return readers.wanted;
+}
+
+uint8_t readers_begin(Str folder, Str query, int64_t max_file_size) {
+    Folder *top = readers.wanted > 0 ? make_folder(folder, {}) : nullptr;
+    if (!top) {
+        return 0;
+    }
+    top->is_top = 1;
+    os_lock_enter(&readers.lock);
+    readers.query = query;
+    readers.max_file_size = max_file_size;
+    readers.folders = top;
+    readers.is_cancelled = 0;
+    wake_a_reader();
+    os_lock_leave(&readers.lock);
+    return 1;
+}
+
+uint8_t readers_next(const ReadJob **job) {
+    os_lock_enter(&readers.lock);
+    if (readers.worker_has_job) {
+        RingJob *last = ring_job(readers.taken++);
+        readers.worker_has_job = 0;
+        readers.done--;
+        readers.hit_bytes -= last->job.hits.count;
+        os_free(last->job.hits.data);
+        if (last->job.ends_folder) {
+            free_folder(last->owner);
+        }
+    }
+    if (readers.handed_out - readers.taken <= ring_size / 2) { // rarely, and then for several readers' turns
+        hand_out();
+    }
+    wake_a_reader();
+    if (!worker_can_go_on()) {
+        readers.worker_waits = 1;
+        os_condition_wait(&readers.progress, &readers.lock, worker_waits_ms);
+        readers.worker_waits = 0;
+    }
+    bool is_over = !readers.folders && readers.taken == readers.handed_out;
+    readers.worker_has_job = !is_over && worker_can_go_on();
+    *job = readers.worker_has_job ? &ring_job(readers.taken)->job : nullptr;
+    os_lock_leave(&readers.lock);
+    return !is_over;
+}
+
+void readers_end() {
+    os_lock_enter(&readers.lock);
+    readers.is_cancelled = 1;
+    while (readers.busy > 0) {
+        readers.worker_waits = 1;
+        os_condition_wait(&readers.progress, &readers.lock, UINT32_MAX);
+        readers.worker_waits = 0;
+    }
+    for (; readers.taken < readers.handed_out; readers.taken++) {
+        RingJob *dropped = ring_job(readers.taken);
+        os_free(dropped->job.hits.data);
+        if (dropped->job.ends_folder) {
+            free_folder(dropped->owner);
+        }
+    }
+    readers.started = readers.handed_out;
+    free_folders(readers.folders);
+    readers.folders = nullptr;
+    readers.done = 0;
+    readers.hit_bytes = 0;
+    readers.worker_has_job = 0;
+    os_lock_leave(&readers.lock);
+}
+
+LineHit read_hit(const ReadJob *job, uint64_t *position) {
+    HitRecord record;
+    memcpy(&record, job->hits.data + *position, sizeof(record));
+    char *text = job->hits.data + *position + sizeof(record);
+    *position += sizeof(record) + record.text_count;
+    return {record.line, record.column, record.byte_offset, {record.text_count, text}};
+}

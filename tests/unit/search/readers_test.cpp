@@ -1,0 +1,427 @@
+// The search with readers against the one without. A program of its own, as its threads never end.
+
+#include "search/readers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <random>
+#include <string>
+
+#include "os/files.h"
+#include "os/threads.h"
+#include "search/results_store.h"
+#include "search/search_state.h"
+#include "search/worker.h"
+#include "support/heap_hook.h"
+#include "support/test_tree.h"
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
+namespace fs = std::filesystem;
+
+#if defined(__SANITIZE_THREAD__)
+constexpr int random_trees = 10;
+constexpr int most_refused = 20;
+#else
+constexpr int random_trees = 100;
+constexpr int most_refused = INT32_MAX;
+#endif
+constexpr uint32_t reader_counts[] = {1, 2, 8, 64};
+
+// The linker hands every call of these functions to the first of each pair; the second is the real one.
+extern "C" {
+void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
+void *__real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
+OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
+OpenedFile __real__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
+uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
+uint8_t __real__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
+Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
+Thread *__real__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
+}
+
+namespace {
+
+// Calls so far, and which one is to fail; -1: none.
+struct Calls {
+    std::atomic<int> count = 0;
+    std::atomic<int> failing = -1;
+
+    bool next_fails() {
+        return count++ == failing;
+    }
+    void start(int failing_call) {
+        count = 0;
+        failing = failing_call;
+    }
+};
+Calls listings, opens, reads;
+std::atomic<int> threads_given = INT32_MAX;      // before the system has no more
+std::atomic<int> request_at_open = -1;           // the call that publishes a request
+std::atomic<uint8_t> reads_apart = 0;            // whether no opening reads
+std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files that are being read
+
+} // namespace
+
+void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder, FolderListingUse use,
+                                                                     FolderEntry *entry) {
+    return listings.next_fails()
+               ? nullptr
+               : __real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(folder, use, entry);
+}
+
+OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &files, Str name,
+                                                           uint32_t room, char *bytes) {
+    if (opens.count == request_at_open) {
+        publish_request();
+    }
+    bool fails = opens.next_fails();
+    OpenedFile file =
+        __real__Z12os_file_openRK13FilesOfFolder3StrjPc(files, name, reads_apart ? 0 : room, bytes);
+    if (fails) {
+        os_file_close(&file);
+        file.is_read = 0;
+    }
+    return file;
+}
+
+uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_t count, char *bytes) {
+    uint64_t now = in_memory += count;
+    for (uint64_t most = most_in_memory; now > most && !most_in_memory.compare_exchange_weak(most, now);) {
+    }
+    bool fails = reads.next_fails();
+    uint8_t is_read = !fails && __real__Z12os_file_readRK10OpenedFilejPc(file, count, bytes);
+    in_memory -= count;
+    return is_read;
+}
+
+Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *routine, void *user_data) {
+    return threads_given-- > 0 ? __real__Z15os_thread_startPFjPvES_(routine, user_data) : nullptr;
+}
+
+namespace {
+
+struct ReadersScope {
+    uint32_t count;
+
+    explicit ReadersScope(uint32_t wanted) : count(readers_start(wanted)) {
+        search_state.reader_count = count;
+    }
+    ~ReadersScope() {
+        search_state.reader_count = 0;
+        readers_start(0);
+    }
+    ReadersScope(const ReadersScope &) = delete;
+    ReadersScope &operator=(const ReadersScope &) = delete;
+};
+
+// What a search stores, to the last byte of the arena that it uses.
+struct Stored {
+    std::string rows;
+    uint64_t arena_index;
+    uint64_t arena_used;
+
+    bool operator==(const Stored &) const = default;
+};
+
+struct Search {
+    std::string query = "foo";
+    int64_t max_file_size = 10000000;
+    uint64_t arena_block_size = 0; // 0: as usual
+};
+
+Stored search(const TestTree &tree, const Search &how, uint32_t reader_count) {
+    ReadersScope readers(reader_count);
+    SearchScope scope;
+    if (how.arena_block_size > 0) {
+        os_free(results_store.arena.base);
+        arena_init(&results_store.arena, how.arena_block_size);
+    }
+    search_state.max_file_size = how.max_file_size;
+    std::string rows = search_rows(tree, tree.path(), how.query);
+    rows += "files' names:";
+    const FileEntry *files = reinterpret_cast<const FileEntry *>(results_store.file_table.data);
+    for (uint64_t i = 0; i < results_store.file_table.count; i++) {
+        rows += " " + to_string(files[i].folder) + "/" + to_string(files[i].name);
+    }
+    return {rows, results_store.arena.index, results_store.arena.used};
+}
+
+std::string random_bytes(std::mt19937 &random) {
+    static constexpr uint32_t lengths[] = {0, 1, 3, 20, 200, 3000, 4096, 8192, 70000, 300000};
+    uint32_t length = lengths[random() % (random() % 8 ? 6 : std::size(lengths))];
+    length += random() % 4 ? 0 : random() % 8;
+    std::string bytes(length, '.');
+    for (uint32_t i = 0; i < length; i += 1 + random() % 50) {
+        bytes[i] = "foo \t\r\n\n\0."[random() % 10];
+    }
+    for (uint32_t i = 0; i + 3 < length && random() % 20; i += 1 + random() % 400) {
+        bytes.replace(i, 3, "foo");
+    }
+    return bytes;
+}
+
+void fill_folder(const TestTree &tree, const std::string &folder, std::mt19937 &random, int depth) {
+    static const char *const names[] = {"a", "b.txt", "ä", "some longer name", "..c", "Z"};
+    uint32_t files = random() % 3;
+    if (random() % 20 == 0) {
+        files = 14 + random() % 40; // more than a reader takes at a time
+    }
+    for (uint32_t i = 0; i < files; i++) {
+        tree.file(folder + names[random() % std::size(names)] + std::to_string(i), random_bytes(random));
+    }
+#ifndef _WIN32
+    if (random() % 8 == 0) {
+        std::error_code is_there;
+        fs::create_symlink("..", tree.native(folder + "up"), is_there);
+        fs::create_symlink("a0", tree.native(folder + "link"), is_there);
+        fs::create_symlink("/proc/self/mounts", tree.native(folder + "mounts"), is_there);
+        mkfifo(tree.native(folder + "pipe").c_str(), 0600);
+    }
+#endif
+    for (uint32_t i = random() % 4; i > 0 && depth < 4; i--) {
+        std::string subfolder = folder + names[random() % std::size(names)] + "d" + std::to_string(i);
+        tree.folder(subfolder);
+        fill_folder(tree, subfolder + "/", random, depth + 1);
+    }
+}
+
+} // namespace
+
+// ---- Started short of something (first, while no reader has started) ----
+
+TEST(Readers, WithoutThreadsTheWorkerSearchesAlone) {
+    TestTree tree;
+    tree.file("a/b", "foo.....");
+    tree.file("c", "foo.....");
+    Stored alone = search(tree, {}, 0);
+    EXPECT_EQ(search_state.reader_count, 0u);
+    for (int given : {0, 3, 2}) { // those that run already stay
+        threads_given = given;
+        uint32_t expected = given == 0 ? 0 : given == 3 ? 3 : 5;
+        EXPECT_EQ(ReadersScope(8).count, expected);
+        threads_given = 0;
+        EXPECT_EQ(search(tree, {}, 8), alone);
+    }
+    threads_given = INT32_MAX;
+    EXPECT_EQ(ReadersScope(1000).count, most_readers);
+    EXPECT_EQ(ReadersScope(0).count, 0u);
+}
+
+TEST(Readers, WithoutMemoryOfTheirOwnTheyLeaveAllToTheWorker) {
+    TestTree tree;
+    std::mt19937 random(1);
+    fill_folder(tree, "", random, 0);
+    tree.file("a/b", "foo.....");
+    Stored alone = search(tree, {}, 0);
+    HeapHookScope hook([](uint64_t size) { return size != 262145 && size != 65537 && size != 16385; });
+    for (uint32_t count : reader_counts) {
+        EXPECT_EQ(search(tree, {}, count), alone) << count;
+    }
+}
+
+// ---- The same results ----
+
+TEST(Readers, FindInRandomTreesWhatTheWorkerFindsAlone) {
+    static uint32_t seed; // goes on when the test is repeated
+    for (int i = 0; i < random_trees && !testing::Test::HasFailure(); i++) {
+        std::mt19937 random(seed++);
+        TestTree tree;
+        fill_folder(tree, "", random, 0);
+        Search how;
+        how.query = std::vector<std::string>{"foo", "o", "foo.", "\n", "..", "none"}[random() % 6];
+        how.max_file_size = std::vector<int64_t>{10000000, 0, 3000, 200, -1}[random() % 5];
+        how.arena_block_size = std::vector<uint64_t>{0, 400, 5000}[random() % 3]; // texts are overwritten
+        Stored alone = search(tree, how, 0);
+        for (uint32_t count : reader_counts) {
+            EXPECT_EQ(search(tree, how, count), alone) << "tree " << seed - 1 << ", readers " << count;
+        }
+    }
+}
+
+TEST(Readers, FindEveryFileOfALargeFolderAndOfManyFolders) {
+    TestTree tree;
+    for (int i = 0; i < 4200; i++) { // more than can be ahead
+        tree.file("wide/" + std::to_string(i), i % 100 == 0 ? "foo....." : "");
+    }
+    for (int i = 0; i < 400; i++) {
+        tree.file("many/" + std::to_string(i) + "/f", "foo.....");
+    }
+    std::string deep = "deep";
+    for (int i = 0; i < 60; i++) {
+        tree.file(deep + "/f", "foo.....");
+        deep += "/d";
+    }
+    Stored alone = search(tree, {}, 0);
+    for (uint32_t count : reader_counts) {
+        EXPECT_EQ(search(tree, {}, count), alone) << count;
+    }
+}
+
+TEST(Readers, LeaveFilesOfVeryManyHitsToTheWorkerAndWaitWithTheOthers) {
+    TestTree tree;
+    const std::string line = "foo" + std::string(396, '.') + "\n"; // stored whole
+    std::string many, more;
+    for (int i = 0; i < 3000; i++) {
+        many += i < 150 ? line : "";
+        more += line;
+    }
+    tree.file("a/more", more);      // more than the hits of a job may take
+    for (int i = 0; i < 400; i++) { // and more than may wait for the worker
+        tree.file("b/many" + std::to_string(i), many);
+    }
+    Stored alone = search(tree, {}, 0);
+    for (uint32_t count : reader_counts) {
+        EXPECT_TRUE(search(tree, {}, count) == alone) << count;
+    }
+}
+
+TEST(Readers, PathsLongerThanAnySystemOpensArePassedOver) {
+    SearchScope scope;
+    ReadersScope readers(8);
+    std::string folder(5000, 'a');
+    ASSERT_TRUE(readers_begin(str_over(folder), str_from("foo"), 0));
+    const ReadJob *job = nullptr;
+    uint64_t left = 0;
+    while (readers_next(&job)) {
+        left += job && job->is_top && job->is_left;
+    }
+    EXPECT_EQ(left, 1u);
+    readers_end();
+}
+
+// ---- What fails once ----
+
+namespace {
+
+// A tree in which the worker itself neither lists nor reads anything, unless a reader leaves it to him.
+void fill_plain_tree(const TestTree &tree) {
+    for (const char *name : {"a", "b", "c/d", "c/e", "c/f/g", "h/i/j"}) {
+        tree.file(name, "foo.....");
+    }
+    for (int i = 0; i < 20; i++) {
+        tree.file("many/" + std::to_string(i), std::string(i % 5 == 0 ? 300000 : 100, '.') + "\nfoo\n....");
+    }
+}
+
+} // namespace
+
+TEST(Readers, LoseNothingWhicheverAllocationFails) {
+    TestTree tree;
+    fill_plain_tree(tree);
+    Stored alone = search(tree, {}, 0);
+    for (uint32_t count : {1u, 8u}) {
+        ReadersScope readers(count);
+        for (int refused = 0, asked = 1; refused < asked && refused < most_refused; refused++) {
+            SearchScope scope;
+            std::atomic<int> allocations = 0;
+            std::string rows;
+            {
+                HeapHookScope hook([&](uint64_t) { return allocations++ != refused; });
+                search_state.reader_count = count;
+                rows = search_rows(tree, tree.path(), "foo");
+            }
+            asked = allocations;
+            EXPECT_EQ(rows, alone.rows.substr(0, rows.size())) << refused;
+            EXPECT_EQ(results_store.file_table.count, 26u) << refused;
+        }
+    }
+}
+
+TEST(Readers, LoseNothingWhicheverListingOpeningOrReadingFails) {
+    TestTree tree;
+    fill_plain_tree(tree);
+    Stored alone = search(tree, {}, 0);
+    reads_apart = 1;
+    for (Calls *calls : {&listings, &opens, &reads}) {
+        for (uint32_t count : {1u, 8u}) {
+            int failing = 0;
+            do {
+                calls->start(failing++);
+                EXPECT_EQ(search(tree, {}, count), alone) << failing << " of " << count;
+            } while (calls->count >= failing);
+            EXPECT_GT(failing, calls == &listings ? 6 : 26);
+        }
+        calls->start(-1);
+    }
+    reads_apart = 0;
+}
+
+TEST(Readers, FindWhatIsLeftOfATreeThatIsRemovedMeanwhile) {
+    TestTree tree;
+    for (uint32_t count : reader_counts) {
+        for (int i = 0; i < 200; i++) {
+            tree.file("d" + std::to_string(i % 20) + "/" + std::to_string(i), "foo.....");
+        }
+        tree.file("a", "foo.....");
+        ReadersScope readers(count);
+        SearchScope scope;
+        std::atomic<int> allocations = 0;
+        HeapHookScope hook([&](uint64_t) {
+            if (allocations++ == 40) {
+                std::error_code in_use;
+                for (int i = 0; i < 20; i++) {
+                    fs::remove_all(tree.native("d" + std::to_string(i)), in_use);
+                }
+            }
+            return true;
+        });
+        std::string rows = search_rows(tree, tree.path(), "foo");
+        EXPECT_NE(rows.find("file a\nhit 1 1 0 foo..\n"), std::string::npos);
+    }
+}
+
+// ---- Bounds ----
+
+TEST(Readers, HoldAtMost64MiBOfContents) {
+    TestTree tree;
+    for (int i = 0; i < 12; i++) {
+        std::string name = "d" + std::to_string(i) + "/f";
+        tree.file(name, "foo");
+        fs::resize_file(tree.native(name), 20000000);
+    }
+    tree.file("too large for them", "foo");
+    fs::resize_file(tree.native("too large for them"), 70000000);
+    reads_apart = 1;
+    Search how;
+    how.max_file_size = 0;
+    Stored alone = search(tree, how, 0);
+    for (uint32_t count : {8u, 64u}) {
+        most_in_memory = 0;
+        EXPECT_EQ(search(tree, how, count), alone);
+        EXPECT_GE(most_in_memory, 20000000u);
+        EXPECT_LE(most_in_memory, uint64_t{64} << 20);
+    }
+    reads_apart = 0;
+}
+
+TEST(Readers, FinishNoMoreThanTheFilesThatTheyAreAtWhenARequestComes) {
+    TestTree tree;
+    for (int i = 0; i < 300; i++) {
+        tree.file("d" + std::to_string(i % 10) + "/" + std::to_string(i), "foo.....");
+    }
+    Stored whole = search(tree, {}, 0);
+    for (uint32_t count : reader_counts) {
+        for (int at : {0, 1, 17, 100, 200}) {
+            ReadersScope readers(count);
+            SearchScope scope;
+            opens.start(-1);
+            request_at_open = at;
+            search_rows(tree, tree.path(), "foo");
+            request_at_open = -1;
+            EXPECT_LE(opens.count, at + static_cast<int>(count)) << at;
+            EXPECT_LT(results_store.file_table.count, 300u);
+            EXPECT_EQ(search_state.request_pending, 1);
+            EXPECT_EQ(search_state.search_busy, 0);
+            EXPECT_EQ(search_worker_turn(), 1);
+            std::string rows = stored_rows(tree.path());
+            EXPECT_EQ(rows, whole.rows.substr(0, rows.size()));
+            EXPECT_EQ(results_store.file_table.count, 300u);
+        }
+    }
+}
