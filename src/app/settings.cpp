@@ -7,6 +7,7 @@
 #include "app/scratch.h"
 #include "os/files.h"
 #include "render/font.h"
+#include "search/readers.h"
 #include "search/search_state.h"
 
 namespace {
@@ -28,6 +29,7 @@ Settings settings = {
     .remember_last_path = 1,
     .remember_last_query = 1,
     .max_file_size = default_max_file_size,
+    .reader_count = 0,
     .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
     .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
     .file = {},
@@ -164,6 +166,21 @@ int64_t byte_count_from(Str text) {
     return static_cast<int64_t>(sum);
 }
 
+// The number if the text is only digits and the number at most most; otherwise 0.
+uint32_t count_from(Str text, uint32_t most) {
+    uint32_t count = 0;
+    for (uint64_t i = 0; i < text.count; i++) {
+        if (!is_digit(text.data[i])) {
+            return 0;
+        }
+        count = count * 10 + static_cast<uint32_t>(text.data[i] - '0');
+        if (count > most) {
+            return 0;
+        }
+    }
+    return count;
+}
+
 // Replaces the font; by none when the path is empty or the file is not a font.
 void load_font(const Value &value) {
     Str path = value.text;
@@ -201,6 +218,7 @@ constexpr KeyRule key_rules[] = {
     {"max_file_size", [](const Value &value) { settings.max_file_size = byte_count_from(value.text); }},
     {"left_click_cmd", [](const Value &value) { settings.left_click_cmd = value.text; }},
     {"right_click_cmd", [](const Value &value) { settings.right_click_cmd = value.text; }},
+    {"readers", [](const Value &value) { settings.reader_count = count_from(value.text, most_readers); }},
 };
 
 void apply_key(Str key, const Value &value) {
@@ -280,4 +298,5 @@ void settings_load(Str folder) {
     settings_apply(settings.file, folder);
     settings_apply_fallbacks(folder);
     search_state.max_file_size = settings.max_file_size;
+    search_state.reader_count = settings.reader_count;
 }

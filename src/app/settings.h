@@ -1,4 +1,5 @@
-// settings.txt beside the executable: ten keys, set once at start-up and only read from then on.
+// settings.txt beside the executable: ten keys and an extension, set once at start-up and only read from then
+// on.
 //
 // A line is a key, whitespace and a value up to the line's end; a line that starts with '#' is a comment.
 // Spaces, tabs, carriage returns and line feeds are whitespace, and only a line feed ends a line. A key
@@ -23,6 +24,7 @@ struct Settings {
     uint8_t remember_last_query; // the same for the query
 
     int64_t max_file_size; // bytes; 0: no limit; the worker reads the copy in search_state
+    uint32_t reader_count; // an extension; 0 to 64; handed to the worker in search_state
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.
     Str left_click_cmd;
@@ -35,7 +37,7 @@ struct Settings {
 extern Settings settings;
 
 // Reads settings.txt in folder, which ends with '/', applies it and the fallbacks, and copies max_file_size
-// to search_state. All defaults apply when the file cannot be read.
+// and reader_count to search_state. All defaults apply when the file cannot be read.
 void settings_load(Str folder);
 
 // Applies the keys in a file's bytes, in their order. The click commands point into text. A font_file is

@@ -688,6 +688,34 @@ TEST(SettingsFile, AMissingOneLeavesAllDefaults) {
     EXPECT_EQ(settings.font_size, 14);
 }
 
+TEST(SettingsExtensions, ReadersAreANumberUpTo64AndNoneOtherwise) {
+    const auto readers_after = [](const std::string &file) {
+        return Applied(file).before_fallbacks.reader_count;
+    };
+    EXPECT_EQ(readers_after(""), 0u);
+    for (uint32_t count : {0u, 1u, 8u, 63u, 64u}) {
+        EXPECT_EQ(readers_after("readers " + std::to_string(count)), count);
+    }
+    EXPECT_EQ(readers_after("readers 008 \r\n"), 8u);
+    for (const char *value : {"65", "100", "4294967297", "18446744073709551617", "-1", "+8", "8x", "x8",
+                              "8 8", "8.0", "0x8", "eight", "# 8"}) {
+        EXPECT_EQ(readers_after(std::string("readers ") + value), 0u) << value;
+    }
+    EXPECT_EQ(readers_after("readers"), 0u);
+    EXPECT_EQ(readers_after("readers 8\nreaders x"), 0u); // the later one holds
+    EXPECT_EQ(readers_after("Readers 8"), 0u);
+}
+
+TEST(SettingsExtensions, TheWorkerIsHandedTheReaders) {
+    TestTree tree;
+    for (uint32_t count : {8u, 0u}) {
+        AppScope app;
+        tree.file("settings.txt", "readers " + std::to_string(count));
+        settings_load(str_over(tree.path() + "/"));
+        EXPECT_EQ(search_state.reader_count, count);
+    }
+}
+
 TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
     FontFolder fonts;
     fonts.tree.file("settings.txt", "font_size 20\nfont_file fonts/x.ttf\nleft_click_cmd a");
@@ -762,11 +790,12 @@ size_t count_key_lines(std::string *file, const std::string &key, bool without_h
 
 } // namespace
 
-TEST(PackagedSettings, ChangeNothingAsShipped) {
+TEST(PackagedSettings, ChangeOnlyTheReadersAsShipped) {
     for (const char *line_end : {"\n", "\r\n"}) {
         std::string file = packaged_settings(line_end);
         EXPECT_EQ(Applied(file).str(), defaults);
         EXPECT_EQ(Applied(file).before_fallbacks.font_size, 0); // not even set to the same values
+        EXPECT_EQ(Applied(file).before_fallbacks.reader_count, 8u);
         EXPECT_EQ(FontFolder().loaded_after(file), "source_code_pro.otf");
     }
 }
@@ -800,7 +829,8 @@ TEST(PackagedSettings, AreCommentsThatTellKeysFromWords) {
     for (size_t at = 0; at < file.size(); at = file.find('\n', at) + 1) {
         lines++;
         key_lines += file.compare(at, 2, "# ") == 0;
-        EXPECT_TRUE(file[at] == '#' || file[at] == '\r') << file.substr(at, 20);
+        EXPECT_TRUE(file[at] == '#' || file[at] == '\r' || file.compare(at, 11, "readers 8\r\n") == 0)
+            << file.substr(at, 20);
     }
     EXPECT_EQ(key_lines, keys.size() + editor_lines().size()); // all other comments begin with "## "
     EXPECT_GT(lines, 3 * keys.size());
