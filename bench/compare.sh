@@ -1,7 +1,7 @@
 #!/bin/bash
-# Compares the search with ripgrep, ugrep and grep, natively and with one thread each, taking turns on the same warm
-# tree: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and writes it to build/bench/results.md, the
-# source of docs/performance.md.
+# Compares the search with ripgrep, ugrep and grep, natively, taking turns on the same tree: warm with one thread each,
+# warm with readers and with rg on all cores, and cold: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and
+# writes it to build/bench/results.md, the source of docs/performance.md.
 #
 # The tree is the Linux kernel of Debian's linux-source package, without its symbolic links, which the others do not
 # follow. All output goes to a pipe with a reader.
@@ -27,8 +27,17 @@ find "$tree" -type l -delete
 bin=build/linux/bin
 store() { "$bin/search_time" "$tree" "$1" | cat > /dev/null; }
 dump() { "$bin/search_dump" "$tree" "$1" | cat > /dev/null; }
+readers_2() { "$bin/search_time" --readers 2 "$tree" "$1" | cat > /dev/null; }
+readers_8() { "$bin/search_time" --readers 8 "$tree" "$1" | cat > /dev/null; }
 floor() { "$bin/search_time" "$tree" | cat > /dev/null; }
-rg_run() { { rg -j1 -uuu -a -F -n --column --max-filesize 10M -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
+rg_threads() { # rg_threads NEEDLE OPTION...
+    local needle=$1
+    shift
+    { rg "$@" -uuu -a -F -n --column --max-filesize 10M -e "$needle" "$tree" || [ $? = 1 ]; } | cat > /dev/null
+}
+rg_run() { rg_threads "$1" -j1; }
+rg_all() { rg_threads "$1"; }
+rg_16() { rg_threads "$1" -j16; }
 ugrep_run() { { ugrep -J1 -r -F -n -k --hidden -a -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
 grep_run() { { grep -rnaF -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
 
@@ -48,22 +57,41 @@ measure() {
     rm -f "$work"/time_*
     for program in store dump floor rg_run ugrep_run grep_run; do "$program" "$needle"; done # warm up
     for ((round = 0; round < rounds; round++)); do
-        for program in store dump floor rg_run; do timed "$program" "$needle" >> "$work/time_$program"; done
+        for program in store readers_2 readers_8 dump floor rg_run rg_all; do timed "$program" "$needle" >> "$work/time_$program"; done
         if ((round < 3)); then
             for program in ugrep_run grep_run; do timed "$program" "$needle" >> "$work/time_$program"; done
         fi
     done
     base=$(median < "$work/time_rg_run")
-    for program in store dump floor rg_run ugrep_run grep_run; do
+    for program in store readers_2 readers_8 dump floor rg_run rg_all ugrep_run grep_run; do
         case $program in
         store) name='this search' ;;
+        readers_*) name="this search, ${program#readers_} readers" ;;
         dump) name='this search, printed' ;;
         floor) name='lower bound: same walk and reads, no scan' ;;
-        rg_run) name='rg' ;;
+        rg_run) name='rg -j1' ;;
+        rg_all) name='rg' ;;
         *) name=${program%_run} ;;
         esac
         median < "$work/time_$program" | awk -v label="$label" -v name="$name" -v base="$base" \
             '{ printf "| %s | %s | %.0f ms | %.2f |\n", label, name, $1 / 1000, $1 / base }'
+    done
+}
+
+# measure_cold NEEDLE: the same with empty caches before each run, where this process may empty them.
+measure_cold() {
+    local needle=$1 round program
+    rm -f "$work"/time_*
+    for ((round = 0; round < rounds; round++)); do
+        for program in store readers_2 readers_8 rg_16; do
+            sync
+            echo 3 > /proc/sys/vm/drop_caches
+            timed "$program" "$needle" >> "$work/time_$program"
+        done
+    done
+    for program in store readers_2 readers_8 rg_16; do
+        median < "$work/time_$program" | awk -v name="$program" -v base="$(median < "$work/time_rg_16")" \
+            '{ printf "| %s | %.0f ms | %.2f |\n", name, $1 / 1000, $1 / base }'
     done
 }
 
@@ -72,17 +100,27 @@ measure() {
         awk '{ sum += $1 } END { printf "%.2f GB", sum / 1e9 }'), $rounds rounds (ugrep and grep: 3)."
     echo "$(rg --version | sed -n 1p); $(ugrep --version | sed -n '1s/ x86.*//p'); $(grep --version | sed -n 1p)"
     echo
-    echo '| needle | program | median | to rg |'
+    echo '| needle | program | median | to rg -j1 |'
     echo '|---|---|---|---|'
     measure 'none' zqxwvk_none
     measure 'thousands of hits' spin_lock_irqsave
     measure 'over a million hit lines' int
     echo
-    /usr/bin/time -f %M "$bin/search_time" "$tree" int 2> "$work/peak" > "$work/stored"
-    awk -v peak="$(cat "$work/peak")" '{
-        printf "Peak memory for int: %.1f MB, of which %.1f MB are stored strings and tables (%d files, %d rows): %.1f MB over.\n",
-               peak * 1024 / 1e6, $6 / 1e6, $2, $4, (peak * 1024 - $6) / 1e6
-    }' "$work/stored"
+    for readers in 0 8 64; do
+        /usr/bin/time -f %M "$bin/search_time" --readers "$readers" "$tree" int 2> "$work/peak" > "$work/stored"
+        awk -v peak="$(cat "$work/peak")" -v readers="$readers" '{
+            printf "Peak memory for int, %d readers: %.1f MB, of which %.1f MB are stored strings and tables (%d files, %d rows): %.1f MB over.\n",
+                   readers, peak * 1024 / 1e6, $6 / 1e6, $2, $4, (peak * 1024 - $6) / 1e6
+        }' "$work/stored"
+    done
+    echo
+    if [ -w /proc/sys/vm/drop_caches ]; then
+        echo '| cold, no hit | median | to rg -j16 |'
+        echo '|---|---|---|'
+        measure_cold zqxwvk_none
+    else
+        echo 'Cold: not measured, as this process may not empty the caches.'
+    fi
     echo
     echo 'The scan alone, in memory, without a hit (medians of five):'
     echo
