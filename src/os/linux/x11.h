@@ -1,0 +1,47 @@
+// The connection to the X server, which the window, the clipboard and drag and drop share. Interface thread
+// only.
+//
+// The window pumps the connection's events and offers each to the functions of clipboard.h and drop.h first.
+// Xlib ends the process when the connection is lost; by then the saved lists are on the disk.
+#pragma once
+
+#include <stdint.h>
+
+#include <X11/Xlib.h>
+
+// Opens the connection at the first call. Returns null when there is no display or it refuses; a later call
+// tries again.
+Display *x11_display();
+
+// The connection's number for an atom's name, from a table that is filled when the connection opens.
+enum X11Atom : uint32_t {
+    ATOM_CLIPBOARD,
+    ATOM_UTF8_STRING,
+    X11_ATOM_COUNT,
+};
+Atom x11_atom(X11Atom atom);
+
+// A window that is never shown: it owns the clipboard's selection and receives conversions.
+Window x11_helper_window();
+
+// The time of the last event that had one, for requests that other clients order by time.
+Time x11_last_time();
+void x11_note_time(Time time);
+
+// Runs between x11_trap_errors and x11_untrap_errors are spared the protocol errors that a window of another
+// client causes by vanishing. Untrapping waits for the server and returns whether there were any.
+void x11_trap_errors();
+bool x11_untrap_errors();
+
+// What a property holds.
+struct X11Property {
+    uint8_t *bytes; // format 32 comes as the longs that Xlib makes of it
+    uint64_t count; // items
+    Atom type;
+    int format; // bits of an item: 8, 16 or 32
+};
+
+// Reads a property whole, or nothing when it is longer than longest bytes (4 for each item of format 32),
+// missing, or the window is gone. Returns whether it was read; the bytes are then freed with XFree. Deletes
+// it if asked.
+bool x11_read_property(Window window, Atom property, uint64_t longest, bool is_deleted, X11Property *result);
