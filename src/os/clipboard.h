@@ -1,7 +1,7 @@
 // The clipboard: text for the editor.
 //
 // A text is offered in two formats at once: as UTF-16, and as bytes, which for this program's own texts are
-// UTF-8. On Linux there is no desktop's clipboard but one inside the process, for tests and tools.
+// UTF-8.
 #pragma once
 
 #include <stdint.h>

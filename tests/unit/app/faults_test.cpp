@@ -26,11 +26,11 @@
 #include "app/startup.h"
 #include "os/clipboard.h"
 #include "os/headless/headless.h"
-#include "os/linux/clipboard.h"
 #include "search/worker.h"
 #include "support/heap_hook.h"
 #include "support/never_returns.h"
 #include "support/picture.h"
+#include "support/process_clipboard.h"
 #include "support/recorded_commands.h"
 
 namespace {

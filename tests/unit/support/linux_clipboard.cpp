@@ -1,7 +1,7 @@
 #include <string.h>
 
-#include "os/linux/clipboard.h"
 #include "os/memory.h"
+#include "support/process_clipboard.h"
 #include "support/system_clipboard.h"
 
 namespace {

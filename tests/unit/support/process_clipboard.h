@@ -1,4 +1,5 @@
-// The clipboard inside the process. Tests reach in here to do what another program would do on a desktop.
+// Linux: a clipboard inside the process, for tests and measurements without a screen. Tests reach in here to
+// do what another program would do on a desktop.
 #pragma once
 
 #include <stdint.h>
@@ -14,16 +15,10 @@ enum ProcessClipboardFormat : uint8_t {
 };
 
 struct ProcessClipboard {
-    Str blocks[CLIPBOARD_FORMAT_COUNT]; // heap blocks with a zero behind them; null data: not offered
+    Str blocks[CLIPBOARD_FORMAT_COUNT]; // heap blocks with a zero after them; null data: not offered
     uint8_t is_open;                    // left open by a look for text that found none
 };
 extern ProcessClipboard process_clipboard;
 
 // Frees all that is offered.
 void process_clipboard_clear();
-
-// A zero-terminated copy that the caller frees with os_free; the empty Str for null data or out of memory.
-Str clipboard_copy(Str text);
-
-// The same for the text up to its first zero byte.
-Str clipboard_copy_to_zero(Str text);
