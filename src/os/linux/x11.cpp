@@ -1,8 +1,41 @@
 #include "os/linux/x11.h"
 
+#include <X11/Xatom.h>
+
 namespace {
 
-const char *const atom_names[X11_ATOM_COUNT] = {"CLIPBOARD", "UTF8_STRING"};
+const char *const atom_names[X11_ATOM_COUNT] = {
+    "CLIPBOARD",
+    "UTF8_STRING",
+    // selections
+    "ATOM_PAIR",
+    "C_STRING",
+    "CLIPBOARD_MANAGER",
+    "image/png",
+    "INCR",
+    "MULTIPLE",
+    "NULL",
+    "SAVE_TARGETS",
+    "STRING",
+    "TARGETS",
+    "TEXT",
+    "text/plain;charset=utf-8",
+    "text/uri-list",
+    "TIMESTAMP",
+    "TARNWICK_SELECTION",
+    "TARNWICK_TIME",
+    // drag and drop
+    "XdndActionCopy",
+    "XdndAware",
+    "XdndDrop",
+    "XdndEnter",
+    "XdndFinished",
+    "XdndLeave",
+    "XdndPosition",
+    "XdndSelection",
+    "XdndStatus",
+    "XdndTypeList",
+};
 
 struct Connection {
     Display *display;
@@ -50,6 +83,24 @@ Time x11_last_time() {
 
 void x11_note_time(Time time) {
     connection.last_time = time;
+}
+
+namespace {
+
+Bool is_time_noted(Display *, XEvent *event, XPointer) {
+    return event->type == PropertyNotify && event->xproperty.window == connection.helper_window &&
+           event->xproperty.atom == connection.atoms[ATOM_OWN_TIME];
+}
+
+} // namespace
+
+Time x11_server_time() {
+    // A change of a property is told with the time.
+    XChangeProperty(connection.display, connection.helper_window, connection.atoms[ATOM_OWN_TIME], XA_INTEGER,
+                    32, PropModeReplace, nullptr, 0);
+    XEvent event;
+    XIfEvent(connection.display, &event, is_time_noted, nullptr);
+    return event.xproperty.time;
 }
 
 void x11_trap_errors() {

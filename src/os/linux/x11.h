@@ -17,6 +17,34 @@ Display *x11_display();
 enum X11Atom : uint32_t {
     ATOM_CLIPBOARD,
     ATOM_UTF8_STRING,
+    // selections: what the targets and types mean is in the conventions for communication between clients
+    ATOM_ATOM_PAIR,
+    ATOM_C_STRING,
+    ATOM_CLIPBOARD_MANAGER,
+    ATOM_IMAGE_PNG,
+    ATOM_INCR,
+    ATOM_MULTIPLE,
+    ATOM_NULL,
+    ATOM_SAVE_TARGETS,
+    ATOM_STRING,
+    ATOM_TARGETS,
+    ATOM_TEXT,
+    ATOM_TEXT_PLAIN_UTF8,
+    ATOM_TEXT_URI_LIST,
+    ATOM_TIMESTAMP,
+    ATOM_OWN_SELECTION, // where conversions for this program arrive
+    ATOM_OWN_TIME,
+    // drag and drop
+    ATOM_XDND_ACTION_COPY,
+    ATOM_XDND_AWARE,
+    ATOM_XDND_DROP,
+    ATOM_XDND_ENTER,
+    ATOM_XDND_FINISHED,
+    ATOM_XDND_LEAVE,
+    ATOM_XDND_POSITION,
+    ATOM_XDND_SELECTION,
+    ATOM_XDND_STATUS,
+    ATOM_XDND_TYPE_LIST,
     X11_ATOM_COUNT,
 };
 Atom x11_atom(X11Atom atom);
@@ -27,6 +55,9 @@ Window x11_helper_window();
 // The time of the last event that had one, for requests that other clients order by time.
 Time x11_last_time();
 void x11_note_time(Time time);
+
+// The server's time now; waits for its answer.
+Time x11_server_time();
 
 // Runs between x11_trap_errors and x11_untrap_errors are spared the protocol errors that a window of another
 // client causes by vanishing. Untrapping waits for the server and returns whether there were any.
