@@ -158,17 +158,18 @@ uint16_t code_in_group(uint32_t keycode, uint32_t group) {
 uint16_t code_of_place(uint32_t keycode) {
     constexpr uint32_t first_keycode = 10;
     static const uint8_t codes[] = {
-        '1', '2', '3', '4', '5', '6', '7', '8', '9', '0', 0xBD, 0xBB, 0,    0,                  // 10 to 23
-        'Q', 'W', 'E', 'R', 'T', 'Y', 'U', 'I', 'O', 'P', 0xDB, 0xDD, 0,    0,                  // 24 to 37
-        'A', 'S', 'D', 'F', 'G', 'H', 'J', 'K', 'L', 0xBA, 0xDE, 0xC0, 0,   0xDC,               // 38 to 51
-        'Z', 'X', 'C', 'V', 'B', 'N', 'M', 0xBC, 0xBE, 0xBF,                                    // 52 to 61
+        '1', '2', '3', '4', '5', '6', '7', '8',  '9',  '0',  0xBD, 0xBB, 0, 0,    // 10 to 23
+        'Q', 'W', 'E', 'R', 'T', 'Y', 'U', 'I',  'O',  'P',  0xDB, 0xDD, 0, 0,    // 24 to 37
+        'A', 'S', 'D', 'F', 'G', 'H', 'J', 'K',  'L',  0xBA, 0xDE, 0xC0, 0, 0xDC, // 38 to 51
+        'Z', 'X', 'C', 'V', 'B', 'N', 'M', 0xBC, 0xBE, 0xBF,                      // 52 to 61
     };
     constexpr uint32_t between_shift_and_z = 94;
     if (keycode == between_shift_and_z) {
         return 0xE2;
     }
-    return keycode >= first_keycode && keycode < first_keycode + sizeof(codes) ? codes[keycode - first_keycode]
-                                                                               : 0;
+    return keycode >= first_keycode && keycode < first_keycode + sizeof(codes)
+               ? codes[keycode - first_keycode]
+               : 0;
 }
 
 // The virtual-key code of a pressed key, or 0. A key of a layout without Latin letters has the code of its
@@ -374,9 +375,8 @@ void keys_open_input(NativeWindow *native) {
         open_input_method();
     }
     if (input_method) {
-        native->input_context =
-            XCreateIC(input_method, XNInputStyle, XIMPreeditNothing | XIMStatusNothing, XNClientWindow,
-                      native->id, XNFocusWindow, native->id, nullptr);
+        native->input_context = XCreateIC(input_method, XNInputStyle, XIMPreeditNothing | XIMStatusNothing,
+                                          XNClientWindow, native->id, XNFocusWindow, native->id, nullptr);
     }
 }
 

@@ -21,8 +21,8 @@ void keys_pressed(PlatformWindow *window, XKeyEvent *event);
 
 void keys_released(PlatformWindow *window, const XKeyEvent &event);
 
-// The server tells which keys are down. Delivers the releases that went to other programs; keys that went down
-// elsewhere count as held from here on.
+// The server tells which keys are down. Delivers the releases that went to other programs; keys that went
+// down elsewhere count as held from here on.
 void keys_down_told(PlatformWindow *window, const XKeymapEvent &event);
 
 // No key counts as down any more. Delivers nothing.

@@ -1,5 +1,6 @@
 #include <string.h>
 
+#include <X11/Xatom.h>
 #include <X11/extensions/Xrandr.h>
 
 #include "os/linux/native_window.h"
@@ -24,15 +25,16 @@ Rect desktop_work_area() {
     Window root = RootWindow(display, screen);
     constexpr uint64_t most_desktops = 1024;
     unsigned long areas[4 * most_desktops];
-    uint64_t count = x11_read_numbers(root, x11_atom(ATOM_NET_WORKAREA), XA_CARDINAL, areas, 4 * most_desktops);
+    uint64_t count =
+        x11_read_numbers(root, x11_atom(ATOM_NET_WORKAREA), XA_CARDINAL, areas, 4 * most_desktops);
     unsigned long desktop = 0;
     x11_read_numbers(root, x11_atom(ATOM_NET_CURRENT_DESKTOP), XA_CARDINAL, &desktop, 1);
     if (desktop >= count / 4) {
         return whole;
     }
     const unsigned long *area = areas + 4 * desktop;
-    Rect work = {static_cast<int16_t>(area[0]), static_cast<int16_t>(area[1]),
-                 static_cast<uint16_t>(area[2]), static_cast<uint16_t>(area[3])};
+    Rect work = {static_cast<int16_t>(area[0]), static_cast<int16_t>(area[1]), static_cast<uint16_t>(area[2]),
+                 static_cast<uint16_t>(area[3])};
     return rect_intersection(work, whole);
 }
 
@@ -41,9 +43,8 @@ void set_mode(MonitorInfo *monitor, const XRRMonitorInfo &system, XRRScreenResou
     Size resolution = {};
     double rate = 0;
     Display *display = x11_display();
-    XRROutputInfo *output = resources && system.noutput > 0
-                                ? XRRGetOutputInfo(display, resources, system.outputs[0])
-                                : nullptr;
+    XRROutputInfo *output =
+        resources && system.noutput > 0 ? XRRGetOutputInfo(display, resources, system.outputs[0]) : nullptr;
     XRRCrtcInfo *crtc = output && output->crtc ? XRRGetCrtcInfo(display, resources, output->crtc) : nullptr;
     if (crtc) {
         resolution = {static_cast<int32_t>(crtc->width), static_cast<int32_t>(crtc->height)};

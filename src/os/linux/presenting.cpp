@@ -64,8 +64,8 @@ bool make_image(NativeWindow *native, Size size) {
         destroy_image(frame);
     } else {
         native_frame_free(native);
-        frame->block = share_block(frame, capacity) ? frame->segment.shmaddr
-                                                    : static_cast<char *>(os_alloc(capacity));
+        frame->block =
+            share_block(frame, capacity) ? frame->segment.shmaddr : static_cast<char *>(os_alloc(capacity));
         if (!frame->block) {
             return false;
         }
@@ -161,8 +161,8 @@ void native_frame_show(NativeWindow *native, Size client_size, const Framebuffer
     }
     for (int32_t y = 0; y < to.height; y++) {
         int64_t from_y = from.y + int64_t{y} * from.height / to.height;
-        uint32_t *row = reinterpret_cast<uint32_t *>(native->frame.block) +
-                        int64_t{to.y + y} * client_size.width + to.x;
+        uint32_t *row =
+            reinterpret_cast<uint32_t *>(native->frame.block) + int64_t{to.y + y} * client_size.width + to.x;
         copy_row(row, to.width, framebuffer.pixels + from_y * framebuffer.width + from.x, from.width);
         if (is_layered) {
             key_out_black(row, to.width);

@@ -8,6 +8,7 @@
 #include <X11/Xcursor/Xcursor.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/Xfixes.h>
+#include <X11/extensions/shapeconst.h>
 
 #include "os/linux/clipboard.h"
 #include "os/linux/drop.h"
@@ -23,7 +24,7 @@
 namespace {
 
 NativeWindow *first_window;
-PlatformWindow *focused_window; // null: none of ours
+PlatformWindow *focused_window;              // null: none of ours
 uint32_t current_cursor = CURSOR_TABLE_SIZE; // of all open windows; that one: not set yet
 
 void *handle_of(Window id) {
@@ -56,8 +57,8 @@ WindowGeometry geometry_of(const NativeWindow *native) {
     if (native->is_minimized) {
         client.width = client.height = 0;
     }
-    Rect outer = {client.x - extents.left, client.y - extents.top, client.width + extents.left + extents.right,
-                  client.height + extents.top + extents.bottom};
+    Rect outer = {client.x - extents.left, client.y - extents.top,
+                  client.width + extents.left + extents.right, client.height + extents.top + extents.bottom};
     return {outer, client};
 }
 
@@ -65,8 +66,8 @@ WindowGeometry geometry_of(const NativeWindow *native) {
 void tell_geometry(PlatformWindow *window, bool tells_all) {
     WindowGeometry geometry = geometry_of(native_window(window));
     const Rect &client = geometry.client;
-    bool is_resized = tells_all || client.width != window->client_size.width ||
-                      client.height != window->client_size.height;
+    bool is_resized =
+        tells_all || client.width != window->client_size.width || client.height != window->client_size.height;
     bool is_moved =
         tells_all || client.x != window->client_position.x || client.y != window->client_position.y;
     window_set_geometry(window, geometry);
@@ -248,6 +249,7 @@ void property_changed(PlatformWindow *window, const XPropertyEvent &event) {
         read_state(window);
     } else if (event.atom == x11_atom(ATOM_NET_FRAME_EXTENTS)) {
         read_frame_extents(native_window(window));
+        read_position(native_window(window));
         tell_geometry(window, false);
     }
 }
@@ -258,13 +260,10 @@ void handle_window_event(PlatformWindow *window, XEvent *event) {
     case ConfigureNotify:
         configured(window, event->xconfigure);
         break;
-    case ReparentNotify:
-        read_position(native);
-        tell_geometry(window, false);
-        break;
     case MapNotify:
         native->is_mapped = true;
         native->is_minimized = false;
+        read_position(native); // the window manager's frame has come in between
         tell_geometry(window, true);
         break;
     case UnmapNotify:
@@ -275,8 +274,8 @@ void handle_window_event(PlatformWindow *window, XEvent *event) {
         window_closed(window);
         break;
     case Expose:
-        native_frame_refresh(native, {event->xexpose.x, event->xexpose.y, event->xexpose.width,
-                                      event->xexpose.height});
+        native_frame_refresh(
+            native, {event->xexpose.x, event->xexpose.y, event->xexpose.width, event->xexpose.height});
         break;
     case PropertyNotify:
         property_changed(window, event->xproperty);
@@ -451,7 +450,8 @@ bool choose_visual(NativeWindow *native, bool is_layered) {
     native->visual = DefaultVisual(display, DefaultScreen(display));
     native->depth = DefaultDepth(display, DefaultScreen(display));
     int depth = is_layered ? 32 : 24;
-    if (native->depth != depth && XMatchVisualInfo(display, DefaultScreen(display), depth, TrueColor, &found)) {
+    if (native->depth != depth &&
+        XMatchVisualInfo(display, DefaultScreen(display), depth, TrueColor, &found)) {
         native->visual = found.visual;
         native->depth = depth;
     }

@@ -6,6 +6,8 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <X11/Xatom.h>
+
 #include "os/linux/threads.h"
 
 namespace {
@@ -13,6 +15,7 @@ namespace {
 const char *const atom_names[X11_ATOM_COUNT] = {
     "CLIPBOARD",
     "UTF8_STRING",
+    // window managers
     "WM_PROTOCOLS",
     "WM_DELETE_WINDOW",
     "WM_STATE",
@@ -34,6 +37,34 @@ const char *const atom_names[X11_ATOM_COUNT] = {
     "_NET_WM_WINDOW_TYPE_UTILITY",
     "_NET_WORKAREA",
     "_XSETTINGS_SETTINGS",
+    // selections
+    "ATOM_PAIR",
+    "C_STRING",
+    "CLIPBOARD_MANAGER",
+    "image/png",
+    "INCR",
+    "MULTIPLE",
+    "NULL",
+    "SAVE_TARGETS",
+    "STRING",
+    "TARGETS",
+    "TEXT",
+    "text/plain;charset=utf-8",
+    "text/uri-list",
+    "TIMESTAMP",
+    "TARNWICK_SELECTION",
+    "TARNWICK_TIME",
+    // drag and drop
+    "XdndActionCopy",
+    "XdndAware",
+    "XdndDrop",
+    "XdndEnter",
+    "XdndFinished",
+    "XdndLeave",
+    "XdndPosition",
+    "XdndSelection",
+    "XdndStatus",
+    "XdndTypeList",
 };
 
 struct Connection {
@@ -91,6 +122,24 @@ void x11_note_time(Time time) {
     connection.last_time = time;
 }
 
+namespace {
+
+Bool is_time_noted(Display *, XEvent *event, XPointer) {
+    return event->type == PropertyNotify && event->xproperty.window == connection.helper_window &&
+           event->xproperty.atom == connection.atoms[ATOM_OWN_TIME];
+}
+
+} // namespace
+
+Time x11_server_time() {
+    // A change of a property is told with the time.
+    XChangeProperty(connection.display, connection.helper_window, connection.atoms[ATOM_OWN_TIME], XA_INTEGER,
+                    32, PropModeReplace, nullptr, 0);
+    XEvent event;
+    XIfEvent(connection.display, &event, is_time_noted, nullptr);
+    return event.xproperty.time;
+}
+
 void x11_trap_errors() {
     XSync(connection.display, False); // errors of earlier requests do not count
     connection.has_error = false;
@@ -141,7 +190,8 @@ bool x11_read_property(Window window, Atom property, uint64_t longest, bool is_d
     return false;
 }
 
-uint64_t x11_read_numbers(Window window, Atom property, Atom type, unsigned long *numbers, uint64_t capacity) {
+uint64_t x11_read_numbers(Window window, Atom property, Atom type, unsigned long *numbers,
+                          uint64_t capacity) {
     X11Property found;
     if (!x11_read_property(window, property, capacity * 4, false, &found)) {
         return 0;

@@ -18,6 +18,7 @@ Display *x11_display();
 enum X11Atom : uint32_t {
     ATOM_CLIPBOARD,
     ATOM_UTF8_STRING,
+    // window managers
     ATOM_WM_PROTOCOLS,
     ATOM_WM_DELETE_WINDOW,
     ATOM_WM_STATE,
@@ -39,6 +40,34 @@ enum X11Atom : uint32_t {
     ATOM_NET_WM_WINDOW_TYPE_UTILITY,
     ATOM_NET_WORKAREA,
     ATOM_XSETTINGS_SETTINGS,
+    // selections: what the targets and types mean is in the conventions for communication between clients
+    ATOM_ATOM_PAIR,
+    ATOM_C_STRING,
+    ATOM_CLIPBOARD_MANAGER,
+    ATOM_IMAGE_PNG,
+    ATOM_INCR,
+    ATOM_MULTIPLE,
+    ATOM_NULL,
+    ATOM_SAVE_TARGETS,
+    ATOM_STRING,
+    ATOM_TARGETS,
+    ATOM_TEXT,
+    ATOM_TEXT_PLAIN_UTF8,
+    ATOM_TEXT_URI_LIST,
+    ATOM_TIMESTAMP,
+    ATOM_OWN_SELECTION, // where conversions for this program arrive
+    ATOM_OWN_TIME,
+    // drag and drop
+    ATOM_XDND_ACTION_COPY,
+    ATOM_XDND_AWARE,
+    ATOM_XDND_DROP,
+    ATOM_XDND_ENTER,
+    ATOM_XDND_FINISHED,
+    ATOM_XDND_LEAVE,
+    ATOM_XDND_POSITION,
+    ATOM_XDND_SELECTION,
+    ATOM_XDND_STATUS,
+    ATOM_XDND_TYPE_LIST,
     X11_ATOM_COUNT,
 };
 Atom x11_atom(X11Atom atom);
@@ -52,6 +81,11 @@ void x11_note_time(Time time);
 
 // For requests whose failure matters, as when another client's window may be gone. Untrapping waits for the
 // server and returns whether there were protocol errors since x11_trap_errors.
+// The server's time now; waits for its answer.
+Time x11_server_time();
+
+// Runs between x11_trap_errors and x11_untrap_errors are spared the protocol errors that a window of another
+// client causes by vanishing. Untrapping waits for the server and returns whether there were any.
 void x11_trap_errors();
 bool x11_untrap_errors();
 
@@ -73,6 +107,6 @@ struct X11Property {
 // it if asked.
 bool x11_read_property(Window window, Atom property, uint64_t longest, bool is_deleted, X11Property *result);
 
-// Reads a property of items of 32 bits. Returns how many there are, at most capacity; 0 when it is missing, longer
-// or of another type.
+// Reads a property of items of 32 bits. Returns how many there are, at most capacity; 0 when it is missing,
+// longer or of another type.
 uint64_t x11_read_numbers(Window window, Atom property, Atom type, unsigned long *numbers, uint64_t capacity);

@@ -83,7 +83,8 @@ bool xsettings_number(const char *name, int32_t *number) {
     if (manager == None || !x11_read_property(manager, type, longest, false, &property)) {
         return false;
     }
-    Settings settings = {property.bytes, property.count, false, property.type != type || property.format != 8};
+    Settings settings = {property.bytes, property.count, false,
+                         property.type != type || property.format != 8};
     bool is_found = !settings.is_broken && find_number(&settings, name, number);
     XFree(property.bytes);
     return is_found;
