@@ -2,7 +2,8 @@
 // only.
 //
 // The window pumps the connection's events and offers each to the functions of clipboard.h and drop.h first.
-// Xlib ends the process when the connection is lost; by then the saved lists are on the disk.
+// When the connection is lost the process writes a line to standard error and ends with status 1: the saved
+// lists are on the disk by then. Protocol errors are ignored.
 #pragma once
 
 #include <stdint.h>
@@ -17,6 +18,28 @@ Display *x11_display();
 enum X11Atom : uint32_t {
     ATOM_CLIPBOARD,
     ATOM_UTF8_STRING,
+    // window managers
+    ATOM_WM_PROTOCOLS,
+    ATOM_WM_DELETE_WINDOW,
+    ATOM_WM_STATE,
+    ATOM_MOTIF_WM_HINTS,
+    ATOM_NET_ACTIVE_WINDOW,
+    ATOM_NET_CURRENT_DESKTOP,
+    ATOM_NET_FRAME_EXTENTS,
+    ATOM_NET_REQUEST_FRAME_EXTENTS,
+    ATOM_NET_SUPPORTED,
+    ATOM_NET_WM_ICON,
+    ATOM_NET_WM_NAME,
+    ATOM_NET_WM_PID,
+    ATOM_NET_WM_PING,
+    ATOM_NET_WM_STATE,
+    ATOM_NET_WM_STATE_ABOVE,
+    ATOM_NET_WM_STATE_DEMANDS_ATTENTION,
+    ATOM_NET_WM_STATE_SKIP_TASKBAR,
+    ATOM_NET_WM_WINDOW_TYPE,
+    ATOM_NET_WM_WINDOW_TYPE_UTILITY,
+    ATOM_NET_WORKAREA,
+    ATOM_XSETTINGS_SETTINGS,
     // selections: what the targets and types mean is in the conventions for communication between clients
     ATOM_ATOM_PAIR,
     ATOM_C_STRING,
@@ -56,6 +79,8 @@ Window x11_helper_window();
 Time x11_last_time();
 void x11_note_time(Time time);
 
+// For requests whose failure matters, as when another client's window may be gone. Untrapping waits for the
+// server and returns whether there were protocol errors since x11_trap_errors.
 // The server's time now; waits for its answer.
 Time x11_server_time();
 
@@ -63,6 +88,11 @@ Time x11_server_time();
 // client causes by vanishing. Untrapping waits for the server and returns whether there were any.
 void x11_trap_errors();
 bool x11_untrap_errors();
+
+// Takes the first event that matches from the queue, waiting for it up to timeout_ms milliseconds. matches
+// must call no function of Xlib. Returns whether there was one.
+typedef int X11EventMatch(Display *display, XEvent *event, XPointer argument);
+bool x11_wait_for_event(XEvent *event, X11EventMatch *matches, const void *argument, uint32_t timeout_ms);
 
 // What a property holds.
 struct X11Property {
@@ -76,3 +106,7 @@ struct X11Property {
 // missing, or the window is gone. Returns whether it was read; the bytes are then freed with XFree. Deletes
 // it if asked.
 bool x11_read_property(Window window, Atom property, uint64_t longest, bool is_deleted, X11Property *result);
+
+// Reads a property of items of 32 bits. Returns how many there are, at most capacity; 0 when it is missing,
+// longer or of another type.
+uint64_t x11_read_numbers(Window window, Atom property, Atom type, unsigned long *numbers, uint64_t capacity);

@@ -1,0 +1,7 @@
+#include "os/linux/drop.h"
+
+void drop_accept(PlatformWindow *) {}
+
+bool drop_handle_event(const XEvent &, PlatformWindow *) {
+    return false;
+}
