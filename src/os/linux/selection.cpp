@@ -1,6 +1,5 @@
 #include "os/linux/selection.h"
 
-#include <poll.h>
 #include <string.h>
 #include <time.h>
 
@@ -50,18 +49,8 @@ Bool concerns_selections(Display *, XEvent *event, XPointer) {
 
 // Takes the next event of a selection out of the queue. Returns false when there is none before end_ms.
 bool next_event(int64_t end_ms, XEvent *event) {
-    Display *display = x11_display();
-    for (;;) {
-        int64_t left = end_ms - now_ms();
-        if (left <= 0) {
-            return false;
-        }
-        if (XCheckIfEvent(display, event, concerns_selections, nullptr)) {
-            return true;
-        }
-        pollfd connection = {ConnectionNumber(display), POLLIN, 0};
-        poll(&connection, 1, static_cast<int>(left));
-    }
+    int64_t left = end_ms - now_ms();
+    return left > 0 && x11_wait_for_event(event, concerns_selections, nullptr, static_cast<uint32_t>(left));
 }
 
 // ---- Pieces ----
