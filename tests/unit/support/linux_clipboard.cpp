@@ -21,6 +21,10 @@ std::optional<std::string> offered(ProcessClipboardFormat format) {
 
 } // namespace
 
+bool clipboard_can_be_held() {
+    return true;
+}
+
 void hold_clipboard(void *) {
     process_clipboard.is_open = 1;
 }
