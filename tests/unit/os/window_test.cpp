@@ -177,18 +177,22 @@ TEST_F(Window, FixedSizeHasTheAskedClientArea) {
     EXPECT_EQ(window->client_size.height, 200);
 }
 
-TEST_F(Window, TakesTheBytesOfItsTitleAsUtf16Units) {
-    auto title_of = [this](const char *text) {
-        PlatformWindow *window = os_window_create(300, 200, str_from(text), program_flags);
-        windows.push_back(window);
-        return shown_title(window);
+TEST_F(Window, ShowsItsTitle) {
+    const struct {
+        const char *text;
+        std::u16string as_text;
+        std::u16string as_units;
+    } rows[] = {
+        {"abcd", u"abcd", {u'a' | u'b' << 8, u'c' | u'd' << 8}},
+        {"abc", u"abc", {u'a' | u'b' << 8, u'c'}},
+        {"x", u"x", u"x"},
+        {"", u"Window", {u'W' | u'i' << 8, u'n' | u'd' << 8, u'o' | u'w' << 8}},
     };
-    EXPECT_EQ(title_of("abcd"), (std::u16string{u'a' | u'b' << 8, u'c' | u'd' << 8}));
-    EXPECT_EQ(title_of("abc"), (std::u16string{u'a' | u'b' << 8, u'c'}));
-    EXPECT_EQ(title_of("x"), u"x");
-    EXPECT_EQ(title_of("Eighteen bytes of.").size(), 9u);
-    // An empty title becomes "Window", taken the same way.
-    EXPECT_EQ(title_of(""), (std::u16string{u'W' | u'i' << 8, u'n' | u'd' << 8, u'o' | u'w' << 8}));
+    for (const auto &row : rows) {
+        PlatformWindow *window = os_window_create(300, 200, str_from(row.text), program_flags);
+        windows.push_back(window);
+        EXPECT_EQ(shown_title(window), titles_are_text ? row.as_text : row.as_units);
+    }
 }
 
 TEST_F(Window, SurvivesEveryRefusedAllocationOfItsCreation) {

@@ -1,0 +1,2 @@
+// What only the window on X11 has.
+#include <gtest/gtest.h>
