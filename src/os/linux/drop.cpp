@@ -158,7 +158,7 @@ bool drop_handle_event(const XEvent &event, PlatformWindow *window) {
     } else if (is_drop) {
         Drag dropped = drag;
         drag = {};
-        bool has_files = drop(dropped, static_cast<Time>(data[2]), window);
+        bool has_files = drop(dropped, static_cast<uint32_t>(data[2]), window);
         answer(dropped, ATOM_XDND_FINISHED, has_files ? is_accepted : 0, 2);
     } else {
         move(data);

@@ -131,6 +131,17 @@ TEST_F(Drop, WithoutAnyFileNothingIsDelivered) {
     EXPECT_TRUE(drops.empty());
 }
 
+TEST_F(Drop, TimesOfAServerThatHasRunForAMonthAreTimesToo) {
+    OtherProgram other([&](Peer &self) {
+        Drag drag(self, id);
+        drag.move(x, y);
+        drag.status();
+        drag.drop(0x90000000);
+        self.tell(written(drag.finish({offer_of_files({"/a"})})));
+    });
+    EXPECT_EQ(other.heard(), "accepted XdndActionCopy");
+}
+
 TEST_F(Drop, OnlyFilesAreAccepted) {
     EXPECT_EQ(drag({{"text/plain", {"text/plain", 8, "file:///a"}}}), "refused (none), refused (none)");
     EXPECT_TRUE(drops.empty());

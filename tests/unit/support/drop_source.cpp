@@ -56,8 +56,8 @@ void Drag::leave() const {
     send("XdndLeave", {});
 }
 
-void Drag::drop() const {
-    send("XdndDrop", {0, CurrentTime});
+void Drag::drop(Time time) const {
+    send("XdndDrop", {0, static_cast<long>(time)});
 }
 
 DropAnswer Drag::finish(const std::vector<Offer> &offers, size_t piece_size) const {

@@ -22,7 +22,7 @@ public:
     void move(int x, int y) const; // on the screen
     DropAnswer status() const;     // waits for the answer to a move
     void leave() const;
-    void drop() const;
+    void drop(Time time = CurrentTime) const;
     // Serves the offers until the window has what it wants of them.
     DropAnswer finish(const std::vector<Offer> &offers, size_t piece_size = 200000) const;
 
