@@ -169,11 +169,12 @@ void put_bytes(Window requestor, Atom property, Atom type, Str bytes) {
 
 void send_piece(Transfer *transfer) {
     uint64_t left = transfer->bytes.count - transfer->sent;
+    bool is_end = left == 0; // which the requestor sees by the empty piece
     uint64_t size = left < piece_size ? left : piece_size;
     put_bytes(transfer->requestor, transfer->property, transfer->type,
               {size, transfer->bytes.data + transfer->sent});
     transfer->sent += size;
-    if (size == 0) { // which the requestor takes for the end
+    if (is_end) {
         end_transfer(transfer);
     }
 }

@@ -77,7 +77,8 @@ void enter(const long *data, const PlatformWindow *window) {
     if (version >= oldest_version) {
         drag.source = static_cast<Window>(data[0]);
         drag.window = id_of(window);
-        drag.has_files = data[1] & has_type_list ? lists_files(drag.source) : has_uri_list(data + 2, 3);
+        bool has_list = data[1] & has_type_list;
+        drag.has_files = has_list ? lists_files(drag.source) : has_uri_list(data + 2, 3);
     }
 }
 
