@@ -12,6 +12,7 @@
 #include "os/linux/clipboard.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
+#include "os/window.h"
 #include "support/other_program.h"
 #include "support/test_tree.h"
 
@@ -143,17 +144,20 @@ TEST(X11Clipboard, SeveralProgramsGetLongTextsAtOnceThoughTheClipboardChangesMea
 TEST(X11Clipboard, ProgramsThatStopInTheMiddleOfATransferHarmNobody) {
     std::string text = long_text(300000);
     set_text(text);
-    for (int i = 0; i < 40; i++) { // more than there is room for
-        OtherProgram other([](Peer &self) {
-            for (const char *name : {"ONE", "TWO"}) {
-                self.convert("CLIPBOARD", self.atom("UTF8_STRING"), self.atom(name));
-                self.is_answered();
-            }
-            self.tell("begun");
-            self.wait_for([](const XEvent &) { return false; });
-        });
-        EXPECT_EQ(other.heard(), "begun");
+    auto begin = [](Peer &self) {
+        for (int i = 0; i < 20; i++) { // more than there is room for
+            self.convert("CLIPBOARD", self.atom("UTF8_STRING"), self.atom("PROPERTY_" + std::to_string(i)));
+            self.is_answered();
+        }
+        self.tell("begun");
+        self.wait_for([](const XEvent &) { return false; });
+    };
+    for (int i = 0; i < 3; i++) {
+        OtherProgram ends(begin);
+        EXPECT_EQ(ends.heard(), "begun");
     }
+    OtherProgram stays(begin);
+    EXPECT_EQ(stays.heard(), "begun");
     EXPECT_TRUE(fetched("UTF8_STRING") == "UTF8_STRING 8: " + text);
 }
 
@@ -548,12 +552,18 @@ OtherProgram::Run manager(bool answers) {
 
 } // namespace
 
-TEST(X11Clipboard, TheManagerIsGivenTheTextAtTheEnd) {
+TEST(X11Clipboard, TheManagerIsGivenTheTextWhenTheLastWindowCloses) {
     std::string text = long_text(1000000);
     set_text(text);
     OtherProgram other(manager(true));
     EXPECT_EQ(other.heard(), "manages");
-    clipboard_hand_over();
+    PlatformWindow *windows[] = {os_window_create(100, 100, str_from("1"), WINDOW_FLAG_HIDDEN),
+                                 os_window_create(100, 100, str_from("2"), WINDOW_FLAG_HIDDEN)};
+    for (PlatformWindow *window : windows) {
+        EXPECT_EQ(XGetSelectionOwner(x11_display(), x11_atom(ATOM_CLIPBOARD)), x11_helper_window());
+        os_window_destroy(window);
+        os_free(window);
+    }
     EXPECT_EQ(other.heard(), "SAVE_TARGETS");
     EXPECT_TRUE(other.heard() == text);
     EXPECT_TRUE(got() == text); // from the manager
