@@ -314,6 +314,37 @@ TEST(X11Clipboard, ForgedEventsHarmNobody) {
     EXPECT_EQ(fetched("UTF8_STRING"), "UTF8_STRING 8: text");
 }
 
+TEST(X11Clipboard, ATransferIntoTheProgramsOwnWindowCostsItNoEvents) {
+    std::string text = long_text(300000);
+    set_text(text);
+    PlatformWindow *window = os_window_create(100, 100, str_from("Window"), WINDOW_FLAG_HIDDEN);
+    Window id = reinterpret_cast<uintptr_t>(window->handle);
+    auto selected_events = [&] {
+        XWindowAttributes attributes;
+        XGetWindowAttributes(x11_display(), id, &attributes);
+        return attributes.your_event_mask;
+    };
+    long before = selected_events();
+    OtherProgram other([&](Peer &self) {
+        self.window = id;
+        XSelectInput(self.display, id, PropertyChangeMask);
+        Atom property = self.atom("FETCHED");
+        self.convert("CLIPBOARD", self.atom("UTF8_STRING"), property);
+        self.wait_for([&](const XEvent &event) {
+            return event.type == PropertyNotify && event.xproperty.atom == property;
+        });
+        self.tell("begun");
+        self.set_property(property, {"INCR", 32}); // told once more
+        self.tell(self.received(property)->bytes);
+    });
+    EXPECT_EQ(other.heard(), "begun");
+    EXPECT_EQ(selected_events() & before, before);
+    EXPECT_TRUE(other.heard() == text);
+    EXPECT_EQ(selected_events(), before);
+    os_window_destroy(window);
+    os_free(window);
+}
+
 TEST(X11Clipboard, ProgramsThatVanishAfterAskingHarmNobody) {
     set_text(long_text(400000));
     for (int i = 0; i < 20; i++) {
