@@ -126,7 +126,6 @@ Transfer *transfer_to(Window requestor, const Atom *property) {
     return nullptr;
 }
 
-// Errors must be trapped: the window may be gone.
 void end_transfer(Transfer *transfer) {
     Window requestor = transfer->requestor;
     long old_mask = transfer->old_mask;
@@ -139,7 +138,7 @@ void end_transfer(Transfer *transfer) {
     }
 }
 
-// Takes ownership of bytes. Errors must be trapped. Returns false when the window is gone.
+// Takes ownership of bytes. Returns false when the window is gone.
 bool begin_transfer(Window requestor, Atom property, Atom type, Str bytes) {
     Display *display = x11_display();
     if (Transfer *former = transfer_to(requestor, &property)) {
@@ -170,15 +169,14 @@ void put_bytes(Window requestor, Atom property, Atom type, Str bytes) {
 
 void send_piece(Transfer *transfer) {
     uint64_t left = transfer->bytes.count - transfer->sent;
+    bool is_end = left == 0; // which the requestor sees by the empty piece
     uint64_t size = left < piece_size ? left : piece_size;
-    x11_trap_errors();
     put_bytes(transfer->requestor, transfer->property, transfer->type,
               {size, transfer->bytes.data + transfer->sent});
     transfer->sent += size;
-    if (size == 0) { // which the requestor takes for the end
+    if (is_end) {
         end_transfer(transfer);
     }
-    x11_untrap_errors();
 }
 
 // ---- Requests of other programs ----
@@ -210,8 +208,8 @@ Str text_for(Atom target, Atom *type) {
     return {};
 }
 
-// Puts what the target asks for in the requestor's property, or begins to. Errors must be trapped. Returns
-// false when there is no such thing.
+// Puts what the target asks for in the requestor's property, or begins to. Returns false when there is no
+// such thing.
 bool answer(Atom target, Window requestor, Atom property) {
     if (target == x11_atom(ATOM_TARGETS)) {
         constexpr uint64_t count = sizeof(own_targets) / sizeof(own_targets[0]);
@@ -244,8 +242,7 @@ bool answer(Atom target, Window requestor, Atom property) {
     return true;
 }
 
-// Answers each pair of a target and a property; the property becomes None where there is no answer. Errors
-// must be trapped.
+// Answers each pair of a target and a property; the property becomes None where there is no answer.
 void answer_pairs(Window requestor, Atom property, const X11Property &pairs) {
     long *atoms = reinterpret_cast<long *>(pairs.bytes);
     for (uint64_t i = 0; i + 1 < pairs.count; i += 2) {
@@ -274,7 +271,6 @@ void answer_request(const XSelectionRequestEvent &request) {
         is_own = x11_read_property(request.requestor, request.property, most_pairs * 8, false, &pairs) &&
                  pairs.format == 32 && pairs.type == x11_atom(ATOM_ATOM_PAIR);
     }
-    x11_trap_errors();
     if (is_own && is_multiple) {
         answer_pairs(request.requestor, property, pairs);
     } else if (is_own) {
@@ -288,7 +284,6 @@ void answer_request(const XSelectionRequestEvent &request) {
     event.xselection.property = is_own ? property : None;
     event.xselection.time = request.time;
     XSendEvent(x11_display(), request.requestor, False, NoEventMask, &event);
-    x11_untrap_errors();
     if (pairs.bytes) {
         XFree(pairs.bytes);
     }
@@ -303,11 +298,9 @@ void lose_ownership(const XSelectionClearEvent &event) {
 }
 
 void forget_requestor(Window window) {
-    x11_trap_errors();
     while (Transfer *transfer = transfer_to(window, nullptr)) {
         end_transfer(transfer);
     }
-    x11_untrap_errors();
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "os/linux/selection.h"
 
-#include <poll.h>
 #include <string.h>
 #include <time.h>
 
@@ -50,18 +49,8 @@ Bool concerns_selections(Display *, XEvent *event, XPointer) {
 
 // Takes the next event of a selection out of the queue. Returns false when there is none before end_ms.
 bool next_event(int64_t end_ms, XEvent *event) {
-    Display *display = x11_display();
-    for (;;) {
-        int64_t left = end_ms - now_ms();
-        if (left <= 0) {
-            return false;
-        }
-        if (XCheckIfEvent(display, event, concerns_selections, nullptr)) {
-            return true;
-        }
-        pollfd connection = {ConnectionNumber(display), POLLIN, 0};
-        poll(&connection, 1, static_cast<int>(left));
-    }
+    int64_t left = end_ms - now_ms();
+    return left > 0 && x11_wait_for_event(event, concerns_selections, nullptr, static_cast<uint32_t>(left));
 }
 
 // ---- Pieces ----
@@ -71,33 +60,28 @@ uint64_t size_of(const X11Property &property) {
     return property.count * item;
 }
 
-struct Pieces {
-    Str bytes;         // from the heap
-    uint64_t capacity; // bytes, the zero after the last one not among them
-};
-
-// Adds a piece and the zero after it. Returns false when out of memory; what there was stays.
-bool add_piece(Pieces *pieces, const void *bytes, uint64_t size) {
-    uint64_t count = pieces->bytes.count + size;
-    if (!pieces->bytes.data || count > pieces->capacity) {
-        uint64_t capacity = pieces->bytes.data ? count * 2 : count;
-        void *grown =
-            pieces->bytes.data ? os_realloc(pieces->bytes.data, capacity + 1) : os_alloc(capacity + 1);
-        if (!grown) {
-            return false;
-        }
-        pieces->bytes.data = static_cast<char *>(grown);
-        pieces->capacity = capacity;
+// Adds the property's bytes to the data, with a zero after them. Returns false when out of memory; what there
+// was stays.
+bool add_piece(const X11Property &property, SelectionData *data) {
+    uint64_t size = size_of(property);
+    uint64_t count = data->bytes.count + size;
+    char *bytes = data->bytes.data;
+    if (!bytes) {
+        bytes = static_cast<char *>(os_alloc(count + 1));
+    } else if (count >= os_alloc_size(bytes)) {
+        bytes = static_cast<char *>(os_realloc(bytes, count * 2));
     }
-    memcpy(pieces->bytes.data + pieces->bytes.count, bytes, size);
-    pieces->bytes.count = count;
-    pieces->bytes.data[count] = 0;
+    if (!bytes) {
+        return false;
+    }
+    memcpy(bytes + data->bytes.count, property.bytes, size);
+    bytes[count] = 0;
+    *data = {{count, bytes}, property.type, property.format};
     return true;
 }
 
-// Receives what the owner sends in pieces; an empty one is the end. The pieces read stay the caller's
-// whatever comes back.
-SelectionResult read_pieces(uint64_t longest, Pieces *pieces, SelectionData *result) {
+// Receives what the owner sends in pieces; an empty one is the end.
+SelectionResult read_pieces(uint64_t longest, SelectionData *data) {
     int64_t end_ms = now_ms() + transfer_ms;
     XEvent event;
     while (next_event(smaller(now_ms() + step_ms, end_ms), &event)) {
@@ -105,23 +89,35 @@ SelectionResult read_pieces(uint64_t longest, Pieces *pieces, SelectionData *res
             clipboard_handle_event(event);
             continue;
         }
-        X11Property property;
-        if (!x11_read_property(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), longest, true, &property)) {
+        X11Property piece;
+        if (!x11_read_property(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), longest, true, &piece)) {
             return SELECTION_REFUSED;
         }
-        uint64_t size = size_of(property);
-        bool is_added = pieces->bytes.count + size <= longest && add_piece(pieces, property.bytes, size);
-        result->type = property.type;
-        result->format = property.format;
-        XFree(property.bytes);
+        bool is_added = data->bytes.count + size_of(piece) <= longest && add_piece(piece, data);
+        XFree(piece.bytes);
         if (!is_added) {
             return SELECTION_REFUSED;
         }
-        if (size == 0) {
+        if (piece.count == 0) {
             return SELECTION_READ;
         }
     }
     return SELECTION_SILENT;
+}
+
+// Receives an answer that has arrived, or has begun to.
+SelectionResult read_answer(uint64_t longest, SelectionData *data) {
+    X11Property answer;
+    if (!x11_read_property(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), longest, true, &answer)) {
+        return SELECTION_REFUSED;
+    }
+    bool is_whole = answer.type != x11_atom(ATOM_INCR);
+    bool is_added = is_whole && add_piece(answer, data);
+    XFree(answer.bytes);
+    if (is_whole) {
+        return is_added ? SELECTION_READ : SELECTION_REFUSED;
+    }
+    return read_pieces(longest, data);
 }
 
 } // namespace
@@ -143,34 +139,16 @@ SelectionResult selection_request(Atom selection, Atom target, Time time, int64_
 
 SelectionResult selection_read(Atom selection, Atom target, Time time, uint64_t longest,
                                SelectionData *result) {
-    Window window = x11_helper_window();
-    Atom name = x11_atom(ATOM_OWN_SELECTION);
     *result = {};
-    XDeleteProperty(x11_display(), window, name); // what a late answer has left
+    XDeleteProperty(x11_display(), x11_helper_window(), x11_atom(ATOM_OWN_SELECTION)); // of a late answer
     SelectionResult outcome = selection_request(selection, target, time, step_ms);
-    Pieces pieces = {};
-    X11Property property = {};
     if (outcome == SELECTION_READ) {
-        if (!x11_read_property(window, name, longest, true, &property)) {
-            outcome = SELECTION_REFUSED;
-        } else if (property.type == x11_atom(ATOM_INCR)) {
-            outcome = read_pieces(longest, &pieces, result);
-        } else if (add_piece(&pieces, property.bytes, size_of(property))) {
-            result->type = property.type;
-            result->format = property.format;
-        } else {
-            outcome = SELECTION_REFUSED;
-        }
+        outcome = read_answer(longest, result);
+        XDeleteProperty(x11_display(), x11_helper_window(), x11_atom(ATOM_OWN_SELECTION)); // if too long
     }
-    if (property.bytes) {
-        XFree(property.bytes);
-    }
-    XDeleteProperty(x11_display(), window, name); // what was too long to be read
     if (outcome != SELECTION_READ) {
-        os_free(pieces.bytes.data);
+        os_free(result->bytes.data);
         *result = {};
-        return outcome;
     }
-    result->bytes = pieces.bytes;
     return outcome;
 }

@@ -79,13 +79,11 @@ Window x11_helper_window();
 Time x11_last_time();
 void x11_note_time(Time time);
 
-// For requests whose failure matters, as when another client's window may be gone. Untrapping waits for the
-// server and returns whether there were protocol errors since x11_trap_errors.
 // The server's time now; waits for its answer.
 Time x11_server_time();
 
-// Runs between x11_trap_errors and x11_untrap_errors are spared the protocol errors that a window of another
-// client causes by vanishing. Untrapping waits for the server and returns whether there were any.
+// For requests whose failure matters, as when another client's window may be gone. Untrapping waits for the
+// server and returns whether there were protocol errors since x11_trap_errors.
 void x11_trap_errors();
 bool x11_untrap_errors();
 

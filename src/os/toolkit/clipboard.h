@@ -12,7 +12,7 @@ void os_clipboard_list_formats();
 struct ClipboardContent {
     Str file_name; // format "FileNameW": a path as UTF-8, zero-terminated, with the separators it came with.
                    // On Linux the first file of "text/uri-list"
-    Str png; // format "image/png": the file's bytes; the system may have added some at the end
+    Str png;       // format "image/png": the file's bytes; the system may have added some at the end
 };
 
 // Returns what is there of the two; nothing when the clipboard cannot be opened.

@@ -2,8 +2,9 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
 
-#include "support/other_program.h"
+#include <gtest/gtest.h> // before Xlib, which makes macros of names that it uses
 
 #include <X11/Xatom.h>
 
@@ -11,6 +12,8 @@
 #include "os/linux/clipboard.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
+#include "os/window.h"
+#include "support/other_program.h"
 #include "support/test_tree.h"
 
 namespace {
@@ -41,7 +44,7 @@ std::string got() {
 
 // What another program gets, and as which type.
 std::string fetched(const std::string &target) {
-    OtherProgram other([&](Connection &self) {
+    OtherProgram other([&](Peer &self) {
         std::optional<Contents> contents = self.fetch("CLIPBOARD", target);
         self.tell(contents ? contents->type + " " + std::to_string(contents->format) + ": " + contents->bytes
                            : "(refused)");
@@ -53,7 +56,7 @@ std::string fetched(const std::string &target) {
 class Owner : public OtherProgram {
 public:
     explicit Owner(const std::vector<Offer> &offers, size_t piece_size = 200000)
-        : OtherProgram([&](Connection &self) {
+        : OtherProgram([&](Peer &self) {
               self.own("CLIPBOARD");
               self.tell("owns");
               self.serve(offers, piece_size);
@@ -65,9 +68,9 @@ public:
 // Owns the clipboard and leaves each request to the function.
 class OddOwner : public OtherProgram {
 public:
-    using Answer = std::function<void(Connection &, const XSelectionRequestEvent &)>;
+    using Answer = std::function<void(Peer &, const XSelectionRequestEvent &)>;
     explicit OddOwner(const Answer &answer)
-        : OtherProgram([&](Connection &self) {
+        : OtherProgram([&](Peer &self) {
               self.own("CLIPBOARD");
               self.tell("owns");
               for (;;) {
@@ -108,7 +111,7 @@ TEST(X11Clipboard, LongTextsGoOutInPieces) {
     std::string text = long_text(3000000);
     set_text(text);
     EXPECT_TRUE(fetched("UTF8_STRING") == "UTF8_STRING 8: " + text);
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         Atom property = self.atom("FETCHED");
         self.convert("CLIPBOARD", self.atom("STRING"), property);
         self.tell(self.is_answered() ? "answered" : "refused");
@@ -121,7 +124,7 @@ TEST(X11Clipboard, LongTextsGoOutInPieces) {
 TEST(X11Clipboard, SeveralProgramsGetLongTextsAtOnceThoughTheClipboardChangesMeanwhile) {
     std::string text = long_text(2000000);
     set_text(text);
-    auto run = [](Connection &self) {
+    auto run = [](Peer &self) {
         Atom property = self.atom("FETCHED");
         self.convert("CLIPBOARD", self.atom("UTF8_STRING"), property);
         self.is_answered();
@@ -141,23 +144,26 @@ TEST(X11Clipboard, SeveralProgramsGetLongTextsAtOnceThoughTheClipboardChangesMea
 TEST(X11Clipboard, ProgramsThatStopInTheMiddleOfATransferHarmNobody) {
     std::string text = long_text(300000);
     set_text(text);
-    for (int i = 0; i < 40; i++) { // more than there is room for
-        OtherProgram other([](Connection &self) {
-            for (const char *name : {"ONE", "TWO"}) {
-                self.convert("CLIPBOARD", self.atom("UTF8_STRING"), self.atom(name));
-                self.is_answered();
-            }
-            self.tell("begun");
-            self.wait_for([](const XEvent &) { return false; });
-        });
-        EXPECT_EQ(other.heard(), "begun");
+    auto begin = [](Peer &self) {
+        for (int i = 0; i < 20; i++) { // more than there is room for
+            self.convert("CLIPBOARD", self.atom("UTF8_STRING"), self.atom("PROPERTY_" + std::to_string(i)));
+            self.is_answered();
+        }
+        self.tell("begun");
+        self.wait_for([](const XEvent &) { return false; });
+    };
+    for (int i = 0; i < 3; i++) {
+        OtherProgram ends(begin);
+        EXPECT_EQ(ends.heard(), "begun");
     }
+    OtherProgram stays(begin);
+    EXPECT_EQ(stays.heard(), "begun");
     EXPECT_TRUE(fetched("UTF8_STRING") == "UTF8_STRING 8: " + text);
 }
 
 TEST(X11Clipboard, TheTargetsAreListed) {
     set_text("text");
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         std::optional<Contents> contents = self.fetch("CLIPBOARD", "TARGETS");
         std::string names = contents->type;
         for (unsigned long target : values_of(contents->bytes)) {
@@ -173,7 +179,7 @@ TEST(X11Clipboard, TheTimestampIsWhenTheTextWasSet) {
     Time before = x11_server_time();
     set_text("text");
     Time after = x11_server_time();
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         std::optional<Contents> contents = self.fetch("CLIPBOARD", "TIMESTAMP");
         self.tell(contents->type);
         self.tell(std::to_string(values_of(contents->bytes).at(0)));
@@ -186,7 +192,7 @@ TEST(X11Clipboard, TheTimestampIsWhenTheTextWasSet) {
 
 TEST(X11Clipboard, RequestsForATimeBeforeTheTextAreRefused) {
     set_text("text");
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         for (Time back : {Time{0}, Time{1}}) {
             Time since = values_of(self.fetch("CLIPBOARD", "TIMESTAMP")->bytes).at(0);
             XConvertSelection(self.display, self.atom("CLIPBOARD"), self.atom("UTF8_STRING"),
@@ -201,7 +207,7 @@ TEST(X11Clipboard, RequestsForATimeBeforeTheTextAreRefused) {
 TEST(X11Clipboard, SeveralTargetsAreAnsweredAtOnceAndThoseWithoutAnAnswerAreMarked) {
     std::string text = long_text(400000);
     set_text(text);
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         Atom list = self.atom("LIST");
         self.set_property(list, {"ATOM_PAIR", 32,
                                  items({self.atom("STRING"), self.atom("A"), self.atom("image/png"),
@@ -227,7 +233,7 @@ TEST(X11Clipboard, SeveralTargetsAreAnsweredAtOnceAndThoseWithoutAnAnswerAreMark
 
 TEST(X11Clipboard, ListsOfTargetsThatAreNoneAreRefused) {
     set_text("text");
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         Atom list = self.atom("LIST");
         std::vector<unsigned long> endless(100000, self.atom("STRING"));
         const Contents lists[] = {
@@ -259,7 +265,7 @@ TEST(X11Clipboard, ListsOfTargetsThatAreNoneAreRefused) {
 
 TEST(X11Clipboard, OldProgramsThatNameNoPropertyGetTheTextInTheTargets) {
     set_text("text");
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         self.convert("CLIPBOARD", self.atom("STRING"), None);
         self.is_answered();
         std::optional<Contents> contents = self.property(self.atom("STRING"));
@@ -272,7 +278,7 @@ TEST(X11Clipboard, ForgedEventsHarmNobody) {
     set_text("text");
     Window owner = x11_helper_window();
     Window root = DefaultRootWindow(x11_display());
-    OtherProgram other([&](Connection &self) {
+    OtherProgram other([&](Peer &self) {
         Window gone = XCreateSimpleWindow(self.display, root, 0, 0, 1, 1, 0, 0, 0);
         XDestroyWindow(self.display, gone);
         for (Window requestor : {gone, owner, Window{None}, Window{0x1fffffff}}) {
@@ -311,7 +317,7 @@ TEST(X11Clipboard, ForgedEventsHarmNobody) {
 TEST(X11Clipboard, ProgramsThatVanishAfterAskingHarmNobody) {
     set_text(long_text(400000));
     for (int i = 0; i < 20; i++) {
-        OtherProgram other([](Connection &self) {
+        OtherProgram other([](Peer &self) {
             for (const char *target : text_targets) {
                 self.convert("CLIPBOARD", self.atom(target), self.atom(target));
             }
@@ -378,7 +384,7 @@ TEST(X11Clipboard, LongTextsComeInInPieces) {
 }
 
 TEST(X11Clipboard, AnOwnerWithoutAListOfTargetsIsAskedForEachText) {
-    OddOwner owner([](Connection &self, const XSelectionRequestEvent &request) {
+    OddOwner owner([](Peer &self, const XSelectionRequestEvent &request) {
         if (request.target == XA_STRING) {
             self.answer(request, {"STRING", 8, "text"});
         } else {
@@ -389,7 +395,7 @@ TEST(X11Clipboard, AnOwnerWithoutAListOfTargetsIsAskedForEachText) {
 }
 
 TEST(X11Clipboard, AnOwnerThatDoesNotAnswerHasNoText) {
-    OtherProgram owner([](Connection &self) {
+    OtherProgram owner([](Peer &self) {
         self.own("CLIPBOARD");
         self.tell("owns");
         self.wait_for([](const XEvent &) { return false; });
@@ -401,7 +407,7 @@ TEST(X11Clipboard, AnOwnerThatDoesNotAnswerHasNoText) {
 }
 
 TEST(X11Clipboard, AnAnswerThatComesTooLateIsNotTakenForTheNextOne) {
-    OddOwner owner([](Connection &self, const XSelectionRequestEvent &first) {
+    OddOwner owner([](Peer &self, const XSelectionRequestEvent &first) {
         XEvent second = self.wait_for([](const XEvent &event) { return event.type == SelectionRequest; });
         self.answer(first, {"ATOM", 32, items({self.atom("image/png")})});
         self.answer(second.xselectionrequest, {"ATOM", 32, items({XA_STRING})});
@@ -414,7 +420,7 @@ TEST(X11Clipboard, AnAnswerThatComesTooLateIsNotTakenForTheNextOne) {
 
 TEST(X11Clipboard, AnOwnerThatVanishesInTheMiddleHasNoText) {
     for (int pieces = 0; pieces < 3; pieces++) {
-        OddOwner owner([&](Connection &self, const XSelectionRequestEvent &request) {
+        OddOwner owner([&](Peer &self, const XSelectionRequestEvent &request) {
             if (self.name(request.target) == "TARGETS") {
                 self.answer(request, {"ATOM", 32, items({XA_STRING})});
                 return;
@@ -436,7 +442,7 @@ TEST(X11Clipboard, AnOwnerThatVanishesInTheMiddleHasNoText) {
 }
 
 TEST(X11Clipboard, ATransferWithoutAnEndIsGivenUp) {
-    OddOwner owner([](Connection &self, const XSelectionRequestEvent &request) {
+    OddOwner owner([](Peer &self, const XSelectionRequestEvent &request) {
         if (self.name(request.target) == "TARGETS") {
             self.answer(request, {"ATOM", 32, items({XA_STRING})});
             return;
@@ -466,7 +472,7 @@ TEST(X11Clipboard, OddAnswersAreNoText) {
         EXPECT_EQ(got(), "(none)") << answer.type << answer.format;
     }
     // It says that there is a property, and there is none.
-    OddOwner owner([](Connection &self, const XSelectionRequestEvent &request) {
+    OddOwner owner([](Peer &self, const XSelectionRequestEvent &request) {
         XSelectionRequestEvent other = request;
         other.property = self.atom("ELSEWHERE");
         self.answer(other, {"STRING", 8, "text"});
@@ -503,7 +509,7 @@ TEST(X11Clipboard, TextsOfMoreThanAnyOwnOneAreIgnored) {
 TEST(X11Clipboard, WhileItWaitsItSendsTheTextsThatItHasBegunToSend) {
     std::string text = long_text(2000000);
     set_text(text);
-    OtherProgram reader([&](Connection &self) {
+    OtherProgram reader([&](Peer &self) {
         Atom property = self.atom("FETCHED");
         self.convert("CLIPBOARD", self.atom("UTF8_STRING"), property);
         self.is_answered();
@@ -517,9 +523,9 @@ TEST(X11Clipboard, WhileItWaitsItSendsTheTextsThatItHasBegunToSend) {
     EXPECT_EQ(reader.heard(), "begun");
     EXPECT_EQ(reader.heard(), "owns");
     EXPECT_EQ(got(), "(none)");
-    handle_own_event = [](const XEvent &) {}; // all has been sent by now
+    std::function<void()> handle = std::exchange(handle_own_events, [] {}); // all has been sent by now
     EXPECT_EQ(reader.heard(), "all");
-    handle_own_event = clipboard_handle_event;
+    handle_own_events = handle;
 }
 
 // ---- The clipboard manager ----
@@ -528,7 +534,7 @@ namespace {
 
 // A manager that takes what it is asked to save, tells it, and ends as told.
 OtherProgram::Run manager(bool answers) {
-    return [answers](Connection &self) {
+    return [answers](Peer &self) {
         self.own("CLIPBOARD_MANAGER");
         self.tell("manages");
         XEvent event = self.wait_for([](const XEvent &one) { return one.type == SelectionRequest; });
@@ -546,12 +552,18 @@ OtherProgram::Run manager(bool answers) {
 
 } // namespace
 
-TEST(X11Clipboard, TheManagerIsGivenTheTextAtTheEnd) {
+TEST(X11Clipboard, TheManagerIsGivenTheTextWhenTheLastWindowCloses) {
     std::string text = long_text(1000000);
     set_text(text);
     OtherProgram other(manager(true));
     EXPECT_EQ(other.heard(), "manages");
-    clipboard_hand_over();
+    PlatformWindow *windows[] = {os_window_create(100, 100, str_from("1"), WINDOW_FLAG_HIDDEN),
+                                 os_window_create(100, 100, str_from("2"), WINDOW_FLAG_HIDDEN)};
+    for (PlatformWindow *window : windows) {
+        EXPECT_EQ(XGetSelectionOwner(x11_display(), x11_atom(ATOM_CLIPBOARD)), x11_helper_window());
+        os_window_destroy(window);
+        os_free(window);
+    }
     EXPECT_EQ(other.heard(), "SAVE_TARGETS");
     EXPECT_TRUE(other.heard() == text);
     EXPECT_TRUE(got() == text); // from the manager

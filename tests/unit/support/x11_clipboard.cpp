@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "support/drop_source.h"
 #include "support/other_program.h"
 #include "support/system_clipboard.h"
 
@@ -12,16 +13,6 @@ void add(std::vector<Offer> *offers, const char *target, const char *type,
     if (bytes) {
         offers->push_back({target, {type, 8, *bytes}});
     }
-}
-
-std::string uri_of(const std::string &path) {
-    std::string uri = "file://";
-    for (char byte : path) {
-        char coded[4];
-        snprintf(coded, sizeof(coded), "%%%02X", static_cast<unsigned char>(byte));
-        uri += byte == '/' ? "/" : coded;
-    }
-    return uri + "\r\n";
 }
 
 } // namespace
@@ -38,11 +29,11 @@ void offer_on_clipboard(const ClipboardFormats &formats) {
     add(&offers, "UTF8_STRING", "UTF8_STRING", formats.wide_text);
     add(&offers, "TEXT", "C_STRING", formats.byte_text);
     if (formats.file_name) {
-        add(&offers, "text/uri-list", "text/uri-list", uri_of(*formats.file_name));
+        offers.push_back(offer_of_files({*formats.file_name}));
     }
     add(&offers, "image/png", "image/png", formats.png);
     owner.reset();
-    owner = std::make_unique<OtherProgram>([&](Connection &self) {
+    owner = std::make_unique<OtherProgram>([&](Peer &self) {
         self.own("CLIPBOARD");
         self.tell("owns");
         self.serve(offers);
@@ -52,7 +43,7 @@ void offer_on_clipboard(const ClipboardFormats &formats) {
 
 ClipboardFormats clipboard_formats() {
     static constexpr const char *targets[] = {"UTF8_STRING", "TEXT", "text/uri-list", "image/png"};
-    OtherProgram other([](Connection &self) {
+    OtherProgram other([](Peer &self) {
         for (const char *target : targets) {
             std::optional<Contents> contents = self.fetch("CLIPBOARD", target);
             self.tell(contents ? "+" + contents->bytes : "-");

@@ -35,7 +35,7 @@ Str bytes_of_type(X11Atom target) {
 Str first_file(Str list) {
     Str path = {};
     Str rest = list;
-    if (!uri_list_next(&rest, &path)) {
+    if (!list.data || !uri_list_next(&rest, &path)) {
         os_free(list.data);
         return {};
     }
