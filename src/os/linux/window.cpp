@@ -91,7 +91,7 @@ void configured(PlatformWindow *window, const XConfigureEvent &event) {
     NativeWindow *native = native_window(window);
     native->client.width = event.width;
     native->client.height = event.height;
-    if (event.send_event) { // the window manager's own, in the server's coordinates
+    if (event.send_event && native->is_mapped) { // the window manager's own, in the server's coordinates
         native->client.x = event.x;
         native->client.y = event.y;
     } else {

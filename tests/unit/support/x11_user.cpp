@@ -88,15 +88,28 @@ bool set_layout(const std::string &arguments) {
 
 // ---- Events sent to a window ----
 
-namespace {
-
-Time now_ms() {
+uint32_t now_ms() {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<Time>(now.tv_sec * 1000 + now.tv_nsec / 1000000) & 0xFFFFFFFF;
+    return static_cast<uint32_t>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
 }
 
-} // namespace
+void send_button(const PlatformWindow *window, uint32_t number, Point client, bool is_down,
+                 uint32_t time_ms) {
+    XEvent event = {};
+    event.xbutton.type = is_down ? ButtonPress : ButtonRelease;
+    event.xbutton.window = window_id(window);
+    event.xbutton.root = DefaultRootWindow(user_display());
+    event.xbutton.time = time_ms;
+    event.xbutton.x = client.x;
+    event.xbutton.y = client.y;
+    event.xbutton.x_root = window->client_position.x + client.x;
+    event.xbutton.y_root = window->client_position.y + client.y;
+    event.xbutton.button = number;
+    event.xbutton.same_screen = True;
+    XSendEvent(user_display(), window_id(window), False, NoEventMask, &event);
+    user_sync();
+}
 
 void send_key(const PlatformWindow *window, KeyCode key, bool is_down, uint32_t state) {
     XEvent event = {};
@@ -151,7 +164,8 @@ void publish_settings(const std::string &bytes) {
 }
 
 void take_settings_back() {
-    XSetSelectionOwner(user_display(), XInternAtom(user_display(), "_XSETTINGS_S0", False), None, CurrentTime);
+    XSetSelectionOwner(user_display(), XInternAtom(user_display(), "_XSETTINGS_S0", False), None,
+                       CurrentTime);
     user_sync();
 }
 

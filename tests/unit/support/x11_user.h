@@ -36,6 +36,10 @@ bool set_layout(const std::string &arguments);
 
 // ---- Events sent to a window ----
 
+// A time as the server gives events.
+uint32_t now_ms();
+
+void send_button(const PlatformWindow *window, uint32_t number, Point client, bool is_down, uint32_t time_ms);
 void send_key(const PlatformWindow *window, KeyCode key, bool is_down, uint32_t state = 0);
 void send_message(const PlatformWindow *window, Atom type, const std::vector<long> &data);
 

@@ -1,10 +1,16 @@
+#include "support/other_program.h" // before Xlib, as GoogleTest has to be
+
+#include <stdio.h>
 #include <string.h>
-#include <time.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <memory>
 
 #include <X11/Xutil.h>
 #include <X11/keysym.h>
 
+#include "os/linux/x11.h"
 #include "support/window_driver.h"
 #include "support/x11_user.h"
 
@@ -19,24 +25,9 @@ Point on_screen(const PlatformWindow *window, Point client) {
 }
 
 // The real pointer goes along. The window manager's own bindings do not see the button.
-void send_button(PlatformWindow *window, uint32_t number, Point client, bool is_down) {
-    Point screen = on_screen(window, client);
-    user_move_to(screen);
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    XEvent event = {};
-    event.xbutton.type = is_down ? ButtonPress : ButtonRelease;
-    event.xbutton.window = window_id(window);
-    event.xbutton.root = DefaultRootWindow(user_display());
-    event.xbutton.time = static_cast<Time>(now.tv_sec * 1000 + now.tv_nsec / 1000000) & 0xFFFFFFFF;
-    event.xbutton.x = client.x;
-    event.xbutton.y = client.y;
-    event.xbutton.x_root = screen.x;
-    event.xbutton.y_root = screen.y;
-    event.xbutton.button = number;
-    event.xbutton.same_screen = True;
-    XSendEvent(user_display(), window_id(window), False, NoEventMask, &event);
-    user_sync();
+void drive_button(PlatformWindow *window, uint32_t number, Point client, bool is_down) {
+    user_move_to(on_screen(window, client));
+    send_button(window, number, client, is_down, now_ms());
 }
 
 void send_focus(PlatformWindow *window, int type) {
@@ -65,18 +56,18 @@ void drive_pointer_out(PlatformWindow *) {
 }
 
 void drive_press(PlatformWindow *window, uint16_t button, Point client) {
-    send_button(window, number_of(button), client, true);
+    drive_button(window, number_of(button), client, true);
 }
 
 void drive_release(PlatformWindow *window, uint16_t button, Point client) {
-    send_button(window, number_of(button), client, false);
+    drive_button(window, number_of(button), client, false);
 }
 
 // The server tells of whole notches only, each by a button that goes down and up.
 void drive_wheel(PlatformWindow *window, int32_t delta) {
     uint32_t number = delta >= 0 ? Button4 : Button5;
-    send_button(window, number, {1, 1}, true);
-    send_button(window, number, {1, 1}, false);
+    drive_button(window, number, {1, 1}, true);
+    drive_button(window, number, {1, 1}, false);
 }
 
 namespace {
@@ -123,7 +114,59 @@ void drive_character(PlatformWindow *window, uint32_t unit) {
     send_key(window, key, false, state);
 }
 
-void *drive_drop(PlatformWindow *, Point, const std::vector<std::string> &) {
+namespace {
+
+std::unique_ptr<OtherProgram> drag_source;
+
+std::string uri_of(const std::string &name) {
+    std::string uri = "file://";
+    for (char byte : name) {
+        char escaped[4];
+        snprintf(escaped, sizeof(escaped), "%%%02X", static_cast<uint8_t>(byte));
+        uri += byte == '/' ? "/" : escaped;
+    }
+    return uri + "\r\n";
+}
+
+// Another program drags the list over the window and drops it, and then answers what it is asked.
+void drag(Connection &source, Window target, Point screen, const std::string &uris) {
+    auto send = [&](const char *type, const std::vector<long> &data) {
+        XEvent event = {};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = target;
+        event.xclient.message_type = source.atom(type);
+        event.xclient.format = 32;
+        event.xclient.data.l[0] = static_cast<long>(source.window);
+        std::copy(data.begin(), data.end(), event.xclient.data.l + 1);
+        XSendEvent(source.display, target, False, NoEventMask, &event);
+    };
+    constexpr long version = 5L << 24;
+    source.own("XdndSelection");
+    send("XdndEnter", {version, static_cast<long>(source.atom("text/uri-list"))});
+    send("XdndPosition",
+         {0, screen.x << 16 | screen.y, CurrentTime, static_cast<long>(source.atom("XdndActionCopy"))});
+    send("XdndDrop", {0, CurrentTime});
+    XSync(source.display, False);
+    source.serve({{"text/uri-list", {"text/uri-list", 8, uris}}}, 200000);
+}
+
+int is_drop(Display *, XEvent *event, XPointer) {
+    return event->type == ClientMessage && event->xclient.message_type == x11_atom(ATOM_XDND_DROP);
+}
+
+} // namespace
+
+void *drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names) {
+    std::string uris;
+    for (const std::string &name : names) {
+        uris += uri_of(name);
+    }
+    Window target = window_id(window);
+    Point screen = on_screen(window, client);
+    drag_source =
+        std::make_unique<OtherProgram>([=](Connection &source) { drag(source, target, screen, uris); });
+    XEvent event;
+    XPeekIfEvent(x11_display(), &event, is_drop, nullptr);
     return nullptr;
 }
 
@@ -142,6 +185,7 @@ void drive_begin() {
 
 void drive_end() {
     take_settings_back();
+    drag_source.reset();
 }
 
 void drive_focus_away(PlatformWindow *window) {
