@@ -248,7 +248,7 @@ void answer_pairs(Window requestor, Atom property, const X11Property &pairs) {
     for (uint64_t i = 0; i + 1 < pairs.count; i += 2) {
         Atom target = static_cast<Atom>(atoms[i]);
         Atom to = static_cast<Atom>(atoms[i + 1]);
-        if (to == None || target == x11_atom(ATOM_MULTIPLE) || !answer(target, requestor, to)) {
+        if (to == None || !answer(target, requestor, to)) {
             atoms[i + 1] = None;
         }
     }
