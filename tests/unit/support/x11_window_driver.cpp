@@ -1,16 +1,15 @@
 #include "support/other_program.h" // before Xlib, as GoogleTest has to be
 
-#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <memory>
 
 #include <X11/Xutil.h>
 #include <X11/keysym.h>
 
 #include "os/linux/x11.h"
+#include "support/drop_source.h"
 #include "support/window_driver.h"
 #include "support/x11_user.h"
 
@@ -118,38 +117,6 @@ namespace {
 
 std::unique_ptr<OtherProgram> drag_source;
 
-std::string uri_of(const std::string &name) {
-    std::string uri = "file://";
-    for (char byte : name) {
-        char escaped[4];
-        snprintf(escaped, sizeof(escaped), "%%%02X", static_cast<uint8_t>(byte));
-        uri += byte == '/' ? "/" : escaped;
-    }
-    return uri + "\r\n";
-}
-
-// Another program drags the list over the window and drops it, and then answers what it is asked.
-void drag(Connection &source, Window target, Point screen, const std::string &uris) {
-    auto send = [&](const char *type, const std::vector<long> &data) {
-        XEvent event = {};
-        event.xclient.type = ClientMessage;
-        event.xclient.window = target;
-        event.xclient.message_type = source.atom(type);
-        event.xclient.format = 32;
-        event.xclient.data.l[0] = static_cast<long>(source.window);
-        std::copy(data.begin(), data.end(), event.xclient.data.l + 1);
-        XSendEvent(source.display, target, False, NoEventMask, &event);
-    };
-    constexpr long version = 5L << 24;
-    source.own("XdndSelection");
-    send("XdndEnter", {version, static_cast<long>(source.atom("text/uri-list"))});
-    send("XdndPosition",
-         {0, screen.x << 16 | screen.y, CurrentTime, static_cast<long>(source.atom("XdndActionCopy"))});
-    send("XdndDrop", {0, CurrentTime});
-    XSync(source.display, False);
-    source.serve({{"text/uri-list", {"text/uri-list", 8, uris}}}, 200000);
-}
-
 int is_drop(Display *, XEvent *event, XPointer) {
     return event->type == ClientMessage && event->xclient.message_type == x11_atom(ATOM_XDND_DROP);
 }
@@ -157,14 +124,14 @@ int is_drop(Display *, XEvent *event, XPointer) {
 } // namespace
 
 void *drive_drop(PlatformWindow *window, Point client, const std::vector<std::string> &names) {
-    std::string uris;
-    for (const std::string &name : names) {
-        uris += uri_of(name);
-    }
     Window target = window_id(window);
     Point screen = on_screen(window, client);
-    drag_source =
-        std::make_unique<OtherProgram>([=](Connection &source) { drag(source, target, screen, uris); });
+    drag_source = std::make_unique<OtherProgram>([=](Peer &peer) {
+        Drag drag(peer, target);
+        drag.move(screen.x, screen.y);
+        drag.drop();
+        drag.finish({offer_of_files(names)});
+    });
     XEvent event;
     XPeekIfEvent(x11_display(), &event, is_drop, nullptr);
     return nullptr;
