@@ -12,6 +12,7 @@
 
 #include "os/linux/clipboard.h"
 #include "os/linux/drop.h"
+#include "os/linux/icon.h"
 #include "os/linux/keys.h"
 #include "os/linux/native_window.h"
 #include "os/linux/x11.h"
@@ -436,6 +437,7 @@ void set_properties(const NativeWindow *native, const char *title, uint16_t flag
     set_frame_hint(native, !is_frameless(flags));
     set_size_hints(native, flags, flags & WINDOW_FLAG_BORDERLESS);
     set_first_states(native, flags);
+    icon_set(native->id);
 }
 
 bool has_pixels_of_ours(const Visual *visual) {
