@@ -22,7 +22,7 @@ uint32_t number_at(const uint8_t *bytes, uint32_t size) {
 }
 
 constexpr uint32_t directory_size = 6;
-constexpr uint32_t entry_size = 16;
+constexpr uint64_t entry_size = 16;
 constexpr uint32_t header_size = 40;
 
 // The bitmap of an icon's picture, whose pixels follow a header, the lowest row first; null for a picture of
@@ -45,7 +45,7 @@ uint64_t convert(const uint8_t *bitmap, unsigned long *items) {
         for (uint32_t y = 0; y < height; y++) {
             const uint8_t *row = bitmap + header_size + uint64_t{height - 1 - y} * width * 4;
             for (uint32_t x = 0; x < width; x++) {
-                *items++ = number_at(row + x * 4, 4);
+                *items++ = number_at(row + uint64_t{x} * 4, 4);
             }
         }
     }
@@ -65,7 +65,7 @@ uint64_t convert_all(unsigned long *items) {
 } // namespace
 
 void icon_set(Window window) {
-    if (!program_icon) {
+    if (program_icon == program_icon_end) {
         return;
     }
     uint64_t count = convert_all(nullptr);
