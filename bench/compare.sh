@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 rounds=${1:-11}
 
 tools/need_packages cmake ninja-build g++ googletest libbenchmark-dev libstb-dev ripgrep ugrep linux-source xz-utils \
-    time jq
+    time jq libx11-dev libxext-dev libxrandr-dev libxfixes-dev libxcursor-dev libxtst-dev
 [ -f build/linux/build.ninja ] || cmake --preset linux > /dev/null
 cmake --build --preset linux > /dev/null
 

@@ -1,7 +1,8 @@
 // The clipboard: text for the editor.
 //
 // A text is offered in two formats at once: as UTF-16, and as bytes, which for this program's own texts are
-// UTF-8. On Linux there is no desktop's clipboard but one inside the process, for tests and tools.
+// UTF-8. On X11 the first one is UTF8_STRING, also as text/plain;charset=utf-8 and, with a '?' for what
+// Latin-1 does not have, as STRING; the second one is TEXT.
 #pragma once
 
 #include <stdint.h>
@@ -14,13 +15,14 @@
 // os_free. The UTF-16 text is converted to UTF-8, unpaired surrogates to replacement characters; without one
 // the byte text is returned unchanged, which need not be UTF-8. An empty text has length 0 and a pointer.
 // Length 0 and a null pointer mean no text, out of memory, or that another program holds the clipboard open.
-// Without a text the clipboard intentionally stays open: no other program can use it until a later call here
-// closes it.
+// On Windows the clipboard intentionally stays open without a text: no other program can use it until a later
+// call here closes it. On X11 the program that has the text is asked: no answer within a second, or more than
+// 3 bytes for each unit of the longest text below, is no text.
 Str os_clipboard_get_text();
 
 // Replaces the clipboard's contents by text, UTF-8 that need not be zero-terminated; invalid bytes become
 // replacement characters in the UTF-16 text only. Returns 0: done, 1: out of memory for the UTF-16 text, or
 // it would be longer than 8,388,608 units, 2: out of memory for the bytes. On 1 and 2 the clipboard stays as
-// it is. While another program holds it open the result is intentionally 0 as well, and the system drops the
-// text.
+// it is. While another program holds it open, or on X11 without a display, the result is intentionally 0 as
+// well, and the text is dropped.
 int32_t os_clipboard_set_text(Str text);

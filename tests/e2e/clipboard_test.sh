@@ -4,6 +4,8 @@
 set -euo pipefail
 export LC_ALL=C.UTF-8
 probe=("$@")
+is_windows=0
+[[ ${probe[-1]} != *.exe ]] || is_windows=1
 if [ -z "${DISPLAY:-}" ]; then
     echo 'SKIPPED: no screen, so no clipboard that two programs share'
     exit 0
@@ -72,26 +74,46 @@ round_trip 'half a megabyte'
 # ---- Line ends ----
 
 # The program does not convert line ends. Wine does: to LF for X programs, to CR LF for Windows programs.
+on_windows() {
+    if [ "$is_windows" = 1 ]; then
+        printf '%b' "$1"
+    else
+        printf '%b' "$2"
+    fi
+}
 printf 'a\r\nb\nc\rd' > "$work/text"
 run_probe set < "$work/text"
 within_30_s 'line ends to another process of the program' "$work/text" run_probe get
-printf 'a\nb\nc\rd' > "$work/as_x_sees_it"
+on_windows 'a\nb\nc\rd' 'a\r\nb\nc\rd' > "$work/as_x_sees_it"
 within_30_s 'line ends out' "$work/as_x_sees_it" from_x
 printf 'a\nb\n\nc' > "$work/text"
 into_x "$work/text"
-printf 'a\r\nb\r\n\r\nc' > "$work/as_programs_see_it"
+on_windows 'a\r\nb\r\n\r\nc' 'a\nb\n\nc' > "$work/as_programs_see_it"
 within_30_s 'line ends in' "$work/as_programs_see_it" run_probe get
 
 # ---- A text that is not Unicode ----
 
-# The system converts it as soon as the other program has closed the clipboard, here from code page 1252.
-printf 'gr\xf6\xdfe' > "$work/text"
-run_probe offer_bytes < "$work/text" || failed 'not Unicode: exit status of the other program'
-printf 'größe' > "$work/converted"
-within_30_s 'not Unicode' "$work/converted" run_probe get
-run_probe list | tr -d '\r' > "$work/actual"
-printf 'CLIP 1 = CF_TEXT\nCLIP 16 = CF_LOCALE\nCLIP 7 = CF_OEMTEXT\nCLIP 13 = CF_UNICODETEXT\n' |
-    diff - "$work/actual" || failed 'not Unicode: the formats'
+if [ "$is_windows" = 1 ]; then
+    # The system converts it as soon as the other program has closed the clipboard, here from code page 1252.
+    printf 'gr\xf6\xdfe' > "$work/text"
+    run_probe offer_bytes < "$work/text" || failed 'not Unicode: exit status of the other program'
+    printf 'größe' > "$work/converted"
+    within_30_s 'not Unicode' "$work/converted" run_probe get
+    run_probe list | tr -d '\r' > "$work/actual"
+    printf 'CLIP 1 = CF_TEXT\nCLIP 16 = CF_LOCALE\nCLIP 7 = CF_OEMTEXT\nCLIP 13 = CF_UNICODETEXT\n' |
+        diff - "$work/actual" || failed 'not Unicode: the formats'
+else
+    printf 'gr\xf6\xdfe' > "$work/text"
+    timeout 10 xclip -selection clipboard -t STRING -i < "$work/text" > /dev/null 2>&1
+    printf 'größe' > "$work/converted"
+    within_30_s 'Latin-1 in' "$work/converted" run_probe get
+    run_probe set < "$work/converted"
+    timeout 10 xclip -selection clipboard -o -t STRING > "$work/actual"
+    cmp "$work/text" "$work/actual" || failed 'Latin-1 out'
+    printf '%s\n' TARGETS MULTIPLE TIMESTAMP SAVE_TARGETS UTF8_STRING 'text/plain;charset=utf-8' TEXT STRING \
+        > "$work/targets"
+    run_probe list | sed 's/^CLIP [0-9]* = //' | cmp "$work/targets" - || failed 'the list of targets'
+fi
 
 # ---- No text ----
 

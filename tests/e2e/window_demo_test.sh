@@ -1,10 +1,22 @@
 #!/bin/bash
 # Drives a real window with real input, compares the events with the input and the screen with the framebuffer:
-# window_demo_test.sh RUNNER WINDOW_DEMO DROP_FILES. Needs a display with a window manager.
+# window_demo_test.sh RUNNER WINDOW_DEMO DROP_FILES for Windows, and on Linux
+# window_demo_test.sh X11_SETTINGS WINDOW_DEMO DROP_SOURCE. Needs a display with a window manager.
 set -euo pipefail
-runner=("$1")
 demo=$(realpath "$2")
-drop_files=$(realpath "$3")
+drop=$(realpath "$3")
+if [[ $demo = *.exe ]]; then
+    runner=("$(realpath "$1")")
+    drop_on=lum_sharedWindowClass
+    files=('C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b')
+    dropped='C:/code/a.txt D:/é/你 😀.txt C:/b'
+else
+    runner=()
+    settings=$(realpath "$1")
+    drop_on=window_demo
+    files=('/code/a.txt' '/é/你 😀.txt' '/b')
+    dropped='/code/a.txt /é/你 😀.txt /b'
+fi
 # shellcheck source=tests/e2e/real_input.sh
 source "$(dirname "$0")/real_input.sh"
 cd "$work"
@@ -206,8 +218,8 @@ expect_same_picture "after coming back"
 
 # ---- Dropped files, focus and closing ----
 
-act "${runner[@]}" "$drop_files" lum_sharedWindowClass 12 34 'C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b' < /dev/null
-expect files_dropped 'files_dropped 12 34 3 C:/code/a.txt D:/é/你 😀.txt C:/b'
+act "${runner[@]}" "$drop" "$drop_on" 12 34 "${files[@]}" < /dev/null
+expect files_dropped "files_dropped 12 34 3 $dropped"
 
 act start_demo "$work/other_events"
 expect focus 'focus 0'

@@ -2,108 +2,465 @@
 
 #include <string.h>
 
+#include <X11/Xatom.h>
+
 #include "os/clipboard.h"
+#include "os/linux/selection.h"
+#include "os/linux/utf8.h"
+#include "os/linux/x11.h"
 #include "os/memory.h"
 
-ProcessClipboard process_clipboard;
+namespace {
 
-void process_clipboard_clear() {
-    for (Str &block : process_clipboard.blocks) {
-        os_free(block.data);
-        block = {};
-    }
+constexpr uint64_t piece_size = 131072; // bytes; what is longer is sent in pieces. Every server takes as many
+constexpr uint64_t longest_read = uint64_t{longest_wide_text} * 3; // bytes; UTF-8 takes three a unit at most
+constexpr uint64_t most_targets = 1024;                            // of an owner
+constexpr uint64_t most_pairs = 64;                                // of a request for several targets
+constexpr uint32_t most_transfers = 16;                            // at the same time
+constexpr int64_t hand_over_ms = 2000;
+
+// This program's text while it owns the clipboard.
+struct OwnText {
+    Str repaired; // as UTF-8; null data: another program or none owns the clipboard
+    Str bytes;    // as they were set
+    Time since;
+};
+OwnText own;
+
+void forget_own_text() {
+    os_free(own.repaired.data);
+    os_free(own.bytes.data);
+    own = {};
 }
 
-Str clipboard_copy(Str text) {
-    char *copy = text.data ? static_cast<char *>(os_alloc(text.count + 1)) : nullptr;
+Str copy_of(Str text) {
+    char *copy = static_cast<char *>(os_alloc(text.count + 1));
     if (!copy) {
         return {};
     }
-    memcpy(copy, text.data, text.count);
+    if (text.count > 0) {
+        memcpy(copy, text.data, text.count);
+    }
     copy[text.count] = 0;
     return {text.count, copy};
 }
 
-Str clipboard_copy_to_zero(Str text) {
-    return clipboard_copy({text.data ? strnlen(text.data, text.count) : 0, text.data});
+uint64_t length_to_zero(Str text) {
+    return strnlen(text.data, text.count);
+}
+
+// ---- Latin-1 ----
+
+// The text, which is UTF-8, as Latin-1, with a '?' for each other character. The caller frees it with
+// os_free; the empty Str when out of memory.
+Str latin1_from_utf8(Str text) {
+    Str latin1 = copy_of(text);
+    if (!latin1.data) {
+        return {};
+    }
+    uint64_t count = 0;
+    for (uint64_t at = 0; at < text.count;) {
+        uint8_t lead = static_cast<uint8_t>(text.data[at]);
+        uint64_t length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+        char character = '?';
+        if (length == 1) {
+            character = text.data[at];
+        } else if (lead == 0xc2 || lead == 0xc3) {
+            character = static_cast<char>((lead & 3) << 6 | (text.data[at + 1] & 0x3f));
+        }
+        latin1.data[count++] = character;
+        at += length;
+    }
+    latin1.data[count] = 0;
+    latin1.count = count;
+    return latin1;
+}
+
+// The Latin-1 text as UTF-8, with a zero after it. The caller frees it with os_free; the empty Str when out
+// of memory.
+Str utf8_from_latin1(Str latin1) {
+    char *utf8 = static_cast<char *>(os_alloc(latin1.count * 2 + 1));
+    if (!utf8) {
+        return {};
+    }
+    uint64_t count = 0;
+    for (uint64_t i = 0; i < latin1.count; i++) {
+        uint8_t byte = static_cast<uint8_t>(latin1.data[i]);
+        if (byte >= 0x80) {
+            utf8[count++] = static_cast<char>(0xc0 | byte >> 6);
+            byte = 0x80 | (byte & 0x3f);
+        }
+        utf8[count++] = static_cast<char>(byte);
+    }
+    utf8[count] = 0;
+    return {count, utf8};
+}
+
+// ---- Texts on their way to other programs in pieces ----
+
+// A piece is sent when the requestor has deleted the one before.
+struct Transfer {
+    Window requestor;
+    Atom property;
+    Atom type;
+    Str bytes;     // from the heap
+    uint64_t sent; // bytes
+    long old_mask; // the events of the requestor's window that were selected before
+};
+
+// Oldest first. A requestor that stops in the middle keeps its place until its window is gone or the place is
+// needed.
+struct Transfers {
+    Transfer list[most_transfers];
+    uint32_t count;
+};
+Transfers transfers;
+
+Transfer *transfer_to(Window requestor, const Atom *property) {
+    for (uint32_t i = 0; i < transfers.count; i++) {
+        Transfer *transfer = &transfers.list[i];
+        if (transfer->requestor == requestor && (!property || transfer->property == *property)) {
+            return transfer;
+        }
+    }
+    return nullptr;
+}
+
+void end_transfer(Transfer *transfer) {
+    Window requestor = transfer->requestor;
+    long old_mask = transfer->old_mask;
+    os_free(transfer->bytes.data);
+    transfers.count--;
+    const Transfer *end = &transfers.list[transfers.count];
+    memmove(transfer, transfer + 1, static_cast<size_t>(end - transfer) * sizeof(Transfer));
+    if (!transfer_to(requestor, nullptr)) {
+        XSelectInput(x11_display(), requestor, old_mask);
+    }
+}
+
+// Takes ownership of bytes. Returns false when the window is gone.
+bool begin_transfer(Window requestor, Atom property, Atom type, Str bytes) {
+    Display *display = x11_display();
+    if (Transfer *former = transfer_to(requestor, &property)) {
+        end_transfer(former);
+    }
+    if (transfers.count == most_transfers) {
+        end_transfer(&transfers.list[0]);
+    }
+    XWindowAttributes attributes;
+    if (!XGetWindowAttributes(display, requestor, &attributes)) {
+        os_free(bytes.data);
+        return false;
+    }
+    const Transfer *other = transfer_to(requestor, nullptr);
+    long old_mask = other ? other->old_mask : attributes.your_event_mask;
+    XSelectInput(display, requestor, old_mask | PropertyChangeMask | StructureNotifyMask);
+    long size = static_cast<long>(bytes.count);
+    XChangeProperty(display, requestor, property, x11_atom(ATOM_INCR), 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char *>(&size), 1);
+    transfers.list[transfers.count++] = {requestor, property, type, bytes, 0, old_mask};
+    return true;
+}
+
+void put_bytes(Window requestor, Atom property, Atom type, Str bytes) {
+    XChangeProperty(x11_display(), requestor, property, type, 8, PropModeReplace,
+                    reinterpret_cast<const unsigned char *>(bytes.data), static_cast<int>(bytes.count));
+}
+
+void send_piece(Transfer *transfer) {
+    uint64_t left = transfer->bytes.count - transfer->sent;
+    bool is_end = left == 0; // which the requestor sees by the empty piece
+    uint64_t size = left < piece_size ? left : piece_size;
+    put_bytes(transfer->requestor, transfer->property, transfer->type,
+              {size, transfer->bytes.data + transfer->sent});
+    transfer->sent += size;
+    if (is_end) {
+        end_transfer(transfer);
+    }
+}
+
+// ---- Requests of other programs ----
+
+// What the text can be had as.
+constexpr X11Atom own_targets[] = {
+    ATOM_TARGETS,     ATOM_MULTIPLE,        ATOM_TIMESTAMP, ATOM_SAVE_TARGETS,
+    ATOM_UTF8_STRING, ATOM_TEXT_PLAIN_UTF8, ATOM_TEXT,      ATOM_STRING,
+};
+
+void put_items(Window requestor, Atom property, Atom type, const long *items, uint64_t count) {
+    XChangeProperty(x11_display(), requestor, property, type, 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char *>(items), static_cast<int>(count));
+}
+
+// The text as a target asks for it, from the heap, and its type; null data for any other target.
+Str text_for(Atom target, Atom *type) {
+    *type = target;
+    if (target == x11_atom(ATOM_UTF8_STRING) || target == x11_atom(ATOM_TEXT_PLAIN_UTF8)) {
+        return copy_of(own.repaired);
+    }
+    if (target == x11_atom(ATOM_STRING)) {
+        return latin1_from_utf8(own.repaired);
+    }
+    if (target == x11_atom(ATOM_TEXT)) { // in an encoding of the owner's choice
+        *type = x11_atom(str_equal(own.repaired, own.bytes) ? ATOM_UTF8_STRING : ATOM_C_STRING);
+        return copy_of(own.bytes);
+    }
+    return {};
+}
+
+// Puts what the target asks for in the requestor's property, or begins to. Returns false when there is no
+// such thing.
+bool answer(Atom target, Window requestor, Atom property) {
+    if (target == x11_atom(ATOM_TARGETS)) {
+        constexpr uint64_t count = sizeof(own_targets) / sizeof(own_targets[0]);
+        long atoms[count];
+        for (uint64_t i = 0; i < count; i++) {
+            atoms[i] = static_cast<long>(x11_atom(own_targets[i]));
+        }
+        put_items(requestor, property, XA_ATOM, atoms, count);
+        return true;
+    }
+    if (target == x11_atom(ATOM_TIMESTAMP)) {
+        long since = static_cast<long>(own.since);
+        put_items(requestor, property, XA_INTEGER, &since, 1);
+        return true;
+    }
+    if (target == x11_atom(ATOM_SAVE_TARGETS)) { // only says that it is known
+        put_items(requestor, property, x11_atom(ATOM_NULL), nullptr, 0);
+        return true;
+    }
+    Atom type = None;
+    Str text = text_for(target, &type);
+    if (!text.data) {
+        return false;
+    }
+    if (text.count > piece_size) {
+        return begin_transfer(requestor, property, type, text);
+    }
+    put_bytes(requestor, property, type, text);
+    os_free(text.data);
+    return true;
+}
+
+// Answers each pair of a target and a property; the property becomes None where there is no answer.
+void answer_pairs(Window requestor, Atom property, const X11Property &pairs) {
+    long *atoms = reinterpret_cast<long *>(pairs.bytes);
+    for (uint64_t i = 0; i + 1 < pairs.count; i += 2) {
+        Atom target = static_cast<Atom>(atoms[i]);
+        Atom to = static_cast<Atom>(atoms[i + 1]);
+        if (to == None || !answer(target, requestor, to)) {
+            atoms[i + 1] = None;
+        }
+    }
+    put_items(requestor, property, x11_atom(ATOM_ATOM_PAIR), atoms, pairs.count);
+}
+
+// Whether the request is for what this program owned at its time; the server's time wraps.
+bool is_for_own_text(const XSelectionRequestEvent &request) {
+    return request.selection == x11_atom(ATOM_CLIPBOARD) && own.repaired.data &&
+           (request.time == CurrentTime || static_cast<int32_t>(static_cast<uint32_t>(request.time) -
+                                                                static_cast<uint32_t>(own.since)) >= 0);
+}
+
+void answer_request(const XSelectionRequestEvent &request) {
+    bool is_own = is_for_own_text(request);
+    bool is_multiple = is_own && request.target == x11_atom(ATOM_MULTIPLE);
+    Atom property = request.property != None ? request.property : request.target; // as old programs expect
+    X11Property pairs = {};
+    if (is_multiple) {
+        is_own = x11_read_property(request.requestor, request.property, most_pairs * 8, false, &pairs) &&
+                 pairs.format == 32 && pairs.type == x11_atom(ATOM_ATOM_PAIR);
+    }
+    if (is_own && is_multiple) {
+        answer_pairs(request.requestor, property, pairs);
+    } else if (is_own) {
+        is_own = answer(request.target, request.requestor, property);
+    }
+    XEvent event = {};
+    event.xselection.type = SelectionNotify;
+    event.xselection.requestor = request.requestor;
+    event.xselection.selection = request.selection;
+    event.xselection.target = request.target;
+    event.xselection.property = is_own ? property : None;
+    event.xselection.time = request.time;
+    XSendEvent(x11_display(), request.requestor, False, NoEventMask, &event);
+    if (pairs.bytes) {
+        XFree(pairs.bytes);
+    }
+}
+
+void lose_ownership(const XSelectionClearEvent &event) {
+    // The event may be older than the last time that this program took the clipboard.
+    if (event.selection == x11_atom(ATOM_CLIPBOARD) &&
+        XGetSelectionOwner(x11_display(), event.selection) != x11_helper_window()) {
+        forget_own_text();
+    }
+}
+
+void forget_requestor(Window window) {
+    while (Transfer *transfer = transfer_to(window, nullptr)) {
+        end_transfer(transfer);
+    }
+}
+
+} // namespace
+
+bool clipboard_is_event(const XEvent &event) {
+    switch (event.type) {
+    case SelectionRequest:
+        return event.xselectionrequest.owner == x11_helper_window();
+    case SelectionClear:
+        return event.xselectionclear.window == x11_helper_window();
+    case PropertyNotify:
+        return event.xproperty.state == PropertyDelete &&
+               transfer_to(event.xproperty.window, &event.xproperty.atom);
+    case DestroyNotify:
+        return transfer_to(event.xdestroywindow.window, nullptr);
+    default:
+        return false;
+    }
+}
+
+bool clipboard_handle_event(const XEvent &event) {
+    if (!clipboard_is_event(event)) {
+        return false;
+    }
+    if (event.type == SelectionRequest) {
+        answer_request(event.xselectionrequest);
+    } else if (event.type == SelectionClear) {
+        lose_ownership(event.xselectionclear);
+    } else if (event.type == PropertyNotify) {
+        send_piece(transfer_to(event.xproperty.window, &event.xproperty.atom));
+    } else {
+        forget_requestor(event.xdestroywindow.window);
+    }
+    return true;
+}
+
+namespace {
+
+Bool is_clipboard_event(Display *, XEvent *event, XPointer) {
+    return clipboard_is_event(*event);
+}
+
+// Handles what has arrived, so that a loss of the clipboard is known.
+void handle_arrived_events(Display *display) {
+    XEvent event;
+    while (XCheckIfEvent(display, &event, is_clipboard_event, nullptr)) {
+        clipboard_handle_event(event);
+    }
+}
+
+} // namespace
+
+void clipboard_hand_over() {
+    Display *display = x11_display();
+    if (!display) {
+        return;
+    }
+    handle_arrived_events(display);
+    if (!own.repaired.data || XGetSelectionOwner(display, x11_atom(ATOM_CLIPBOARD_MANAGER)) == None) {
+        return;
+    }
+    long targets[] = {static_cast<long>(x11_atom(ATOM_UTF8_STRING)),
+                      static_cast<long>(x11_atom(ATOM_STRING))};
+    put_items(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), XA_ATOM, targets, 2);
+    selection_request(x11_atom(ATOM_CLIPBOARD_MANAGER), x11_atom(ATOM_SAVE_TARGETS), x11_server_time(),
+                      hand_over_ms);
 }
 
 // ---- Text ----
 
 namespace {
 
-// Bytes of the character at a place of the text, is_valid then 1; or bytes that one replacement character
-// stands for: the start of a character that does not go on, or a byte that starts none.
-uint32_t character_length(Str text, uint64_t at, uint8_t *is_valid) {
-    const uint8_t *bytes = reinterpret_cast<const uint8_t *>(text.data) + at;
-    uint64_t left = text.count - at;
-    uint8_t lead = bytes[0];
-    uint8_t is_lead = lead < 0x80 || (lead >= 0xc2 && lead <= 0xf4);
-    uint32_t wanted = lead < 0x80 || !is_lead ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-    // The second byte's bounds keep out surrogates, long forms and what lies beyond Unicode.
-    uint8_t low = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
-    uint8_t high = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
-    uint32_t length = 1;
-    while (length < wanted && length < left && bytes[length] >= low && bytes[length] <= high) {
-        length++;
-        low = 0x80;
-        high = 0xbf;
+// What a text is asked for as, the best first.
+constexpr X11Atom text_targets[] = {ATOM_UTF8_STRING, ATOM_TEXT_PLAIN_UTF8, ATOM_TEXT, ATOM_STRING};
+
+// Whether the owner says that it offers the target.
+bool is_offered(const SelectionData &targets, Atom target) {
+    const long *atoms = reinterpret_cast<const long *>(targets.bytes.data);
+    for (uint64_t i = 0; i < targets.bytes.count / sizeof(long); i++) {
+        if (static_cast<Atom>(atoms[i]) == target) {
+            return true;
+        }
     }
-    *is_valid = is_lead && length == wanted;
-    return length;
+    return false;
 }
 
-struct WideSize {
-    uint64_t units; // of UTF-16
-    uint64_t bytes; // of the UTF-8 that these convert to
-};
-
-// Writes what the text is after a conversion to UTF-16 and back, unless out is null; returns its size.
-WideSize there_and_back(Str text, char *out) {
-    WideSize size = {};
-    for (uint64_t at = 0; at < text.count;) {
-        uint8_t is_valid = 0;
-        uint32_t length = character_length(text, at, &is_valid);
-        const char *character = is_valid ? text.data + at : "\xef\xbf\xbd";
-        uint32_t bytes = is_valid ? length : 3;
-        if (out) {
-            memcpy(out + size.bytes, character, bytes);
-        }
-        size.units += is_valid && length == 4 ? 2 : 1;
-        size.bytes += bytes;
-        at += length;
+// The text of what arrived, in its place or anew; data's bytes are given away or freed. Null data when its
+// type is none of a text, or out of memory.
+Str text_from(const SelectionData &data) {
+    if (data.format == 8 && data.type == x11_atom(ATOM_STRING)) {
+        Str text = utf8_from_latin1({length_to_zero(data.bytes), data.bytes.data});
+        os_free(data.bytes.data);
+        return text;
     }
-    return size;
+    if (data.format == 8 &&
+        (data.type == x11_atom(ATOM_UTF8_STRING) || data.type == x11_atom(ATOM_TEXT_PLAIN_UTF8) ||
+         data.type == x11_atom(ATOM_C_STRING))) {
+        return {length_to_zero(data.bytes), data.bytes.data};
+    }
+    os_free(data.bytes.data);
+    return {};
 }
 
 } // namespace
 
 Str os_clipboard_get_text() {
-    Str wide = process_clipboard.blocks[CLIPBOARD_WIDE_TEXT];
-    Str bytes = process_clipboard.blocks[CLIPBOARD_BYTE_TEXT];
-    process_clipboard.is_open = !wide.data && !bytes.data;
-    return clipboard_copy_to_zero(wide.data ? wide : bytes);
+    Display *display = x11_display();
+    if (!display) {
+        return {};
+    }
+    handle_arrived_events(display);
+    if (own.repaired.data) {
+        return copy_of({length_to_zero(own.repaired), own.repaired.data});
+    }
+    Atom clipboard = x11_atom(ATOM_CLIPBOARD);
+    Time time = x11_server_time();
+    SelectionData targets;
+    SelectionResult outcome =
+        selection_read(clipboard, x11_atom(ATOM_TARGETS), time, most_targets * 4, &targets);
+    bool has_list = outcome == SELECTION_READ && targets.format == 32; // not all owners have one
+    Str text = {};
+    for (X11Atom target : text_targets) {
+        if (outcome == SELECTION_SILENT || text.data) {
+            break;
+        }
+        SelectionData data;
+        if (!has_list || is_offered(targets, x11_atom(target))) {
+            outcome = selection_read(clipboard, x11_atom(target), time, longest_read, &data);
+            text = text_from(data);
+        }
+    }
+    os_free(targets.bytes.data);
+    return text;
 }
 
 int32_t os_clipboard_set_text(Str text) {
-    WideSize size = there_and_back(text, nullptr);
-    Str wide = {size.bytes, nullptr};
+    Utf8Size size = utf8_repair(text, nullptr);
+    Str repaired = {size.bytes, nullptr};
     if (size.units <= uint64_t{longest_wide_text}) {
-        wide.data = static_cast<char *>(os_alloc(size.bytes + 1));
+        repaired.data = static_cast<char *>(os_alloc(size.bytes + 1));
     }
-    if (!wide.data) {
+    if (!repaired.data) {
         return 1;
     }
-    Str bytes = clipboard_copy(text.count > 0 ? text : str_from(""));
+    Str bytes = copy_of(text);
     if (!bytes.data) {
-        os_free(wide.data);
+        os_free(repaired.data);
         return 2;
     }
-    there_and_back(text, wide.data);
-    wide.data[wide.count] = 0;
-    process_clipboard_clear();
-    process_clipboard.blocks[CLIPBOARD_WIDE_TEXT] = wide;
-    process_clipboard.blocks[CLIPBOARD_BYTE_TEXT] = bytes;
-    process_clipboard.is_open = 0;
+    utf8_repair(text, repaired.data);
+    repaired.data[repaired.count] = 0;
+    forget_own_text();
+    own = {repaired, bytes, CurrentTime};
+    Display *display = x11_display();
+    if (display) {
+        own.since = x11_server_time();
+        XSetSelectionOwner(display, x11_atom(ATOM_CLIPBOARD), x11_helper_window(), own.since);
+    }
+    if (!display || XGetSelectionOwner(display, x11_atom(ATOM_CLIPBOARD)) != x11_helper_window()) {
+        forget_own_text();
+    }
     return 0;
 }

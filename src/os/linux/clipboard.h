@@ -1,29 +1,14 @@
-// The clipboard inside the process. Tests reach in here to do what another program would do on a desktop.
+// The clipboard on the X server, for the window's message pump and the program's end. Interface thread only.
 #pragma once
 
-#include <stdint.h>
+#include <X11/Xlib.h>
 
-#include "os/strings.h"
+// Whether the event is another program's request for the clipboard's text or part of such a transfer.
+bool clipboard_is_event(const XEvent &event);
 
-enum ProcessClipboardFormat : uint8_t {
-    CLIPBOARD_WIDE_TEXT, // kept as the UTF-8 that it converts to
-    CLIPBOARD_BYTE_TEXT,
-    CLIPBOARD_FILE_NAME, // kept as UTF-8
-    CLIPBOARD_PNG,
-    CLIPBOARD_FORMAT_COUNT,
-};
+// Answers such an event. Returns whether it was one; the pump has nothing to do with it then.
+bool clipboard_handle_event(const XEvent &event);
 
-struct ProcessClipboard {
-    Str blocks[CLIPBOARD_FORMAT_COUNT]; // heap blocks with a zero behind them; null data: not offered
-    uint8_t is_open;                    // left open by a look for text that found none
-};
-extern ProcessClipboard process_clipboard;
-
-// Frees all that is offered.
-void process_clipboard_clear();
-
-// A zero-terminated copy that the caller frees with os_free; the empty Str for null data or out of memory.
-Str clipboard_copy(Str text);
-
-// The same for the text up to its first zero byte.
-Str clipboard_copy_to_zero(Str text);
+// Gives this program's text to the desktop's clipboard manager, so that it outlives the program. Returns when
+// the manager has it, at once when there is no manager or no text, and after two seconds at the latest.
+void clipboard_hand_over();

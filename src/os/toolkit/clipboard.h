@@ -10,7 +10,8 @@ void os_clipboard_list_formats();
 // What a file manager or a browser left. Both texts are owned by the caller and freed with os_free; data is
 // null for what is not there.
 struct ClipboardContent {
-    Str file_name; // format "FileNameW": a path as UTF-8, zero-terminated, with the separators it came with
+    Str file_name; // format "FileNameW": a path as UTF-8, zero-terminated, with the separators it came with.
+                   // On Linux the first file of "text/uri-list"
     Str png;       // format "image/png": the file's bytes; the system may have added some at the end
 };
 

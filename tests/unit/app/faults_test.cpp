@@ -25,12 +25,12 @@
 #include "app/program_scope.h"
 #include "app/startup.h"
 #include "os/clipboard.h"
-#include "os/linux/clipboard.h"
 #include "search/worker.h"
 #include "support/headless_window.h"
 #include "support/heap_hook.h"
 #include "support/never_returns.h"
 #include "support/picture.h"
+#include "support/process_clipboard.h"
 #include "support/recorded_commands.h"
 
 namespace {

@@ -8,6 +8,7 @@
 
 #include "os/memory.h"
 #include "os/toolkit/window.h"
+#include "support/heap_hook.h"
 
 namespace {
 
@@ -390,6 +391,17 @@ TEST_F(OffscreenWindow, ARefusedWindowIsNull) {
     PlatformWindow *next = os_window_create(10, 10, str_from("x"), program_flags);
     EXPECT_NE(next, nullptr);
     destroy(next);
+}
+
+TEST_F(OffscreenWindow, TheNamesOfADropGetFourBytesForEachUnit) {
+    uint64_t asked = 0;
+    const Str names[] = {str_from("C:/a"), str_from("D:/bc")};
+    HeapHookScope hook([&asked](uint64_t size) {
+        asked = size;
+        return false;
+    });
+    headless_drop(window, {1, 1}, names, 2);
+    EXPECT_EQ(asked, (4u + 5u) * 4u + 1u);
 }
 
 // ---- Cursor and monitors ----

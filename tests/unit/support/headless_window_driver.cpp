@@ -97,6 +97,8 @@ std::vector<uint32_t> shown_pixels(const PlatformWindow *window) {
     return pixels;
 }
 
+const bool titles_are_text = false;
+
 std::u16string shown_title(const PlatformWindow *window) {
     const HeadlessView *view = headless_view(window);
     return std::u16string(reinterpret_cast<const char16_t *>(view->title), view->title_count);

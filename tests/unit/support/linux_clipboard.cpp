@@ -1,7 +1,7 @@
 #include <string.h>
 
-#include "os/linux/clipboard.h"
 #include "os/memory.h"
+#include "support/process_clipboard.h"
 #include "support/system_clipboard.h"
 
 namespace {
@@ -20,6 +20,10 @@ std::optional<std::string> offered(ProcessClipboardFormat format) {
 }
 
 } // namespace
+
+bool clipboard_can_be_held() {
+    return true;
+}
 
 void hold_clipboard(void *) {
     process_clipboard.is_open = 1;

@@ -7,11 +7,14 @@
 // The blocks of the formats that the program reads, texts without the zero at their end; no value: the format
 // is missing.
 struct ClipboardFormats {
-    std::optional<std::string> wide_text = {}; // CF_UNICODETEXT, as UTF-8
-    std::optional<std::string> byte_text = {}; // CF_TEXT
-    std::optional<std::string> file_name = {}; // "FileNameW", as UTF-8
+    std::optional<std::string> wide_text = {}; // CF_UNICODETEXT, as UTF-8; on X11 UTF8_STRING
+    std::optional<std::string> byte_text = {}; // CF_TEXT; on X11 TEXT
+    std::optional<std::string> file_name = {}; // "FileNameW", as UTF-8; on X11 the first of text/uri-list
     std::optional<std::string> png = {};       // "image/png"
 };
+
+// Whether a program that has the clipboard open keeps others from using it. Where none can, it is never open.
+bool clipboard_can_be_held();
 
 // Opens the clipboard in this thread, for window or for none; waits a while when another program has it open,
 // as the desktop does for moments, and then fails the test. The layer's next call closes it.

@@ -74,6 +74,10 @@ std::optional<std::string> byte_text() {
 
 } // namespace
 
+bool clipboard_can_be_held() {
+    return true;
+}
+
 void hold_clipboard(void *window) {
     for (int tries = 0; tries < 3000; tries++) {
         if (OpenClipboard(static_cast<HWND>(window))) {

@@ -173,6 +173,8 @@ std::vector<uint32_t> shown_pixels(const PlatformWindow *window) {
     return pixels;
 }
 
+const bool titles_are_text = false;
+
 std::u16string shown_title(const PlatformWindow *window) {
     wchar_t title[256];
     int units = GetWindowTextW(handle_of(window), title, 256);

@@ -40,6 +40,9 @@ void drive_settle();
 // What the client area shows, row by row from the top, as 0xRRGGBB.
 std::vector<uint32_t> shown_pixels(const PlatformWindow *window);
 
+// Whether a title is UTF-8 text, as on Linux; otherwise its bytes are taken as UTF-16 units, two a unit.
+extern const bool titles_are_text;
+
 // The window's title, as UTF-16 units.
 std::u16string shown_title(const PlatformWindow *window);
 

@@ -1,0 +1,419 @@
+#include "os/linux/keys.h"
+
+#include <langinfo.h>
+#include <locale.h>
+#include <string.h>
+
+#include <X11/XKBlib.h>
+#include <X11/Xutil.h>
+#include <X11/keysym.h>
+
+#include "os/linux/x11.h"
+#include "os/memory.h"
+#include "os/window_events.h"
+
+// ---- Codes ----
+
+namespace {
+
+// Virtual-key codes without a character.
+enum Code : uint16_t {
+    CODE_BACKSPACE = 0x08,
+    CODE_TAB = 0x09,
+    CODE_ENTER = 0x0D,
+    CODE_SHIFT = 0x10,
+    CODE_CTRL = 0x11,
+    CODE_ALT = 0x12,
+    CODE_ESCAPE = 0x1B,
+    CODE_SPACE = 0x20,
+    CODE_DELETE = 0x2E,
+    CODE_NUMPAD_0 = 0x60,
+    CODE_F1 = 0x70,
+};
+
+struct CodeOfSymbol {
+    KeySym symbol;
+    uint16_t code;
+};
+
+const CodeOfSymbol codes_of_symbols[] = {
+    {XK_BackSpace, CODE_BACKSPACE},
+    {XK_Tab, CODE_TAB},
+    {XK_ISO_Left_Tab, CODE_TAB},
+    {XK_KP_Tab, CODE_TAB},
+    {XK_Clear, 0x0C},
+    {XK_KP_Begin, 0x0C},
+    {XK_Return, CODE_ENTER},
+    {XK_KP_Enter, CODE_ENTER},
+    {XK_Shift_L, CODE_SHIFT},
+    {XK_Shift_R, CODE_SHIFT},
+    {XK_Control_L, CODE_CTRL},
+    {XK_Control_R, CODE_CTRL},
+    {XK_Alt_L, CODE_ALT},
+    {XK_Alt_R, CODE_ALT},
+    {XK_Meta_L, CODE_ALT},
+    {XK_Meta_R, CODE_ALT},
+    {XK_ISO_Level3_Shift, CODE_ALT},
+    {XK_Mode_switch, CODE_ALT},
+    {XK_Pause, 0x13},
+    {XK_Break, 0x03},
+    {XK_Caps_Lock, 0x14},
+    {XK_Escape, CODE_ESCAPE},
+    {XK_space, CODE_SPACE},
+    {XK_nobreakspace, CODE_SPACE},
+    {XK_KP_Space, CODE_SPACE},
+    {XK_Page_Up, 0x21},
+    {XK_KP_Page_Up, 0x21},
+    {XK_Page_Down, 0x22},
+    {XK_KP_Page_Down, 0x22},
+    {XK_End, 0x23},
+    {XK_KP_End, 0x23},
+    {XK_Home, 0x24},
+    {XK_KP_Home, 0x24},
+    {XK_Left, 0x25},
+    {XK_KP_Left, 0x25},
+    {XK_Up, 0x26},
+    {XK_KP_Up, 0x26},
+    {XK_Right, 0x27},
+    {XK_KP_Right, 0x27},
+    {XK_Down, 0x28},
+    {XK_KP_Down, 0x28},
+    {XK_Print, 0x2C},
+    {XK_Insert, 0x2D},
+    {XK_KP_Insert, 0x2D},
+    {XK_Delete, CODE_DELETE},
+    {XK_KP_Delete, CODE_DELETE},
+    {XK_Help, 0x2F},
+    {XK_Super_L, 0x5B},
+    {XK_Super_R, 0x5C},
+    {XK_Menu, 0x5D},
+    {XK_KP_Multiply, 0x6A},
+    {XK_KP_Add, 0x6B},
+    {XK_KP_Separator, 0x6C},
+    {XK_KP_Subtract, 0x6D},
+    {XK_KP_Decimal, 0x6E},
+    {XK_KP_Divide, 0x6F},
+    {XK_Num_Lock, 0x90},
+    {XK_Scroll_Lock, 0x91},
+    {XK_semicolon, 0xBA},
+    {XK_equal, 0xBB},
+    {XK_plus, 0xBB},
+    {XK_comma, 0xBC},
+    {XK_minus, 0xBD},
+    {XK_period, 0xBE},
+    {XK_slash, 0xBF},
+    {XK_grave, 0xC0},
+    {XK_bracketleft, 0xDB},
+    {XK_backslash, 0xDC},
+    {XK_bracketright, 0xDD},
+    {XK_apostrophe, 0xDE},
+    {XK_less, 0xE2},
+};
+
+// The code of a letter, a digit or a key of the table above; 0 for others.
+uint16_t code_of_symbol(KeySym symbol) {
+    if (symbol >= XK_a && symbol <= XK_z) {
+        return static_cast<uint16_t>('A' + (symbol - XK_a));
+    }
+    if (symbol >= XK_0 && symbol <= XK_9) {
+        return static_cast<uint16_t>('0' + (symbol - XK_0));
+    }
+    if (symbol >= XK_KP_0 && symbol <= XK_KP_9) {
+        return static_cast<uint16_t>(CODE_NUMPAD_0 + (symbol - XK_KP_0));
+    }
+    if (symbol >= XK_F1 && symbol <= XK_F24) {
+        return static_cast<uint16_t>(CODE_F1 + (symbol - XK_F1));
+    }
+    for (const CodeOfSymbol &row : codes_of_symbols) {
+        if (row.symbol == symbol) {
+            return row.code;
+        }
+    }
+    return 0;
+}
+
+KeySym symbol_of(uint32_t keycode, uint32_t state) {
+    KeySym symbol = NoSymbol;
+    uint32_t used_state = 0;
+    XkbLookupKeySym(x11_display(), static_cast<KeyCode>(keycode), state, &used_state, &symbol);
+    return symbol;
+}
+
+bool is_on_keypad(KeySym symbol) {
+    return symbol >= XK_KP_Space && symbol <= XK_KP_9;
+}
+
+// The code of a key in one of the layout's groups: by its unshifted symbol, or by the digit that Shift makes
+// of it, as on French keyboards.
+uint16_t code_in_group(uint32_t keycode, uint32_t group) {
+    uint32_t state = static_cast<uint32_t>(XkbBuildCoreState(0, group));
+    KeySym shifted = symbol_of(keycode, state | ShiftMask);
+    if (shifted >= XK_0 && shifted <= XK_9) {
+        return code_of_symbol(shifted);
+    }
+    return code_of_symbol(symbol_of(keycode, state));
+}
+
+// The codes that the keys for characters have on an American keyboard.
+uint16_t code_of_place(uint32_t keycode) {
+    constexpr uint32_t first_keycode = 10;
+    static const uint8_t codes[] = {
+        '1', '2', '3', '4', '5', '6', '7', '8',  '9',  '0',  0xBD, 0xBB, 0, 0,    // 10 to 23
+        'Q', 'W', 'E', 'R', 'T', 'Y', 'U', 'I',  'O',  'P',  0xDB, 0xDD, 0, 0,    // 24 to 37
+        'A', 'S', 'D', 'F', 'G', 'H', 'J', 'K',  'L',  0xBA, 0xDE, 0xC0, 0, 0xDC, // 38 to 51
+        'Z', 'X', 'C', 'V', 'B', 'N', 'M', 0xBC, 0xBE, 0xBF,                      // 52 to 61
+    };
+    constexpr uint32_t between_shift_and_z = 94;
+    if (keycode == between_shift_and_z) {
+        return 0xE2;
+    }
+    return keycode >= first_keycode && keycode < first_keycode + sizeof(codes)
+               ? codes[keycode - first_keycode]
+               : 0;
+}
+
+// The virtual-key code of a pressed key, or 0. A key of a layout without Latin letters has the code of its
+// letter in another group of the user's, or else that of its place.
+uint16_t code_of_key(const XKeyEvent &event) {
+    KeySym symbol = symbol_of(event.keycode, event.state);
+    if (is_on_keypad(symbol)) { // Num Lock decides
+        return code_of_symbol(symbol);
+    }
+    uint32_t active_group = static_cast<uint32_t>(XkbGroupForCoreState(event.state));
+    uint16_t code = code_in_group(event.keycode, active_group);
+    for (uint32_t group = 0; code == 0 && group < XkbNumKbdGroups; group++) {
+        code = code_in_group(event.keycode, group);
+    }
+    return code ? code : code_of_place(event.keycode);
+}
+
+// ---- Keys that are down ----
+
+constexpr uint32_t keycode_count = 256;
+constexpr uint16_t code_of_unknown = 0xFF; // a key that is down and has no code
+
+uint16_t codes_down[keycode_count]; // by the server's number of the key; 0: not down
+
+bool is_down(uint16_t code) {
+    for (uint16_t down : codes_down) {
+        if (down == code) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// A code is down as long as one of its keys is, such as the two for Shift.
+void release(PlatformWindow *window, uint32_t keycode) {
+    uint16_t code = codes_down[keycode];
+    codes_down[keycode] = 0;
+    if (code != 0 && code != code_of_unknown && !is_down(code)) {
+        window_key(window, code, KEY_RELEASED);
+    }
+}
+
+} // namespace
+
+void keys_released(PlatformWindow *window, const XKeyEvent &event) {
+    release(window, event.keycode % keycode_count);
+}
+
+void keys_down_told(PlatformWindow *window, const XKeymapEvent &event) {
+    constexpr uint32_t first_keycode = 8;
+    for (uint32_t keycode = first_keycode; keycode < keycode_count && window_is_alive(window); keycode++) {
+        bool is_pressed = event.key_vector[keycode / 8] >> keycode % 8 & 1;
+        if (!is_pressed) {
+            release(window, keycode);
+        } else if (codes_down[keycode] == 0) {
+            codes_down[keycode] = code_of_unknown;
+        }
+    }
+}
+
+void keys_forget_down() {
+    memset(codes_down, 0, sizeof(codes_down));
+}
+
+// ---- Text ----
+
+namespace {
+
+XIM input_method;
+
+// The windows' input contexts have gone with it.
+void input_method_is_gone(XIM, XPointer, XPointer) {
+    input_method = nullptr;
+    for (NativeWindow *native = native_windows(); native; native = native->next) {
+        native->input_context = nullptr;
+    }
+}
+
+void open_input_method() {
+    XSetLocaleModifiers("");
+    input_method = XOpenIM(x11_display(), nullptr, nullptr, nullptr);
+    if (!input_method) { // the one that the user has chosen does not run
+        XSetLocaleModifiers("@im=none");
+        input_method = XOpenIM(x11_display(), nullptr, nullptr, nullptr);
+    }
+    if (input_method) {
+        XIMCallback gone = {nullptr, input_method_is_gone};
+        XSetIMValues(input_method, XNDestroyCallback, &gone, nullptr);
+    }
+}
+
+// Decodes the first character of UTF-8 that Xlib has written. Returns its bytes.
+uint32_t decode(const uint8_t *text, uint32_t count, uint32_t *code) {
+    uint32_t length = text[0] < 0x80 ? 1 : text[0] < 0xE0 ? 2 : text[0] < 0xF0 ? 3 : 4;
+    if (length > count) {
+        length = count;
+    }
+    *code = length == 1 ? text[0] : text[0] & (0x7Fu >> length);
+    for (uint32_t i = 1; i < length; i++) {
+        *code = *code << 6 | (text[i] & 0x3F);
+    }
+    return length;
+}
+
+void type_code(PlatformWindow *window, uint32_t code) {
+    if (code < 0x10000) {
+        window_character(window, code);
+        return;
+    }
+    window_character(window, 0xD800 + ((code - 0x10000) >> 10));
+    if (window_is_alive(window)) {
+        window_character(window, 0xDC00 + (code & 0x3FF));
+    }
+}
+
+void type_text(PlatformWindow *window, const char *text, uint32_t count) {
+    for (uint32_t at = 0; at < count && window_is_alive(window);) {
+        uint32_t code = 0;
+        at += decode(reinterpret_cast<const uint8_t *>(text) + at, count - at, &code);
+        type_code(window, code);
+    }
+}
+
+// The character of a key with Ctrl, as on Windows; -1 for none.
+int32_t control_character(uint16_t code) {
+    switch (code) {
+    case CODE_ENTER:
+        return '\n';
+    case CODE_BACKSPACE:
+        return 0x7F;
+    case CODE_SPACE:
+        return ' ';
+    case 0xDB: // [
+        return 0x1B;
+    case 0xDC: // backslash
+        return 0x1C;
+    case 0xDD: // ]
+        return 0x1D;
+    default:
+        return code >= 'A' && code <= 'Z' ? code - 'A' + 1 : -1;
+    }
+}
+
+// Alt and the Windows key make shortcuts, which type nothing. What other modifier stands where depends on the
+// layout.
+bool is_shortcut(uint32_t state) {
+    static const KeySym symbols[] = {XK_Alt_L, XK_Super_L};
+    for (KeySym symbol : symbols) {
+        if (state & XkbKeysymToModifiers(x11_display(), symbol)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Delivers what the key types, or what the input method has put together.
+void type_key(PlatformWindow *window, XIC input, XKeyEvent *event) {
+    char room[64];
+    char *text = room;
+    KeySym symbol = NoSymbol;
+    int status = XLookupBoth;
+    int count = 0;
+    if (!input) {
+        count = XLookupString(event, room, sizeof(room), &symbol, nullptr);
+        uint8_t latin = static_cast<uint8_t>(room[0]);
+        if (count == 1 && latin >= 0x80) { // it comes as Latin-1
+            room[0] = static_cast<char>(0xC0 | latin >> 6);
+            room[1] = static_cast<char>(0x80 | (latin & 0x3F));
+            count = 2;
+        }
+    } else {
+        count = Xutf8LookupString(input, event, room, sizeof(room), &symbol, &status);
+        if (status == XBufferOverflow) {
+            text = static_cast<char *>(os_alloc(static_cast<uint64_t>(count)));
+            count = text ? Xutf8LookupString(input, event, text, count, &symbol, &status) : 0;
+        }
+    }
+    bool has_text = status == XLookupChars || status == XLookupBoth;
+    bool is_delete = count == 1 && text[0] == 0x7F; // the key types nothing on Windows
+    if (has_text && !is_delete && count > 0) {
+        type_text(window, text, static_cast<uint32_t>(count));
+    }
+    if (text != room) {
+        os_free(text);
+    }
+}
+
+} // namespace
+
+void keys_init() {
+    setlocale(LC_CTYPE, "");
+    if (strcmp(nl_langinfo(CODESET), "UTF-8") != 0) {
+        setlocale(LC_CTYPE, "C.UTF-8");
+    }
+    XkbSetDetectableAutoRepeat(x11_display(), True, nullptr);
+}
+
+void keys_open_input(NativeWindow *native) {
+    if (native->input_context) {
+        return;
+    }
+    if (!input_method) {
+        open_input_method();
+    }
+    if (input_method) {
+        native->input_context = XCreateIC(input_method, XNInputStyle, XIMPreeditNothing | XIMStatusNothing,
+                                          XNClientWindow, native->id, XNFocusWindow, native->id, nullptr);
+    }
+    if (native->input_context) {
+        XSetICFocus(native->input_context);
+    }
+}
+
+void keys_close_input(NativeWindow *native) {
+    if (native->input_context) {
+        XDestroyIC(native->input_context);
+        native->input_context = nullptr;
+    }
+}
+
+void keys_pressed(PlatformWindow *window, XKeyEvent *event) {
+    constexpr uint32_t keycode_of_text = 0; // an input method hands over what it has put together
+    uint32_t keycode = event->keycode % keycode_count;
+    if (keycode != keycode_of_text) {
+        uint16_t code = code_of_key(*event);
+        bool was_down = codes_down[keycode] != 0 || (code != 0 && is_down(code));
+        codes_down[keycode] = code ? code : code_of_unknown;
+        if (code != 0) {
+            window_key(window, code, was_down ? KEY_REPEATED : KEY_PRESSED);
+        }
+        if (!window_is_alive(window) || is_shortcut(event->state)) {
+            return;
+        }
+        if (event->state & ControlMask) {
+            int32_t character = control_character(code);
+            if (character >= 0) {
+                window_character(window, static_cast<uint32_t>(character));
+            }
+            return;
+        }
+    }
+    type_key(window, native_window(window)->input_context, event);
+}
+
+void keys_mapping_changed(XMappingEvent *event) {
+    XRefreshKeyboardMapping(event);
+}

@@ -1,0 +1,154 @@
+#include "os/linux/selection.h"
+
+#include <string.h>
+#include <time.h>
+
+#include "os/linux/clipboard.h"
+#include "os/linux/x11.h"
+#include "os/memory.h"
+
+namespace {
+
+constexpr int64_t step_ms = 1000;     // between two signs of life of an owner
+constexpr int64_t transfer_ms = 5000; // for a whole transfer in pieces
+
+int64_t now_ms() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+int64_t smaller(int64_t a, int64_t b) {
+    return a < b ? a : b;
+}
+
+// ---- Waiting ----
+
+struct Request {
+    Atom selection;
+    Atom target;
+    Time time;
+};
+
+bool is_answer(const Request &request, const XEvent &event) {
+    const XSelectionEvent &answer = event.xselection;
+    return event.type == SelectionNotify && answer.requestor == x11_helper_window() &&
+           answer.selection == request.selection && answer.target == request.target &&
+           (answer.time == request.time || answer.time == CurrentTime); // not the late answer to another one
+}
+
+bool is_new_piece(const XEvent &event) {
+    return event.type == PropertyNotify && event.xproperty.window == x11_helper_window() &&
+           event.xproperty.atom == x11_atom(ATOM_OWN_SELECTION) && event.xproperty.state == PropertyNewValue;
+}
+
+Bool concerns_selections(Display *, XEvent *event, XPointer) {
+    return (event->type == SelectionNotify && event->xselection.requestor == x11_helper_window()) ||
+           is_new_piece(*event) || clipboard_is_event(*event);
+}
+
+// Takes the next event of a selection out of the queue. Returns false when there is none before end_ms.
+bool next_event(int64_t end_ms, XEvent *event) {
+    int64_t left = end_ms - now_ms();
+    return left > 0 && x11_wait_for_event(event, concerns_selections, nullptr, static_cast<uint32_t>(left));
+}
+
+// ---- Pieces ----
+
+uint64_t size_of(const X11Property &property) {
+    uint64_t item = property.format == 32 ? sizeof(long) : static_cast<uint64_t>(property.format) / 8;
+    return property.count * item;
+}
+
+// Adds the property's bytes to the data, with a zero after them. Returns false when out of memory; what there
+// was stays.
+bool add_piece(const X11Property &property, SelectionData *data) {
+    uint64_t size = size_of(property);
+    uint64_t count = data->bytes.count + size;
+    char *bytes = data->bytes.data;
+    if (!bytes) {
+        bytes = static_cast<char *>(os_alloc(count + 1));
+    } else if (count >= os_alloc_size(bytes)) {
+        bytes = static_cast<char *>(os_realloc(bytes, count * 2));
+    }
+    if (!bytes) {
+        return false;
+    }
+    memcpy(bytes + data->bytes.count, property.bytes, size);
+    bytes[count] = 0;
+    *data = {{count, bytes}, property.type, property.format};
+    return true;
+}
+
+// Receives what the owner sends in pieces; an empty one is the end.
+SelectionResult read_pieces(uint64_t longest, SelectionData *data) {
+    int64_t end_ms = now_ms() + transfer_ms;
+    XEvent event;
+    while (next_event(smaller(now_ms() + step_ms, end_ms), &event)) {
+        if (!is_new_piece(event)) {
+            clipboard_handle_event(event);
+            continue;
+        }
+        X11Property piece;
+        if (!x11_read_property(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), longest, true, &piece)) {
+            return SELECTION_REFUSED;
+        }
+        bool is_added = data->bytes.count + size_of(piece) <= longest && add_piece(piece, data);
+        XFree(piece.bytes);
+        if (!is_added) {
+            return SELECTION_REFUSED;
+        }
+        if (piece.count == 0) {
+            return SELECTION_READ;
+        }
+    }
+    return SELECTION_SILENT;
+}
+
+// Receives an answer that has arrived, or has begun to.
+SelectionResult read_answer(uint64_t longest, SelectionData *data) {
+    X11Property answer;
+    if (!x11_read_property(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), longest, true, &answer)) {
+        return SELECTION_REFUSED;
+    }
+    bool is_whole = answer.type != x11_atom(ATOM_INCR);
+    bool is_added = is_whole && add_piece(answer, data);
+    XFree(answer.bytes);
+    if (is_whole) {
+        return is_added ? SELECTION_READ : SELECTION_REFUSED;
+    }
+    return read_pieces(longest, data);
+}
+
+} // namespace
+
+SelectionResult selection_request(Atom selection, Atom target, Time time, int64_t wait_ms) {
+    Request request = {selection, target, time};
+    XConvertSelection(x11_display(), selection, target, x11_atom(ATOM_OWN_SELECTION), x11_helper_window(),
+                      time);
+    int64_t end_ms = now_ms() + wait_ms;
+    XEvent event;
+    while (next_event(end_ms, &event)) {
+        if (is_answer(request, event)) {
+            return event.xselection.property == None ? SELECTION_REFUSED : SELECTION_READ;
+        }
+        clipboard_handle_event(event);
+    }
+    return SELECTION_SILENT;
+}
+
+SelectionResult selection_read(Atom selection, Atom target, Time time, uint64_t longest,
+                               SelectionData *result) {
+    *result = {};
+    XDeleteProperty(x11_display(), x11_helper_window(), x11_atom(ATOM_OWN_SELECTION)); // of a late answer
+    SelectionResult outcome = selection_request(selection, target, time, step_ms);
+    if (outcome == SELECTION_READ) {
+        outcome = read_answer(longest, result);
+        XDeleteProperty(x11_display(), x11_helper_window(), x11_atom(ATOM_OWN_SELECTION)); // if too long
+    }
+    if (outcome != SELECTION_READ) {
+        os_free(result->bytes.data);
+        *result = {};
+    }
+    return outcome;
+}

@@ -1,0 +1,808 @@
+#include "os/window.h"
+
+#include <errno.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <X11/Xatom.h>
+#include <X11/Xcursor/Xcursor.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/Xfixes.h>
+#include <X11/extensions/shapeconst.h>
+
+#include "os/linux/clipboard.h"
+#include "os/linux/drop.h"
+#include "os/linux/icon.h"
+#include "os/linux/keys.h"
+#include "os/linux/native_window.h"
+#include "os/linux/x11.h"
+#include "os/linux/xsettings.h"
+#include "os/memory.h"
+#include "os/window_events.h"
+
+// ---- The open windows ----
+
+namespace {
+
+NativeWindow *first_window;
+PlatformWindow *focused_window;              // null: none of ours
+uint32_t current_cursor = CURSOR_TABLE_SIZE; // of all open windows; that one: not set yet
+
+void *handle_of(Window id) {
+    return reinterpret_cast<void *>(id);
+}
+
+// What a window manager is asked for may take it this long, or it does not do it.
+constexpr uint32_t window_manager_ms = 200;
+
+} // namespace
+
+NativeWindow *native_window(const PlatformWindow *window) {
+    return static_cast<NativeWindow *>(window->device_context);
+}
+
+NativeWindow *native_windows() {
+    return first_window;
+}
+
+// ---- Place and size as the server has them ----
+
+namespace {
+
+WindowGeometry geometry_of(const NativeWindow *native) {
+    Point origin = primary_monitor_origin();
+    Rect client = native->client;
+    const FrameExtents &extents = native->extents;
+    client.x -= origin.x;
+    client.y -= origin.y;
+    if (native->is_minimized) {
+        client.width = client.height = 0;
+    }
+    Rect outer = {client.x - extents.left, client.y - extents.top,
+                  client.width + extents.left + extents.right, client.height + extents.top + extents.bottom};
+    return {outer, client};
+}
+
+// Takes over where the window is, and tells of what has changed; of both when tells_all.
+void tell_geometry(PlatformWindow *window, bool tells_all) {
+    WindowGeometry geometry = geometry_of(native_window(window));
+    const Rect &client = geometry.client;
+    bool is_resized =
+        tells_all || client.width != window->client_size.width || client.height != window->client_size.height;
+    bool is_moved =
+        tells_all || client.x != window->client_position.x || client.y != window->client_position.y;
+    window_set_geometry(window, geometry);
+    if (is_resized) {
+        window_resized(window, geometry, static_cast<uint16_t>(client.width),
+                       static_cast<uint16_t>(client.height));
+    }
+    if (is_moved && window_is_alive(window)) {
+        window_moved(window, geometry, static_cast<uint16_t>(client.x), static_cast<uint16_t>(client.y));
+    }
+}
+
+// Asks the server where the client area is: other events name its place in the window manager's frame.
+void read_position(NativeWindow *native) {
+    Window child = None;
+    XTranslateCoordinates(x11_display(), native->id, DefaultRootWindow(x11_display()), 0, 0,
+                          &native->client.x, &native->client.y, &child);
+}
+
+void configured(PlatformWindow *window, const XConfigureEvent &event) {
+    NativeWindow *native = native_window(window);
+    native->client.width = event.width;
+    native->client.height = event.height;
+    if (event.send_event && native->is_mapped) { // the window manager's own, in the server's coordinates
+        native->client.x = event.x;
+        native->client.y = event.y;
+    } else {
+        read_position(native);
+    }
+    tell_geometry(window, false);
+}
+
+// Whatever another program has written, a frame is not larger.
+constexpr unsigned long most_frame_extent = 1024;
+
+void read_frame_extents(NativeWindow *native) {
+    unsigned long extents[4] = {};
+    if (x11_read_numbers(native->id, x11_atom(ATOM_NET_FRAME_EXTENTS), XA_CARDINAL, extents, 4) != 4) {
+        return;
+    }
+    for (unsigned long extent : extents) {
+        if (extent > most_frame_extent) {
+            return;
+        }
+    }
+    native->extents = {static_cast<int32_t>(extents[0]), static_cast<int32_t>(extents[1]),
+                       static_cast<int32_t>(extents[2]), static_cast<int32_t>(extents[3])};
+}
+
+void read_state(PlatformWindow *window) {
+    NativeWindow *native = native_window(window);
+    unsigned long state[2] = {};
+    Atom property = x11_atom(ATOM_WM_STATE);
+    if (x11_read_numbers(native->id, property, property, state, 2) == 0) {
+        return;
+    }
+    bool was_minimized = native->is_minimized;
+    native->is_minimized = state[0] == IconicState;
+    if (native->is_minimized != was_minimized) {
+        tell_geometry(window, was_minimized);
+    }
+}
+
+} // namespace
+
+// ---- Events ----
+
+namespace {
+
+Point on_screen(int x_root, int y_root) {
+    Point origin = primary_monitor_origin();
+    return {x_root - origin.x, y_root - origin.y};
+}
+
+// The server may tell of the pointer once more where it is already.
+void pointer_moved(PlatformWindow *window, int x_root, int y_root) {
+    NativeWindow *native = native_window(window);
+    bool has_come_in = window->input_flags & WINDOW_INPUT_POINTER_INSIDE;
+    if (!has_come_in || native->pointer.x != x_root || native->pointer.y != y_root) {
+        native->pointer = {x_root, y_root};
+        window_pointer_moved(window, on_screen(x_root, y_root));
+    }
+}
+
+void pointer_left(PlatformWindow *window, int x_root, int y_root) {
+    if (window->input_flags & WINDOW_INPUT_POINTER_INSIDE) {
+        window_pointer_left(window, on_screen(x_root, y_root));
+    }
+}
+
+DoublePressLimits double_press_limits() {
+    int32_t time_ms = 500;
+    int32_t distance = 4;
+    xsettings_number("Net/DoubleClickTime", &time_ms);
+    xsettings_number("Net/DoubleClickDistance", &distance);
+    return {static_cast<uint32_t>(time_ms), distance, distance};
+}
+
+constexpr uint16_t buttons[] = {0, MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}; // by the server's number
+constexpr int32_t wheel_step = 120;
+
+// The server keeps the pointer's events with the window while a button is held. A notch of the wheel is a
+// press of a button of its own.
+void button_pressed(PlatformWindow *window, const XButtonEvent &event) {
+    Point position = on_screen(event.x_root, event.y_root);
+    if (event.button == Button4 || event.button == Button5) {
+        window_wheel_turned(window, position, event.button == Button4 ? wheel_step : -wheel_step);
+    } else if (event.button >= Button1 && event.button <= Button3) {
+        native_window(window)->held_buttons |= 1u << event.button;
+        window_button_pressed(window, buttons[event.button], position, {event.x, event.y},
+                              static_cast<uint32_t>(event.time), double_press_limits());
+    }
+}
+
+void button_released(PlatformWindow *window, const XButtonEvent &event) {
+    if (event.button < Button1 || event.button > Button3) {
+        return;
+    }
+    NativeWindow *native = native_window(window);
+    native->held_buttons &= ~(1u << event.button);
+    window_button_released(window, buttons[event.button], on_screen(event.x_root, event.y_root));
+    Rect client = {0, 0, native->client.width, native->client.height};
+    if (window_is_alive(window) && native->held_buttons == 0 && !is_inside(client, {event.x, event.y})) {
+        pointer_left(window, event.x_root, event.y_root); // held back while the button was held
+    }
+}
+
+void crossed(PlatformWindow *window, const XCrossingEvent &event) {
+    if (event.detail == NotifyInferior) {
+        return;
+    }
+    if (event.type == EnterNotify) {
+        pointer_moved(window, event.x_root, event.y_root);
+    } else if (native_window(window)->held_buttons == 0) {
+        pointer_left(window, event.x_root, event.y_root);
+    }
+}
+
+// A grab of the keyboard is no change of the focus, nor is the pointer's place.
+void focus_changed(PlatformWindow *window, const XFocusChangeEvent &event) {
+    if (event.mode == NotifyGrab || event.mode == NotifyUngrab || event.detail == NotifyInferior ||
+        event.detail >= NotifyPointer) {
+        return;
+    }
+    NativeWindow *native = native_window(window);
+    keys_forget_down();
+    focused_window = event.type == FocusIn ? window : nullptr;
+    if (event.type == FocusIn) {
+        if (native->input_context) {
+            XSetICFocus(native->input_context);
+        }
+        window_focus_gained(window);
+    } else {
+        if (native->input_context) {
+            XUnsetICFocus(native->input_context);
+        }
+        window_focus_lost(window);
+    }
+}
+
+// The window manager asks to close, or whether the program still answers.
+void asked(PlatformWindow *window, XEvent *event) {
+    if (event->xclient.message_type != x11_atom(ATOM_WM_PROTOCOLS) || event->xclient.format != 32) {
+        return;
+    }
+    Atom protocol = static_cast<Atom>(event->xclient.data.l[0]);
+    if (protocol == x11_atom(ATOM_WM_DELETE_WINDOW)) {
+        window_closed(window);
+    } else if (protocol == x11_atom(ATOM_NET_WM_PING)) {
+        Window root = DefaultRootWindow(x11_display());
+        event->xclient.window = root;
+        XSendEvent(x11_display(), root, False, SubstructureNotifyMask | SubstructureRedirectMask, event);
+    }
+}
+
+void property_changed(PlatformWindow *window, const XPropertyEvent &event) {
+    if (event.atom == x11_atom(ATOM_WM_STATE)) {
+        read_state(window);
+    } else if (event.atom == x11_atom(ATOM_NET_FRAME_EXTENTS)) {
+        read_frame_extents(native_window(window));
+        read_position(native_window(window));
+        tell_geometry(window, false);
+    }
+}
+
+void handle_window_event(PlatformWindow *window, XEvent *event) {
+    NativeWindow *native = native_window(window);
+    switch (event->type) {
+    case ConfigureNotify:
+        configured(window, event->xconfigure);
+        break;
+    case MapNotify:
+        native->is_mapped = true;
+        native->is_minimized = false;
+        read_position(native); // the window manager's frame has come in between
+        tell_geometry(window, true);
+        break;
+    case UnmapNotify:
+        native->is_mapped = false;
+        break;
+    case DestroyNotify:
+        native->id = None;
+        window_closed(window);
+        break;
+    case Expose:
+        native_frame_refresh(
+            native, {event->xexpose.x, event->xexpose.y, event->xexpose.width, event->xexpose.height});
+        break;
+    case PropertyNotify:
+        property_changed(window, event->xproperty);
+        break;
+    case FocusIn:
+    case FocusOut:
+        focus_changed(window, event->xfocus);
+        break;
+    case ClientMessage:
+        asked(window, event);
+        break;
+    case KeyPress:
+        keys_pressed(window, &event->xkey);
+        break;
+    case KeyRelease:
+        keys_released(window, event->xkey);
+        break;
+    case MotionNotify:
+        pointer_moved(window, event->xmotion.x_root, event->xmotion.y_root);
+        break;
+    case EnterNotify:
+    case LeaveNotify:
+        crossed(window, event->xcrossing);
+        break;
+    case ButtonPress:
+        button_pressed(window, event->xbutton);
+        break;
+    case ButtonRelease:
+        button_released(window, event->xbutton);
+        break;
+    }
+}
+
+void note_time(const XEvent &event) {
+    switch (event.type) {
+    case KeyPress:
+    case KeyRelease:
+        x11_note_time(event.xkey.time);
+        break;
+    case ButtonPress:
+    case ButtonRelease:
+        x11_note_time(event.xbutton.time);
+        break;
+    case MotionNotify:
+        x11_note_time(event.xmotion.time);
+        break;
+    case EnterNotify:
+    case LeaveNotify:
+        x11_note_time(event.xcrossing.time);
+        break;
+    case PropertyNotify:
+        x11_note_time(event.xproperty.time);
+        break;
+    }
+}
+
+// Returns whether the event counts as a message. The end of presenting does not: it would ask for the next
+// frame.
+bool handle(XEvent *event) {
+    if (native_frame_handle_event(*event)) {
+        return false;
+    }
+    if (event->type == MappingNotify) {
+        keys_mapping_changed(&event->xmapping);
+        return true;
+    }
+    if (event->type == KeymapNotify) { // it names no window
+        if (focused_window) {
+            keys_down_told(focused_window, event->xkeymap);
+        }
+        return true;
+    }
+    note_time(*event);
+    PlatformWindow *window = window_from_handle(handle_of(event->xany.window));
+    if (event->type == KeyPress && window) {
+        keys_open_input(native_window(window)); // not earlier: reading the Compose keys takes time
+    }
+    if (XFilterEvent(event, None)) {
+        return true;
+    }
+    if (!clipboard_handle_event(*event) && !drop_handle_event(*event, window) && window) {
+        handle_window_event(window, event);
+    }
+    return true;
+}
+
+} // namespace
+
+// ---- Creation ----
+
+namespace {
+
+bool is_frameless(uint16_t flags) {
+    return flags & (WINDOW_FLAG_BORDERLESS | WINDOW_FLAG_POPUP);
+}
+
+void set_atoms(const NativeWindow *native, Atom property, const Atom *atoms, int32_t count) {
+    XChangeProperty(x11_display(), native->id, property, XA_ATOM, 32, PropModeReplace,
+                    reinterpret_cast<const uint8_t *>(atoms), count);
+}
+
+// Says whether the window manager is to draw a frame.
+void set_frame_hint(const NativeWindow *native, bool has_frame) {
+    constexpr unsigned long decorations_are_told = 2;
+    unsigned long hints[5] = {decorations_are_told, 0, has_frame, 0, 0};
+    Atom property = x11_atom(ATOM_MOTIF_WM_HINTS);
+    XChangeProperty(x11_display(), native->id, property, property, 32, PropModeReplace,
+                    reinterpret_cast<const uint8_t *>(hints), 5);
+}
+
+// The place that a window has is the client area's, whatever its frame. Until it is placed the window manager
+// chooses the place.
+void set_size_hints(const NativeWindow *native, uint16_t flags, bool is_placed) {
+    XSizeHints hints = {};
+    hints.flags = PWinGravity | (is_placed ? USPosition | PPosition : 0);
+    hints.win_gravity = StaticGravity;
+    hints.x = native->client.x;
+    hints.y = native->client.y;
+    if (flags & WINDOW_FLAG_FIXED_SIZE) {
+        hints.flags |= PMinSize | PMaxSize;
+        hints.min_width = hints.max_width = native->client.width;
+        hints.min_height = hints.max_height = native->client.height;
+    }
+    XSetWMNormalHints(x11_display(), native->id, &hints);
+}
+
+// The states that a window begins with; the window manager forgets them when it is hidden.
+void set_first_states(const NativeWindow *native, uint16_t flags) {
+    Atom states[2];
+    int32_t count = 0;
+    if (flags & WINDOW_FLAG_TOPMOST) {
+        states[count++] = x11_atom(ATOM_NET_WM_STATE_ABOVE);
+    }
+    if ((flags & WINDOW_FLAG_TOOLWINDOW) && !(flags & WINDOW_FLAG_APPWINDOW)) {
+        states[count++] = x11_atom(ATOM_NET_WM_STATE_SKIP_TASKBAR);
+    }
+    set_atoms(native, x11_atom(ATOM_NET_WM_STATE), states, count);
+}
+
+// What the window manager and other programs read. title is zero-terminated UTF-8.
+void set_properties(const NativeWindow *native, const char *title, uint16_t flags) {
+    Display *display = x11_display();
+    XWMHints hints = {};
+    hints.flags = InputHint | StateHint;
+    hints.input = True;
+    hints.initial_state = NormalState;
+    XClassHint class_hint = {program_invocation_short_name, program_invocation_short_name};
+    Xutf8SetWMProperties(display, native->id, title, title, nullptr, 0, nullptr, &hints, &class_hint);
+    XChangeProperty(display, native->id, x11_atom(ATOM_NET_WM_NAME), x11_atom(ATOM_UTF8_STRING), 8,
+                    PropModeReplace, reinterpret_cast<const uint8_t *>(title),
+                    static_cast<int>(strlen(title)));
+    unsigned long process = static_cast<unsigned long>(getpid());
+    XChangeProperty(display, native->id, x11_atom(ATOM_NET_WM_PID), XA_CARDINAL, 32, PropModeReplace,
+                    reinterpret_cast<const uint8_t *>(&process), 1);
+    Atom protocols[] = {x11_atom(ATOM_WM_DELETE_WINDOW), x11_atom(ATOM_NET_WM_PING)};
+    XSetWMProtocols(display, native->id, protocols, 2);
+    if (flags & WINDOW_FLAG_TOOLWINDOW) {
+        Atom type = x11_atom(ATOM_NET_WM_WINDOW_TYPE_UTILITY);
+        set_atoms(native, x11_atom(ATOM_NET_WM_WINDOW_TYPE), &type, 1);
+    }
+    set_frame_hint(native, !is_frameless(flags));
+    set_size_hints(native, flags, flags & WINDOW_FLAG_BORDERLESS);
+    set_first_states(native, flags);
+    icon_set(native->id);
+}
+
+bool has_pixels_of_ours(const Visual *visual) {
+    return visual->red_mask == 0xFF0000 && visual->green_mask == 0xFF00 && visual->blue_mask == 0xFF;
+}
+
+// Finds how the server is to store the pixels: as the framebuffer does, and for a layered window with alpha
+// as well. Returns whether it can.
+bool choose_visual(NativeWindow *native, bool is_layered) {
+    Display *display = x11_display();
+    XVisualInfo found;
+    native->visual = DefaultVisual(display, DefaultScreen(display));
+    native->depth = DefaultDepth(display, DefaultScreen(display));
+    int depth = is_layered ? 32 : 24;
+    if (native->depth != depth &&
+        XMatchVisualInfo(display, DefaultScreen(display), depth, TrueColor, &found)) {
+        native->visual = found.visual;
+        native->depth = depth;
+    }
+    return native->depth >= 24 && has_pixels_of_ours(native->visual);
+}
+
+int is_new_frame_extents(Display *, XEvent *event, XPointer argument) {
+    return event->type == PropertyNotify &&
+           event->xproperty.window == reinterpret_cast<const NativeWindow *>(argument)->id &&
+           event->xproperty.atom == x11_atom(ATOM_NET_FRAME_EXTENTS);
+}
+
+bool is_supported(Atom atom) {
+    constexpr uint64_t most = 1024;
+    unsigned long supported[most];
+    uint64_t count = x11_read_numbers(DefaultRootWindow(x11_display()), x11_atom(ATOM_NET_SUPPORTED), XA_ATOM,
+                                      supported, most);
+    for (uint64_t i = 0; i < count; i++) {
+        if (supported[i] == atom) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void send_to_root(const NativeWindow *native, Atom type, long first, long second, long third, long fourth) {
+    Window root = DefaultRootWindow(x11_display());
+    XEvent event = {};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = native->id;
+    event.xclient.message_type = type;
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = first;
+    event.xclient.data.l[1] = second;
+    event.xclient.data.l[2] = third;
+    event.xclient.data.l[3] = fourth;
+    XSendEvent(x11_display(), root, False, SubstructureNotifyMask | SubstructureRedirectMask, &event);
+}
+
+// Finds out how wide the frame of a window is that is not on the screen yet.
+void ask_frame_extents(NativeWindow *native, uint16_t flags) {
+    native->extents = {};
+    if (!is_frameless(flags) && is_supported(x11_atom(ATOM_NET_REQUEST_FRAME_EXTENTS))) {
+        send_to_root(native, x11_atom(ATOM_NET_REQUEST_FRAME_EXTENTS), 0, 0, 0, 0);
+        XEvent event;
+        x11_wait_for_event(&event, is_new_frame_extents, native, window_manager_ms);
+        read_frame_extents(native);
+    }
+}
+
+int32_t valid_length(int32_t length) {
+    constexpr int32_t most = INT16_MAX; // the server has no larger windows
+    return length < 1 ? 1 : length > most ? most : length;
+}
+
+// Creates the server's window. Returns whether it did.
+bool create_native(NativeWindow *native, Size size, const char *title, uint16_t flags) {
+    bool is_layered = flags & WINDOW_FLAG_LAYERED;
+    if (!choose_visual(native, is_layered)) {
+        return false;
+    }
+    Display *display = x11_display();
+    Window root = DefaultRootWindow(display);
+    Point origin = primary_monitor_origin();
+    native->client = {origin.x, origin.y, valid_length(size.width), valid_length(size.height)};
+    XSetWindowAttributes attributes = {};
+    attributes.background_pixmap = None; // what was shown stays until the next frame
+    attributes.border_pixel = 0;
+    attributes.bit_gravity = NorthWestGravity;
+    attributes.colormap = XCreateColormap(display, root, native->visual, AllocNone);
+    attributes.event_mask = KeyPressMask | KeyReleaseMask | KeymapStateMask | ButtonPressMask |
+                            ButtonReleaseMask | PointerMotionMask | EnterWindowMask | LeaveWindowMask |
+                            ExposureMask | StructureNotifyMask | PropertyChangeMask | FocusChangeMask;
+    x11_trap_errors();
+    native->id = XCreateWindow(
+        display, root, native->client.x, native->client.y, static_cast<uint32_t>(native->client.width),
+        static_cast<uint32_t>(native->client.height), 0, native->depth, InputOutput, native->visual,
+        CWBackPixmap | CWBorderPixel | CWBitGravity | CWColormap | CWEventMask, &attributes);
+    XFreeColormap(display, attributes.colormap); // the window's alone
+    if (x11_untrap_errors()) {
+        return false;
+    }
+    native->graphics_context = XCreateGC(display, native->id, 0, nullptr);
+    XSetGraphicsExposures(display, native->graphics_context, False);
+    set_properties(native, title, flags);
+    if (flags & WINDOW_FLAG_CLICK_THROUGH) {
+        XserverRegion nothing = XFixesCreateRegion(display, nullptr, 0);
+        XFixesSetWindowShapeRegion(display, native->id, ShapeInput, 0, 0, nothing);
+        XFixesDestroyRegion(display, nothing);
+    }
+    ask_frame_extents(native, flags);
+    return true;
+}
+
+// A zero-terminated copy of the title, the caller's; null when out of memory.
+char *title_of(Str title) {
+    Str text = title.count > 0 ? title : str_from("Window");
+    char *copy = static_cast<char *>(os_alloc_zero(text.count + 1));
+    if (copy) {
+        memcpy(copy, text.data, text.count);
+    }
+    return copy;
+}
+
+void destroy_native(NativeWindow *native) {
+    keys_close_input(native);
+    native_frame_free(native);
+    XFreeGC(x11_display(), native->graphics_context);
+    if (native->id != None) { // another program may have destroyed it
+        XDestroyWindow(x11_display(), native->id);
+    }
+    XFlush(x11_display());
+}
+
+} // namespace
+
+PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags) {
+    if (!x11_display()) {
+        return nullptr;
+    }
+    if (!first_window) {
+        keys_init();
+    }
+    Size size = flags & WINDOW_FLAG_BORDERLESS ? Size{100, 100} : Size{width, height};
+    PlatformWindow *window = static_cast<PlatformWindow *>(os_alloc_zero(sizeof(PlatformWindow)));
+    NativeWindow *native = static_cast<NativeWindow *>(os_alloc_zero(sizeof(NativeWindow)));
+    char *text = title_of(title);
+    bool is_created = window && native && text && create_native(native, size, text, flags);
+    if (is_created) {
+        window->handle = handle_of(native->id);
+        window->device_context = native;
+    }
+    if (!is_created || !window_list_add(window)) {
+        if (is_created) {
+            destroy_native(native);
+        }
+        os_free(text);
+        os_free(native);
+        os_free(window);
+        return nullptr;
+    }
+    os_free(text);
+    native->next = first_window;
+    first_window = native;
+    current_cursor = CURSOR_TABLE_SIZE;
+    drop_accept(window);
+    window->flags = flags | WINDOW_FLAG_ALIVE | WINDOW_FLAG_FOCUS;
+    window_set_geometry(window, geometry_of(native));
+    if (flags & WINDOW_FLAG_FRAMEBUFFER) {
+        framebuffer_resize(&window->framebuffer, window->client_size);
+    }
+    if (!(flags & WINDOW_FLAG_HIDDEN)) {
+        os_window_show(window, 1);
+    }
+    return window;
+}
+
+void window_destroy_native(PlatformWindow *window) {
+    NativeWindow *native = native_window(window);
+    NativeWindow **link = &first_window;
+    while (*link != native) {
+        link = &(*link)->next;
+    }
+    *link = native->next;
+    if (focused_window == window) {
+        focused_window = nullptr;
+    }
+    destroy_native(native);
+    os_free(native);
+    window->device_context = nullptr;
+    if (!first_window) {
+        clipboard_hand_over();
+    }
+}
+
+// ---- The pump and presentation ----
+
+uint32_t os_pump_messages() {
+    Display *display = x11_display();
+    uint32_t count = 0;
+    while (display && XPending(display) > 0) {
+        XEvent event;
+        XNextEvent(display, &event);
+        count += handle(&event);
+    }
+    return count;
+}
+
+void window_present(const PlatformWindow *window, Rect to, Rect from) {
+    native_frame_show(native_window(window), window->client_size, window->framebuffer, to, from,
+                      window->flags & WINDOW_FLAG_LAYERED);
+}
+
+// ---- Place, size and frame ----
+
+Size window_outer_size(const PlatformWindow *window, Size client_size) {
+    const FrameExtents &extents = native_window(window)->extents;
+    return {client_size.width + extents.left + extents.right,
+            client_size.height + extents.top + extents.bottom};
+}
+
+namespace {
+
+int is_configured(Display *, XEvent *event, XPointer argument) {
+    return event->type == ConfigureNotify &&
+           event->xconfigure.window == reinterpret_cast<const NativeWindow *>(argument)->id;
+}
+
+bool is_same(const Rect &a, const Rect &b) {
+    return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
+}
+
+} // namespace
+
+void window_place(PlatformWindow *window, Rect outer) {
+    NativeWindow *native = native_window(window);
+    const FrameExtents &extents = native->extents;
+    Point origin = primary_monitor_origin();
+    Rect client = {outer.x + extents.left + origin.x, outer.y + extents.top + origin.y,
+                   valid_length(outer.width - extents.left - extents.right),
+                   valid_length(outer.height - extents.top - extents.bottom)};
+    if (is_same(client, native->client)) {
+        return;
+    }
+    NativeWindow placed = *native;
+    placed.client = client;
+    set_size_hints(&placed, window->flags, true);
+    XMoveResizeWindow(x11_display(), native->id, client.x, client.y, static_cast<uint32_t>(client.width),
+                      static_cast<uint32_t>(client.height));
+    // The window manager of a window on the screen may decide otherwise.
+    XEvent event;
+    while (window_is_alive(window) && !is_same(client, native->client) &&
+           x11_wait_for_event(&event, is_configured, native, window_manager_ms)) {
+        configured(window, event.xconfigure);
+    }
+}
+
+void os_window_show(PlatformWindow *window, bool visible) {
+    if (!window_is_alive(window)) {
+        return;
+    }
+    NativeWindow *native = native_window(window);
+    if (!visible) {
+        XWithdrawWindow(x11_display(), native->id, DefaultScreen(x11_display()));
+    } else if (!native->is_mapped) {
+        set_first_states(native, window->flags);
+        XMapRaised(x11_display(), native->id);
+    }
+    XFlush(x11_display());
+}
+
+void native_window_set_state(const NativeWindow *native, Atom state, bool is_added) {
+    constexpr long from_program = 1;
+    send_to_root(native, x11_atom(ATOM_NET_WM_STATE), is_added, static_cast<long>(state), 0, from_program);
+    XFlush(x11_display());
+}
+
+void native_window_activate(const NativeWindow *native) {
+    if (is_supported(x11_atom(ATOM_NET_ACTIVE_WINDOW))) {
+        constexpr long from_program = 1;
+        send_to_root(native, x11_atom(ATOM_NET_ACTIVE_WINDOW), from_program,
+                     static_cast<long>(x11_last_time()), 0, 0);
+    } else {
+        XRaiseWindow(x11_display(), native->id);
+        XSetInputFocus(x11_display(), native->id, RevertToParent, CurrentTime);
+    }
+    XFlush(x11_display());
+}
+
+void native_window_set_frame(PlatformWindow *window) {
+    NativeWindow *native = native_window(window);
+    set_frame_hint(native, !is_frameless(window->flags));
+    if (!native->is_mapped) {
+        ask_frame_extents(native, window->flags);
+        return;
+    }
+    XEvent event;
+    if (x11_wait_for_event(&event, is_new_frame_extents, native, window_manager_ms)) {
+        read_frame_extents(native);
+    }
+}
+
+// ---- Mouse ----
+
+namespace {
+
+// Names of cursors in themes, and of the server's own ones.
+struct CursorNames {
+    const char *theme;
+    const char *server;
+};
+const CursorNames cursor_names[] = {
+    {nullptr, nullptr},
+    {"default", "left_ptr"},
+    {"pointer", "hand2"},
+    {"wait", "watch"},
+    {"text", "xterm"},
+    {"crosshair", "crosshair"},
+    {"not-allowed", "X_cursor"},
+    {"help", "question_arrow"},
+    {"all-scroll", "fleur"},
+    {"ew-resize", "sb_h_double_arrow"},
+    {"ns-resize", "sb_v_double_arrow"},
+    {"nwse-resize", "bottom_right_corner"},
+    {"nesw-resize", "bottom_left_corner"},
+};
+
+Cursor cursors[CURSOR_TABLE_SIZE]; // those that were asked for
+
+Cursor create_empty_cursor() {
+    Display *display = x11_display();
+    static const char no_bits[1] = {};
+    Pixmap pixmap = XCreateBitmapFromData(display, DefaultRootWindow(display), no_bits, 1, 1);
+    XColor black = {};
+    Cursor cursor = XCreatePixmapCursor(display, pixmap, pixmap, &black, &black, 0, 0);
+    XFreePixmap(display, pixmap);
+    return cursor;
+}
+
+Cursor load_cursor(uint32_t index) {
+    constexpr uint32_t named = sizeof(cursor_names) / sizeof(cursor_names[0]);
+    if (index >= named || !cursor_names[index].theme) {
+        return create_empty_cursor();
+    }
+    Cursor cursor = XcursorLibraryLoadCursor(x11_display(), cursor_names[index].theme);
+    return cursor ? cursor : XcursorLibraryLoadCursor(x11_display(), cursor_names[index].server);
+}
+
+} // namespace
+
+void os_set_cursor(uint32_t index) {
+    if (index >= CURSOR_TABLE_SIZE || index == current_cursor || !first_window) {
+        return;
+    }
+    if (!cursors[index]) {
+        cursors[index] = load_cursor(index);
+    }
+    current_cursor = index;
+    for (NativeWindow *native = first_window; native; native = native->next) {
+        XDefineCursor(x11_display(), native->id, cursors[index]);
+    }
+    XFlush(x11_display());
+}
+
+// No event tells the mouse's own movements, so there is nothing to ask the server for.
+bool raw_mouse_register(PlatformWindow *) {
+    return true;
+}
+
+void raw_mouse_unregister() {}
