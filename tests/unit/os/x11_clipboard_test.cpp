@@ -478,6 +478,55 @@ TEST(X11Clipboard, AnOwnerThatVanishesInTheMiddleHasNoText) {
     }
 }
 
+TEST(X11Clipboard, ATransferThatWasGivenUpDoesNotGetIntoTheNextOne) {
+    struct Sending {
+        Atom property;
+        std::vector<std::string> pieces;
+    };
+    OtherProgram owner([](Peer &self) {
+        self.own("CLIPBOARD");
+        self.tell("owns");
+        std::vector<Sending> all;
+        for (;;) {
+            XEvent event;
+            XNextEvent(self.display, &event);
+            const XSelectionRequestEvent &request = event.xselectionrequest;
+            if (event.type == SelectionRequest && self.name(request.target) == "TARGETS") {
+                self.answer(request, {"ATOM", 32, items({XA_STRING})});
+            } else if (event.type == SelectionRequest) {
+                XSelectInput(self.display, request.requestor, PropertyChangeMask);
+                self.answer(request, {"INCR", 32, items({3})});
+                bool is_first = all.empty();
+                std::string piece = is_first ? "old" : "new";
+                all.push_back({request.property, {piece, piece, piece, ""}});
+                if (is_first) { // busy until the text is asked for again
+                    XPeekIfEvent(
+                        self.display, &event,
+                        [](Display *, XEvent *next, XPointer) -> Bool {
+                            return next->type == SelectionRequest;
+                        },
+                        nullptr);
+                }
+            } else if (event.type == PropertyNotify && event.xproperty.state == PropertyDelete) {
+                for (Sending &sending : all) {
+                    if (sending.property == event.xproperty.atom && !sending.pieces.empty()) {
+                        std::string piece = sending.pieces.front();
+                        sending.pieces.erase(sending.pieces.begin());
+                        XChangeProperty(self.display, event.xproperty.window, sending.property, XA_STRING, 8,
+                                        PropModeReplace,
+                                        reinterpret_cast<const unsigned char *>(piece.data()),
+                                        static_cast<int>(piece.size()));
+                        break;
+                    }
+                }
+            }
+        }
+    });
+    EXPECT_EQ(owner.heard(), "owns");
+    EXPECT_EQ(got(), "(none)");
+    EXPECT_EQ(got(), "newnewnew");
+}
+
 TEST(X11Clipboard, ATransferWithoutAnEndIsGivenUp) {
     OddOwner owner([](Peer &self, const XSelectionRequestEvent &request) {
         if (self.name(request.target) == "TARGETS") {
