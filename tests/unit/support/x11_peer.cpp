@@ -78,15 +78,20 @@ void Peer::own(const std::string &selection) const {
     XSync(display, False);
 }
 
-void Peer::refuse(const XSelectionRequestEvent &request) const {
+void Peer::notify(const XSelectionRequestEvent &request, Atom property) const {
     XEvent event = {};
     event.xselection.type = SelectionNotify;
     event.xselection.requestor = request.requestor;
     event.xselection.selection = request.selection;
     event.xselection.target = request.target;
+    event.xselection.property = property;
     event.xselection.time = request.time;
     XSendEvent(display, request.requestor, False, NoEventMask, &event);
     XFlush(display);
+}
+
+void Peer::refuse(const XSelectionRequestEvent &request) const {
+    notify(request, None);
 }
 
 void Peer::answer(const XSelectionRequestEvent &request, const Contents &contents) const {
@@ -94,15 +99,7 @@ void Peer::answer(const XSelectionRequestEvent &request, const Contents &content
     XChangeProperty(display, request.requestor, request.property, atom(contents.type), contents.format,
                     PropModeReplace, reinterpret_cast<const unsigned char *>(contents.bytes.data()),
                     static_cast<int>(contents.bytes.size() / item));
-    XEvent event = {};
-    event.xselection.type = SelectionNotify;
-    event.xselection.requestor = request.requestor;
-    event.xselection.selection = request.selection;
-    event.xselection.target = request.target;
-    event.xselection.property = request.property;
-    event.xselection.time = request.time;
-    XSendEvent(display, request.requestor, False, NoEventMask, &event);
-    XFlush(display);
+    notify(request, request.property);
 }
 
 namespace {

@@ -42,6 +42,7 @@ public:
     void serve_request(const XSelectionRequestEvent &request, const std::vector<Offer> &offers,
                        size_t piece_size = 200000) const;
     void refuse(const XSelectionRequestEvent &request) const;
+    void notify(const XSelectionRequestEvent &request, Atom property) const; // that it has its answer there
     void answer(const XSelectionRequestEvent &request, const Contents &contents) const;
 
     // What the selection's owner makes of the target; nothing when it refuses.
