@@ -165,8 +165,10 @@ void Peer::convert(const std::string &selection, Atom target, Atom property) con
     XFlush(display);
 }
 
-bool Peer::is_answered() const {
-    XEvent event = wait_for([](const XEvent &candidate) { return candidate.type == SelectionNotify; });
+bool Peer::is_answered(Atom target) const {
+    XEvent event = wait_for([target](const XEvent &candidate) {
+        return candidate.type == SelectionNotify && (target == None || candidate.xselection.target == target);
+    });
     return event.xselection.property != None;
 }
 
@@ -222,7 +224,7 @@ std::optional<Contents> Peer::received(Atom property_name) const {
 std::optional<Contents> Peer::fetch(const std::string &selection, const std::string &target) const {
     Atom property_name = atom("FETCHED");
     convert(selection, atom(target), property_name);
-    return is_answered() ? received(property_name) : std::nullopt;
+    return is_answered(atom(target)) ? received(property_name) : std::nullopt;
 }
 
 std::string items(const std::vector<unsigned long> &values) {

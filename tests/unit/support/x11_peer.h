@@ -49,7 +49,9 @@ public:
     std::optional<Contents> fetch(const std::string &selection, const std::string &target) const;
     // The parts of it.
     void convert(const std::string &selection, Atom target, Atom property) const;
-    bool is_answered() const;                                      // waits for the answer
+    // Waits for the answer, to that target only if one is given: it may be one to an earlier program whose
+    // window had the same number.
+    bool is_answered(Atom target = None) const;
     std::optional<Contents> property(Atom property) const;         // of the own window; it is deleted
     std::optional<Contents> received(Atom property) const;         // with all pieces
     void set_property(Atom property, const Contents &value) const; // of the own window
