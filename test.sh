@@ -16,7 +16,7 @@ done
 
 tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck googletest libbenchmark-dev libstb-dev \
     g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth openbox xdotool xclip imagemagick x11-xserver-utils \
-    x11-utils libx11-dev libxfixes-dev python3-markdown zip unzip
+    x11-utils x11-xkb-utils libx11-dev libxext-dev libxrandr-dev libxfixes-dev libxcursor-dev libxtst-dev python3-markdown zip unzip
 tools/need_font
 
 echo "== Format"

@@ -1,4 +1,5 @@
-# What the tests that drive a real window share; they source it with $under_wine set. Makes the folder $work, which goes
+# What the tests that drive a real window share; they source it with $under_wine set, for Windows programs, or else with
+# $settings set, x11_settings. Makes the folder $work, which goes
 # when the test ends, with every process whose id stands in started.
 
 export LC_ALL=C.UTF-8 # for characters beyond ASCII
@@ -10,7 +11,12 @@ xmodmap -e 'keycode 94 = eacute' -e 'keycode 49 = U4F60'
 
 # No press of a test is too late for a double press; what is to be single is elsewhere.
 mouse='HKCU\Control Panel\Mouse'
-"$under_wine" reg add "$mouse" /v DoubleClickSpeed /t REG_SZ /d 60000 /f > /dev/null < /dev/null
+if [ -n "$under_wine" ]; then
+    "$under_wine" reg add "$mouse" /v DoubleClickSpeed /t REG_SZ /d 60000 /f > /dev/null < /dev/null
+else
+    "$settings" 60000 &
+    settings_pid=$!
+fi
 
 started=()
 undo() { :; } # what else a test has to undo
@@ -21,7 +27,11 @@ finish() {
         kill "$pid" 2> /dev/null || true
     done
     xmodmap - <<< "$old_keys"
-    "$under_wine" reg delete "$mouse" /v DoubleClickSpeed /f > /dev/null < /dev/null
+    if [ -n "$under_wine" ]; then
+        "$under_wine" reg delete "$mouse" /v DoubleClickSpeed /f > /dev/null < /dev/null
+    else
+        kill "$settings_pid"
+    fi
     rm -rf "$work"
     exit "$status"
 }

@@ -1,10 +1,24 @@
 #!/bin/bash
 # Drives a real window with real input, and compares every event with what was done, and the screen with the
-# framebuffer: window_demo_test.sh UNDER_WINE WINDOW_DEMO DROP_FILES. Needs a display with a window manager.
+# framebuffer: window_demo_test.sh UNDER_WINE WINDOW_DEMO DROP_FILES for Windows, and on Linux
+# window_demo_test.sh X11_SETTINGS WINDOW_DEMO DROP_SOURCE. Needs a display with a window manager.
 set -euo pipefail
-under_wine=$(realpath "$1")
 demo=$(realpath "$2")
-drop_files=$(realpath "$3")
+drop=$(realpath "$3")
+if [[ $demo = *.exe ]]; then
+    under_wine=$(realpath "$1")
+    run=("$under_wine")
+    drop_on=lum_sharedWindowClass
+    files=('C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b')
+    dropped='C:/code/a.txt D:/é/你 😀.txt C:/b'
+else
+    under_wine=
+    settings=$(realpath "$1")
+    run=()
+    drop_on=window_demo
+    files=('/code/a.txt' '/é/你 😀.txt' '/b')
+    dropped='/code/a.txt /é/你 😀.txt /b'
+fi
 # shellcheck source=tests/e2e/real_input.sh
 source "$(dirname "$0")/real_input.sh"
 cd "$work"
@@ -58,7 +72,7 @@ windows() {
 
 start_demo() { # EVENTS
     : > "$1"
-    "$under_wine" "$demo" picture.ppm > "$1" 2> /dev/null < /dev/null &
+    "${run[@]}" "$demo" picture.ppm > "$1" 2> /dev/null < /dev/null &
     started+=($!)
     until_true grep -q '^moved' "$1" || failed "no window"
 }
@@ -206,8 +220,8 @@ expect_same_picture "after coming back"
 
 # ---- Files, focus and the end ----
 
-act "$under_wine" "$drop_files" lum_sharedWindowClass 12 34 'C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b' < /dev/null
-expect files_dropped 'files_dropped 12 34 3 C:/code/a.txt D:/é/你 😀.txt C:/b'
+act "${run[@]}" "$drop" "$drop_on" 12 34 "${files[@]}" < /dev/null
+expect files_dropped "files_dropped 12 34 3 $dropped"
 
 act start_demo "$work/other_events"
 expect focus 'focus 0'

@@ -39,9 +39,9 @@ start_server() { # ARGUMENTS...
     Xvfb -displayfd 3 -noreset -nolisten tcp "$@" 3> number > server.log 2>&1 &
     server=$!
     started+=("$server")
-    read -r number < number
+    read -r display < number
     rm number
-    export DISPLAY=:$number
+    export DISPLAY=:$display
 }
 
 end_server() {

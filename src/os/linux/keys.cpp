@@ -378,6 +378,9 @@ void keys_open_input(NativeWindow *native) {
         native->input_context = XCreateIC(input_method, XNInputStyle, XIMPreeditNothing | XIMStatusNothing,
                                           XNClientWindow, native->id, XNFocusWindow, native->id, nullptr);
     }
+    if (native->input_context) {
+        XSetICFocus(native->input_context);
+    }
 }
 
 void keys_close_input(NativeWindow *native) {

@@ -10,8 +10,8 @@
 // without releasing them. Once, before the other functions.
 void keys_init();
 
-// Connects a window to the input method, if there is one; without one keys type what the layout has. Nothing
-// happens when it is connected.
+// Connects a window that has the focus to the input method, if there is one; without one keys type what the
+// layout has. Nothing happens when it is connected.
 void keys_open_input(NativeWindow *native);
 
 void keys_close_input(NativeWindow *native);

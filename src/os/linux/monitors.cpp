@@ -1,3 +1,4 @@
+#include <math.h>
 #include <string.h>
 
 #include <X11/Xatom.h>
@@ -52,7 +53,9 @@ void set_mode(MonitorInfo *monitor, const XRRMonitorInfo &system, XRRScreenResou
             const XRRModeInfo &mode = resources->modes[i];
             double pixels = static_cast<double>(mode.hTotal) * mode.vTotal;
             if (mode.id == crtc->mode && pixels > 0) {
-                double scans = mode.modeFlags & RR_Interlace ? 2 : mode.modeFlags & RR_DoubleScan ? 0.5 : 1;
+                double scans = (mode.modeFlags & RR_Interlace)    ? 2
+                               : (mode.modeFlags & RR_DoubleScan) ? 0.5
+                                                                  : 1;
                 rate = static_cast<double>(mode.dotClock) / pixels * scans;
             }
         }
@@ -61,7 +64,7 @@ void set_mode(MonitorInfo *monitor, const XRRMonitorInfo &system, XRRScreenResou
     if (output) {
         XRRFreeOutputInfo(output);
     }
-    uint32_t hertz = rate < 1000 ? static_cast<uint32_t>(rate + 0.5) : 0;
+    uint32_t hertz = rate < 1000 ? static_cast<uint32_t>(lround(rate)) : 0;
     monitor_set_mode(monitor, resolution, {system.width, system.height}, hertz);
 }
 

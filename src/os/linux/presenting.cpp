@@ -125,7 +125,8 @@ void copy_row(uint32_t *to, int32_t to_count, const uint32_t *from, int32_t from
         return;
     }
     for (int32_t x = 0; x < to_count; x++) {
-        to[x] = from[int64_t{x} * from_count / to_count];
+        int64_t from_x = int64_t{x} * from_count / to_count;
+        to[x] = from[from_x];
     }
 }
 
@@ -160,10 +161,11 @@ void native_frame_show(NativeWindow *native, Size client_size, const Framebuffer
         return;
     }
     for (int32_t y = 0; y < to.height; y++) {
-        int64_t from_y = from.y + int64_t{y} * from.height / to.height;
+        int64_t from_y = int64_t{y} * from.height / to.height; // below from's top
         uint32_t *row =
             reinterpret_cast<uint32_t *>(native->frame.block) + int64_t{to.y + y} * client_size.width + to.x;
-        copy_row(row, to.width, framebuffer.pixels + from_y * framebuffer.width + from.x, from.width);
+        copy_row(row, to.width, framebuffer.pixels + (from.y + from_y) * framebuffer.width + from.x,
+                 from.width);
         if (is_layered) {
             key_out_black(row, to.width);
         }

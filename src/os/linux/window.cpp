@@ -12,6 +12,7 @@
 
 #include "os/linux/clipboard.h"
 #include "os/linux/drop.h"
+#include "os/linux/icon.h"
 #include "os/linux/keys.h"
 #include "os/linux/native_window.h"
 #include "os/linux/x11.h"
@@ -145,8 +146,8 @@ Point on_screen(int x_root, int y_root) {
 // The server may tell of the pointer once more where it is already.
 void pointer_moved(PlatformWindow *window, int x_root, int y_root) {
     NativeWindow *native = native_window(window);
-    bool is_inside = window->input_flags & WINDOW_INPUT_POINTER_INSIDE;
-    if (!is_inside || native->pointer.x != x_root || native->pointer.y != y_root) {
+    bool has_come_in = window->input_flags & WINDOW_INPUT_POINTER_INSIDE;
+    if (!has_come_in || native->pointer.x != x_root || native->pointer.y != y_root) {
         native->pointer = {x_root, y_root};
         window_pointer_moved(window, on_screen(x_root, y_root));
     }
@@ -216,7 +217,6 @@ void focus_changed(PlatformWindow *window, const XFocusChangeEvent &event) {
     keys_forget_down();
     focused_window = event.type == FocusIn ? window : nullptr;
     if (event.type == FocusIn) {
-        keys_open_input(native);
         if (native->input_context) {
             XSetICFocus(native->input_context);
         }
@@ -349,10 +349,13 @@ bool handle(XEvent *event) {
         return true;
     }
     note_time(*event);
+    PlatformWindow *window = window_from_handle(handle_of(event->xany.window));
+    if (event->type == KeyPress && window) {
+        keys_open_input(native_window(window)); // not earlier: reading the Compose keys takes time
+    }
     if (XFilterEvent(event, None)) {
         return true;
     }
-    PlatformWindow *window = window_from_handle(handle_of(event->xany.window));
     if (!clipboard_handle_event(*event) && !drop_handle_event(*event, window) && window) {
         handle_window_event(window, event);
     }
@@ -436,6 +439,7 @@ void set_properties(const NativeWindow *native, const char *title, uint16_t flag
     set_frame_hint(native, !is_frameless(flags));
     set_size_hints(native, flags, flags & WINDOW_FLAG_BORDERLESS);
     set_first_states(native, flags);
+    icon_set(native->id);
 }
 
 bool has_pixels_of_ours(const Visual *visual) {

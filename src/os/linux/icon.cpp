@@ -1,0 +1,79 @@
+#include "os/linux/icon.h"
+
+#include <string.h>
+
+#include <X11/Xatom.h>
+
+#include "os/linux/x11.h"
+#include "os/memory.h"
+
+// The bytes of the program's icon file; a program without one has neither.
+extern "C" {
+extern const uint8_t program_icon[] __attribute__((weak));
+extern const uint8_t program_icon_end[] __attribute__((weak));
+}
+
+namespace {
+
+uint32_t number_at(const uint8_t *bytes, uint32_t size) {
+    uint32_t number = 0;
+    memcpy(&number, bytes, size);
+    return number;
+}
+
+constexpr uint32_t directory_size = 6;
+constexpr uint64_t entry_size = 16;
+constexpr uint32_t header_size = 40;
+
+// The bitmap of an icon's picture, whose pixels follow a header, the lowest row first; null for a picture of
+// another kind.
+const uint8_t *bitmap_of(uint32_t index) {
+    const uint8_t *entry = program_icon + directory_size + index * entry_size;
+    const uint8_t *picture = program_icon + number_at(entry + 12, 4);
+    bool is_bitmap = number_at(picture, 4) == header_size && number_at(picture + 14, 2) == 32;
+    return is_bitmap ? picture : nullptr;
+}
+
+// Writes a picture as its width, its height and its pixels from the top. Returns how many items that is; only
+// counts them without items.
+uint64_t convert(const uint8_t *bitmap, unsigned long *items) {
+    uint32_t width = number_at(bitmap + 4, 4);
+    uint32_t height = number_at(bitmap + 8, 4) / 2; // with the rows of a mask
+    if (items) {
+        *items++ = width;
+        *items++ = height;
+        for (uint32_t y = 0; y < height; y++) {
+            const uint8_t *row = bitmap + header_size + uint64_t{height - 1 - y} * width * 4;
+            for (uint32_t x = 0; x < width; x++) {
+                *items++ = number_at(row + uint64_t{x} * 4, 4);
+            }
+        }
+    }
+    return 2 + uint64_t{width} * height;
+}
+
+uint64_t convert_all(unsigned long *items) {
+    uint64_t count = 0;
+    for (uint32_t i = 0; i < number_at(program_icon + 4, 2); i++) {
+        if (const uint8_t *bitmap = bitmap_of(i)) {
+            count += convert(bitmap, items ? items + count : nullptr);
+        }
+    }
+    return count;
+}
+
+} // namespace
+
+void icon_set(Window window) {
+    if (program_icon == program_icon_end) {
+        return;
+    }
+    uint64_t count = convert_all(nullptr);
+    unsigned long *items = static_cast<unsigned long *>(os_alloc(count * sizeof(unsigned long)));
+    if (items) {
+        convert_all(items);
+        XChangeProperty(x11_display(), window, x11_atom(ATOM_NET_WM_ICON), XA_CARDINAL, 32, PropModeReplace,
+                        reinterpret_cast<const uint8_t *>(items), static_cast<int>(count));
+        os_free(items);
+    }
+}
