@@ -16,6 +16,7 @@
 
 #include "os/clipboard.h"
 #include "os/console.h"
+#include "os/memory.h"
 #include "os/toolkit/clipboard.h"
 
 namespace {
@@ -109,8 +110,10 @@ int main(int count, char **arguments) {
 #endif
     if (what == "get") {
         Str text = os_clipboard_get_text();
+        int status = text.data ? 0 : 1;
         os_console_write(text);
-        return text.data ? 0 : 1;
+        os_free(text.data);
+        return status;
     }
     if (what == "list") {
         os_clipboard_list_formats();

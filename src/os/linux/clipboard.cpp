@@ -364,9 +364,10 @@ void clipboard_hand_over() {
     }
     long targets[] = {static_cast<long>(x11_atom(ATOM_UTF8_STRING)),
                       static_cast<long>(x11_atom(ATOM_STRING))};
-    put_items(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), XA_ATOM, targets, 2);
-    selection_request(x11_atom(ATOM_CLIPBOARD_MANAGER), x11_atom(ATOM_SAVE_TARGETS), x11_server_time(),
-                      hand_over_ms);
+    Atom property = selection_next_property();
+    put_items(x11_helper_window(), property, XA_ATOM, targets, 2);
+    selection_request(x11_atom(ATOM_CLIPBOARD_MANAGER), x11_atom(ATOM_SAVE_TARGETS), property,
+                      x11_server_time(), hand_over_ms);
 }
 
 // ---- Text ----

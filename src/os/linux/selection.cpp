@@ -27,6 +27,7 @@ int64_t smaller(int64_t a, int64_t b) {
 struct Request {
     Atom selection;
     Atom target;
+    Atom property; // of the helper window
     Time time;
 };
 
@@ -34,23 +35,26 @@ bool is_answer(const Request &request, const XEvent &event) {
     const XSelectionEvent &answer = event.xselection;
     return event.type == SelectionNotify && answer.requestor == x11_helper_window() &&
            answer.selection == request.selection && answer.target == request.target &&
-           (answer.time == request.time || answer.time == CurrentTime); // not the late answer to another one
+           (answer.property == request.property || answer.property == None) &&
+           (answer.time == request.time ||
+            answer.time == CurrentTime); // the answer to another one may be late
 }
 
-bool is_new_piece(const XEvent &event) {
+bool is_new_piece(Atom property, const XEvent &event) {
     return event.type == PropertyNotify && event.xproperty.window == x11_helper_window() &&
-           event.xproperty.atom == x11_atom(ATOM_OWN_SELECTION) && event.xproperty.state == PropertyNewValue;
+           event.xproperty.atom == property && event.xproperty.state == PropertyNewValue;
 }
 
-Bool concerns_selections(Display *, XEvent *event, XPointer) {
+Bool concerns_selections(Display *, XEvent *event, XPointer property) {
     return (event->type == SelectionNotify && event->xselection.requestor == x11_helper_window()) ||
-           is_new_piece(*event) || clipboard_is_event(*event);
+           is_new_piece(*reinterpret_cast<const Atom *>(property), *event) || clipboard_is_event(*event);
 }
 
-// Takes the next event of a selection out of the queue. Returns false when there is none before end_ms.
-bool next_event(int64_t end_ms, XEvent *event) {
+// Takes the next event of the property's transfer or the clipboard out of the queue. Returns false when there
+// is none before end_ms.
+bool next_event(Atom property, int64_t end_ms, XEvent *event) {
     int64_t left = end_ms - now_ms();
-    return left > 0 && x11_wait_for_event(event, concerns_selections, nullptr, static_cast<uint32_t>(left));
+    return left > 0 && x11_wait_for_event(event, concerns_selections, &property, static_cast<uint32_t>(left));
 }
 
 // ---- Pieces ----
@@ -81,16 +85,16 @@ bool add_piece(const X11Property &property, SelectionData *data) {
 }
 
 // Receives what the owner sends in pieces; an empty one is the end.
-SelectionResult read_pieces(uint64_t longest, SelectionData *data) {
+SelectionResult read_pieces(Atom property, uint64_t longest, SelectionData *data) {
     int64_t end_ms = now_ms() + transfer_ms;
     XEvent event;
-    while (next_event(smaller(now_ms() + step_ms, end_ms), &event)) {
-        if (!is_new_piece(event)) {
+    while (next_event(property, smaller(now_ms() + step_ms, end_ms), &event)) {
+        if (!is_new_piece(property, event)) {
             clipboard_handle_event(event);
             continue;
         }
         X11Property piece;
-        if (!x11_read_property(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), longest, true, &piece)) {
+        if (!x11_read_property(x11_helper_window(), property, longest, true, &piece)) {
             return SELECTION_REFUSED;
         }
         bool is_added = data->bytes.count + size_of(piece) <= longest && add_piece(piece, data);
@@ -106,9 +110,9 @@ SelectionResult read_pieces(uint64_t longest, SelectionData *data) {
 }
 
 // Receives an answer that has arrived, or has begun to.
-SelectionResult read_answer(uint64_t longest, SelectionData *data) {
+SelectionResult read_answer(Atom property, uint64_t longest, SelectionData *data) {
     X11Property answer;
-    if (!x11_read_property(x11_helper_window(), x11_atom(ATOM_OWN_SELECTION), longest, true, &answer)) {
+    if (!x11_read_property(x11_helper_window(), property, longest, true, &answer)) {
         return SELECTION_REFUSED;
     }
     bool is_whole = answer.type != x11_atom(ATOM_INCR);
@@ -117,18 +121,26 @@ SelectionResult read_answer(uint64_t longest, SelectionData *data) {
     if (is_whole) {
         return is_added ? SELECTION_READ : SELECTION_REFUSED;
     }
-    return read_pieces(longest, data);
+    return read_pieces(property, longest, data);
 }
 
 } // namespace
 
-SelectionResult selection_request(Atom selection, Atom target, Time time, int64_t wait_ms) {
-    Request request = {selection, target, time};
-    XConvertSelection(x11_display(), selection, target, x11_atom(ATOM_OWN_SELECTION), x11_helper_window(),
-                      time);
+Atom selection_next_property() {
+    static uint32_t count;
+    char name[] = "TARNWICK_SELECTION_0";
+    name[sizeof(name) - 2] = static_cast<char>('0' + count++ % 8);
+    Atom property = XInternAtom(x11_display(), name, False);
+    XDeleteProperty(x11_display(), x11_helper_window(), property); // what a late answer has left
+    return property;
+}
+
+SelectionResult selection_request(Atom selection, Atom target, Atom property, Time time, int64_t wait_ms) {
+    Request request = {selection, target, property, time};
+    XConvertSelection(x11_display(), selection, target, property, x11_helper_window(), time);
     int64_t end_ms = now_ms() + wait_ms;
     XEvent event;
-    while (next_event(end_ms, &event)) {
+    while (next_event(property, end_ms, &event)) {
         if (is_answer(request, event)) {
             return event.xselection.property == None ? SELECTION_REFUSED : SELECTION_READ;
         }
@@ -140,13 +152,13 @@ SelectionResult selection_request(Atom selection, Atom target, Time time, int64_
 SelectionResult selection_read(Atom selection, Atom target, Time time, uint64_t longest,
                                SelectionData *result) {
     *result = {};
-    XDeleteProperty(x11_display(), x11_helper_window(), x11_atom(ATOM_OWN_SELECTION)); // of a late answer
-    SelectionResult outcome = selection_request(selection, target, time, step_ms);
+    Atom property = selection_next_property();
+    SelectionResult outcome = selection_request(selection, target, property, time, step_ms);
     if (outcome == SELECTION_READ) {
-        outcome = read_answer(longest, result);
-        XDeleteProperty(x11_display(), x11_helper_window(), x11_atom(ATOM_OWN_SELECTION)); // if too long
+        outcome = read_answer(property, longest, result);
     }
     if (outcome != SELECTION_READ) {
+        XDeleteProperty(x11_display(), x11_helper_window(), property); // what was too long
         os_free(result->bytes.data);
         *result = {};
     }

@@ -31,6 +31,10 @@ struct SelectionData {
 SelectionResult selection_read(Atom selection, Atom target, Time time, uint64_t longest,
                                SelectionData *result);
 
-// Asks the selection's owner for that target, with the property of the request as it is, and waits for the
-// answer for wait_ms milliseconds at most.
-SelectionResult selection_request(Atom selection, Atom target, Time time, int64_t wait_ms);
+// The property for the next request. Each one gets its own, as a transfer that was given up may go on in the
+// last one's.
+Atom selection_next_property();
+
+// Asks the selection's owner for that target, with the property as it is, and waits for the answer for
+// wait_ms milliseconds at most.
+SelectionResult selection_request(Atom selection, Atom target, Atom property, Time time, int64_t wait_ms);

@@ -52,7 +52,6 @@ const char *const atom_names[X11_ATOM_COUNT] = {
     "text/plain;charset=utf-8",
     "text/uri-list",
     "TIMESTAMP",
-    "TARNWICK_SELECTION",
     "TARNWICK_TIME",
     // drag and drop
     "XdndActionCopy",

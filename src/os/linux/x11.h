@@ -55,7 +55,6 @@ enum X11Atom : uint32_t {
     ATOM_TEXT_PLAIN_UTF8,
     ATOM_TEXT_URI_LIST,
     ATOM_TIMESTAMP,
-    ATOM_OWN_SELECTION, // where conversions for this program arrive
     ATOM_OWN_TIME,
     // drag and drop
     ATOM_XDND_ACTION_COPY,

@@ -178,6 +178,7 @@ TEST_F(Drop, ADragThatLeavesDeliversNothing) {
         drag.leave();
         drag.drop(); // which no source does
         self.tell("left");
+        self.serve({offer_of_files({"/a"})});
     });
     EXPECT_EQ(other.heard(), "left");
     os_pump_messages();
@@ -194,6 +195,29 @@ TEST_F(Drop, WithoutAPlaceNothingIsDelivered) {
     });
     EXPECT_EQ(other.heard(), "refused (none)");
     EXPECT_TRUE(drops.empty());
+}
+
+TEST_F(Drop, MessagesOfOthersDoNotEndADrag) {
+    OtherProgram other([&](Peer &self) {
+        Drag drag(self, id);
+        drag.move(x, y);
+        drag.status();
+        Window source = self.window;
+        self.window = id; // as a message from the window itself
+        drag.leave();
+        self.window = source;
+        XEvent event = {};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = id;
+        event.xclient.message_type = self.atom("XdndLeave");
+        event.xclient.format = 8; // where the protocol has 32
+        memcpy(event.xclient.data.b, &source, sizeof(source));
+        XSendEvent(self.display, id, False, NoEventMask, &event);
+        drag.drop();
+        self.tell(written(drag.finish({offer_of_files({"/a"})})));
+    });
+    EXPECT_EQ(other.heard(), "accepted XdndActionCopy");
+    EXPECT_EQ(drops.size(), 1u);
 }
 
 TEST_F(Drop, SourcesOfOlderVersionsAreIgnored) {
@@ -261,7 +285,6 @@ TEST_F(Drop, OddMessagesAndPropertiesHarmNobody) {
         Drag drag(self, id, {"a", "b", "c", "d"});
         for (const Contents &list : lists) {
             self.set_property(self.atom("XdndTypeList"), list);
-            Drag(self, id, {"a", "b", "c", "d"}).leave();
             XEvent event = {};
             event.xclient.type = ClientMessage;
             event.xclient.window = id;

@@ -78,15 +78,20 @@ void Peer::own(const std::string &selection) const {
     XSync(display, False);
 }
 
-void Peer::refuse(const XSelectionRequestEvent &request) const {
+void Peer::notify(const XSelectionRequestEvent &request, Atom property) const {
     XEvent event = {};
     event.xselection.type = SelectionNotify;
     event.xselection.requestor = request.requestor;
     event.xselection.selection = request.selection;
     event.xselection.target = request.target;
+    event.xselection.property = property;
     event.xselection.time = request.time;
     XSendEvent(display, request.requestor, False, NoEventMask, &event);
     XFlush(display);
+}
+
+void Peer::refuse(const XSelectionRequestEvent &request) const {
+    notify(request, None);
 }
 
 void Peer::answer(const XSelectionRequestEvent &request, const Contents &contents) const {
@@ -94,15 +99,7 @@ void Peer::answer(const XSelectionRequestEvent &request, const Contents &content
     XChangeProperty(display, request.requestor, request.property, atom(contents.type), contents.format,
                     PropModeReplace, reinterpret_cast<const unsigned char *>(contents.bytes.data()),
                     static_cast<int>(contents.bytes.size() / item));
-    XEvent event = {};
-    event.xselection.type = SelectionNotify;
-    event.xselection.requestor = request.requestor;
-    event.xselection.selection = request.selection;
-    event.xselection.target = request.target;
-    event.xselection.property = request.property;
-    event.xselection.time = request.time;
-    XSendEvent(display, request.requestor, False, NoEventMask, &event);
-    XFlush(display);
+    notify(request, request.property);
 }
 
 namespace {
@@ -168,8 +165,10 @@ void Peer::convert(const std::string &selection, Atom target, Atom property) con
     XFlush(display);
 }
 
-bool Peer::is_answered() const {
-    XEvent event = wait_for([](const XEvent &candidate) { return candidate.type == SelectionNotify; });
+bool Peer::is_answered(Atom target) const {
+    XEvent event = wait_for([target](const XEvent &candidate) {
+        return candidate.type == SelectionNotify && (target == None || candidate.xselection.target == target);
+    });
     return event.xselection.property != None;
 }
 
@@ -225,7 +224,7 @@ std::optional<Contents> Peer::received(Atom property_name) const {
 std::optional<Contents> Peer::fetch(const std::string &selection, const std::string &target) const {
     Atom property_name = atom("FETCHED");
     convert(selection, atom(target), property_name);
-    return is_answered() ? received(property_name) : std::nullopt;
+    return is_answered(atom(target)) ? received(property_name) : std::nullopt;
 }
 
 std::string items(const std::vector<unsigned long> &values) {

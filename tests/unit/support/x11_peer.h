@@ -42,13 +42,16 @@ public:
     void serve_request(const XSelectionRequestEvent &request, const std::vector<Offer> &offers,
                        size_t piece_size = 200000) const;
     void refuse(const XSelectionRequestEvent &request) const;
+    void notify(const XSelectionRequestEvent &request, Atom property) const; // that it has its answer there
     void answer(const XSelectionRequestEvent &request, const Contents &contents) const;
 
     // What the selection's owner makes of the target; nothing when it refuses.
     std::optional<Contents> fetch(const std::string &selection, const std::string &target) const;
     // The parts of it.
     void convert(const std::string &selection, Atom target, Atom property) const;
-    bool is_answered() const;                                      // waits for the answer
+    // Waits for the answer, to that target only if one is given: it may be one to an earlier program whose
+    // window had the same number.
+    bool is_answered(Atom target = None) const;
     std::optional<Contents> property(Atom property) const;         // of the own window; it is deleted
     std::optional<Contents> received(Atom property) const;         // with all pieces
     void set_property(Atom property, const Contents &value) const; // of the own window
