@@ -8,11 +8,9 @@
 
 struct Field {
     // set once
-    StrBuf *text;             // search_state's path or query, which the worker reads in place
-    bool is_path;             // the text is cleaned, and Enter completes it
-    const char *file_name;    // beside the executable; null: a field without saved entries
-    const char *second_name;  // of the file that exists while file_name is being replaced; not longer
-    const char *earlier_name; // of the second file in version 0.9.5
+    StrBuf *text;          // search_state's path or query, which the worker reads in place
+    bool is_path;          // the text is cleaned, and Enter completes it
+    const char *file_stem; // its files' name without extension; null: a field without saved entries
 
     DynArray entries; // SavedEntry (saved_entries.h)
     bool is_saved;    // whether the text equalled a live entry at the last mark update

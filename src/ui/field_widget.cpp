@@ -194,7 +194,7 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
 
     Rect button = button_in(row);
     button.x = row.x + row.width - theme::button_margin - button.width;
-    bool has_list = field->file_name != nullptr;
+    bool has_list = field->file_stem != nullptr;
     if (has_list && take_button_press(button, layout)) { // before the text is drawn: saving cleans a path
         layout->click_consumed = 1;
         saved_list_save(field, input_field.focused_field);

@@ -73,32 +73,32 @@ namespace {
 constexpr uint64_t longest_folder = 4096; // bytes; the systems' own limits are lower
 constexpr uint64_t longest_name = 32;
 
-struct FilePath {
-    char bytes[longest_folder + longest_name];
-};
-
 struct FilePaths {
-    FilePath first;
-    FilePath second;
-    FilePath earlier;
+    char bytes[3][longest_folder + longest_name];
     ReplacedFile file; // of these bytes
 };
 
-Str join(FilePath *path, Str folder, const char *name) {
-    memcpy(path->bytes, folder.data, folder.count);
-    memcpy(path->bytes + folder.count, name, strlen(name) + 1);
-    return str_from(path->bytes);
+// The path of a file in saved_folder.
+Str join(char *path, const char *stem, const char *extension) {
+    char *end = path;
+    const Str parts[] = {saved_folder, str_from(stem), str_from(extension)};
+    for (Str part : parts) {
+        memcpy(end, part.data, part.count);
+        end += part.count;
+    }
+    *end = 0;
+    return str_from(path);
 }
 
 // Returns false when the field has no files, or none can be used.
 bool file_paths(const Field *field, FilePaths *paths) {
-    Str folder = saved_folder;
-    if (!field->file_name || folder.count == 0 || folder.count > longest_folder) {
+    if (!field->file_stem || saved_folder.count == 0 || saved_folder.count > longest_folder) {
         return false;
     }
-    paths->file = {join(&paths->first, folder, field->file_name),
-                   join(&paths->second, folder, field->second_name),
-                   join(&paths->earlier, folder, field->earlier_name)};
+    paths->file = {
+        join(paths->bytes[0], field->file_stem, ".txt"),
+        join(paths->bytes[1], field->file_stem, ".new"),      // no longer than the first, so it fits too
+        join(paths->bytes[2], field->file_stem, ".txt.new")}; // of version 0.9.5
     return true;
 }
 
