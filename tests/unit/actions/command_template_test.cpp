@@ -96,7 +96,7 @@ TEST(RowText, KeepsItsOldTextWhenOutOfMemory) {
     EXPECT_TRUE(row_text_set(str_from("old")));
     std::string longer(1025, 'y');
     {
-        HeapHookScope refuse([](uint64_t) { return false; });
+        HeapHookScope fail([](uint64_t) { return false; });
         EXPECT_FALSE(row_text_set(str_over(longer)));
     }
     EXPECT_EQ(to_string(strbuf_text(&row_text)), "old");
@@ -106,7 +106,7 @@ TEST(RowText, KeepsItsOldTextWhenOutOfMemory) {
 TEST(RowText, IsMadeLaterWhenOutOfMemoryAtFirst) {
     CommandScope scope;
     {
-        HeapHookScope refuse([](uint64_t) { return false; });
+        HeapHookScope fail([](uint64_t) { return false; });
         EXPECT_FALSE(row_text_set(str_from("x")));
         EXPECT_FALSE(row_text_set(str_from("")));
         expand(plain_hit);
@@ -280,11 +280,11 @@ TEST(Command, TheBufferIsUsableAfterACommandThatWasTooLong) {
 namespace {
 
 // The command when the first 1024 bytes cannot grow.
-std::string refused_command_of(const std::string &text, const PlainHit &hit) {
+std::string command_without_memory(const std::string &text, const PlainHit &hit) {
     CommandScope scope;
     EXPECT_TRUE(row_text_set(str_over(text)));
     {
-        HeapHookScope refuse([](uint64_t) { return false; });
+        HeapHookScope fail([](uint64_t) { return false; });
         expand(hit);
     }
     return recorded_commands.empty() ? "(none)" : recorded_commands[0].text;
@@ -294,15 +294,15 @@ std::string refused_command_of(const std::string &text, const PlainHit &hit) {
 
 TEST(Command, AValueIsLeftOutWhenOutOfMemoryAndTheRestIsStarted) {
     PlainHit hit = {std::string(600, 'f'), std::string(600, 'n'), 12, 5, 0};
-    EXPECT_EQ(refused_command_of("edit {tarn_file_folder}/{tarn_file_name}:{tarn_row}", hit),
+    EXPECT_EQ(command_without_memory("edit {tarn_file_folder}/{tarn_file_name}:{tarn_row}", hit),
               "edit " + hit.folder + "/:12");
 }
 
 TEST(Command, OutOfMemoryForAFolderTheSlashesAfterItStay) {
     PlainHit hit = in_folder(std::string(2000, '/'));
-    EXPECT_EQ(refused_command_of("{tarn_file_folder_bs}/a/b", hit), "/a/b");
-    EXPECT_EQ(refused_command_of("{tarn_file_folder_bs}{tarn_row}{tarn_row}", hit), "{tarn_row}12");
-    EXPECT_EQ(refused_command_of("{tarn_file_folder}{tarn_row}", hit), "12");
+    EXPECT_EQ(command_without_memory("{tarn_file_folder_bs}/a/b", hit), "/a/b");
+    EXPECT_EQ(command_without_memory("{tarn_file_folder_bs}{tarn_row}{tarn_row}", hit), "{tarn_row}12");
+    EXPECT_EQ(command_without_memory("{tarn_file_folder}{tarn_row}", hit), "12");
 }
 
 // ---- Against the plain rules ----
@@ -341,7 +341,7 @@ TEST(Command, RandomTemplatesAndFoldersGiveWhatThePlainRulesGive) {
         }
         return text;
     };
-    int refused = 0;
+    int failing = 0;
     int nothing = 0;
     int growing = 0;
     for (int i = 0; i < 60000; i++) {
@@ -351,22 +351,22 @@ TEST(Command, RandomTemplatesAndFoldersGiveWhatThePlainRulesGive) {
         // The storage starts with 1024 bytes; what is left out without more depends on the sizes.
         text.insert(0, below(3) == 0 ? 900 + below(130) : 0, '.');
         hit.folder.append(below(4) == 0 ? below(200) : 0, '/');
-        bool is_refused = below(3) == 0;
+        bool is_failing = below(3) == 0;
         size_t capacity = std::max<size_t>(text.size() > 1024 ? 2048 : 1024, 1024);
         bool grows_for_ever = hit.folder.find("{tarn_file_folder_bs}", 1) != std::string::npos ||
                               hit.folder.find("{tarn_file_folder", 1) != std::string::npos;
-        if (grows_for_ever && !is_refused) {
+        if (grows_for_ever && !is_failing) {
             growing++;
             continue; // to 64 MiB; tested above
         }
         std::string expected = plain_command(text, hit, longest_command, [&](size_t size) {
-            refused += is_refused && size > capacity;
-            return !is_refused || size <= capacity;
+            failing += is_failing && size > capacity;
+            return !is_failing || size <= capacity;
         });
         CommandScope scope;
         ASSERT_TRUE(row_text_set(str_over(text)));
         {
-            HeapHookScope maybe_refuse([&](uint64_t) { return !is_refused; });
+            HeapHookScope maybe_fail([&](uint64_t) { return !is_failing; });
             expand(hit);
         }
         nothing += recorded_commands.empty();
@@ -376,7 +376,7 @@ TEST(Command, RandomTemplatesAndFoldersGiveWhatThePlainRulesGive) {
         ASSERT_TRUE(expected.empty() || recorded_commands[0].text == expected);
     }
     // All cases have been covered.
-    EXPECT_GT(refused, 500);
+    EXPECT_GT(failing, 500);
     EXPECT_GT(nothing, 500);
     EXPECT_LT(growing, 30000);
 }

@@ -48,9 +48,9 @@ constexpr Series both_series[] = {ALONE, WITH_ALL_LATER_ONES};
 constexpr uint64_t nothing = UINT64_MAX;
 
 // While it lives, the nth allocation fails, counted from 0. Keeps the requested sizes.
-class Refusal {
+class FailingAllocation {
 public:
-    Refusal(uint64_t nth, Series series)
+    FailingAllocation(uint64_t nth, Series series)
         : hook([this, nth, series](uint64_t size) {
               uint64_t index = sizes.size();
               sizes.push_back(size);
@@ -75,7 +75,7 @@ void report(const char *phase, uint64_t allocations, uint64_t runs, uint64_t lef
 }
 
 // Whether an allocation of that size is among those that fail in a run.
-bool refuses(const std::vector<uint64_t> &sizes, uint64_t nth, Series series, uint64_t size) {
+bool fails_for(const std::vector<uint64_t> &sizes, uint64_t nth, Series series, uint64_t size) {
     auto first = sizes.begin() + static_cast<int64_t>(nth);
     auto last = series == ALONE ? first + 1 : sizes.end();
     return std::find(first, last, size) != last;
@@ -328,7 +328,7 @@ uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation 
     return left_out;
 }
 
-void refuse_each_of_start_up(const char *phase, bool names_font) {
+void fail_each_of_start_up(const char *phase, bool names_font) {
     ProgramFolder program(names_font ? settings_with_font : settings_without_font);
     uint64_t runs = 0, left_out = 0;
     for (Series series : both_series) {
@@ -341,10 +341,10 @@ void refuse_each_of_start_up(const char *phase, bool names_font) {
             StartExpectation expected = {nth, series, names_font};
             bool has_started = false;
             {
-                Refusal refusal(nth, series);
+                FailingAllocation failing(nth, series);
                 has_started = started.start(program);
                 if (nth == START_ALLOCATIONS) {
-                    EXPECT_EQ(refusal.sizes.size(), uint64_t{START_ALLOCATIONS});
+                    EXPECT_EQ(failing.sizes.size(), uint64_t{START_ALLOCATIONS});
                 }
             }
             runs++;
@@ -368,8 +368,8 @@ TEST(FaultsOfStartUp, LoseWhatTheMemoryWasForAndTheProgramGoesOn) {
         StartedProgram started;
         ASSERT_TRUE(started.start(program));
     }
-    refuse_each_of_start_up("Start-up with a named font", true);
-    refuse_each_of_start_up("Start-up with the default font", false);
+    fail_each_of_start_up("Start-up with a named font", true);
+    fail_each_of_start_up("Start-up with the default font", false);
 }
 
 // ---- What never returns ----
@@ -380,8 +380,8 @@ namespace {
 StartedProgram *copied_program;
 const ProgramFolder *copied_folder;
 
-void start_copy(uint64_t refused) {
-    Refusal refusal(refused, ALONE);
+void start_copy(uint64_t nth) {
+    FailingAllocation failing(nth, ALONE);
     copied_program->start(*copied_folder);
 }
 void search_contents_in_copy() {
@@ -431,7 +431,7 @@ constexpr NeverEndingStep never_ending_steps[] = {
          results_store.file_table.capacity = 1;
          copied_folder->tree.file("searched/g.txt", "a needle .........");
          copied_folder->tree.file("searched/h.txt", "a needle .........");
-         HeapHookScope refuse_growth([](uint64_t size) { return size != 2 * sizeof(FileEntry); });
+         HeapHookScope fail_growth([](uint64_t size) { return size != 2 * sizeof(FileEntry); });
          search_contents_in_copy();
      }},
     {"the next search after the growth of a table has failed", "likewise",
@@ -439,7 +439,7 @@ constexpr NeverEndingStep never_ending_steps[] = {
          start_copy(nothing);
          results_store.hit_table.capacity = 1; // no room for the file's only hit after its header
          {
-             HeapHookScope refuse_growth([](uint64_t size) { return size != 2 * sizeof(ResultRecord); });
+             HeapHookScope fail_growth([](uint64_t size) { return size != 2 * sizeof(ResultRecord); });
              search_contents_in_copy();
          }
          search_contents_in_copy();
@@ -467,7 +467,7 @@ TEST(FaultsOfStartUp, StepsThatNeverReturnAreThese) {
 TEST(FaultsOfStartUp, WithoutMemoryForItsRecordTheWorkerIsNotStartedAndNothingWaitsForIt) {
     SearchScope scope;
     {
-        Refusal refusal(0, ALONE);
+        FailingAllocation failing(0, ALONE);
         EXPECT_EQ(search_worker_start(), nullptr);
     }
     EXPECT_EQ(search_state.worker_pass, 0u);
@@ -478,13 +478,13 @@ TEST(FaultsOfStartUp, TheProgramsOwnFolderIsLookedUpAgainAfterAFailedAllocation)
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // in a process that has not looked it up yet
     EXPECT_EXIT(
         {
-            bool was_refused = false;
+            bool has_failed = false;
             {
-                Refusal refusal(0, ALONE);
-                was_refused = os_exe_folder().data == nullptr && refusal.sizes.size() == 1;
+                FailingAllocation failing(0, ALONE);
+                has_failed = os_exe_folder().data == nullptr && failing.sizes.size() == 1;
             }
             Str folder = os_exe_folder();
-            _exit(was_refused && folder.count > 1 && folder.data[folder.count - 1] == '/' ? 0 : 1);
+            _exit(has_failed && folder.count > 1 && folder.data[folder.count - 1] == '/' ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }
@@ -564,7 +564,7 @@ struct {
 
 void search_in_copy() {
     SmallSearch small(in_copy.path, in_copy.is_read);
-    Refusal refusal(in_copy.nth, in_copy.series);
+    FailingAllocation failing(in_copy.nth, in_copy.series);
     search_worker_turn();
 }
 
@@ -681,8 +681,8 @@ std::string rows_expected(const SearchTrace &trace, SearchKind kind, uint64_t nt
     return rows_without([&](const SearchedFile &file) { return block_of(file) == size; }, trace.all_rows);
 }
 
-void refuse_each_of_search(const char *phase, const TestTree &tree, const std::string &path_text,
-                           SearchKind kind, bool is_read) {
+void fail_each_of_search(const char *phase, const TestTree &tree, const std::string &path_text,
+                         SearchKind kind, bool is_read) {
     const SearchTrace trace = trace_search(tree, path_text, is_read);
     uint64_t runs = 0, left_out = 0, growths = 0, arena_blocks = 0, listings = 0, files = 0;
     for (Series series : both_series) {
@@ -704,10 +704,10 @@ void refuse_each_of_search(const char *phase, const TestTree &tree, const std::s
             }
             listings += is_listing(size);
             arena_blocks += is_arena;
-            LeakIf replaced_block_stays(refuses(trace.sizes, nth, series, note_size));
+            LeakIf replaced_block_stays(fails_for(trace.sizes, nth, series, note_size));
             SmallSearch small(path_text, is_read);
             {
-                Refusal refusal(nth, series);
+                FailingAllocation failing(nth, series);
                 EXPECT_EQ(search_worker_turn(), 1);
             }
             runs++;
@@ -757,8 +757,8 @@ TEST(FaultsOfASearch, LoseWhatTheMemoryWasForAndTheNextSearchFindsAll) {
     for (const SearchedFile &file : searched_files) {
         tree.file(file.folder + file.name, bytes_of_searched(file));
     }
-    refuse_each_of_search("Search", tree, tree.path(), CONTENTS, false);
-    refuse_each_of_search("Search while frames are drawn", tree, tree.path(), CONTENTS, true);
+    fail_each_of_search("Search", tree, tree.path(), CONTENTS, false);
+    fail_each_of_search("Search while frames are drawn", tree, tree.path(), CONTENTS, true);
 }
 
 TEST(FaultsOfASearch, ForSuggestionsLoseTheListAndTheNextSearchFindsAll) {
@@ -766,8 +766,8 @@ TEST(FaultsOfASearch, ForSuggestionsLoseTheListAndTheNextSearchFindsAll) {
     for (const char *name : {"pa", "pb", "pc", "xa", "xb", "xc"}) {
         tree.folder(name);
     }
-    refuse_each_of_search("Suggestions", tree, tree.path() + "/p", SUGGESTIONS, false);
-    refuse_each_of_search("Suggestions while frames are drawn", tree, tree.path() + "/p", SUGGESTIONS, true);
+    fail_each_of_search("Suggestions", tree, tree.path() + "/p", SUGGESTIONS, false);
+    fail_each_of_search("Suggestions while frames are drawn", tree, tree.path() + "/p", SUGGESTIONS, true);
 }
 
 // ---- Frames, input and clicks ----
@@ -1122,10 +1122,10 @@ TEST(FaultsOfTheInterface, LoseWhatTheMemoryWasForAndTheNextStepWorks) {
             InterfaceScope scope;
             step.prepare(&scope);
             before = parts_of(scope);
-            Refusal none_is_refused(nothing, ALONE);
+            FailingAllocation none_fails(nothing, ALONE);
             step.act(&scope);
             after = parts_of(scope);
-            sizes = none_is_refused.sizes;
+            sizes = none_fails.sizes;
             whole_picture = scope.picture();
         }
         uint64_t runs = 0, changed_pictures = 0;
@@ -1134,12 +1134,12 @@ TEST(FaultsOfTheInterface, LoseWhatTheMemoryWasForAndTheNextStepWorks) {
                 SCOPED_TRACE(std::string(step.name) + ": " + place(nth, series) + ", " +
                              std::to_string(sizes[nth]) + " bytes");
                 // Leaks the texts of a list that could not grow, and a replaced text without a note.
-                LeakIf texts_stay(refuses(sizes, nth, series, 256 * sizeof(SavedEntry)) ||
-                                  refuses(sizes, nth, series, note_size));
+                LeakIf texts_stay(fails_for(sizes, nth, series, 256 * sizeof(SavedEntry)) ||
+                                  fails_for(sizes, nth, series, note_size));
                 InterfaceScope scope;
                 step.prepare(&scope);
                 {
-                    Refusal refusal(nth, series);
+                    FailingAllocation failing(nth, series);
                     step.act(&scope);
                 }
                 runs++;

@@ -9,14 +9,14 @@ struct PlainCommandLine {
     std::optional<std::string> query;
 
     explicit PlainCommandLine(std::string line) {
-        skip_blanks(&line);
+        skip_spaces(&line);
         cut(&line, line[0] == '"' ? closing_quote(line) + 1 : line.find(' '));
-        skip_blanks(&line);
+        skip_spaces(&line);
         if (line[0] == '"') {
             const size_t close = closing_quote(line);
             path = line.substr(1, close - 1);
             cut(&line, close + 1);
-            skip_blanks(&line);
+            skip_spaces(&line);
         }
         if (line[0] == '-') {
             query = line.substr(1);
@@ -32,7 +32,7 @@ private:
     static void cut(std::string *line, size_t count) {
         line->erase(0, count);
     }
-    static void skip_blanks(std::string *line) {
+    static void skip_spaces(std::string *line) {
         cut(line, line->find_first_not_of(" \t"));
     }
 };

@@ -719,12 +719,12 @@ TEST(SettingsExtensions, TheWorkerIsHandedTheReaders) {
 TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
     FontFolder fonts;
     fonts.tree.file("settings.txt", "font_size 20\nfont_file fonts/x.ttf\nleft_click_cmd a");
-    for (int refused = 0, asked = 0; refused <= asked; refused++) {
+    for (int failing = 0, asked = 0; failing <= asked; failing++) {
         AppScope app;
         LeakScope replaced_fonts_stay;
         asked = 0;
         {
-            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            HeapHookScope hook([&](uint64_t) { return asked++ != failing; });
             settings_load(str_over(fonts.folder()));
         }
         if (settings.file.data) {

@@ -587,12 +587,12 @@ TEST(Glyphs, AreTheSameWhenOneAllocationOfRasterisingFails) {
     glyph_create(sized, 0xC5); // grows the table
     const auto is_growth = [](uint64_t size) { return size % 0x20000 == 1; };
     uint32_t asked = 0;
-    for (uint32_t refused = 0; refused <= asked; refused++) {
+    for (uint32_t failing = 0; failing <= asked; failing++) {
         asked = 0;
-        HeapHookScope hook([&](uint64_t size) { return is_growth(size) || asked++ != refused; });
+        HeapHookScope hook([&](uint64_t size) { return is_growth(size) || asked++ != failing; });
         const Glyph *glyph = glyph_create(sized, 0xC6);
         ASSERT_TRUE(glyph);
-        ASSERT_NO_FATAL_FAILURE(expect_glyph(*glyph, expected)) << refused;
+        ASSERT_NO_FATAL_FAILURE(expect_glyph(*glyph, expected)) << failing;
     }
     EXPECT_GE(asked, 5u); // outline, contours, points, edges, a row, edges at work
 }

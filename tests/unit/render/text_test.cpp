@@ -165,9 +165,9 @@ TEST(DrawText, AllocatesNothingOnceItsGlyphsAreThere) {
 TEST(DrawText, OutOfMemoryForGlyphsItMeasuresThemAsControlBytes) {
     LeakScope leaks;
     Canvas canvas(40, 20, grey), untouched(40, 20, grey);
-    for (uint64_t refused : {uint64_t{0x20001}, 128 * sizeof(Glyph)}) {
+    for (uint64_t failing : {uint64_t{0x20001}, 128 * sizeof(Glyph)}) {
         FontScope scope;
-        HeapHookScope hook([=](uint64_t size) { return size != refused; });
+        HeapHookScope hook([=](uint64_t size) { return size != failing; });
         EXPECT_EQ(draw(&canvas, {2, 15}, 14, 14, white, "a\x80\n"), (Extent{8, 28}));
     }
     FontScope scope;

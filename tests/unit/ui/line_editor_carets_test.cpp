@@ -175,7 +175,7 @@ TEST(LineEditorMemory, OutOfMemoryForItsTextAPasteChangesNothing) {
 TEST(LineEditorMemory, ACopyIsCompleteOrNotMade) {
     std::string text(3000, 'x');
     for (uint16_t key : {KEY_C, KEY_X}) {
-        for (uint32_t refused = 0;; refused++) {
+        for (uint32_t failing = 0;; failing++) {
             copy_from_elsewhere("before");
             Editor editor(text, {{0, 2000}, {2000, 3000}}); // the second selection alone would fit
             editor.hold(KEY_CTRL);
@@ -185,16 +185,16 @@ TEST(LineEditorMemory, ACopyIsCompleteOrNotMade) {
             {
                 HeapHookScope hook([&](uint64_t size) {
                     first_size = asked == 0 ? size : first_size;
-                    return asked++ != refused;
+                    return asked++ != failing;
                 });
                 editor.key(key);
             }
             EXPECT_EQ(first_size, 1025u);
             EXPECT_EQ(editor.state(), key == KEY_X ? " {0,0}"s : text + " {0,2000} {2000,3000}");
-            bool was_refused = asked > refused;
-            EXPECT_EQ(clipboard_text(), was_refused ? "before" : text) << refused;
-            if (!was_refused) {
-                EXPECT_GE(refused, 4u); // the buffer, its growth and the clipboard's two blocks
+            bool has_failed = asked > failing;
+            EXPECT_EQ(clipboard_text(), has_failed ? "before" : text) << failing;
+            if (!has_failed) {
+                EXPECT_GE(failing, 4u); // the buffer, its growth and the clipboard's two blocks
                 break;
             }
         }

@@ -70,7 +70,7 @@ struct Event {
     EventKind kind;
     uint32_t code;   // key or character
     uint8_t state;   // of a key
-    bool refused;    // memory, while it is handled
+    bool no_memory;  // while it is handled
     uint32_t chance; // decides what depends on the text
 
     bool uses_clipboard() const {
@@ -79,7 +79,7 @@ struct Event {
     std::string written() const {
         static const char *const kinds[] = {"key", "character", "hold", "let go", "set caret", "shorten"};
         return kinds[kind] + " "s + std::to_string(code) + " state " + std::to_string(state) +
-               (refused ? " refused" : "");
+               (no_memory ? " without memory" : "");
     }
 };
 
@@ -210,8 +210,8 @@ public:
     Pair &operator=(const Pair &) = delete;
 
     void apply(const Event &event) {
-        HeapHookScope hook([&](uint64_t) { return !event.refused; });
-        plain.has_memory = !event.refused;
+        HeapHookScope hook([&](uint64_t) { return !event.no_memory; });
+        plain.has_memory = !event.no_memory;
         reported = {true, true};
         switch (event.kind) {
         case KEY:

@@ -276,15 +276,15 @@ TEST(SavedFiles, HoldTheOldOrTheNewListWhicheverAllocationFails) {
     saved_list_load_contents(query, str_over(entries), 0);
     std::string whole = "foo\r\n" + std::string(30000, 'x') + "\r\nbar";
     int old_ones = 0;
-    for (int refused = 0, asked = 0; refused <= asked; refused++) {
+    for (int failing = 0, asked = 0; failing <= asked; failing++) {
         files.put(queries_file, "old");
         asked = 0;
         {
-            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            HeapHookScope hook([&](uint64_t) { return asked++ != failing; });
             saved_list_write(query);
         }
         std::string now = files.read(queries_file).value_or("none");
-        EXPECT_TRUE(now == "old" || now == whole) << refused;
+        EXPECT_TRUE(now == "old" || now == whole) << failing;
         old_ones += now == "old";
         EXPECT_EQ(files.names(), "saved_queries.txt");
     }
@@ -294,18 +294,18 @@ TEST(SavedFiles, HoldTheOldOrTheNewListWhicheverAllocationFails) {
 TEST(SavedFiles, LoseNothingWhicheverAllocationFailsInALoad) {
     ListFiles files;
     std::string old_state = state_of(files, "foo\r\nbar");
-    for (int refused = 0, asked = 0; refused <= asked; refused++) {
+    for (int failing = 0, asked = 0; failing <= asked; failing++) {
         files.put(queries_file, "fo");
         files.put(second_file, second_of("foo\r\nbar"));
         asked = 0;
         std::string state;
         {
-            HeapHookScope hook([&](uint64_t) { return asked++ != refused; });
+            HeapHookScope hook([&](uint64_t) { return asked++ != failing; });
             state = files.started();
         }
         EXPECT_TRUE(state == old_state || state == "foo: " || state == ": " || state == ": fo") << state;
         // The file stays, whichever allocation has failed.
-        EXPECT_TRUE(files.read(queries_file).has_value()) << refused;
+        EXPECT_TRUE(files.read(queries_file).has_value()) << failing;
     }
 }
 

@@ -11,8 +11,8 @@
 #include "ui/saved_files.h"
 
 // A field's text.
-inline std::string text_of(const StrBuf &field) {
-    return to_string(strbuf_text(&field));
+inline std::string text_of(const StrBuf &text) {
+    return to_string(strbuf_text(&text));
 }
 inline std::string text_of(const Field &field) {
     return text_of(*field.text);
