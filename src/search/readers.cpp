@@ -21,8 +21,8 @@ constexpr uint64_t longest_folder_path = 4095; // bytes; the worker walks no lon
 constexpr uint32_t small_file = 256 << 10; // bytes
 constexpr uint64_t most_large_bytes = (64 << 20) - most_readers * small_file;
 
-// Hits that wait for the worker. A job with more is left to the worker, and further jobs wait.
-constexpr uint64_t most_hit_bytes_of_job = 1 << 20;
+// Hits in memory. Files whose hits make those of a job more are left to the worker, and jobs wait.
+constexpr uint64_t most_hit_bytes_of_job = 512 << 10;
 constexpr uint64_t most_hit_bytes = 16 << 20;
 
 enum FolderState : uint8_t { FOLDER_WAITS, FOLDER_IS_BEING_LISTED, FOLDER_IS_LISTED };
@@ -60,7 +60,7 @@ struct Reader {
     StrBuf names;
 };
 
-// Everything below is guarded by the lock, but for what the comments say.
+// Guarded by the lock, unless a comment says otherwise.
 struct Readers {
     Lock lock;
     Condition work;     // for readers: a job or a folder waits
@@ -146,6 +146,14 @@ void reserve_memory(Reader *reader) {
     }
 }
 
+// A very large folder's lists are not kept.
+void give_back_large(StrBuf *buf) {
+    if (buf->capacity > 1 << 20) {
+        os_free(buf->data);
+        *buf = {};
+    }
+}
+
 bool append(StrBuf *buf, uint64_t count, const void *bytes) {
     if (!strbuf_make_room(buf, count, nullptr)) {
         return false;
@@ -219,8 +227,11 @@ Folder *list_folder(Reader *reader, Folder *folder) {
     if (folder->path.count > longest_folder_path && !folder->is_top) {
         return nullptr; // the worker passes it over, too
     }
-    if (walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete &&
-        keep_files(reader, folder)) {
+    bool is_listed = walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete &&
+                     keep_files(reader, folder);
+    give_back_large(&reader->files);
+    give_back_large(&reader->names);
+    if (is_listed) {
         return listing.first;
     }
     free_folders(listing.first);
@@ -379,8 +390,8 @@ RingJob *next_job() {
     while (readers.started < readers.handed_out && ring_job(readers.started)->is_done) {
         readers.started++; // without files
     }
-    bool has_room = readers.hit_bytes < most_hit_bytes || readers.started == readers.taken;
-    bool has_job = readers.started < readers.handed_out && has_room && !readers.is_cancelled;
+    bool has_job =
+        readers.started < readers.handed_out && readers.hit_bytes < most_hit_bytes && !readers.is_cancelled;
     return has_job ? ring_job(readers.started) : nullptr;
 }
 

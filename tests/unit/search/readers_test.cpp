@@ -275,7 +275,10 @@ TEST(Readers, LeaveFilesOfVeryManyHitsToTheWorkerAndWaitWithTheOthers) {
         many += i < 150 ? line : "";
         more += line;
     }
-    tree.file("a/more", more);      // more than the hits of a job may take
+    tree.file("a/more", more);     // more than the hits of a job may take
+    for (int i = 0; i < 10; i++) { // the others of that job keep theirs
+        tree.file("a/" + std::to_string(i), line + line);
+    }
     for (int i = 0; i < 400; i++) { // and more than may wait for the worker
         tree.file("b/many" + std::to_string(i), many);
     }
