@@ -72,7 +72,6 @@ struct Readers {
     uint32_t asleep; // readers that wait for work
     uint32_t busy;   // readers with a job or a folder
     uint8_t worker_waits;
-    uint8_t is_cancelled;
     uint64_t large_bytes; // contents of larger files in memory
     // One search. Query and limit change only while no reader is busy, and are read without the lock.
     Str query;
@@ -129,15 +128,18 @@ void free_folders(Folder *folder) {
 
 // ---- A reader's memory (without the lock) ----
 
+constexpr uint64_t hits_capacity = 65536; // bytes
+constexpr uint64_t list_capacity = 16384;
+
 void reserve_memory(Reader *reader) {
     const struct {
         StrBuf *buf;
         uint64_t capacity;
     } wanted[] = {
         {&reader->contents, small_file},
-        {&reader->hits, 65536},
-        {&reader->files, 16384},
-        {&reader->names, 16384},
+        {&reader->hits, hits_capacity},
+        {&reader->files, list_capacity},
+        {&reader->names, list_capacity},
     };
     for (const auto &[buf, capacity] : wanted) {
         if (!buf->data) {
@@ -146,9 +148,9 @@ void reserve_memory(Reader *reader) {
     }
 }
 
-// A very large folder's lists are not kept.
-void give_back_large(StrBuf *buf) {
-    if (buf->capacity > 1 << 20) {
+// What one large folder or job needs is not kept for the others.
+void give_back_grown(StrBuf *buf, uint64_t capacity) {
+    if (buf->capacity > capacity) {
         os_free(buf->data);
         *buf = {};
     }
@@ -229,8 +231,8 @@ Folder *list_folder(Reader *reader, Folder *folder) {
     }
     bool is_listed = walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete &&
                      keep_files(reader, folder);
-    give_back_large(&reader->files);
-    give_back_large(&reader->names);
+    give_back_grown(&reader->files, list_capacity);
+    give_back_grown(&reader->names, list_capacity);
     if (is_listed) {
         return listing.first;
     }
@@ -353,6 +355,7 @@ void read_job(Reader *reader, ReadJob *job) {
     }
     os_files_close(&folder);
     keep_hits(reader, job);
+    give_back_grown(&reader->hits, hits_capacity);
 }
 
 // ---- Handing out (with the lock) ----
@@ -385,19 +388,19 @@ void hand_out() {
     }
 }
 
-// The next job that may be read, or null.
+// The next job that may be read, or null. A search that a request has cancelled has none.
 RingJob *next_job() {
     while (readers.started < readers.handed_out && ring_job(readers.started)->is_done) {
         readers.started++; // without files
     }
-    bool has_job =
-        readers.started < readers.handed_out && readers.hit_bytes < most_hit_bytes && !readers.is_cancelled;
+    bool has_job = readers.started < readers.handed_out && readers.hit_bytes < most_hit_bytes &&
+                   !search_state.request_pending;
     return has_job ? ring_job(readers.started) : nullptr;
 }
 
-// The next folder that may be listed, or null.
+// The next folder that may be listed, or null, likewise.
 Folder *next_folder() {
-    Folder *folder = readers.is_cancelled ? nullptr : readers.folders;
+    Folder *folder = search_state.request_pending ? nullptr : readers.folders;
     for (uint64_t i = 0; folder && i < folders_ahead; i++, folder = folder->next) {
         if (folder->state == FOLDER_WAITS) {
             return folder;
@@ -470,7 +473,7 @@ void do_turn(Reader *reader) {
     RingJob *job = next_job();
     Folder *folder = job && readers.handed_out - readers.started >= enough_jobs ? nullptr : next_folder();
     if (!folder && !job) {
-        if (readers.is_cancelled ? readers.busy == 0 : worker_can_go_on()) {
+        if (worker_can_go_on() || readers.busy == 0) { // the latter for readers_end
             wake_worker();
         }
         readers.asleep++;
@@ -540,7 +543,6 @@ uint8_t readers_begin(Str folder, Str query, int64_t max_file_size) {
     readers.query = query;
     readers.max_file_size = max_file_size;
     readers.folders = top;
-    readers.is_cancelled = 0;
     wake_a_reader();
     os_lock_leave(&readers.lock);
     return 1;
@@ -576,7 +578,6 @@ uint8_t readers_next(const ReadJob **job) {
 
 void readers_end() {
     os_lock_enter(&readers.lock);
-    readers.is_cancelled = 1;
     while (readers.busy > 0) {
         readers.worker_waits = 1;
         os_condition_wait(&readers.progress, &readers.lock, UINT32_MAX);

@@ -61,7 +61,8 @@ struct Calls {
     }
 };
 Calls listings, opens, reads;
-std::atomic<int> threads_given = INT32_MAX;      // before the system has no more
+std::atomic<int> threads_given = INT32_MAX; // before the system has no more
+std::atomic<int> listings_at_request;
 std::atomic<int> request_at_open = -1;           // the call that publishes a request
 std::atomic<uint8_t> reads_apart = 0;            // whether no opening reads
 std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files that are being read
@@ -78,6 +79,7 @@ void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder,
 OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &files, Str name,
                                                            uint32_t room, char *bytes) {
     if (opens.count == request_at_open) {
+        listings_at_request = listings.count.load();
         publish_request();
     }
     bool fails = opens.next_fails();
@@ -325,8 +327,12 @@ void fill_plain_tree(const TestTree &tree) {
     for (const char *name : {"a", "b", "c/d", "c/e", "c/f/g", "h/i/j"}) {
         tree.file(name, "foo.....");
     }
+    std::string lines; // whose hits outgrow a reader's memory for them
+    for (int i = 0; i < 40; i++) {
+        lines += "foo" + std::string(300, '.') + "\n";
+    }
     for (int i = 0; i < 20; i++) {
-        tree.file("many/" + std::to_string(i), std::string(i % 5 == 0 ? 300000 : 100, '.') + "\nfoo\n....");
+        tree.file("many/" + std::to_string(i), std::string(i % 5 == 0 ? 300000 : 100, '.') + "\n" + lines);
     }
 }
 
@@ -424,7 +430,7 @@ TEST(Readers, HoldAtMost64MiBOfContents) {
 TEST(Readers, FinishNoMoreThanTheFilesThatTheyAreAtWhenARequestComes) {
     TestTree tree;
     for (int i = 0; i < 300; i++) {
-        tree.file("d" + std::to_string(i % 10) + "/" + std::to_string(i), "foo.....");
+        tree.file("d" + std::to_string(i % 150) + "/" + std::to_string(i), "foo.....");
     }
     Stored whole = search(tree, {}, 0);
     for (uint32_t count : reader_counts) {
@@ -436,6 +442,7 @@ TEST(Readers, FinishNoMoreThanTheFilesThatTheyAreAtWhenARequestComes) {
             search_rows(tree, tree.path(), "foo");
             request_at_open = -1;
             EXPECT_LE(opens.count, at + static_cast<int>(count)) << at;
+            EXPECT_LE(listings.count, listings_at_request + static_cast<int>(count)) << at;
             EXPECT_LT(results_store.file_table.count, 300u);
             EXPECT_EQ(search_state.request_pending, 1);
             EXPECT_EQ(search_state.search_busy, 0);
