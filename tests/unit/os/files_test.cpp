@@ -629,6 +629,91 @@ TEST(FolderListing, TheLastWriteIsUtcWithMondayAsFirstDay) {
     os_folder_close(listing);
 }
 
+TEST(FolderListing, OneForBothPassesTellsFoldersAndFilesWithTheirSizesOrWithout) {
+    TestTree tree;
+    tree.file("f", "12345");
+    tree.folder("d");
+#ifdef __linux__
+    fs::create_symlink("f", tree.native("link"));
+    fs::create_symlink("..", tree.native("up")); // left out: it leads to a folder above
+#endif
+    Names names;
+    FolderEntry entry;
+    std::string path = tree.path();
+    void *listing = os_folder_first(str_over(path), LIST_ONCE, &entry);
+    ASSERT_NE(listing, nullptr);
+    do {
+        std::string name = to_string(entry.name);
+        if (name != "." && name != "..") {
+            EXPECT_TRUE(entry.has_size || entry.size == 0);
+            names.push_back(name +
+                            (entry.is_folder  ? "/"
+                             : entry.has_size ? " 5"
+                                              : "") +
+                            (entry.is_special ? " special" : ""));
+            EXPECT_TRUE(entry.is_folder || !entry.has_size || entry.size == 5);
+        }
+    } while (os_folder_next(listing, &entry));
+    os_folder_close(listing);
+    std::sort(names.begin(), names.end());
+#ifdef __linux__
+    EXPECT_EQ(names, (Names{"d/", "f", "link 5 special"}));
+#else
+    EXPECT_EQ(names, (Names{"d/", "f 5"}));
+#endif
+}
+
+// ---- Files of one folder ----
+
+TEST(FilesOfFolder, AreOpenedWithTheirSizesAndRead) {
+    TestTree tree;
+    std::string path = tree.path();
+    FilesOfFolder files = os_files_of(str_over(path));
+    for (size_t size : {0u, 1u, 100u, 4095u, 4096u, 4097u, 8191u, 8192u, 8193u, 20000u}) {
+        std::string bytes(size, 'x');
+        tree.file("ä", bytes);
+        std::string room(8192, '?');
+        OpenedFile file = os_file_open(files, str_from("ä"), 8192, room.data());
+        ASSERT_NE(file.handle, -1);
+        EXPECT_EQ(file.size, size);
+        if (file.is_read) {
+            EXPECT_EQ(room.substr(0, size), bytes);
+            EXPECT_LT(size, 8192u);
+        }
+        std::string read(size + 10, '?');
+        EXPECT_TRUE(os_file_read(file, static_cast<uint32_t>(read.size()), read.data()));
+        EXPECT_EQ(read, bytes + std::string(10, '\0'));
+        os_file_close(&file);
+        EXPECT_EQ(file.handle, -1);
+    }
+    OpenedFile missing = os_file_open(files, str_from("missing"), 0, nullptr);
+    EXPECT_EQ(missing.handle, -1);
+    os_file_close(&missing);
+    os_files_close(&files);
+}
+
+TEST(FilesOfFolder, OfAFolderThatCannotBeOpenedCannotBeEither) {
+    for (const std::string &path : {std::string("/nowhere"), std::string(40000, 'x')}) {
+        FilesOfFolder files = os_files_of(str_over(path));
+        EXPECT_EQ(os_file_open(files, str_from("f"), 0, nullptr).handle, -1);
+        os_files_close(&files);
+    }
+}
+
+#ifdef __linux__
+TEST(FilesOfFolder, HaveTheSizesThatTheSystemTellsThoughTheirBytesAreMore) {
+    char room[4096];
+    FilesOfFolder files = os_files_of(str_from("/proc/self"));
+    OpenedFile file = os_file_open(files, str_from("status"), sizeof(room), room);
+    EXPECT_EQ(file.size, 0u); // opened or not: it need not allow the asking for its end
+    EXPECT_EQ(file.is_read, 0);
+    os_file_close(&file);
+    os_files_close(&files);
+}
+#endif
+
+// ---- Entries that are read ----
+
 TEST(FolderListing, AReadEntryHasItsFilesBytes) {
     TestTree tree;
     tree.file("a", "text of a");
