@@ -88,6 +88,8 @@ cat build/windows/test.log
 if [ "$is_long" = 1 ]; then
     echo "== A million files"
     tests/long/million_files.sh build/linux/bin/search_dump
+    echo "== Readers"
+    tests/long/readers.sh build/linux/bin
     echo "== Killed while typing"
     tests/long/kill_while_typing.sh build/linux/bin/typing_probe
     echo "== Soak"

@@ -52,8 +52,9 @@ left_template="\"$recorder\" left \"{tarn_file_folder}/{tarn_file_name}\":{tarn_
 left_template+=" \"{tarn_file_folder_bs}\" {{tarn_row}} {tarn_Row}  é{tarn_ro"
 right_template="\"$recorder\" /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\" {tarn_byte}{tarn_column}"
 right_template+=" {tarn_file_folder} {tarn_file_folder_bs}{tarn_row}"
-write_settings() { # LINE...
-    printf '%s\n' "left_click_cmd $left_template" "right_click_cmd  $right_template" "$@" > "$folder/settings.txt"
+write_settings() { # LINE... With readers, as shipped; search_dump, which says what is to be seen, has none.
+    printf '%s\n' "left_click_cmd $left_template" "right_click_cmd  $right_template" 'readers 8' "$@" \
+        > "$folder/settings.txt"
 }
 
 # Hits in folders whose names contain placeholders: FILE:ROW, and the commands of a left and a right click. Placeholders
