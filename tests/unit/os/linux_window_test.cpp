@@ -131,6 +131,7 @@ constexpr uint32_t level3 = Mod5Mask; // AltGr
 
 // A property of a window with items of 32 bits.
 std::vector<unsigned long> numbers_of(Window window, const char *name) {
+    user_sync();
     Atom type = None;
     int format = 0;
     unsigned long count = 0, left = 0;
@@ -471,7 +472,7 @@ TEST_F(X11Window, AsksForTheStatesOfItsFlags) {
     };
     for (const auto &row : rows) {
         Window id = window_id(create(WINDOW_FLAG_HIDDEN | row.flags));
-        EXPECT_EQ(numbers_of(id, "_MOTIF_WM_HINTS")[2], row.has_frame) << row.flags;
+        EXPECT_EQ(numbers_of(id, "_MOTIF_WM_HINTS").at(2), row.has_frame) << row.flags;
         XSizeHints hints = {};
         long supplied = 0;
         ASSERT_TRUE(XGetWMNormalHints(user_display(), id, &hints, &supplied));
@@ -623,6 +624,32 @@ TEST_F(X11Window, WhatIsShownStaysWhileItIsResized) {
     drive_settle();
     fill(window, 0xFF0000AA);
     EXPECT_EQ(shown_pixels(window), all_of(0x0000AA, {500, 400}));
+}
+
+TEST_F(X11Window, ANewSizeIsAnnouncedWithTheFirstFrameOfIt) {
+    PlatformWindow *window = create_shown();
+    Display *display = user_display();
+    int first_event = 0, first_error = 0, major = 0, minor = 0;
+    ASSERT_TRUE(XSyncQueryExtension(display, &first_event, &first_error));
+    ASSERT_TRUE(XSyncInitialize(display, &major, &minor));
+    XSyncCounter counter = numbers_of(window_id(window), "_NET_WM_SYNC_REQUEST_COUNTER").at(0);
+    auto announced = [&] {
+        user_sync();
+        XSyncValue value;
+        EXPECT_TRUE(XSyncQueryCounter(display, counter, &value));
+        return XSyncValueLow32(value);
+    };
+    send_message(window, XInternAtom(display, "WM_PROTOCOLS", False),
+                 {static_cast<long>(XInternAtom(display, "_NET_WM_SYNC_REQUEST", False)), 0, 77, 0});
+    events();
+    fill(window, 0xFF0000AA); // a frame of the old size
+    EXPECT_EQ(announced(), 0u);
+    XResizeWindow(display, window_id(window), 350, 250);
+    drive_settle();
+    EXPECT_EQ(window->client_size.width, 350);
+    EXPECT_EQ(announced(), 0u);
+    fill(window, 0xFF0000AA);
+    EXPECT_EQ(announced(), 77u);
 }
 
 TEST_F(X11Window, LayeredMakesBlackTransparent) {
