@@ -1,7 +1,6 @@
-// The icon file as bytes of the program, where src/os/linux/icon.cpp finds them.
+// The icon file as bytes of the program, for os/linux/icon.cpp.
 
 asm(".section .rodata\n"
-    ".global program_icon, program_icon_end\n"
+    ".global program_icon\n"
     "program_icon: .incbin \"" TARNWICK_ICON "\"\n"
-    "program_icon_end:\n"
     ".previous\n");

@@ -88,7 +88,7 @@ has_window() {
 }
 until_true has_window || failed "no window on the screen"
 xdotool windowactivate --sync "$window"
-x=280 y=370
+x=270 y=360
 act xdotool windowmove "$window" "$x" "$y"
 see "moved $x $y"
 

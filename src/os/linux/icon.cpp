@@ -7,10 +7,8 @@
 #include "os/linux/x11.h"
 #include "os/memory.h"
 
-// The bytes of the program's icon file; a program without one has neither.
 extern "C" {
-extern const uint8_t program_icon[] __attribute__((weak));
-extern const uint8_t program_icon_end[] __attribute__((weak));
+extern const uint8_t program_icon[]; // the program's icon file
 }
 
 namespace {
@@ -65,10 +63,10 @@ uint64_t convert_all(unsigned long *items) {
 } // namespace
 
 void icon_set(Window window) {
-    if (&program_icon[0] == &program_icon_end[0]) {
+    uint64_t count = convert_all(nullptr);
+    if (count == 0) {
         return;
     }
-    uint64_t count = convert_all(nullptr);
     unsigned long *items = static_cast<unsigned long *>(os_alloc(count * sizeof(unsigned long)));
     if (items) {
         convert_all(items);

@@ -9,6 +9,7 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XShm.h>
+#include <X11/extensions/sync.h>
 
 #include "os/rect.h"
 #include "os/window.h"
@@ -40,6 +41,14 @@ struct FrameExtents {
     int32_t bottom;
 };
 
+// While the user resizes a window, the window manager shows a new size once the frame of that size is there.
+struct ResizeSync {
+    XSyncCounter counter; // None: the server has none
+    XSyncValue value;     // that the counter is to get
+    bool is_asked;        // for the next size
+    bool is_due;          // with the next frame
+};
+
 struct NativeWindow {
     Window id;
     NativeWindow *next; // of all open ones
@@ -53,7 +62,9 @@ struct NativeWindow {
     bool is_minimized;
     uint32_t held_buttons; // bit n: button n of the server
     Point pointer;         // as last told, in the server's coordinates
+    Cursor cursor;         // None: the server's own
     ShownFrame frame;
+    ResizeSync resize;
 };
 
 // ---- window.cpp ----
@@ -62,15 +73,6 @@ NativeWindow *native_window(const PlatformWindow *window);
 
 // The first of all open windows, or null.
 NativeWindow *native_windows();
-
-// Asks the window manager to add a state to a window on the screen, or to remove it.
-void native_window_set_state(const NativeWindow *native, Atom state, bool is_added);
-
-// Asks for the window to be raised and given the keys.
-void native_window_activate(const NativeWindow *native);
-
-// Has the window manager draw the frame that the window's flags ask for, and waits for it a moment.
-void native_window_set_frame(PlatformWindow *window);
 
 // ---- presenting.cpp ----
 

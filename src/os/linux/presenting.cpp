@@ -171,6 +171,11 @@ void native_frame_show(NativeWindow *native, Size client_size, const Framebuffer
         }
     }
     put_image(native, to, true);
+    if (native->resize.is_due) {
+        native->resize.is_due = false;
+        XSyncSetCounter(x11_display(), native->resize.counter, native->resize.value);
+        XFlush(x11_display());
+    }
 }
 
 void native_frame_refresh(NativeWindow *native, Rect part) {

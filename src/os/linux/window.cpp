@@ -1,20 +1,16 @@
 #include "os/window.h"
 
-#include <errno.h>
 #include <string.h>
-#include <unistd.h>
 
-#include <X11/Xatom.h>
-#include <X11/Xcursor/Xcursor.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/Xfixes.h>
 #include <X11/extensions/shapeconst.h>
 
 #include "os/linux/clipboard.h"
 #include "os/linux/drop.h"
-#include "os/linux/icon.h"
 #include "os/linux/keys.h"
 #include "os/linux/native_window.h"
+#include "os/linux/window_manager.h"
 #include "os/linux/x11.h"
 #include "os/linux/xsettings.h"
 #include "os/memory.h"
@@ -25,15 +21,11 @@
 namespace {
 
 NativeWindow *first_window;
-PlatformWindow *focused_window;              // null: none of ours
-uint32_t current_cursor = CURSOR_TABLE_SIZE; // of all open windows; that one: not set yet
+PlatformWindow *focused_window; // null: none of ours
 
 void *handle_of(Window id) {
     return reinterpret_cast<void *>(id);
 }
-
-// What a window manager is asked for may take it this long, or it does not do it.
-constexpr uint32_t window_manager_ms = 200;
 
 } // namespace
 
@@ -98,24 +90,9 @@ void configured(PlatformWindow *window, const XConfigureEvent &event) {
     } else {
         read_position(native);
     }
+    native->resize.is_due = native->resize.is_due || native->resize.is_asked;
+    native->resize.is_asked = false;
     tell_geometry(window, false);
-}
-
-// Whatever another program has written, a frame is not larger.
-constexpr unsigned long most_frame_extent = 1024;
-
-void read_frame_extents(NativeWindow *native) {
-    unsigned long extents[4] = {};
-    if (x11_read_numbers(native->id, x11_atom(ATOM_NET_FRAME_EXTENTS), XA_CARDINAL, extents, 4) != 4) {
-        return;
-    }
-    for (unsigned long extent : extents) {
-        if (extent > most_frame_extent) {
-            return;
-        }
-    }
-    native->extents = {static_cast<int32_t>(extents[0]), static_cast<int32_t>(extents[1]),
-                       static_cast<int32_t>(extents[2]), static_cast<int32_t>(extents[3])};
 }
 
 void read_state(PlatformWindow *window) {
@@ -229,7 +206,7 @@ void focus_changed(PlatformWindow *window, const XFocusChangeEvent &event) {
     }
 }
 
-// The window manager asks to close, or whether the program still answers.
+// The window manager asks to close, whether the program still answers, or to be told of the next frame.
 void asked(PlatformWindow *window, XEvent *event) {
     if (event->xclient.message_type != x11_atom(ATOM_WM_PROTOCOLS) || event->xclient.format != 32) {
         return;
@@ -237,6 +214,11 @@ void asked(PlatformWindow *window, XEvent *event) {
     Atom protocol = static_cast<Atom>(event->xclient.data.l[0]);
     if (protocol == x11_atom(ATOM_WM_DELETE_WINDOW)) {
         window_closed(window);
+    } else if (protocol == x11_atom(ATOM_NET_WM_SYNC_REQUEST)) {
+        ResizeSync *resize = &native_window(window)->resize;
+        XSyncIntsToValue(&resize->value, static_cast<uint32_t>(event->xclient.data.l[2]),
+                         static_cast<int32_t>(event->xclient.data.l[3]));
+        resize->is_asked = resize->counter != None;
     } else if (protocol == x11_atom(ATOM_NET_WM_PING)) {
         Window root = DefaultRootWindow(x11_display());
         event->xclient.window = root;
@@ -248,7 +230,7 @@ void property_changed(PlatformWindow *window, const XPropertyEvent &event) {
     if (event.atom == x11_atom(ATOM_WM_STATE)) {
         read_state(window);
     } else if (event.atom == x11_atom(ATOM_NET_FRAME_EXTENTS)) {
-        read_frame_extents(native_window(window));
+        wm_read_frame_extents(native_window(window));
         read_position(native_window(window));
         tell_geometry(window, false);
     }
@@ -368,80 +350,6 @@ bool handle(XEvent *event) {
 
 namespace {
 
-bool is_frameless(uint16_t flags) {
-    return flags & (WINDOW_FLAG_BORDERLESS | WINDOW_FLAG_POPUP);
-}
-
-void set_atoms(const NativeWindow *native, Atom property, const Atom *atoms, int32_t count) {
-    XChangeProperty(x11_display(), native->id, property, XA_ATOM, 32, PropModeReplace,
-                    reinterpret_cast<const uint8_t *>(atoms), count);
-}
-
-// Says whether the window manager is to draw a frame.
-void set_frame_hint(const NativeWindow *native, bool has_frame) {
-    constexpr unsigned long decorations_are_told = 2;
-    unsigned long hints[5] = {decorations_are_told, 0, has_frame, 0, 0};
-    Atom property = x11_atom(ATOM_MOTIF_WM_HINTS);
-    XChangeProperty(x11_display(), native->id, property, property, 32, PropModeReplace,
-                    reinterpret_cast<const uint8_t *>(hints), 5);
-}
-
-// The place that a window has is the client area's, whatever its frame. Until it is placed the window manager
-// chooses the place.
-void set_size_hints(const NativeWindow *native, uint16_t flags, bool is_placed) {
-    XSizeHints hints = {};
-    hints.flags = PWinGravity | (is_placed ? USPosition | PPosition : 0);
-    hints.win_gravity = StaticGravity;
-    hints.x = native->client.x;
-    hints.y = native->client.y;
-    if (flags & WINDOW_FLAG_FIXED_SIZE) {
-        hints.flags |= PMinSize | PMaxSize;
-        hints.min_width = hints.max_width = native->client.width;
-        hints.min_height = hints.max_height = native->client.height;
-    }
-    XSetWMNormalHints(x11_display(), native->id, &hints);
-}
-
-// The states that a window begins with; the window manager forgets them when it is hidden.
-void set_first_states(const NativeWindow *native, uint16_t flags) {
-    Atom states[2];
-    int32_t count = 0;
-    if (flags & WINDOW_FLAG_TOPMOST) {
-        states[count++] = x11_atom(ATOM_NET_WM_STATE_ABOVE);
-    }
-    if ((flags & WINDOW_FLAG_TOOLWINDOW) && !(flags & WINDOW_FLAG_APPWINDOW)) {
-        states[count++] = x11_atom(ATOM_NET_WM_STATE_SKIP_TASKBAR);
-    }
-    set_atoms(native, x11_atom(ATOM_NET_WM_STATE), states, count);
-}
-
-// What the window manager and other programs read. title is zero-terminated UTF-8.
-void set_properties(const NativeWindow *native, const char *title, uint16_t flags) {
-    Display *display = x11_display();
-    XWMHints hints = {};
-    hints.flags = InputHint | StateHint;
-    hints.input = True;
-    hints.initial_state = NormalState;
-    XClassHint class_hint = {program_invocation_short_name, program_invocation_short_name};
-    Xutf8SetWMProperties(display, native->id, title, title, nullptr, 0, nullptr, &hints, &class_hint);
-    XChangeProperty(display, native->id, x11_atom(ATOM_NET_WM_NAME), x11_atom(ATOM_UTF8_STRING), 8,
-                    PropModeReplace, reinterpret_cast<const uint8_t *>(title),
-                    static_cast<int>(strlen(title)));
-    unsigned long process = static_cast<unsigned long>(getpid());
-    XChangeProperty(display, native->id, x11_atom(ATOM_NET_WM_PID), XA_CARDINAL, 32, PropModeReplace,
-                    reinterpret_cast<const uint8_t *>(&process), 1);
-    Atom protocols[] = {x11_atom(ATOM_WM_DELETE_WINDOW), x11_atom(ATOM_NET_WM_PING)};
-    XSetWMProtocols(display, native->id, protocols, 2);
-    if (flags & WINDOW_FLAG_TOOLWINDOW) {
-        Atom type = x11_atom(ATOM_NET_WM_WINDOW_TYPE_UTILITY);
-        set_atoms(native, x11_atom(ATOM_NET_WM_WINDOW_TYPE), &type, 1);
-    }
-    set_frame_hint(native, !is_frameless(flags));
-    set_size_hints(native, flags, flags & WINDOW_FLAG_BORDERLESS);
-    set_first_states(native, flags);
-    icon_set(native->id);
-}
-
 bool has_pixels_of_ours(const Visual *visual) {
     return visual->red_mask == 0xFF0000 && visual->green_mask == 0xFF00 && visual->blue_mask == 0xFF;
 }
@@ -460,50 +368,6 @@ bool choose_visual(NativeWindow *native, bool is_layered) {
         native->depth = depth;
     }
     return native->depth >= 24 && has_pixels_of_ours(native->visual);
-}
-
-int is_new_frame_extents(Display *, XEvent *event, XPointer argument) {
-    return event->type == PropertyNotify &&
-           event->xproperty.window == reinterpret_cast<const NativeWindow *>(argument)->id &&
-           event->xproperty.atom == x11_atom(ATOM_NET_FRAME_EXTENTS);
-}
-
-bool is_supported(Atom atom) {
-    constexpr uint64_t most = 1024;
-    unsigned long supported[most];
-    uint64_t count = x11_read_numbers(DefaultRootWindow(x11_display()), x11_atom(ATOM_NET_SUPPORTED), XA_ATOM,
-                                      supported, most);
-    for (uint64_t i = 0; i < count; i++) {
-        if (supported[i] == atom) {
-            return true;
-        }
-    }
-    return false;
-}
-
-void send_to_root(const NativeWindow *native, Atom type, long first, long second, long third, long fourth) {
-    Window root = DefaultRootWindow(x11_display());
-    XEvent event = {};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = native->id;
-    event.xclient.message_type = type;
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = first;
-    event.xclient.data.l[1] = second;
-    event.xclient.data.l[2] = third;
-    event.xclient.data.l[3] = fourth;
-    XSendEvent(x11_display(), root, False, SubstructureNotifyMask | SubstructureRedirectMask, &event);
-}
-
-// Finds out how wide the frame of a window is that is not on the screen yet.
-void ask_frame_extents(NativeWindow *native, uint16_t flags) {
-    native->extents = {};
-    if (!is_frameless(flags) && is_supported(x11_atom(ATOM_NET_REQUEST_FRAME_EXTENTS))) {
-        send_to_root(native, x11_atom(ATOM_NET_REQUEST_FRAME_EXTENTS), 0, 0, 0, 0);
-        XEvent event;
-        x11_wait_for_event(&event, is_new_frame_extents, native, window_manager_ms);
-        read_frame_extents(native);
-    }
 }
 
 int32_t valid_length(int32_t length) {
@@ -540,13 +404,23 @@ bool create_native(NativeWindow *native, Size size, const char *title, uint16_t 
     }
     native->graphics_context = XCreateGC(display, native->id, 0, nullptr);
     XSetGraphicsExposures(display, native->graphics_context, False);
-    set_properties(native, title, flags);
+    int first_event = 0;
+    int first_error = 0;
+    int major = 0;
+    int minor = 0;
+    if (XSyncQueryExtension(display, &first_event, &first_error) &&
+        XSyncInitialize(display, &major, &minor)) {
+        XSyncValue zero;
+        XSyncIntToValue(&zero, 0);
+        native->resize.counter = XSyncCreateCounter(display, zero);
+    }
+    wm_set_properties(native, title, flags);
     if (flags & WINDOW_FLAG_CLICK_THROUGH) {
         XserverRegion nothing = XFixesCreateRegion(display, nullptr, 0);
         XFixesSetWindowShapeRegion(display, native->id, ShapeInput, 0, 0, nothing);
         XFixesDestroyRegion(display, nothing);
     }
-    ask_frame_extents(native, flags);
+    wm_ask_frame_extents(native, flags);
     return true;
 }
 
@@ -564,6 +438,9 @@ void destroy_native(NativeWindow *native) {
     keys_close_input(native);
     native_frame_free(native);
     XFreeGC(x11_display(), native->graphics_context);
+    if (native->resize.counter) {
+        XSyncDestroyCounter(x11_display(), native->resize.counter);
+    }
     if (native->id != None) { // another program may have destroyed it
         XDestroyWindow(x11_display(), native->id);
     }
@@ -600,7 +477,6 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
     os_free(text);
     native->next = first_window;
     first_window = native;
-    current_cursor = CURSOR_TABLE_SIZE;
     drop_accept(window);
     window->flags = flags | WINDOW_FLAG_ALIVE | WINDOW_FLAG_FOCUS;
     window_set_geometry(window, geometry_of(native));
@@ -682,13 +558,13 @@ void window_place(PlatformWindow *window, Rect outer) {
     }
     NativeWindow placed = *native;
     placed.client = client;
-    set_size_hints(&placed, window->flags, true);
+    wm_set_size_hints(&placed, window->flags, true);
     XMoveResizeWindow(x11_display(), native->id, client.x, client.y, static_cast<uint32_t>(client.width),
                       static_cast<uint32_t>(client.height));
     // The window manager of a window on the screen may decide otherwise.
     XEvent event;
     while (window_is_alive(window) && !is_same(client, native->client) &&
-           x11_wait_for_event(&event, is_configured, native, window_manager_ms)) {
+           x11_wait_for_event(&event, is_configured, native, wm_answer_ms)) {
         configured(window, event.xconfigure);
     }
 }
@@ -701,104 +577,13 @@ void os_window_show(PlatformWindow *window, bool visible) {
     if (!visible) {
         XWithdrawWindow(x11_display(), native->id, DefaultScreen(x11_display()));
     } else if (!native->is_mapped) {
-        set_first_states(native, window->flags);
+        wm_set_first_states(native, window->flags);
         XMapRaised(x11_display(), native->id);
     }
     XFlush(x11_display());
 }
 
-void native_window_set_state(const NativeWindow *native, Atom state, bool is_added) {
-    constexpr long from_program = 1;
-    send_to_root(native, x11_atom(ATOM_NET_WM_STATE), is_added, static_cast<long>(state), 0, from_program);
-    XFlush(x11_display());
-}
-
-void native_window_activate(const NativeWindow *native) {
-    if (is_supported(x11_atom(ATOM_NET_ACTIVE_WINDOW))) {
-        constexpr long from_program = 1;
-        send_to_root(native, x11_atom(ATOM_NET_ACTIVE_WINDOW), from_program,
-                     static_cast<long>(x11_last_time()), 0, 0);
-    } else {
-        XRaiseWindow(x11_display(), native->id);
-        XSetInputFocus(x11_display(), native->id, RevertToParent, CurrentTime);
-    }
-    XFlush(x11_display());
-}
-
-void native_window_set_frame(PlatformWindow *window) {
-    NativeWindow *native = native_window(window);
-    set_frame_hint(native, !is_frameless(window->flags));
-    if (!native->is_mapped) {
-        ask_frame_extents(native, window->flags);
-        return;
-    }
-    XEvent event;
-    if (x11_wait_for_event(&event, is_new_frame_extents, native, window_manager_ms)) {
-        read_frame_extents(native);
-    }
-}
-
 // ---- Mouse ----
-
-namespace {
-
-// Names of cursors in themes, and of the server's own ones.
-struct CursorNames {
-    const char *theme;
-    const char *server;
-};
-const CursorNames cursor_names[] = {
-    {nullptr, nullptr},
-    {"default", "left_ptr"},
-    {"pointer", "hand2"},
-    {"wait", "watch"},
-    {"text", "xterm"},
-    {"crosshair", "crosshair"},
-    {"not-allowed", "X_cursor"},
-    {"help", "question_arrow"},
-    {"all-scroll", "fleur"},
-    {"ew-resize", "sb_h_double_arrow"},
-    {"ns-resize", "sb_v_double_arrow"},
-    {"nwse-resize", "bottom_right_corner"},
-    {"nesw-resize", "bottom_left_corner"},
-};
-
-Cursor cursors[CURSOR_TABLE_SIZE]; // those that were asked for
-
-Cursor create_empty_cursor() {
-    Display *display = x11_display();
-    static const char no_bits[1] = {};
-    Pixmap pixmap = XCreateBitmapFromData(display, DefaultRootWindow(display), no_bits, 1, 1);
-    XColor black = {};
-    Cursor cursor = XCreatePixmapCursor(display, pixmap, pixmap, &black, &black, 0, 0);
-    XFreePixmap(display, pixmap);
-    return cursor;
-}
-
-Cursor load_cursor(uint32_t index) {
-    constexpr uint32_t named = sizeof(cursor_names) / sizeof(cursor_names[0]);
-    if (index >= named || !cursor_names[index].theme) {
-        return create_empty_cursor();
-    }
-    Cursor cursor = XcursorLibraryLoadCursor(x11_display(), cursor_names[index].theme);
-    return cursor ? cursor : XcursorLibraryLoadCursor(x11_display(), cursor_names[index].server);
-}
-
-} // namespace
-
-void os_set_cursor(uint32_t index) {
-    if (index >= CURSOR_TABLE_SIZE || index == current_cursor || !first_window) {
-        return;
-    }
-    if (!cursors[index]) {
-        cursors[index] = load_cursor(index);
-    }
-    current_cursor = index;
-    for (NativeWindow *native = first_window; native; native = native->next) {
-        XDefineCursor(x11_display(), native->id, cursors[index]);
-    }
-    XFlush(x11_display());
-}
 
 // No event tells the mouse's own movements, so there is nothing to ask the server for.
 bool raw_mouse_register(PlatformWindow *) {

@@ -131,6 +131,7 @@ constexpr uint32_t level3 = Mod5Mask; // AltGr
 
 // A property of a window with items of 32 bits.
 std::vector<unsigned long> numbers_of(Window window, const char *name) {
+    user_sync();
     Atom type = None;
     int format = 0;
     unsigned long count = 0, left = 0;
@@ -472,7 +473,7 @@ TEST_F(X11Window, AsksForTheStatesOfItsFlags) {
     };
     for (const auto &row : rows) {
         Window id = window_id(create(WINDOW_FLAG_HIDDEN | row.flags));
-        EXPECT_EQ(numbers_of(id, "_MOTIF_WM_HINTS")[2], row.has_frame) << row.flags;
+        EXPECT_EQ(numbers_of(id, "_MOTIF_WM_HINTS").at(2), row.has_frame) << row.flags;
         XSizeHints hints = {};
         long supplied = 0;
         ASSERT_TRUE(XGetWMNormalHints(user_display(), id, &hints, &supplied));
@@ -523,7 +524,7 @@ TEST_F(X11Window, IsClosedWhenAnotherProgramDestroysIt) {
     os_window_blit(window);
     XDestroyWindow(user_display(), window_id(window));
     os_window_blit(window); // before it is told
-    EXPECT_EQ(events(), Events{"closed"});
+    EXPECT_EQ(events(), (Events{"focus 0", "closed"}));
     EXPECT_FALSE(window->flags & WINDOW_FLAG_ALIVE);
 }
 
@@ -626,6 +627,32 @@ TEST_F(X11Window, WhatIsShownStaysWhileItIsResized) {
     EXPECT_EQ(shown_pixels(window), all_of(0x0000AA, {500, 400}));
 }
 
+TEST_F(X11Window, ANewSizeIsAnnouncedWithTheFirstFrameOfIt) {
+    PlatformWindow *window = create_shown();
+    Display *display = user_display();
+    int first_event = 0, first_error = 0, major = 0, minor = 0;
+    ASSERT_TRUE(XSyncQueryExtension(display, &first_event, &first_error));
+    ASSERT_TRUE(XSyncInitialize(display, &major, &minor));
+    XSyncCounter counter = numbers_of(window_id(window), "_NET_WM_SYNC_REQUEST_COUNTER").at(0);
+    auto announced = [&] {
+        user_sync();
+        XSyncValue value;
+        EXPECT_TRUE(XSyncQueryCounter(display, counter, &value));
+        return XSyncValueLow32(value);
+    };
+    send_message(window, XInternAtom(display, "WM_PROTOCOLS", False),
+                 {static_cast<long>(XInternAtom(display, "_NET_WM_SYNC_REQUEST", False)), 0, 77, 0});
+    events();
+    fill(window, 0xFF0000AA); // a frame of the old size
+    EXPECT_EQ(announced(), 0u);
+    XResizeWindow(display, window_id(window), 350, 250);
+    drive_settle();
+    EXPECT_EQ(window->client_size.width, 350);
+    EXPECT_EQ(announced(), 0u);
+    fill(window, 0xFF0000AA);
+    EXPECT_EQ(announced(), 77u);
+}
+
 TEST_F(X11Window, LayeredMakesBlackTransparent) {
     PlatformWindow *window = create_shown(program_flags | WINDOW_FLAG_LAYERED);
     window->framebuffer.pixels[0] = 0xFF000000;
@@ -643,10 +670,15 @@ TEST_F(X11Window, LayeredMakesBlackTransparent) {
 
 namespace {
 
-// The picture of the cursor that is on the screen, with its hot spot.
-std::vector<unsigned long> shown_cursor() {
+// The picture of the cursor that is on the screen, with its hot spot. One that moves has none at first.
+std::vector<unsigned long> shown_cursor(bool has_picture = true) {
     user_sync();
     XFixesCursorImage *image = XFixesGetCursorImage(user_display());
+    while (has_picture && image->width == 1) {
+        XFree(image);
+        usleep(5000);
+        image = XFixesGetCursorImage(user_display());
+    }
     std::vector<unsigned long> picture(image->pixels, image->pixels + image->width * image->height);
     picture.push_back(image->xhot);
     picture.push_back(image->yhot);
@@ -662,7 +694,7 @@ TEST_F(X11Window, SetsTheCursorsOfTheTable) {
     std::vector<std::vector<unsigned long>> pictures;
     for (uint32_t index = 0; index <= CURSOR_SIZE_NORTH_EAST_SOUTH_WEST; index++) {
         os_set_cursor(index);
-        pictures.push_back(shown_cursor());
+        pictures.push_back(shown_cursor(index != CURSOR_NONE));
         for (uint32_t other = 0; other < index; other++) {
             EXPECT_NE(pictures[index], pictures[other]) << index << " " << other;
         }
@@ -673,7 +705,7 @@ TEST_F(X11Window, SetsTheCursorsOfTheTable) {
     os_set_cursor(CURSOR_TABLE_SIZE);
     EXPECT_EQ(shown_cursor(), pictures.back());
     os_set_cursor(CURSOR_TABLE_SIZE - 1);
-    EXPECT_EQ(shown_cursor(), pictures[CURSOR_NONE]);
+    EXPECT_EQ(shown_cursor(false), pictures[CURSOR_NONE]);
     PlatformWindow *second = create_shown(); // a new window gets it, too
     os_set_cursor(CURSOR_HAND);
     drive_pointer_to(second, {50, 50});

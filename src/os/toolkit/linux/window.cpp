@@ -5,6 +5,7 @@
 #include <X11/extensions/Xfixes.h>
 
 #include "os/linux/native_window.h"
+#include "os/linux/window_manager.h"
 #include "os/linux/x11.h"
 #include "os/window_events.h"
 
@@ -18,20 +19,20 @@ void os_window_minimize(PlatformWindow *window) {
 void os_window_restore(PlatformWindow *window) {
     if (window_is_alive(window)) {
         XMapWindow(x11_display(), native_window(window)->id);
-        native_window_activate(native_window(window)); // for window managers that leave it mapped
+        wm_activate(native_window(window)); // for window managers that leave it mapped
     }
 }
 
 void os_window_focus(PlatformWindow *window) {
     if (window_is_alive(window)) {
-        native_window_activate(native_window(window));
+        wm_activate(native_window(window));
         window->flags |= WINDOW_FLAG_FOCUS;
     }
 }
 
 void os_window_flash(PlatformWindow *window) {
     if (window_is_alive(window)) {
-        native_window_set_state(native_window(window), x11_atom(ATOM_NET_WM_STATE_DEMANDS_ATTENTION), true);
+        wm_set_state(native_window(window), x11_atom(ATOM_NET_WM_STATE_DEMANDS_ATTENTION), true);
     }
 }
 
@@ -42,15 +43,15 @@ void os_window_toggle_frame(PlatformWindow *window) {
     Rect outer = {window->window_position.x, window->window_position.y, window->window_size.width,
                   window->window_size.height};
     window->flags ^= WINDOW_FLAG_POPUP;
-    native_window_set_frame(window);
+    wm_set_frame(window);
     window_place(window, outer);
 }
 
 void os_window_toggle_topmost(PlatformWindow *window) {
     if (window_is_alive(window)) {
         window->flags ^= WINDOW_FLAG_TOPMOST;
-        native_window_set_state(native_window(window), x11_atom(ATOM_NET_WM_STATE_ABOVE),
-                                window->flags & WINDOW_FLAG_TOPMOST);
+        wm_set_state(native_window(window), x11_atom(ATOM_NET_WM_STATE_ABOVE),
+                     window->flags & WINDOW_FLAG_TOPMOST);
     }
 }
 

@@ -1,0 +1,6 @@
+// An icon file without pictures, which the linker takes for programs that have no icon of their own.
+#include <stdint.h>
+
+extern "C" {
+extern const uint8_t program_icon[6] = {};
+}
