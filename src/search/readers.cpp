@@ -1,5 +1,7 @@
 #include "search/readers.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 #include "os/files.h"
@@ -132,20 +134,15 @@ constexpr uint64_t hits_capacity = 65536; // bytes
 constexpr uint64_t list_capacity = 16384;
 
 void reserve_memory(Reader *reader) {
-    const struct {
-        StrBuf *buf;
-        uint64_t capacity;
-    } wanted[] = {
-        {&reader->contents, small_file},
-        {&reader->hits, hits_capacity},
-        {&reader->files, list_capacity},
-        {&reader->names, list_capacity},
-    };
-    for (const auto &[buf, capacity] : wanted) {
+    const auto reserve = [](StrBuf *buf, uint64_t capacity) {
         if (!buf->data) {
             strbuf_init(buf, capacity);
         }
-    }
+    };
+    reserve(&reader->contents, small_file);
+    reserve(&reader->hits, hits_capacity);
+    reserve(&reader->files, list_capacity);
+    reserve(&reader->names, list_capacity);
 }
 
 // What one large folder or job needs is not kept for the others.
@@ -368,8 +365,7 @@ void hand_out() {
                 return;
             }
             uint64_t first = folder->handed_out;
-            uint64_t count = folder->file_count - first;
-            count = count < files_of_job ? count : files_of_job;
+            uint64_t count = std::min(folder->file_count - first, files_of_job);
             folder->handed_out += count;
             RingJob *added = ring_job(readers.handed_out++);
             *added = {};
@@ -507,26 +503,23 @@ uint32_t run_reader(void *record) {
 // ---- For the interface and the worker ----
 
 uint32_t readers_start(uint32_t count) {
-    if (count > 0 && readers.thread_count == 0) {
+    if (count == 0 && readers.thread_count == 0) {
+        return 0; // nothing is set up
+    }
+    if (readers.thread_count == 0) {
         readers.lock = os_lock_init();
         readers.work = os_condition_init();
         readers.rest = os_condition_init();
         readers.progress = os_condition_init();
         readers.room = os_condition_init();
     }
-    count = count < most_readers ? count : most_readers;
-    while (readers.thread_count < count) {
-        void *index = reinterpret_cast<void *>(uintptr_t{readers.thread_count});
-        if (!os_thread_start(run_reader, index)) {
-            break;
-        }
+    uint32_t wanted = std::min(count, most_readers);
+    while (readers.thread_count < wanted &&
+           os_thread_start(run_reader, reinterpret_cast<void *>(uintptr_t{readers.thread_count}))) {
         readers.thread_count++;
     }
-    if (readers.thread_count == 0) {
-        return 0;
-    }
     os_lock_enter(&readers.lock);
-    readers.wanted = count < readers.thread_count ? count : readers.thread_count;
+    readers.wanted = std::min(wanted, readers.thread_count);
     os_condition_wake_all(&readers.work);
     os_condition_wake_all(&readers.rest);
     os_lock_leave(&readers.lock);
