@@ -50,7 +50,7 @@ expect_text() { # SOURCE NAME
 }
 expect_text LICENSE LICENSE.txt
 expect_text THIRD_PARTY_NOTICES.md THIRD_PARTY_NOTICES.txt
-expect_text src/app/settings.txt settings.txt
+cat "$top"/src/app/settings{,_win32}.txt | sed 's/$/\r/' | cmp - "$folder/settings.txt" || failed 'settings.txt differs'
 
 # ---- The guide ----
 
