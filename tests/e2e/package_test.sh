@@ -23,9 +23,9 @@ expect_lines() { # WHAT EXPECTED ACTUAL
 copy=$work/somewhere/else
 mkdir -p "$copy/build"
 (cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
-"$top/tools/make_package"
+"$top/tools/make_package" windows
 cp -r "$top/build/font" "$copy/build"
-(umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/make_package")
+(umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/make_package" windows)
 
 version=$(sed -n 's/^project(tarnwick VERSION \([0-9.]*\) .*/\1/p' "$top/CMakeLists.txt")
 name=tarnwick-$version
