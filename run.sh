@@ -1,7 +1,13 @@
 #!/bin/bash
-# Builds the program and opens it: ./run.sh [FOLDER] [QUERY]. FOLDER may end in the start of a folder's name. Without a
-# display, runs it on a virtual one and saves a screenshot as build/screenshot.png.
+# Builds the program and opens it: ./run.sh [--windows] [FOLDER] [QUERY]; with --windows the Windows program, under Wine.
+# FOLDER may end in the start of a folder's name. Without a display, runs it on a virtual one and saves a screenshot as
+# build/screenshot.png.
 set -euo pipefail
+system=linux
+if [ "${1:-}" = --windows ]; then
+    system=windows
+    shift
+fi
 top=$(cd "$(dirname "$0")" && pwd)
 folder=${1:-$top/src}
 listed=$folder
@@ -19,40 +25,54 @@ case $folder in
 esac
 query=${2:-search}
 cd "$top"
-# Wine joins the arguments to one line, in which it quotes arguments with spaces and escapes quotes. So the query is
-# passed as words, which Wine joins with spaces.
+# The program gets its arguments as one line, in which those with spaces are in quotes. So the query is passed as words,
+# which are joined with spaces.
 case $query in
-*[\"$'\t\n']* | *'  '* | *' ')
-    echo "A query with quotes, tabs, two spaces together or a space at its end cannot be passed on under Wine." >&2
+*[$'\t\n']* | *'  '* | *' ')
+    echo "A query with tabs, line ends, two spaces together or a space at its end cannot be passed on." >&2
     exit 2
+    ;;
+*\"*)
+    if [ $system = windows ]; then
+        echo "A query with quotes cannot be passed on under Wine, which puts a backslash before them." >&2
+        exit 2
+    fi
     ;;
 esac
 IFS=' ' read -ra words <<< "-$query"
-
-packages=(cmake ninja-build googletest libstb-dev g++-mingw-w64-x86-64-posix wine wine64)
-[ -n "${DISPLAY:-}" ] || packages+=(xvfb xauth openbox xdotool imagemagick)
-tools/need_packages "${packages[@]}"
-tools/need_font
-mkdir -p build/windows
-{
-    [ -f build/windows/build.ninja ] || cmake --preset windows
-    cmake --build --preset windows --target tarnwick
-} > build/windows/build.log 2>&1 || { cat build/windows/build.log; exit 1; }
-
-# The program accepts only a quoted path. A space at the end makes Wine quote it; the program removes the space.
-program=(build/windows/bin/tarnwick.exe "Z:$folder " "${words[@]}")
-if [ -n "${DISPLAY:-}" ]; then
-    exec tools/run_under_wine "${program[@]}"
+# The program accepts only a quoted path. A space at the end gets it quoted; the program removes the space.
+if [ $system = windows ]; then
+    packages=(googletest libstb-dev g++-mingw-w64-x86-64-posix wine wine64)
+    program=(tools/run_under_wine build/windows/bin/tarnwick.exe "Z:$folder " "${words[@]}")
+else
+    packages=(g++ googletest libbenchmark-dev libstb-dev libx11-dev libxcursor-dev libxext-dev libxfixes-dev libxrandr-dev
+        libxtst-dev)
+    program=(build/linux/bin/tarnwick "$folder " "${words[@]}")
 fi
 
-# End Wine's server, which would otherwise keep using this display after it is gone.
-export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
-mkdir -p "$WINEPREFIX"
-end_wine() {
-    wineserver -k 2> /dev/null || true
-    wineserver -w
-}
-end_wine
-trap end_wine EXIT
+[ -n "${DISPLAY:-}" ] || packages+=(xvfb xauth openbox xdotool imagemagick)
+tools/need_packages cmake ninja-build "${packages[@]}"
+tools/need_font
+mkdir -p build/$system
+{
+    [ -f build/$system/build.ninja ] || cmake --preset $system
+    cmake --build --preset $system --target tarnwick
+} > build/$system/build.log 2>&1 || { cat build/$system/build.log; exit 1; }
+
+if [ -n "${DISPLAY:-}" ]; then
+    exec "${program[@]}"
+fi
+
+if [ $system = windows ]; then
+    # End Wine's server, which would otherwise keep using this display after it is gone.
+    export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
+    mkdir -p "$WINEPREFIX"
+    end_wine() {
+        wineserver -k 2> /dev/null || true
+        wineserver -w
+    }
+    end_wine
+    trap end_wine EXIT
+fi
 xvfb-run -a -s '-screen 0 1280x1024x24' tools/take_screenshot build/screenshot.png "${program[@]}"
 echo "$PWD/build/screenshot.png"

@@ -16,7 +16,8 @@ done
 
 tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck googletest libbenchmark-dev libstb-dev \
     g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth openbox xdotool xclip imagemagick x11-xserver-utils \
-    x11-utils x11-xkb-utils libx11-dev libxext-dev libxrandr-dev libxfixes-dev libxcursor-dev libxtst-dev python3-markdown zip unzip
+    x11-utils x11-xkb-utils libx11-dev libxext-dev libxrandr-dev libxfixes-dev libxcursor-dev libxtst-dev python3-markdown \
+    zip unzip appstream desktop-file-utils procps
 tools/need_font
 
 # Windows programs get a screen with a window manager and a Wine server of their own: a server that was started without

@@ -12,10 +12,15 @@
 
 namespace {
 
+#ifdef _WIN32
 char default_left_click[] = "\"C:/Program Files/Sublime Text/sublime_text.exe\" "
                             "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}";
 char default_right_click[] = "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\"";
 static_assert(sizeof(default_left_click) == 111 + 1 && sizeof(default_right_click) == 57 + 1);
+#else
+char default_left_click[] = "xdg-open \"{tarn_file_folder}/{tarn_file_name}\"";
+char default_right_click[] = "xdg-open \"{tarn_file_folder}\"";
+#endif
 
 constexpr char default_font[] = "source_code_pro.otf";
 

@@ -19,11 +19,11 @@
 // The exit code of a child that is still running.
 constexpr uint32_t exit_code_still_running = 259;
 
-// Starts a command and returns the child's exit code, or 1 when it could not be started or its code not read;
-// on Linux the code is its lowest eight bits, or 128 plus the number of the signal that ended it.
+// Starts a command and returns the child's exit code, or 1 when it could not be started or its code not read.
 //
-// Does not wait: the code is read at once and normally is exit_code_still_running, whatever becomes of the
-// command. The child inherits no handles. What the system keeps for it is intentionally never released.
+// Does not wait: the code is read at once and normally is exit_code_still_running, on Linux always, whatever
+// becomes of the command. The child inherits no handles. What Windows keeps for it is intentionally never
+// released; Linux keeps nothing.
 uint32_t os_run_process(Str cmd, uint8_t show_console);
 
 // ---- Desktop (each system) ----

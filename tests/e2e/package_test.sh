@@ -23,9 +23,9 @@ expect_lines() { # WHAT EXPECTED ACTUAL
 copy=$work/somewhere/else
 mkdir -p "$copy/build"
 (cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
-"$top/tools/make_package"
+"$top/tools/make_package" windows
 cp -r "$top/build/font" "$copy/build"
-(umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/make_package")
+(umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/make_package" windows)
 
 version=$(sed -n 's/^project(tarnwick VERSION \([0-9.]*\) .*/\1/p' "$top/CMakeLists.txt")
 name=tarnwick-$version
@@ -50,7 +50,7 @@ expect_text() { # SOURCE NAME
 }
 expect_text LICENSE LICENSE.txt
 expect_text THIRD_PARTY_NOTICES.md THIRD_PARTY_NOTICES.txt
-expect_text src/app/settings.txt settings.txt
+cat "$top"/src/app/settings{,_win32}.txt | sed 's/$/\r/' | cmp - "$folder/settings.txt" || failed 'settings.txt differs'
 
 # ---- The guide ----
 

@@ -1,33 +1,116 @@
 #!/bin/bash
-# Checks which folders run.sh accepts: run_test.sh RUN_SH. Nothing is installed or built: the first tool that run.sh
-# calls is replaced by one that exits with 9.
+# Checks which folders and queries run.sh accepts, and what it installs, builds and starts for each system:
+# run_test.sh RUN_SH. Nothing is installed or built: stand-ins for the tools and programs record their calls.
 set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-mkdir -p "$work/top/tools" "$work/top/src/search"
-cp "$1" "$work/top/run.sh"
-printf '#!/bin/sh\nexit 9\n' > "$work/top/tools/need_packages"
-chmod +x "$work/top/run.sh" "$work/top/tools/need_packages"
-touch "$work/top/file"
-cd "$work/top"
+top=$work/top
+mkdir -p "$top/tools" "$top/src/search" "$top"/build/{linux,windows}/bin "$work/bin"
+cp "$1" "$top/run.sh"
+touch "$top/file"
+cat > "$work/stand_in" << 'END'
+#!/bin/bash
+printf '%s' "$(basename "$0")" >> "$CALLS"
+[ $# = 0 ] || printf ' [%s]' "$@" >> "$CALLS"
+echo >> "$CALLS"
+END
+chmod +x "$work/stand_in"
+for program in "$top"/tools/{need_packages,need_font,run_under_wine,take_screenshot} "$top"/build/linux/bin/tarnwick \
+    "$work"/bin/{cmake,xvfb-run,wineserver}; do
+    cp "$work/stand_in" "$program"
+done
+export CALLS=$work/calls PATH=$work/bin:$PATH
+cd "$top"
 
-expect_status() { # STATUS MESSAGE FOLDER...
-    local status=0 message
-    message=$(./run.sh "${@:3}" 2>&1) || status=$?
-    [ "$status" = "$1" ] && [ "$message" = "$2" ] ||
-        { echo "FAILED: ./run.sh ${*:3} ends with $status: $message"; exit 1; }
+run() { # ARGUMENT...
+    : > "$CALLS"
+    status=0
+    message=$(./run.sh "$@" 2>&1) || status=$?
 }
 
-# ---- Folders, and prefixes of folder names ----
+failed() {
+    echo "FAILED in line ${BASH_LINENO[-2]}: $1"
+    echo "status $status: $message"
+    cat "$CALLS"
+    exit 1
+}
 
-for path in src src/ src/search/ src/sea srch . / "$work/top/src" "$work/top/src/sea"; do
-    expect_status 9 '' "$path"
-done
-expect_status 9 ''
+expect_refused() { # MESSAGE ARGUMENT...
+    run "${@:2}"
+    if [ "$status" != 2 ] || [ "$message" != "$1" ] || [ -s "$CALLS" ]; then
+        failed "./run.sh ${*:2}"
+    fi
+}
 
-# ---- Folders that cannot be listed ----
+expect_call() { # CALL ARGUMENT...
+    run "${@:2}"
+    if [ "$status" != 0 ] || ! grep -qxF -- "$1" "$CALLS"; then
+        failed "no call: $1"
+    fi
+}
 
-for path in nowhere/ nowhere/sea nowhere/else/ /nowhere/sea file file/ file/sea; do
-    expect_status 2 "No such folder: $path" "$path"
+no_call() { # PATTERN
+    ! grep -q -- "$1" "$CALLS" || failed "a call of $1"
+}
+
+for windows in '' --windows; do
+    option=(${windows:+"$windows"})
+    start="tarnwick ["
+    [ -z "$windows" ] || start="run_under_wine [build/windows/bin/tarnwick.exe] [Z:"
+    export DISPLAY=:1
+
+    # ---- Folders, and prefixes of folder names ----
+
+    expect_call "$start$top/src ] [-search]" "${option[@]}"
+    for path in src src/ src/search/ src/sea srch "$top/src/sea"; do
+        expect_call "$start$top/${path#"$top/"} ] [-search]" "${option[@]}" "$path"
+    done
+    expect_call "$start$top ] [-search]" "${option[@]}" .
+    expect_call "$start/ ] [-search]" "${option[@]}" /
+    for path in nowhere/ nowhere/sea nowhere/else/ /nowhere/sea file file/ file/sea; do
+        expect_refused "No such folder: $path" "${option[@]}" "$path"
+    done
+
+    # ---- Queries ----
+
+    expect_call "$start$top/src ] [-two] [words]" "${option[@]}" src 'two words'
+    expect_call "$start$top/src ] [-] [first]" "${option[@]}" src ' first'
+    for query in 'two  spaces' 'end ' $'a\ttab' $'a\nline'; do
+        expect_refused \
+            'A query with tabs, line ends, two spaces together or a space at its end cannot be passed on.' \
+            "${option[@]}" src "$query"
+    done
+    if [ "$windows" ]; then
+        expect_refused 'A query with quotes cannot be passed on under Wine, which puts a backslash before them.' \
+            "${option[@]}" src '"quoted"'
+    else
+        expect_call "$start$top/src ] [-\"quoted\"]" src '"quoted"'
+    fi
+
+    # ---- What is installed and built ----
+
+    run "${option[@]}"
+    system=${windows:+windows}
+    grep -qx "cmake \[--build\] \[--preset\] \[${system:-linux}\] \[--target\] \[tarnwick\]" "$CALLS" ||
+        failed 'not built'
+    no_call xvfb
+    if [ "$windows" ]; then
+        grep -q 'need_packages .*\[wine64\]' "$CALLS" || failed 'no Wine'
+        no_call libx11
+    else
+        grep -q 'need_packages .*\[libx11-dev\]' "$CALLS" || failed 'no X11'
+        no_call wine
+        no_call mingw
+    fi
+
+    # ---- Without a display ----
+
+    unset DISPLAY
+    command="[build/linux/bin/tarnwick] ${start#tarnwick }"
+    [ -z "$windows" ] || command="[tools/run_under_wine] ${start#run_under_wine }"
+    expect_call "xvfb-run [-a] [-s] [-screen 0 1280x1024x24] [tools/take_screenshot] [build/screenshot.png] \
+$command$top/src ] [-search]" "${option[@]}"
+    [ "$message" = "$top/build/screenshot.png" ] || failed "the picture's path is not printed"
+    grep -q 'need_packages .*\[xvfb\].*\[xdotool\].*\[imagemagick\]' "$CALLS" || failed 'no virtual display'
 done

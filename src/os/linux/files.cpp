@@ -103,15 +103,20 @@ Str read_open_file(int file, uint64_t size) {
 } // namespace
 
 Str os_file_read_all(Str path) {
-    int file = open(SystemPath(path).text, open_to_read);
+    SystemPath name(path);
+    struct stat info;
+    if (stat(name.text, &info) == 0 && !S_ISREG(info.st_mode)) {
+        note_last_error(EISDIR); // opening a pipe or a device already does something
+        return {};
+    }
+    int file = open(name.text, open_to_read);
     if (file < 0) {
         return {};
     }
     Str contents = {};
-    struct stat info;
     int32_t error = fstat(file, &info) == 0 ? 0 : errno;
     if (error == 0 && !S_ISREG(info.st_mode)) {
-        error = EISDIR; // nor are pipes and devices read
+        error = EISDIR; // replaced since the stat
     }
     if (error == 0) {
         contents = read_open_file(file, static_cast<uint64_t>(info.st_size));

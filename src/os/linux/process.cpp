@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <string.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "os/files.h"
@@ -105,17 +106,33 @@ char **split_command(Str cmd) {
 
 namespace {
 
-// Starts a program with these standard files; -1 for one leaves this process's own. The child inherits no
-// other file. Returns its id, or -1.
-pid_t spawn(char *const *words, int input, int output, uint8_t show_console) {
+// posix_spawnp from a process in between that exits at once, so that init reaps the program. Returns 0, or 1
+// on failure.
+int spawn_orphan(char *const *words, const posix_spawn_file_actions_t *files,
+                 const posix_spawnattr_t *attributes) {
+    pid_t starter = fork();
+    if (starter == 0) {
+        pid_t program;
+        _exit(posix_spawnp(&program, words[0], files, attributes, words, environ) == 0 ? 0 : 1);
+    }
+    int status = 1;
+    while (starter > 0 && waitpid(starter, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status == 0 ? 0 : 1;
+}
+
+// Starts a program with these standard files; -1 for one leaves this process's own. The program inherits no
+// other file. Sets child to its id; with a null child, this process never has to reap it. Returns false on
+// failure.
+bool spawn(char *const *words, int input, int output, uint8_t show_console, pid_t *child) {
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
     if (posix_spawn_file_actions_init(&files) != 0) {
-        return -1;
+        return false;
     }
     if (posix_spawnattr_init(&attributes) != 0) {
         posix_spawn_file_actions_destroy(&files);
-        return -1;
+        return false;
     }
     int error = 0;
     if (input >= 0) {
@@ -131,47 +148,34 @@ pid_t spawn(char *const *words, int input, int output, uint8_t show_console) {
     if (!show_console) {
         error |= posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID); // away from the terminal
     }
-    pid_t child = -1;
-    if (error != 0 || posix_spawnp(&child, words[0], &files, &attributes, words, environ) != 0) {
-        child = -1;
+    if (error == 0) {
+        error = child ? posix_spawnp(child, words[0], &files, &attributes, words, environ)
+                      : spawn_orphan(words, &files, &attributes);
     }
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
-    return child;
+    return error == 0;
 }
 
 } // namespace
 
 pid_t start_command(Str cmd, int input, int output, uint8_t show_console) {
+    pid_t child = -1;
     char **words = split_command(cmd);
-    pid_t child = words ? spawn(words, input, output, show_console) : -1;
+    if (words && !spawn(words, input, output, show_console, &child)) {
+        child = -1;
+    }
     os_free(words);
     return child;
-}
-
-bool look_at_child(pid_t child, int options, siginfo_t *info) {
-    *info = {};
-    int result;
-    do {
-        result = waitid(P_PID, static_cast<id_t>(child), info, WEXITED | WNOWAIT | options);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
-}
-
-uint32_t exit_code_from(const siginfo_t &info) {
-    if (info.si_pid == 0) {
-        return exit_code_still_running;
-    }
-    return static_cast<uint32_t>(info.si_code == CLD_EXITED ? info.si_status : 128 + info.si_status);
 }
 
 // ---- One command ----
 
 uint32_t os_run_process(Str cmd, uint8_t show_console) {
-    siginfo_t info;
-    pid_t child = start_command(cmd, -1, -1, show_console);
-    // The child is intentionally never reaped.
-    return child > 0 && look_at_child(child, WNOHANG, &info) ? exit_code_from(info) : 1;
+    char **words = split_command(cmd);
+    bool is_started = words && spawn(words, -1, -1, show_console, nullptr);
+    os_free(words);
+    return is_started ? exit_code_still_running : 1;
 }
 
 // ---- Desktop ----
@@ -185,7 +189,7 @@ int32_t os_shell_open(Str path) {
     name[path.count] = 0;
     char program[] = "xdg-open";
     char *words[] = {program, name, nullptr};
-    pid_t child = spawn(words, -1, -1, 0); // never reaped, as in os_run_process
+    bool is_started = spawn(words, -1, -1, 0, nullptr);
     os_free(name);
-    return child > 0 ? 0 : 1;
+    return is_started ? 0 : 1;
 }

@@ -159,9 +159,15 @@ TEST(Command, ABraceThatStartsNoPlaceholderIsKept) {
 }
 
 TEST(Command, TheDefaultsGiveTheirCommands) {
-    EXPECT_EQ(command_of(to_string(settings.right_click_cmd)), "explorer /select,\"C:\\data\\src\\a.c\"");
-    EXPECT_EQ(command_of(to_string(settings.left_click_cmd)),
-              "\"C:/Program Files/Sublime Text/sublime_text.exe\" \"C:/data/src/a.c\":12:5");
+    std::string left = command_of(to_string(settings.left_click_cmd));
+    std::string right = command_of(to_string(settings.right_click_cmd));
+#ifdef _WIN32
+    EXPECT_EQ(left, "\"C:/Program Files/Sublime Text/sublime_text.exe\" \"C:/data/src/a.c\":12:5");
+    EXPECT_EQ(right, "explorer /select,\"C:\\data\\src\\a.c\"");
+#else
+    EXPECT_EQ(left, "xdg-open \"C:/data/src/a.c\"");
+    EXPECT_EQ(right, "xdg-open \"C:/data/src\"");
+#endif
 }
 
 TEST(Command, NumbersArePlainDecimal) {

@@ -8,6 +8,15 @@
 #include <string>
 #include <vector>
 
+#ifdef _WIN32
+inline const std::string default_left = "\"C:/Program Files/Sublime Text/sublime_text.exe\" "
+                                        "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}";
+inline const std::string default_right = "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\"";
+#else
+inline const std::string default_left = "xdg-open \"{tarn_file_folder}/{tarn_file_name}\"";
+inline const std::string default_right = "xdg-open \"{tarn_file_folder}\"";
+#endif
+
 struct PlainSettings {
     int32_t font_size = 0;
     int32_t line_height = 0;
@@ -16,9 +25,8 @@ struct PlainSettings {
     bool remember_last_path = true;
     bool remember_last_query = true;
     int64_t max_file_size = 10000000;
-    std::string left_click_cmd = "\"C:/Program Files/Sublime Text/sublime_text.exe\" "
-                                 "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}";
-    std::string right_click_cmd = "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\"";
+    std::string left_click_cmd = default_left;
+    std::string right_click_cmd = default_right;
     std::string folder;                  // of the file, with a '/' at its end
     std::vector<std::string> font_paths; // of the fonts to load, in their order
 

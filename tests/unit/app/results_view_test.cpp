@@ -658,9 +658,15 @@ TEST(ResultsMouse, TheDefaultTemplatesOpenAndShowTheFile) {
     recorded_commands.clear();
     scope.put_file("C:/data/src", "a.c");
     scope.put_hit(12, "needle", 5, 77);
-    EXPECT_EQ(click({50, 20}, LEFT),
-              "\"C:/Program Files/Sublime Text/sublime_text.exe\" \"C:/data/src/a.c\":12:5|");
-    EXPECT_EQ(click({50, 20}, RIGHT), "explorer /select,\"C:\\data\\src\\a.c\"|");
+    std::string left = click({50, 20}, LEFT);
+    std::string right = click({50, 20}, RIGHT);
+#ifdef _WIN32
+    EXPECT_EQ(left, "\"C:/Program Files/Sublime Text/sublime_text.exe\" \"C:/data/src/a.c\":12:5|");
+    EXPECT_EQ(right, "explorer /select,\"C:\\data\\src\\a.c\"|");
+#else
+    EXPECT_EQ(left, "xdg-open \"C:/data/src/a.c\"|");
+    EXPECT_EQ(right, "xdg-open \"C:/data/src\"|");
+#endif
 }
 
 TEST(ResultsMouse, TheTemplateIsNotChangedAndNeedsNoZeroAfterIt) {

@@ -16,10 +16,6 @@
 
 namespace {
 
-const std::string default_left = "\"C:/Program Files/Sublime Text/sublime_text.exe\" "
-                                 "\"{tarn_file_folder}/{tarn_file_name}\":{tarn_row}:{tarn_column}";
-const std::string default_right = "explorer /select,\"{tarn_file_folder_bs}\\{tarn_file_name}\"";
-
 template <typename AnySettings>
 std::string dump(const AnySettings &s, const std::string &l, const std::string &r) {
     return std::to_string(s.font_size) + "/" + std::to_string(s.line_height) + "/" +
@@ -99,8 +95,10 @@ const std::string defaults =
 // ---- Lines ----
 
 TEST(SettingsLines, WithoutAnyKeyTheDefaultsApply) {
+#ifdef _WIN32
     EXPECT_EQ(default_left.size(), 111u);
     EXPECT_EQ(default_right.size(), 57u);
+#endif
     for (const char *file :
          {"", "\n", " \t\r\n", "# font_size 20", "unknown 20", "#\n#\n", "word", "\r\r\r"}) {
         EXPECT_EQ(Applied(file).str(), defaults) << file;
@@ -747,10 +745,19 @@ const std::vector<std::string> keys = {
     "remember_last_path", "remember_last_query", "max_file_size", "left_click_cmd", "right_click_cmd",
 };
 
+#ifdef _WIN32
+#define COMMANDS_FILE "settings_win32.txt"
+const std::string editors_heading = "## Editors";
+#else
+#define COMMANDS_FILE "settings_linux.txt"
+const std::string editors_heading = "## Editors on Linux";
+#endif
+
 // With Windows or other line ends.
 std::string packaged_settings(const std::string &line_end) {
     std::string file;
-    for (char byte : bytes_of(std::filesystem::path(SOURCE_FOLDER "/src/app/settings.txt"))) {
+    for (char byte : bytes_of(std::filesystem::path(SOURCE_FOLDER "/src/app/settings.txt")) +
+                         bytes_of(std::filesystem::path(SOURCE_FOLDER "/src/app/" COMMANDS_FILE))) {
         file += byte == '\n' ? line_end : std::string(1, byte);
     }
     return file;
@@ -763,7 +770,7 @@ std::vector<std::string> editor_lines() {
     bool in_editors = false;
     for (std::string line; std::getline(guide, line);) {
         if (line.starts_with("## ")) {
-            in_editors = line == "## Editors";
+            in_editors = line == editors_heading;
         } else if (in_editors && line.starts_with("left_click_cmd ")) {
             lines.push_back(line);
         }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdio.h>
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -15,7 +17,11 @@
 
 #include "os/win32/files.h"
 #else
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 #endif
 
@@ -324,6 +330,38 @@ TEST(FileRead, PipesAndDevicesAreNoFiles) {
     EXPECT_EQ(read_text(tree.path("f")), "x");
     EXPECT_EQ(os_last_file_error.code, 0u);
     EXPECT_EQ(os_last_file_error.text[0], 0);
+}
+
+// Opening a pipe wakes whoever waits to write to it, and opening a device can do anything.
+TEST(FileRead, PipesAndSocketsAreNotEvenOpened) {
+    TestTree tree;
+    ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
+    fs::create_symlink("pipe", tree.native("link"));
+    int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address = {AF_UNIX, {}};
+    int folder = open(tree.path().c_str(), O_PATH); // the whole path may be too long for an address
+    snprintf(address.sun_path, sizeof(address.sun_path), "/proc/self/fd/%i/socket", folder);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+    int watch = inotify_init1(IN_NONBLOCK);
+    ASSERT_GE(inotify_add_watch(watch, tree.native("pipe").c_str(), IN_OPEN), 0);
+
+    EXPECT_EQ(read(tree.path("pipe")).data, nullptr);
+    FolderEntry entry;
+    void *listing = os_folder_first(str_over(tree.path()), LIST_FILES, &entry);
+    ASSERT_NE(listing, nullptr);
+    size_t count = 0;
+    do {
+        std::string path = tree.path(to_string(entry.name));
+        EXPECT_EQ(os_file_read_entry(str_over(path), entry.name).data, nullptr);
+        count++;
+    } while (os_folder_next(listing, &entry));
+    os_folder_close(listing);
+    EXPECT_EQ(count, 5u); // ".", "..", the pipe, its link and the socket
+    char events[4096];
+    EXPECT_EQ(::read(watch, events, sizeof(events)), -1) << "opened";
+    close(watch);
+    close(listener);
+    close(folder);
 }
 #endif
 

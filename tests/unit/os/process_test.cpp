@@ -14,7 +14,9 @@
 #ifdef _WIN32
 #include <windows.h>
 #else
+#include <errno.h>
 #include <stdlib.h>
+#include <sys/wait.h>
 #endif
 
 namespace fs = std::filesystem;
@@ -90,6 +92,25 @@ TEST(Process, AHiddenChildHasNoTerminalAndNothingToReadOrWrite) {
     EXPECT_EQ(session, id) << "not in a session of its own";
 }
 
+namespace {
+
+// Whether this process has a child, running or ended.
+bool has_child() {
+    siginfo_t info;
+    return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD;
+}
+
+} // namespace
+
+TEST(Process, ACommandLeavesNoZombie) {
+    TestTree tree;
+    run(probe("wait" + quoted(tree.path("go")) + quoted(tree.path("done"))));
+    EXPECT_FALSE(has_child()) << "while the command runs";
+    tree.file("go", "");
+    ASSERT_TRUE(appears(tree.native("done")));
+    run("no_program_has_this_name");
+    EXPECT_FALSE(has_child()) << "after a failed start";
+}
 #endif
 
 // ---- Desktop ----
@@ -180,6 +201,7 @@ TEST(Process, OpeningAPathHandsItToTheDesktopsProgram) {
     EXPECT_EQ(os_shell_open(str_over(opened)), 0);
     ASSERT_TRUE(appears(tree.native("a folder 你好/seen")));
     EXPECT_EQ(bytes_of(tree.native("a folder 你好/seen")), "[" + opened + "][1]");
+    EXPECT_FALSE(has_child());
 }
 
 TEST(Process, OpeningAPathWithoutTheDesktopsProgramFails) {

@@ -14,6 +14,10 @@
 #include "support/system_files.h"
 #include "support/test_tree.h"
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -641,6 +645,34 @@ TEST(Worker, TwoLinksThatLeadIntoEachOtherEnd) {
                                                             "file a/to_b/f\nhit 1 1 0 foo..\n"
                                                             "file b/f\nhit 1 1 0 foo..\n"
                                                             "file b/to_a/f\nhit 1 1 0 foo..\n");
+}
+
+TEST(Worker, NamesThatDifferInCaseAreDifferent) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a/f", "foo.....");
+    tree.file("A/f", "foo.....");
+    tree.file("A/F", "foo.....");
+    EXPECT_EQ(sorted_search_rows(tree, tree.path("A"), "foo"),
+              "files 2\nfile A/F\nhit 1 1 0 foo..\nfile A/f\nhit 1 1 0 foo..\n");
+}
+
+TEST(Worker, TheSearchedFolderMayBeALink) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("a/b/f", "foo.....");
+    fs::create_symlink("a", tree.native("link"));
+    EXPECT_EQ(search_rows(tree, tree.path("link"), "foo"), "files 1\nfile link/b/f\nhit 1 1 0 foo..\n");
+}
+
+TEST(Worker, PipesAndDevicesAreLeftOut) {
+    TestTree tree;
+    SearchScope scope;
+    ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", tree.native("zero"));
+    fs::create_symlink("/dev/tty", tree.native("tty"));
+    tree.file("file", "foo.....");
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile file\nhit 1 1 0 foo..\n");
 }
 
 TEST(Worker, NamesThatAreNotUtf8AreSearchedLikeOthers) {

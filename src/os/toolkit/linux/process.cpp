@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "os/console.h"
@@ -42,6 +43,25 @@ bool make_pipe(void **read_end, void **write_end) {
 
 pid_t id_of(const Process *process) {
     return static_cast<pid_t>(process->process_info[0]);
+}
+
+// Reads how a child ended without reaping it, waiting for its end unless options contain WNOHANG. Returns
+// false on failure.
+bool look_at_child(pid_t child, int options, siginfo_t *info) {
+    *info = {};
+    int result;
+    do {
+        result = waitid(P_PID, static_cast<id_t>(child), info, WEXITED | WNOWAIT | options);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+// The exit code that look_at_child found, exit_code_still_running for none yet.
+uint32_t exit_code_from(const siginfo_t &info) {
+    if (info.si_pid == 0) {
+        return exit_code_still_running;
+    }
+    return static_cast<uint32_t>(info.si_code == CLD_EXITED ? info.si_status : 128 + info.si_status);
 }
 
 // Reaps an ended child.
