@@ -1,6 +1,6 @@
 // One search as the worker runs it: search_time [--readers COUNT] FOLDER [QUERY]. Without a query it uses one
-// longer than any file, so that every file is read and recorded but none is scanned: the lower bound of a search.
-// Prints the rows of both tables and the bytes of the stored strings and tables.
+// longer than any file, so that every file is read and recorded but none is scanned: the lower bound of a
+// search. Prints the rows of both tables and the bytes of the stored strings and tables.
 
 #include <stdio.h>
 #include <stdlib.h>
