@@ -4,7 +4,6 @@
 
 #include <stdint.h>
 
-#include "os/date_time.h"
 #include "os/strings.h"
 
 // ---- Whole files (each system) ----
@@ -87,7 +86,7 @@ void os_file_close(OpenedFile *file);
 struct FolderEntry {
     Str name;        // zero-terminated; until the next entry or the listing's end, and not in a copy of this
     uint64_t size;   // bytes; 0 for a folder
-    int64_t written; // last write, as the system counts; os_entry_time converts it
+    int64_t written; // last write, as the system counts
     uint8_t is_folder;
     uint8_t has_size;     // whether size is known; only LIST_ONCE leaves it out
     uint8_t is_special;   // LIST_ONCE: neither a folder nor a plain file: a link to a file, a pipe, a device
@@ -115,6 +114,3 @@ uint8_t os_folder_next(void *handle, FolderEntry *entry);
 
 // Ends a listing.
 void os_folder_close(void *handle);
-
-// The last write of an entry, UTC. Nothing in the program calls it.
-FileTime os_entry_time(const FolderEntry &entry);

@@ -1,6 +1,5 @@
 #include "os/files.h"
 
-#include <chrono>
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -514,20 +513,4 @@ void os_folder_close(void *handle) {
     } else {
         free_listing(listing);
     }
-}
-
-FileTime os_entry_time(const FolderEntry &entry) {
-    using namespace std::chrono;
-    sys_time<nanoseconds> time{nanoseconds{entry.written}};
-    sys_days days = floor<std::chrono::days>(time);
-    year_month_day date{days};
-    hh_mm_ss clock{floor<milliseconds>(time) - days};
-    return {static_cast<uint16_t>(static_cast<int>(date.year())),
-            static_cast<uint8_t>(static_cast<unsigned>(date.month())),
-            static_cast<uint8_t>(static_cast<unsigned>(date.day())),
-            static_cast<uint8_t>(weekday{days}.iso_encoding()),
-            static_cast<uint8_t>(clock.hours().count()),
-            static_cast<uint8_t>(clock.minutes().count()),
-            static_cast<uint8_t>(clock.seconds().count()),
-            static_cast<uint32_t>(clock.subseconds().count() * 1000)};
 }

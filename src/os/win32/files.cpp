@@ -216,17 +216,6 @@ void os_file_close(OpenedFile *file) {
 
 // ---- Folder listing ----
 
-DateTime date_time_from_system(const SYSTEMTIME &time) {
-    return {time.wYear,
-            static_cast<uint8_t>(time.wMonth),
-            static_cast<uint8_t>(time.wDay),
-            weekday_from_system(time.wDayOfWeek),
-            static_cast<uint8_t>(time.wHour),
-            static_cast<uint8_t>(time.wMinute),
-            static_cast<uint8_t>(time.wSecond),
-            uint32_t{time.wMilliseconds} * 1000};
-}
-
 namespace {
 
 void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
@@ -284,11 +273,4 @@ uint8_t os_folder_next(void *handle, FolderEntry *entry) {
 
 void os_folder_close(void *handle) {
     FindClose(handle);
-}
-
-FileTime os_entry_time(const FolderEntry &entry) {
-    FILETIME written = {static_cast<DWORD>(entry.written), static_cast<DWORD>(entry.written >> 32)};
-    SYSTEMTIME time = {};
-    FileTimeToSystemTime(&written, &time);
-    return date_time_from_system(time);
 }

@@ -644,29 +644,6 @@ TEST(FolderListing, NamesOutsideAscii) {
     EXPECT_EQ(list(tree.path("fólder"), LIST_FILES), Names{"x 1"});
 }
 
-TEST(FolderListing, TheLastWriteIsUtcWithMondayAsFirstDay) {
-    TestTree tree;
-    tree.file("f", "x");
-    // 2023-11-19 08:09:10.125, the last day of a week.
-    set_last_write(tree.native("f"), ((19680 * 24 + 8) * 60 + 9) * int64_t{60000} + 10125);
-    FolderEntry entry;
-    void *listing = os_folder_first(str_over(tree.path()), LIST_DETAILS, &entry);
-    ASSERT_NE(listing, nullptr);
-    while (to_string(entry.name) != "f") {
-        ASSERT_TRUE(os_folder_next(listing, &entry));
-    }
-    FileTime time = os_entry_time(entry);
-    EXPECT_EQ(time.year, 2023);
-    EXPECT_EQ(time.month, 11);
-    EXPECT_EQ(time.day, 19);
-    EXPECT_EQ(time.weekday, 7);
-    EXPECT_EQ(time.hour, 8);
-    EXPECT_EQ(time.minute, 9);
-    EXPECT_EQ(time.second, 10);
-    EXPECT_EQ(time.microsecond, 125000u);
-    os_folder_close(listing);
-}
-
 TEST(FolderListing, OneForBothPassesTellsFoldersAndFilesWithTheirSizesOrWithout) {
     TestTree tree;
     tree.file("f", "12345");

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "os/date_time.h"
 #include "os/memory.h"
 #include "support/threads.h"
 
@@ -380,31 +379,6 @@ TEST_F(Threads, EverySleepIsAlertable) {
         sleep();
         EXPECT_EQ(is_called, 1);
     }
-}
-#endif
-
-// ---- Dates ----
-
-TEST(Dates, WeeksRunFromMondayToSunday) {
-    EXPECT_EQ(weekday_from_system(0), 7);
-    EXPECT_EQ(weekday_from_system(1), 1);
-    EXPECT_EQ(weekday_from_system(6), 6);
-}
-
-#ifdef _WIN32
-TEST(Dates, ASystemTimeIsTakenOverFieldByField) {
-    SYSTEMTIME sunday = {2023, 12, 0, 31, 23, 58, 59, 987};
-    DateTime time = date_time_from_system(sunday);
-    EXPECT_EQ(time.year, 2023);
-    EXPECT_EQ(time.month, 12);
-    EXPECT_EQ(time.day, 31);
-    EXPECT_EQ(time.weekday, 7);
-    EXPECT_EQ(time.hour, 23);
-    EXPECT_EQ(time.minute, 58);
-    EXPECT_EQ(time.second, 59);
-    EXPECT_EQ(time.microsecond, 987000u);
-    SYSTEMTIME monday = {2024, 1, 1, 1, 0, 0, 0, 0};
-    EXPECT_EQ(date_time_from_system(monday).weekday, 1);
 }
 #endif
 

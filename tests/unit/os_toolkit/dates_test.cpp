@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/system_files.h"
+#include "support/test_tree.h"
 #include "support/threads.h"
 
 namespace {
@@ -91,6 +93,35 @@ TEST(Calendar, TheNamesAreInOrderAndShortOnesAreTheFirstThreeLetters) {
     EXPECT_EQ(weekday_short_names[7], nullptr);
     EXPECT_STREQ(invalid_names[0], "INV");
     EXPECT_STREQ(invalid_names[1], "INVALID");
+}
+
+TEST(Calendar, TheLastWriteIsUtcWithMondayAsFirstDay) {
+    TestTree tree;
+    tree.file("f", "x");
+    // 2023-11-19 08:09:10.125, the last day of a week.
+    set_last_write(tree.native("f"), ((19680 * 24 + 8) * 60 + 9) * int64_t{60000} + 10125);
+    FolderEntry entry;
+    void *listing = os_folder_first(str_over(tree.path()), LIST_DETAILS, &entry);
+    ASSERT_NE(listing, nullptr);
+    while (to_string(entry.name) != "f") {
+        ASSERT_TRUE(os_folder_next(listing, &entry));
+    }
+    FileTime time = os_entry_time(entry);
+    EXPECT_EQ(time.year, 2023);
+    EXPECT_EQ(time.month, 11);
+    EXPECT_EQ(time.day, 19);
+    EXPECT_EQ(time.weekday, 7);
+    EXPECT_EQ(time.hour, 8);
+    EXPECT_EQ(time.minute, 9);
+    EXPECT_EQ(time.second, 10);
+    EXPECT_EQ(time.microsecond, 125000u);
+    os_folder_close(listing);
+}
+
+TEST(Calendar, WeeksRunFromMondayToSunday) {
+    EXPECT_EQ(weekday_from_system(0), 7);
+    EXPECT_EQ(weekday_from_system(1), 1);
+    EXPECT_EQ(weekday_from_system(6), 6);
 }
 
 } // namespace

@@ -29,3 +29,12 @@ DateTime os_local_time() {
     localtime_r(&now.tv_sec, &date);
     return date_time_from_system(date, now.tv_nsec);
 }
+
+FileTime os_entry_time(const FolderEntry &entry) {
+    int64_t nanosecond = entry.written % 1000000000;
+    nanosecond += nanosecond < 0 ? 1000000000 : 0; // before 1970
+    time_t second = (entry.written - nanosecond) / 1000000000;
+    tm date;
+    gmtime_r(&second, &date);
+    return date_time_from_system(date, nanosecond);
+}

@@ -1,6 +1,21 @@
 #include "os/toolkit/dates.h"
 
-#include "os/win32/files.h"
+#include <windows.h>
+
+namespace {
+
+DateTime date_time_from_system(const SYSTEMTIME &time) {
+    return {time.wYear,
+            static_cast<uint8_t>(time.wMonth),
+            static_cast<uint8_t>(time.wDay),
+            weekday_from_system(time.wDayOfWeek),
+            static_cast<uint8_t>(time.wHour),
+            static_cast<uint8_t>(time.wMinute),
+            static_cast<uint8_t>(time.wSecond),
+            uint32_t{time.wMilliseconds} * 1000};
+}
+
+} // namespace
 
 DateTime os_utc_time() {
     SYSTEMTIME time;
@@ -11,5 +26,12 @@ DateTime os_utc_time() {
 DateTime os_local_time() {
     SYSTEMTIME time;
     GetLocalTime(&time);
+    return date_time_from_system(time);
+}
+
+FileTime os_entry_time(const FolderEntry &entry) {
+    FILETIME written = {static_cast<DWORD>(entry.written), static_cast<DWORD>(entry.written >> 32)};
+    SYSTEMTIME time = {};
+    FileTimeToSystemTime(&written, &time);
     return date_time_from_system(time);
 }
