@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "os/memory.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 // ---- Windows ----
 
@@ -49,6 +49,10 @@ bool window_list_add(PlatformWindow *window) {
     }
     window_list.windows[window_list.count++] = window;
     return true;
+}
+
+PlatformWindow *window_at(uint32_t index) {
+    return index < window_list.count ? window_list.windows[index] : nullptr;
 }
 
 PlatformWindow *window_from_handle(const void *handle) {
@@ -167,6 +171,8 @@ void window_frame_due(PlatformWindow *window) {
 
 // ---- Messages ----
 
+WindowFocusHook *window_focus_hook;
+
 void window_set_geometry(PlatformWindow *window, const WindowGeometry &geometry) {
     window->window_position = {geometry.outer.x, geometry.outer.y};
     window->window_size = {geometry.outer.width, geometry.outer.height};
@@ -194,24 +200,9 @@ void window_resized(PlatformWindow *window, const WindowGeometry &geometry, uint
 
 namespace {
 
-void raw_mouse_start(PlatformWindow *window) {
-    if (!(window->input_flags & WINDOW_INPUT_RAW_REGISTERED) && raw_mouse_register(window)) {
-        window->input_flags |= WINDOW_INPUT_RAW_REGISTERED;
-    }
-    if (window->input_flags & WINDOW_INPUT_RAW_REGISTERED) {
-        window->input_flags |= WINDOW_INPUT_RAW_ACTIVE;
-    }
-}
-
-// The mouse is registered for the whole process, so unregistering it concerns every window.
-void raw_mouse_stop(PlatformWindow *window) {
-    if (!(window->input_flags & WINDOW_INPUT_RAW_ACTIVE)) {
-        return;
-    }
-    raw_mouse_unregister();
-    window->input_flags &= static_cast<uint8_t>(~WINDOW_INPUT_RAW_ACTIVE);
-    for (uint32_t i = 0; i < window_list.count; i++) {
-        window_list.windows[i]->input_flags &= static_cast<uint8_t>(~WINDOW_INPUT_RAW_REGISTERED);
+void call_focus_hook(PlatformWindow *window, bool has_focus) {
+    if (window_focus_hook) {
+        window_focus_hook(window, has_focus);
     }
 }
 
@@ -225,15 +216,13 @@ void deliver_focus(PlatformWindow *window, uint8_t is_gained) {
 
 void window_focus_gained(PlatformWindow *window) {
     window->flags |= WINDOW_FLAG_FOCUS;
-    if (window->input_flags & WINDOW_INPUT_RAW_WANTED) {
-        raw_mouse_start(window);
-    }
+    call_focus_hook(window, true);
     deliver_focus(window, 1);
 }
 
 void window_focus_lost(PlatformWindow *window) {
     window->flags &= static_cast<uint16_t>(~WINDOW_FLAG_FOCUS);
-    raw_mouse_stop(window);
+    call_focus_hook(window, false);
     deliver_focus(window, 0);
 }
 
@@ -245,22 +234,13 @@ void window_closed(PlatformWindow *window) {
     os_free(window->framebuffer.pixels);
     window->framebuffer = {};
     window_destroy_native(window);
-    raw_mouse_stop(window);
+    call_focus_hook(window, false);
     window_list_remove(window);
     if (looping_window == window) {
         window_system_loop_end();
     }
     begin_event(window, EVENT_WINDOW_CLOSED);
     deliver();
-}
-
-void os_window_request_raw_mouse(PlatformWindow *window) {
-    if (window_is_alive(window)) {
-        window->input_flags |= WINDOW_INPUT_RAW_WANTED;
-        if (window->flags & WINDOW_FLAG_FOCUS) {
-            raw_mouse_start(window);
-        }
-    }
 }
 
 void os_window_destroy(PlatformWindow *window) {

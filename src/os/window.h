@@ -201,9 +201,6 @@ void os_window_move(PlatformWindow *window, Point position);
 // Closes the window as the user would; EVENT_WINDOW_CLOSED is delivered before this returns.
 void os_window_destroy(PlatformWindow *window);
 
-// Requests raw mouse input while the window has the focus, wherever the pointer is.
-void os_window_request_raw_mouse(PlatformWindow *window);
-
 // ---- Appearance (each system) ----
 
 void os_window_show(PlatformWindow *window, bool visible);

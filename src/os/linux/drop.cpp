@@ -8,7 +8,7 @@
 #include "os/linux/uri_list.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "os/linux/x11.h"
 #include "os/memory.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 // ---- Codes ----
 

@@ -6,7 +6,7 @@
 #include "os/linux/native_window.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 // ---- Memory ----
 

@@ -14,7 +14,7 @@
 #include "os/linux/x11.h"
 #include "os/linux/xsettings.h"
 #include "os/memory.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 // ---- The open windows ----
 
@@ -582,12 +582,3 @@ void os_window_show(PlatformWindow *window, bool visible) {
     }
     XFlush(x11_display());
 }
-
-// ---- Mouse ----
-
-// No event tells the mouse's own movements, so there is nothing to ask the server for.
-bool raw_mouse_register(PlatformWindow *) {
-    return true;
-}
-
-void raw_mouse_unregister() {}

@@ -35,7 +35,17 @@ void os_window_toggle_frame(PlatformWindow *window);
 
 void os_window_toggle_topmost(PlatformWindow *window);
 
+// ---- Mouse (one version for all systems) ----
+
+// Requests raw mouse input while the window has the focus, wherever the pointer is.
+void os_window_request_raw_mouse(PlatformWindow *window);
+
 // ---- Mouse (each system) ----
+
+// Registers the window for raw mouse input, or unregisters every window. Registering returns whether it
+// worked.
+bool raw_mouse_register(PlatformWindow *window);
+void raw_mouse_unregister();
 
 // Shows or hides the mouse cursor for the whole program, however often either was asked for before.
 void os_show_system_cursor(bool visible);

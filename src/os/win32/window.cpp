@@ -8,7 +8,7 @@
 #include "os/memory.h"
 #include "os/win32/utf16.h"
 #include "os/win32/window.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 // ---- Messages ----
 
@@ -379,27 +379,6 @@ void os_set_cursor(uint32_t index) {
     if (index < CURSOR_TABLE_SIZE) {
         SetCursor(cursors[index]);
     }
-}
-
-namespace {
-
-bool register_mouse(DWORD flags, HWND target) {
-    RAWINPUTDEVICE device = {};
-    device.usUsagePage = 1; // generic desktop controls
-    device.usUsage = 2;     // mouse
-    device.dwFlags = flags;
-    device.hwndTarget = target;
-    return RegisterRawInputDevices(&device, 1, sizeof(device)) != 0;
-}
-
-} // namespace
-
-bool raw_mouse_register(PlatformWindow *window) {
-    return register_mouse(RIDEV_INPUTSINK, static_cast<HWND>(window->handle));
-}
-
-void raw_mouse_unregister() {
-    register_mouse(RIDEV_REMOVE, nullptr);
 }
 
 // ---- Monitors ----

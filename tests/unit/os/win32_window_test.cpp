@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "os/memory.h"
-#include "os/window.h"
+#include "os/toolkit/window.h"
 #include "support/window_driver.h"
 
 // The linker redirects every call of CreateWindowExW to the first of these; the second is the real one.

@@ -2,7 +2,7 @@
 #include "os/window.h"
 
 #include "os/toolkit/window.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 #include "support/window_fixture.h"
 
 // ---- Creation ----

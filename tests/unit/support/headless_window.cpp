@@ -7,7 +7,7 @@
 #include "os/strings.h"
 #include "os/toolkit/window.h"
 #include "os/window.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "os/linux/native_window.h"
 #include "os/linux/window_manager.h"
 #include "os/linux/x11.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 void os_window_minimize(PlatformWindow *window) {
     if (window_is_alive(window)) {
@@ -68,3 +68,10 @@ void os_show_system_cursor(bool visible) {
     }
     XFlush(x11_display());
 }
+
+// No event tells the mouse's own movements, so there is nothing to ask the server for.
+bool raw_mouse_register(PlatformWindow *) {
+    return true;
+}
+
+void raw_mouse_unregister() {}

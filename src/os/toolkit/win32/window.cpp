@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "os/win32/window.h"
-#include "os/window_events.h"
+#include "os/window_backend.h"
 
 // ---- Appearance ----
 
@@ -75,4 +75,25 @@ void os_show_system_cursor(bool visible) {
         while (ShowCursor(FALSE) >= 0) {
         }
     }
+}
+
+namespace {
+
+bool register_mouse(DWORD flags, HWND target) {
+    RAWINPUTDEVICE device = {};
+    device.usUsagePage = 1; // generic desktop controls
+    device.usUsage = 2;     // mouse
+    device.dwFlags = flags;
+    device.hwndTarget = target;
+    return RegisterRawInputDevices(&device, 1, sizeof(device)) != 0;
+}
+
+} // namespace
+
+bool raw_mouse_register(PlatformWindow *window) {
+    return register_mouse(RIDEV_INPUTSINK, static_cast<HWND>(window->handle));
+}
+
+void raw_mouse_unregister() {
+    register_mouse(RIDEV_REMOVE, nullptr);
 }

@@ -14,6 +14,9 @@ bool window_is_alive(const PlatformWindow *window);
 // Adds an open window. Returns false and changes nothing when out of memory.
 bool window_list_add(PlatformWindow *window);
 
+// The open windows, from index 0 on; null beyond the last one.
+PlatformWindow *window_at(uint32_t index);
+
 // The open window with that handle, or null.
 PlatformWindow *window_from_handle(const void *handle);
 
@@ -53,6 +56,10 @@ void window_resized(PlatformWindow *window, const WindowGeometry &geometry, uint
 
 void window_focus_gained(PlatformWindow *window);
 void window_focus_lost(PlatformWindow *window);
+
+// Called before a window's focus event, and when a window closes; null: nothing is. For the toolkit.
+typedef void WindowFocusHook(PlatformWindow *window, bool has_focus);
+extern WindowFocusHook *window_focus_hook;
 
 // The window is closing or already gone. Releases what it owns, once; the record stays.
 void window_closed(PlatformWindow *window);
@@ -135,8 +142,3 @@ Size window_outer_size(const PlatformWindow *window, Size client_size);
 
 // Moves and resizes the window to that outer rectangle; messages of its new position and size follow.
 void window_place(PlatformWindow *window, Rect outer);
-
-// Registers the window for raw mouse input, or unregisters every window. Registering returns whether it
-// worked.
-bool raw_mouse_register(PlatformWindow *window);
-void raw_mouse_unregister();
