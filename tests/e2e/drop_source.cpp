@@ -69,5 +69,7 @@ int main(int argc, char **argv) {
         return 1;
     }
     drag.drop();
-    return drag.finish({offer_of_files({argv + 4, argv + argc})}).is_accepted ? 0 : 1;
+    bool is_accepted = drag.finish({offer_of_files({argv + 4, argv + argc})}).is_accepted;
+    XCloseDisplay(peer.display);
+    return is_accepted ? 0 : 1;
 }

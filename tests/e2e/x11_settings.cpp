@@ -29,7 +29,7 @@ int main(int argc, char **argv) {
     append(&bytes, 0, 2); // a number
     append(&bytes, static_cast<uint32_t>(name.size()), 2);
     bytes += name;
-    append(&bytes, 0, 1 + 4);
+    bytes.append(1 + 4, 0);
     append(&bytes, static_cast<uint32_t>(strtoul(argv[1], nullptr, 10)), 4);
     Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), -1, -1, 1, 1, 0, 0, 0);
     Atom property = XInternAtom(display, "_XSETTINGS_SETTINGS", False);
