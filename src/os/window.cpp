@@ -90,12 +90,12 @@ uint64_t framebuffer_block_size(Size size) {
 void framebuffer_resize(Framebuffer *framebuffer, Size size) {
     uint64_t block_size = framebuffer_block_size(size);
     if (block_size > framebuffer->capacity) {
-        void *block = os_alloc_zero(block_size);
+        uint32_t *block = framebuffer_block_alloc(block_size);
         if (!block) {
             return;
         }
-        os_free(framebuffer->pixels);
-        framebuffer->pixels = static_cast<uint32_t *>(block);
+        framebuffer_block_free(framebuffer->pixels);
+        framebuffer->pixels = block;
         framebuffer->capacity = block_size;
     }
     framebuffer->width = size.width;
@@ -231,7 +231,7 @@ void window_closed(PlatformWindow *window) {
         return; // destroying a window sends further messages of this kind
     }
     window->flags &= static_cast<uint16_t>(~WINDOW_FLAG_ALIVE);
-    os_free(window->framebuffer.pixels);
+    framebuffer_block_free(window->framebuffer.pixels);
     window->framebuffer = {};
     window_destroy_native(window);
     call_focus_hook(window, false);

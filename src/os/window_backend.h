@@ -131,6 +131,10 @@ void monitors_put_primary_first(MonitorInfo *monitors, uint32_t count);
 
 // ---- What only the system can do (each system) ----
 
+// A framebuffer's block, all zero, from memory that the system shows frames from; null when out of memory.
+uint32_t *framebuffer_block_alloc(uint64_t size);
+void framebuffer_block_free(uint32_t *pixels); // null does nothing
+
 // Releases the device context and destroys the system's window.
 void window_destroy_native(PlatformWindow *window);
 

@@ -8,20 +8,17 @@
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
-#include <X11/extensions/XShm.h>
 #include <X11/extensions/sync.h>
 
 #include "os/rect.h"
 #include "os/window.h"
 
-// The last frame, in memory that the server reads from.
+// The last frame that was shown.
 struct ShownFrame {
-    XImage *image; // null before the first frame
-    char *block;   // of the image's pixels: the segment's, or the heap's
-    uint64_t capacity;
-    XShmSegmentInfo segment;
-    bool is_shared;
-    bool is_being_read;
+    uint32_t *pixels; // the framebuffer's or the copy; null before the first frame
+    Size size;
+    uint32_t *copy; // of a framebuffer that is not shown as it is
+    uint64_t copy_capacity;
 };
 
 // The part of a rectangle that is inside of another; of no area when there is none.
@@ -76,15 +73,11 @@ NativeWindow *native_windows();
 
 // ---- presenting.cpp ----
 
-// As window_present; the frame is kept for native_frame_refresh.
-void native_frame_show(NativeWindow *native, Size client_size, const Framebuffer &framebuffer, Rect to,
-                       Rect from, bool is_layered);
+// As window_present; returns when the server has read the frame.
+void native_frame_show(const PlatformWindow *window, Rect to, Rect from);
 
-// Shows a part of the last frame again, as far as there is one.
-void native_frame_refresh(NativeWindow *native, Rect part);
-
-// Takes note when the server is done with a frame. Returns whether the event tells that.
-bool native_frame_handle_event(const XEvent &event);
+// Shows a part of the last frame again, unless a resize has taken it away: then the next frame follows.
+void native_frame_refresh(const PlatformWindow *window, Rect part);
 
 void native_frame_free(NativeWindow *native);
 

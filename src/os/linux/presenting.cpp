@@ -3,6 +3,9 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
+#include <X11/Xlib.h>
+#include <X11/extensions/XShm.h>
+
 #include "os/linux/native_window.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
@@ -12,91 +15,84 @@
 
 namespace {
 
-// The type of the event that the server is done with a frame; 0 when it shares no memory.
+// Describes a block that the server reads, too, and is at its end.
+struct SharedBlock {
+    XShmSegmentInfo segment;
+    SharedBlock *next; // of all
+};
+SharedBlock *shared_blocks;
+
+// The type of the event that the server has read a frame; 0 when it shares no memory.
 int completion_type() {
     static int type = -1;
-    if (type < 0) {
-        Display *display = x11_display();
+    Display *display = x11_display();
+    if (type < 0 && display) {
         type = XShmQueryExtension(display) ? XShmGetEventBase(display) + ShmCompletion : 0;
     }
-    return type;
+    return type > 0 ? type : 0;
 }
 
-// Makes a block that the server reads, too. Returns whether that worked; it does not over a network.
-bool share_block(ShownFrame *frame, uint64_t capacity) {
-    int id = completion_type() ? shmget(IPC_PRIVATE, capacity, IPC_CREAT | 0600) : -1;
+// Returns null when it cannot be had; over a network it never can.
+uint32_t *alloc_shared(uint64_t size) {
+    int id = shmget(IPC_PRIVATE, size + sizeof(SharedBlock), IPC_CREAT | 0600);
     if (id < 0) {
-        return false;
+        return nullptr;
     }
-    frame->segment = {};
-    frame->segment.shmid = id;
-    frame->segment.shmaddr = static_cast<char *>(shmat(id, nullptr, 0));
-    frame->segment.readOnly = True;
-    bool is_attached = frame->segment.shmaddr != reinterpret_cast<char *>(-1);
+    XShmSegmentInfo segment = {};
+    segment.shmid = id;
+    segment.shmaddr = static_cast<char *>(shmat(id, nullptr, 0));
+    segment.readOnly = True;
+    bool is_attached = segment.shmaddr != reinterpret_cast<char *>(-1);
     if (is_attached) {
         x11_trap_errors();
-        XShmAttach(x11_display(), &frame->segment);
-        frame->is_shared = !x11_untrap_errors();
-        if (!frame->is_shared) {
-            shmdt(frame->segment.shmaddr);
+        XShmAttach(x11_display(), &segment);
+        if (x11_untrap_errors()) {
+            shmdt(segment.shmaddr);
+            is_attached = false;
         }
     }
     shmctl(id, IPC_RMID, nullptr); // the memory stays until both have let it go
-    return frame->is_shared;
+    if (!is_attached) {
+        return nullptr;
+    }
+    SharedBlock *block = reinterpret_cast<SharedBlock *>(segment.shmaddr + size);
+    *block = {segment, shared_blocks};
+    shared_blocks = block;
+    return reinterpret_cast<uint32_t *>(segment.shmaddr);
 }
 
-void destroy_image(ShownFrame *frame) {
-    if (frame->image) {
-        frame->image->data = nullptr; // the block is not the image's
-        XDestroyImage(frame->image);
-        frame->image = nullptr;
+// Where the block is linked in the list; the list's end when it is not shared.
+SharedBlock **link_to(const uint32_t *pixels) {
+    SharedBlock **link = &shared_blocks;
+    while (*link && (*link)->segment.shmaddr != reinterpret_cast<const char *>(pixels)) {
+        link = &(*link)->next;
     }
-}
-
-// Gives the frame's image that size; its block only ever grows. Returns whether there is an image.
-bool make_image(NativeWindow *native, Size size) {
-    ShownFrame *frame = &native->frame;
-    if (frame->image && frame->image->width == size.width && frame->image->height == size.height) {
-        return true;
-    }
-    uint64_t capacity = framebuffer_block_size(size);
-    if (capacity <= frame->capacity) {
-        destroy_image(frame);
-    } else {
-        native_frame_free(native);
-        frame->block =
-            share_block(frame, capacity) ? frame->segment.shmaddr : static_cast<char *>(os_alloc(capacity));
-        if (!frame->block) {
-            return false;
-        }
-        frame->capacity = capacity;
-    }
-    Display *display = x11_display();
-    uint32_t depth = static_cast<uint32_t>(native->depth);
-    uint32_t width = static_cast<uint32_t>(size.width);
-    uint32_t height = static_cast<uint32_t>(size.height);
-    frame->image = frame->is_shared ? XShmCreateImage(display, native->visual, depth, ZPixmap, frame->block,
-                                                      &frame->segment, width, height)
-                                    : XCreateImage(display, native->visual, depth, ZPixmap, 0, frame->block,
-                                                   width, height, 32, size.width * 4);
-    if (frame->image) {
-        frame->image->byte_order = LSBFirst; // Xlib converts where the server has the other order
-    }
-    return frame->image != nullptr;
+    return link;
 }
 
 } // namespace
 
-void native_frame_free(NativeWindow *native) {
-    ShownFrame *frame = &native->frame;
-    destroy_image(frame);
-    if (frame->is_shared) {
-        XShmDetach(x11_display(), &frame->segment);
-        shmdt(frame->block);
-    } else {
-        os_free(frame->block);
+uint32_t *framebuffer_block_alloc(uint64_t size) {
+    if (completion_type() == 0) {
+        return static_cast<uint32_t *>(os_alloc_zero(size));
     }
-    *frame = {};
+    if (!os_heap_allows(size)) {
+        return nullptr;
+    }
+    uint32_t *pixels = alloc_shared(size);
+    return pixels ? pixels : static_cast<uint32_t *>(os_alloc_zero(size));
+}
+
+void framebuffer_block_free(uint32_t *pixels) {
+    SharedBlock **link = link_to(pixels);
+    if (!*link) {
+        os_free(pixels);
+        return;
+    }
+    XShmSegmentInfo segment = (*link)->segment;
+    *link = (*link)->next;
+    XShmDetach(x11_display(), &segment);
+    shmdt(segment.shmaddr);
 }
 
 // ---- Frames ----
@@ -108,22 +104,38 @@ int is_completion(Display *, XEvent *event, XPointer argument) {
            event->xany.window == reinterpret_cast<const NativeWindow *>(argument)->id;
 }
 
-// A frame of a window that has just gone is never read.
-void wait_for_server(NativeWindow *native) {
-    constexpr uint32_t longest_wait_ms = 1000;
-    if (native->frame.is_being_read) {
-        XEvent event;
-        x11_wait_for_event(&event, is_completion, native, longest_wait_ms);
-        native->frame.is_being_read = false;
+// Shows a part of a picture at the same place in the window. When this returns the picture may change.
+void put(const NativeWindow *native, uint32_t *pixels, Size size, Rect part) {
+    constexpr uint32_t longest_reading_ms = 1000; // a frame of a window that has just gone is never read
+    Display *display = x11_display();
+    uint32_t depth = static_cast<uint32_t>(native->depth);
+    uint32_t part_width = static_cast<uint32_t>(part.width);
+    uint32_t part_height = static_cast<uint32_t>(part.height);
+    XImage *image = XCreateImage(display, native->visual, depth, ZPixmap, 0, reinterpret_cast<char *>(pixels),
+                                 static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height), 32,
+                                 size.width * 4);
+    if (!image) {
+        return;
     }
+    image->byte_order = LSBFirst; // Xlib converts where the server has the other order
+    if (SharedBlock *shared = *link_to(pixels)) {
+        image->obdata = reinterpret_cast<char *>(&shared->segment);
+        XShmPutImage(display, native->id, native->graphics_context, image, part.x, part.y, part.x, part.y,
+                     part_width, part_height, True);
+        XEvent event;
+        x11_wait_for_event(&event, is_completion, native, longest_reading_ms);
+    } else {
+        XPutImage(display, native->id, native->graphics_context, image, part.x, part.y, part.x, part.y,
+                  part_width, part_height);
+        XFlush(display);
+    }
+    image->data = nullptr; // neither is the image's
+    image->obdata = nullptr;
+    XDestroyImage(image);
 }
 
 // Copies a row; where the lengths differ the nearest pixel is taken.
 void copy_row(uint32_t *to, int32_t to_count, const uint32_t *from, int32_t from_count) {
-    if (to_count == from_count) {
-        memcpy(to, from, static_cast<uint64_t>(to_count) * 4);
-        return;
-    }
     for (int32_t x = 0; x < to_count; x++) {
         int64_t from_x = int64_t{x} * from_count / to_count;
         to[x] = from[from_x];
@@ -137,40 +149,43 @@ void key_out_black(uint32_t *row, int32_t count) {
     }
 }
 
-void put_image(NativeWindow *native, Rect part, bool is_told) {
-    ShownFrame *frame = &native->frame;
-    uint32_t width = static_cast<uint32_t>(part.width);
-    uint32_t height = static_cast<uint32_t>(part.height);
-    if (frame->is_shared) {
-        XShmPutImage(x11_display(), native->id, native->graphics_context, frame->image, part.x, part.y,
-                     part.x, part.y, width, height, is_told);
-        frame->is_being_read = frame->is_being_read || is_told;
-    } else {
-        XPutImage(x11_display(), native->id, native->graphics_context, frame->image, part.x, part.y, part.x,
-                  part.y, width, height);
+// Makes room for a picture of the client area. Returns whether there is some.
+bool make_copy(ShownFrame *frame, Size size) {
+    uint64_t capacity = framebuffer_block_size(size);
+    if (capacity > frame->copy_capacity) {
+        os_free(frame->copy);
+        frame->copy = static_cast<uint32_t *>(os_alloc_zero(capacity));
+        frame->copy_capacity = frame->copy ? capacity : 0;
     }
-    XFlush(x11_display());
+    return frame->copy != nullptr;
 }
 
 } // namespace
 
-void native_frame_show(NativeWindow *native, Size client_size, const Framebuffer &framebuffer, Rect to,
-                       Rect from, bool is_layered) {
-    wait_for_server(native);
-    if (!make_image(native, client_size)) {
+void native_frame_show(const PlatformWindow *window, Rect to, Rect from) {
+    NativeWindow *native = native_window(window);
+    ShownFrame *frame = &native->frame;
+    const Framebuffer &framebuffer = window->framebuffer;
+    bool is_layered = window->flags & WINDOW_FLAG_LAYERED;
+    if (to.width == from.width && to.height == from.height && !is_layered) {
+        frame->pixels = framebuffer.pixels;
+        frame->size = {framebuffer.width, framebuffer.height};
+    } else if (make_copy(frame, window->client_size)) {
+        frame->pixels = frame->copy;
+        frame->size = window->client_size;
+        for (int32_t y = 0; y < to.height; y++) {
+            int64_t from_y = int64_t{y} * from.height / to.height; // below from's top
+            uint32_t *row = frame->copy + int64_t{to.y + y} * frame->size.width + to.x;
+            copy_row(row, to.width, framebuffer.pixels + (from.y + from_y) * framebuffer.width + from.x,
+                     from.width);
+            if (is_layered) {
+                key_out_black(row, to.width);
+            }
+        }
+    } else {
         return;
     }
-    for (int32_t y = 0; y < to.height; y++) {
-        int64_t from_y = int64_t{y} * from.height / to.height; // below from's top
-        uint32_t *row =
-            reinterpret_cast<uint32_t *>(native->frame.block) + int64_t{to.y + y} * client_size.width + to.x;
-        copy_row(row, to.width, framebuffer.pixels + (from.y + from_y) * framebuffer.width + from.x,
-                 from.width);
-        if (is_layered) {
-            key_out_black(row, to.width);
-        }
-    }
-    put_image(native, to, true);
+    put(native, frame->pixels, frame->size, to);
     if (native->resize.is_due) {
         native->resize.is_due = false;
         XSyncSetCounter(x11_display(), native->resize.counter, native->resize.value);
@@ -178,24 +193,19 @@ void native_frame_show(NativeWindow *native, Size client_size, const Framebuffer
     }
 }
 
-void native_frame_refresh(NativeWindow *native, Rect part) {
-    if (native->frame.image) {
-        Rect whole = {0, 0, native->frame.image->width, native->frame.image->height};
-        Rect seen = rect_intersection(part, whole);
-        if (seen.width > 0 && seen.height > 0) {
-            put_image(native, seen, false);
-        }
+void native_frame_refresh(const PlatformWindow *window, Rect part) {
+    const ShownFrame &frame = native_window(window)->frame;
+    const Framebuffer &framebuffer = window->framebuffer;
+    bool is_there = frame.pixels && (frame.pixels == frame.copy || (frame.pixels == framebuffer.pixels &&
+                                                                    frame.size.width == framebuffer.width &&
+                                                                    frame.size.height == framebuffer.height));
+    Rect seen = rect_intersection(part, {0, 0, frame.size.width, frame.size.height});
+    if (is_there && seen.width > 0 && seen.height > 0) {
+        put(native_window(window), frame.pixels, frame.size, seen);
     }
 }
 
-bool native_frame_handle_event(const XEvent &event) {
-    if (completion_type() == 0 || event.type != completion_type()) {
-        return false;
-    }
-    for (NativeWindow *native = native_windows(); native; native = native->next) {
-        if (native->id == event.xany.window) {
-            native->frame.is_being_read = false;
-        }
-    }
-    return true;
+void native_frame_free(NativeWindow *native) {
+    os_free(native->frame.copy);
+    native->frame = {};
 }

@@ -257,7 +257,7 @@ void handle_window_event(PlatformWindow *window, XEvent *event) {
         break;
     case Expose:
         native_frame_refresh(
-            native, {event->xexpose.x, event->xexpose.y, event->xexpose.width, event->xexpose.height});
+            window, {event->xexpose.x, event->xexpose.y, event->xexpose.width, event->xexpose.height});
         break;
     case PropertyNotify:
         property_changed(window, event->xproperty);
@@ -314,21 +314,16 @@ void note_time(const XEvent &event) {
     }
 }
 
-// Returns whether the event counts as a message. The end of presenting does not: it would ask for the next
-// frame.
-bool handle(XEvent *event) {
-    if (native_frame_handle_event(*event)) {
-        return false;
-    }
+void handle(XEvent *event) {
     if (event->type == MappingNotify) {
         keys_mapping_changed(&event->xmapping);
-        return true;
+        return;
     }
     if (event->type == KeymapNotify) { // it names no window
         if (focused_window) {
             keys_down_told(focused_window, event->xkeymap);
         }
-        return true;
+        return;
     }
     note_time(*event);
     PlatformWindow *window = window_from_handle(handle_of(event->xany.window));
@@ -336,12 +331,11 @@ bool handle(XEvent *event) {
         keys_open_input(native_window(window)); // not earlier: reading the Compose keys takes time
     }
     if (XFilterEvent(event, None)) {
-        return true;
+        return;
     }
     if (!clipboard_handle_event(*event) && !drop_handle_event(*event, window) && window) {
         handle_window_event(window, event);
     }
-    return true;
 }
 
 } // namespace
@@ -515,14 +509,14 @@ uint32_t os_pump_messages() {
     while (display && XPending(display) > 0) {
         XEvent event;
         XNextEvent(display, &event);
-        count += handle(&event);
+        handle(&event);
+        count++;
     }
     return count;
 }
 
 void window_present(const PlatformWindow *window, Rect to, Rect from) {
-    native_frame_show(native_window(window), window->client_size, window->framebuffer, to, from,
-                      window->flags & WINDOW_FLAG_LAYERED);
+    native_frame_show(window, to, from);
 }
 
 // ---- Place, size and frame ----

@@ -540,6 +540,14 @@ uint32_t os_pump_messages() {
     return count;
 }
 
+uint32_t *framebuffer_block_alloc(uint64_t size) {
+    return static_cast<uint32_t *>(os_alloc_zero(size));
+}
+
+void framebuffer_block_free(uint32_t *pixels) {
+    os_free(pixels);
+}
+
 // Where the sizes differ, the nearest pixel is used.
 void window_present(const PlatformWindow *window, Rect to, Rect from) {
     HeadlessView *view = &offscreen(window)->view;
