@@ -90,8 +90,9 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
 }
 
 void os_thread_lower_priority() {
-    constexpr int niceness = 5;                                       // of 19
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness); // Linux: of this thread alone
+    constexpr int step = 5;                    // of a niceness of at most 19
+    id_t thread = static_cast<id_t>(gettid()); // Linux: the priority is of this thread alone
+    setpriority(PRIO_PROCESS, thread, getpriority(PRIO_PROCESS, thread) + step);
 }
 
 // ---- Locks ----
