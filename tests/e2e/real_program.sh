@@ -47,7 +47,9 @@ has_pixels() {
     [ "$(count_pixels "$1" "$2")" -gt 0 ]
 }
 
+# A search that finds nothing redraws nothing when it ends, so moves the pointer to and fro to have a frame drawn.
 has_no_pixels() {
+    xdotool mousemove_relative 1 0 mousemove_relative -- -1 0
     [ "$(pixels "$1" | wc -c)" -gt 0 ] && ! has_pixels "$1" "$2"
 }
 

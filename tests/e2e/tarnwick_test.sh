@@ -1,9 +1,13 @@
 #!/bin/bash
 # Drives the program with real keys and clicks, and checks its screen and its files, byte for byte:
-# tarnwick_test.sh [RUNNER] TARNWICK. Needs a display with a window manager.
+# tarnwick_test.sh RUNNER TARNWICK, and for a native program tarnwick_test.sh X11_SETTINGS TARNWICK. Needs a display with
+# a window manager.
 set -euo pipefail
-runner=("${@:1:$# - 1}")
-program=$(realpath "${!#}")
+program=$(realpath "$2")
+case $program in
+    *.exe) runner=("$1") ;;
+    *) runner=() settings=$1 ;;
+esac
 # shellcheck source=tests/e2e/real_program.sh
 source "$(dirname "$0")/real_program.sh"
 
