@@ -1,4 +1,4 @@
-// The icon file as bytes of the program, for os/linux/icon.cpp.
+// Embeds the icon file in the program, for os/linux/icon.cpp.
 
 asm(".section .rodata\n"
     ".global program_icon\n"

@@ -158,11 +158,12 @@ void os_set_event_callback(WindowEventCallback *callback);
 
 // ---- Creation (each system) ----
 
-// Creates a window with a client area of that size, in pixels; flags: WindowFlag bits. The title
-// intentionally is not converted: each pair of its bytes is one UTF-16 unit. Returns the window, or null when
-// out of memory or when the system refuses it. The layer never frees the record, so that its holder can see
-// that the window is closed; the caller may free it with os_free once every callback of the closing has
-// returned. When out of memory for a framebuffer the window has none, until a resize can allocate one.
+// Creates a window with a client area of that size, in pixels; flags: WindowFlag bits. The title is UTF-8 on
+// Linux; on Windows it is intentionally not converted: each pair of its bytes is one UTF-16 unit. Returns the
+// window, or null when out of memory or when the system cannot create it. The layer never frees the record,
+// so that its holder can see that the window is closed; the caller may free it with os_free once every
+// callback of the closing has returned. When out of memory for a framebuffer the window has none, until a
+// resize can allocate one.
 PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint16_t flags);
 
 // ---- Messages (each system) ----

@@ -12,17 +12,17 @@
 
 namespace {
 
-constexpr uint64_t piece_size = 131072; // bytes; what is longer is sent in pieces. Every server takes as many
-constexpr uint64_t longest_read = uint64_t{longest_wide_text} * 3; // bytes; UTF-8 takes three a unit at most
-constexpr uint64_t most_targets = 1024;                            // of an owner
+constexpr uint64_t piece_size = 131072; // bytes, which every server accepts; longer texts are sent in pieces
+constexpr uint64_t longest_read = uint64_t{longest_wide_text} * 3; // bytes; UTF-8 takes up to three per unit
+constexpr uint64_t most_targets = 1024;                            // that an owner offers
 constexpr uint64_t most_pairs = 64;                                // of a request for several targets
 constexpr uint32_t most_transfers = 16;                            // at the same time
 constexpr int64_t hand_over_ms = 2000;
 
 // This program's text while it owns the clipboard.
 struct OwnText {
-    Str repaired; // as UTF-8; null data: another program or none owns the clipboard
-    Str bytes;    // as they were set
+    Str repaired; // valid UTF-8; null data: this program does not own the clipboard
+    Str bytes;    // as the program set them
     Time since;
 };
 OwnText own;
@@ -51,7 +51,7 @@ uint64_t length_to_zero(Str text) {
 
 // ---- Latin-1 ----
 
-// The text, which is UTF-8, as Latin-1, with a '?' for each other character. The caller frees it with
+// Converts valid UTF-8 to Latin-1, with a '?' for each character that Latin-1 lacks. The caller frees it with
 // os_free; the empty Str when out of memory.
 Str latin1_from_utf8(Str text) {
     Str latin1 = copy_of(text);
@@ -76,7 +76,7 @@ Str latin1_from_utf8(Str text) {
     return latin1;
 }
 
-// The Latin-1 text as UTF-8, with a zero after it. The caller frees it with os_free; the empty Str when out
+// Converts Latin-1 to UTF-8, with a zero after it. The caller frees it with os_free; the empty Str when out
 // of memory.
 Str utf8_from_latin1(Str latin1) {
     char *utf8 = static_cast<char *>(os_alloc(latin1.count * 2 + 1));
@@ -96,20 +96,19 @@ Str utf8_from_latin1(Str latin1) {
     return {count, utf8};
 }
 
-// ---- Texts on their way to other programs in pieces ----
+// ---- Incremental transfers to other programs ----
 
-// A piece is sent when the requestor has deleted the one before.
+// Each piece is sent once the requestor has deleted the previous one.
 struct Transfer {
     Window requestor;
     Atom property;
     Atom type;
     Str bytes;     // from the heap
     uint64_t sent; // bytes
-    long old_mask; // the events of the requestor's window that were selected before
+    long old_mask; // this program's event mask for the requestor's window, before the transfer
 };
 
-// Oldest first. A requestor that stops in the middle keeps its place until its window is gone or the place is
-// needed.
+// Oldest first. A stalled transfer keeps its slot until the requestor's window is gone or the slot is needed.
 struct Transfers {
     Transfer list[most_transfers];
     uint32_t count;
@@ -169,7 +168,7 @@ void put_bytes(Window requestor, Atom property, Atom type, Str bytes) {
 
 void send_piece(Transfer *transfer) {
     uint64_t left = transfer->bytes.count - transfer->sent;
-    bool is_end = left == 0; // which the requestor sees by the empty piece
+    bool is_end = left == 0; // signalled by an empty piece
     uint64_t size = left < piece_size ? left : piece_size;
     put_bytes(transfer->requestor, transfer->property, transfer->type,
               {size, transfer->bytes.data + transfer->sent});
@@ -179,9 +178,9 @@ void send_piece(Transfer *transfer) {
     }
 }
 
-// ---- Requests of other programs ----
+// ---- Requests from other programs ----
 
-// What the text can be had as.
+// The targets that the text is offered as.
 constexpr X11Atom own_targets[] = {
     ATOM_TARGETS,     ATOM_MULTIPLE,        ATOM_TIMESTAMP, ATOM_SAVE_TARGETS,
     ATOM_UTF8_STRING, ATOM_TEXT_PLAIN_UTF8, ATOM_TEXT,      ATOM_STRING,
@@ -192,7 +191,8 @@ void put_items(Window requestor, Atom property, Atom type, const long *items, ui
                     reinterpret_cast<const unsigned char *>(items), static_cast<int>(count));
 }
 
-// The text as a target asks for it, from the heap, and its type; null data for any other target.
+// The text converted to a target, and its type. The caller frees it with os_free; null data for any other
+// target or when out of memory.
 Str text_for(Atom target, Atom *type) {
     *type = target;
     if (target == x11_atom(ATOM_UTF8_STRING) || target == x11_atom(ATOM_TEXT_PLAIN_UTF8)) {
@@ -201,15 +201,15 @@ Str text_for(Atom target, Atom *type) {
     if (target == x11_atom(ATOM_STRING)) {
         return latin1_from_utf8(own.repaired);
     }
-    if (target == x11_atom(ATOM_TEXT)) { // in an encoding of the owner's choice
+    if (target == x11_atom(ATOM_TEXT)) { // the owner chooses the encoding
         *type = x11_atom(str_equal(own.repaired, own.bytes) ? ATOM_UTF8_STRING : ATOM_C_STRING);
         return copy_of(own.bytes);
     }
     return {};
 }
 
-// Puts what the target asks for in the requestor's property, or begins to. Returns false when there is no
-// such thing.
+// Stores the target in the requestor's property, or begins an incremental transfer. Returns false when that
+// is not possible.
 bool answer(Atom target, Window requestor, Atom property) {
     if (target == x11_atom(ATOM_TARGETS)) {
         constexpr uint64_t count = sizeof(own_targets) / sizeof(own_targets[0]);
@@ -225,7 +225,7 @@ bool answer(Atom target, Window requestor, Atom property) {
         put_items(requestor, property, XA_INTEGER, &since, 1);
         return true;
     }
-    if (target == x11_atom(ATOM_SAVE_TARGETS)) { // only says that it is known
+    if (target == x11_atom(ATOM_SAVE_TARGETS)) { // an empty answer: the target is supported
         put_items(requestor, property, x11_atom(ATOM_NULL), nullptr, 0);
         return true;
     }
@@ -242,7 +242,7 @@ bool answer(Atom target, Window requestor, Atom property) {
     return true;
 }
 
-// Answers each pair of a target and a property; the property becomes None where there is no answer.
+// Answers each pair of a target and a property; sets the property to None when that fails.
 void answer_pairs(Window requestor, Atom property, const X11Property &pairs) {
     long *atoms = reinterpret_cast<long *>(pairs.bytes);
     for (uint64_t i = 0; i + 1 < pairs.count; i += 2) {
@@ -255,7 +255,7 @@ void answer_pairs(Window requestor, Atom property, const X11Property &pairs) {
     put_items(requestor, property, x11_atom(ATOM_ATOM_PAIR), atoms, pairs.count);
 }
 
-// Whether the request is for what this program owned at its time; the server's time wraps.
+// Whether this program owned the clipboard at the request's time; the server's time wraps around.
 bool is_for_own_text(const XSelectionRequestEvent &request) {
     return request.selection == x11_atom(ATOM_CLIPBOARD) && own.repaired.data &&
            (request.time == CurrentTime || static_cast<int32_t>(static_cast<uint32_t>(request.time) -
@@ -265,7 +265,7 @@ bool is_for_own_text(const XSelectionRequestEvent &request) {
 void answer_request(const XSelectionRequestEvent &request) {
     bool is_own = is_for_own_text(request);
     bool is_multiple = is_own && request.target == x11_atom(ATOM_MULTIPLE);
-    Atom property = request.property != None ? request.property : request.target; // as old programs expect
+    Atom property = request.property != None ? request.property : request.target; // for obsolete clients
     X11Property pairs = {};
     if (is_multiple) {
         is_own = x11_read_property(request.requestor, request.property, most_pairs * 8, false, &pairs) &&
@@ -290,7 +290,7 @@ void answer_request(const XSelectionRequestEvent &request) {
 }
 
 void lose_ownership(const XSelectionClearEvent &event) {
-    // The event may be older than the last time that this program took the clipboard.
+    // This program may have taken the clipboard again since the event.
     if (event.selection == x11_atom(ATOM_CLIPBOARD) &&
         XGetSelectionOwner(x11_display(), event.selection) != x11_helper_window()) {
         forget_own_text();
@@ -343,7 +343,7 @@ Bool is_clipboard_event(Display *, XEvent *event, XPointer) {
     return clipboard_is_event(*event);
 }
 
-// Handles what has arrived, so that a loss of the clipboard is known.
+// Handles the clipboard events in the queue, so that a loss of ownership is noticed.
 void handle_arrived_events(Display *display) {
     XEvent event;
     while (XCheckIfEvent(display, &event, is_clipboard_event, nullptr)) {
@@ -374,10 +374,10 @@ void clipboard_hand_over() {
 
 namespace {
 
-// What a text is asked for as, the best first.
+// The targets to request text as, in order of preference.
 constexpr X11Atom text_targets[] = {ATOM_UTF8_STRING, ATOM_TEXT_PLAIN_UTF8, ATOM_TEXT, ATOM_STRING};
 
-// Whether the owner says that it offers the target.
+// Whether the target is in the owner's list.
 bool is_offered(const SelectionData &targets, Atom target) {
     const long *atoms = reinterpret_cast<const long *>(targets.bytes.data);
     for (uint64_t i = 0; i < targets.bytes.count / sizeof(long); i++) {
@@ -388,8 +388,8 @@ bool is_offered(const SelectionData &targets, Atom target) {
     return false;
 }
 
-// The text of what arrived, in its place or anew; data's bytes are given away or freed. Null data when its
-// type is none of a text, or out of memory.
+// The text of the received data; takes ownership of the data's bytes. The caller frees the text with os_free;
+// null data when the type is not a text type or when out of memory.
 Str text_from(const SelectionData &data) {
     if (data.format == 8 && data.type == x11_atom(ATOM_STRING)) {
         Str text = utf8_from_latin1({length_to_zero(data.bytes), data.bytes.data});
@@ -421,7 +421,7 @@ Str os_clipboard_get_text() {
     SelectionData targets;
     SelectionResult outcome =
         selection_read(clipboard, x11_atom(ATOM_TARGETS), time, most_targets * 4, &targets);
-    bool has_list = outcome == SELECTION_READ && targets.format == 32; // not all owners have one
+    bool has_list = outcome == SELECTION_READ && targets.format == 32; // some owners have none
     Str text = {};
     for (X11Atom target : text_targets) {
         if (outcome == SELECTION_SILENT || text.data) {

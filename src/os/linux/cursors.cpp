@@ -5,7 +5,7 @@
 
 namespace {
 
-// Names of cursors in themes, and of the server's own ones.
+// A cursor's name in themes, and in the server's cursor font.
 struct CursorNames {
     const char *theme;
     const char *server;
@@ -26,7 +26,7 @@ const CursorNames cursor_names[] = {
     {"nesw-resize", "bottom_left_corner"},
 };
 
-Cursor cursors[CURSOR_TABLE_SIZE]; // those that were asked for
+Cursor cursors[CURSOR_TABLE_SIZE]; // those used so far
 
 Cursor create_empty_cursor() {
     Display *display = x11_display();

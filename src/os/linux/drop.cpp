@@ -20,13 +20,13 @@ constexpr long has_type_list = 1;           // in XdndEnter
 constexpr long is_accepted = 1;             // in XdndStatus and XdndFinished
 constexpr long wants_every_position = 2;    // in XdndStatus
 
-// The drag over one of this program's windows. A new one takes its place, whatever has become of the last.
+// The drag over one of this program's windows. A new drag replaces it, even if it never ended.
 struct Drag {
     Window source; // None: there is no drag
     Window window;
     bool has_files;
     bool has_position;
-    Point position; // in the server's coordinates
+    Point position; // in root coordinates
 };
 Drag drag;
 
@@ -43,7 +43,7 @@ bool has_uri_list(const long *types, uint64_t count) {
     return false;
 }
 
-// Whether the source lists files in its property, as one of more than three types does.
+// Whether the source's type list, the property for more than three types, includes files.
 bool lists_files(Window source) {
     X11Property types;
     if (!x11_read_property(source, x11_atom(ATOM_XDND_TYPE_LIST), most_types * 4, false, &types)) {
@@ -55,7 +55,8 @@ bool lists_files(Window source) {
     return has_files;
 }
 
-// The messages to a source tell the window, whether it accepts, and the action.
+// Sends the source an XdndStatus or XdndFinished message: the window, the flags and, if they accept, the
+// action.
 void answer(const Drag &to, X11Atom type, long flags, uint32_t action_index) {
     XEvent event = {};
     event.xclient.type = ClientMessage;
@@ -88,7 +89,7 @@ void move(const long *data) {
     answer(drag, ATOM_XDND_STATUS, wants_every_position | (drag.has_files ? is_accepted : 0), 4);
 }
 
-// Delivers the files of a list. Returns whether there were any.
+// Delivers the files of a URI list. Returns false when it has none or when out of memory.
 bool deliver(PlatformWindow *window, Point client, Str uris) {
     DropList list;
     if (!drop_list_init(&list, uris.count)) {
@@ -108,7 +109,7 @@ bool deliver(PlatformWindow *window, Point client, Str uris) {
     return true;
 }
 
-// Reads what was dropped and delivers its files. Returns whether there were any.
+// Reads the dropped data and delivers its files. Returns whether there were any.
 bool drop(const Drag &dropped, Time time, PlatformWindow *window) {
     SelectionData data;
     if (!dropped.has_files || !dropped.has_position ||
@@ -153,7 +154,7 @@ bool drop_handle_event(const XEvent &event, PlatformWindow *window) {
         enter(data, window);
     } else if (drag.source == None || drag.source != static_cast<Window>(data[0]) ||
                drag.window != id_of(window)) {
-        return true; // nothing of a drag that is known
+        return true; // not part of the current drag
     } else if (is_leave) {
         drag = {};
     } else if (is_drop) {

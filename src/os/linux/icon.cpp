@@ -23,8 +23,8 @@ constexpr uint32_t directory_size = 6;
 constexpr uint64_t entry_size = 16;
 constexpr uint32_t header_size = 40;
 
-// The bitmap of an icon's picture, whose pixels follow a header, the lowest row first; null for a picture of
-// another kind.
+// The picture at an index of the icon file as a bitmap: a header, then the pixels, bottom row first. Null for
+// a picture in another format.
 const uint8_t *bitmap_of(uint32_t index) {
     const uint8_t *entry = program_icon + directory_size + index * entry_size;
     const uint8_t *picture = program_icon + number_at(entry + 12, 4);
@@ -32,11 +32,11 @@ const uint8_t *bitmap_of(uint32_t index) {
     return is_bitmap ? picture : nullptr;
 }
 
-// Writes a picture as its width, its height and its pixels from the top. Returns how many items that is; only
-// counts them without items.
+// Writes a picture's width, height and pixels, top row first. Returns the number of items; only counts them
+// when items is null.
 uint64_t convert(const uint8_t *bitmap, unsigned long *items) {
     uint32_t width = number_at(bitmap + 4, 4);
-    uint32_t height = number_at(bitmap + 8, 4) / 2; // with the rows of a mask
+    uint32_t height = number_at(bitmap + 8, 4) / 2; // includes the rows of a mask
     if (items) {
         *items++ = width;
         *items++ = height;

@@ -3,6 +3,6 @@
 
 #include <X11/Xlib.h>
 
-// Gives the window the program's icons, those of the icon file that are bitmaps; none when the program has
-// none or memory is out.
+// Sets the window's icons: the 32-bit bitmaps in the program's icon file. Does nothing if it has none or when
+// out of memory.
 void icon_set(Window window);

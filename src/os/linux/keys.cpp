@@ -16,7 +16,7 @@
 
 namespace {
 
-// Virtual-key codes without a character.
+// Virtual-key codes other than letters and digits.
 enum Code : uint16_t {
     CODE_BACKSPACE = 0x08,
     CODE_TAB = 0x09,
@@ -110,7 +110,7 @@ const CodeOfSymbol codes_of_symbols[] = {
     {XK_less, 0xE2},
 };
 
-// The code of a letter, a digit or a key of the table above; 0 for others.
+// The virtual-key code for a letter, a digit, a function key or a symbol in the table above; 0 for others.
 uint16_t code_of_symbol(KeySym symbol) {
     if (symbol >= XK_a && symbol <= XK_z) {
         return static_cast<uint16_t>('A' + (symbol - XK_a));
@@ -143,8 +143,8 @@ bool is_on_keypad(KeySym symbol) {
     return symbol >= XK_KP_Space && symbol <= XK_KP_9;
 }
 
-// The code of a key in one of the layout's groups: by its unshifted symbol, or by the digit that Shift makes
-// of it, as on French keyboards.
+// The code of a key in one of the layout's groups: from its unshifted symbol, or from the digit that it types
+// with Shift, as on French keyboards.
 uint16_t code_in_group(uint32_t keycode, uint32_t group) {
     uint32_t state = static_cast<uint32_t>(XkbBuildCoreState(0, group));
     KeySym shifted = symbol_of(keycode, state | ShiftMask);
@@ -154,7 +154,7 @@ uint16_t code_in_group(uint32_t keycode, uint32_t group) {
     return code_of_symbol(symbol_of(keycode, state));
 }
 
-// The codes that the keys for characters have on an American keyboard.
+// The code of a character key by its position, as on a US keyboard; 0 for other keys.
 uint16_t code_of_place(uint32_t keycode) {
     constexpr uint32_t first_keycode = 10;
     static const uint8_t codes[] = {
@@ -172,11 +172,11 @@ uint16_t code_of_place(uint32_t keycode) {
                : 0;
 }
 
-// The virtual-key code of a pressed key, or 0. A key of a layout without Latin letters has the code of its
-// letter in another group of the user's, or else that of its place.
+// The virtual-key code of a pressed key, or 0. If the active layout has no Latin letter for the key, the
+// user's other layouts decide, then the key's position.
 uint16_t code_of_key(const XKeyEvent &event) {
     KeySym symbol = symbol_of(event.keycode, event.state);
-    if (is_on_keypad(symbol)) { // Num Lock decides
+    if (is_on_keypad(symbol)) { // depends on Num Lock
         return code_of_symbol(symbol);
     }
     uint32_t active_group = static_cast<uint32_t>(XkbGroupForCoreState(event.state));
@@ -190,9 +190,9 @@ uint16_t code_of_key(const XKeyEvent &event) {
 // ---- Keys that are down ----
 
 constexpr uint32_t keycode_count = 256;
-constexpr uint16_t code_of_unknown = 0xFF; // a key that is down and has no code
+constexpr uint16_t code_of_unknown = 0xFF; // for a key that is down but has no code
 
-uint16_t codes_down[keycode_count]; // by the server's number of the key; 0: not down
+uint16_t codes_down[keycode_count]; // by keycode; 0: not down
 
 bool is_down(uint16_t code) {
     for (uint16_t down : codes_down) {
@@ -203,7 +203,7 @@ bool is_down(uint16_t code) {
     return false;
 }
 
-// A code is down as long as one of its keys is, such as the two for Shift.
+// A code stays down while any of its keys is, such as the two Shift keys.
 void release(PlatformWindow *window, uint32_t keycode) {
     uint16_t code = codes_down[keycode];
     codes_down[keycode] = 0;
@@ -240,7 +240,7 @@ namespace {
 
 XIM input_method;
 
-// The windows' input contexts have gone with it.
+// The windows' input contexts are destroyed with it.
 void input_method_is_gone(XIM, XPointer, XPointer) {
     input_method = nullptr;
     for (NativeWindow *native = native_windows(); native; native = native->next) {
@@ -251,7 +251,7 @@ void input_method_is_gone(XIM, XPointer, XPointer) {
 void open_input_method() {
     XSetLocaleModifiers("");
     input_method = XOpenIM(x11_display(), nullptr, nullptr, nullptr);
-    if (!input_method) { // the one that the user has chosen does not run
+    if (!input_method) { // the one that the user chose is not running
         XSetLocaleModifiers("@im=none");
         input_method = XOpenIM(x11_display(), nullptr, nullptr, nullptr);
     }
@@ -261,7 +261,7 @@ void open_input_method() {
     }
 }
 
-// Decodes the first character of UTF-8 that Xlib has written. Returns its bytes.
+// Decodes the first character of UTF-8 text from Xlib. Returns its length in bytes.
 uint32_t decode(const uint8_t *text, uint32_t count, uint32_t *code) {
     uint32_t length = text[0] < 0x80 ? 1 : text[0] < 0xE0 ? 2 : text[0] < 0xF0 ? 3 : 4;
     if (length > count) {
@@ -293,7 +293,7 @@ void type_text(PlatformWindow *window, const char *text, uint32_t count) {
     }
 }
 
-// The character of a key with Ctrl, as on Windows; -1 for none.
+// The character that Ctrl and a key type, as on Windows; -1 for none.
 int32_t control_character(uint16_t code) {
     switch (code) {
     case CODE_ENTER:
@@ -313,8 +313,8 @@ int32_t control_character(uint16_t code) {
     }
 }
 
-// Alt and the Windows key make shortcuts, which type nothing. What other modifier stands where depends on the
-// layout.
+// Whether Alt or the Windows key is held: such shortcuts type nothing. The layout decides which modifier bits
+// these keys set.
 bool is_shortcut(uint32_t state) {
     static const KeySym symbols[] = {XK_Alt_L, XK_Super_L};
     for (KeySym symbol : symbols) {
@@ -325,7 +325,7 @@ bool is_shortcut(uint32_t state) {
     return false;
 }
 
-// Delivers what the key types, or what the input method has put together.
+// Delivers the characters that the key types or that the input method has composed.
 void type_key(PlatformWindow *window, XIC input, XKeyEvent *event) {
     char room[64];
     char *text = room;
@@ -335,7 +335,7 @@ void type_key(PlatformWindow *window, XIC input, XKeyEvent *event) {
     if (!input) {
         count = XLookupString(event, room, sizeof(room), &symbol, nullptr);
         uint8_t latin = static_cast<uint8_t>(room[0]);
-        if (count == 1 && latin >= 0x80) { // it comes as Latin-1
+        if (count == 1 && latin >= 0x80) { // Latin-1; UTF-8 is needed
             room[0] = static_cast<char>(0xC0 | latin >> 6);
             room[1] = static_cast<char>(0x80 | (latin & 0x3F));
             count = 2;
@@ -348,7 +348,7 @@ void type_key(PlatformWindow *window, XIC input, XKeyEvent *event) {
         }
     }
     bool has_text = status == XLookupChars || status == XLookupBoth;
-    bool is_delete = count == 1 && text[0] == 0x7F; // the key types nothing on Windows
+    bool is_delete = count == 1 && text[0] == 0x7F; // Delete types nothing on Windows
     if (has_text && !is_delete && count > 0) {
         type_text(window, text, static_cast<uint32_t>(count));
     }
@@ -391,7 +391,7 @@ void keys_close_input(NativeWindow *native) {
 }
 
 void keys_pressed(PlatformWindow *window, XKeyEvent *event) {
-    constexpr uint32_t keycode_of_text = 0; // an input method hands over what it has put together
+    constexpr uint32_t keycode_of_text = 0; // an input method delivers composed text
     uint32_t keycode = event->keycode % keycode_count;
     if (keycode != keycode_of_text) {
         uint16_t code = code_of_key(*event);

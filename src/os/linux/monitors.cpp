@@ -14,11 +14,11 @@ namespace {
 struct MonitorList {
     MonitorInfo *monitors;
     uint32_t count;
-    Point origin; // of the primary one, in the server's coordinates
+    Point origin; // the primary monitor's, in root coordinates
 };
 MonitorList list;
 
-// The desktop without panels, of all monitors together; all of it when the window manager does not tell.
+// The desktop's work area across all monitors; the whole desktop if the window manager publishes none.
 Rect desktop_work_area() {
     Display *display = x11_display();
     int screen = DefaultScreen(display);
@@ -39,7 +39,7 @@ Rect desktop_work_area() {
     return rect_intersection(work, whole);
 }
 
-// Takes the resolution and the rate from the mode of the monitor's first output.
+// Sets the resolution and the refresh rate from the mode of the monitor's first output.
 void set_mode(MonitorInfo *monitor, const XRRMonitorInfo &system, XRRScreenResources *resources) {
     Size resolution = {};
     double rate = 0;
@@ -78,7 +78,7 @@ Str copy_of(const char *text) {
     return copy;
 }
 
-// Describes the monitors in the server's coordinates. Returns how many, or 0 when out of memory.
+// Describes the monitors, in root coordinates. Returns how many; fewer than count when out of memory.
 uint32_t describe_monitors(const XRRMonitorInfo *systems, uint32_t count) {
     Display *display = x11_display();
     XRRScreenResources *resources = XRRGetScreenResourcesCurrent(display, DefaultRootWindow(display));
@@ -107,7 +107,7 @@ uint32_t describe_monitors(const XRRMonitorInfo *systems, uint32_t count) {
     return described;
 }
 
-// The server's whole screen, for servers that know no monitors.
+// The whole screen as one monitor, for servers that report none.
 XRRMonitorInfo whole_screen() {
     Display *display = x11_display();
     XRRMonitorInfo screen = {};
@@ -124,7 +124,7 @@ void forget_monitors(uint32_t count) {
     list = {};
 }
 
-// Half a list might miss the primary monitor, so it is all of them or none.
+// Lists all monitors, or none when out of memory: a partial list might lack the primary one.
 void find_monitors(const XRRMonitorInfo *systems, uint32_t count) {
     list.monitors = static_cast<MonitorInfo *>(os_alloc_zero(count * sizeof(MonitorInfo)));
     if (!list.monitors) {
@@ -136,7 +136,7 @@ void find_monitors(const XRRMonitorInfo *systems, uint32_t count) {
     }
     list.count = count;
     monitors_put_primary_first(list.monitors, count);
-    list.monitors[0].flags = MONITOR_FLAG_PRIMARY; // the first one, when the user has chosen none
+    list.monitors[0].flags = MONITOR_FLAG_PRIMARY; // the first one if the user has chosen none
     list.origin = list.monitors[0].origin;
     for (uint32_t i = 0; i < count; i++) {
         MonitorInfo *monitor = &list.monitors[i];

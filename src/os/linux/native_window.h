@@ -1,7 +1,8 @@
-// What the files of the window on X11 share. Interface thread only.
+// Shared by the source files of the window on X11. Interface thread only.
 //
-// A PlatformWindow's handle is the X window's number, its device context the NativeWindow. Coordinates of the
-// server count from the corner of all monitors together, those of the layer from the primary monitor's.
+// A PlatformWindow's handle is the X window's ID, its device context the NativeWindow. Root coordinates count
+// from the upper left corner of the root window, which spans all monitors; the layer's coordinates count from
+// that of the primary monitor.
 #pragma once
 
 #include <stdint.h>
@@ -17,11 +18,11 @@
 struct ShownFrame {
     uint32_t *pixels; // the framebuffer's or the copy; null before the first frame
     Size size;
-    uint32_t *copy; // of a framebuffer that is not shown as it is
+    uint32_t *copy; // for frames that are scaled or layered
     uint64_t copy_capacity;
 };
 
-// The part of a rectangle that is inside of another; of no area when there is none.
+// The intersection of two rectangles; without an area when they do not overlap.
 inline Rect rect_intersection(const Rect &a, const Rect &b) {
     int32_t left = a.x > b.x ? a.x : b.x;
     int32_t top = a.y > b.y ? a.y : b.y;
@@ -30,7 +31,7 @@ inline Rect rect_intersection(const Rect &a, const Rect &b) {
     return {left, top, right > left ? right - left : 0, bottom > top ? bottom - top : 0};
 }
 
-// How far the window manager's frame reaches beyond the client area.
+// How far the window manager's frame extends beyond the client area.
 struct FrameExtents {
     int32_t left;
     int32_t right;
@@ -38,28 +39,28 @@ struct FrameExtents {
     int32_t bottom;
 };
 
-// While the user resizes a window, the window manager shows a new size once the frame of that size is there.
+// While the user resizes a window, the window manager waits for a frame of each new size.
 struct ResizeSync {
-    XSyncCounter counter; // None: the server has none
-    XSyncValue value;     // that the counter is to get
-    bool is_asked;        // for the next size
-    bool is_due;          // with the next frame
+    XSyncCounter counter; // None: not supported by the server
+    XSyncValue value;     // the counter's next value
+    bool is_asked;        // the next size needs an answer
+    bool is_due;          // the next frame is that answer
 };
 
 struct NativeWindow {
     Window id;
-    NativeWindow *next; // of all open ones
+    NativeWindow *next; // in the list of open windows
     Visual *visual;
     int depth;
     GC graphics_context;
-    XIC input_context; // null: keys type without an input method
-    Rect client;       // in the server's coordinates
+    XIC input_context; // null: no input method
+    Rect client;       // in root coordinates
     FrameExtents extents;
     bool is_mapped;
     bool is_minimized;
-    uint32_t held_buttons; // bit n: button n of the server
-    Point pointer;         // as last told, in the server's coordinates
-    Cursor cursor;         // None: the server's own
+    uint32_t held_buttons; // bit n: X button n
+    Point pointer;         // as last reported, in root coordinates
+    Cursor cursor;         // None: the parent window's
     ShownFrame frame;
     ResizeSync resize;
 };
@@ -68,20 +69,20 @@ struct NativeWindow {
 
 NativeWindow *native_window(const PlatformWindow *window);
 
-// The first of all open windows, or null.
+// The first in the list of open windows, or null.
 NativeWindow *native_windows();
 
 // ---- presenting.cpp ----
 
-// As window_present; returns when the server has read the frame.
+// As window_present; returns once the server has read the frame.
 void native_frame_show(const PlatformWindow *window, Rect to, Rect from);
 
-// Shows a part of the last frame again, unless a resize has taken it away: then the next frame follows.
+// Redraws a part of the last frame. Does nothing if a resize has discarded that frame: a new one follows.
 void native_frame_refresh(const PlatformWindow *window, Rect part);
 
 void native_frame_free(NativeWindow *native);
 
 // ---- monitors.cpp ----
 
-// Where the primary monitor's upper left corner is, in the server's coordinates.
+// The primary monitor's upper left corner, in root coordinates.
 Point primary_monitor_origin();

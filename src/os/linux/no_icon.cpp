@@ -1,4 +1,4 @@
-// An icon file without pictures, which the linker takes for programs that have no icon of their own.
+// An icon file without pictures, linked into programs that have no icon of their own.
 #include <stdint.h>
 
 extern "C" {

@@ -15,14 +15,14 @@
 
 namespace {
 
-// Describes a block that the server reads, too, and is at its end.
+// Describes a block shared with the server; placed at the block's end.
 struct SharedBlock {
     XShmSegmentInfo segment;
-    SharedBlock *next; // of all
+    SharedBlock *next; // in the list of shared blocks
 };
 SharedBlock *shared_blocks;
 
-// The type of the event that the server has read a frame; 0 when it shares no memory.
+// The type of the event that reports that the server has read a frame; 0 without support for shared memory.
 int completion_type() {
     static int type = -1;
     Display *display = x11_display();
@@ -32,7 +32,7 @@ int completion_type() {
     return type > 0 ? type : 0;
 }
 
-// Returns null when it cannot be had; over a network it never can.
+// Returns null on failure, as always over a network.
 uint32_t *alloc_shared(uint64_t size) {
     int id = shmget(IPC_PRIVATE, size + sizeof(SharedBlock), IPC_CREAT | 0600);
     if (id < 0) {
@@ -51,7 +51,7 @@ uint32_t *alloc_shared(uint64_t size) {
             is_attached = false;
         }
     }
-    shmctl(id, IPC_RMID, nullptr); // the memory stays until both have let it go
+    shmctl(id, IPC_RMID, nullptr); // frees the memory once both have detached
     if (!is_attached) {
         return nullptr;
     }
@@ -61,7 +61,7 @@ uint32_t *alloc_shared(uint64_t size) {
     return reinterpret_cast<uint32_t *>(segment.shmaddr);
 }
 
-// Where the block is linked in the list; the list's end when it is not shared.
+// The link to the block in the list; the list's end when the block is not shared.
 SharedBlock **link_to(const uint32_t *pixels) {
     SharedBlock **link = &shared_blocks;
     while (*link && (*link)->segment.shmaddr != reinterpret_cast<const char *>(pixels)) {
@@ -104,9 +104,9 @@ int is_completion(Display *, XEvent *event, XPointer argument) {
            event->xany.window == reinterpret_cast<const NativeWindow *>(argument)->id;
 }
 
-// Shows a part of a picture at the same place in the window. When this returns the picture may change.
+// Shows a part of a picture at the same position in the window. The picture may change once this returns.
 void put(const NativeWindow *native, uint32_t *pixels, Size size, Rect part) {
-    constexpr uint32_t longest_reading_ms = 1000; // a frame of a window that has just gone is never read
+    constexpr uint32_t longest_reading_ms = 1000; // a frame for a destroyed window is never read
     Display *display = x11_display();
     uint32_t depth = static_cast<uint32_t>(native->depth);
     uint32_t part_width = static_cast<uint32_t>(part.width);
@@ -117,7 +117,7 @@ void put(const NativeWindow *native, uint32_t *pixels, Size size, Rect part) {
     if (!image) {
         return;
     }
-    image->byte_order = LSBFirst; // Xlib converts where the server has the other order
+    image->byte_order = LSBFirst; // Xlib converts for servers with the other order
     if (SharedBlock *shared = *link_to(pixels)) {
         image->obdata = reinterpret_cast<char *>(&shared->segment);
         XShmPutImage(display, native->id, native->graphics_context, image, part.x, part.y, part.x, part.y,
@@ -129,12 +129,12 @@ void put(const NativeWindow *native, uint32_t *pixels, Size size, Rect part) {
                   part_width, part_height);
         XFlush(display);
     }
-    image->data = nullptr; // neither is the image's
+    image->data = nullptr; // XDestroyImage must free neither
     image->obdata = nullptr;
     XDestroyImage(image);
 }
 
-// Copies a row; where the lengths differ the nearest pixel is taken.
+// Copies a row, scaled without interpolation if the lengths differ.
 void copy_row(uint32_t *to, int32_t to_count, const uint32_t *from, int32_t from_count) {
     for (int32_t x = 0; x < to_count; x++) {
         int64_t from_x = int64_t{x} * from_count / to_count;
@@ -142,14 +142,14 @@ void copy_row(uint32_t *to, int32_t to_count, const uint32_t *from, int32_t from
     }
 }
 
-// Black becomes transparent, all else opaque.
+// Makes black transparent and everything else opaque.
 void key_out_black(uint32_t *row, int32_t count) {
     for (int32_t x = 0; x < count; x++) {
         row[x] = (row[x] & 0xFFFFFF) ? row[x] | 0xFF000000 : 0;
     }
 }
 
-// Makes room for a picture of the client area. Returns whether there is some.
+// Makes the copy large enough for a picture of that size. Returns false when out of memory.
 bool make_copy(ShownFrame *frame, Size size) {
     uint64_t capacity = framebuffer_block_size(size);
     if (capacity > frame->copy_capacity) {
@@ -174,7 +174,7 @@ void native_frame_show(const PlatformWindow *window, Rect to, Rect from) {
         frame->pixels = frame->copy;
         frame->size = window->client_size;
         for (int32_t y = 0; y < to.height; y++) {
-            int64_t from_y = int64_t{y} * from.height / to.height; // below from's top
+            int64_t from_y = int64_t{y} * from.height / to.height; // relative to from's top
             uint32_t *row = frame->copy + int64_t{to.y + y} * frame->size.width + to.x;
             copy_row(row, to.width, framebuffer.pixels + (from.y + from_y) * framebuffer.width + from.x,
                      from.width);

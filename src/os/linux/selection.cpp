@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr int64_t step_ms = 1000;     // between two signs of life of an owner
-constexpr int64_t transfer_ms = 5000; // for a whole transfer in pieces
+constexpr int64_t step_ms = 1000;     // the longest wait for progress
+constexpr int64_t transfer_ms = 5000; // for a whole incremental transfer
 
 int64_t now_ms() {
     timespec now = {};
@@ -37,7 +37,7 @@ bool is_answer(const Request &request, const XEvent &event) {
            answer.selection == request.selection && answer.target == request.target &&
            (answer.property == request.property || answer.property == None) &&
            (answer.time == request.time ||
-            answer.time == CurrentTime); // the answer to another one may be late
+            answer.time == CurrentTime); // excludes late answers to earlier requests
 }
 
 bool is_new_piece(Atom property, const XEvent &event) {
@@ -50,8 +50,8 @@ Bool concerns_selections(Display *, XEvent *event, XPointer property) {
            is_new_piece(*reinterpret_cast<const Atom *>(property), *event) || clipboard_is_event(*event);
 }
 
-// Takes the next event of the property's transfer or the clipboard out of the queue. Returns false when there
-// is none before end_ms.
+// Takes the next event for the property's transfer or the clipboard from the queue. Returns false when none
+// arrives before end_ms.
 bool next_event(Atom property, int64_t end_ms, XEvent *event) {
     int64_t left = end_ms - now_ms();
     return left > 0 && x11_wait_for_event(event, concerns_selections, &property, static_cast<uint32_t>(left));
@@ -64,8 +64,8 @@ uint64_t size_of(const X11Property &property) {
     return property.count * item;
 }
 
-// Adds the property's bytes to the data, with a zero after them. Returns false when out of memory; what there
-// was stays.
+// Appends the property's bytes to the data, with a zero after them. Returns false and leaves the data
+// unchanged when out of memory.
 bool add_piece(const X11Property &property, SelectionData *data) {
     uint64_t size = size_of(property);
     uint64_t count = data->bytes.count + size;
@@ -84,7 +84,7 @@ bool add_piece(const X11Property &property, SelectionData *data) {
     return true;
 }
 
-// Receives what the owner sends in pieces; an empty one is the end.
+// Receives an incremental transfer; an empty piece ends it.
 SelectionResult read_pieces(Atom property, uint64_t longest, SelectionData *data) {
     int64_t end_ms = now_ms() + transfer_ms;
     XEvent event;
@@ -109,7 +109,7 @@ SelectionResult read_pieces(Atom property, uint64_t longest, SelectionData *data
     return SELECTION_SILENT;
 }
 
-// Receives an answer that has arrived, or has begun to.
+// Receives an answer, whole or as an incremental transfer.
 SelectionResult read_answer(Atom property, uint64_t longest, SelectionData *data) {
     X11Property answer;
     if (!x11_read_property(x11_helper_window(), property, longest, true, &answer)) {
@@ -131,7 +131,7 @@ Atom selection_next_property() {
     char name[] = "TARNWICK_SELECTION_0";
     name[sizeof(name) - 2] = static_cast<char>('0' + count++ % 8);
     Atom property = XInternAtom(x11_display(), name, False);
-    XDeleteProperty(x11_display(), x11_helper_window(), property); // what a late answer has left
+    XDeleteProperty(x11_display(), x11_helper_window(), property); // left by a late answer
     return property;
 }
 
@@ -158,7 +158,7 @@ SelectionResult selection_read(Atom selection, Atom target, Time time, uint64_t 
         outcome = read_answer(property, longest, result);
     }
     if (outcome != SELECTION_READ) {
-        XDeleteProperty(x11_display(), x11_helper_window(), property); // what was too long
+        XDeleteProperty(x11_display(), x11_helper_window(), property); // data that were too long
         os_free(result->bytes.data);
         *result = {};
     }

@@ -10,7 +10,7 @@ Str without_start(Str text, uint64_t count) {
     return {text.count - count, text.data + count};
 }
 
-// The first line, without its end, which rest loses.
+// Removes the first line from rest and returns it without its line ending.
 Str next_line(Str *rest) {
     const void *end = memchr(rest->data, '\n', rest->count);
     uint64_t count = end ? static_cast<uint64_t>(static_cast<const char *>(end) - rest->data) : rest->count;
@@ -40,7 +40,7 @@ int32_t hex_value(char digit) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-// Decodes in place; a '%' without two digits after it stays.
+// Decodes in place; keeps a '%' that two hexadecimal digits do not follow.
 Str decode_percents(Str text) {
     uint64_t count = 0;
     for (uint64_t i = 0; i < text.count; i++) {
@@ -58,7 +58,7 @@ Str decode_percents(Str text) {
     return {count, text.data};
 }
 
-// The path in file:/path, file:///path or file://host/path. Returns false for all else.
+// The path in file:/path, file:///path or file://host/path. Returns false for anything else.
 bool path_from_uri(Str uri, Str *path) {
     Str scheme = str_from("file:");
     if (uri.count < scheme.count || !is_same_name({scheme.count, uri.data}, scheme)) {
@@ -81,7 +81,7 @@ bool path_from_uri(Str uri, Str *path) {
         return false;
     }
     *path = decode_percents(left);
-    return !memchr(path->data, 0, path->count); // no file has such a name
+    return !memchr(path->data, 0, path->count); // a path has no zero byte
 }
 
 } // namespace
@@ -89,7 +89,7 @@ bool path_from_uri(Str uri, Str *path) {
 bool uri_list_next(Str *rest, Str *path) {
     while (rest->count > 0) {
         Str found;
-        if (path_from_uri(next_line(rest), &found)) { // a comment's '#' begins no scheme
+        if (path_from_uri(next_line(rest), &found)) { // false for a comment, too
             *path = found;
             return true;
         }

@@ -1,9 +1,9 @@
-// Lists of URIs, as programs hand files to each other ("text/uri-list"), for the layer's own files.
+// URI lists ("text/uri-list"), in which programs pass files to each other. For the layer's own files.
 #pragma once
 
 #include "os/strings.h"
 
-// Finds the next file in rest, a list's text or what an earlier call left of it, and moves rest past it. The
-// path is decoded in place and lies in the list's bytes. Lines end with CR LF or LF; comments and whatever is
-// not a file of this machine are skipped. Returns false at the list's end; path then stays as it is.
+// Finds the next file in rest, a list or what an earlier call left of it, and advances rest past it. The path
+// is decoded in place, within the list's bytes. Lines end with CR LF or LF; comments and everything but files
+// on this machine are skipped. Returns false at the end of the list and leaves path unchanged.
 bool uri_list_next(Str *rest, Str *path);

@@ -4,15 +4,15 @@
 
 namespace {
 
-// Bytes of the character at that place of the text, with is_valid set; or bytes that one replacement
-// character stands for: the start of a character that does not go on, or a byte that starts none.
+// The length in bytes of the character at that offset; or, with is_valid false, of a sequence that one
+// replacement character replaces: a truncated character, or a byte that cannot start one.
 uint32_t character_length(Str text, uint64_t at, bool *is_valid) {
     const uint8_t *bytes = reinterpret_cast<const uint8_t *>(text.data) + at;
     uint64_t left = text.count - at;
     uint8_t lead = bytes[0];
     bool is_lead = lead < 0x80 || (lead >= 0xc2 && lead <= 0xf4);
     uint32_t wanted = lead < 0x80 || !is_lead ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-    // The second byte's bounds keep out surrogates, long forms and what lies beyond Unicode.
+    // The second byte's bounds exclude surrogates, overlong forms and code points above U+10FFFF.
     uint8_t low = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
     uint8_t high = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
     uint32_t length = 1;

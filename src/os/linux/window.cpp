@@ -55,7 +55,7 @@ WindowGeometry geometry_of(const NativeWindow *native) {
     return {outer, client};
 }
 
-// Takes over where the window is, and tells of what has changed; of both when tells_all.
+// Updates the window's geometry and delivers the events for what changed, or both events when tells_all.
 void tell_geometry(PlatformWindow *window, bool tells_all) {
     WindowGeometry geometry = geometry_of(native_window(window));
     const Rect &client = geometry.client;
@@ -73,7 +73,7 @@ void tell_geometry(PlatformWindow *window, bool tells_all) {
     }
 }
 
-// Asks the server where the client area is: other events name its place in the window manager's frame.
+// Asks the server for the client area's position: most events give it relative to the window manager's frame.
 void read_position(NativeWindow *native) {
     Window child = None;
     XTranslateCoordinates(x11_display(), native->id, DefaultRootWindow(x11_display()), 0, 0,
@@ -84,7 +84,7 @@ void configured(PlatformWindow *window, const XConfigureEvent &event) {
     NativeWindow *native = native_window(window);
     native->client.width = event.width;
     native->client.height = event.height;
-    if (event.send_event && native->is_mapped) { // the window manager's own, in the server's coordinates
+    if (event.send_event && native->is_mapped) { // from the window manager, in root coordinates
         native->client.x = event.x;
         native->client.y = event.y;
     } else {
@@ -120,7 +120,7 @@ Point on_screen(int x_root, int y_root) {
     return {x_root - origin.x, y_root - origin.y};
 }
 
-// The server may tell of the pointer once more where it is already.
+// The server may report the same position twice; only a new one is delivered.
 void pointer_moved(PlatformWindow *window, int x_root, int y_root) {
     NativeWindow *native = native_window(window);
     bool has_come_in = window->input_flags & WINDOW_INPUT_POINTER_INSIDE;
@@ -144,11 +144,11 @@ DoublePressLimits double_press_limits() {
     return {static_cast<uint32_t>(time_ms), distance, distance};
 }
 
-constexpr uint16_t buttons[] = {0, MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}; // by the server's number
+constexpr uint16_t buttons[] = {0, MOUSE_LEFT, MOUSE_MIDDLE, MOUSE_RIGHT}; // by X button number
 constexpr int32_t wheel_step = 120;
 
-// The server keeps the pointer's events with the window while a button is held. A notch of the wheel is a
-// press of a button of its own.
+// While a button is held, the window receives all pointer events. Each notch of the wheel arrives as a press
+// of button 4 or 5.
 void button_pressed(PlatformWindow *window, const XButtonEvent &event) {
     Point position = on_screen(event.x_root, event.y_root);
     if (event.button == Button4 || event.button == Button5) {
@@ -169,7 +169,7 @@ void button_released(PlatformWindow *window, const XButtonEvent &event) {
     window_button_released(window, buttons[event.button], on_screen(event.x_root, event.y_root));
     Rect client = {0, 0, native->client.width, native->client.height};
     if (window_is_alive(window) && native->held_buttons == 0 && !is_inside(client, {event.x, event.y})) {
-        pointer_left(window, event.x_root, event.y_root); // held back while the button was held
+        pointer_left(window, event.x_root, event.y_root); // delayed while a button was held
     }
 }
 
@@ -184,7 +184,7 @@ void crossed(PlatformWindow *window, const XCrossingEvent &event) {
     }
 }
 
-// A grab of the keyboard is no change of the focus, nor is the pointer's place.
+// Ignores events that a keyboard grab or the pointer's position causes: the focus has not changed.
 void focus_changed(PlatformWindow *window, const XFocusChangeEvent &event) {
     if (event.mode == NotifyGrab || event.mode == NotifyUngrab || event.detail == NotifyInferior ||
         event.detail >= NotifyPointer) {
@@ -206,7 +206,7 @@ void focus_changed(PlatformWindow *window, const XFocusChangeEvent &event) {
     }
 }
 
-// The window manager asks to close, whether the program still answers, or to be told of the next frame.
+// Handles the window manager's requests: to close the window, to answer a ping, to report the next frame.
 void asked(PlatformWindow *window, XEvent *event) {
     if (event->xclient.message_type != x11_atom(ATOM_WM_PROTOCOLS) || event->xclient.format != 32) {
         return;
@@ -245,7 +245,7 @@ void handle_window_event(PlatformWindow *window, XEvent *event) {
     case MapNotify:
         native->is_mapped = true;
         native->is_minimized = false;
-        read_position(native); // the window manager's frame has come in between
+        read_position(native); // the window manager has reparented it into its frame
         tell_geometry(window, true);
         break;
     case UnmapNotify:
@@ -319,7 +319,7 @@ void handle(XEvent *event) {
         keys_mapping_changed(&event->xmapping);
         return;
     }
-    if (event->type == KeymapNotify) { // it names no window
+    if (event->type == KeymapNotify) { // has no window
         if (focused_window) {
             keys_down_told(focused_window, event->xkeymap);
         }
@@ -328,7 +328,7 @@ void handle(XEvent *event) {
     note_time(*event);
     PlatformWindow *window = window_from_handle(handle_of(event->xany.window));
     if (event->type == KeyPress && window) {
-        keys_open_input(native_window(window)); // not earlier: reading the Compose keys takes time
+        keys_open_input(native_window(window)); // not earlier: loading the Compose table takes time
     }
     if (XFilterEvent(event, None)) {
         return;
@@ -348,8 +348,8 @@ bool has_pixels_of_ours(const Visual *visual) {
     return visual->red_mask == 0xFF0000 && visual->green_mask == 0xFF00 && visual->blue_mask == 0xFF;
 }
 
-// Finds how the server is to store the pixels: as the framebuffer does, and for a layered window with alpha
-// as well. Returns whether it can.
+// Chooses a visual with the framebuffer's pixel format, and with alpha for a layered window if there is one.
+// Returns whether the pixel format matches.
 bool choose_visual(NativeWindow *native, bool is_layered) {
     Display *display = x11_display();
     XVisualInfo found;
@@ -365,11 +365,11 @@ bool choose_visual(NativeWindow *native, bool is_layered) {
 }
 
 int32_t valid_length(int32_t length) {
-    constexpr int32_t most = INT16_MAX; // the server has no larger windows
+    constexpr int32_t most = INT16_MAX; // X11 coordinates are 16 bits
     return length < 1 ? 1 : length > most ? most : length;
 }
 
-// Creates the server's window. Returns whether it did.
+// Creates the X window. Returns whether it succeeded.
 bool create_native(NativeWindow *native, Size size, const char *title, uint16_t flags) {
     bool is_layered = flags & WINDOW_FLAG_LAYERED;
     if (!choose_visual(native, is_layered)) {
@@ -380,7 +380,7 @@ bool create_native(NativeWindow *native, Size size, const char *title, uint16_t 
     Point origin = primary_monitor_origin();
     native->client = {origin.x, origin.y, valid_length(size.width), valid_length(size.height)};
     XSetWindowAttributes attributes = {};
-    attributes.background_pixmap = None; // what was shown stays until the next frame
+    attributes.background_pixmap = None; // the old picture stays until the next frame
     attributes.border_pixel = 0;
     attributes.bit_gravity = NorthWestGravity;
     attributes.colormap = XCreateColormap(display, root, native->visual, AllocNone);
@@ -392,7 +392,7 @@ bool create_native(NativeWindow *native, Size size, const char *title, uint16_t 
         display, root, native->client.x, native->client.y, static_cast<uint32_t>(native->client.width),
         static_cast<uint32_t>(native->client.height), 0, native->depth, InputOutput, native->visual,
         CWBackPixmap | CWBorderPixel | CWBitGravity | CWColormap | CWEventMask, &attributes);
-    XFreeColormap(display, attributes.colormap); // the window's alone
+    XFreeColormap(display, attributes.colormap); // only needed to create the window
     if (x11_untrap_errors()) {
         return false;
     }
@@ -418,7 +418,8 @@ bool create_native(NativeWindow *native, Size size, const char *title, uint16_t 
     return true;
 }
 
-// A zero-terminated copy of the title, the caller's; null when out of memory.
+// A zero-terminated copy of the title, "Window" for an empty one. The caller frees it with os_free; null when
+// out of memory.
 char *title_of(Str title) {
     Str text = title.count > 0 ? title : str_from("Window");
     char *copy = static_cast<char *>(os_alloc_zero(text.count + 1));
@@ -435,7 +436,7 @@ void destroy_native(NativeWindow *native) {
     if (native->resize.counter) {
         XSyncDestroyCounter(x11_display(), native->resize.counter);
     }
-    if (native->id != None) { // another program may have destroyed it
+    if (native->id != None) { // None: another client has destroyed it
         XDestroyWindow(x11_display(), native->id);
     }
     XFlush(x11_display());
@@ -555,7 +556,7 @@ void window_place(PlatformWindow *window, Rect outer) {
     wm_set_size_hints(&placed, window->flags, true);
     XMoveResizeWindow(x11_display(), native->id, client.x, client.y, static_cast<uint32_t>(client.width),
                       static_cast<uint32_t>(client.height));
-    // The window manager of a window on the screen may decide otherwise.
+    // The window manager may give a mapped window another geometry.
     XEvent event;
     while (window_is_alive(window) && !is_same(client, native->client) &&
            x11_wait_for_event(&event, is_configured, native, wm_answer_ms)) {

@@ -10,7 +10,7 @@
 #include "os/linux/icon.h"
 #include "os/linux/x11.h"
 
-// ---- What it reads ----
+// ---- Properties ----
 
 namespace {
 
@@ -23,7 +23,7 @@ void set_atoms(const NativeWindow *native, Atom property, const Atom *atoms, int
                     reinterpret_cast<const uint8_t *>(atoms), count);
 }
 
-// Says whether the window manager is to draw a frame.
+// Sets whether the window manager draws a frame.
 void set_frame_hint(const NativeWindow *native, bool has_frame) {
     constexpr unsigned long decorations_are_told = 2;
     unsigned long hints[5] = {decorations_are_told, 0, has_frame, 0, 0};
@@ -90,7 +90,7 @@ void wm_set_properties(const NativeWindow *native, const char *title, uint16_t f
     icon_set(native->id);
 }
 
-// ---- What it is asked ----
+// ---- Requests ----
 
 namespace {
 
@@ -130,7 +130,7 @@ void send_to_root(const NativeWindow *native, Atom type, long first, long second
 } // namespace
 
 void wm_read_frame_extents(NativeWindow *native) {
-    constexpr unsigned long most = 1024; // whatever another program has written, a frame is not wider
+    constexpr unsigned long most = 1024; // no frame is wider; any client can write this property
     unsigned long extents[4] = {};
     if (x11_read_numbers(native->id, x11_atom(ATOM_NET_FRAME_EXTENTS), XA_CARDINAL, extents, 4) != 4) {
         return;

@@ -1,41 +1,43 @@
-// What a window tells the window manager and asks of it. Interface thread only.
+// A window's properties for the window manager, and requests to it. Interface thread only.
 //
-// Every request is a wish: what becomes of it is told by events, in the window manager's own time.
+// The window manager may ignore a request; the outcome arrives later, as events.
 #pragma once
 
 #include <stdint.h>
 
 #include "os/linux/native_window.h"
 
-// What a window manager is asked for may take it this long, or it does not do it.
+// How long to wait for the window manager to act on a request.
 constexpr uint32_t wm_answer_ms = 200;
 
-// ---- For a window that is not on the screen ----
+// ---- For unmapped windows ----
 
-// Sets all that the window manager and other programs read. title is zero-terminated UTF-8, flags are
-// WindowFlag bits.
+// Sets all properties that the window manager and other clients read. title is zero-terminated UTF-8, flags
+// are WindowFlag bits.
 void wm_set_properties(const NativeWindow *native, const char *title, uint16_t flags);
 
-// Sets the states that the window begins with; they are forgotten when it is hidden.
+// Sets the initial states. Call it before each mapping: hiding the window clears them.
 void wm_set_first_states(const NativeWindow *native, uint16_t flags);
 
-// Finds out how wide the window's frame is going to be.
+// Sets the extents of the frame that the window will get. Asks the window manager for them, if it supports
+// that, and waits up to wm_answer_ms.
 void wm_ask_frame_extents(NativeWindow *native, uint16_t flags);
 
-// ---- For any window ----
+// ---- For all windows ----
 
-// Tells the place and the size of the client area, whatever its frame. Until a window is placed the window
-// manager chooses the place.
+// Sets the size hints; the position is the client area's, regardless of the frame. If is_placed is false, the
+// window manager chooses the position.
 void wm_set_size_hints(const NativeWindow *native, uint16_t flags, bool is_placed);
 
-// Takes over how wide the frame is, if the window manager has told it.
+// Reads the frame's extents from the window manager's property; keeps the old ones if it is missing or
+// invalid.
 void wm_read_frame_extents(NativeWindow *native);
 
-// Adds a state to a window on the screen, or removes it.
+// Asks to add a state to a mapped window, or to remove it.
 void wm_set_state(const NativeWindow *native, Atom state, bool is_added);
 
-// Raises the window and gives it the keys.
+// Raises the window and gives it the keyboard focus.
 void wm_activate(const NativeWindow *native);
 
-// Takes the frame away or gives it back, as the flags say, and waits a moment for it.
+// Adds or removes the frame, as the window's flags say, and waits up to wm_answer_ms for its new extents.
 void wm_set_frame(PlatformWindow *window);

@@ -73,11 +73,11 @@ struct Connection {
     Atom atoms[X11_ATOM_COUNT];
     Window helper_window;
     Time last_time;
-    bool has_error; // since errors were trapped
+    bool has_error; // since x11_trap_errors
 };
 Connection connection;
 
-// A request may name a window that has just gone, which does no harm.
+// Requests for a window that was just destroyed fail, which is harmless.
 int note_error(Display *, XErrorEvent *) {
     connection.has_error = true;
     return 0;
@@ -133,7 +133,7 @@ Bool is_time_noted(Display *, XEvent *event, XPointer) {
 } // namespace
 
 Time x11_server_time() {
-    // A change of a property is told with the time.
+    // The event for a changed property carries the server's time.
     XChangeProperty(connection.display, connection.helper_window, connection.atoms[ATOM_OWN_TIME], XA_INTEGER,
                     32, PropModeReplace, nullptr, 0);
     XEvent event;

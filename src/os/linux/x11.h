@@ -1,20 +1,19 @@
-// The connection to the X server, which the window, the clipboard and drag and drop share. Interface thread
+// The connection to the X server, shared by the window, the clipboard and drag and drop. Interface thread
 // only.
 //
-// The window pumps the connection's events and offers each to the functions of clipboard.h and drop.h first.
-// When the connection is lost the process writes a line to standard error and ends with status 1: the saved
-// lists are on the disk by then. Protocol errors are ignored.
+// The window's message pump offers each event to clipboard.h and drop.h first. When the connection is lost,
+// the process writes a line to standard error and exits with status 1; the saved lists are already on disk.
+// Protocol errors are ignored.
 #pragma once
 
 #include <stdint.h>
 
 #include <X11/Xlib.h>
 
-// Opens the connection at the first call. Returns null when there is no display or it refuses; a later call
-// tries again.
+// Opens the connection on the first call. Returns null when that fails; a later call tries again.
 Display *x11_display();
 
-// The connection's number for an atom's name, from a table that is filled when the connection opens.
+// The atoms in use; they are interned when the connection opens.
 enum X11Atom : uint32_t {
     ATOM_CLIPBOARD,
     ATOM_UTF8_STRING,
@@ -42,7 +41,7 @@ enum X11Atom : uint32_t {
     ATOM_NET_WM_WINDOW_TYPE_UTILITY,
     ATOM_NET_WORKAREA,
     ATOM_XSETTINGS_SETTINGS,
-    // selections: what the targets and types mean is in the conventions for communication between clients
+    // selections; the ICCCM defines the targets and types
     ATOM_ATOM_PAIR,
     ATOM_C_STRING,
     ATOM_CLIPBOARD_MANAGER,
@@ -73,39 +72,39 @@ enum X11Atom : uint32_t {
 };
 Atom x11_atom(X11Atom atom);
 
-// A window that is never shown: it owns the clipboard's selection and receives conversions.
+// A window that is never mapped: it owns the clipboard's selection and receives conversions.
 Window x11_helper_window();
 
-// The time of the last event that had one, for requests that other clients order by time.
+// The timestamp of the last event that had one, for requests that need one.
 Time x11_last_time();
 void x11_note_time(Time time);
 
-// The server's time now; waits for its answer.
+// The server's current time; waits for its answer.
 Time x11_server_time();
 
-// For requests whose failure matters, as when another client's window may be gone. Untrapping waits for the
-// server and returns whether there were protocol errors since x11_trap_errors.
+// For requests whose failure matters, such as for another client's window, which may be gone. Both wait for
+// the server; x11_untrap_errors returns whether there were protocol errors since x11_trap_errors.
 void x11_trap_errors();
 bool x11_untrap_errors();
 
-// Takes the first event that matches from the queue, waiting for it up to timeout_ms milliseconds. matches
-// must call no function of Xlib. Returns whether there was one.
+// Takes the first matching event from the queue, waiting up to timeout_ms milliseconds for it. matches must
+// not call Xlib. Returns whether there was one.
 typedef int X11EventMatch(Display *display, XEvent *event, XPointer argument);
 bool x11_wait_for_event(XEvent *event, X11EventMatch *matches, const void *argument, uint32_t timeout_ms);
 
-// What a property holds.
+// A property's contents.
 struct X11Property {
-    uint8_t *bytes; // format 32 comes as the longs that Xlib makes of it
+    uint8_t *bytes; // format 32: an array of long, as Xlib returns it
     uint64_t count; // items
     Atom type;
-    int format; // bits of an item: 8, 16 or 32
+    int format; // bits per item: 8, 16 or 32
 };
 
-// Reads a property whole, or nothing when it is longer than longest bytes (4 for each item of format 32),
-// missing, or the window is gone. Returns whether it was read; the bytes are then freed with XFree. Deletes
-// it if asked.
+// Reads a whole property. Returns false when it is missing or longer than longest bytes (4 per item of format
+// 32), or the window is gone; otherwise the caller frees the bytes with XFree. is_deleted: also
+// deletes the property after reading it.
 bool x11_read_property(Window window, Atom property, uint64_t longest, bool is_deleted, X11Property *result);
 
-// Reads a property of items of 32 bits. Returns how many there are, at most capacity; 0 when it is missing,
-// longer or of another type.
+// Reads a property of 32-bit items. Returns how many there are; 0 when it is missing, of another type or has
+// more than capacity items.
 uint64_t x11_read_numbers(Window window, Atom property, Atom type, unsigned long *numbers, uint64_t capacity);

@@ -7,15 +7,15 @@
 
 namespace {
 
-// What is left of the settings' bytes. Another program has written them, so each read checks their end.
+// The unread part of the settings. Another program wrote them, so each read checks the length.
 struct Settings {
     const uint8_t *at;
     uint64_t left;
     bool is_big_endian;
-    bool is_broken; // they end too early
+    bool is_broken; // truncated or of the wrong type
 };
 
-// Takes so many bytes; null when there are fewer.
+// Consumes count bytes; null when fewer are left.
 const uint8_t *take(Settings *settings, uint64_t count) {
     if (count > settings->left) {
         settings->is_broken = true;

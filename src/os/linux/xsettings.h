@@ -1,7 +1,7 @@
-// The desktop's settings, as its settings manager publishes them. Interface thread only.
+// The desktop's settings, as the XSETTINGS manager publishes them. Interface thread only.
 #pragma once
 
 #include <stdint.h>
 
-// Reads a setting that is a number. Returns whether there is one of that name.
+// Reads an integer setting. Returns false and leaves number unchanged if there is none of that name.
 bool xsettings_number(const char *name, int32_t *number);

@@ -1,5 +1,5 @@
-// What only the window on X11 has.
-#include <gtest/gtest.h> // before Xlib, which makes macros of names that it uses
+// What is specific to the window on X11.
+#include <gtest/gtest.h> // before Xlib, whose macros clash with its names
 #include <string.h>
 #include <unistd.h>
 
@@ -25,7 +25,7 @@ namespace {
 
 constexpr uint16_t program_flags = WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN;
 
-// An event as a short text; those of the window's place and size are left out.
+// An event as a short text; those for the window's position and size are omitted.
 std::vector<std::string> seen;
 
 void note_event(const WindowEvent *event) {
@@ -90,7 +90,7 @@ protected:
         return window;
     }
 
-    // A window on the screen that has the keyboard.
+    // A mapped window that has the keyboard focus.
     PlatformWindow *create_shown(int flags = program_flags) {
         PlatformWindow *window = create(flags);
         os_window_show(window, 1);
@@ -114,7 +114,7 @@ protected:
         return taken;
     }
 
-    // Presses and releases a key by the server's number of it.
+    // Presses and releases a key by its keycode.
     static Events tapped(const PlatformWindow *window, int key, uint32_t state = 0) {
         send_key(window, static_cast<KeyCode>(key), true, state);
         send_key(window, static_cast<KeyCode>(key), false, state);
@@ -130,14 +130,14 @@ uint32_t in_group(uint32_t group) {
 
 constexpr uint32_t level3 = Mod5Mask; // AltGr
 
-// A property of a window with items of 32 bits.
+// A window's property of 32-bit items.
 std::vector<unsigned long> numbers_of(Window window, const char *name) {
     user_sync();
     Atom type = None;
     int format = 0;
     unsigned long count = 0, left = 0;
     uint8_t *bytes = nullptr;
-    XSync(x11_display(), False); // what the window has asked for is on its way
+    XSync(x11_display(), False); // sends the window's requests
     XGetWindowProperty(user_display(), window, XInternAtom(user_display(), name, False), 0, 10000, False,
                        AnyPropertyType, &type, &format, &count, &left, &bytes);
     std::vector<unsigned long> numbers;
@@ -166,7 +166,7 @@ bool has_atom(Window window, const char *property, const char *name) {
 // ---- Keys ----
 
 TEST_F(X11Window, AKeyHasTheCodeOfItsLetterInTheActiveLayout) {
-    constexpr int key_1 = 10, key_q = 24, key_y = 29, key_a = 38, key_c = 54; // as on an American keyboard
+    constexpr int key_1 = 10, key_q = 24, key_y = 29, key_a = 38, key_c = 54; // as on a US keyboard
     const struct {
         const char *layout;
         uint32_t group;
@@ -181,7 +181,7 @@ TEST_F(X11Window, AKeyHasTheCodeOfItsLetterInTheActiveLayout) {
         {"de", 0, key_y, "key 5a 1"}, // Z
         {"us,ru", 1, key_c, "key 43 1"},
         {"fr,ru", 1, key_a, "key 51 1"}, // the Latin letter of the user's other layout
-        {"ru", 0, key_a, "key 41 1"},    // there is none: that of the place
+        {"ru", 0, key_a, "key 41 1"},    // no other layout: by position
         {"us", 0, 111, "key 26 1"},      // Up
         {"us", 0, 119, "key 2e 1"},      // Delete
         {"us", 0, 67, "key 70 1"},       // F1
@@ -328,7 +328,7 @@ TEST_F(X11Window, AKeyHeldSinceBeforeTheFocusCameIsRepeatedNotPressed) {
     KeyCode key = key_of(XK_x);
     user_key(key, true);
     char keys[32] = {};
-    while (!(keys[key / 8] & 1 << key % 8)) { // the server takes keys after requests
+    while (!(keys[key / 8] & 1 << key % 8)) { // the server handles keys after requests
         XQueryKeymap(user_display(), keys);
     }
     XSetInputFocus(user_display(), window_id(window), RevertToNone, CurrentTime);
@@ -394,7 +394,7 @@ TEST_F(X11Window, APointerThatStaysMakesNoMove) {
 
 namespace {
 
-// Whether a second press so much later and farther is a double press.
+// Whether a second press that much later and that far away is a double press.
 bool is_double(const PlatformWindow *window, uint32_t time_ms, int32_t distance) {
     static uint32_t start = 1000000;
     start += 1000000;
@@ -432,7 +432,7 @@ TEST_F(X11Window, SettingsThatEndTooEarlyOrLieAreIgnored) {
         publish_settings(whole.substr(0, size));
         EXPECT_TRUE(is_double(window, 499, 3)) << size;
     }
-    for (size_t at = 8; at < whole.size(); at++) { // no byte makes it read beyond the end
+    for (size_t at = 8; at < whole.size(); at++) { // no byte makes it read past the end
         std::string broken = whole;
         broken[at] = static_cast<char>(0xFF);
         publish_settings(broken);
@@ -528,7 +528,7 @@ TEST_F(X11Window, IsClosedWhenAnotherProgramDestroysIt) {
     PlatformWindow *window = create_shown();
     os_window_blit(window);
     XDestroyWindow(user_display(), window_id(window));
-    os_window_blit(window); // before it is told
+    os_window_blit(window); // before the event has arrived
     EXPECT_EQ(events(), (Events{"focus 0", "closed"}));
     EXPECT_FALSE(window->flags & WINDOW_FLAG_ALIVE);
 }
@@ -690,7 +690,7 @@ TEST_F(X11Window, LayeredMakesBlackTransparent) {
 
 namespace {
 
-// The picture of the cursor that is on the screen, with its hot spot. One that moves has none at first.
+// The picture of the cursor that is on the screen, with its hot spot. An animated one has none at first.
 std::vector<unsigned long> shown_cursor(bool has_picture = true) {
     user_sync();
     XFixesCursorImage *image = XFixesGetCursorImage(user_display());

@@ -1,11 +1,11 @@
-// What only the X server's clipboard has: other programs that own it, ask for it, or do neither properly.
+// What is specific to the clipboard on X11: other programs that own or request it, correctly or not.
 #include <unistd.h>
 
 #include <algorithm>
 #include <string>
 #include <utility>
 
-#include <gtest/gtest.h> // before Xlib, which makes macros of names that it uses
+#include <gtest/gtest.h> // before Xlib, whose macros clash with its names
 
 #include <X11/Xatom.h>
 
@@ -23,7 +23,7 @@ using namespace std::string_literals;
 
 constexpr const char *text_targets[] = {"UTF8_STRING", "text/plain;charset=utf-8", "TEXT", "STRING"};
 
-// More than fits one request, with no two pieces alike.
+// Longer than one request can hold, with no two pieces alike.
 std::string long_text(size_t size) {
     std::string text;
     for (int i = 0; text.size() < size; i++) {
@@ -82,7 +82,7 @@ public:
     }
 };
 
-// Owns the clipboard and leaves each request to the function.
+// Owns the clipboard and passes each request to the function.
 class OddOwner : public OtherProgram {
 public:
     using Answer = std::function<void(Peer &, const XSelectionRequestEvent &)>;
@@ -270,7 +270,7 @@ TEST(X11Clipboard, ListsOfTargetsThatAreNoneAreRefused) {
             self.convert("CLIPBOARD", self.atom("MULTIPLE"), property);
             answers += self.is_answered() ? "answered " : "refused ";
         }
-        // Half a pair is left out.
+        // Half a pair is ignored.
         self.set_property(list, {"ATOM_PAIR", 32, items({self.atom("STRING"), list, 7})});
         self.convert("CLIPBOARD", self.atom("MULTIPLE"), list);
         answers += self.is_answered() ? "answered" : "refused";
@@ -351,7 +351,7 @@ TEST(X11Clipboard, ATransferIntoTheProgramsOwnWindowCostsItNoEvents) {
             return event.type == PropertyNotify && event.xproperty.atom == property;
         });
         self.tell("begun");
-        self.set_property(property, {"INCR", 32}); // told once more
+        self.set_property(property, {"INCR", 32}); // a second notification
         self.tell(self.received(property)->bytes);
     });
     EXPECT_EQ(other.heard(), "begun");
@@ -387,7 +387,7 @@ TEST(X11Clipboard, OwnTextIsGotUntilAnotherProgramTakesTheClipboard) {
         EXPECT_EQ(got(), "other");
         handle_own_events = handle;
     }
-    EXPECT_EQ(got(), "(none)"); // the owner has ended
+    EXPECT_EQ(got(), "(none)"); // the owner has exited
     set_text("own again");
     EXPECT_EQ(got(), "own again");
 }
@@ -574,7 +574,7 @@ TEST(X11Clipboard, OddAnswersAreNoText) {
         Owner owner({{"UTF8_STRING", answer}});
         EXPECT_EQ(got(), "(none)") << answer.type << answer.format;
     }
-    // It says that there is a property, and there is none.
+    // It announces a property that does not exist.
     OddOwner owner([](Peer &self, const XSelectionRequestEvent &request) {
         XSelectionRequestEvent other = request;
         other.property = self.atom("ELSEWHERE");
@@ -651,7 +651,7 @@ TEST(X11Clipboard, WhileItWaitsItSendsTheTextsThatItHasBegunToSend) {
 
 namespace {
 
-// A manager that takes what it is asked to save, tells it, and ends as told.
+// A manager that reports what it is asked to save, saves it and offers it. Without answers it hangs.
 OtherProgram::Run manager(bool answers) {
     return [answers](Peer &self) {
         self.own("CLIPBOARD_MANAGER");

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h> // before Xlib, which makes macros of names that it uses
+#include <gtest/gtest.h> // before Xlib, whose macros clash with its names
 
 #include "os/clipboard.h"
 #include "os/linux/x11.h"
@@ -51,7 +51,7 @@ protected:
         os_set_event_callback(nullptr);
     }
 
-    // Where the client area is, once the window manager has put the window there.
+    // The client area's position, once the window manager has placed the window.
     void place(int *left, int *top) {
         OtherProgram other([&](Peer &self) {
             XWindowAttributes attributes;
@@ -67,7 +67,8 @@ protected:
         *top = std::stoi(other.heard());
     }
 
-    // The whole drag of these offers, at 12, 34 in the client area. Returns what the source was told.
+    // The whole drag of these offers, at 12, 34 in the client area. Returns the answers that the source
+    // received.
     std::string drag(const std::vector<Offer> &offers, size_t piece_size = 200000) {
         OtherProgram other([&](Peer &self) {
             std::vector<std::string> types;

@@ -1,4 +1,4 @@
-// A drag of files from a second program, as a file manager does it.
+// A drag of files from a second program, as from a file manager.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ struct DropAnswer {
     std::string action;
 };
 
-// The user has files of the peer in hand, and moves over the window.
+// The user drags the peer's files over the window.
 class Drag {
 public:
     // Takes the drag's selection and enters the window. More than three types are listed in a property.

@@ -20,7 +20,7 @@ public:
     OtherProgram(const OtherProgram &) = delete;
     OtherProgram &operator=(const OtherProgram &) = delete;
 
-    // The next message; "(ended)" when it has told all. This process handles its events meanwhile.
+    // The next message; "(ended)" after the last one. This process handles its events meanwhile.
     std::string heard();
 
 private:

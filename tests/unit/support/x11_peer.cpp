@@ -104,7 +104,7 @@ void Peer::answer(const XSelectionRequestEvent &request, const Contents &content
 
 namespace {
 
-// Sends bytes to a requestor piece after piece, each when the one before has been taken; the last is empty.
+// Sends bytes to a requestor in pieces, each once the previous one has been taken; the last is empty.
 void send_pieces(const Peer &self, const XSelectionRequestEvent &request, const Contents &contents,
                  size_t piece_size) {
     XSelectInput(self.display, request.requestor, PropertyChangeMask);

@@ -29,7 +29,7 @@ public:
     Atom atom(const std::string &name) const;
     std::string name(Atom atom) const;
 
-    // To the test that has forked this program.
+    // Sends a message to the test that forked this program.
     void tell(const std::string &message) const;
 
     // Waits for the next event that fits.
@@ -45,7 +45,7 @@ public:
     void notify(const XSelectionRequestEvent &request, Atom property) const; // that it has its answer there
     void answer(const XSelectionRequestEvent &request, const Contents &contents) const;
 
-    // What the selection's owner makes of the target; nothing when it refuses.
+    // The selection, converted to the target by its owner; nothing if that fails.
     std::optional<Contents> fetch(const std::string &selection, const std::string &target) const;
     // The parts of it.
     void convert(const std::string &selection, Atom target, Atom property) const;
@@ -63,6 +63,6 @@ private:
     int pipe_end;
 };
 
-// Items of 32 bits as the longs that Xlib takes.
+// 32-bit items as the longs that Xlib takes.
 std::string items(const std::vector<unsigned long> &values);
 std::vector<unsigned long> values_of(const std::string &items);

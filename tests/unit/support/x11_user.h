@@ -1,4 +1,4 @@
-// A second client of the X server, which does what the user, the window manager and the desktop do.
+// A second client of the X server, which acts as the user, the window manager and the desktop.
 #pragma once
 
 #include <stdint.h>
@@ -15,7 +15,7 @@ Display *user_display();
 
 Window window_id(const PlatformWindow *window);
 
-// Waits until the server has done what was asked of it and the program's connection has all events of it.
+// Waits until the server has processed all requests and the program's connection has all resulting events.
 void user_sync();
 
 // ---- The real keyboard and mouse ----
@@ -36,7 +36,7 @@ bool set_layout(const std::string &arguments);
 
 // ---- Events sent to a window ----
 
-// A time as the server gives events.
+// A timestamp as in the server's events.
 uint32_t now_ms();
 
 void send_button(const PlatformWindow *window, uint32_t number, Point client, bool is_down, uint32_t time_ms);
@@ -49,5 +49,5 @@ void send_message(const PlatformWindow *window, Atom type, const std::vector<lon
 void publish_settings(const std::string &bytes);
 void take_settings_back();
 
-// One setting that is a number, as publish_settings wants it.
+// One integer setting, in the form that publish_settings takes.
 std::string settings_with(const std::vector<std::pair<std::string, int32_t>> &numbers);

@@ -62,7 +62,7 @@ void drive_release(PlatformWindow *window, uint16_t button, Point client) {
     drive_button(window, number_of(button), client, false);
 }
 
-// The server tells of whole notches only, each by a button that goes down and up.
+// The server reports whole notches only, each as a button press and release.
 void drive_wheel(PlatformWindow *window, int32_t delta) {
     uint32_t number = delta >= 0 ? Button4 : Button5;
     drive_button(window, number, {1, 1}, true);
@@ -163,7 +163,7 @@ void drive_focus_back(PlatformWindow *window) {
     send_focus(window, FocusIn);
 }
 
-// A window manager works on its own time, and nothing says that it is done.
+// The window manager works asynchronously, and nothing signals that it is done.
 void drive_settle() {
     for (int quiet = 0; quiet < 20; quiet++) {
         user_sync();

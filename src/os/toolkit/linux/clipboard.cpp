@@ -12,8 +12,8 @@ namespace {
 
 constexpr uint64_t longest_content = 256 << 20; // bytes
 
-// What the clipboard holds as that target; the caller frees the bytes with os_free. They are null when there
-// is no such thing.
+// The clipboard's content as that target. The caller frees the bytes with os_free; they are null if there is
+// none.
 SelectionData content_as(X11Atom target) {
     SelectionData data = {};
     if (x11_display()) {
@@ -31,7 +31,7 @@ Str bytes_of_type(X11Atom target) {
     return data.bytes;
 }
 
-// The first file's path, in the block of the list.
+// The first file's path, moved to the start of the list's block; frees the list if it has no file.
 Str first_file(Str list) {
     Str path = {};
     Str rest = list;
@@ -51,7 +51,7 @@ void os_clipboard_list_formats() {
     const long *atoms = reinterpret_cast<const long *>(targets.bytes.data);
     uint64_t count = targets.format == 32 ? targets.bytes.count / sizeof(long) : 0;
     for (uint64_t i = 0; i < count; i++) {
-        x11_trap_errors(); // the owner may list what is no atom
+        x11_trap_errors(); // the owner's list may contain invalid atoms
         char *name = XGetAtomName(x11_display(), static_cast<Atom>(atoms[i]));
         x11_untrap_errors();
         if (name) {

@@ -19,7 +19,7 @@ void os_window_minimize(PlatformWindow *window) {
 void os_window_restore(PlatformWindow *window) {
     if (window_is_alive(window)) {
         XMapWindow(x11_display(), native_window(window)->id);
-        wm_activate(native_window(window)); // for window managers that leave it mapped
+        wm_activate(native_window(window)); // for window managers that keep minimized windows mapped
     }
 }
 
@@ -56,7 +56,7 @@ void os_window_toggle_topmost(PlatformWindow *window) {
 }
 
 void os_show_system_cursor(bool visible) {
-    static bool is_hidden; // the server counts the requests
+    static bool is_hidden; // the server counts these requests
     if (is_hidden == !visible || !x11_display()) {
         return;
     }
@@ -69,7 +69,7 @@ void os_show_system_cursor(bool visible) {
     XFlush(x11_display());
 }
 
-// No event tells the mouse's own movements, so there is nothing to ask the server for.
+// No event reports raw mouse movements, so there is nothing to register.
 bool raw_mouse_register(PlatformWindow *) {
     return true;
 }
