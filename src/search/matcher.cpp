@@ -19,8 +19,7 @@ bool is_white_space(char c) {
     return byte < 64 && (white_space >> byte & 1) != 0;
 }
 
-// The text of a line as it is stored: first cut, then trimmed, with spaces for its tabs. Replaces the tabs in
-// place.
+// The text of a line as stored: cut, then trimmed, with tabs replaced by spaces in place.
 Str line_text(char *line, int64_t length) {
     length = std::min(length, longest_line_text);
     while (length > 0 && is_white_space(line[length - 1])) {
@@ -40,7 +39,7 @@ char lower_case(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-// Whether the name begins with the prefix, without regard to the case of A to Z.
+// Whether the name begins with the prefix; A to Z match either case.
 bool begins_with(Str name, Str prefix) {
     if (name.count < prefix.count) {
         return false;
@@ -130,7 +129,7 @@ uint8_t line_scan_next(LineScan *scan, LineHit *hit) {
     hit->line = scan->line + found.line_feeds;
     hit->column = static_cast<uint32_t>(found.pos - found.line_start + 1);
     hit->byte_offset = static_cast<uint32_t>(found.pos);
-    // Lines end below span: the text of a last line without a line feed loses as many bytes as the query has.
+    // Lines end at span at the latest: an unterminated last line loses as many bytes as the query has.
     hit->text = line_text(scan->text + found.line_start, found.line_end - found.line_start);
     scan->from = found.line_end + 1;
     scan->line = hit->line + 1;

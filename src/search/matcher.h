@@ -1,7 +1,7 @@
 // What a search does with each entry of a folder: on_file records the lines of a file that contain the query,
-// on_folder_suggestion sorts sub-folders by whether their names begin with the typed one.
+// on_folder_suggestion sorts sub-folders by whether their names begin with the typed prefix.
 //
-// Matching is exact and byte by byte: no case folding, no wildcards, binary files like text.
+// Matching is exact and byte by byte: no case folding, no wildcards, binary files searched like text.
 #pragma once
 
 #include <stdint.h>
@@ -22,7 +22,7 @@ uint8_t on_folder_suggestion(void *context, Str folder, const FolderEntry &entry
 // undefined.
 uint8_t push_file(Str folder, Str name, uint32_t *file_index);
 
-// A line of a file that contains the query, as it is stored.
+// A line that contains the query, as stored.
 struct LineHit {
     uint32_t line;
     uint32_t column;
@@ -30,23 +30,23 @@ struct LineHit {
     Str text;
 };
 
-// Worker: appends a hit, and before a file's first one its header.
+// Worker: appends a hit, preceded by the file's header if it is the file's first.
 void push_hit(uint32_t file_index, const LineHit &hit);
 
-// A walk through the hits of one file's bytes.
+// Iterates over the hits in one file's bytes.
 struct LineScan {
     char *text;
-    int64_t from; // the start of the first line that has not been searched
+    int64_t from; // the start of the first line not yet searched
     int64_t span;
     uint32_t line; // its number
     ScanNeedle needle;
 };
 
-// contents and query stay the caller's. Tabs in hit lines are replaced by spaces in place. A file of 2 GiB or
-// more has no hits.
+// contents and query stay the caller's and must outlive the scan. Tabs in hit lines are replaced by spaces in
+// place. A file of 2 GiB or more has no hits.
 LineScan line_scan(Str contents, Str query);
 
-// Fills in the next hit, its text within the contents; returns 0 after the last one.
+// Fills in the next hit, whose text points into contents; returns 0 after the last one.
 uint8_t line_scan_next(LineScan *scan, LineHit *hit);
 
 // Appends the hits of one file's bytes. contents is a block as os_file_read_all returns it, and tabs in hit

@@ -12,36 +12,37 @@
 namespace {
 
 constexpr uint64_t ring_size = 256;            // jobs
-constexpr uint64_t files_of_job = 16;          // so at most 4,096 files are ahead
-constexpr uint64_t folders_ahead = 64;         // the first ones, which readers list
-constexpr uint64_t enough_jobs = 64;           // that wait: from here on files come before folders
-constexpr uint64_t jobs_of_wake = 16;          // done ones for which a waiting worker is woken
-constexpr uint32_t worker_waits_ms = 10;       // for a job; then it looks for a request
-constexpr uint64_t longest_folder_path = 4095; // bytes; the worker walks no longer one
+constexpr uint64_t files_of_job = 16;          // so readers are at most 4,096 files ahead
+constexpr uint64_t folders_ahead = 64;         // readers list only this many from the front
+constexpr uint64_t enough_jobs = 64;           // waiting; from this many on, files go before folders
+constexpr uint64_t jobs_of_wake = 16;          // done; at this many a waiting worker is woken
+constexpr uint32_t worker_waits_ms = 10;       // for a job, before it checks for a request
+constexpr uint64_t longest_folder_path = 4095; // bytes; the worker skips longer ones too
 
-// Contents in memory: 64 MiB, of which each reader has a buffer for smaller files.
+// File contents take at most 64 MiB, including a buffer for small files in each reader.
 constexpr uint32_t small_file = 256 << 10; // bytes
 constexpr uint64_t most_large_bytes = (64 << 20) - most_readers * small_file;
 
-// Hits in memory. Files whose hits make those of a job more are left to the worker, and jobs wait.
+// Limits on hits in memory. A file that takes its job over the first is left to the worker; at the second, no
+// further job starts.
 constexpr uint64_t most_hit_bytes_of_job = 512 << 10;
 constexpr uint64_t most_hit_bytes = 16 << 20;
 
 enum FolderState : uint8_t { FOLDER_WAITS, FOLDER_IS_BEING_LISTED, FOLDER_IS_LISTED };
 
 struct Folder {
-    Folder *next; // in the order of the search
+    Folder *next; // in search order
     Str path;     // follows this record
     FolderState state;
     uint8_t is_top;
     uint8_t is_left;
     ReadFile *files; // with their names, in one block
     uint64_t file_count;
-    uint64_t handed_out; // files that are in the ring, or were
+    uint64_t handed_out; // files put into the ring so far
 };
 
 struct RingJob {
-    ReadJob job; // first, as the worker gives it back
+    ReadJob job; // first, as the worker gets its address
     Folder *owner;
     uint8_t is_done;
 };
@@ -50,40 +51,41 @@ struct HitRecord {
     uint32_t line;
     uint32_t column;
     uint32_t byte_offset;
-    uint32_t text_count; // bytes, which follow
+    uint32_t text_count; // bytes; the text follows
 };
 
-// A reader's own memory; what needs it is left to the worker while there is none.
+// A reader's own memory. Work that needs a missing buffer is left to the worker.
 struct Reader {
     uint32_t index;
     StrBuf contents; // of a small file
     StrBuf hits;     // of the job
-    StrBuf files;    // of the folder that is listed: ReadFile, the names as offsets
+    StrBuf files;    // of the folder being listed: ReadFile, without the names' addresses
     StrBuf names;
 };
 
 // Guarded by the lock, unless a comment says otherwise.
 struct Readers {
     Lock lock;
-    Condition work;     // for readers: a job or a folder waits
-    Condition rest;     // for readers that are not to work
-    Condition progress; // for the worker: it can go on
-    Condition room;     // for readers with a large file
+    Condition work;     // for readers: a job or folder is waiting
+    Condition rest;     // for readers above the wanted number
+    Condition progress; // for the worker: it can continue
+    Condition room;     // for readers: memory for a large file
     uint32_t thread_count;
-    uint32_t wanted; // threads that work
-    uint32_t asleep; // readers that wait for work
+    uint32_t wanted; // threads that should work
+    uint32_t asleep; // readers waiting for work
     uint32_t busy;   // readers with a job or a folder
     uint8_t worker_waits;
-    uint64_t large_bytes; // contents of larger files in memory
-    // One search. Query and limit change only while no reader is busy, and are read without the lock.
+    uint64_t large_bytes; // of large files in memory
+    // The current search. Readers read query and max_file_size without the lock: they change only while no
+    // reader is busy.
     Str query;
     int64_t max_file_size;
-    Folder *folders; // that are not in the ring as a whole
+    Folder *folders; // not yet completely in the ring
     RingJob ring[ring_size];
-    uint64_t handed_out; // jobs put into the ring, so far
-    uint64_t started;    // of these, by readers
-    uint64_t taken;      // of these, by the worker
-    uint64_t done;       // of those that are not taken
+    uint64_t handed_out; // jobs put into the ring so far
+    uint64_t started;    // jobs started by readers
+    uint64_t taken;      // jobs the worker is done with
+    uint64_t done;       // finished jobs not yet taken
     uint64_t hit_bytes;
     uint8_t worker_has_job;
 };
@@ -96,7 +98,7 @@ RingJob *ring_job(uint64_t number) {
 
 // ---- Folders ----
 
-// A folder named name in parent, or parent itself without a name; null when out of memory.
+// The folder name in parent, or parent itself if name is empty; null when out of memory.
 Folder *make_folder(Str parent, Str name) {
     uint64_t count = parent.count + (name.count > 0 ? 1 + name.count : 0);
     Folder *folder = static_cast<Folder *>(os_alloc(sizeof(Folder) + count + 1));
@@ -145,7 +147,7 @@ void reserve_memory(Reader *reader) {
     reserve(&reader->names, list_capacity);
 }
 
-// What one large folder or job needs is not kept for the others.
+// Frees a buffer that a large folder or job has grown.
 void give_back_grown(StrBuf *buf, uint64_t capacity) {
     if (buf->capacity > capacity) {
         os_free(buf->data);
@@ -195,7 +197,7 @@ uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
     return listing->is_complete;
 }
 
-// Moves the files and names of a listing into a block for the folder.
+// Copies a listing's files and names into a block owned by the folder.
 bool keep_files(Reader *reader, Folder *folder) {
     uint64_t size = reader->files.count;
     if (size == 0) {
@@ -224,7 +226,7 @@ Folder *list_folder(Reader *reader, Folder *folder) {
     reader->files.count = 0;
     reader->names.count = 0;
     if (folder->path.count > longest_folder_path && !folder->is_top) {
-        return nullptr; // the worker passes it over, too
+        return nullptr; // the worker skips it too
     }
     bool is_listed = walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete &&
                      keep_files(reader, folder);
@@ -245,7 +247,7 @@ bool is_above_limit(uint64_t size) {
     return limit != 0 && limit < static_cast<int64_t>(size);
 }
 
-// Appends the file's hits to those of the job; returns false when there are too many or no memory for them.
+// Appends the file's hits to the job's; returns false when there are too many or memory runs out.
 bool scan_file(Reader *reader, Str contents, ReadFile *file) {
     LineScan scan = line_scan(contents, readers.query);
     LineHit hit;
@@ -260,7 +262,7 @@ bool scan_file(Reader *reader, Str contents, ReadFile *file) {
     return true;
 }
 
-// Waits for its part of the memory for larger files.
+// Reserves memory for a large file; waits until enough is free.
 void take_room(uint64_t size) {
     os_lock_enter(&readers.lock);
     while (readers.large_bytes + size > most_large_bytes) {
@@ -278,7 +280,7 @@ void give_room_back(uint64_t size) {
 }
 
 bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) {
-    uint64_t count = static_cast<uint32_t>(open_file.size); // cut as os_file_read_all does
+    uint64_t count = static_cast<uint32_t>(open_file.size); // truncated as in os_file_read_all
     if (count <= small_file) {
         char *bytes = reader->contents.data;
         return bytes && (open_file.is_read || os_file_read(open_file, static_cast<uint32_t>(count), bytes)) &&
@@ -324,7 +326,8 @@ FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *fil
     return outcome;
 }
 
-// Moves the hits of a job into a block for it; leaves its files to the worker when out of memory.
+// Copies a job's hits into a block owned by the job; when out of memory, leaves files with hits to the
+// worker.
 void keep_hits(Reader *reader, ReadJob *job) {
     if (reader->hits.count == 0) {
         return;
@@ -357,7 +360,7 @@ void read_job(Reader *reader, ReadJob *job) {
 
 // ---- Handing out (with the lock) ----
 
-// Puts files of listed folders into the ring as far as it has room.
+// Puts the files of listed folders into the ring until it is full.
 void hand_out() {
     for (Folder *folder; (folder = readers.folders) && folder->state == FOLDER_IS_LISTED;) {
         do {
@@ -384,17 +387,17 @@ void hand_out() {
     }
 }
 
-// The next job that may be read, or null. A search that a request has cancelled has none.
+// The next job to read, or null, also when a request has cancelled the search.
 RingJob *next_job() {
     while (readers.started < readers.handed_out && ring_job(readers.started)->is_done) {
-        readers.started++; // without files
+        readers.started++; // no files
     }
     bool has_job = readers.started < readers.handed_out && readers.hit_bytes < most_hit_bytes &&
                    !search_state.request_pending;
     return has_job ? ring_job(readers.started) : nullptr;
 }
 
-// The next folder that may be listed, or null, likewise.
+// The next folder to list, or null, also when a request has cancelled the search.
 Folder *next_folder() {
     Folder *folder = search_state.request_pending ? nullptr : readers.folders;
     for (uint64_t i = 0; folder && i < folders_ahead; i++, folder = folder->next) {
@@ -409,7 +412,7 @@ bool has_work() {
     return next_job() || next_folder();
 }
 
-// Whether the worker finds a job that is done, or the end of the search.
+// Whether the worker's next job is done or, with no job left in the ring, the search is over.
 bool worker_can_go_on() {
     return readers.taken < readers.handed_out ? ring_job(readers.taken)->is_done : !readers.folders;
 }
@@ -420,7 +423,7 @@ void wake_worker() {
     }
 }
 
-// Each reader that finds work wakes the next one, so that no more are woken than there is work for.
+// Each reader that takes work wakes the next, so no more are woken than there is work for.
 void wake_a_reader() {
     if (readers.asleep > 0 && has_work()) {
         os_condition_wake_one(&readers.work);
@@ -469,7 +472,7 @@ void do_turn(Reader *reader) {
     RingJob *job = next_job();
     Folder *folder = job && readers.handed_out - readers.started >= enough_jobs ? nullptr : next_folder();
     if (!folder && !job) {
-        if (worker_can_go_on() || readers.busy == 0) { // the latter for readers_end
+        if (worker_can_go_on() || readers.busy == 0) { // busy == 0: for readers_end
             wake_worker();
         }
         readers.asleep++;
@@ -504,7 +507,7 @@ uint32_t run_reader(void *record) {
 
 uint32_t readers_start(uint32_t count) {
     if (count == 0 && readers.thread_count == 0) {
-        return 0; // nothing is set up
+        return 0; // nothing to set up
     }
     if (readers.thread_count == 0) {
         readers.lock = os_lock_init();
@@ -553,7 +556,7 @@ uint8_t readers_next(const ReadJob **job) {
             free_folder(last->owner);
         }
     }
-    if (readers.handed_out - readers.taken <= ring_size / 2) { // rarely, and then for several readers' turns
+    if (readers.handed_out - readers.taken <= ring_size / 2) { // seldom, and then many jobs at once
         hand_out();
     }
     wake_a_reader();

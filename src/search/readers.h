@@ -1,16 +1,15 @@
-// Reader threads: they list folders, and read and scan files, ahead of the worker.
+// Reader threads list folders, and read and scan files, ahead of the worker.
 //
-// A search has the order of a walk: a folder's files, then its sub-folders depth first. Folders that are not
-// read yet are a list in this order, in which a listing puts a folder's sub-folders behind it. Listed folders
-// go, up to 16 files at a time, into a ring of 256 jobs. Readers take folders and jobs from the front, the
-// worker takes the results of the jobs in order. One lock guards all that they share with the worker. Of what
-// the worker shares with the interface, readers only look at request_pending, for each entry and file.
+// Results are in walk order: a folder's files, then its sub-folders, depth first. Pending folders are in a
+// list in this order; listing a folder inserts its sub-folders after it. The files of listed folders go into
+// a ring of 256 jobs of up to 16 files each. Readers take folders and jobs from the front; the worker takes
+// finished jobs in order. One lock guards everything that readers and worker share. Of what the worker shares
+// with the interface, readers read only request_pending, before each entry and file.
 //
-// What a reader cannot do, for want of memory, or because a file or folder cannot be opened or read, it
-// leaves to the worker, which then does it as without readers. So nothing is lost that one thread would find.
+// When memory runs out, or a file or folder cannot be opened or read, the reader leaves it to the worker,
+// which then does what it does without readers. So readers lose nothing that one thread would find.
 //
-// How to use it: readers_start once; for a search readers_begin, readers_next until it returns 0,
-// readers_end.
+// Usage: readers_start once; for each search readers_begin, readers_next until it returns 0, readers_end.
 #pragma once
 
 #include <stdint.h>
@@ -20,49 +19,48 @@
 
 inline constexpr uint32_t most_readers = 64;
 
-// Interface, before the worker starts: from now on count readers work, at most most_readers, or as many as
-// can be started. Returns how many. A later call may change the number while no search runs.
+// Interface, before the worker starts: sets the number of readers to count, at most most_readers, or to as
+// many as can be started. Returns the number. A later call may change it while no search runs.
 uint32_t readers_start(uint32_t count);
 
 enum FileOutcome : uint8_t {
-    FILE_LEFT,      // to the worker
+    FILE_LEFT,      // left to the worker
     FILE_TOO_LARGE, // above the limit
     FILE_READ,
 };
 
 struct ReadFile {
     Str name;      // zero-terminated
-    uint64_t size; // bytes, as listed or, where a listing does not have it, as opened
+    uint64_t size; // bytes, as listed; if the listing lacks it, as opened
     uint32_t hit_count;
     FileOutcome outcome;
     uint8_t has_size;   // as listed
     uint8_t is_special; // as listed
 };
 
-// Some files of a folder, with what was found in them.
+// Some files of a folder and their hits.
 struct ReadJob {
     Str folder;
-    uint8_t begins_folder; // the first job of its folder; one without files has a job, too
-    uint8_t ends_folder;   // the last one
-    uint8_t is_top;        // of the folder that the search began with
-    uint8_t is_left;       // the folder, with all that is below it, is left to the worker
+    uint8_t begins_folder; // the folder's first job; an empty folder has one too
+    uint8_t ends_folder;   // the folder's last job
+    uint8_t is_top;        // of the folder the search began with
+    uint8_t is_left;       // the folder and everything below it are left to the worker
     uint32_t file_count;
     ReadFile *files;
     Str hits; // for read_hit
 };
 
-// Worker: begins a search of everything below folder, for files of at most max_file_size bytes; 0: no limit.
-// query stays the caller's until readers_end. Returns 0 when there are no readers or no memory; the
-// search has then not begun.
+// Worker: begins a search of all files below folder of at most max_file_size bytes; 0: no limit. query must
+// stay valid and unchanged until readers_end. Returns 0, with no search begun, when there are no readers or
+// no memory.
 uint8_t readers_begin(Str folder, Str query, int64_t max_file_size);
 
-// Worker: the next job, valid until the next call, or null when it is not done within some milliseconds.
-// Returns 0 when there is none left.
+// Worker: sets job to the next one, valid until the next call, or to null if that is not done within a few
+// milliseconds. Returns 0 when no job is left.
 uint8_t readers_next(const ReadJob **job);
 
-// Worker: ends the search, finished or not: readers finish the files and the entries that they are at.
+// Worker: ends the search, finished or not. Waits until readers have finished their current file or entry.
 void readers_end();
 
-// Worker: the hit at a position in a job's hits, which moves on; a file's hits follow those of the file
-// before.
+// Worker: returns the hit at position in a job's hits and advances position. Hits are in file order.
 LineHit read_hit(const ReadJob *job, uint64_t *position);

@@ -75,8 +75,8 @@ uint8_t copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *
 
 typedef uint64_t UnalignedWord __attribute__((aligned(1), may_alias));
 
-// Copies a text and a zero byte to room's start and takes them off room; volatile for the same reason.
-// Returns 0, with nothing changed, when it does not fit.
+// Copies a text and a zero byte to the start of room and shrinks room by them; volatile for the same reason.
+// Returns 0, changing nothing, when it does not fit.
 uint8_t copy_text(Str *text, Str *room) {
     if (text->count == 0) {
         return 1;

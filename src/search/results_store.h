@@ -1,8 +1,8 @@
 // What a search has found. The worker fills it, the interface reads the rows below the counts.
 //
-// Rows are only appended, and a row is complete before its count includes it. When a request is published or
-// taken the counts become 0, and the next rows are written over the old ones. Strings live in the arena;
-// nothing is freed between searches, only rewound.
+// Rows are only appended, and a row is complete before the count includes it. When a request is published or
+// taken the counts become 0, and new rows overwrite the old ones. Strings live in the arena, which is rewound
+// between searches, never freed.
 #pragma once
 
 #include <stdint.h>
@@ -43,8 +43,8 @@ struct ResultStore {
 
 extern ResultStore results_store;
 
-// Interface, before the worker starts: reserve the tables. One for which there is no memory has capacity 0:
-// it stays empty, and a push onto it never returns.
+// Interface, before the worker starts: reserve the tables. When out of memory a table has capacity 0: it
+// stays empty, and a push onto it never returns.
 void results_store_reserve_files_and_hits();
 void results_store_reserve_folders(); // matching_folders and other_folders
 void results_store_reserve();         // all four
@@ -55,26 +55,25 @@ void results_store_start_arena();
 // Worker: folder + "/" + name in the arena, or the empty Str.
 Str results_push_path(Str folder, Str name);
 
-// The rows of a table as they are now: how many, and where the first one is. Valid until the reader's next
-// pass.
+// A snapshot of a table's rows: their count and the address of the first. Valid until the reader's next pass.
 struct TableRows {
     uint64_t count;
     char *data;
 };
 TableRows table_rows(const DynArray *table);
 
-// ---- Rows as the interface reads them ----
+// ---- Rows, for the interface ----
 
 enum RowCopy : uint8_t {
-    ROW_GONE = 0,     // no such row, or it was dropped meanwhile: the copies are undefined
+    ROW_GONE = 0,     // no such row, or dropped during the copy: the copies are undefined
     ROW_IN_PLACE = 1, // the file's folder or name, or the folder's name, did not fit into room
     ROW_COPIED = 2,
 };
 
-// Interface: a row with its texts, whole and of one search, though the worker may be overwriting them with
-// the next one's. (Between publishing and taking only the interface zeroes a count, and not while it copies.)
-// room: the caller's memory, into which the texts are copied, each with a zero byte after it. A text that
-// does not fit stays in the arena, which is never freed: its bytes may become those of the next search.
+// Interface: copies a row with its texts, complete and from one search, even while the worker overwrites them
+// with the next one's. (Between publishing and taking only the interface zeroes a count, and not during a
+// copy.) The texts are copied into room, the caller's memory, each zero-terminated. A text that does not fit
+// stays in the arena, which is never freed, but the next search may overwrite its bytes.
 RowCopy results_hit_at(uint64_t row, Str room, ResultRecord *hit, FileEntry *file);    // and the hit's file
 RowCopy results_folder_at(const DynArray *folders, uint64_t row, Str room, Str *name); // of either table
 

@@ -10,13 +10,12 @@ ScanNextHit *scan_next_hit_variant = os_has_avx2() ? scan_next_hit_avx2 : scan_n
 
 namespace {
 
-// The bytes that are most common in source code, the commonest first; any other byte is rarer. Counted over
-// 130 MB of C.
+// The most common bytes in source code, commonest first; all others are rarer. Counted over 130 MB of C.
 constexpr char common_bytes[] =
     " et_\tsrin\naocdluf0p*,m)(h;xbgETk-SAIvC/NR=L>OPyD1Mw.2FU#B{}G34&86qHKX:zV\"579<WY+";
 
 struct CommonRank {
-    uint8_t rank[256]; // 0: rare; the higher the commoner
+    uint8_t rank[256]; // 0: rare; higher is commoner
 
     constexpr CommonRank() : rank() {
         constexpr uint8_t count = sizeof(common_bytes) - 1;
@@ -27,7 +26,7 @@ struct CommonRank {
 };
 constexpr CommonRank common;
 
-// The offset of the query's rarest byte whose value is not except (-1: any value), or -1.
+// The offset of the query's rarest byte of a value other than except (-1: any value), or -1.
 int64_t rarest_byte(Str query, int32_t except) {
     int64_t best = -1;
     uint32_t best_rank = UINT32_MAX;
@@ -50,7 +49,7 @@ ScanNeedle scan_needle(Str query) {
         needle.rare_offset = rarest_byte(query, -1);
         needle.rare = query.data[needle.rare_offset];
         needle.other_offset = rarest_byte(query, static_cast<uint8_t>(needle.rare));
-        if (needle.other_offset < 0) { // one value throughout
+        if (needle.other_offset < 0) { // all bytes are equal
             needle.other_offset = static_cast<int64_t>(query.count) - 1;
         }
         needle.other = query.data[needle.other_offset];

@@ -1,26 +1,26 @@
-// The scan of a file's bytes, up to 128 places at a time.
+// Scans a file's bytes, up to 128 positions at a time.
 //
 // Picks the query's two bytes that are rarest in source code. The scan looks for the rarest alone, then for
 // both, and compares the whole query only where both match. Line feeds are counted only up to a hit. The
-// tests check it against a plain scan, byte by byte.
+// tests compare it with a plain byte-by-byte scan.
 //
-// One file's scan cannot be interrupted. In the worst case, a text that agrees with the start of the query at
-// every place, it compares as much as a loop of memchr and memcmp does, a whole vector at a time.
+// The scan of a file cannot be interrupted. In the worst case, a text that matches the start of the query at
+// every position, it compares as many bytes as a loop of memchr and memcmp, a whole vector at a time.
 #pragma once
 
 #include <stdint.h>
 
 #include "os/strings.h"
 
-// A query, prepared for scanning. Its bytes stay the caller's: some are copied here, the rest is read in
+// A query, prepared for scanning. Its bytes stay the caller's: some are copied here, the rest are read in
 // place. If they change during a scan, the matches are undefined, but nothing beyond the query is read.
 struct ScanNeedle {
     char rare;            // the rarest byte
-    char other;           // the rarest of another value, or the last byte of a query of one value
+    char other;           // the rarest of another value; the last byte if all are equal
     int64_t rare_offset;  // bytes
     int64_t other_offset; // bytes
-    uint64_t start;       // the query's first eight bytes, as many as there are
-    uint64_t start_mask;  // all bits of those
+    uint64_t start;       // the query's first eight bytes, or fewer
+    uint64_t start_mask;  // all bits of those bytes
     Str query;
 };
 
@@ -36,12 +36,12 @@ struct ScanHit {
 };
 
 // Finds the first match in [from, span); from is the start of a line. Returns 0, with hit undefined, when
-// there is none (also for from >= span). Reads text from its start up to span + the query's length only.
+// there is none (also for from >= span). Never reads text beyond span + the query's length.
 uint8_t scan_next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit);
 
 // ---- The processor's variants ----
 
-// The same function for from < span, in the instructions of one kind of processor.
+// The same function for from < span, for one instruction set.
 typedef uint8_t ScanNextHit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
                             ScanHit *hit);
 

@@ -70,7 +70,7 @@ inline void prefetch(const char *p, uintptr_t ahead) {
     __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + ahead));
 }
 
-// The places where both chosen bytes match.
+// The positions where both chosen bytes match.
 struct Candidates {
     const char *at_rare;
     const char *at_other;
@@ -82,13 +82,13 @@ struct Candidates {
     }
 };
 
-// The bits of two vectors that follow one another.
+// The bits of two adjacent vectors.
 inline uint64_t mask_of_two(Vector low, Vector high) {
     return mask(low) | uint64_t{mask(high)} << lanes;
 }
 
-// Whether the bytes [from, count) of a and b are the same. In place of memcmp, as a call would cost the loop
-// around it its vector registers.
+// Whether bytes [from, count) of a and b are equal. Not memcmp, as a call would make the surrounding loop
+// spill its vector registers.
 inline uint8_t is_same(const char *a, const char *b, int64_t from, int64_t count) {
     for (; count - from >= 4 * lanes; from += 4 * lanes) {
         Vector low =
@@ -127,7 +127,7 @@ inline uint8_t matches_at(const char *text, int64_t pos, int64_t span, const Sca
     return is_same(text + pos, needle.query.data, static_cast<int64_t>(checked), static_cast<int64_t>(count));
 }
 
-// The first of the marked places from pos on where the query matches, or -1.
+// The first marked position from pos on where the query matches, or -1.
 inline int64_t first_match(const char *text, int64_t pos, uint64_t places, int64_t span,
                            const ScanNeedle &needle) {
     for (; places != 0; places &= places - 1) {
@@ -146,7 +146,7 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
     int64_t pos = from;
     int64_t found = -1;
     if (span - pos >= lanes) {
-        // One vector as it comes, as a hit is often close; then on to where the loads of the rare byte are
+        // One unaligned vector, as a hit is often close; then continue where loads of the rare byte are
         // aligned.
         found = first_match(text, pos, mask(candidates(pos)), span, needle);
         if (found >= 0) {
@@ -156,7 +156,7 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
     }
     for (; span - pos >= 4 * lanes; pos += 4 * lanes) {
         const char *p = candidates.at_rare + pos;
-        // Where the branches below are hard to foresee, the processor's own prefetching falls behind.
+        // Where the branches below are hard to predict, hardware prefetching falls behind.
         prefetch(p, 2048);
         prefetch(p, 2048 + 64);
         Vector rare_low = equal(load(p), candidates.rare) | equal(load(p + lanes), candidates.rare);
@@ -187,7 +187,7 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
         }
     }
     if (pos < span && span >= lanes) {
-        // The last places, as a whole vector that overlaps the one before.
+        // The last positions, as a whole vector that overlaps the previous one.
         int64_t tail = span - lanes;
         return first_match(text, tail, mask(candidates(tail)) & ~uint64_t{0} << (pos - tail), span, needle);
     }
@@ -223,7 +223,7 @@ inline uint32_t count_line_feeds(const char *text, int64_t from, int64_t to) {
     return count;
 }
 
-// The place after the last line feed below pos; there is one.
+// The position after the last line feed below pos, which must exist.
 inline int64_t line_start(const char *text, int64_t pos) {
     const Vector line_feed = splat('\n');
     for (; pos >= lanes; pos -= lanes) {
@@ -238,7 +238,7 @@ inline int64_t line_start(const char *text, int64_t pos) {
     return pos;
 }
 
-// The first line feed from pos on, below span, or span.
+// The first line feed in [pos, span), or span.
 inline int64_t line_end(const char *text, int64_t pos, int64_t span) {
     const Vector line_feed = splat('\n');
     for (; span - pos >= lanes; pos += lanes) {

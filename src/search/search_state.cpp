@@ -41,8 +41,8 @@ uint8_t has_request() {
 Str take_request() {
     // The path is read after the flag is cleared: an edit in between raises the flag again and cancels the
     // search, while one after an earlier read would be lost with the flag. The processor may still delay the
-    // store beyond the read, and so clear the flag of an edit that this search does not see. It keeps loads
-    // in order, so the number is then an old one too.
+    // store past the read, and so clear the flag of an edit that this search does not see. Loads stay in
+    // order, so in that case the number is old too.
     search_state.requests_seen = search_state.requests_published;
     search_state.request_pending = 0;
     Str path = strbuf_text(&search_state.path);

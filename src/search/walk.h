@@ -1,4 +1,4 @@
-// Lists a folder's direct entries to a callback.
+// Calls a callback for each direct entry of a folder.
 #pragma once
 
 #include <stdint.h>
@@ -6,16 +6,16 @@
 #include "os/files.h"
 #include "os/strings.h"
 
-// Called once for each entry, which is valid only during the call. folder: as handed to walk_folder. Returns
-// 0 to stop this listing, anything else to go on.
+// Called once for each entry, which is valid only during the call. folder is the one given to walk_folder.
+// Returns 0 to stop this listing, anything else to continue.
 typedef uint8_t EntryFn(void *context, Str folder, const FolderEntry &entry);
 
 struct EntryCallback {
     EntryFn *call;        // null: nothing is listed
-    void *context;        // handed to each call
+    void *context;        // passed to each call
     FolderListingUse use; // which parts of an entry the callback reads
 };
 
-// Calls the callback for every entry of the folder but "." and "..", in the system's order. A folder that
+// Calls the callback for every entry of the folder except "." and "..", in the system's order. A folder that
 // cannot be listed has no entries. Returns 0 when nothing could be listed, else 1.
 uint8_t walk_folder(Str folder, EntryCallback callback);

@@ -14,8 +14,8 @@ constexpr EntryCallback every_file = {on_file, nullptr, LIST_FILES};
 constexpr EntryCallback every_subfolder = {on_subfolder, nullptr, LIST_SUBFOLDERS};
 constexpr uint32_t poll_period_ms = 100;
 
-// The path of the sub-folder that is walked. Each level's path begins with that of the level above, so one
-// buffer serves them all. Longer than any path that the system opens.
+// The path of the sub-folder being walked. Each level's path begins with that of the level above, so all
+// share one buffer. Longer than any path the system opens.
 char walked_path[4096];
 
 // Searches a folder's files, then its sub-folders.
@@ -38,7 +38,7 @@ void search_subfolder(Str path) {
 // Stores the hits of a file that a reader has read.
 void store_file(const ReadJob *job, const ReadFile *file, uint64_t *position) {
     uint32_t file_index;
-    // The path has its place in the arena, as in on_file. Without it the file counts as missing.
+    // The path takes its space in the arena, as in on_file. Without it the file counts as missing.
     bool is_stored =
         results_push_path(job->folder, file->name).data && push_file(job->folder, file->name, &file_index);
     for (uint32_t i = 0; i < file->hit_count; i++) {
@@ -91,7 +91,7 @@ uint8_t search_with_readers(Str folder) {
     if (search_state.reader_count == 0) {
         return 0;
     }
-    // Readers have copies: the interface may edit the fields' bytes.
+    // Readers get copies, as the interface may edit the fields in place.
     Str query = copy_field(strbuf_text(&search_state.query));
     folder = copy_field(folder);
     uint8_t has_begun = query.data && folder.data && readers_begin(folder, query, search_state.max_file_size);
@@ -159,7 +159,7 @@ uint8_t on_subfolder(void *, Str folder, const FolderEntry &entry) {
     if (subfolder.count >= sizeof(walked_path)) {
         return 1;
     }
-    // Walked from a copy: a search of many texts may overwrite the one in the arena.
+    // Walked from a copy: a search with many strings may overwrite the one in the arena.
     search_subfolder(subfolder);
     return 1;
 }
@@ -189,7 +189,7 @@ uint32_t search_worker(void *) {
 }
 
 Thread *search_worker_start() {
-    // Set before the thread runs: from then on each of the two may be reading what the other one replaces.
+    // Set before the thread runs: from then on either thread may be reading what the other replaces.
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
     search_state.reader_count = readers_start(search_state.reader_count);

@@ -1,7 +1,7 @@
-// The search worker: takes requests, decides what each one asks for, and walks.
+// The search worker: takes requests, works out what each one asks for, and walks.
 //
-// A path that names something that exists, without a '/' at its end, and a query: every file below it is
-// searched. Any other path: the sub-folders of its folder are listed as suggestions.
+// With a query and a path that exists and does not end in '/', every file below the path is searched.
+// Otherwise the sub-folders of the path's folder are listed as suggestions.
 #pragma once
 
 #include <stdint.h>
@@ -14,8 +14,8 @@
 // new request is pending, else 1.
 uint8_t on_subfolder(void *context, Str folder, const FolderEntry &entry);
 
-// One turn of the poll loop, without its sleep: frees outgrown storage of the results that the interface no
-// longer reads, then runs the pending request to its end, or until a new one is published. Returns 0 when
+// One turn of the poll loop, without its sleep: frees replaced storage of the results that the interface no
+// longer reads, then runs the pending request until it is finished or a new one is published. Returns 0 when
 // none was pending.
 uint8_t search_worker_turn();
 
@@ -23,5 +23,5 @@ uint8_t search_worker_turn();
 uint32_t search_worker(void *record);
 
 // Interface, after results_store_reserve: starts the worker thread, and with it the counting of passes, which
-// the interface joins with its next frame. Returns null when the thread cannot be started.
+// the interface does too from its next frame on. Returns null when the thread cannot be started.
 Thread *search_worker_start();

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Makes the Linux package twice, from two folders, and does with it what a user does: installs it by the commands of the
-# user guide, starts the program, searches and clicks: package_linux_test.sh X11_SETTINGS SOURCE_FOLDER. Needs a display
+# Makes the Linux package twice, from two folders, and uses it as a user would: installs it with the user guide's
+# commands, starts the program, searches and clicks: package_linux_test.sh X11_SETTINGS SOURCE_FOLDER. Needs a display
 # with a window manager.
 set -euo pipefail
 runner=()
@@ -18,7 +18,7 @@ expect_lines() { # WHAT EXPECTED ACTUAL
 
 # ---- Two packages, the same bytes ----
 
-# The second one from a copy elsewhere, by a user with other habits.
+# The second is made from a copy elsewhere, in a different environment.
 copy=$work/somewhere/else
 mkdir -p "$copy/build"
 (cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
@@ -53,7 +53,7 @@ sed -n '/^## Installing on Linux/,/^## Searching/p' "$guide" |
 folder=$HOME/$name
 program=$folder/tarnwick
 
-expect_same() { # NAME, its text being on standard input
+expect_same() { # NAME, with its text on standard input
     cmp - "$folder/$1" || failed "$1 differs"
 }
 expect_same LICENSE.txt < "$top/LICENSE"
@@ -85,14 +85,14 @@ expect_lines 'the symbols' "nm: $program: no symbols" "$(nm "$program" 2>&1)"
 ! grep -qaF "$top" "$program" || failed 'the program names the folder it was built in'
 [ "$(stat -c %s "$program")" -lt 350000 ] || failed "the program has $(stat -c %s "$program") bytes; say so in the docs"
 
-# Whose code is in it, by the linker's own account; THIRD_PARTY_NOTICES.txt names them all.
+# Whose code it contains, according to the linker; THIRD_PARTY_NOTICES.txt names them all.
 expect_lines 'the linked libraries' "$(printf '%s\n' libgcc libtarnwick_{actions,app,os,render,search,ui,window})" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package-linux/tarnwick.map" |
         grep -oE '[A-Za-z0-9_+-]+\.a\(' | tr -d '.(' | sed 's/a$//' | LC_ALL=C sort -u)"
 
-# ---- The program, started where it was unpacked ----
+# ---- The program, run where it was unpacked ----
 
-# A stand-in for the desktop writes down what it is asked to open.
+# A stand-in for the desktop records what it is asked to open.
 mkdir "$work/bin"
 printf '#!/bin/sh\nprintf "%%s" "$*" > "%s"\n' "$work/opened" > "$work/bin/xdg-open"
 chmod +x "$work/bin/xdg-open"
@@ -134,7 +134,7 @@ expect_lines 'the folder' \
     "$(printf '%s\n' LICENSE.txt THIRD_PARTY_NOTICES.txt docs saved_paths.txt saved_queries.txt settings.txt share \
         source_code_pro.otf tarnwick)" "$(cd "$folder" && printf '%s\n' *)"
 
-# With a command of the user's own, written below what settings.txt has, and arguments as the guide has them.
+# With the user's own command, appended to settings.txt, and the arguments from the guide.
 printf 'left_click_cmd touch "%s/{tarn_row} {tarn_column} {tarn_file_name}"\n' "$work" >> "$folder/settings.txt"
 start "$hovered_removed" "$query_y" "$work/tree/folder " -needle
 see_pixels "$file_row" "$yellow"

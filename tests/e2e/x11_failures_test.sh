@@ -1,11 +1,11 @@
 #!/bin/bash
-# Runs a program with a window without a display, on one that goes away, on one that shares no memory and on one whose
-# primary monitor is the right one of two: x11_failures_test.sh TARNWICK WINDOW_DEMO. Starts X servers of its own.
+# Runs programs with a window without a display, on one that goes away, on one without shared memory and on one whose
+# primary monitor is the right one of two: x11_failures_test.sh TARNWICK WINDOW_DEMO. Starts its own X servers.
 set -euo pipefail
 tarnwick=$(realpath "$1")
 demo=$(realpath "$2")
 work=$(mktemp -d)
-cp "$tarnwick" "$(dirname "$tarnwick")/source_code_pro.otf" "$work" # it writes its lists beside itself
+cp "$tarnwick" "$(dirname "$tarnwick")/source_code_pro.otf" "$work" # it saves its lists in its own folder
 cd "$work"
 started=()
 finish() {
@@ -24,7 +24,7 @@ failed() {
     exit 1
 }
 
-until_true() { # half a minute, which no machine needs
+until_true() { # gives up after half a minute, more than any machine needs
     for _ in {1..300}; do
         if "$@"; then
             return 0
@@ -97,7 +97,7 @@ start_demo() {
     xdotool windowfocus --sync "$window" key F12
     until_true grep -q '^picture' out || failed "no picture"
 }
-same_picture() { # the screen and the framebuffer; openbox has no part in it
+same_picture() { # the screen and the framebuffer; without openbox
     import -window "$window" screen.png 2> /dev/null && compare -metric AE screen.png picture.ppm null: 2> /dev/null > /dev/null
 }
 
@@ -115,7 +115,7 @@ start_server -screen 0 2000x1000x24
 xrandr --setmonitor left 800/200x1000/250+0+0 none > server.log
 xrandr --setmonitor "*right" 1200/300x1000/250+800+0 screen > server.log
 start_demo
-# In the middle of 1200 by 1000 pixels, whose corner counts as 0, 0.
+# Centred on 1200 by 1000 pixels, with the corner at 0, 0.
 grep -qx 'moved 240 350' out || failed "not in the middle of the primary monitor"
 eval "$(xdotool getwindowgeometry --shell "$window")"
 [ "$X $Y" = "1040 350" ] || failed "at $X $Y of the screen"

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Readers for longer than in every run: 500 random trees, each with 1, 2, 8 and 64 readers, and 100,000 requests that
-# cancel one another: readers.sh [FOLDER], the folder of the tests' programs. Takes a minute or two.
+# Tests readers for longer than the usual run: 500 random trees, each with 1, 2, 8 and 64 readers, and 100,000 requests
+# that cancel one another: readers.sh [FOLDER], the folder with the test programs. Takes a minute or two.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/../.." && pwd)
 bin=${1:-$here/build/linux/bin}

@@ -29,12 +29,12 @@ namespace {
 
 char **arguments; // of main, null-terminated
 
-// The C library passes them to constructors as well.
+// The C library also passes them to constructors.
 [[gnu::constructor]] void keep_arguments(int, char **values, char **) {
     arguments = values;
 }
 
-// A path in quotes and a query after a dash stay as they were typed.
+// A quoted path and a query after a dash are kept as typed.
 bool needs_quotes(const char *argument) {
     return argument[0] == 0 || (argument[0] != '"' && argument[0] != '-' && strpbrk(argument, " \t"));
 }

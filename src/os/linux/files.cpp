@@ -15,9 +15,9 @@
 
 namespace {
 
-// A path for the system: zero-terminated, shorter than PATH_MAX.
+// A path for system calls: zero-terminated, shorter than PATH_MAX.
 struct SystemPath {
-    uint64_t count; // bytes; 0, with an empty text that no call finds, for a path that is too long
+    uint64_t count; // bytes; 0 for a path that is too long: the empty text, which no call finds
     char text[PATH_MAX];
 
     explicit SystemPath(Str path) {
@@ -32,10 +32,10 @@ struct SystemPath {
     }
 };
 
-// Opening must neither wait for a pipe's writer nor make a terminal this process's controlling one.
+// Opening must neither wait for a pipe's writer nor give this process a controlling terminal.
 constexpr int open_to_read = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-// The file of the entry that a LIST_FILES listing has just handed out.
+// The file of the entry that a LIST_FILES listing has just returned.
 struct OpenEntry {
     int file;         // -1: none
     const char *name; // the entry's name, in the listing
@@ -62,7 +62,7 @@ void note_last_error(int32_t code) {
     }
 }
 
-// Reads up to count bytes; returns how many came, or -1 when a read failed.
+// Reads up to count bytes; returns how many were read, or -1 when a read fails.
 int64_t read_up_to(int file, char *bytes, uint64_t count) {
     uint64_t done = 0;
     while (done < count) {
@@ -105,7 +105,7 @@ Str os_file_read_all(Str path) {
     SystemPath name(path);
     struct stat info;
     if (stat(name.text, &info) == 0 && !S_ISREG(info.st_mode)) {
-        note_last_error(EISDIR); // opening a pipe or a device already does something
+        note_last_error(EISDIR); // opening a pipe or a device has side effects
         return {};
     }
     int file = open(name.text, open_to_read);
@@ -127,7 +127,7 @@ Str os_file_read_all(Str path) {
 }
 
 Str os_file_read_entry(Str path, Str name) {
-    // An empty path is one for which there was no memory: it names no file, open or not.
+    // An empty path means out of memory: it names no file, open or not.
     if (path.count == 0 || open_entry.file < 0 || open_entry.name != name.data) {
         return os_file_read_all(path);
     }
@@ -166,7 +166,7 @@ int32_t os_file_delete(Str path) {
     if (errno != ENOENT) {
         return 1;
     }
-    // The system reports a missing file and a missing folder alike.
+    // A missing file and a missing folder give the same error.
     char *slash = strrchr(name.text, '/');
     if (slash == nullptr || slash == name.text) {
         return name.count > 0 ? 0 : 1;
@@ -212,7 +212,7 @@ Str os_exe_folder() {
 
 namespace {
 
-// On these file systems a file has as many bytes as its size says; a file of /proc, say, does not.
+// On these file systems a file's size is reliable; in /proc, for one, it is not.
 uint8_t reads_tell_sizes(int folder) {
     struct statfs info;
     if (fstatfs(folder, &info) != 0) {
@@ -230,9 +230,9 @@ uint8_t reads_tell_sizes(int folder) {
     }
 }
 
-// Reads a file whole; returns 0 when it has room bytes or more, or may have.
+// Reads a whole file; returns 0 when it has, or may have, room bytes or more.
 uint8_t read_to_end(int file, uint32_t room, char *bytes, uint64_t *size) {
-    constexpr uint64_t page = 4096; // a read that meets an error on the disk ends with a page
+    constexpr uint64_t page = 4096; // a read cut short by a disk error ends at a page boundary
     ssize_t got = pread(file, bytes, room, 0);
     *size = got > 0 ? static_cast<uint64_t>(got) : 0;
     return *size < room && *size % page != 0;
@@ -290,9 +290,8 @@ void os_file_close(OpenedFile *file) {
 
 // ---- Folder listing ----
 
-// A folder is read whole when its listing starts, so that a walk through a deep tree holds no folder open for
-// each level: a process may have only so many files open. It stays open only while its own files are looked
-// at.
+// A folder is read completely when its listing starts, so that a walk of a deep tree does not keep a folder
+// open for each level and run out of file descriptors. It stays open only while its own files are visited.
 
 namespace {
 
@@ -302,17 +301,17 @@ struct Listing {
     uint64_t end;      // bytes of entries, which follow this record
     uint64_t next;     // byte offset of the next entry
     uint64_t capacity; // bytes for entries
-    int folder;        // open, for looking at its files; else -1
+    int folder;        // open while its files are visited; else -1
     FolderListingUse use;
-    Str path; // for a listing that is kept, from the heap
+    Str path; // of a listing to keep, on the heap
 
     char *entries() {
         return reinterpret_cast<char *>(this + 1);
     }
 };
 
-// A search lists every folder twice in a row, for its files and for its sub-folders. The second listing is
-// served with what the first has read, which is kept here in between.
+// A search lists every folder twice in a row, for its files and for its sub-folders. The second listing
+// reuses what the first has read, which is kept here in between.
 thread_local Listing *kept_listing;
 
 void close_open_entry() {
@@ -332,7 +331,7 @@ void free_listing(Listing *listing) {
     }
 }
 
-// Whether a folder is path's folder or one of those above it.
+// Whether a folder is the one at path or one above it.
 uint8_t is_on_path(const struct stat &folder, const SystemPath &path) {
     SystemPath prefix = path;
     for (uint64_t i = 0; i <= path.count; i++) {
@@ -350,9 +349,9 @@ uint8_t is_on_path(const struct stat &folder, const SystemPath &path) {
     return 0;
 }
 
-// Resolves links, and entries whose kind the file system does not report: d_type becomes DT_DIR, DT_REG, or
-// DT_UNKNOWN for anything else, for LIST_ONCE also for files. A link to one of the folders on its own path
-// loses its name instead, so that no walk is endless.
+// Resolves links, and entries whose type the file system does not report: d_type becomes DT_DIR, DT_REG, or
+// DT_UNKNOWN for anything else (for LIST_ONCE also for files). A link to a folder on its own path gets an
+// empty name instead, so that every walk ends.
 void resolve_links(Listing *listing, const SystemPath &path) {
     for (uint64_t at = 0; at < listing->end;) {
         dirent64 *entry = reinterpret_cast<dirent64 *>(listing->entries() + at);
@@ -372,7 +371,7 @@ void resolve_links(Listing *listing, const SystemPath &path) {
     }
 }
 
-// Reads the entries of an open folder, none where the system reports an error; null when out of memory.
+// Reads the entries of an open folder up to the first error; null when out of memory.
 Listing *read_folder(int folder) {
     constexpr uint64_t first_capacity = 32768;
     constexpr uint64_t smallest_read = 4096; // room for any single entry
@@ -395,15 +394,15 @@ Listing *read_folder(int folder) {
         int64_t got = syscall(SYS_getdents64, folder, listing->entries() + listing->end,
                               listing->capacity - listing->end);
         if (got <= 0) {
-            break; // an error in the middle ends the listing there
+            break; // the end, or an error, which ends the listing
         }
         listing->end += static_cast<uint64_t>(got);
     }
     return listing;
 }
 
-// Fills in the size and the last write. A file that is going to be read is opened to find its size, and stays
-// open until the next entry.
+// Fills in size and last write. A file that will be read is opened to find its size, and stays open until the
+// next entry.
 void look_at_entry(Listing *listing, const dirent64 *found, FolderEntry *entry) {
     if (listing->use == LIST_FILES && found->d_type == DT_REG) {
         int file = openat(listing->folder, found->d_name, open_to_read);
@@ -441,7 +440,7 @@ Listing *open_listing(Str folder, FolderListingUse use, const SystemPath &path) 
     listing->use = use;
     resolve_links(listing, path);
     if (use == LIST_FILES) {
-        listing->path.data = static_cast<char *>(os_alloc(path.count + 1)); // refused: it will not be kept
+        listing->path.data = static_cast<char *>(os_alloc(path.count + 1)); // null: the listing is not kept
         if (listing->path.data) {
             listing->path.count = path.count;
             memcpy(listing->path.data, path.text, path.count + 1);

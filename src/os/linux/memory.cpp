@@ -9,19 +9,19 @@
 namespace {
 
 constexpr int no_map_below = 32 << 20; // bytes; the C library's upper bound for this setting
-constexpr int keep_on_top = 64 << 20;  // bytes of free memory that are not handed back to the system
+constexpr int keep_on_top = 64 << 20;  // bytes of free memory not returned to the system
 
 // A search allocates and frees one block for each file. By default the C library would map, fault in and
-// unmap every larger one, which costs more than reading the file.
+// unmap each larger one, which costs more than reading the file.
 const int heap_is_tuned = [] {
     mallopt(M_MMAP_THRESHOLD, no_map_below);
     mallopt(M_TRIM_THRESHOLD, keep_on_top);
-    mallopt(M_ARENA_MAX, 1); // so that it holds for the worker's allocations too
+    mallopt(M_ARENA_MAX, 1); // so that this applies to the worker's allocations too
     return 1;
 }();
 
-// Asks for large pages for a block that the C library maps separately: then it takes one page fault for every
-// 2 MB, not for every 4 KB. Has no effect where the system declines. Returns block.
+// Requests huge pages for a block that the C library maps separately: one page fault for every 2 MB instead
+// of every 4 KB. Has no effect if the system declines. Returns block.
 void *with_large_pages(void *block, uint64_t size) {
     if (block && size >= no_map_below) {
         constexpr uintptr_t page = 4096;

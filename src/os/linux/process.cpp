@@ -20,7 +20,7 @@ bool is_blank(char byte) {
 }
 
 // The first word names the program: up to the next double quote when it starts with one, else up to a space
-// or tab; backslashes are not special in it. Returns where the arguments start.
+// or tab; backslashes have no special meaning in it. Returns where the arguments start.
 const char *split_program(const char *at, const char *end, char **out) {
     bool is_quoted = at < end && *at == '"';
     at += is_quoted;
@@ -30,7 +30,7 @@ const char *split_program(const char *at, const char *end, char **out) {
     return is_quoted && at < end ? at + 1 : at;
 }
 
-// An argument, as the C run-time on Windows reads it: spaces and tabs between double quotes belong to it, two
+// Parses an argument as the C run-time on Windows does: spaces and tabs in double quotes belong to it, two
 // quotes there become one, and backslashes are special only before a quote, where two become one and a single
 // one makes the quote literal. Returns where it ends.
 const char *split_argument(const char *at, const char *end, char **out) {
@@ -62,8 +62,8 @@ const char *split_argument(const char *at, const char *end, char **out) {
     return at;
 }
 
-// A command line's words with a null after the last one, in one block with their bytes that the caller owns;
-// null without a program or when out of memory.
+// A command line's words and a terminating null, in one block with their bytes, owned by the caller; null if
+// there is no program or when out of memory.
 char **split_command(Str cmd) {
     const char *at = cmd.data;
     const char *end = at + (cmd.count > 0 ? strnlen(cmd.data, cmd.count) : 0);
@@ -74,7 +74,7 @@ char **split_command(Str cmd) {
         return nullptr;
     }
     uint64_t length = static_cast<uint64_t>(end - at);
-    uint64_t most_words = length / 2 + 2; // one between two, though none is needed after a quoted program
+    uint64_t most_words = length / 2 + 2; // one separator each, except after a quoted program
     uint64_t list_size = (most_words + 1) * sizeof(char *);
     char **words = static_cast<char **>(os_alloc(list_size + length + most_words));
     if (!words) {
@@ -106,8 +106,8 @@ char **split_command(Str cmd) {
 
 namespace {
 
-// posix_spawnp from a process in between that exits at once, so that init reaps the program. Returns 0, or 1
-// on failure.
+// posix_spawnp from an intermediate process that exits at once, so that init reaps the program. Returns 0, or
+// 1 on failure.
 int spawn_orphan(char *const *words, const posix_spawn_file_actions_t *files,
                  const posix_spawnattr_t *attributes) {
     pid_t starter = fork();
@@ -121,8 +121,8 @@ int spawn_orphan(char *const *words, const posix_spawn_file_actions_t *files,
     return status == 0 ? 0 : 1;
 }
 
-// Starts a program with these standard files; -1 for one leaves this process's own. The program inherits no
-// other file. Sets child to its id; with a null child, this process never has to reap it. Returns false on
+// Starts a program with these standard files; -1 keeps this process's own. The program inherits no other
+// file. Sets child to its id; if child is null, this process never has to reap it. Returns false on
 // failure.
 bool spawn(char *const *words, int input, int output, uint8_t show_console, pid_t *child) {
     posix_spawn_file_actions_t files;
@@ -146,7 +146,7 @@ bool spawn(char *const *words, int input, int output, uint8_t show_console, pid_
     }
     error |= posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
     if (!show_console) {
-        error |= posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID); // away from the terminal
+        error |= posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID); // detached from the terminal
     }
     if (error == 0) {
         error = child ? posix_spawnp(child, words[0], &files, &attributes, words, environ)

@@ -27,7 +27,7 @@ void os_init() {
     // Coarser than the system's clock, so that os_ticks_to_us wraps after days here as well, not after hours.
     os_ticks_per_second = 10000000;
     // Writing to a pipe without a reader must fail, not end the process. An empty handler, as programs that
-    // this one starts would inherit an ignored signal.
+    // this one starts would inherit SIG_IGN.
     struct sigaction action = {};
     action.sa_handler = [](int) {};
     action.sa_flags = SA_RESTART;
@@ -90,8 +90,8 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
 }
 
 void os_thread_lower_priority() {
-    constexpr int step = 5;                    // of a niceness of at most 19
-    id_t thread = static_cast<id_t>(gettid()); // Linux: the priority is of this thread alone
+    constexpr int step = 5;                    // niceness goes up to 19
+    id_t thread = static_cast<id_t>(gettid()); // on Linux, sets the priority of this thread only
     setpriority(PRIO_PROCESS, thread, getpriority(PRIO_PROCESS, thread) + step);
 }
 

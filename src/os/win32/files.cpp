@@ -37,7 +37,7 @@ void note_last_error() {
     }
 }
 
-// Null is a path that is too long.
+// Null: the path is too long.
 HANDLE open_to_read(const wchar_t *path) {
     return path ? CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                               FILE_ATTRIBUTE_NORMAL, nullptr)
@@ -123,7 +123,7 @@ uint32_t exe_path(wchar_t (&path)[longest_exe_path]) {
 
 uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units) {
     if (units == 0 || units >= longest_exe_path) {
-        return units; // there is no path, or only a part of it
+        return units; // no path, or only part of it
     }
     constexpr DWORD share_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     HANDLE file = CreateFileW(path, 0, share_all, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -139,12 +139,12 @@ uint32_t wide_resolve_links(wchar_t (&path)[longest_exe_path], uint32_t units) {
     }
     wchar_t *start = resolved + 4;
     if (wcsncmp(start, L"UNC\\", 4) == 0) {
-        // On a mapped drive the file keeps the drive's letter, unless it is a link itself.
+        // A file on a mapped drive keeps its drive letter, unless it is itself a link.
         if (!(GetFileAttributesW(path) & FILE_ATTRIBUTE_REPARSE_POINT)) {
             return units;
         }
         start += 2;
-        start[0] = L'\\'; // followed by the one before the server
+        start[0] = L'\\'; // the one before the server follows
     } else if (count < 6 || start[1] != L':') {
         return units;
     }

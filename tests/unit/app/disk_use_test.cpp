@@ -1,4 +1,4 @@
-// What the interface thread asks the disk for while it is used. The worker does not run here.
+// Which disk accesses the interface thread makes in use. The worker does not run here.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -12,11 +12,11 @@
 
 namespace {
 
-std::vector<std::string> asked; // the paths that calls were about
+std::vector<std::string> asked; // the paths in those calls
 
 } // namespace
 
-// The names are os_path_exists(Str) and so on, as both systems' compilers write them.
+// The names are os_path_exists(Str) and so on, as the compilers for both systems mangle them.
 extern "C" {
 bool __real__Z14os_path_exists3Str(Str path);
 bool __wrap__Z14os_path_exists3Str(Str path) {
@@ -42,7 +42,7 @@ void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder,
 }
 }
 
-// A folder on a dead network mount answers nobody, and must not stop the interface.
+// A folder on a dead network mount never responds, and must not block the interface.
 TEST(DiskUse, TheInterfaceAsksForNothingOutsideTheProgramsFolder) {
     FrameScope scope;
     scope.focus(&path_field, {{0, 0}});
@@ -53,7 +53,7 @@ TEST(DiskUse, TheInterfaceAsksForNothingOutsideTheProgramsFolder) {
         event.character.unit = static_cast<uint32_t>(letter);
         input_handle_event(&event);
     }
-    scope.put_folders({"folder"}, {"other"}); // as the worker would have
+    scope.put_folders({"folder"}, {"other"}); // as the worker would
     scope.put_file("/mount/folder", "file");
     scope.put_hit(1, "text");
     for (uint16_t code : {KEY_ENTER, KEY_TAB, KEY_TAB, KEY_HOME, KEY_DELETE}) {

@@ -291,7 +291,7 @@ TEST(FileRead, WhileAFileIsReadOthersMayReadAndWriteItButNotDeleteIt) {
 TEST(FileRead, AFileThatShrinksMeanwhileKeepsItsLengthPaddedWithZeros) {
     TestTree tree;
     tree.file("f", "0123456789");
-    // The block is allocated between reading the size and reading the file.
+    // The block is allocated after reading the size and before reading the file.
     HeapHookScope hook([&](uint64_t) {
         fs::resize_file(tree.native("f"), 4);
         return true;
@@ -332,14 +332,14 @@ TEST(FileRead, PipesAndDevicesAreNoFiles) {
     EXPECT_EQ(os_last_file_error.text[0], 0);
 }
 
-// Opening a pipe wakes whoever waits to write to it, and opening a device can do anything.
+// Opening a pipe wakes a waiting writer, and opening a device can do anything.
 TEST(FileRead, PipesAndSocketsAreNotEvenOpened) {
     TestTree tree;
     ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
     fs::create_symlink("pipe", tree.native("link"));
     int listener = socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address = {AF_UNIX, {}};
-    int folder = open(tree.path().c_str(), O_PATH); // the whole path may be too long for an address
+    int folder = open(tree.path().c_str(), O_PATH); // the full path may be too long for a socket address
     snprintf(address.sun_path, sizeof(address.sun_path), "/proc/self/fd/%i/socket", folder);
     ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
     int watch = inotify_init1(IN_NONBLOCK);
@@ -394,7 +394,7 @@ TEST(FileWrite, IntoAMissingFolderCannotOpen) {
 TEST(FileWrite, AFileThatAnyoneHoldsOpenCannotBeOpened) {
     TestTree tree;
     tree.file("f", "text");
-    HeldForWriting held(tree.native("f")); // lets others write, but a write shares with nobody
+    HeldForWriting held(tree.native("f")); // shares writing, but os_file_write does not
     EXPECT_EQ(write(tree.path("f"), "x"), 1);
     EXPECT_EQ(read_text(tree.path("f")), "text");
 }
@@ -504,7 +504,7 @@ extern decltype(&GetFileAttributesW) __real___imp_GetFileAttributesW;
 
 namespace {
 
-const std::wstring *final_path; // the system's answer in a test; empty: it fails
+const std::wstring *final_path; // the system's answer in a test; empty: the call fails
 bool is_link;
 
 DWORD WINAPI final_path_or_real(HANDLE file, wchar_t *path, DWORD capacity, DWORD flags) {
@@ -512,7 +512,7 @@ DWORD WINAPI final_path_or_real(HANDLE file, wchar_t *path, DWORD capacity, DWOR
         return __real___imp_GetFinalPathNameByHandleW(file, path, capacity, flags);
     }
     if (final_path->size() >= capacity) {
-        return static_cast<DWORD>(final_path->size() + 1); // as the system asks for more room
+        return static_cast<DWORD>(final_path->size() + 1); // as the system requests more room
     }
     wcscpy(path, final_path->c_str());
     return static_cast<DWORD>(final_path->size());
@@ -523,7 +523,7 @@ DWORD WINAPI attributes_or_link(const wchar_t *path) {
     return is_link ? attributes | FILE_ATTRIBUTE_REPARSE_POINT : attributes;
 }
 
-// What a file's path becomes when this is the system's answer.
+// What a file's path resolves to when this is the system's answer.
 std::wstring resolved(const std::wstring &path, const std::wstring &answer) {
     wchar_t text[260];
     wcscpy(text, path.c_str());
@@ -650,7 +650,7 @@ TEST(FolderListing, OneForBothPassesTellsFoldersAndFilesWithTheirSizesOrWithout)
     tree.folder("d");
 #ifdef __linux__
     fs::create_symlink("f", tree.native("link"));
-    fs::create_symlink("..", tree.native("up")); // left out: it leads to a folder above
+    fs::create_symlink("..", tree.native("up")); // left out: it points to a folder above
 #endif
     Names names;
     FolderEntry entry;
@@ -720,7 +720,7 @@ TEST(FilesOfFolder, HaveTheSizesThatTheSystemTellsThoughTheirBytesAreMore) {
     char room[4096];
     FilesOfFolder files = os_files_of(str_from("/proc/self"));
     OpenedFile file = os_file_open(files, str_from("status"), sizeof(room), room);
-    EXPECT_EQ(file.size, 0u); // opened or not: it need not allow the asking for its end
+    EXPECT_EQ(file.size, 0u); // opened or not, as seeking to its end may fail
     EXPECT_EQ(file.is_read, 0);
     os_file_close(&file);
     os_files_close(&files);
@@ -783,7 +783,7 @@ TEST(FolderListing, LinksAreWhatTheyLeadTo) {
     fs::create_symlink(".", tree.native("self"));
     EXPECT_EQ(list(tree.path(), LIST_DETAILS),
               (Names{"dangling 0", "file_link 5", "link/", "self/", "target/"}));
-    // "self" leads to the folder that holds it, which matters to whoever is going to enter it.
+    // "self" points to its own folder: left out when folders may be entered.
     EXPECT_EQ(list(tree.path(), LIST_FILES), (Names{"dangling 0", "file_link 5", "link/", "target/"}));
     EXPECT_EQ(list(tree.path(), LIST_SUBFOLDERS), (Names{"dangling", "file_link", "link/", "target/"}));
 }

@@ -94,7 +94,7 @@ TEST(Process, AHiddenChildHasNoTerminalAndNothingToReadOrWrite) {
 
 namespace {
 
-// Whether this process has a child, running or ended.
+// Whether this process has a child, running or exited.
 bool has_child() {
     siginfo_t info;
     return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD;
@@ -134,7 +134,7 @@ void close_boxes() {
 
 } // namespace
 
-// Where there is a screen the system shows a box of its own and waits until the user closes it.
+// With a screen, the system shows its own box and waits until the user closes it.
 TEST(Process, OpeningAPathThatIsNotThereFails) {
     TestTree tree;
     std::string path = tree.path("missing.txt");
@@ -171,7 +171,7 @@ TEST(Process, OpeningAProgramStartsIt) {
 #else
 namespace {
 
-// Programs are looked for in this folder alone.
+// Programs are searched for in this folder only.
 class OnlyPath {
 public:
     explicit OnlyPath(const std::string &folder) : before(getenv("PATH")) {

@@ -83,7 +83,7 @@ uint32_t sleep_for_ever(void *) {
 }
 
 TEST_F(Threads, AThreadThatTheSystemRefusesIsNull) {
-    // In a process of its own without more memory; a few stacks of earlier threads may be left to use.
+    // In a separate process with no memory left; a few stacks of earlier threads may still be reusable.
     pid_t child = fork();
     if (child == 0) {
         rlimit none = {0, 0};
@@ -102,7 +102,7 @@ TEST_F(Threads, AThreadThatTheSystemRefusesIsNull) {
 }
 #endif
 
-// Each level uses 16 KiB, so that 3000 levels need some 48 MB.
+// Each level uses 16 KiB, so 3000 levels need about 48 MB.
 uint32_t recurse(uint32_t levels) {
     volatile uint8_t kept[16384];
     kept[0] = static_cast<uint8_t>(levels);
@@ -139,7 +139,7 @@ uint32_t pay_in_under_the_lock(void *record) {
         os_lock_enter(&account->lock);
         uint64_t balance = account->balance;
         if (i % 100 == 0) {
-            os_sleep_ms(0); // so that the other thread gets its chance in between
+            os_sleep_ms(0); // gives the other thread a chance to run
         }
         account->balance = balance + 1;
         os_lock_leave(&account->lock);
@@ -161,7 +161,7 @@ TEST_F(Threads, ALockKeepsTwoThreadsApart) {
     os_free(second);
 }
 
-// Takes the lock and leaves it again if nobody else holds it, and returns whether that is so.
+// Whether no other thread holds the lock; if so, enters and leaves it.
 uint32_t try_lock(void *record) {
     Lock *lock = static_cast<Lock *>(static_cast<Thread *>(record)->user_data);
 #ifdef _WIN32
@@ -197,7 +197,7 @@ TEST_F(Threads, ALockThatWasEnteredTwiceIsFreeAfterLeavingTwice) {
 
 // ---- Waiting ----
 
-// What threads that wait share with their test.
+// What waiting threads share with their test.
 struct Room {
     Lock lock = os_lock_init();
     Condition change = os_condition_init();
@@ -332,7 +332,7 @@ TEST_F(Threads, TheConversionOfTicksWrapsAfterSomeTenDays) {
     EXPECT_EQ(os_ticks_to_us(INT64_MAX / 1000000), 922337203685);
     EXPECT_EQ(os_ticks_to_us(INT64_MAX / 1000000 + 1), -922337203685);
     EXPECT_EQ(os_ticks_to_us(int64_t{20} * 24 * 3600 * 10000000),
-              -116674407370); // 20 days, and not 1728 * 10^9
+              -116674407370); // 20 days: wrapped, not 1728 * 10^9
 }
 
 // ---- Sleeping ----
@@ -352,7 +352,7 @@ TEST_F(Threads, MillisecondsToSleepAreCutTo32Bits) {
 }
 
 TEST_F(Threads, ASleepLastsAtLeastAboutAsLongAsAsked) {
-    // Wide margin: a system may wake a sleeper up to one step of its clock too early.
+    // Wide margin: a system may wake a sleeping thread up to one clock tick early.
     int64_t start = os_ticks();
     os_sleep_ms(100);
     EXPECT_GE(os_ticks() - start, os_ticks_per_second * 50 / 1000);
@@ -409,7 +409,7 @@ BOOL WINAPI count_dpi_calls() {
 BOOL(WINAPI *__wrap___imp_SetProcessDPIAware)() = count_dpi_calls;
 
 TEST_F(Threads, InitHidesTheSystemsErrorBoxesForItsThreadButNotForTheProcess) {
-    UINT of_process = SetErrorMode(0); // what programs that are started inherit
+    UINT of_process = SetErrorMode(0); // what started programs inherit
     DWORD of_thread;
     ASSERT_TRUE(SetThreadErrorMode(SEM_NOOPENFILEERRORBOX, &of_thread));
     os_init();

@@ -24,8 +24,7 @@ void expect_rows(const std::string &bytes, const std::string &query, const std::
     EXPECT_EQ(search_rows(tree, tree.path(), query), "files 1\n" + (rows.empty() ? "" : "file f\n" + rows));
 }
 
-// A file's bytes as os_file_read_all returns them, so that the address sanitizer sees any read past the
-// block.
+// A file's bytes as os_file_read_all returns them, so that the address sanitizer sees any read past them.
 struct Contents : Str {
     explicit Contents(const std::string &bytes) : Str{bytes.size(), nullptr} {
         uint64_t n = bytes.size();
@@ -68,8 +67,8 @@ std::string visible(const std::string &text) {
     return result;
 }
 
-// Both variants of the scan on one pair, against the plain rules: the hits, and the text as the scan leaves
-// it.
+// Checks both variants of the scan on one pair against the plain rules: the hits, and the text after the
+// scan.
 void expect_plain_result(const std::string &text, const std::string &query) {
     std::string plain_text = text;
     std::vector<PlainHit> plain = plain_hits(plain_text, query);
@@ -125,7 +124,7 @@ TEST(Matcher, ALineIsStoredUpTo400BytesThenTrimmed) {
     std::string line = std::string(300, 'a') + std::string(100, ' ') + "foo" + std::string(600, 'b');
     expect_rows(line + "\n----", "foo", "hit 1 401 400 " + std::string(300, 'a') + "\n");
     expect_rows(spaces + std::string(1000, 'a') + "foo\n----", "foo",
-                "hit 1 1011 1010 " + std::string(390, 'a') + "\n"); // cut first, trimmed then
+                "hit 1 1011 1010 " + std::string(390, 'a') + "\n"); // cut, then trimmed
     expect_rows(std::string(400, 'a') + "foo\n----", "foo", "hit 1 401 400 " + std::string(400, 'a') + "\n");
 }
 
@@ -168,7 +167,7 @@ TEST(Matcher, AnEmptyQueryMatchesAtZeroBytes) {
     std::vector<PlainHit> hits = hits_of(contents, "");
     EXPECT_EQ(hits,
               (std::vector<PlainHit>{{1, 3, 2, std::string("ab\0c", 4)}, {2, 2, 6, std::string("d\0", 2)}}));
-    scan_contents(contents, {0, nullptr}, 0); // no text at all counts as that zero byte
+    scan_contents(contents, {0, nullptr}, 0); // no text counts as that zero byte
     EXPECT_EQ(results_store.hit_table.count, 5u);
 }
 
@@ -178,7 +177,7 @@ TEST(Matcher, ContentsOf2GiBAndMoreHaveNoHits) {
     SearchScope scope;
     char bytes[] = "foo foo foo";
     for (uint64_t count : {uint64_t{1} << 31, (uint64_t{1} << 31) + 5, uint64_t{0xFFFFFFFF}}) {
-        scan_contents({count, bytes}, str_from("foo"), 0); // not looked at
+        scan_contents({count, bytes}, str_from("foo"), 0); // not read
         EXPECT_EQ(results_store.hit_table.count, 0u);
         scan_contents({count, bytes}, {}, 0);
         EXPECT_EQ(results_store.hit_table.count, 0u);
@@ -211,7 +210,7 @@ TEST(Matcher, From4GiBOnTheSizeIsCutToItsLow32Bits) {
     SearchScope scope;
     tree.file("f", "foo.......foo.......");
     std::filesystem::resize_file(tree.native("f"), (uint64_t{1} << 32) + 10); // sparse
-    search_state.max_file_size = 1000;                                        // the limit's size is not cut
+    search_state.max_file_size = 1000; // the size compared is not truncated
     EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 0\n");
     search_state.max_file_size = 0;
     EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo....\n");
@@ -224,12 +223,12 @@ TEST(Matcher, SizesAreComparedAsSignedNumbers) {
     search_state.request_pending = 0;
     search_state.max_file_size = 10;
     std::string folder = tree.path();
-    // A negative size is below the limit; a missing file is not stored, and the walk goes on.
+    // A negative size is below the limit; a missing file is not stored, and the walk continues.
     EXPECT_EQ(on_file(nullptr, str_from("/nowhere"), listed(str_from("f"), UINT64_MAX, 0)), 1);
     EXPECT_EQ(results_store.file_table.count, 0u);
     EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), UINT64_MAX, 0)), 1);
     EXPECT_EQ(results_store.file_table.count, 1u);
-    search_state.max_file_size = -1; // a limit below every other size, not none
+    search_state.max_file_size = -1; // a limit below every size, not no limit
     EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(results_store.file_table.count, 1u);
 }
@@ -278,7 +277,7 @@ TEST(Matcher, BackslashesInAFilesFolderAreStoredAsSlashes) {
 #ifdef _WIN32
     std::string folder = tree.path();
     std::replace(folder.begin(), folder.end(), '/', '\\');
-    folder += "\\"; // and its end is left alone
+    folder += "\\"; // and it is not stripped
     EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)), 1);
     EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path() + "//f\nhit 1 1 0 foo..\n");
 #else
@@ -298,7 +297,7 @@ TEST(Matcher, APendingRequestStopsTheListingBeforeAnything) {
     Str prefix = {};
     for (int pending : {1, 2, 255}) { // anything but zero
         search_state.request_pending = static_cast<uint8_t>(pending);
-        for (uint8_t is_folder : {uint8_t{0}, uint8_t{1}}) { // before the kind of the entry matters
+        for (uint8_t is_folder : {uint8_t{0}, uint8_t{1}}) { // whatever the entry is
             EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, is_folder)), 0);
             EXPECT_EQ(on_folder_suggestion(&prefix, str_over(folder), listed(str_from("d"), 0, is_folder)),
                       0);
@@ -333,7 +332,7 @@ TEST(Matcher, WithoutStringsTheRowsAreStillAppended) {
     tree.file("f", "foo.....");
     search_state.request_pending = 0;
     strbuf_append(&search_state.query, 3, "foo");
-    // Room for the path, so that the file can be read, and for nothing else.
+    // Room for the path, so that the file can be read, but for nothing else.
     uint64_t path_need = folder.size() + 1 + 1 + 1 + 8;
     results_store.arena.used = results_store.arena.capacity - path_need;
     HeapHookScope hook([](uint64_t size) { return size < 50000000; });
@@ -360,7 +359,7 @@ TEST(Matcher, ARefusedFileRowSkipsThatFilesHits) {
 
 TEST(Matcher, ARefusedHitRowEmptiesTheTableAndTheScanGoesOn) {
     SearchScope scope;
-    // Full but for the header of the first hit.
+    // Room only for the header of the first hit.
     results_store.hit_table.count = results_store.hit_table.capacity - 1;
     ResultRecord *rows = reinterpret_cast<ResultRecord *>(results_store.hit_table.data);
     rows[results_store.hit_table.count - 1] = {};
@@ -420,7 +419,7 @@ TEST(Suggestions, OnlyTheLettersAToZAreFolded) {
     EXPECT_TRUE(matches("AZaz", "azAZ"));
     EXPECT_FALSE(matches("@", "`")); // the neighbours of A and a
     EXPECT_FALSE(matches("[", "{")); // the neighbours of Z and z
-    EXPECT_FALSE(matches("é", "É")); // folds in a language, not here
+    EXPECT_FALSE(matches("é", "É")); // only A to Z fold
     EXPECT_FALSE(matches("\xC1", "\xE1"));
     EXPECT_TRUE(matches("é", "éa"));
 }
@@ -453,7 +452,7 @@ TEST(MatcherProperty, HundredThousandRandomPairsAgreeWithThePlainRules) {
     };
     for (int round = 0; round < 100000 && !testing::Test::HasFailure(); round++) {
         const std::string &alphabet = alphabets[below(std::size(alphabets))];
-        // Mostly around the width of a vector, some longer than a stored line.
+        // Mostly about as long as a vector, some longer than a stored line.
         size_t length = below(10) == 0 ? below(1200) : below(140);
         std::string text(length, 0);
         for (char &c : text) {
@@ -524,7 +523,7 @@ TEST(MatcherProperty, TextsThatAgreeWithTheQueryForLong) {
         pairs += "ab";
     }
     const struct {
-        std::string query, run; // the run is one byte short of the query, or of what it begins with
+        std::string query, run; // the run is one byte short of the query or its start
     } cases[] = {
         {spaces + "x", spaces},
         {spaces, spaces.substr(1) + "x"},

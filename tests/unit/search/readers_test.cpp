@@ -1,4 +1,4 @@
-// The search with readers against the one without. A program of its own, as its threads never end.
+// Compares searches with and without readers. A separate program, as its threads never end.
 
 #include "search/readers.h"
 
@@ -33,7 +33,7 @@ constexpr int most_refused = INT32_MAX;
 #endif
 constexpr uint32_t reader_counts[] = {1, 2, 8, 64};
 
-// The linker hands every call of these functions to the first of each pair; the second is the real one.
+// The linker redirects every call to the first of each pair; the second is the real one.
 extern "C" {
 void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
 void *__real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
@@ -47,7 +47,7 @@ Thread *__real__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
 
 namespace {
 
-// Calls so far, and which one is to fail; -1: none.
+// Calls so far, and the number of the one that fails; -1: none.
 struct Calls {
     std::atomic<int> count = 0;
     std::atomic<int> failing = -1;
@@ -61,11 +61,11 @@ struct Calls {
     }
 };
 Calls listings, opens, reads;
-std::atomic<int> threads_given = INT32_MAX; // before the system has no more
+std::atomic<int> threads_given = INT32_MAX; // that the system can still start
 std::atomic<int> listings_at_request;
 std::atomic<int> request_at_open = -1;           // the call that publishes a request
-std::atomic<uint8_t> reads_apart = 0;            // whether no opening reads
-std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files that are being read
+std::atomic<uint8_t> reads_apart = 0;            // whether opening a file never reads it
+std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files being read
 
 } // namespace
 
@@ -122,7 +122,7 @@ struct ReadersScope {
     ReadersScope &operator=(const ReadersScope &) = delete;
 };
 
-// What a search stores, to the last byte of the arena that it uses.
+// What a search stores, including how much of the arena it uses.
 struct Stored {
     std::string rows;
     uint64_t arena_index;
@@ -134,7 +134,7 @@ struct Stored {
 struct Search {
     std::string query = "foo";
     int64_t max_file_size = 10000000;
-    uint64_t arena_block_size = 0; // 0: as usual
+    uint64_t arena_block_size = 0; // 0: the default
 };
 
 Stored search(const TestTree &tree, const Search &how, uint32_t reader_count) {
@@ -176,7 +176,7 @@ void fill_folder(const TestTree &tree, const std::string &folder, std::mt19937 &
     static const char *const names[] = {"a", "b.txt", "ä", "some longer name", "..c", "Z"};
     uint32_t files = below(random, 3);
     if (below(random, 20) == 0) {
-        files = 14 + below(random, 40); // more than a reader takes at a time
+        files = 14 + below(random, 40); // more than one job holds
     }
     for (uint32_t i = 0; i < files; i++) {
         tree.file(folder + names[below(random, std::size(names))] + std::to_string(i), random_bytes(random));
@@ -199,7 +199,7 @@ void fill_folder(const TestTree &tree, const std::string &folder, std::mt19937 &
 
 } // namespace
 
-// ---- Started short of something (first, while no reader has started) ----
+// ---- Without threads or memory (these run first, before any reader has started) ----
 
 TEST(Readers, WithoutThreadsTheWorkerSearchesAlone) {
     TestTree tree;
@@ -207,7 +207,7 @@ TEST(Readers, WithoutThreadsTheWorkerSearchesAlone) {
     tree.file("c", "foo.....");
     Stored alone = search(tree, {}, 0);
     EXPECT_EQ(search_state.reader_count, 0u);
-    for (int given : {0, 3, 2}) { // those that run already stay
+    for (int given : {0, 3, 2}) { // running threads stay
         threads_given = given;
         uint32_t expected = given == 0 ? 0 : given == 3 ? 3 : 5;
         EXPECT_EQ(ReadersScope(8).count, expected);
@@ -234,7 +234,7 @@ TEST(Readers, WithoutMemoryOfTheirOwnTheyLeaveAllToTheWorker) {
 // ---- The same results ----
 
 TEST(Readers, FindInRandomTreesWhatTheWorkerFindsAlone) {
-    static uint32_t seed; // goes on when the test is repeated
+    static uint32_t seed; // continues when the test is repeated
     for (int i = 0; i < random_trees && !testing::Test::HasFailure(); i++) {
         std::mt19937 random(seed++);
         TestTree tree;
@@ -242,7 +242,7 @@ TEST(Readers, FindInRandomTreesWhatTheWorkerFindsAlone) {
         Search how;
         how.query = std::vector<std::string>{"foo", "o", "foo.", "\n", "..", "none"}[random() % 6];
         how.max_file_size = std::vector<int64_t>{10000000, 0, 3000, 200, -1}[random() % 5];
-        how.arena_block_size = std::vector<uint64_t>{0, 400, 5000}[random() % 3]; // texts are overwritten
+        how.arena_block_size = std::vector<uint64_t>{0, 400, 5000}[random() % 3]; // overwrites texts
         Stored alone = search(tree, how, 0);
         for (uint32_t count : reader_counts) {
             EXPECT_EQ(search(tree, how, count), alone) << "tree " << seed - 1 << ", readers " << count;
@@ -252,7 +252,7 @@ TEST(Readers, FindInRandomTreesWhatTheWorkerFindsAlone) {
 
 TEST(Readers, FindEveryFileOfALargeFolderAndOfManyFolders) {
     TestTree tree;
-    for (int i = 0; i < 4200; i++) { // more than can be ahead
+    for (int i = 0; i < 4200; i++) { // more than readers can be ahead
         tree.file("wide/" + std::to_string(i), i % 100 == 0 ? "foo....." : "");
     }
     for (int i = 0; i < 400; i++) {
@@ -271,17 +271,17 @@ TEST(Readers, FindEveryFileOfALargeFolderAndOfManyFolders) {
 
 TEST(Readers, LeaveFilesOfVeryManyHitsToTheWorkerAndWaitWithTheOthers) {
     TestTree tree;
-    const std::string line = "foo" + std::string(396, '.') + "\n"; // stored whole
+    const std::string line = "foo" + std::string(396, '.') + "\n"; // stored uncut
     std::string many, more;
     for (int i = 0; i < 3000; i++) {
         many += i < 150 ? line : "";
         more += line;
     }
-    tree.file("a/more", more);     // more than the hits of a job may take
-    for (int i = 0; i < 10; i++) { // the others of that job keep theirs
+    tree.file("a/more", more);     // more hits than a job may hold
+    for (int i = 0; i < 10; i++) { // the job's other files keep their hits
         tree.file("a/" + std::to_string(i), line + line);
     }
-    for (int i = 0; i < 400; i++) { // and more than may wait for the worker
+    for (int i = 0; i < 400; i++) { // more hits than may wait for the worker
         tree.file("b/many" + std::to_string(i), many);
     }
     Stored alone = search(tree, {}, 0);
@@ -290,10 +290,10 @@ TEST(Readers, LeaveFilesOfVeryManyHitsToTheWorkerAndWaitWithTheOthers) {
     }
 }
 
-#ifdef __linux__ // elsewhere paths of that length cannot even be made
+#ifdef __linux__ // elsewhere such long paths cannot be created
 TEST(Readers, PassOverFoldersWithLongerPathsThanTheWorkerWalks) {
     TestTree tree;
-    // Built from the inside out, and taken apart from the outside in, so that no path gets long.
+    // Built from the inside out and removed from the outside in, so that no path gets too long.
     const std::string name(255, 'd');
     const fs::path whole = tree.native(name), part = tree.native("part");
     constexpr int levels = 18;
@@ -318,16 +318,16 @@ TEST(Readers, PassOverFoldersWithLongerPathsThanTheWorkerWalks) {
 }
 #endif
 
-// ---- What fails once ----
+// ---- Single failures ----
 
 namespace {
 
-// A tree in which the worker itself neither lists nor reads anything, unless a reader leaves it to him.
+// A tree in which the worker lists and reads only what a reader leaves to it.
 void fill_plain_tree(const TestTree &tree) {
     for (const char *name : {"a", "b", "c/d", "c/e", "c/f/g", "h/i/j"}) {
         tree.file(name, "foo.....");
     }
-    std::string lines; // whose hits outgrow a reader's memory for them
+    std::string lines; // with more hits than a reader's buffer holds
     for (int i = 0; i < 40; i++) {
         lines += "foo" + std::string(300, '.') + "\n";
     }
@@ -403,7 +403,7 @@ TEST(Readers, FindWhatIsLeftOfATreeThatIsRemovedMeanwhile) {
     }
 }
 
-// ---- Bounds ----
+// ---- Limits ----
 
 TEST(Readers, HoldAtMost64MiBOfContents) {
     TestTree tree;

@@ -23,7 +23,7 @@ TEST(Scan, TheTwoRarestBytesOfTheWholeQueryAreChosen) {
     EXPECT_EQ(chosen("see the quick"), "qk");
     EXPECT_EQ(chosen(std::string(1000, ' ') + "x"), "x ");
     EXPECT_EQ(chosen(std::string(1000, ' ') + "xe" + std::string(1000, ' ')), "xe");
-    EXPECT_EQ(chosen("see @@@ there"), "@h"); // two of a kind come together, so they tell less
+    EXPECT_EQ(chosen("see @@@ there"), "@h"); // equal bytes come together, so a second one filters less
     EXPECT_EQ(chosen("@@@"), "@@");
     EXPECT_EQ(scan_needle(str_from("@@@")).other_offset, 2);
 }
@@ -51,8 +51,8 @@ TEST(Scan, NothingIsFoundFromSpanOn) {
     EXPECT_TRUE(scan_next_hit("aaaa", 2, 3, needle, &hit));
 }
 
-// Blocks that end with the text, beginning at every place of a cache line: the address sanitizer sees any
-// read after the text or the query, and the loads of the rare byte get every alignment.
+// Blocks that end with the text and start at every offset in a cache line: the address sanitizer sees any
+// read past the text or the query, and the loads of the rare byte get every alignment.
 TEST(Scan, NothingAfterTheTextOrTheQueryIsRead) {
     std::mt19937 random(5);
     for (int round = 0; round < 20000 && !testing::Test::HasFailure(); round++) {
@@ -67,7 +67,7 @@ TEST(Scan, NothingAfterTheTextOrTheQueryIsRead) {
         for (char &c : query) {
             c = "ab\n"[random() % 3];
         }
-        if (random() % 2 && length > 0) { // a long one that is there
+        if (random() % 2 && length > 0) { // a long one that occurs
             size_t start = random() % length;
             query = plain_text.substr(start, 1 + random() % (length - start));
         }

@@ -21,7 +21,7 @@
 
 namespace {
 
-// As the program starts, before any test has set its own values.
+// The state at program start, before any test sets its own values.
 const SearchState at_start = search_state;
 
 } // namespace
@@ -67,7 +67,7 @@ TEST(Request, PublishingEmptiesTheHitsMarksThemDirtyAndAsks) {
     EXPECT_EQ(results_store.hit_table.count, 0u);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 1);
-    EXPECT_EQ(results_store.file_table.count, 3u); // the worker's to empty
+    EXPECT_EQ(results_store.file_table.count, 3u); // only the worker empties it
     EXPECT_EQ(search_state.results_scroll, 5);
 }
 
@@ -78,7 +78,7 @@ TEST(Request, OneWhoseFlagIsLostIsTakenAllTheSame) {
     EXPECT_EQ(search_worker_turn(), 1);
     EXPECT_EQ(search_worker_turn(), 0);
     publish_request();
-    search_state.request_pending = 0; // by a turn that read the path before
+    search_state.request_pending = 0; // by a turn that read the path earlier
     uint32_t taken = search_state.requests_taken;
     EXPECT_EQ(search_worker_turn(), 1);
     EXPECT_EQ(search_state.requests_taken, taken + 1);
@@ -109,7 +109,7 @@ TEST(Request, TakingOneEmptiesTheStoreAndLeavesDirtyAlone) {
     EXPECT_EQ(results_store.other_folders.count, 0u);
     EXPECT_EQ(results_store.arena.used, 0u);
     EXPECT_EQ(search_state.results_scroll, 0);
-    EXPECT_EQ(results_store.hit_table.capacity, 100000u); // storage stays
+    EXPECT_EQ(results_store.hit_table.capacity, 100000u); // the storage is kept
 }
 
 TEST(Request, ANewOneReusesTheArenaFromItsFirstBlock) {
@@ -118,7 +118,7 @@ TEST(Request, ANewOneReusesTheArenaFromItsFirstBlock) {
     char *first = static_cast<char *>(arena_alloc(&arena, 49000000));
     ASSERT_NE(arena_alloc(&arena, 49000000), nullptr);
     EXPECT_EQ(arena.block_count, 2u);
-    EXPECT_EQ(arena.index, 0u); // a new block does not move it
+    EXPECT_EQ(arena.index, 0u); // unchanged by a new block
     take_request();
     EXPECT_EQ(arena_alloc(&arena, 49000000), first);
     EXPECT_EQ(arena_alloc(&arena, 49000000), first); // intentionally over the search's own earlier string
@@ -224,7 +224,7 @@ TEST(Field, AnEndsOldStorageStaysForTheWorker) {
 
 TEST(ResultsStore, PathsAreJoinedInTheArena) {
     SearchScope scope;
-    memset(results_store.arena.base, 'x', 100); // what a search before has left
+    memset(results_store.arena.base, 'x', 100); // left by an earlier search
     Str path = results_push_path(str_from("C:/src"), str_from("main.c"));
     EXPECT_EQ(to_string(path), "C:/src/main.c");
     EXPECT_EQ(path.data[path.count], 0);
@@ -311,12 +311,12 @@ TEST(ResultsCopies, StayAsTheyWereWhenTheRowsAreWrittenOver) {
     FileEntry file = {};
     ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1);
     take_request();
-    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0); // no longer there
+    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0); // gone
     put_file("D:/other", "z.c");
     put_hit(RESULT_HIT, 0, 99, "hay");
     EXPECT_EQ(to_string(hit.text), "needle");
     EXPECT_EQ(to_string(file.name), "a.c");
-    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1); // the next search's
+    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1); // from the next search
     EXPECT_EQ(to_string(hit.text), "hay");
     EXPECT_EQ(to_string(file.folder), "D:/other");
 }
@@ -377,7 +377,7 @@ TEST(ResultsCopies, AFolderIsItsRowOfEitherTable) {
         }
         ASSERT_EQ(results_folder_at(folders, 0, {}, &name), 1);
         EXPECT_EQ(to_string(name), "one");
-        ASSERT_EQ(results_folder_at(folders, 1, {}, &name), ROW_COPIED); // there is nothing to copy
+        ASSERT_EQ(results_folder_at(folders, 1, {}, &name), ROW_COPIED); // nothing to copy
         EXPECT_EQ(name.count, 0u);
         ASSERT_EQ(results_folder_at(folders, 2, {}, &name), 1);
         EXPECT_EQ(to_string(name), "three");
@@ -398,7 +398,7 @@ TEST(ResultsCopies, TheTextsAreCopiedAsFarAsTheRoomGoes) {
     put_hit(RESULT_HIT, 0, 12, stored[2].c_str());
     Str stored_name = str_over(stored[3]);
     dynarray_push(&results_store.matching_folders, sizeof(Str), &stored_name);
-    for (uint64_t room = 0; room <= 20; room++) { // each text wants one more, for its zero byte
+    for (uint64_t room = 0; room <= 20; room++) { // each text needs one more for its zero byte
         std::string bytes(room + 1, '#');
         ResultRecord hit;
         FileEntry file;
@@ -425,8 +425,8 @@ TEST(ResultsCopies, TheTextsAreCopiedAsFarAsTheRoomGoes) {
 #ifndef _WIN32
 namespace {
 
-// Moves a table's rows to a page whose first touch is where the worker gets its turn: between the reader's
-// look at the count and its look at the row. Gives all of it back at the end.
+// Moves a table's rows to a page whose first access lets the worker run: after the reader has read the count
+// and before it reads the row. Restores everything at the end.
 class TouchScope {
 public:
     TouchScope(DynArray *touched, void (*turn)()) : table(touched), rows(touched->data) {
@@ -460,7 +460,7 @@ private:
         if (turn) {
             turn();
         } else {
-            _exit(1); // a fault of the test's own
+            _exit(1); // a crash in the test itself
         }
     }
 
@@ -500,7 +500,7 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
     };
     const auto nothing = [] {};
     const auto take = [] { take_request(); };
-    const auto take_and_find = [] { // the next search is as far already
+    const auto take_and_find = [] { // the next search has already got as far
         take_request();
         for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
                                 &results_store.matching_folders, &results_store.other_folders}) {
@@ -558,7 +558,7 @@ TEST(Request, EachThatIsTakenIsCounted) {
     SearchScope scope;
     uint32_t taken = search_state.requests_taken;
     publish_request();
-    EXPECT_EQ(search_state.requests_taken, taken); // by the worker alone
+    EXPECT_EQ(search_state.requests_taken, taken); // only the worker counts
     for (uint32_t i = 1; i <= 3; i++) {
         take_request();
         EXPECT_EQ(search_state.requests_taken, taken + i);
@@ -631,7 +631,7 @@ TEST(StoreOrder, AnEditRightAfterTheRequestIsClearedIsSeenAndItsRequestStays) {
                  [] {
                      if (!search_state.request_pending && search_state.requests_published == 3) {
                          search_state.path.count = 3;
-                         search_state.requests_published = 4; // its flag is lost
+                         search_state.requests_published = 4; // its flag gets lost
                      }
                      return each_step::State{};
                  });
@@ -644,7 +644,7 @@ TEST(StoreOrder, AnEditRightAfterTheRequestIsClearedIsSeenAndItsRequestStays) {
 TEST(StoreOrder, ARowIsWholeBeforeItIsCountedAndCountedBeforeResultsAreDirty) {
     SearchScope scope;
     static char bytes[] = ".\n foo.....";
-    memset(results_store.hit_table.data, 0x55, 2 * sizeof(ResultRecord)); // a search before has left it
+    memset(results_store.hit_table.data, 0x55, 2 * sizeof(ResultRecord)); // left by an earlier search
     EXPECT_EQ(states_while(
                   [] {
                       scan_contents({strlen(bytes), bytes}, str_from("foo"), 0);
@@ -704,7 +704,7 @@ TEST(StoreOrder, RowsAreReadWithTheCountOfTheirOwnBlockOrAnEarlierOne) {
                      });
         EXPECT_TRUE(rows.data == long_block || rows.count == 1) << turn;
         turn++;
-    } while (step >= turn); // it came before the reader's last instruction
+    } while (step >= turn); // the turn came before the reader's last instruction
     EXPECT_EQ(rows.data, short_block);
 }
 #endif

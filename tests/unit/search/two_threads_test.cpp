@@ -1,7 +1,7 @@
 // The two threads as they really run: the worker searches while the interface edits both fields, publishes
-// and reads the results. Without locks a text's bytes may be the next search's meanwhile, but a row is whole;
-// under the address sanitizer none of it may touch memory that was given back, and the last request's results
-// must be right.
+// and reads the results. Without locks a text's bytes may already be the next search's, but a row is
+// complete. Under the address sanitizer nothing may touch freed memory, and the last request's results must
+// be correct.
 
 #include <gtest/gtest.h>
 
@@ -26,8 +26,8 @@
 
 namespace {
 
-// Edits a field as typing does, in place; the storage grows now and then. The first kept bytes stay what they
-// are, so that nothing but the tree is ever searched.
+// Edits a field in place, as typing does; the storage grows now and then. The first kept bytes never change,
+// so that only the tree is ever searched.
 void edit(StrBuf *field, std::mt19937 &random, const std::string &whole, uint64_t kept) {
     switch (field->count < kept ? 0 : random() % 4) {
     case 0:
@@ -51,7 +51,7 @@ void edit(StrBuf *field, std::mt19937 &random, const std::string &whole, uint64_
     }
 }
 
-#if defined(__SANITIZE_THREAD__) // it looks at both stacks of each intentional race
+#if defined(__SANITIZE_THREAD__) // it inspects both stacks of each intentional race
 constexpr int requests = 100;
 constexpr uint32_t requests_to_take = 30;
 constexpr uint64_t rows_in_frame = 4;
@@ -63,9 +63,9 @@ constexpr uint64_t rows_in_frame = UINT64_MAX;
 
 // What a reader has seen.
 struct Seen {
-    uint64_t rows;       // that were there
-    uint64_t sure_texts; // copies, which nobody can have overwritten meanwhile
-    uint64_t mixed_rows; // put together wrongly
+    uint64_t rows;       // found in the tables
+    uint64_t sure_texts; // copies, which cannot have been overwritten
+    uint64_t mixed_rows; // with parts of different rows
     uint64_t wrong_texts;
 };
 
@@ -108,7 +108,7 @@ void read_frame(uint64_t root_length, Seen *seen) {
     }
 }
 
-// So that the tables grow again and again while they are read.
+// Makes the tables grow repeatedly while they are read.
 void start_tables_small() {
     for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
                             &results_store.matching_folders, &results_store.other_folders}) {
@@ -116,8 +116,8 @@ void start_tables_small() {
     }
 }
 
-// Publishes that many requests with ever changing texts, and goes on until that many have been taken; then
-// one for the needle in the whole tree.
+// Publishes to_publish requests or more with changing texts, until to_be_taken have been taken, then one for
+// the needle in the whole tree.
 void publish_many(const TestTree &tree, int to_publish, uint32_t to_be_taken) {
     std::mt19937 random(11);
     const std::string queries[] = {"needle", "hay", "e", "\t", "nothing of the kind"};
@@ -143,7 +143,7 @@ void publish_many(const TestTree &tree, int to_publish, uint32_t to_be_taken) {
     set_field(&search_state.query, "needle");
     publish_request();
     while (seen.rows == 0 ||
-           seen.sure_texts == 0) { // a worker that sleeps may have been asked anew each time
+           seen.sure_texts == 0) { // every earlier request may have come while the worker slept
         os_sleep_ms(1);
         read_frame(root_length, &seen);
     }
@@ -151,7 +151,7 @@ void publish_many(const TestTree &tree, int to_publish, uint32_t to_be_taken) {
     EXPECT_EQ(seen.wrong_texts, 0u);
 }
 
-// Until the request is taken and the turn that took it has ended.
+// Waits until the request is taken and the turn that took it has ended.
 void wait_for_the_last_request() {
     while (search_state.request_pending) {
         os_sleep_ms(1);
@@ -174,7 +174,7 @@ uint32_t turn_without_sleep(void *) {
     return 0;
 }
 
-// Nothing is left of what was retired, and nobody reads any more.
+// Ends all reading: every retired block must now be freed.
 void end_passes() {
     search_state.worker_pass = search_state.worker_pass + 2;
     search_state.interface_pass = search_state.interface_pass + 2;
@@ -215,7 +215,7 @@ void publish_to_a_worker_that_never_sleeps() {
 
 } // namespace
 
-// The worker's turns without the poll's sleep, so that thousands of requests are really taken.
+// The worker's turns without the sleep in between, so that thousands of requests are really taken.
 TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
     publish_to_a_worker_that_never_sleeps();
 }
@@ -227,12 +227,12 @@ TEST(TwoThreads, AWorkerWithReadersEndsWithTheLastRequestsResults) {
     search_state.reader_count = readers_start(0);
 }
 
-// The thread sanitizer holds signals back, and with them the stopping of a thread that makes no calls.
+// The thread sanitizer delays signals, so a thread that makes no calls cannot be stopped.
 #if !defined(__SANITIZE_THREAD__)
 
 namespace {
 
-// A row as results_hit_at gives it, or a folder with nothing but its name.
+// A row as results_hit_at returns it, or a folder with only its name.
 struct WholeRow {
     ResultRecord hit;
     FileEntry file;
@@ -268,7 +268,7 @@ uint32_t read_without_end(void *) {
     return 0;
 }
 
-// Fills the tables with hits, and with names of folders.
+// Fills the tables with hits and folder names.
 void search_both(const std::string &folder, const std::string &folders) {
     set_field(&search_state.path, folder);
     set_field(&search_state.query, "needle");
@@ -283,8 +283,8 @@ void search_both(const std::string &folder, const std::string &folders) {
 
 } // namespace
 
-// The reader is stopped wherever it happens to be, mostly within the copying of a row, and finds another
-// search's rows when it goes on.
+// The reader is stopped at an arbitrary point, usually while copying a row, and finds another search's rows
+// when it continues.
 TEST(TwoThreads, ARowThatIsBeingCopiedWhenTheNextSearchStartsIsNotMixed) {
     TestTree tree;
     telling::fill(tree);
@@ -329,17 +329,17 @@ TEST(TwoThreads, ARowThatIsBeingCopiedWhenTheNextSearchStartsIsNotMixed) {
 
 #endif
 
-// The worker as it is started. For the thread sanitizer nothing orders its writes before the test's reads.
+// The worker as started. To the thread sanitizer, nothing orders its writes before the test's reads.
 #if !defined(__SANITIZE_THREAD__)
 
-// The linker hands every call of os_sleep_ms to the first of these; the second is the real one.
+// The linker redirects every call of os_sleep_ms to the first of these; the second is the real one.
 extern "C" void __wrap__Z11os_sleep_msj(uint32_t ms);
 extern "C" void __real__Z11os_sleep_msj(uint32_t ms);
 
 namespace {
 
 thread_local uint8_t is_watched;
-volatile uint32_t watched_sleep; // milliseconds, and the thread sleeps for ever
+volatile uint32_t watched_sleep; // milliseconds; the thread then sleeps for ever
 #ifdef _WIN32
 volatile uint32_t watched_error_mode; // of the thread when it sleeps
 #endif
@@ -365,7 +365,7 @@ void __wrap__Z11os_sleep_msj(uint32_t ms) {
 TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurns) {
     static Thread *threads[2]; // never end
     for (uint8_t pending : {uint8_t{0}, uint8_t{1}}) {
-        search_state.request_pending = pending; // of no text, so that the turn ends at once
+        search_state.request_pending = pending; // with empty texts, so the turn ends at once
         search_state.worker_pass = 0;
         watched_sleep = 0;
         threads[pending] = os_thread_start(watched_worker, nullptr);
@@ -375,7 +375,7 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
         }
         EXPECT_EQ(watched_sleep, 100u);
 #ifdef _WIN32
-        EXPECT_EQ(watched_error_mode, uint32_t{SEM_FAILCRITICALERRORS}); // no box waits for an answer
+        EXPECT_EQ(watched_error_mode, uint32_t{SEM_FAILCRITICALERRORS}); // no error box
 #endif
         EXPECT_EQ(search_state.worker_pass, 1u); // after its first turn
         EXPECT_EQ(search_state.request_pending, 0);
@@ -387,7 +387,7 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
 }
 
 // The worker thread itself. It never ends, so this is the program's last test, and what it uses is never
-// given back.
+// freed.
 TEST(TwoThreadsLast, TheWorkerThreadEndsWithTheLastRequestsResults) {
     TestTree tree;
     telling::fill(tree);

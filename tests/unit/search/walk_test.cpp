@@ -23,7 +23,7 @@ uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
     EXPECT_TRUE(entry.is_folder == 0 || entry.is_folder == 1);
     seen->names.push_back(to_string(entry.name) + (entry.is_folder ? "/" : "") + " " +
                           std::to_string(entry.size));
-    return seen->names.size() < seen->stop_after ? 2 : 0; // any value but 0 goes on
+    return seen->names.size() < seen->stop_after ? 2 : 0; // anything but 0 continues
 }
 
 std::vector<std::string> walk(const std::string &folder, size_t stop_after = SIZE_MAX) {

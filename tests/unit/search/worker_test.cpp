@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A file of a length that no other allocation of a search has, so that a test can tell when it is read.
+// A file whose length matches no other allocation of a search, so that a test notices when it is read.
 constexpr uint64_t marker_length = 12345;
 constexpr uint64_t marker_block = marker_length + 1 + ((marker_length + 1) & 63);
 
@@ -32,11 +32,11 @@ std::string marker_bytes() {
     return bytes;
 }
 
-uint32_t listings; // that were started
+uint32_t listings; // started so far
 
 } // namespace
 
-// The linker hands every call of os_folder_first to the first of these; the second is the real one.
+// The linker redirects every call of os_folder_first to the first of these; the second is the real one.
 extern "C" void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse,
                                                                                 FolderEntry *);
 extern "C" void *__real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse,
@@ -128,7 +128,7 @@ TEST(Worker, PathsWithoutAFolderPartDoNothing) {
 TEST(Worker, AnEmptyPathIsNotReadBeforeItsStart) {
     TestTree tree;
     SearchScope scope;
-    // The text begins where its block does: the address sanitizer sees a read before it.
+    // The text is at the start of its block, so the address sanitizer sees any read before it.
     publish_request();
     search_worker_turn();
     EXPECT_EQ(stored_rows(), "files 0\n");
@@ -155,8 +155,8 @@ TEST(Worker, AFileAsThePathFindsNothing) {
 TEST(Worker, ADriveAndASlashListTheDrivesRoot) {
     TestTree tree;
     SearchScope scope;
-    // The rest of the path is "C:", which elsewhere means the drive's current folder; with "/*" after it, it
-    // is the root.
+    // The rest of the path is "C:", which elsewhere means the drive's current folder; followed by "/*" it is
+    // the root.
     fs::path before = fs::current_path();
     fs::current_path("C:/windows");
     std::string rows = search_rows(tree, "C:/", "foo");
@@ -256,7 +256,7 @@ TEST(Worker, ASearchWithoutHitsLeavesTheDirtyFlagAlone) {
     set_field(&search_state.path, tree.path());
     set_field(&search_state.query, "foo");
     publish_request();
-    search_state.results_dirty = 0; // the interface has drawn already
+    search_state.results_dirty = 0; // the interface has already redrawn
     search_worker_turn();
     EXPECT_EQ(search_state.results_dirty, 0);
 }
@@ -297,7 +297,7 @@ TEST(Worker, ARequestDuringTheFirstPassStopsBeforeTheNextEntry) {
     search_rows(tree, tree.path(), "foo");
     EXPECT_EQ(read_files, 4);
     EXPECT_EQ(results_store.file_table.count, 4u); // the file being read is finished
-    EXPECT_EQ(results_store.hit_table.count, 2u);  // emptied in the middle, then that file's rows
+    EXPECT_EQ(results_store.hit_table.count, 2u);  // emptied halfway, then that file's rows
     EXPECT_EQ(search_state.request_pending, 1);    // left for the next turn
     EXPECT_EQ(search_state.search_busy, 0);
 }
@@ -365,7 +365,7 @@ TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
     std::string folder = tree.path();
     search_state.request_pending = 1;
     EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)), 0);
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0)), 0); // nor passed
+    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0)), 0); // for a file too
     search_state.request_pending = 0;
     EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0)), 1); // a file
     EXPECT_EQ(stored_rows(), "files 0\n");
@@ -414,16 +414,16 @@ TEST(Worker, AFolderThatIsGoneWhenItIsEnteredIsEmpty) {
     SearchScope scope;
     tree.file("a/marker", marker_bytes());
     tree.file("b/marker", marker_bytes());
-    tree.file("c", "foo....."); // so that something is found at all
+    tree.file("c", "foo....."); // so that there is something to find
     TestTree elsewhere;
     bool removed = false;
     HeapHookScope hook([&](uint64_t size) {
         if (size == marker_block && !removed) {
             removed = true;
-            // One of them is being read; neither is there any more when the walk goes on.
+            // One of them is being read; both are gone when the walk continues.
             for (const char *name : {"a", "b"}) {
                 fs::create_directory(elsewhere.native(name));
-                std::error_code in_use; // the file that is open cannot be moved away everywhere
+                std::error_code in_use; // some systems cannot move an open file
                 fs::rename(tree.native(name) / "marker", elsewhere.native(name) / "marker", in_use);
                 fs::remove(tree.native(name), in_use);
             }
@@ -432,15 +432,15 @@ TEST(Worker, AFolderThatIsGoneWhenItIsEnteredIsEmpty) {
     });
     search_rows(tree, tree.path(), "foo");
     EXPECT_TRUE(removed);
-    EXPECT_EQ(results_store.file_table.count, 2u); // c and the one that was open already
+    EXPECT_EQ(results_store.file_table.count, 2u); // c and the one already open
 }
 
 TEST(Worker, AFolderNested1000Deep) {
     TestTree tree;
     SearchScope scope;
-    // Built from the inside out, and taken apart from the outside in, so that no path gets long.
+    // Built from the inside out and removed from the outside in, so that no path gets too long.
 #ifdef _WIN32
-    constexpr uint64_t levels = 200; // more than a path can have there; each one makes the renaming slower
+    constexpr uint64_t levels = 200; // more than fit in a path there; each makes renaming slower
 #else
     constexpr uint64_t levels = 1000;
 #endif
@@ -457,7 +457,7 @@ TEST(Worker, AFolderNested1000Deep) {
     uint64_t found = results_store.file_table.count;
     EXPECT_EQ(results_store.hit_table.count, 2 * found);
 #ifdef _WIN32
-    // The system's limit for paths may end the walk; every file within it is found.
+    // The system's path limit may end the walk; every file within the limit is found.
     EXPECT_GE(found, (260 - tree.path().size()) / 2 - 2);
     EXPECT_LE(found, levels);
 #else
@@ -479,7 +479,7 @@ TEST(Worker, FilesThatAreGoneWhenTheirTurnComesLeaveNoTrace) {
     bool removed = false;
     HeapHookScope hook([&](uint64_t size) {
         if (size == marker_block && !removed) {
-            removed = true; // the first is being read: it may stay, as a file that is open
+            removed = true; // the first is being read and may stay, as it is open
             for (const char *name : {"a", "b", "c", "d/e"}) {
                 std::error_code in_use;
                 fs::remove(tree.native(name), in_use);
@@ -522,13 +522,13 @@ TEST(Worker, ATreeThatAnotherThreadRemovesAndMakesAnewIsSearchedToItsEnd) {
     changes.join();
 }
 
-#ifdef __linux__ // elsewhere a path of that length cannot even be made
+#ifdef __linux__ // elsewhere such a long path cannot be created
 TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
     TestTree tree;
     SearchScope scope;
     tree.file("top", "foo.....");
     constexpr size_t longest_name = 255, levels = 4;
-    // Built from the inside out, so that no path gets long.
+    // Built from the inside out, so that no path gets too long.
     const fs::path part = tree.native("part");
     std::string path = std::string(longest_name, 'f');
     for (size_t level = 0; level < levels; level++) {
@@ -548,7 +548,7 @@ TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
     EXPECT_NE(rows.find("file top\nhit 1 1 0 foo..\n"), std::string::npos);
     EXPECT_EQ(results_store.file_table.count, 3u);
     EXPECT_NE(rows.find("file w/" + path + "\nhit 1 1 0 foo..\n"), std::string::npos) << rows;
-    for (size_t level = levels - 1; level > 0; level--) { // taken apart likewise
+    for (size_t level = levels - 1; level > 0; level--) { // removed from the outside in
         fs::rename(tree.native("w") / std::string(longest_name, static_cast<char>('a' + level - 1)), part);
         fs::remove_all(tree.native("w"));
         fs::rename(part, tree.native("w"));
@@ -568,7 +568,7 @@ TEST(Worker, EveryFolderIsWalkedThoughTheArenaWritesOverItsPath) {
     }
     os_free(results_store.arena.base);
     arena_init(&results_store.arena, 600);        // a few paths
-    for (int search = 1; search <= 3; search++) { // each with more blocks than the one before
+    for (int search = 1; search <= 3; search++) { // each with more blocks than the last
         search_rows(tree, tree.path(), "foo");
         EXPECT_EQ(results_store.file_table.count, folders * files) << search;
         EXPECT_EQ(results_store.hit_table.count, 2 * folders * files) << search; // a header and a line each
@@ -592,7 +592,7 @@ TEST(Worker, ASubfolderWhosePathNoSystemOpensIsPassed) {
     SearchScope scope;
     search_state.request_pending = 0;
     std::string folder(4090, 'a');
-    for (const char *name : {"1234", "12345", "123456"}) { // the first has room, and is nowhere
+    for (const char *name : {"1234", "12345", "123456"}) { // the first fits, but does not exist
         EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from(name), 0, 1)), 1);
         EXPECT_EQ(stored_rows(), "files 0\n");
     }
@@ -629,7 +629,7 @@ TEST(Worker, LinkedFoldersAreEnteredButNoneThatHoldsItself) {
                                                             "file a/f\nhit 1 1 0 foo..\n"
                                                             "file to_a/f\nhit 1 1 0 foo..\n"
                                                             "file to_file\nhit 1 1 0 foo..\n");
-    EXPECT_EQ(sort_file_groups(search_rows(tree, tree.path("a/"), "foo")), // every one is suggested
+    EXPECT_EQ(sort_file_groups(search_rows(tree, tree.path("a/"), "foo")), // all are suggested
               "files 0\nmatch root\nmatch to_itself\nmatch up\n");
 }
 
