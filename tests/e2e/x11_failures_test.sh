@@ -34,14 +34,16 @@ until_true() { # gives up after half a minute, more than any machine needs
     return 1
 }
 
-start_server() { # ARGUMENTS...
-    mkfifo number
-    Xvfb -displayfd 3 -noreset -nolisten tcp "$@" 3> number > server.log 2>&1 &
+servers=0
+start_server() { # ARGUMENTS... On displays of this process's own, as under_screen does.
+    export DISPLAY=:$((51000 + $$ % 1000 * 10 + servers))
+    servers=$((servers + 1))
+    mkfifo ready
+    Xvfb "$DISPLAY" -displayfd 3 -noreset -nolisten tcp "$@" 3> ready > server.log 2>&1 &
     server=$!
     started+=("$server")
-    read -r display < number
-    rm number
-    export DISPLAY=:$display
+    read -r < ready
+    rm ready
 }
 
 end_server() {
