@@ -112,14 +112,14 @@ void load(Field *field, const ReplacedFile *file, bool restore_text) {
 } // namespace
 
 void saved_list_load(Field *field, bool restore_text) {
-    FilePaths paths;
+    FilePaths paths = {};
     if (file_paths(field, &paths)) {
         load(field, &paths.file, restore_text);
     }
 }
 
 void saved_list_write(Field *field) {
-    FilePaths paths;
+    FilePaths paths = {};
     if (!file_paths(field, &paths) || field->entries.capacity == 0) {
         return;
     }
