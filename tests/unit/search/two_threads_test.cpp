@@ -199,7 +199,8 @@ void publish_to_a_worker_that_never_sleeps() {
     search_state.worker_pass = 1;
     stop_turning = 0;
     has_stopped = 0;
-    static Thread *thread;
+    static Thread *threads[2]; // the layer's records, which stay
+    Thread *&thread = threads[threads[0] ? 1 : 0];
     thread = os_thread_start(turn_without_sleep, nullptr);
     ASSERT_NE(thread, nullptr);
     publish_many(tree, requests, requests_to_take);
