@@ -29,7 +29,7 @@ store() { "$bin/search_time" "$tree" "$1" | cat > /dev/null; }
 dump() { "$bin/search_dump" "$tree" "$1" | cat > /dev/null; }
 readers_2() { "$bin/search_time" --readers 2 "$tree" "$1" | cat > /dev/null; }
 readers_8() { "$bin/search_time" --readers 8 "$tree" "$1" | cat > /dev/null; }
-floor() { "$bin/search_time" "$tree" | cat > /dev/null; }
+bound() { "$bin/search_time" "$tree" | cat > /dev/null; }
 rg_threads() { # rg_threads NEEDLE OPTION...
     local needle=$1
     shift
@@ -55,20 +55,20 @@ median() { sort -n | awk '{ v[NR] = $1 } END { print NR % 2 ? v[(NR + 1) / 2] : 
 measure() {
     local label=$1 needle=$2 round program name base
     rm -f "$work"/time_*
-    for program in store dump floor rg_run ugrep_run grep_run; do "$program" "$needle"; done # warm up
+    for program in store dump bound rg_run ugrep_run grep_run; do "$program" "$needle"; done # warm up
     for ((round = 0; round < rounds; round++)); do
-        for program in store readers_2 readers_8 dump floor rg_run rg_all; do timed "$program" "$needle" >> "$work/time_$program"; done
+        for program in store readers_2 readers_8 dump bound rg_run rg_all; do timed "$program" "$needle" >> "$work/time_$program"; done
         if ((round < 3)); then
             for program in ugrep_run grep_run; do timed "$program" "$needle" >> "$work/time_$program"; done
         fi
     done
     base=$(median < "$work/time_rg_run")
-    for program in store readers_2 readers_8 dump floor rg_run rg_all ugrep_run grep_run; do
+    for program in store readers_2 readers_8 dump bound rg_run rg_all ugrep_run grep_run; do
         case $program in
         store) name='this search' ;;
         readers_*) name="this search, ${program#readers_} readers" ;;
         dump) name='this search, printed' ;;
-        floor) name='lower bound: same walk and reads, no scan' ;;
+        bound) name='lower bound: same walk and reads, no scan' ;;
         rg_run) name='rg -j1' ;;
         rg_all) name='rg' ;;
         *) name=${program%_run} ;;

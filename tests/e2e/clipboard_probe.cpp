@@ -78,7 +78,8 @@ int set_and_leave(const std::string &text) {
         char result = static_cast<char>(set(text));
         bool is_told = write(ends[1], &result, 1) == 1;
         close(ends[1]);
-        for (FILE *file : {stdout, stderr}) { // else whoever waits for their end waits for this process
+        for (FILE *file :
+             {stdout, stderr}) { // or a program that reads them to the end would wait for this process
             is_told = freopen("/dev/null", "w", file) && is_told;
         }
         alarm(300);
