@@ -128,7 +128,7 @@ measure_cold() {
     echo '|---|---|---|---|'
     "$bin/scan_bench" --benchmark_repetitions=5 --benchmark_min_time=0.1 --benchmark_report_aggregates_only=true \
         --benchmark_format=json "$tree" 2> /dev/null |
-        jq -r '.benchmarks[] | select(.aggregate_name == "median") | [.run_name, .bytes_per_second / 1e9] | @tsv' |
+        jq -r '.benchmarks[] | select(.aggregate_name == "median" and .bytes_per_second) | [.run_name, .bytes_per_second / 1e9] | @tsv' |
         awk -F'\t' '{
             name = $1; sub(/\/[0-9]+$/, "", name)
             size = $1; sub(/.*\//, "", size)
