@@ -37,47 +37,22 @@ const std::string second_name = "list.new";
 const std::string earlier_name = "list.txt.new";
 
 // A replaced file in a folder of its own.
-class Files {
+class Files : public TestTree {
 public:
     Files()
-        : first_path(tree.path(first_name)), second_path(tree.path(second_name)),
-          earlier_path(tree.path(earlier_name)), file{str_over(first_path), str_over(second_path),
-                                                      str_over(earlier_path)} {}
-
-    Bytes read(const std::string &name) const {
-        return fs::is_regular_file(tree.native(name)) ? Bytes(bytes_of(tree.native(name))) : std::nullopt;
-    }
+        : first_path(path(first_name)), second_path(path(second_name)),
+          earlier_path(path(earlier_name)), replaced{str_over(first_path), str_over(second_path),
+                                                     str_over(earlier_path)} {}
 
     // A file's bytes, or what there is in its place.
     std::string at(const std::string &name) const {
-        return fs::is_directory(tree.native(name)) ? "folder" : read(name).value_or("none");
-    }
-
-    void put(const std::string &name, const Bytes &bytes) const {
-        fs::remove_all(tree.native(name));
-        if (bytes) {
-            tree.file(name, *bytes);
-        }
-    }
-
-    // The names in the folder, sorted, with spaces between.
-    std::string names() const {
-        std::vector<std::string> found;
-        for (const fs::directory_entry &entry : fs::directory_iterator(tree.native(""))) {
-            found.push_back(entry.path().filename().string());
-        }
-        std::sort(found.begin(), found.end());
-        std::string all;
-        for (const std::string &name : found) {
-            all += (all.empty() ? "" : " ") + name;
-        }
-        return all;
+        return fs::is_directory(native(name)) ? "folder" : read(name).value_or("none");
     }
 
     // What a start reads: the content, or "(unread)".
     std::string started() {
         Str content;
-        is_unread = !read_replaced_file(&file, &content);
+        is_unread = !read_replaced_file(&replaced, &content);
         std::string text = is_unread ? "(unread)" : to_string(content);
         EXPECT_TRUE(!is_unread || !content.data);
         os_file_free(&content);
@@ -98,13 +73,12 @@ public:
         if (!is_unread) {
             std::string block(replaced_length_size, 0);
             block += content;
-            replace_file(&file, str_over(block));
+            replace_file(&replaced, str_over(block));
         }
     }
 
-    TestTree tree;
     std::string first_path, second_path, earlier_path;
-    ReplacedFile file;
+    ReplacedFile replaced;
     bool is_unread = false;
 };
 
@@ -269,7 +243,7 @@ TEST(EarlierSecondFile, IsOlderThanASecondFileOfThisVersion) {
     files.put(second_name, second_of("abc"));
     files.put(earlier_name, second_of("stale"));
     {
-        Unreadable unreadable(files.tree.native(second_name)); // but may have the content
+        Unreadable unreadable(files.native(second_name)); // but may have the content
         EXPECT_EQ(files.started(), "(unread)");
     }
     EXPECT_EQ(files.started(), "abc");
@@ -278,7 +252,7 @@ TEST(EarlierSecondFile, IsOlderThanASecondFileOfThisVersion) {
 
 TEST(EarlierSecondFile, ThatIsAFolderIsIgnored) {
     Files files;
-    files.tree.folder(earlier_name);
+    files.folder(earlier_name);
     EXPECT_EQ(files.started_with("old", std::nullopt), "old");
     files.change("new");
     EXPECT_EQ(files.read(first_name), "new");
@@ -302,7 +276,7 @@ TEST(EarlierSecondFile, ThatCannotBeFinishedIsNotReplaced) {
 TEST(EarlierSecondFile, ThatCannotBeReadMayHaveTheContentOfAMissingFile) {
     Files files;
     files.put(earlier_name, second_of("abc"));
-    Unreadable unreadable(files.tree.native(earlier_name));
+    Unreadable unreadable(files.native(earlier_name));
     EXPECT_EQ(files.started(), "(unread)");
 }
 
@@ -320,15 +294,15 @@ void put_first(const Files &files, FileState state) {
     case MISSING:
         return;
     case FOLDER:
-        return files.tree.folder(first_name);
+        return files.folder(first_name);
     case EMPTY:
-        return files.tree.file(first_name, "");
+        return files.file(first_name, "");
     case BEGINNING:
-        return files.tree.file(first_name, "a");
+        return files.file(first_name, "a");
     case WHOLE:
-        return files.tree.file(first_name, second_content);
+        return files.file(first_name, second_content);
     default:
-        return files.tree.file(first_name, other_content);
+        return files.file(first_name, other_content);
     }
 }
 
@@ -338,11 +312,11 @@ void put_second(const Files &files, FileState state) {
     case MISSING:
         return;
     case FOLDER:
-        return files.tree.folder(second_name);
+        return files.folder(second_name);
     case CUT_OFF:
-        return files.tree.file(second_name, bytes.substr(0, bytes.size() - 1));
+        return files.file(second_name, bytes.substr(0, bytes.size() - 1));
     default:
-        return files.tree.file(second_name, bytes);
+        return files.file(second_name, bytes);
     }
 }
 
@@ -407,7 +381,7 @@ TEST(ReplacedFileStates, EachHasItsContentAndItsFilesAfterAStartAndAfterAChange)
     for (const StateRow &row : state_rows) {
         SCOPED_TRACE("second " + std::to_string(row.second) + ", first " + std::to_string(row.first));
         Files files;
-        fs::permissions(files.tree.native(""), fs::perms::all); // everything could be deleted
+        fs::permissions(files.native(""), fs::perms::all); // everything could be deleted
         put_first(files, row.first);
         put_second(files, row.second);
         const std::string first = files.at(first_name);
@@ -416,7 +390,7 @@ TEST(ReplacedFileStates, EachHasItsContentAndItsFilesAfterAStartAndAfterAChange)
         bool is_unreadable = row.first == UNREADABLE || row.second == UNREADABLE;
         const auto make_unreadable = [&] {
             if (is_unreadable) {
-                unreadable.emplace(files.tree.native(row.first == UNREADABLE ? first_name : second_name));
+                unreadable.emplace(files.native(row.first == UNREADABLE ? first_name : second_name));
             }
         };
         make_unreadable();
@@ -503,21 +477,21 @@ TEST(FailedWrite, OfAFirstFileThatCannotBeDeletedIsForgottenWhenTheUserChangesTh
 TEST(FailedWrite, OfAFileWithTheReadOnlyAttributeLeavesNoSecondFile) {
     Files files;
     files.put(first_name, "old");
-    fs::permissions(files.tree.native(first_name), fs::perms::owner_read);
+    fs::permissions(files.native(first_name), fs::perms::owner_read);
     files.change("new");
     EXPECT_EQ(files.read(first_name), "old");
     EXPECT_EQ(files.names(), first_name);
-    fs::permissions(files.tree.native(first_name), fs::perms::all);
+    fs::permissions(files.native(first_name), fs::perms::all);
 }
 #endif
 
 TEST(FailedWrite, OfTheSecondFileInPlaceOfAFolderReplacesTheFirstAllTheSame) {
     Files files;
     files.put(first_name, "a long old content");
-    files.tree.folder(second_name);
+    files.folder(second_name);
     files.change("a");
     EXPECT_EQ(files.read(first_name), "a");
-    fs::remove(files.tree.native(second_name));
+    fs::remove(files.native(second_name));
     files.change("ab");
     EXPECT_EQ(files.read(first_name), "ab");
 }
@@ -558,7 +532,7 @@ TEST(FailedWrite, OfTheFirstFileWhenItIsDeletedKeepsTheSecond) {
 
 TEST(FailedWrite, OfTheFirstFileAtAStartLoadsTheListAllTheSame) {
     Files files;
-    files.tree.folder(first_name);
+    files.folder(first_name);
     files.put(second_name, second_of("abc"));
     EXPECT_EQ(files.started(), "abc");
     EXPECT_EQ(files.read(second_name), second_of("abc"));
@@ -579,8 +553,8 @@ TEST(FailedWrite, OfTheSecondFileLeavesTheFirstAsItIs) {
 class HeldFile {
 public:
     HeldFile(const Files &files, const std::string &name, DWORD share_mode)
-        : handle(CreateFileW(files.tree.native(name).c_str(), GENERIC_READ, share_mode, nullptr,
-                             OPEN_EXISTING, 0, nullptr)) {
+        : handle(CreateFileW(files.native(name).c_str(), GENERIC_READ, share_mode, nullptr, OPEN_EXISTING, 0,
+                             nullptr)) {
         EXPECT_NE(handle, INVALID_HANDLE_VALUE);
     }
     ~HeldFile() {

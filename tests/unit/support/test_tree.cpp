@@ -66,6 +66,30 @@ void TestTree::folder(const std::string &name) const {
     fs::create_directories(native(name));
 }
 
+void TestTree::put(const std::string &name, const std::optional<std::string> &bytes) const {
+    fs::remove_all(native(name));
+    if (bytes) {
+        file(name, *bytes);
+    }
+}
+
+std::optional<std::string> TestTree::read(const std::string &name) const {
+    return fs::is_regular_file(native(name)) ? std::optional(bytes_of(native(name))) : std::nullopt;
+}
+
+std::string TestTree::names() const {
+    std::vector<std::string> found;
+    for (const fs::directory_entry &entry : fs::directory_iterator(root)) {
+        found.push_back(entry.path().filename().string());
+    }
+    std::sort(found.begin(), found.end());
+    std::string all;
+    for (const std::string &name : found) {
+        all += (all.empty() ? "" : " ") + name;
+    }
+    return all;
+}
+
 std::string bytes_of(const fs::path &path) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in.good()) << path;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,15 @@ public:
     // Writes a file, with the folders above it.
     void file(const std::string &name, const std::string &bytes) const;
     void folder(const std::string &name) const;
+
+    // Replaces what is there, or only removes it if there are no bytes.
+    void put(const std::string &name, const std::optional<std::string> &bytes) const;
+
+    // A file's bytes; none when it is missing.
+    std::optional<std::string> read(const std::string &name) const;
+
+    // The names of all that is in the folder itself, sorted, with spaces between.
+    std::string names() const;
 
 private:
     std::filesystem::path root;

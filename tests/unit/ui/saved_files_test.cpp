@@ -35,35 +35,10 @@ const std::string second_file = "saved_queries.new";
 using Bytes = std::optional<std::string>; // of a file; none when it is missing
 
 // A folder with the lists' files.
-class ListFiles : public SavedListsScope {
+class ListFiles : public TestTree, public SavedListsScope {
 public:
-    ListFiles() : folder(tree.path() + "/") {
-        saved_folder = str_over(folder);
-    }
-
-    Bytes read(const std::string &name) const {
-        return fs::is_regular_file(tree.native(name)) ? Bytes(bytes_of(tree.native(name))) : std::nullopt;
-    }
-
-    void put(const std::string &name, const Bytes &bytes) const {
-        fs::remove_all(tree.native(name));
-        if (bytes) {
-            tree.file(name, *bytes);
-        }
-    }
-
-    // The names of all files, sorted, with spaces between.
-    std::string names() const {
-        std::vector<std::string> found;
-        for (const fs::directory_entry &entry : fs::directory_iterator(tree.native(""))) {
-            found.push_back(entry.path().filename().string());
-        }
-        std::sort(found.begin(), found.end());
-        std::string all;
-        for (const std::string &name : found) {
-            all += (all.empty() ? "" : " ") + name;
-        }
-        return all;
+    ListFiles() : saved_files_folder(path() + "/") {
+        saved_folder = str_over(saved_files_folder);
     }
 
     // The state after a start with these two files of queries and an empty field: "text: entries".
@@ -80,8 +55,7 @@ public:
         return text_of(*query) + ": " + entries_of(query_field.entries);
     }
 
-    TestTree tree;
-    std::string folder;
+    std::string saved_files_folder;
 };
 
 // The bytes of a second file for that content.
@@ -208,7 +182,7 @@ TEST(SavedFiles, AreNotUsedWithoutAFolder) {
     ListFiles files;
     saved_folder = {};
     fs::path before = fs::current_path();
-    fs::current_path(files.tree.native("")); // no files in the current folder either
+    fs::current_path(files.native("")); // no files in the current folder either
     type(query, "foo");
     fs::current_path(before);
     EXPECT_EQ(files.names(), "");
@@ -229,7 +203,7 @@ TEST(SavedFiles, MissingAndEmptyOnesChangeNothing) {
 TEST(SavedFiles, UnreadableOnesCountAsMissing) {
     ListFiles files;
     files.put(queries_file, "foo\r\nbar");
-    Unreadable unreadable(files.tree.native(queries_file));
+    Unreadable unreadable(files.native(queries_file));
     EXPECT_EQ(files.started(), ": ");
 }
 
@@ -238,7 +212,7 @@ TEST(SavedFiles, ThatCouldNotBeReadAreReadBeforeTheyAreReplaced) {
         ListFiles files;
         files.put(unread, unread == second_file ? second_of("foo\r\nbar") : "foo\r\nbar");
         {
-            Unreadable unreadable(files.tree.native(unread));
+            Unreadable unreadable(files.native(unread));
             files.started();
             set_field(query, "typed");
             saved_list_save(query, query);
@@ -258,9 +232,9 @@ TEST(SavedFiles, ThatCannotBeReadAtAllAreNotReplaced) {
         ListFiles files;
         files.put(queries_file, "foo\r\nbar");
         files.put(second_file, unread == second_file ? Bytes(second_of("foo\r\nbar")) : std::nullopt);
-        fs::permissions(files.tree.native(""), fs::perms::all); // the file could be deleted
+        fs::permissions(files.native(""), fs::perms::all); // the file could be deleted
         {
-            Unreadable unreadable(files.tree.native(unread));
+            Unreadable unreadable(files.native(unread));
             files.started();
             set_field(query, "typed");
             saved_list_write(query);
@@ -341,7 +315,7 @@ TEST(KilledWrite, TheSecondFileOfVersion095IsFinishedToo) {
 
 TEST(SavedFiles, InAFolderThatIsNotThereAreIgnored) {
     ListFiles files;
-    std::string missing = files.tree.path("missing") + "/";
+    std::string missing = files.path("missing") + "/";
     saved_folder = str_over(missing);
     type(query, "a");
     EXPECT_EQ(files.started(), ": ");
@@ -356,7 +330,7 @@ TEST(SavedFiles, AreWrittenInTheLongestFolderInWhichTheyCanBeRead) {
     constexpr size_t longest_path = PATH_MAX - 1;
 #endif
     size_t folder_size = longest_path - queries_file.size();
-    std::string deep = files.folder;
+    std::string deep = files.saved_files_folder;
     while (deep.size() + 200 < folder_size) {
         deep += std::string(99, 'x') + "/";
     }
