@@ -1,11 +1,13 @@
-// One search as the worker runs it: search_time [--readers COUNT] FOLDER [QUERY]. Without a query it uses one
-// longer than any file, so that every file is read and recorded but none is scanned: the lower bound of a
-// search. Prints the rows of both tables and the bytes of the stored strings and tables.
+// One search as the worker runs it: search_time [--readers COUNT] [--counts] FOLDER [QUERY]. Without a query
+// it uses one longer than any file, so that every file is read and recorded but none is scanned: the lower
+// bound of a search. With --counts the worker counts as for the status line. Prints the rows of both tables
+// and the bytes of the stored strings and tables.
 
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "os/threads.h"
 #include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
@@ -34,8 +36,14 @@ int main(int argc, char **argv) {
         argc -= 2;
         argv += 2;
     }
+    if (argc > 1 && strcmp(argv[1], "--counts") == 0) {
+        os_init(); // the clock
+        search_state.keeps_counts = 1;
+        argc -= 1;
+        argv += 1;
+    }
     if (argc != 2 && argc != 3) {
-        fputs("usage: search_time [--readers COUNT] FOLDER [QUERY]\n", stderr);
+        fputs("usage: search_time [--readers COUNT] [--counts] FOLDER [QUERY]\n", stderr);
         return 2;
     }
     results_store_reserve();

@@ -6,6 +6,7 @@
 
 #include <string.h>
 
+#include "os/errors.h"
 #include "os/process.h"
 
 // ---- The row-text buffer ----
@@ -189,8 +190,10 @@ bool expand_row_text(const FileEntry &file, const ResultRecord &hit) {
 
 // ---- Commands ----
 
-void expand_command(const FileEntry *file, const ResultRecord *hit) {
-    if (expand_row_text(*file, *hit)) {
-        os_run_process(strbuf_text(&row_text), 0);
+uint32_t expand_command(const FileEntry *file, const ResultRecord *hit) {
+    if (!expand_row_text(*file, *hit)) {
+        return 0;
     }
+    os_run_process(strbuf_text(&row_text), 0);
+    return os_start_error;
 }

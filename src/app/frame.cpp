@@ -7,6 +7,7 @@
 #include "app/scratch.h"
 #include "app/scrolling.h"
 #include "app/settings.h"
+#include "app/status_line.h"
 #include "os/threads.h"
 #include "render/draw.h"
 #include "render/text.h"
@@ -38,10 +39,31 @@ void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_
     }
 }
 
+void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
+    fill_rect(framebuffer, whole_of(framebuffer), whole_of(framebuffer), theme::background);
+    field_widget(framebuffer, str_from("Path: "), &path_field, layout);
+    if (!layout->stop) {
+        field_widget(framebuffer, str_from("Src: "), &query_field, layout);
+    }
+    if (layout->stop) {
+        return;
+    }
+    int32_t list_top = layout->y;
+    if (search_state.search_busy) { // intentionally asks for no redraw of its own
+        Rect list = {0, list_top, framebuffer->width, framebuffer->height - list_top};
+        fill_outline(framebuffer, whole_of(framebuffer), list, theme::busy_frame_thickness,
+                     theme::busy_frame);
+    }
+    draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, layout);
+    draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, layout);
+    int32_t first_visible_hit = search_state.results_scroll; // read once: the worker may set it to 0
+    results_view(framebuffer, first_visible_hit, layout);
+    draw_scroll_bar(framebuffer, list_top, first_visible_hit);
+}
+
 } // namespace
 
 void frame_draw(Framebuffer *framebuffer, Point mouse) {
-    fill_rect(framebuffer, whole_of(framebuffer), whole_of(framebuffer), theme::background);
     int32_t line_height = std::clamp(settings.line_height, -far_below, far_below);
     Layout layout = {};
     layout.x = theme::first_row_x;
@@ -52,24 +74,19 @@ void frame_draw(Framebuffer *framebuffer, Point mouse) {
     layout.text_y_offset = std::clamp(settings.text_y_offset, -far_below, far_below);
     layout.font_size = settings.font_size;
     layout.line_height = line_height;
-    field_widget(framebuffer, str_from("Path: "), &path_field, &layout);
-    if (!layout.stop) {
-        field_widget(framebuffer, str_from("Src: "), &query_field, &layout);
-    }
-    if (layout.stop) {
+    if (!settings.status_line) {
+        draw_fields_and_list(framebuffer, &layout);
         return;
     }
-    int32_t list_top = layout.y;
-    if (search_state.search_busy) { // intentionally asks for no redraw of its own
-        Rect list = {0, list_top, framebuffer->width, framebuffer->height - list_top};
-        fill_outline(framebuffer, whole_of(framebuffer), list, theme::busy_frame_thickness,
-                     theme::busy_frame);
+    status_line_begin_frame();
+    // For everything else the framebuffer ends above the status line, and a pointer there is below every row.
+    Framebuffer above = *framebuffer;
+    above.height = list_bottom(framebuffer->height);
+    if (mouse.y >= above.height) {
+        layout.mouse.y += layout.row_advance;
     }
-    draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, &layout);
-    draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, &layout);
-    int32_t first_visible_hit = search_state.results_scroll; // read once: the worker may set it to 0
-    results_view(framebuffer, first_visible_hit, &layout);
-    draw_scroll_bar(framebuffer, list_top, first_visible_hit);
+    draw_fields_and_list(&above, &layout);
+    draw_status_line(framebuffer, above.height, layout);
 }
 
 // ---- The loop ----
@@ -125,7 +142,7 @@ bool begin_frame() {
 }
 
 void end_frame(PlatformWindow *window, bool has_input) {
-    if (has_input || search_state.results_dirty) {
+    if (has_input || search_state.results_dirty || status_line_is_outdated()) {
         search_state.results_dirty = 0;
         frame_draw(&window->framebuffer, mouse_in(window));
         os_window_blit(window);

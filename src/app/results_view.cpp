@@ -5,6 +5,7 @@
 #include "actions/command_template.h"
 #include "app/scratch.h"
 #include "app/settings.h"
+#include "app/status_line.h"
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
@@ -32,7 +33,7 @@ void run_click_command(Layout *layout, const FileEntry &file, const ResultRecord
     }
     layout->click_consumed = 1;
     if (copy == ROW_COPIED && row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
-        expand_command(&file, &hit);
+        status_line_command_run(expand_command(&file, &hit));
     }
 }
 

@@ -8,9 +8,18 @@
 #include "search/search_state.h"
 #include "ui/theme.h"
 
+int32_t list_bottom(int32_t client_height) {
+    if (!settings.status_line) {
+        return client_height;
+    }
+    int64_t fields = theme::first_row_y + 2 * (int64_t{settings.line_height} + theme::field_padding);
+    int64_t row = int64_t{settings.line_height} + theme::status_padding;
+    return static_cast<int32_t>(std::max(client_height - row, std::min<int64_t>(fields, client_height)));
+}
+
 void results_scroll_by(int32_t direction, int32_t client_height) {
     // If the worker takes a request in between, its list is scrolled like the one before.
-    int32_t step = static_cast<int32_t>(client_height * 0.2 / settings.line_height);
+    int32_t step = static_cast<int32_t>(list_bottom(client_height) * 0.2 / settings.line_height);
     int64_t scroll = search_state.results_scroll - int64_t{direction} * std::max(step, 1);
     search_state.results_scroll = static_cast<int32_t>(std::clamp<int64_t>(scroll, 0, INT32_MAX));
 }

@@ -5,12 +5,17 @@
 
 #include "os/framebuffer.h"
 
-// Scrolls by one step of the wheel: a fifth of the client height, in pixels, and at least one hit. A positive
-// direction scrolls up, stopping at the first hit; a negative one scrolls down, even past the last hit.
+// Where the list area ends in a window of that client height: at its lower edge or, with a status line, at
+// the top of that line. In a low window the fields come first, then the status line, then the list.
+int32_t list_bottom(int32_t client_height);
+
+// Scrolls by one step of the wheel: a fifth of the client height without the status line, in pixels, and at
+// least one hit. A positive direction scrolls up, stopping at the first hit; a negative one scrolls down,
+// even past the last hit.
 void results_scroll_by(int32_t direction, int32_t client_height);
 
-// Draws the bar at the right edge of the list area, which reaches from list_top to the window's bottom, if
-// the hits are at least as tall as the area. The thumb shows the place of the first visible hit among all; it
-// is at least theme::shortest_thumb long, but no longer than the area, ends at the window's bottom at the
+// Draws the bar at the right edge of the list area, which reaches from list_top to the framebuffer's bottom,
+// if the hits are at least as tall as the area. The thumb shows the place of the first visible hit among all;
+// it is at least theme::shortest_thumb long, but no longer than the area, ends at the area's bottom at the
 // latest, and cannot be dragged.
 void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit);

@@ -1,5 +1,5 @@
-// settings.txt beside the executable: ten keys and an extension, set once at start-up and only read from then
-// on.
+// settings.txt beside the executable: ten keys and the extensions, set once at start-up and only read from
+// then on.
 //
 // A line is a key, whitespace and a value up to the line's end; a line that starts with '#' is a comment.
 // Spaces, tabs, carriage returns and line feeds are whitespace, and only a line feed ends a line. A key
@@ -24,7 +24,10 @@ struct Settings {
     uint8_t remember_last_query; // the same for the query
 
     int64_t max_file_size; // bytes; 0: no limit; the worker reads the copy in search_state
-    uint32_t reader_count; // an extension; 0 to 64; handed to the worker in search_state
+
+    // extensions
+    uint32_t reader_count; // 0 to 64; handed to the worker in search_state
+    uint8_t status_line;   // the worker, which counts for it, reads the copy in search_state
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.
     Str left_click_cmd;
@@ -36,8 +39,8 @@ struct Settings {
 // Before settings_load: the defaults, with the sizes in pixels 0.
 extern Settings settings;
 
-// Reads settings.txt in folder, which ends with '/', applies it and the fallbacks, and copies max_file_size
-// and reader_count to search_state. All defaults apply when the file cannot be read.
+// Reads settings.txt in folder, which ends with '/', applies it and the fallbacks, and copies to
+// search_state what the worker needs. All defaults apply when the file cannot be read.
 void settings_load(Str folder);
 
 // Applies the keys in a file's bytes, in their order. The click commands point into text. A font_file is

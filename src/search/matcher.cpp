@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "search/results_store.h"
+#include "search/search_counts.h"
 #include "search/search_state.h"
 
 namespace {
@@ -63,10 +64,12 @@ uint8_t on_file(void *, Str folder, const FolderEntry &entry) {
     }
     int64_t limit = search_state.max_file_size;
     if (limit != 0 && limit < static_cast<int64_t>(entry.size)) {
+        count_one(&search_counts.too_large);
         return 1;
     }
     Str contents = os_file_read_entry(results_push_path(folder, entry.name), entry.name);
     if (!contents.data) {
+        count_one(&search_counts.unreadable);
         return 1;
     }
     uint32_t file_index;
@@ -85,6 +88,7 @@ uint8_t push_file(Str folder, Str name, uint32_t *file_index) {
         return 0;
     }
     *file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
+    count_one(&search_counts.files);
     return 1;
 }
 
@@ -104,8 +108,10 @@ void push_hit(uint32_t file_index, const LineHit &hit) {
         header.kind = RESULT_FILE_HEADER;
         header.file_index = file_index;
         dynarray_push_shared(table, sizeof(header), &header, &results_store.retired);
+        count_one(&search_counts.files_with_hits);
     }
     dynarray_push_shared(table, sizeof(record), &record, &results_store.retired);
+    count_one(&search_counts.hits);
     search_state.results_dirty = 1;
 }
 

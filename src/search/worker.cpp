@@ -5,6 +5,7 @@
 #include "search/matcher.h"
 #include "search/readers.h"
 #include "search/results_store.h"
+#include "search/search_counts.h"
 #include "search/search_state.h"
 #include "search/walk.h"
 
@@ -18,19 +19,25 @@ constexpr uint32_t poll_period_ms = 100;
 // share one buffer. Longer than any path the system opens.
 char walked_path[4096];
 
-// Searches a folder's files, then its sub-folders.
-void search_folder(Str folder) {
-    walk_folder(folder, every_file);
+// Whether the folder that the search began with could be listed.
+uint8_t top_is_listed;
+
+// Searches a folder's files, then its sub-folders. Returns 0 when it cannot be listed.
+uint8_t search_folder(Str folder) {
+    uint8_t is_listed = walk_folder(folder, every_file);
     // The flag is read before the path's bytes, which an edit may have changed.
     if (!search_state.request_pending) {
         walk_folder(folder, every_subfolder);
     }
+    return is_listed;
 }
 
 // Searches a sub-folder whose path is shorter than walked_path.
 void search_subfolder(Str path) {
     memcpy(walked_path, path.data, path.count + 1);
-    search_folder({path.count, walked_path});
+    if (!search_folder({path.count, walked_path})) {
+        count_one(&search_counts.unreadable);
+    }
 }
 
 // ---- With readers ----
@@ -47,16 +54,22 @@ void store_file(const ReadJob *job, const ReadFile *file, uint64_t *position) {
             push_hit(file_index, hit);
         }
     }
+    if (!is_stored) {
+        count_one(&search_counts.unreadable);
+    }
 }
 
 void store_job(const ReadJob *job) {
     Str path = job->folder;
     if (job->begins_folder && !job->is_top) {
         path = arena_push_string(&results_store.arena, path); // as in on_subfolder
+        if (!path.data || path.count >= sizeof(walked_path)) {
+            count_one(&search_counts.unreadable);
+        }
     }
     if (job->is_left && path.data) {
         if (job->is_top) {
-            search_folder(path);
+            top_is_listed = search_folder(path);
         } else {
             search_subfolder(job->folder);
         }
@@ -66,6 +79,8 @@ void store_job(const ReadJob *job) {
         const ReadFile *file = &job->files[i];
         if (file->outcome == FILE_READ) {
             store_file(job, file, &position);
+        } else if (file->outcome == FILE_TOO_LARGE) {
+            count_one(&search_counts.too_large);
         } else if (file->outcome == FILE_LEFT) {
             FolderEntry entry;
             entry.name = file->name;
@@ -109,15 +124,22 @@ uint8_t search_with_readers(Str folder) {
     return has_begun;
 }
 
-void search_contents(Str folder) {
+SearchOutcome search_contents(Str folder) {
     if (search_state.query.count == 0) {
-        return;
+        return SEARCH_NONE;
     }
+    search_counts_set(SEARCH_RUNS);
     search_state.search_busy = 1;
+    top_is_listed = 1;
     if (!search_with_readers(folder)) {
-        search_folder(folder);
+        top_is_listed = search_folder(folder);
     }
     search_state.search_busy = 0;
+    if (top_is_listed) {
+        return SEARCH_FINISHED;
+    }
+    bool is_file = search_state.keeps_counts && !os_path_is_folder(folder);
+    return is_file ? SEARCH_NOT_A_FOLDER : SEARCH_UNREADABLE_FOLDER;
 }
 
 // Splits the path into a folder and the start of a name; returns false when it has no folder part.
@@ -135,12 +157,21 @@ bool split_path(Str path, Str *folder, Str *prefix) {
     return end > 0;
 }
 
-void suggest_folders(Str path) {
+SearchOutcome suggest_folders(Str path) {
     Str folder;
     Str prefix;
-    if (split_path(path, &folder, &prefix) && os_path_exists(folder)) {
+    bool has_folder = split_path(path, &folder, &prefix);
+    bool is_there = has_folder && os_path_exists(folder);
+    if (is_there) {
         walk_folder(folder, {on_folder_suggestion, &prefix, LIST_DETAILS});
     }
+    if (path.count == 0) {
+        return SEARCH_NONE;
+    }
+    if (prefix.count > 0 || (has_folder && !is_there)) { // only slashes: the root
+        return SEARCH_NO_SUCH_FOLDER;
+    }
+    return search_state.query.count > 0 ? SEARCH_PATH_ENDS_IN_SLASH : SEARCH_NONE;
 }
 
 } // namespace
@@ -153,10 +184,9 @@ uint8_t on_subfolder(void *, Str folder, const FolderEntry &entry) {
         return 1;
     }
     Str subfolder = results_push_path(folder, entry.name);
-    if (!subfolder.data) {
-        return 1; // walking the empty path would walk the root
-    }
-    if (subfolder.count >= sizeof(walked_path)) {
+    // Walking the empty path would walk the root.
+    if (!subfolder.data || subfolder.count >= sizeof(walked_path)) {
+        count_one(&search_counts.unreadable);
         return 1;
     }
     // Walked from a copy: a search with many strings may overwrite the one in the arena.
@@ -170,11 +200,9 @@ uint8_t search_worker_turn() {
         return 0;
     }
     Str path = take_request();
-    if (path.count > 0 && path.data[path.count - 1] != '/' && os_path_exists(path)) {
-        search_contents(path);
-    } else {
-        suggest_folders(path);
-    }
+    search_counts_begin();
+    bool is_searched = path.count > 0 && path.data[path.count - 1] != '/' && os_path_exists(path);
+    search_counts_set(is_searched ? search_contents(path) : suggest_folders(path));
     return 1;
 }
 

@@ -84,4 +84,12 @@ inline constexpr int32_t grip_size = 2;
 inline constexpr int32_t grip_x = 6;              // from the window's right edge
 inline constexpr int32_t grip_ys[] = {-8, -1, 6}; // from the thumb's middle
 
+// ---- The status line ----
+
+inline constexpr int32_t status_padding = 8; // height of its row beyond the line height
+inline constexpr int32_t status_x = 10;
+inline constexpr uint32_t status_background = 0xFF283038;
+inline constexpr uint32_t status_text = 0xFFC8C8C8;
+inline constexpr uint32_t status_problem = 0xFFFFB060;
+
 } // namespace theme

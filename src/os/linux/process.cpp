@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "os/errors.h"
 #include "os/files.h"
 #include "os/linux/process.h"
 #include "os/memory.h"
@@ -62,8 +63,8 @@ const char *split_argument(const char *at, const char *end, char **out) {
     return at;
 }
 
-// A command line's words and a terminating null, in one block with their bytes, owned by the caller; null if
-// there is no program or when out of memory.
+// A command line's words and a terminating null, in one block with their bytes, owned by the caller; null,
+// with errno set, if there is no program or when out of memory.
 char **split_command(Str cmd) {
     const char *at = cmd.data;
     const char *end = at + (cmd.count > 0 ? strnlen(cmd.data, cmd.count) : 0);
@@ -71,6 +72,7 @@ char **split_command(Str cmd) {
         at++;
     }
     if (at == end) {
+        errno = ENOENT;
         return nullptr;
     }
     uint64_t length = static_cast<uint64_t>(end - at);
@@ -78,6 +80,7 @@ char **split_command(Str cmd) {
     uint64_t list_size = (most_words + 1) * sizeof(char *);
     char **words = static_cast<char **>(os_alloc(list_size + length + most_words));
     if (!words) {
+        errno = ENOMEM;
         return nullptr;
     }
     char *out = reinterpret_cast<char *>(words) + list_size;
@@ -106,35 +109,42 @@ char **split_command(Str cmd) {
 
 namespace {
 
-// posix_spawnp from an intermediate process that exits at once, so that init reaps the program. Returns 0, or
-// 1 on failure.
+// posix_spawnp from an intermediate process that exits at once, so that init reaps the program. Returns 0 or
+// an error code.
 int spawn_orphan(char *const *words, const posix_spawn_file_actions_t *files,
                  const posix_spawnattr_t *attributes) {
     pid_t starter = fork();
     if (starter == 0) {
         pid_t program;
-        _exit(posix_spawnp(&program, words[0], files, attributes, words, environ) == 0 ? 0 : 1);
+        _exit(posix_spawnp(&program, words[0], files, attributes, words, environ)); // codes fit a byte
     }
-    int status = 1;
-    while (starter > 0 && waitpid(starter, &status, 0) < 0 && errno == EINTR) {
+    if (starter < 0) {
+        return errno;
     }
-    return status == 0 ? 0 : 1;
+    int status = 0;
+    while (waitpid(starter, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : ECHILD;
 }
 
 // Starts a program with these standard files; -1 keeps this process's own. The program inherits no other
-// file. Sets child to its id; if child is null, this process never has to reap it. Returns false on
-// failure.
-bool spawn(char *const *words, int input, int output, uint8_t show_console, pid_t *child) {
+// file. Sets child to its id; if child is null, this process never has to reap it. Returns 0 or an error
+// code.
+int spawn(char *const *words, int input, int output, uint8_t show_console, pid_t *child) {
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
-    if (posix_spawn_file_actions_init(&files) != 0) {
-        return false;
+    int error = posix_spawn_file_actions_init(&files);
+    if (error != 0) {
+        return error;
     }
-    if (posix_spawnattr_init(&attributes) != 0) {
+    error = posix_spawnattr_init(&attributes);
+    if (error != 0) {
         posix_spawn_file_actions_destroy(&files);
-        return false;
+        return error;
     }
-    int error = 0;
     if (input >= 0) {
         error |= posix_spawn_file_actions_adddup2(&files, input, STDIN_FILENO);
         error |= posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
@@ -154,7 +164,7 @@ bool spawn(char *const *words, int input, int output, uint8_t show_console, pid_
     }
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
-    return error == 0;
+    return error;
 }
 
 } // namespace
@@ -162,7 +172,7 @@ bool spawn(char *const *words, int input, int output, uint8_t show_console, pid_
 pid_t start_command(Str cmd, int input, int output, uint8_t show_console) {
     pid_t child = -1;
     char **words = split_command(cmd);
-    if (words && !spawn(words, input, output, show_console, &child)) {
+    if (words && spawn(words, input, output, show_console, &child) != 0) {
         child = -1;
     }
     os_free(words);
@@ -173,9 +183,10 @@ pid_t start_command(Str cmd, int input, int output, uint8_t show_console) {
 
 uint32_t os_run_process(Str cmd, uint8_t show_console) {
     char **words = split_command(cmd);
-    bool is_started = words && spawn(words, -1, -1, show_console, nullptr);
+    int error = words ? spawn(words, -1, -1, show_console, nullptr) : errno;
     os_free(words);
-    return is_started ? exit_code_still_running : 1;
+    os_start_error = static_cast<uint32_t>(error);
+    return error == 0 ? exit_code_still_running : 1;
 }
 
 // ---- Desktop ----
@@ -189,7 +200,7 @@ int32_t os_shell_open(Str path) {
     name[path.count] = 0;
     char program[] = "xdg-open";
     char *words[] = {program, name, nullptr};
-    bool is_started = spawn(words, -1, -1, 0, nullptr);
+    int error = spawn(words, -1, -1, 0, nullptr);
     os_free(name);
-    return is_started ? 0 : 1;
+    return error == 0 ? 0 : 1;
 }

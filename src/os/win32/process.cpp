@@ -4,6 +4,7 @@
 
 #include <shellapi.h>
 
+#include "os/errors.h"
 #include "os/win32/process.h"
 #include "os/win32/utf16.h"
 
@@ -18,6 +19,7 @@ DWORD creation_flags_for(uint8_t show_console) {
 uint32_t os_run_process(Str cmd, uint8_t show_console) {
     WIDE_ON_STACK(wide_cmd, cmd, longest_wide_text);
     if (!wide_cmd) {
+        os_start_error = ERROR_FILENAME_EXCED_RANGE;
         return 1;
     }
     STARTUPINFOW start = {};
@@ -25,8 +27,12 @@ uint32_t os_run_process(Str cmd, uint8_t show_console) {
     PROCESS_INFORMATION information;
     DWORD exit_code;
     if (!CreateProcessW(nullptr, wide_cmd, nullptr, nullptr, FALSE, creation_flags_for(show_console), nullptr,
-                        nullptr, &start, &information) ||
-        !GetExitCodeProcess(information.hProcess, &exit_code)) {
+                        nullptr, &start, &information)) {
+        os_start_error = GetLastError();
+        return 1;
+    }
+    os_start_error = 0;
+    if (!GetExitCodeProcess(information.hProcess, &exit_code)) {
         return 1;
     }
     return exit_code; // both handles intentionally stay open

@@ -14,6 +14,7 @@
 #include "app/frame.h"
 #include "app/frame_scope.h"
 #include "app/input.h"
+#include "search/counted.h"
 #include "search/telling_tree.h"
 #include "search/worker.h"
 #include "support/picture.h"
@@ -332,5 +333,66 @@ TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
     release_retired(&results_store.retired);
     EXPECT_EQ(search_state.retired_text.first, nullptr);
     EXPECT_EQ(results_store.retired.first, nullptr);
+    search_state.worker_pass = 0;
+}
+
+TEST(FramesWhileSearching, CountsAreOfOneSearch) {
+    TestTree tree;
+    telling::fill(tree);
+    FrameScope scope;
+    CountsScope counts_scope;
+    settings.status_line = 1;
+    set_field(path, tree.path());
+    const char *const queries[] = {"needle", "no such text"};
+    SearchCounts expected[2];
+    for (int i = 0; i < 2; i++) {
+        set_field(query, queries[i]);
+        publish_request();
+        ASSERT_TRUE(search_worker_turn());
+        expected[i] = search_counts_now();
+        EXPECT_EQ(expected[i].outcome, SEARCH_FINISHED);
+    }
+    EXPECT_NE(expected[0].hits, expected[1].hits);
+    const auto is_of = [](const SearchCounts &counts, const SearchCounts &search) {
+        return counts.files == search.files && counts.files_with_hits == search.files_with_hits &&
+               counts.hits == search.hits;
+    };
+
+    search_state.interface_pass = 1;
+    search_state.worker_pass = 1;
+    stop_turning = 0;
+    has_stopped = 0;
+    static Thread *thread;
+    thread = os_thread_start(turn_without_sleep, nullptr);
+    ASSERT_NE(thread, nullptr);
+    Canvas canvas(client_size.width, client_size.height, unpainted);
+    std::mt19937 random(15);
+    size_t which = 0;
+    for (uint32_t finished = 0; finished < requests_to_take;) {
+        begin_frame();
+        which = random() % 2;
+        set_field(query, queries[which]);
+        publish_request();
+        for (uint64_t copies = random() % 8 ? UINT64_MAX : random() % 1000; copies > 0; copies--) {
+            SearchCounts counts = search_counts_now();
+            if (counts.outcome == SEARCH_FINISHED) {
+                EXPECT_TRUE(is_of(counts, expected[0]) || is_of(counts, expected[1])) << counted();
+                finished++;
+                break;
+            }
+            EXPECT_LE(counts.hits, expected[0].hits);
+        }
+        draw_frame(&canvas.framebuffer, nowhere);
+    }
+    wait_for_the_last_request();
+    stop_turning = 1;
+    while (!has_stopped) {
+        os_sleep_ms(1);
+    }
+    EXPECT_TRUE(is_of(search_counts_now(), expected[which])) << counted();
+    search_state.worker_pass = search_state.worker_pass + 2;
+    search_state.interface_pass = search_state.interface_pass + 2;
+    release_retired(&search_state.retired_text);
+    release_retired(&results_store.retired);
     search_state.worker_pass = 0;
 }

@@ -27,6 +27,7 @@ struct PlainSettings {
     int64_t max_file_size = 10000000;
     std::string left_click_cmd = default_left;
     std::string right_click_cmd = default_right;
+    bool status_line = false;
     std::string folder;                  // of the file, with a '/' at its end
     std::vector<std::string> font_paths; // of the fonts to load, in their order
 
@@ -108,6 +109,8 @@ private:
             left_click_cmd = value;
         } else if (key == "right_click_cmd") {
             right_click_cmd = value;
+        } else if (key == "status_line") {
+            status_line = boolean(value);
         }
     }
 

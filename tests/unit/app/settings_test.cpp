@@ -714,6 +714,29 @@ TEST(SettingsExtensions, TheWorkerIsHandedTheReaders) {
     }
 }
 
+TEST(SettingsExtensions, StatusLineIsABoolean) {
+    const auto is_on = [](const std::string &file) { return Applied(file).before_fallbacks.status_line; };
+    EXPECT_EQ(is_on(""), 0);
+    for (const char *value : {"1", "y", "ok", "yes", "true", "Yes \r\n"}) {
+        EXPECT_EQ(is_on(std::string("status_line ") + value), 1) << value;
+    }
+    for (const char *value : {"", "no", "0", "on", "yes please"}) {
+        EXPECT_EQ(is_on(std::string("status_line ") + value), 0) << value;
+    }
+    EXPECT_EQ(is_on("status_line yes\nstatus_line no"), 0);
+    EXPECT_EQ(is_on("Status_line yes"), 0);
+}
+
+TEST(SettingsExtensions, TheWorkerCountsForTheStatusLine) {
+    TestTree tree;
+    for (uint8_t is_on : {uint8_t{1}, uint8_t{0}}) {
+        AppScope app;
+        tree.file("settings.txt", is_on ? "status_line yes" : "# status_line yes");
+        settings_load(str_over(tree.path() + "/"));
+        EXPECT_EQ(search_state.keeps_counts, is_on);
+    }
+}
+
 TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
     FontFolder fonts;
     fonts.tree.file("settings.txt", "font_size 20\nfont_file fonts/x.ttf\nleft_click_cmd a");
@@ -744,6 +767,9 @@ const std::vector<std::string> keys = {
     "font_file",          "font_size",           "line_height",   "text_y_offset",  "show_full_paths",
     "remember_last_path", "remember_last_query", "max_file_size", "left_click_cmd", "right_click_cmd",
 };
+
+// As shipped these are comments as well.
+const std::vector<std::string> extension_keys = {"status_line"};
 
 #ifdef _WIN32
 #define COMMANDS_FILE "settings_win32.txt"
@@ -839,8 +865,20 @@ TEST(PackagedSettings, AreCommentsThatTellKeysFromWords) {
         EXPECT_TRUE(file[at] == '#' || file[at] == '\r' || file.compare(at, 11, "readers 8\r\n") == 0)
             << file.substr(at, 20);
     }
-    EXPECT_EQ(key_lines, keys.size() + editor_lines().size()); // all other comments begin with "## "
+    // All other comments begin with "## ".
+    EXPECT_EQ(key_lines, keys.size() + extension_keys.size() + editor_lines().size());
     EXPECT_GT(lines, 3 * keys.size());
+}
+
+TEST(PackagedSettings, NameEveryExtension) {
+    for (const char *line_end : {"\n", "\r\n"}) {
+        std::string file = packaged_settings(line_end);
+        for (const std::string &key : extension_keys) {
+            EXPECT_EQ(count_key_lines(&file, key, true), 1u) << key;
+        }
+        Applied applied(file);
+        EXPECT_EQ(settings.status_line, 1);
+    }
 }
 
 TEST(PackagedSettings, HaveALineForEachEditorOfTheGuide) {

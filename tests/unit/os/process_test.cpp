@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include "os/errors.h"
 #include "support/child_process.h"
+#include "support/heap_hook.h"
 #include "support/test_tree.h"
 
 #ifdef _WIN32
@@ -71,6 +73,53 @@ TEST(Process, ACommandLongerThanASystemTakesGivesOne) {
     std::string cmd = probe("exit 0 ");
     cmd.append(8388608, 'x');
     EXPECT_EQ(run(cmd), 1u);
+}
+
+namespace {
+
+// Why a command cannot be started, in the system's words.
+std::string start_error(const std::string &cmd) {
+    EXPECT_EQ(run(cmd), 1u);
+    EXPECT_NE(os_start_error, 0u);
+    char text[512];
+    return to_string(os_error_text(os_start_error, text));
+}
+
+} // namespace
+
+TEST(Process, ACommandThatCannotBeStartedLeavesTheSystemsReason) {
+    TestTree tree;
+    std::string missing = start_error("\"" + tree.path("missing.exe") + "\" argument");
+    std::string folder = start_error("\"" + tree.path() + "\"");
+    std::string too_long = start_error(probe("exit 0 ") + std::string(8388608, 'x'));
+#ifdef _WIN32 // in the user's language
+    for (const std::string &reason : {missing, folder, too_long, start_error("")}) {
+        EXPECT_FALSE(reason.empty());
+        EXPECT_EQ(reason.find_first_of("\r\n"), std::string::npos);
+        EXPECT_FALSE(reason.ends_with('.') || reason.ends_with(' ')) << reason;
+    }
+#else
+    EXPECT_EQ(missing, "No such file or directory");
+    EXPECT_EQ(folder, "Permission denied");
+    EXPECT_EQ(too_long, "Argument list too long");
+    EXPECT_EQ(start_error("no_program_has_this_name"), "No such file or directory");
+    EXPECT_EQ(start_error(""), "No such file or directory");
+    HeapHookScope hook([](uint64_t) { return false; });
+    EXPECT_EQ(start_error("sh"), "Cannot allocate memory");
+#endif
+}
+
+TEST(Process, ACommandThatStartsLeavesNoReason) {
+    os_start_error = 5;
+    run(probe("exit 1")); // may have ended before its exit code is read
+    EXPECT_EQ(os_start_error, 0u);
+}
+
+TEST(Process, ACodeWithoutAMessageFits) {
+    char text[512];
+    Str message = os_error_text(UINT32_MAX - 7, text);
+    EXPECT_TRUE(message.count == 0 || message.data == text);
+    EXPECT_LT(message.count, sizeof(text));
 }
 
 #ifndef _WIN32

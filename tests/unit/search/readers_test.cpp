@@ -12,10 +12,12 @@
 
 #include "os/files.h"
 #include "os/threads.h"
+#include "search/counted.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/worker.h"
 #include "support/heap_hook.h"
+#include "support/system_files.h"
 #include "support/test_tree.h"
 
 #ifndef _WIN32
@@ -63,6 +65,7 @@ struct Calls {
 Calls listings, opens, reads;
 std::atomic<int> threads_given = INT32_MAX; // that the system can still start
 std::atomic<int> listings_at_request;
+std::atomic<uint8_t> lists_nothing = 0;          // whether every listing fails
 std::atomic<int> request_at_open = -1;           // the call that publishes a request
 std::atomic<uint8_t> reads_apart = 0;            // whether opening a file never reads it
 std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files being read
@@ -71,7 +74,7 @@ std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files being read
 
 void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder, FolderListingUse use,
                                                                      FolderEntry *entry) {
-    return listings.next_fails()
+    return listings.next_fails() || lists_nothing
                ? nullptr
                : __real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(folder, use, entry);
 }
@@ -305,10 +308,13 @@ TEST(Readers, PassOverFoldersWithLongerPathsThanTheWorkerWalks) {
         }
         fs::rename(part, whole);
     }
+    CountsScope counts;
     Stored alone = search(tree, {}, 0);
     EXPECT_NE(alone.rows.find("foo.."), std::string::npos);
+    EXPECT_NE(counted().find(", 1 unreadable"), std::string::npos); // the first such folder
     for (uint32_t count : reader_counts) {
         EXPECT_EQ(search(tree, {}, count), alone) << count;
+        EXPECT_NE(counted().find(", 1 unreadable"), std::string::npos) << count;
     }
     for (int level = 1; level < levels; level++) {
         fs::rename(whole / name, part);
@@ -400,6 +406,72 @@ TEST(Readers, FindWhatIsLeftOfATreeThatIsRemovedMeanwhile) {
         });
         std::string rows = search_rows(tree, tree.path(), "foo");
         EXPECT_NE(rows.find("file a\nhit 1 1 0 foo..\n"), std::string::npos);
+    }
+}
+
+// ---- Counts ----
+
+TEST(Readers, CountWhatTheWorkerCountsAlone) {
+    CountsScope counts;
+    for (uint32_t round = 0; round < random_trees / 5; round++) {
+        std::mt19937 random(round);
+        TestTree tree;
+        fill_folder(tree, "", random, 0);
+        Search how;
+        how.max_file_size = std::vector<int64_t>{10000000, 0, 3000, 200, -1}[random() % 5];
+        search(tree, how, 0);
+        std::string alone = counted();
+        EXPECT_EQ(alone.find("finished"), 0u);
+        for (uint32_t count : reader_counts) {
+            search(tree, how, count);
+            EXPECT_EQ(counted(), alone) << "tree " << round << ", readers " << count;
+        }
+    }
+}
+
+TEST(Readers, CountFilesThatAreTooLargeAndThoseThatCannotBeRead) {
+    CountsScope counts;
+    TestTree tree;
+    for (int i = 0; i < 40; i++) {
+        std::string name = "d" + std::to_string(i % 3) + "/" + std::to_string(i);
+        tree.file(name, i % 4 == 0 ? std::string(101, '.') : "foo.....");
+    }
+    Unreadable unreadable(tree.native("d1/1"));
+    Search how;
+    how.max_file_size = 100;
+    for (uint32_t count : {0u, 1u, 8u}) {
+        search(tree, how, count);
+        EXPECT_EQ(counted(), "finished: 29 hits in 29 of 29, 10 too large, 1 unreadable") << count;
+    }
+}
+
+TEST(Readers, CountAFolderThatOnlyTheyCannotListAsRead) {
+    CountsScope counts;
+    TestTree tree;
+    tree.file("a/b", "foo.....");
+    tree.file("c", "foo.....");
+    for (int failing : {0, 1}) {
+        listings.start(failing);
+        search(tree, {}, 1);
+        EXPECT_EQ(counted(), "finished: 2 hits in 2 of 2, 0 too large, 0 unreadable");
+    }
+    listings.start(2); // the first of the sub-folder's two
+    search(tree, {}, 0);
+    EXPECT_EQ(counted(), "finished: 1 hits in 1 of 1, 0 too large, 1 unreadable");
+    listings.start(-1);
+}
+
+TEST(Readers, LetTheWorkerTellThatTheTopFolderCannotBeListed) {
+    CountsScope counts;
+    TestTree tree;
+    tree.file("a", "foo.....");
+    for (uint32_t count : {0u, 1u, 8u}) {
+        lists_nothing = 1;
+        search(tree, {}, count);
+        EXPECT_EQ(counted(), "unreadable folder: 0 hits in 0 of 0, 0 too large, 0 unreadable");
+        lists_nothing = 0;
+        search(tree, {}, count);
+        EXPECT_EQ(counted(), "finished: 1 hits in 1 of 1, 0 too large, 0 unreadable");
     }
 }
 
