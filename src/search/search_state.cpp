@@ -8,6 +8,7 @@ SearchState search_state = {
     .max_file_size = default_max_file_size,
     .reader_count = 0,
     .ignore_case = 0,
+    .skip_folders = {},
     .requests_published = 0,
     .interface_pass = 0,
     .retired_text = {nullptr, &search_state.worker_pass},
