@@ -35,6 +35,8 @@ Settings settings = {
     .remember_last_query = 1,
     .max_file_size = default_max_file_size,
     .reader_count = 0,
+    .ignore_case = 0,
+    .skip_folders = {},
     .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
     .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
     .file = {},
@@ -224,6 +226,8 @@ constexpr KeyRule key_rules[] = {
     {"left_click_cmd", [](const Value &value) { settings.left_click_cmd = value.text; }},
     {"right_click_cmd", [](const Value &value) { settings.right_click_cmd = value.text; }},
     {"readers", [](const Value &value) { settings.reader_count = count_from(value.text, most_readers); }},
+    {"ignore_case", [](const Value &value) { settings.ignore_case = boolean_from(value.text); }},
+    {"skip_folders", [](const Value &value) { settings.skip_folders = value.text; }},
 };
 
 void apply_key(Str key, const Value &value) {
@@ -304,4 +308,6 @@ void settings_load(Str folder) {
     settings_apply_fallbacks(folder);
     search_state.max_file_size = settings.max_file_size;
     search_state.reader_count = settings.reader_count;
+    search_state.ignore_case = settings.ignore_case;
+    search_state.skip_folders = settings.skip_folders;
 }

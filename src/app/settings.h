@@ -1,4 +1,4 @@
-// settings.txt beside the executable: ten keys and an extension, set once at start-up and only read from then
+// settings.txt beside the executable: ten keys and extensions, set once at start-up and only read from then
 // on.
 //
 // A line is a key, whitespace and a value up to the line's end; a line that starts with '#' is a comment.
@@ -24,7 +24,10 @@ struct Settings {
     uint8_t remember_last_query; // the same for the query
 
     int64_t max_file_size; // bytes; 0: no limit; the worker reads the copy in search_state
-    uint32_t reader_count; // an extension; 0 to 64; handed to the worker in search_state
+    // Extensions, handed to the worker in search_state.
+    uint32_t reader_count; // 0 to 64
+    uint8_t ignore_case;   // whether ASCII letters match in either case
+    Str skip_folders;      // names separated by whitespace; part of file, not zero-terminated
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.
     Str left_click_cmd;
@@ -37,11 +40,11 @@ struct Settings {
 extern Settings settings;
 
 // Reads settings.txt in folder, which ends with '/', applies it and the fallbacks, and copies max_file_size
-// and reader_count to search_state. All defaults apply when the file cannot be read.
+// and the extensions to search_state. All defaults apply when the file cannot be read.
 void settings_load(Str folder);
 
-// Applies the keys in a file's bytes, in their order. The click commands point into text. A font_file is
-// loaded at once; its path is relative to folder unless it is absolute.
+// Applies the keys in a file's bytes, in their order. The click commands and skip_folders point into text. A
+// font_file is loaded at once; its path is relative to folder unless it is absolute.
 void settings_apply(Str text, Str folder);
 
 // Replaces sizes, a limit or a font that are unusable after settings_apply; the default font is in folder.

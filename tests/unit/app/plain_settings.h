@@ -27,6 +27,8 @@ struct PlainSettings {
     int64_t max_file_size = 10000000;
     std::string left_click_cmd = default_left;
     std::string right_click_cmd = default_right;
+    bool ignore_case = false;
+    std::string skip_folders;
     std::string folder;                  // of the file, with a '/' at its end
     std::vector<std::string> font_paths; // of the fonts to load, in their order
 
@@ -108,6 +110,10 @@ private:
             left_click_cmd = value;
         } else if (key == "right_click_cmd") {
             right_click_cmd = value;
+        } else if (key == "ignore_case") {
+            ignore_case = boolean(value);
+        } else if (key == "skip_folders") {
+            skip_folders = value;
         }
     }
 
