@@ -1,6 +1,6 @@
 #!/bin/bash
 # Compares the search with ripgrep, ugrep and grep, natively, taking turns on the same tree: warm with one thread each,
-# warm with readers and with rg on all cores, and cold: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and
+# also ignoring case, warm with readers and with rg on all cores, and cold: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and
 # writes it to build/bench/results.md, the source of docs/performance.md.
 #
 # The tree is the Linux kernel of Debian's linux-source package, without its symbolic links, which the others do not
@@ -27,6 +27,8 @@ find "$tree" -type l -delete
 bin=build/linux/bin
 store() { "$bin/search_time" "$tree" "$1" | cat > /dev/null; }
 dump() { "$bin/search_dump" "$tree" "$1" | cat > /dev/null; }
+store_i() { "$bin/search_time" --ignore-case "$tree" "$1" | cat > /dev/null; }
+readers_8_i() { "$bin/search_time" --readers 8 --ignore-case "$tree" "$1" | cat > /dev/null; }
 readers_2() { "$bin/search_time" --readers 2 "$tree" "$1" | cat > /dev/null; }
 readers_8() { "$bin/search_time" --readers 8 "$tree" "$1" | cat > /dev/null; }
 bound() { "$bin/search_time" "$tree" | cat > /dev/null; }
@@ -36,6 +38,7 @@ rg_threads() { # rg_threads NEEDLE OPTION...
     { rg "$@" -uuu -a -F -n --column --max-filesize 10M -e "$needle" "$tree" || [ $? = 1 ]; } | cat > /dev/null
 }
 rg_run() { rg_threads "$1" -j1; }
+rg_run_i() { rg_threads "$1" -j1 -i; }
 rg_all() { rg_threads "$1"; }
 rg_16() { rg_threads "$1" -j16; }
 ugrep_run() { { ugrep -J1 -r -F -n -k --hidden -a -e "$1" "$tree" || [ $? = 1 ]; } | cat > /dev/null; }
@@ -55,21 +58,26 @@ median() { sort -n | awk '{ v[NR] = $1 } END { print NR % 2 ? v[(NR + 1) / 2] : 
 measure() {
     local label=$1 needle=$2 round program name base
     rm -f "$work"/time_*
-    for program in store dump bound rg_run ugrep_run grep_run; do "$program" "$needle"; done # warm up
+    for program in store dump bound rg_run rg_run_i ugrep_run grep_run; do "$program" "$needle"; done # warm up
     for ((round = 0; round < rounds; round++)); do
-        for program in store readers_2 readers_8 dump bound rg_run rg_all; do timed "$program" "$needle" >> "$work/time_$program"; done
+        for program in store store_i readers_2 readers_8 readers_8_i dump bound rg_run rg_run_i rg_all; do
+            timed "$program" "$needle" >> "$work/time_$program"
+        done
         if ((round < 3)); then
             for program in ugrep_run grep_run; do timed "$program" "$needle" >> "$work/time_$program"; done
         fi
     done
     base=$(median < "$work/time_rg_run")
-    for program in store readers_2 readers_8 dump bound rg_run rg_all ugrep_run grep_run; do
+    for program in store store_i readers_2 readers_8 readers_8_i dump bound rg_run rg_run_i rg_all ugrep_run grep_run; do
         case $program in
         store) name='this search' ;;
+        store_i) name='this search, ignoring case' ;;
+        readers_8_i) name='this search, 8 readers, ignoring case' ;;
         readers_*) name="this search, ${program#readers_} readers" ;;
         dump) name='this search, printed' ;;
         bound) name='lower bound: same walk and reads, no scan' ;;
         rg_run) name='rg -j1' ;;
+        rg_run_i) name='rg -j1 -i' ;;
         rg_all) name='rg' ;;
         *) name=${program%_run} ;;
         esac

@@ -53,11 +53,11 @@ void memchr_speed(benchmark::State &state) {
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 
-void scan_speed(benchmark::State &state, const char *query, ScanNextHit *variant) {
+void scan_speed(benchmark::State &state, const char *query, uint8_t ignore_case, ScanNextHit *variant) {
     int64_t span = state.range(0) - static_cast<int64_t>(strlen(query));
     for (auto _ : state) {
         ScanHit hit;
-        ScanNeedle needle = scan_needle(str_from(query));
+        ScanNeedle needle = scan_needle(str_from(query), ignore_case);
         if (variant(text.data(), 0, span, needle, &hit)) {
             state.SkipWithError("found");
             return;
@@ -101,12 +101,12 @@ std::vector<HardCase> hard_cases() {
 }
 
 void hard_scan(benchmark::State &state, const std::string &query, const std::string &part,
-               ScanNextHit *variant) {
+               uint8_t ignore_case, ScanNextHit *variant) {
     const std::string hard_text = repeated(part, hard_text_size / part.size());
     int64_t span = static_cast<int64_t>(hard_text.size() - query.size());
     for (auto _ : state) {
         ScanHit hit;
-        ScanNeedle needle = scan_needle({query.size(), const_cast<char *>(query.data())});
+        ScanNeedle needle = scan_needle({query.size(), const_cast<char *>(query.data())}, ignore_case);
         if (variant(hard_text.data(), 0, span, needle, &hit)) {
             state.SkipWithError("found");
             return;
@@ -147,27 +147,37 @@ int main(int argc, char **argv) {
         return 2;
     }
     benchmark::RegisterBenchmark("memchr", memchr_speed)->Apply(sizes);
+    struct Variant {
+        const char *name;
+        uint8_t ignore_case;
+        ScanNextHit *scan;
+    };
+    std::vector<Variant> variants;
+    if (os_has_avx2()) {
+        variants.push_back({"AVX2", 0, scan_next_hit_avx2});
+    }
+    variants.push_back({"SSE2", 0, scan_next_hit_sse2});
+    if (os_has_avx2()) {
+        variants.push_back({"ignoring case, AVX2", 1, scan_next_hit_ignoring_case_avx2});
+    }
+    variants.push_back({"ignoring case, SSE2", 1, scan_next_hit_ignoring_case_sse2});
     for (const char *query : {"\x01", "zqxwvk_none", "intqq", "structure_of_nothing", " e_~e "}) {
-        std::string name = std::string("scan ") + (query[0] == 1 ? "one byte" : query);
-        if (os_has_avx2()) {
-            benchmark::RegisterBenchmark((name + ", AVX2").c_str(), scan_speed, query, &scan_next_hit_avx2)
+        for (const Variant &variant : variants) {
+            std::string name =
+                std::string("scan ") + (query[0] == 1 ? "one byte" : query) + ", " + variant.name;
+            benchmark::RegisterBenchmark(name.c_str(), scan_speed, query, variant.ignore_case, variant.scan)
                 ->Apply(sizes);
         }
-        benchmark::RegisterBenchmark((name + ", SSE2").c_str(), scan_speed, query, &scan_next_hit_sse2)
-            ->Apply(sizes);
     }
     for (const HardCase &hard : hard_cases()) {
         std::string name = hard.name;
         benchmark::RegisterBenchmark((name + ", loop").c_str(), hard_loop, hard.query, hard.text)
             ->Unit(benchmark::kMillisecond);
-        if (os_has_avx2()) {
-            benchmark::RegisterBenchmark((name + ", AVX2").c_str(), hard_scan, hard.query, hard.text,
-                                         &scan_next_hit_avx2)
+        for (const Variant &variant : variants) {
+            benchmark::RegisterBenchmark((name + ", " + variant.name).c_str(), hard_scan, hard.query,
+                                         hard.text, variant.ignore_case, variant.scan)
                 ->Unit(benchmark::kMillisecond);
         }
-        benchmark::RegisterBenchmark((name + ", SSE2").c_str(), hard_scan, hard.query, hard.text,
-                                     &scan_next_hit_sse2)
-            ->Unit(benchmark::kMillisecond);
     }
     benchmark::RunSpecifiedBenchmarks();
     return 0;

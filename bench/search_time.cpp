@@ -1,7 +1,7 @@
-// One search as the worker runs it: search_time [--readers COUNT] [--counts] FOLDER [QUERY]. Without a query
-// it uses one longer than any file, so that every file is read and recorded but none is scanned: the lower
-// bound of a search. With --counts the worker counts as for the status line. Prints the rows of both tables
-// and the bytes of the stored strings and tables.
+// One search as the worker runs it: search_time [--readers COUNT] [--counts] [--ignore-case]
+// [--skip-folders NAMES] FOLDER [QUERY]. Without a query it uses one longer than any file, so that every file
+// is read and recorded but none is scanned: the lower bound of a search. With --counts the worker counts as
+// for the status line. Prints the rows of both tables and the bytes of the stored strings and tables.
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -42,8 +42,20 @@ int main(int argc, char **argv) {
         argc -= 1;
         argv += 1;
     }
+    if (argc > 1 && strcmp(argv[1], "--ignore-case") == 0) {
+        search_state.ignore_case = 1;
+        argc -= 1;
+        argv += 1;
+    }
+    if (argc > 2 && strcmp(argv[1], "--skip-folders") == 0) {
+        search_state.skip_folders = str_from(argv[2]);
+        argc -= 2;
+        argv += 2;
+    }
     if (argc != 2 && argc != 3) {
-        fputs("usage: search_time [--readers COUNT] [--counts] FOLDER [QUERY]\n", stderr);
+        fputs("usage: search_time [--readers COUNT] [--counts] [--ignore-case] [--skip-folders NAMES] FOLDER "
+              "[QUERY]\n",
+              stderr);
         return 2;
     }
     results_store_reserve();

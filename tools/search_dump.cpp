@@ -1,6 +1,8 @@
 // Runs one search exactly as the program's worker does and prints what it stored:
 //
-//   search_dump [--max-file-size BYTES] [--readers COUNT] PATH QUERY
+//   search_dump [--max-file-size BYTES] [--readers COUNT] [--ignore-case] [--skip-folders NAMES] PATH QUERY
+//
+// NAMES are separated by spaces, as in settings.txt.
 //
 //   files <rows of file_table>
 //   file <folder>/<name>                          one for each header row
@@ -12,6 +14,7 @@
 // for wrong arguments.
 
 #include <charconv>
+#include <initializer_list>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -114,6 +117,15 @@ uint8_t parse_size(const char *text, int64_t *size) {
     return *text != 0;
 }
 
+uint8_t is_option(const char *text) {
+    for (const char *option : {"--max-file-size", "--readers", "--ignore-case", "--skip-folders"}) {
+        if (strcmp(text, option) == 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
 void set_text(StrBuf *field, const char *text) {
     strbuf_init(field, 1024);
     strbuf_append(field, strlen(text), text);
@@ -125,16 +137,25 @@ int main(int argc, char **argv) {
     int64_t max_file_size = search_state.max_file_size;
     int64_t reader_count = 0;
     char **rest = argv + 1;
-    for (char **end = argv + argc; end - rest > 2; rest += 2) {
-        if (!(strcmp(rest[0], "--max-file-size") == 0 && parse_size(rest[1], &max_file_size)) &&
-            !(strcmp(rest[0], "--readers") == 0 && parse_size(rest[1], &reader_count) &&
-              reader_count <= most_readers)) {
+    for (char **end = argv + argc; end - rest > 2;) {
+        if (strcmp(rest[0], "--ignore-case") == 0) {
+            search_state.ignore_case = 1;
+            rest += 1;
+        } else if (strcmp(rest[0], "--skip-folders") == 0) {
+            search_state.skip_folders = str_from(rest[1]);
+            rest += 2;
+        } else if ((strcmp(rest[0], "--max-file-size") == 0 && parse_size(rest[1], &max_file_size)) ||
+                   (strcmp(rest[0], "--readers") == 0 && parse_size(rest[1], &reader_count) &&
+                    reader_count <= most_readers)) {
+            rest += 2;
+        } else {
             break;
         }
     }
-    if (argv + argc - rest != 2 || strcmp(rest[0], "--max-file-size") == 0 ||
-        strcmp(rest[0], "--readers") == 0) {
-        fputs("usage: search_dump [--max-file-size BYTES] [--readers COUNT] PATH QUERY\n", stderr);
+    if (argv + argc - rest != 2 || is_option(rest[0])) {
+        fputs("usage: search_dump [--max-file-size BYTES] [--readers COUNT] [--ignore-case] "
+              "[--skip-folders NAMES] PATH QUERY\n",
+              stderr);
         return 2;
     }
     search_state.max_file_size = max_file_size;

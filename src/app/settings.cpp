@@ -36,6 +36,8 @@ Settings settings = {
     .max_file_size = default_max_file_size,
     .reader_count = 0,
     .status_line = 0,
+    .ignore_case = 0,
+    .skip_folders = {},
     .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
     .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
     .file = {},
@@ -226,6 +228,8 @@ constexpr KeyRule key_rules[] = {
     {"right_click_cmd", [](const Value &value) { settings.right_click_cmd = value.text; }},
     {"readers", [](const Value &value) { settings.reader_count = count_from(value.text, most_readers); }},
     {"status_line", [](const Value &value) { settings.status_line = boolean_from(value.text); }},
+    {"ignore_case", [](const Value &value) { settings.ignore_case = boolean_from(value.text); }},
+    {"skip_folders", [](const Value &value) { settings.skip_folders = value.text; }},
 };
 
 void apply_key(Str key, const Value &value) {
@@ -307,4 +311,6 @@ void settings_load(Str folder) {
     search_state.max_file_size = settings.max_file_size;
     search_state.reader_count = settings.reader_count;
     search_state.keeps_counts = settings.status_line;
+    search_state.ignore_case = settings.ignore_case;
+    search_state.skip_folders = settings.skip_folders;
 }

@@ -25,9 +25,11 @@ struct Settings {
 
     int64_t max_file_size; // bytes; 0: no limit; the worker reads the copy in search_state
 
-    // extensions
-    uint32_t reader_count; // 0 to 64; handed to the worker in search_state
-    uint8_t status_line;   // the worker, which counts for it, reads the copy in search_state
+    // Extensions. The worker reads its copies in search_state.
+    uint32_t reader_count; // 0 to 64
+    uint8_t status_line;   // whether there is one, and whether the worker counts for it
+    uint8_t ignore_case;   // whether ASCII letters match in either case
+    Str skip_folders;      // names separated by whitespace; part of file, not zero-terminated
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.
     Str left_click_cmd;
@@ -43,8 +45,8 @@ extern Settings settings;
 // search_state what the worker needs. All defaults apply when the file cannot be read.
 void settings_load(Str folder);
 
-// Applies the keys in a file's bytes, in their order. The click commands point into text. A font_file is
-// loaded at once; its path is relative to folder unless it is absolute.
+// Applies the keys in a file's bytes, in their order. The click commands and skip_folders point into text. A
+// font_file is loaded at once; its path is relative to folder unless it is absolute.
 void settings_apply(Str text, Str folder);
 
 // Replaces sizes, a limit or a font that are unusable after settings_apply; the default font is in folder.

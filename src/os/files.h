@@ -43,6 +43,9 @@ bool os_path_exists(Str path);
 // Whether it is a folder, or a link to one.
 bool os_path_is_folder(Str path);
 
+// Whether both name the same entry of a folder: in any case where the system ignores it, else byte for byte.
+bool os_is_same_name(Str a, Str b);
+
 // The executable's folder, ending in '/', with links to the executable resolved. Owned by the layer, computed
 // by the first call; the empty Str when out of memory.
 Str os_exe_folder();

@@ -124,7 +124,7 @@ LineScan line_scan(Str contents, Str query) {
     if (query.count > INT32_MAX || span <= 0) {
         return {};
     }
-    return {contents.data, 0, span, 1, scan_needle(query)};
+    return {contents.data, 0, span, 1, scan_needle(query, search_state.ignore_case)};
 }
 
 uint8_t line_scan_next(LineScan *scan, LineHit *hit) {

@@ -1,7 +1,8 @@
 // What a search does with each entry of a folder: on_file records the lines of a file that contain the query,
 // on_folder_suggestion sorts sub-folders by whether their names begin with the typed prefix.
 //
-// Matching is exact and byte by byte: no case folding, no wildcards, binary files searched like text.
+// Matching is byte by byte: exact, or with ASCII letters in either case (search_state.ignore_case). There are
+// no wildcards, and binary files are searched like text.
 #pragma once
 
 #include <stdint.h>

@@ -7,6 +7,7 @@
 #include "os/files.h"
 #include "os/threads.h"
 #include "search/search_state.h"
+#include "search/skip_folders.h"
 #include "search/walk.h"
 
 namespace {
@@ -176,6 +177,9 @@ uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
     Listing *listing = static_cast<Listing *>(context);
     if (search_state.request_pending) {
         return 0;
+    }
+    if (entry.is_folder && is_skipped_folder(entry.name)) {
+        return 1;
     }
     if (entry.is_folder) {
         Folder *subfolder = make_folder(folder, entry.name);

@@ -4,6 +4,9 @@
 // both, and compares the whole query only where both match. Line feeds are counted only up to a hit. The
 // tests compare it with a plain byte-by-byte scan.
 //
+// To ignore case, letters are compared with the bit set that tells lower case from upper case. That is done
+// by functions of their own.
+//
 // The scan of a file cannot be interrupted. In the worst case, a text that matches the start of the query at
 // every position, it compares as many bytes as a loop of memchr and memcmp, a whole vector at a time.
 #pragma once
@@ -22,10 +25,23 @@ struct ScanNeedle {
     uint64_t start;       // the query's first eight bytes, or fewer
     uint64_t start_mask;  // all bits of those bytes
     Str query;
+
+    // To ignore case: rare, other and start are in lower case, and these bits are set in the text's bytes
+    // before a comparison: case_bit for letters, else 0.
+    uint8_t ignore_case;
+    char rare_case;
+    char other_case;
+    uint64_t start_case;
 };
 
-// An empty query matches at every zero byte.
-ScanNeedle scan_needle(Str query);
+// The bit that is set in lower-case ASCII letters and clear in upper-case ones; 0 for all other bytes.
+constexpr char case_bit(char byte) {
+    char lower = static_cast<char>(byte | 0x20);
+    return lower >= 'a' && lower <= 'z' ? 0x20 : 0;
+}
+
+// An empty query matches at every zero byte. With ignore_case, ASCII letters match in either case.
+ScanNeedle scan_needle(Str query, uint8_t ignore_case = 0);
 
 // A match, and the line around it.
 struct ScanHit {
@@ -48,5 +64,10 @@ typedef uint8_t ScanNextHit(const char *text, int64_t from, int64_t span, const 
 ScanNextHit scan_next_hit_sse2; // every x86-64 processor
 ScanNextHit scan_next_hit_avx2; // only where os_has_avx2
 
-// The variant in use: the best one this processor has, chosen at start-up.
+// For a needle that ignores case.
+ScanNextHit scan_next_hit_ignoring_case_sse2;
+ScanNextHit scan_next_hit_ignoring_case_avx2;
+
+// The variants in use: the best ones this processor has, chosen at start-up.
 extern ScanNextHit *scan_next_hit_variant;
+extern ScanNextHit *scan_next_hit_ignoring_case_variant;

@@ -8,8 +8,10 @@
 
 #ifdef __AVX2__
 #define SCAN_NEXT_HIT scan_next_hit_avx2
+#define SCAN_NEXT_HIT_IGNORING_CASE scan_next_hit_ignoring_case_avx2
 #else
 #define SCAN_NEXT_HIT scan_next_hit_sse2
+#define SCAN_NEXT_HIT_IGNORING_CASE scan_next_hit_ignoring_case_sse2
 #endif
 
 namespace {
@@ -70,15 +72,50 @@ inline void prefetch(const char *p, uintptr_t ahead) {
     __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + ahead));
 }
 
+// All bits of the lanes whose bytes are the same, or with ignore_case letters that differ only in case.
+template <bool ignore_case> inline Vector same(Vector a, Vector b) {
+    if constexpr (ignore_case) {
+        Vector lower = a | splat(0x20);
+        Vector is_letter = reinterpret_cast<Vector>((lower > splat('a' - 1)) & (lower < splat('z' + 1)));
+        Vector bits = is_letter & splat(0x20);
+        return equal(a | bits, b | bits);
+    }
+    return equal(a, b);
+}
+
+template <bool ignore_case> inline bool same_byte(char a, char b) {
+    if constexpr (ignore_case) {
+        char bit = case_bit(a);
+        return (a | bit) == (b | bit);
+    }
+    return a == b;
+}
+
 // The positions where both chosen bytes match.
-struct Candidates {
+template <bool ignore_case> struct Candidates {
     const char *at_rare;
     const char *at_other;
     Vector rare;
     Vector other;
+    Vector rare_case; // used with ignore_case only, like the next
+    Vector other_case;
+
+    Vector of_rare(const char *p) const {
+        if constexpr (ignore_case) {
+            return equal(load(p) | rare_case, rare);
+        }
+        return equal(load(p), rare);
+    }
+
+    Vector of_other(const char *p) const {
+        if constexpr (ignore_case) {
+            return equal(load(p) | other_case, other);
+        }
+        return equal(load(p), other);
+    }
 
     Vector operator()(int64_t pos) const {
-        return equal(load(at_rare + pos), rare) & equal(load(at_other + pos), other);
+        return of_rare(at_rare + pos) & of_other(at_other + pos);
     }
 };
 
@@ -87,25 +124,26 @@ inline uint64_t mask_of_two(Vector low, Vector high) {
     return mask(low) | uint64_t{mask(high)} << lanes;
 }
 
-// Whether bytes [from, count) of a and b are equal. Not memcmp, as a call would make the surrounding loop
+// Whether bytes [from, count) of a and b are the same. Not memcmp, as a call would make the surrounding loop
 // spill its vector registers.
+template <bool ignore_case>
 inline uint8_t is_same(const char *a, const char *b, int64_t from, int64_t count) {
     for (; count - from >= 4 * lanes; from += 4 * lanes) {
-        Vector low =
-            equal(load(a + from), load(b + from)) & equal(load(a + from + lanes), load(b + from + lanes));
-        Vector high = equal(load(a + from + 2 * lanes), load(b + from + 2 * lanes)) &
-                      equal(load(a + from + 3 * lanes), load(b + from + 3 * lanes));
+        Vector low = same<ignore_case>(load(a + from), load(b + from)) &
+                     same<ignore_case>(load(a + from + lanes), load(b + from + lanes));
+        Vector high = same<ignore_case>(load(a + from + 2 * lanes), load(b + from + 2 * lanes)) &
+                      same<ignore_case>(load(a + from + 3 * lanes), load(b + from + 3 * lanes));
         if (mask(low & high) != all_lanes) {
             return 0;
         }
     }
     for (; count - from >= lanes; from += lanes) {
-        if (mask(equal(load(a + from), load(b + from))) != all_lanes) {
+        if (mask(same<ignore_case>(load(a + from), load(b + from))) != all_lanes) {
             return 0;
         }
     }
     for (; from < count; from++) {
-        if (a[from] != b[from]) {
+        if (!same_byte<ignore_case>(a[from], b[from])) {
             return 0;
         }
     }
@@ -113,26 +151,32 @@ inline uint8_t is_same(const char *a, const char *b, int64_t from, int64_t count
 }
 
 // Whether the query matches at pos, which is below span.
+template <bool ignore_case>
 inline uint8_t matches_at(const char *text, int64_t pos, int64_t span, const ScanNeedle &needle) {
     uint64_t count = needle.query.count;
     uint64_t checked = 0;
     if (pos + 8 <= span + static_cast<int64_t>(count)) {
         uint64_t eight;
         memcpy(&eight, text + pos, 8);
+        if constexpr (ignore_case) {
+            eight |= needle.start_case;
+        }
         if (((eight ^ needle.start) & needle.start_mask) != 0) {
             return 0;
         }
         checked = 8;
     }
-    return is_same(text + pos, needle.query.data, static_cast<int64_t>(checked), static_cast<int64_t>(count));
+    return is_same<ignore_case>(text + pos, needle.query.data, static_cast<int64_t>(checked),
+                                static_cast<int64_t>(count));
 }
 
 // The first marked position from pos on where the query matches, or -1.
+template <bool ignore_case>
 inline int64_t first_match(const char *text, int64_t pos, uint64_t places, int64_t span,
                            const ScanNeedle &needle) {
     for (; places != 0; places &= places - 1) {
         int64_t at = pos + __builtin_ctzll(places);
-        if (matches_at(text, at, span, needle)) {
+        if (matches_at<ignore_case>(text, at, span, needle)) {
             return at;
         }
     }
@@ -140,15 +184,17 @@ inline int64_t first_match(const char *text, int64_t pos, uint64_t places, int64
 }
 
 // The first match in [from, span), or -1.
+template <bool ignore_case>
 inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeedle &needle) {
-    const Candidates candidates = {text + needle.rare_offset, text + needle.other_offset, splat(needle.rare),
-                                   splat(needle.other)};
+    const Candidates<ignore_case> candidates = {text + needle.rare_offset, text + needle.other_offset,
+                                                splat(needle.rare),        splat(needle.other),
+                                                splat(needle.rare_case),   splat(needle.other_case)};
     int64_t pos = from;
     int64_t found = -1;
     if (span - pos >= lanes) {
         // One unaligned vector, as a hit is often close; then continue where loads of the rare byte are
         // aligned.
-        found = first_match(text, pos, mask(candidates(pos)), span, needle);
+        found = first_match<ignore_case>(text, pos, mask(candidates(pos)), span, needle);
         if (found >= 0) {
             return found;
         }
@@ -159,9 +205,8 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
         // Where the branches below are hard to predict, hardware prefetching falls behind.
         prefetch(p, 2048);
         prefetch(p, 2048 + 64);
-        Vector rare_low = equal(load(p), candidates.rare) | equal(load(p + lanes), candidates.rare);
-        Vector rare_high =
-            equal(load(p + 2 * lanes), candidates.rare) | equal(load(p + 3 * lanes), candidates.rare);
+        Vector rare_low = candidates.of_rare(p) | candidates.of_rare(p + lanes);
+        Vector rare_high = candidates.of_rare(p + 2 * lanes) | candidates.of_rare(p + 3 * lanes);
         if (mask(rare_low | rare_high) == 0) {
             continue;
         }
@@ -172,16 +217,16 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
         if (mask(a | b | c | d) == 0) {
             continue;
         }
-        found = first_match(text, pos, mask_of_two(a, b), span, needle);
+        found = first_match<ignore_case>(text, pos, mask_of_two(a, b), span, needle);
         if (found < 0) {
-            found = first_match(text, pos + 2 * lanes, mask_of_two(c, d), span, needle);
+            found = first_match<ignore_case>(text, pos + 2 * lanes, mask_of_two(c, d), span, needle);
         }
         if (found >= 0) {
             return found;
         }
     }
     for (; span - pos >= lanes; pos += lanes) {
-        found = first_match(text, pos, mask(candidates(pos)), span, needle);
+        found = first_match<ignore_case>(text, pos, mask(candidates(pos)), span, needle);
         if (found >= 0) {
             return found;
         }
@@ -189,10 +234,12 @@ inline int64_t find(const char *text, int64_t from, int64_t span, const ScanNeed
     if (pos < span && span >= lanes) {
         // The last positions, as a whole vector that overlaps the previous one.
         int64_t tail = span - lanes;
-        return first_match(text, tail, mask(candidates(tail)) & ~uint64_t{0} << (pos - tail), span, needle);
+        return first_match<ignore_case>(text, tail, mask(candidates(tail)) & ~uint64_t{0} << (pos - tail),
+                                        span, needle);
     }
     for (; pos < span; pos++) {
-        if (candidates.at_rare[pos] == needle.rare && matches_at(text, pos, span, needle)) {
+        if (same_byte<ignore_case>(candidates.at_rare[pos], needle.rare) &&
+            matches_at<ignore_case>(text, pos, span, needle)) {
             return pos;
         }
     }
@@ -253,14 +300,25 @@ inline int64_t line_end(const char *text, int64_t pos, int64_t span) {
     return pos;
 }
 
-} // namespace
-
-uint8_t SCAN_NEXT_HIT(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
-    int64_t pos = find(text, from, span, needle);
+template <bool ignore_case>
+inline uint8_t next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
+                        ScanHit *hit) {
+    int64_t pos = find<ignore_case>(text, from, span, needle);
     if (pos < 0) {
         return 0;
     }
     uint32_t line_feeds = count_line_feeds(text, from, pos);
     *hit = {pos, line_feeds, line_feeds > 0 ? line_start(text, pos) : from, line_end(text, pos, span)};
     return 1;
+}
+
+} // namespace
+
+uint8_t SCAN_NEXT_HIT(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
+    return next_hit<false>(text, from, span, needle, hit);
+}
+
+uint8_t SCAN_NEXT_HIT_IGNORING_CASE(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
+                                    ScanHit *hit) {
+    return next_hit<true>(text, from, span, needle, hit);
 }

@@ -7,6 +7,7 @@
 #include "search/results_store.h"
 #include "search/search_counts.h"
 #include "search/search_state.h"
+#include "search/skip_folders.h"
 #include "search/walk.h"
 
 namespace {
@@ -180,7 +181,7 @@ uint8_t on_subfolder(void *, Str folder, const FolderEntry &entry) {
     if (search_state.request_pending) {
         return 0;
     }
-    if (!entry.is_folder) {
+    if (!entry.is_folder || is_skipped_folder(entry.name)) {
         return 1;
     }
     Str subfolder = results_push_path(folder, entry.name);

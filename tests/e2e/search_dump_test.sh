@@ -43,6 +43,13 @@ for readers in 0 1 8 64; do
     expect "$readers readers and a limit" 0 $'files 1\nfile names/../tree/süb dir/ä.txt\nhit 1 7 6 größe foo\n' \
         --max-file-size 40 --readers "$readers" 'names/../tree/süb dir' 'e foo'
 done
+for readers in 0 8; do
+    expect "$readers readers, ignoring case" 0 $'files 3\nfile tree/a.txt\nhit 2 2 4 foo bar\n' \
+        --readers "$readers" --ignore-case tree $'FOO\tb'
+    expect "$readers readers, a folder skipped" 0 $'files 0\n' \
+        --skip-folders $' src\tProjects ' --readers "$readers" names foo
+    expect "$readers readers, no folder skipped" 0 $'files 1\n' --readers "$readers" --skip-folders 'Pro ects' names foo
+done
 expect 'readers and suggestions' 0 $'files 0\nmatch Projects\nother src\n' --readers 8 names/pro ''
 expect 'a limit below every file' 0 $'files 0\n' --max-file-size 2 names foo
 
@@ -77,5 +84,8 @@ usage --readers 65 tree foo
 usage --readers x tree foo
 usage --readers tree foo
 usage --readers 8 tree
+usage --ignore-case tree
+usage --skip-folders src tree
+usage --skip-folders tree foo
 
 end_checks

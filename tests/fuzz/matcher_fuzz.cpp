@@ -1,5 +1,5 @@
-// The matcher compared with byte-by-byte rules: a file's hits in each variant of the scan, and the sorting of
-// sub-folders.
+// The matcher compared with byte-by-byte rules: a file's hits in each variant of the scan, exact and with
+// case ignored, and the sorting of sub-folders.
 //
 // An input: a byte of options, a byte of the text's offset in its block and its repetitions, a byte of the
 // query's length, the query, the text.
@@ -61,17 +61,20 @@ std::string stored_rows(uint32_t file_index) {
     return all;
 }
 
-void check_hits(const std::string &text, const std::string &query, size_t offset, uint32_t file_index) {
+void check_hits(const std::string &text, const std::string &query, size_t offset, uint32_t file_index,
+                bool ignore_case) {
     std::string plain_text = text;
-    const std::string expected = written(plain_hits(plain_text, query), file_index);
+    const std::string expected = written(plain_hits(plain_text, query, ignore_case), file_index);
     const ExactBytes real_query(query);
-    std::vector<ScanNextHit *> variants = {scan_next_hit_sse2};
+    std::vector<ScanNextHit *> variants = {ignore_case ? scan_next_hit_ignoring_case_sse2
+                                                       : scan_next_hit_sse2};
     if (os_has_avx2()) {
-        variants.push_back(scan_next_hit_avx2);
+        variants.push_back(ignore_case ? scan_next_hit_ignoring_case_avx2 : scan_next_hit_avx2);
     }
     for (ScanNextHit *variant : variants) {
         reserve_once();
-        scan_next_hit_variant = variant;
+        search_state.ignore_case = ignore_case;
+        (ignore_case ? scan_next_hit_ignoring_case_variant : scan_next_hit_variant) = variant;
         const ExactBytes contents(text, offset);
         scan_contents(contents.str, real_query.str, file_index);
         fuzz_expect("hits", stored_rows(file_index), expected);
@@ -154,6 +157,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (int repeats = 1 + place / 64; repeats > 0; repeats--) {
         all += text;
     }
-    check_hits(all, query, place % 64, how >> 2);
+    check_hits(all, query, place % 64, how >> 2, false);
+    check_hits(all, query, place % 64, how >> 2, true);
     return 0;
 }

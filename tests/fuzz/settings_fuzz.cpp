@@ -77,6 +77,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz_expect("left_click_cmd", to_string(settings.left_click_cmd), plain.left_click_cmd);
     fuzz_expect("right_click_cmd", to_string(settings.right_click_cmd), plain.right_click_cmd);
     fuzz_expect("status_line", settings.status_line, plain.status_line);
+    fuzz_expect("ignore_case", settings.ignore_case, plain.ignore_case);
+    fuzz_expect("skip_folders", to_string(settings.skip_folders), plain.skip_folders);
     fuzz_expect("the fonts that are loaded", joined(loaded_fonts), joined(plain.font_paths));
     fuzz_expect("the file's bytes afterwards", to_string(bytes.str), file);
     return 0;

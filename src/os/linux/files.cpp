@@ -185,6 +185,10 @@ bool os_path_is_folder(Str path) {
     return stat(SystemPath(path).text, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+bool os_is_same_name(Str a, Str b) {
+    return str_equal(a, b);
+}
+
 Str exe_path() {
     char *path = static_cast<char *>(os_alloc(PATH_MAX));
     ssize_t count = path ? readlink("/proc/self/exe", path, PATH_MAX - 1) : -1;

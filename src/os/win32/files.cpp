@@ -117,6 +117,13 @@ bool os_path_is_folder(Str path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+bool os_is_same_name(Str a, Str b) {
+    WIDE_ON_STACK(wide_a, a, MAX_PATH);
+    WIDE_ON_STACK(wide_b, b, MAX_PATH);
+    return wide_a && wide_b &&
+           CompareStringOrdinal(wide_a, wide_a_units, wide_b, wide_b_units, TRUE) == CSTR_EQUAL;
+}
+
 uint32_t exe_path(wchar_t (&path)[longest_exe_path]) {
     return GetModuleFileNameW(nullptr, path, longest_exe_path);
 }

@@ -28,6 +28,8 @@ struct PlainSettings {
     std::string left_click_cmd = default_left;
     std::string right_click_cmd = default_right;
     bool status_line = false;
+    bool ignore_case = false;
+    std::string skip_folders;
     std::string folder;                  // of the file, with a '/' at its end
     std::vector<std::string> font_paths; // of the fonts to load, in their order
 
@@ -111,6 +113,10 @@ private:
             right_click_cmd = value;
         } else if (key == "status_line") {
             status_line = boolean(value);
+        } else if (key == "ignore_case") {
+            ignore_case = boolean(value);
+        } else if (key == "skip_folders") {
+            skip_folders = value;
         }
     }
 

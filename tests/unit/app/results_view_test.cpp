@@ -1142,6 +1142,23 @@ TEST(ResultsPicture, LongLinesUnderTheScrollBar) {
     scope.expect("results_long_lines", {200, 70});
 }
 
+// A real search, in a folder with a relative name, as the path is drawn.
+TEST(ResultsPicture, IgnoringCaseAndSkippingFolders) {
+    PictureScope scope;
+    for (const char *file : {"project/main.c", "project/.git/main.c", "project/build/main.c",
+                             "project/src/needle.h", "project/src/build/needle.h"}) {
+        scope.tree.file(file, "/* Needles */\n\n#define NEEDLE_MAX 8\nneedle_find();\nneédle();\n........\n");
+    }
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(scope.tree.native(""));
+    search_state.ignore_case = 1;
+    search_state.skip_folders = str_from(".git build");
+    search_rows(scope.tree, "project", "Needle");
+    std::filesystem::current_path(before);
+    scope.focus(&query_field, {{0, 6}});
+    scope.expect("results_ignore_case", nowhere, {420, 180});
+}
+
 TEST(ResultsPicture, LargerText) {
     const struct {
         int32_t font_size, line_height, text_y_offset;

@@ -737,6 +737,50 @@ TEST(SettingsExtensions, TheWorkerCountsForTheStatusLine) {
     }
 }
 
+TEST(SettingsExtensions, IgnoreCaseIsABoolean) {
+    const auto is_on = [](const std::string &file) { return Applied(file).before_fallbacks.ignore_case; };
+    for (const char *value : {"1", "y", "ok", "yes", "true", "Yes \r\n"}) {
+        EXPECT_EQ(is_on(std::string("ignore_case ") + value), 1) << value;
+    }
+    for (const char *value : {"", "no", "0", "false", "on", "yes please"}) {
+        EXPECT_EQ(is_on(std::string("ignore_case ") + value), 0) << value;
+    }
+    EXPECT_EQ(is_on(""), 0);
+    EXPECT_EQ(is_on("ignore_case yes\nignore_case no"), 0);
+    EXPECT_EQ(is_on("Ignore_case yes"), 0);
+}
+
+TEST(SettingsExtensions, SkipFoldersAreTheirLineVerbatim) {
+    const auto names = [](const std::string &file) {
+        Applied applied(file);
+        return to_string(settings.skip_folders);
+    };
+    EXPECT_EQ(names("skip_folders .git  node_modules\tbuild \r\n"), ".git  node_modules\tbuild");
+    EXPECT_EQ(names("skip_folders \"two words\" # x"), "\"two words\" # x");
+    EXPECT_EQ(names(""), "");
+    EXPECT_EQ(names("skip_folders .git\nskip_folders build"), "build"); // not both
+}
+
+TEST(SettingsExtensions, SkipFoldersWithoutNamesTakeTheNextLine) {
+    Applied applied("skip_folders \t\r\nfont_size 20\nshow_full_paths yes\nskip_folders_not a");
+    EXPECT_EQ(to_string(settings.skip_folders), "font_size 20");
+    EXPECT_EQ(applied.before_fallbacks.font_size, 0);
+    EXPECT_EQ(settings.show_full_paths, 1);
+    Applied at_the_end("skip_folders \t\r\n \n");
+    EXPECT_EQ(settings.skip_folders.count, 0u); // so nothing is skipped
+}
+
+TEST(SettingsExtensions, TheWorkerIsHandedIgnoreCaseAndSkipFolders) {
+    TestTree tree;
+    for (bool is_set : {true, false}) {
+        AppScope app;
+        tree.file("settings.txt", is_set ? "ignore_case yes\nskip_folders a b\n" : "# nothing\n");
+        settings_load(str_over(tree.path() + "/"));
+        EXPECT_EQ(search_state.ignore_case, is_set);
+        EXPECT_EQ(to_string(search_state.skip_folders), is_set ? "a b" : "");
+    }
+}
+
 TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
     FontFolder fonts;
     fonts.tree.file("settings.txt", "font_size 20\nfont_file fonts/x.ttf\nleft_click_cmd a");
@@ -769,7 +813,7 @@ const std::vector<std::string> keys = {
 };
 
 // As shipped these are comments as well.
-const std::vector<std::string> extension_keys = {"status_line"};
+const std::vector<std::string> extension_keys = {"status_line", "ignore_case", "skip_folders"};
 
 #ifdef _WIN32
 #define COMMANDS_FILE "settings_win32.txt"
@@ -878,6 +922,8 @@ TEST(PackagedSettings, NameEveryExtension) {
         }
         Applied applied(file);
         EXPECT_EQ(settings.status_line, 1);
+        EXPECT_EQ(settings.ignore_case, 1);
+        EXPECT_EQ(to_string(settings.skip_folders), ".git node_modules build");
     }
 }
 

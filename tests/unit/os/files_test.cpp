@@ -465,6 +465,26 @@ TEST(PathExists, FoldersAreDistinguishedFromFiles) {
 #endif
 }
 
+TEST(EntryNames, AreTheSameInAnyCaseOnWindowsOnly) {
+    const auto is_same = [](const std::string &a, const std::string &b) {
+        return os_is_same_name(str_over(a), str_over(b));
+    };
+#ifdef _WIN32
+    const bool in_any_case = true;
+#else
+    const bool in_any_case = false;
+#endif
+    EXPECT_TRUE(is_same("build", "build"));
+    EXPECT_EQ(is_same("build", "BUILD"), in_any_case);
+    EXPECT_EQ(is_same("größe", "GRÖßE"), in_any_case);
+    EXPECT_FALSE(is_same("build", "buil"));
+    EXPECT_FALSE(is_same("build", "build "));
+    EXPECT_FALSE(is_same("größe", "grösse"));
+    EXPECT_FALSE(is_same("[", "{"));
+    EXPECT_FALSE(is_same("a", std::string(100000, 'a')));
+    EXPECT_FALSE(is_same("a", ""));
+}
+
 TEST(Paths, AreMadeForTheSystemWithoutTheHeap) {
     TestTree tree;
     tree.folder("d");

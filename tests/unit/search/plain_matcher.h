@@ -16,17 +16,35 @@ struct PlainHit {
     bool operator==(const PlainHit &) const = default;
 };
 
+inline bool plain_is_same(const char *a, const char *b, size_t count, bool ignore_case) {
+    static const std::string upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ", lower = "abcdefghijklmnopqrstuvwxyz";
+    for (size_t i = 0; i < count; i++) {
+        char x = a[i], y = b[i];
+        if (ignore_case && upper.find(x) != std::string::npos) {
+            x = lower[upper.find(x)];
+        }
+        if (ignore_case && upper.find(y) != std::string::npos) {
+            y = lower[upper.find(y)];
+        }
+        if (x != y) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // text may change: tabs in stored lines become spaces.
-inline std::vector<PlainHit> plain_hits(std::string &text, const std::string &query) {
+inline std::vector<PlainHit> plain_hits(std::string &text, const std::string &query,
+                                        bool ignore_case = false) {
     std::vector<PlainHit> hits;
     int64_t span = static_cast<int64_t>(text.size()) - static_cast<int64_t>(query.size());
     int64_t pos = 0;
     uint32_t line = 1;
     int64_t line_start = 0;
     while (pos < span) {
-        // c_str: an empty query begins with its terminating zero.
-        if (text[static_cast<size_t>(pos)] == query.c_str()[0] &&
-            memcmp(text.data() + pos, query.data(), query.size()) == 0) {
+        // An empty query counts as its terminating zero.
+        size_t compared = query.empty() ? 1 : query.size();
+        if (plain_is_same(text.data() + pos, query.c_str(), compared, ignore_case)) {
             int64_t end = pos;
             while (end < span && text[static_cast<size_t>(end)] != '\n') {
                 end++;

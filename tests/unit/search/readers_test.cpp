@@ -138,6 +138,8 @@ struct Search {
     std::string query = "foo";
     int64_t max_file_size = 10000000;
     uint64_t arena_block_size = 0; // 0: the default
+    uint8_t ignore_case = 0;
+    const char *skip_folders = "";
 };
 
 Stored search(const TestTree &tree, const Search &how, uint32_t reader_count) {
@@ -148,6 +150,8 @@ Stored search(const TestTree &tree, const Search &how, uint32_t reader_count) {
         arena_init(&results_store.arena, how.arena_block_size);
     }
     search_state.max_file_size = how.max_file_size;
+    search_state.ignore_case = how.ignore_case;
+    search_state.skip_folders = str_from(how.skip_folders);
     std::string rows = search_rows(tree, tree.path(), how.query);
     rows += "files' names:";
     const FileEntry *files = reinterpret_cast<const FileEntry *>(results_store.file_table.data);
@@ -290,6 +294,35 @@ TEST(Readers, LeaveFilesOfVeryManyHitsToTheWorkerAndWaitWithTheOthers) {
     Stored alone = search(tree, {}, 0);
     for (uint32_t count : reader_counts) {
         EXPECT_TRUE(search(tree, {}, count) == alone) << count;
+    }
+}
+
+TEST(Readers, IgnoreCaseAndSkipFoldersLikeTheWorker) {
+    std::mt19937 random(20261122);
+    for (int round = 0; round < random_trees / 5; round++) {
+        TestTree tree;
+        fill_folder(tree, "", random, 0);
+        tree.file("enter/skip me/a", "foo.....");
+        tree.file("enter/skip/skip/a", "foo.....");
+        tree.file("enter/b", "foo.....");
+        const Search how = {.query = "FOO", .ignore_case = 1, .skip_folders = "ad1 skip Zd2 ..cd1 äd1"};
+        Stored alone = search(tree, how, 0);
+        EXPECT_NE(alone.rows.find("foo"), std::string::npos);
+        EXPECT_EQ(alone.rows.find("/skip/"), std::string::npos);
+        for (uint32_t count : reader_counts) {
+            EXPECT_EQ(search(tree, how, count), alone) << round << ", " << count << " readers";
+        }
+    }
+}
+
+TEST(Readers, DoNotListSkippedFolders) {
+    TestTree tree;
+    tree.file("enter/skip/deep/a", "foo.....");
+    tree.file("skip/b", "foo.....");
+    for (uint32_t count : reader_counts) {
+        listings.start(-1);
+        search(tree, {.skip_folders = "skip"}, count);
+        EXPECT_EQ(listings.count, 2); // the tree itself and "enter"
     }
 }
 

@@ -357,6 +357,17 @@ TEST(Worker, ARequestDuringAFoldersLastFileStartsNoFurtherListing) {
     }
 }
 
+TEST(Worker, ASkippedFolderIsNotListed) {
+    TestTree tree;
+    SearchScope scope;
+    tree.file("enter/skip/a", "foo.....");
+    tree.file("skip/b", "foo.....");
+    search_state.skip_folders = str_from("skip");
+    listings = 0;
+    EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 0\n");
+    EXPECT_EQ(listings, 4u); // the top and "enter", each for files and for sub-folders
+}
+
 TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
     TestTree tree;
     SearchScope scope;

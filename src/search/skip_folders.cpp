@@ -1,0 +1,27 @@
+#include "search/skip_folders.h"
+
+#include "os/files.h"
+#include "search/search_state.h"
+
+namespace {
+
+// As in settings.txt.
+bool is_space(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+}
+
+} // namespace
+
+uint8_t is_skipped_folder(Str name) {
+    Str names = search_state.skip_folders;
+    for (uint64_t at = 0; at < names.count; at++) {
+        uint64_t start = at;
+        while (at < names.count && !is_space(names.data[at])) {
+            at++;
+        }
+        if (at > start && os_is_same_name(name, {at - start, names.data + start})) {
+            return 1;
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,70 @@
+#!/bin/bash
+# Searches with ignore_case and skip_folders set: the rows on the screen, the command of a click, and skipped folders that
+# are suggested and searched when they are the path: search_settings_test.sh RUNNER TARNWICK RECORD_COMMAND, and for a
+# native program search_settings_test.sh X11_SETTINGS TARNWICK. Needs a display with a window manager.
+set -euo pipefail
+program=$(realpath "$2")
+case $program in
+    *.exe) runner=("$1") ;;
+    *) runner=() settings=$1 ;;
+esac
+# shellcheck source=tests/e2e/real_program.sh
+source "$(dirname "$0")/real_program.sh"
+
+project=$work/project
+mkdir -p "$project/.git" "$project/src/build"
+printf 'a Needle\nneEdle, NEEDLE\nneédle\n............\n' > "$project/main.c"
+printf 'needle\n............\n' | tee "$project/.git/a" "$project/.git/b" > "$project/src/build/c"
+
+if [ "${#runner[@]}" -gt 0 ]; then
+    recorder=$work/$(basename "$3")
+    cp "$3" "$recorder"
+    names='.GIT Build' # file names ignore case there
+else
+    recorder=$work/record_command
+    # shellcheck disable=SC2016
+    printf '%s\n' '#!/bin/bash' 'echo "$0 $*" > "$(dirname "$0")/commands.txt"' > "$recorder"
+    chmod +x "$recorder"
+    names='.git build'
+fi
+printf '%s\n' "left_click_cmd \"$drive$recorder\" {tarn_file_name}:{tarn_row}:{tarn_column}" 'readers 8' \
+    'ignore_case yes' "skip_folders $names" > "$folder/settings.txt"
+
+has_ended() { # whether the yellow frame is gone, which the next event shows
+    move_to 301 300
+    move_to 300 300
+    is_pixel 0 300 "$background"
+}
+
+# Expects lines with hits in these rows only.
+expect_hits() { # ROW...
+    until_true has_ended || failed 'the search does not end'
+    local row
+    for row in {0..9}; do
+        if [[ " $* " == *" $row "* ]]; then
+            see_pixels "200x15+0+$((50 + 15 * row))" "$cyan"
+        else
+            see_no_pixels "200x15+0+$((50 + 15 * row))" "$cyan"
+        fi
+    done
+}
+
+start "$hovered_removed" "$query_y" "$drive$project " -nEEdLe
+see_pixels 200x15+0+65 "$cyan"
+expect_hits 1 2 # below the file
+click 1 300 87
+has_recorded() {
+    [[ $(tr -d '\r' < "$work/commands.txt") == *' main.c:2:1' ]]
+}
+until_true has_recorded 2> /dev/null || failed "the click ran: $(cat "$work/commands.txt")"
+
+# The fields change after the list was drawn, so the first row shows that the new one is.
+focus_path
+xdotool key End slash
+see_pixels 200x15+0+50 "$cyan"
+expect_hits 0 1 # .git and src, the folders that the path can continue with
+xdotool type .git
+see_no_pixels 200x15+0+50 "$cyan"
+see_pixels 200x15+0+65 "$cyan"
+expect_hits 1 3 # two files
+close
