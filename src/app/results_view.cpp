@@ -23,17 +23,14 @@ void draw_header_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &
     layout->y += layout->line_height;
 }
 
-// Runs the command of a click in this frame and consumes the click. Runs none with texts that the next search
-// may be writing over.
+// Runs the command of a click in this frame and consumes the click.
 void run_click_command(Layout *layout, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
     bool is_left = ui_went_down(MOUSE_LEFT);
     if (layout->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
         return;
     }
     layout->click_consumed = 1;
-    if (copy == ROW_COPIED && row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
-        expand_command(&file, &hit);
-    }
+    results_run_command(is_left ? settings.left_click_cmd : settings.right_click_cmd, file, hit, copy);
 }
 
 // The line number with a colon and a space around it. Intentionally signed: 2^31 and more are negative.
@@ -86,6 +83,12 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *l
         if (hit.kind == RESULT_HIT) {
             draw_line_row(framebuffer, layout, file, hit, copy);
         }
+    }
+}
+
+void results_run_command(Str command, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
+    if (copy == ROW_COPIED && row_text_set(command)) {
+        expand_command(&file, &hit);
     }
 }
 
