@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/list_keys.h"
 #include "app/settings.h"
 #include "render/draw.h"
 #include "search/results_store.h"
@@ -23,6 +24,9 @@ ScrollThumb scroll_thumb(int32_t area, int32_t first_visible_hit) {
     }
     int32_t shortest = std::min(area, theme::shortest_thumb);
     int32_t length = std::max(static_cast<int32_t>(int64_t{area} * area / content), shortest);
+    if (settings.list_keys) {
+        return {list_keys_thumb_offset(area - length, first_visible_hit), length};
+    }
     int64_t share_above = int64_t{area} * first_visible_hit / hits;
     int32_t offset = static_cast<int32_t>(std::min<int64_t>(share_above, area - shortest));
     return {offset, std::min(length, area - offset)};

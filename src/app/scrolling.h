@@ -21,5 +21,5 @@ ScrollThumb scroll_thumb(int32_t area, int32_t first_visible_hit);
 // Draws the bar at the right edge of the list area, which reaches from list_top to the window's bottom, if
 // the hits are at least as tall as the area. The thumb shows the place of the first visible hit among all; it
 // is at least theme::shortest_thumb long, but no longer than the area, ends at the window's bottom at the
-// latest, and cannot be dragged.
+// latest. Only list_keys lets the user drag it.
 void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit);

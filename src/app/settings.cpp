@@ -35,6 +35,7 @@ Settings settings = {
     .remember_last_query = 1,
     .max_file_size = default_max_file_size,
     .reader_count = 0,
+    .list_keys = 0,
     .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
     .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
     .file = {},
@@ -224,6 +225,7 @@ constexpr KeyRule key_rules[] = {
     {"left_click_cmd", [](const Value &value) { settings.left_click_cmd = value.text; }},
     {"right_click_cmd", [](const Value &value) { settings.right_click_cmd = value.text; }},
     {"readers", [](const Value &value) { settings.reader_count = count_from(value.text, most_readers); }},
+    {"list_keys", [](const Value &value) { settings.list_keys = boolean_from(value.text); }},
 };
 
 void apply_key(Str key, const Value &value) {

@@ -1,4 +1,4 @@
-// settings.txt beside the executable: ten keys and an extension, set once at start-up and only read from then
+// settings.txt beside the executable: ten keys and extensions, set once at start-up and only read from then
 // on.
 //
 // A line is a key, whitespace and a value up to the line's end; a line that starts with '#' is a comment.
@@ -25,6 +25,7 @@ struct Settings {
 
     int64_t max_file_size; // bytes; 0: no limit; the worker reads the copy in search_state
     uint32_t reader_count; // an extension; 0 to 64; handed to the worker in search_state
+    uint8_t list_keys;     // an extension; see list_keys.h
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.
     Str left_click_cmd;

@@ -738,12 +738,25 @@ TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
 
 // ---- The file that ships with the program ----
 
+TEST(SettingsExtensions, ListKeysAreOffUnlessTrue) {
+    const auto list_keys_after = [](const std::string &file) {
+        return Applied(file).before_fallbacks.list_keys;
+    };
+    EXPECT_EQ(list_keys_after(""), 0);
+    EXPECT_EQ(list_keys_after("list_keys yes"), 1);
+    EXPECT_EQ(list_keys_after("list_keys no"), 0);
+    EXPECT_EQ(list_keys_after("list_keys"), 0);
+    EXPECT_EQ(list_keys_after("list_keys yes\nlist_keys 0"), 0);
+}
+
 namespace {
 
 const std::vector<std::string> keys = {
     "font_file",          "font_size",           "line_height",   "text_y_offset",  "show_full_paths",
     "remember_last_path", "remember_last_query", "max_file_size", "left_click_cmd", "right_click_cmd",
 };
+
+const std::vector<std::string> extensions = {"list_keys"}; // with an example in the shipped file
 
 #ifdef _WIN32
 #define COMMANDS_FILE "settings_win32.txt"
@@ -839,8 +852,17 @@ TEST(PackagedSettings, AreCommentsThatTellKeysFromWords) {
         EXPECT_TRUE(file[at] == '#' || file[at] == '\r' || file.compare(at, 11, "readers 8\r\n") == 0)
             << file.substr(at, 20);
     }
-    EXPECT_EQ(key_lines, keys.size() + editor_lines().size()); // all other comments begin with "## "
+    size_t example_lines = extensions.size() + editor_lines().size();
+    EXPECT_EQ(key_lines, keys.size() + example_lines); // all other comments begin with "## "
     EXPECT_GT(lines, 3 * keys.size());
+}
+
+TEST(PackagedSettings, HaveALineThatTurnsEachExtensionOn) {
+    std::string file = packaged_settings("\n");
+    for (const std::string &key : extensions) {
+        EXPECT_EQ(count_key_lines(&file, key, true), 1u) << key;
+    }
+    EXPECT_EQ(Applied(file).before_fallbacks.list_keys, 1);
 }
 
 TEST(PackagedSettings, HaveALineForEachEditorOfTheGuide) {
