@@ -12,6 +12,7 @@ esac
 source "$(dirname "$0")/real_program.sh"
 
 mkdir "$work/code" "$work/recorder"
+: > "$work/recorder/commands.txt"
 seq -f 'needle %g' 500 > "$work/code/lines.txt"
 echo '.......' >> "$work/code/lines.txt"
 if [ "${#runner[@]}" -gt 0 ]; then

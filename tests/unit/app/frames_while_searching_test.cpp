@@ -278,9 +278,9 @@ void restart_searches_under_frames(bool with_list_keys) {
     search_state.worker_pass = 1;
     stop_turning = 0;
     has_stopped = 0;
-    static Thread *thread;
-    thread = os_thread_start(turn_without_sleep, nullptr);
-    ASSERT_NE(thread, nullptr);
+    static Thread *threads[2]; // one for each run, never freed
+    threads[with_list_keys] = os_thread_start(turn_without_sleep, nullptr);
+    ASSERT_NE(threads[with_list_keys], nullptr);
 
     Canvas canvas(client_size.width, client_size.height, unpainted);
     uint32_t first = search_state.requests_taken;
