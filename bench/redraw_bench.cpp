@@ -6,6 +6,7 @@
 #include <stdlib.h>
 
 #include "app/frame.h"
+#include "app/list_keys.h"
 #include "app/scratch.h"
 #include "app/settings.h"
 #include "os/files.h"
@@ -79,11 +80,14 @@ void redraw_hits(benchmark::State &state) {
         dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
     }
     search_state.results_scroll = static_cast<int32_t>((state.range(0) - 60) * state.range(1) / 100);
+    settings.list_keys = state.range(2) != 0;
+    list_keys_select(static_cast<uint64_t>(search_state.results_scroll) + 5);
     draw_again_and_again(state);
+    settings.list_keys = 0;
 }
 BENCHMARK(redraw_hits)
-    ->ArgNames({"hits", "from"})
-    ->ArgsProduct({{100, 1000000}, {0, 50, 100}})
+    ->ArgNames({"hits", "from", "list_keys"})
+    ->ArgsProduct({{100, 1000000}, {0, 50, 100}, {0, 1}})
     ->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/input.h"
+#include "app/list_keys.h"
 #include "app/results_view.h"
 #include "app/scratch.h"
 #include "app/scrolling.h"
@@ -46,6 +47,7 @@ void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
         field_widget(framebuffer, str_from("Src: "), &query_field, layout);
     }
     if (layout->stop) {
+        list_keys.is_dragging = false; // the scroll bar is covered
         return;
     }
     int32_t list_top = layout->y;
@@ -56,6 +58,9 @@ void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
     }
     draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, layout);
     draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, layout);
+    if (settings.list_keys) {
+        list_keys_mouse(framebuffer, list_top, layout);
+    }
     int32_t first_visible_hit = search_state.results_scroll; // read once: the worker may set it to 0
     results_view(framebuffer, first_visible_hit, layout);
     draw_scroll_bar(framebuffer, list_top, first_visible_hit);

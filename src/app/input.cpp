@@ -2,8 +2,10 @@
 
 #include <iterator>
 
+#include "app/list_keys.h"
 #include "app/scratch.h"
 #include "app/scrolling.h"
+#include "app/settings.h"
 #include "os/files.h"
 #include "os/process.h"
 #include "search/results_store.h"
@@ -60,6 +62,9 @@ void handle_key(const WindowEvent *event) {
         } else {
             ui_press(event->key.code, ui_pointer_position());
         }
+    }
+    if (settings.list_keys && list_keys_handle(event->key)) {
+        return;
     }
     Field *field = input_field.focused_field;
     if (!field) {

@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "actions/command_template.h"
+#include "app/list_keys.h"
 #include "app/scratch.h"
 #include "app/settings.h"
 #include "app/status_line.h"
+#include "render/draw.h"
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
@@ -24,17 +26,15 @@ void draw_header_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &
     layout->y += layout->line_height;
 }
 
-// Runs the command of a click in this frame and consumes the click. Runs none with texts that the next search
-// may be writing over.
-void run_click_command(Layout *layout, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
+// Runs the command of a click in this frame and consumes the click. Returns whether there was one.
+bool run_click_command(Layout *layout, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
     bool is_left = ui_went_down(MOUSE_LEFT);
     if (layout->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
-        return;
+        return false;
     }
     layout->click_consumed = 1;
-    if (copy == ROW_COPIED && row_text_set(is_left ? settings.left_click_cmd : settings.right_click_cmd)) {
-        status_line_command_run(expand_command(&file, &hit));
-    }
+    results_run_command(is_left ? settings.left_click_cmd : settings.right_click_cmd, file, hit, copy);
+    return true;
 }
 
 // The line number with a colon and a space around it. Intentionally signed: 2^31 and more are negative.
@@ -49,17 +49,24 @@ Str line_prefix(uint32_t line) {
     return strbuf_text(&row_text);
 }
 
-void draw_line_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &file, const ResultRecord &hit,
+// Returns whether the row was clicked.
+bool draw_line_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &file, const ResultRecord &hit,
                    RowCopy copy) {
     int32_t x = theme::hit_x;
     x += draw_row_text(framebuffer, layout, x, theme::line_number, line_prefix(hit.line));
-    // x is ignored: the scroll bar is part of the row.
+    // x is ignored: the scroll bar is part of the row, unless list_keys has moved the mouse off it.
     bool is_hovered = layout->mouse.y >= layout->y && layout->mouse.y < layout->y + layout->line_height;
     draw_row_text(framebuffer, layout, x, is_hovered ? theme::hovered_line_text : theme::line_text, hit.text);
-    if (is_hovered) {
-        run_click_command(layout, file, hit, copy);
-    }
+    bool is_clicked = is_hovered && run_click_command(layout, file, hit, copy);
     layout->y += layout->line_height;
+    return is_clicked;
+}
+
+// Its ends are left to the frame of a running search.
+void draw_selection(Framebuffer *framebuffer, const Layout *layout) {
+    constexpr int32_t margin = theme::busy_frame_thickness;
+    Rect row = {margin, layout->y, framebuffer->width - 2 * margin, layout->line_height};
+    fill_rect(framebuffer, whole_of(framebuffer), row, theme::selected_hit);
 }
 
 } // namespace
@@ -85,8 +92,19 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *l
             draw_header_row(framebuffer, layout, file, hidden_folder_bytes);
         }
         if (hit.kind == RESULT_HIT) {
-            draw_line_row(framebuffer, layout, file, hit, copy);
+            if (settings.list_keys && list_keys_is_selected(i)) {
+                draw_selection(framebuffer, layout);
+            }
+            if (draw_line_row(framebuffer, layout, file, hit, copy) && settings.list_keys) {
+                list_keys_select(i);
+            }
         }
+    }
+}
+
+void results_run_command(Str command, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
+    if (copy == ROW_COPIED && row_text_set(command)) {
+        status_line_command_run(expand_command(&file, &hit));
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include "os/framebuffer.h"
 #include "os/strings.h"
+#include "search/results_store.h"
 #include "ui/ui_state.h"
 
 // Draws text in the layout's current row, at that x. Returns its width in pixels.
@@ -16,6 +17,10 @@ int32_t draw_row_text(Framebuffer *framebuffer, const Layout *layout, int32_t x,
 // middle of a file. The first hit under the mouse, at any x, runs left_click_cmd or right_click_cmd when that
 // button went down in this frame and the click is not consumed yet; left_click_cmd when both did.
 void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *layout);
+
+// Runs a click command with a row from results_hit_at. Runs none with texts that the next search may be
+// writing over.
+void results_run_command(Str command, const FileEntry &file, const ResultRecord &hit, RowCopy copy);
 
 // The number of bytes at the start of a file's folder that the list leaves out while show_full_paths is off:
 // all before the name of the searched folder. path: the Path field's text. May exceed the folder's length

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/list_keys.h"
 #include "app/settings.h"
 #include "render/draw.h"
 #include "search/results_store.h"
@@ -24,18 +25,28 @@ void results_scroll_by(int32_t direction, int32_t client_height) {
     search_state.results_scroll = static_cast<int32_t>(std::clamp<int64_t>(scroll, 0, INT32_MAX));
 }
 
-void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit) {
-    int32_t area = framebuffer->height - list_top;
+ScrollThumb scroll_thumb(int32_t area, int32_t first_visible_hit) {
     int64_t hits = static_cast<int64_t>(results_store.hit_table.count);
     int64_t content = hits * settings.line_height;
     if (area <= 0 || area > content) {
-        return;
+        return {};
     }
     int32_t shortest = std::min(area, theme::shortest_thumb);
     int32_t length = std::max(static_cast<int32_t>(int64_t{area} * area / content), shortest);
+    if (settings.list_keys) {
+        return {list_keys_thumb_offset(area - length, first_visible_hit), length};
+    }
     int64_t share_above = int64_t{area} * first_visible_hit / hits;
     int32_t offset = static_cast<int32_t>(std::min<int64_t>(share_above, area - shortest));
-    length = std::min(length, area - offset);
+    return {offset, std::min(length, area - offset)};
+}
+
+void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit) {
+    int32_t area = framebuffer->height - list_top;
+    auto [offset, length] = scroll_thumb(area, first_visible_hit);
+    if (length == 0) {
+        return;
+    }
     constexpr int32_t width = theme::scroll_bar_width, border = theme::scroll_border_width;
     constexpr int32_t outline = theme::thumb_outline_thickness, grip = theme::grip_size;
     int32_t x = framebuffer->width - width;

@@ -14,8 +14,17 @@ int32_t list_bottom(int32_t client_height);
 // even past the last hit.
 void results_scroll_by(int32_t direction, int32_t client_height);
 
+// The thumb of the scroll bar, in pixels from the top of the list area.
+struct ScrollThumb {
+    int32_t offset;
+    int32_t length; // 0: there is no scroll bar
+};
+
+// area: the list area's height.
+ScrollThumb scroll_thumb(int32_t area, int32_t first_visible_hit);
+
 // Draws the bar at the right edge of the list area, which reaches from list_top to the framebuffer's bottom,
 // if the hits are at least as tall as the area. The thumb shows the place of the first visible hit among all;
-// it is at least theme::shortest_thumb long, but no longer than the area, ends at the area's bottom at the
-// latest, and cannot be dragged.
+// it is at least theme::shortest_thumb long, but no longer than the area, and ends at the area's bottom at
+// the latest. Only list_keys lets the user drag it.
 void draw_scroll_bar(Framebuffer *framebuffer, int32_t list_top, int32_t first_visible_hit);

@@ -38,6 +38,7 @@ Settings settings = {
     .status_line = 0,
     .ignore_case = 0,
     .skip_folders = {},
+    .list_keys = 0,
     .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
     .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
     .file = {},
@@ -230,6 +231,7 @@ constexpr KeyRule key_rules[] = {
     {"status_line", [](const Value &value) { settings.status_line = boolean_from(value.text); }},
     {"ignore_case", [](const Value &value) { settings.ignore_case = boolean_from(value.text); }},
     {"skip_folders", [](const Value &value) { settings.skip_folders = value.text; }},
+    {"list_keys", [](const Value &value) { settings.list_keys = boolean_from(value.text); }},
 };
 
 void apply_key(Str key, const Value &value) {

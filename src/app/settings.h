@@ -30,6 +30,7 @@ struct Settings {
     uint8_t status_line;   // whether there is one, and whether the worker counts for it
     uint8_t ignore_case;   // whether ASCII letters match in either case
     Str skip_folders;      // names separated by whitespace; part of file, not zero-terminated
+    uint8_t list_keys;     // see list_keys.h
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.
     Str left_click_cmd;

@@ -149,7 +149,7 @@ void pick_entry(Field *field, Str entry) {
 // they can be brought back.
 void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
     const DynArray *list = &field->entries;
-    if (input_field.focused_field != field || !input_field.dropdown_open || list->count == 0) {
+    if (!dropdown_is_shown(field)) {
         return;
     }
     layout->stop = true;
@@ -178,6 +178,10 @@ void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
 }
 
 } // namespace
+
+bool dropdown_is_shown(const Field *field) {
+    return input_field.focused_field == field && input_field.dropdown_open && field->entries.count > 0;
+}
 
 // ---- The field ----
 

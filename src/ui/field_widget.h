@@ -16,6 +16,9 @@
 // button cleans shows it at once.
 void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *layout);
 
+// Whether the field's saved entries are shown below it.
+bool dropdown_is_shown(const Field *field);
+
 // Draws a button in the colour of its state. Returns whether it has been pressed in this frame, and consumes
 // that press.
 bool toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const Layout *layout);

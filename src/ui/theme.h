@@ -68,6 +68,7 @@ inline constexpr int32_t hit_x = 30;
 inline constexpr uint32_t line_number = 0xFF00FFFF;
 inline constexpr uint32_t line_text = 0xFFFFFFFF;
 inline constexpr uint32_t hovered_line_text = 0xFF00FF00;
+inline constexpr uint32_t selected_hit = 0xFF264058; // background of the row
 
 // ---- The scroll bar ----
 

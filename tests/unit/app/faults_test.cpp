@@ -22,6 +22,7 @@
 #include "app/frame.h"
 #include "app/frame_scope.h"
 #include "app/input.h"
+#include "app/list_keys.h"
 #include "app/program_scope.h"
 #include "app/startup.h"
 #include "os/clipboard.h"
@@ -1051,6 +1052,24 @@ const std::vector<Step> steps = {
      [](InterfaceScope *scope) {
          scope->begin();
          with_ctrl(KEY_C);
+         scope->draw();
+     },
+     {}},
+    {"copying a selected hit",
+     [](InterfaceScope *scope) {
+         settings.list_keys = 1;
+         list_keys = {};
+         FileEntry *file = reinterpret_cast<FileEntry *>(results_store.file_table.data);
+         *file = {str_over(long_folder), str_over(long_name)};
+         scope->warm();
+         free_row_text();
+     },
+     [](InterfaceScope *scope) {
+         scope->begin();
+         press_key(KEY_DOWN);
+         ui_press(KEY_SHIFT, {});
+         with_ctrl(KEY_C);
+         ui_release(KEY_SHIFT, {});
          scope->draw();
      },
      {}},

@@ -14,6 +14,7 @@
 #include "app/frame.h"
 #include "app/frame_scope.h"
 #include "app/input.h"
+#include "app/list_keys.h"
 #include "search/counted.h"
 #include "search/telling_tree.h"
 #include "search/worker.h"
@@ -161,6 +162,33 @@ struct User {
         }
         }
     }
+
+    // Any key of the list with list_keys, or the mouse on its scroll bar.
+    void use_list_keys() {
+        go_to(query);
+        switch (below(4)) {
+        case 0: { // moves, and then runs a command
+            const uint16_t moves[] = {KEY_DOWN, KEY_UP, KEY_PAGE_DOWN, KEY_PAGE_UP};
+            key(moves[below(4)]);
+            key(KEY_DOWN, KEY_REPEATED);
+            key(KEY_ENTER);
+            break;
+        }
+        case 1:
+            key(KEY_CTRL);
+            key(below(2) ? KEY_PAGE_DOWN : KEY_PAGE_UP);
+            key(KEY_CTRL, KEY_RELEASED);
+            key(KEY_DOWN);
+            key(KEY_ENTER);
+            break;
+        default: // drags, or scrolls by pages
+            move({895, 60 + static_cast<int32_t>(below(330))});
+            button(MOUSE_LEFT, BUTTON_PRESSED);
+            move({895, 60 + static_cast<int32_t>(below(330))});
+            button(MOUSE_LEFT, BUTTON_RELEASED);
+            break;
+        }
+    }
 };
 
 // Draws the next frame, as the program's loop does.
@@ -223,10 +251,14 @@ constexpr uint32_t requests_to_take = 500, commands_to_run = 25;
 
 } // namespace
 
-TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
+namespace {
+
+void restart_searches_under_frames(bool with_list_keys) {
     TestTree tree;
     telling::fill(tree);
     FrameScope scope;
+    settings.list_keys = with_list_keys;
+    list_keys = {};
     for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
                             &results_store.matching_folders, &results_store.other_folders}) {
         table->capacity = 1; // so that they grow while they are read
@@ -247,15 +279,15 @@ TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
     search_state.worker_pass = 1;
     stop_turning = 0;
     has_stopped = 0;
-    static Thread *thread;
-    thread = os_thread_start(turn_without_sleep, nullptr);
-    ASSERT_NE(thread, nullptr);
+    static Thread *threads[2]; // one for each run, never freed
+    threads[with_list_keys] = os_thread_start(turn_without_sleep, nullptr);
+    ASSERT_NE(threads[with_list_keys], nullptr);
 
     Canvas canvas(client_size.width, client_size.height, unpainted);
     uint32_t first = search_state.requests_taken;
     while (search_state.requests_taken - first < requests_to_take || commands_of_rows() < commands_to_run) {
         begin_frame();
-        switch (user.below(8)) {
+        switch (user.below(with_list_keys ? 12 : 8)) {
         case 0:
         case 1:
             user.edit_path();
@@ -285,6 +317,12 @@ TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
                 user.button(MOUSE_LEFT, BUTTON_PRESSED);
                 user.button(MOUSE_LEFT, BUTTON_RELEASED);
             }
+            break;
+        case 8:
+        case 9:
+        case 10:
+        case 11:
+            user.use_list_keys();
             break;
         default:
             user.move({static_cast<int32_t>(user.below(900)), static_cast<int32_t>(user.below(400))});
@@ -395,4 +433,13 @@ TEST(FramesWhileSearching, CountsAreOfOneSearch) {
     release_retired(&search_state.retired_text);
     release_retired(&results_store.retired);
     search_state.worker_pass = 0;
+}
+} // namespace
+
+TEST(FramesWhileSearching, StayInLiveMemoryAndEndWithTheLastRequestsPicture) {
+    restart_searches_under_frames(false);
+}
+
+TEST(FramesWhileSearching, WithListKeysNoKeyMixesTwoSearches) {
+    restart_searches_under_frames(true);
 }

@@ -805,6 +805,17 @@ TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
 
 // ---- The file that ships with the program ----
 
+TEST(SettingsExtensions, ListKeysAreOffUnlessTrue) {
+    const auto list_keys_after = [](const std::string &file) {
+        return Applied(file).before_fallbacks.list_keys;
+    };
+    EXPECT_EQ(list_keys_after(""), 0);
+    EXPECT_EQ(list_keys_after("list_keys yes"), 1);
+    EXPECT_EQ(list_keys_after("list_keys no"), 0);
+    EXPECT_EQ(list_keys_after("list_keys"), 0);
+    EXPECT_EQ(list_keys_after("list_keys yes\nlist_keys 0"), 0);
+}
+
 namespace {
 
 const std::vector<std::string> keys = {
@@ -813,7 +824,7 @@ const std::vector<std::string> keys = {
 };
 
 // As shipped these are comments as well.
-const std::vector<std::string> extension_keys = {"status_line", "ignore_case", "skip_folders"};
+const std::vector<std::string> extension_keys = {"status_line", "ignore_case", "skip_folders", "list_keys"};
 
 #ifdef _WIN32
 #define COMMANDS_FILE "settings_win32.txt"
@@ -923,6 +934,7 @@ TEST(PackagedSettings, NameEveryExtension) {
         Applied applied(file);
         EXPECT_EQ(settings.status_line, 1);
         EXPECT_EQ(settings.ignore_case, 1);
+        EXPECT_EQ(settings.list_keys, 1);
         EXPECT_EQ(to_string(settings.skip_folders), ".git node_modules build");
     }
 }

@@ -1,0 +1,48 @@
+// The extension list_keys: a selected hit, the keys that move it, run its commands and scroll the list, and
+// the mouse on the scroll bar. Used only while settings.list_keys is set. Interface thread only.
+//
+// The selection is a row of the hit table together with the numbers of the search that it belongs to, so rows
+// that are added do not move it, and a new search ends it without being told of it.
+#pragma once
+
+#include <stdint.h>
+
+#include "os/framebuffer.h"
+#include "os/window.h"
+#include "ui/ui_state.h"
+
+struct ListKeys {
+    // the hits' area in the last frame that drew them, in pixels of the client area
+    int32_t rows_top;
+    int32_t rows_bottom;
+
+    uint64_t search; // the requests published and taken when this frame's list or this key began
+
+    bool has_selection;       // counts only while selected_search is the current search
+    uint64_t selected_search; // search at that time
+    int64_t selected_row;     // of the hit table
+
+    bool is_dragging;   // the scroll bar's thumb
+    int32_t drag_top_y; // on the screen: of the pointer when it drags the thumb to the list's top
+    int32_t drag_y;     // on the screen: of the pointer when the drag last scrolled
+};
+extern ListKeys list_keys;
+
+// Handles a key, with the geometry of the last frame. Returns false when the key is not the list's: another
+// key or modifier, a release, a drop-down is shown, or there is no selection to act on.
+bool list_keys_handle(const KeyPayload &key);
+
+// Notes where the hits are drawn, at the layout's place, and handles the mouse on the scroll bar of the list
+// from list_top to the framebuffer's lower edge, which may scroll. While the mouse is the bar's, the layout's
+// is moved off every row.
+void list_keys_mouse(const Framebuffer *framebuffer, int32_t list_top, Layout *layout);
+
+// Whether the row, read in this frame, is the selected hit.
+bool list_keys_is_selected(uint64_t row);
+
+// Selects the hit in that row, read in this frame, without scrolling.
+void list_keys_select(uint64_t row);
+
+// How far the thumb is below the top of the list, in pixels: between 0 and travel. It is at the bottom when
+// the last hit is at the bottom of the list, and when the list is scrolled further.
+int32_t list_keys_thumb_offset(int32_t travel, int32_t first_visible_hit);

@@ -1,0 +1,98 @@
+#!/bin/bash
+# The keys of list_keys and its scroll bar in a real window: list_keys_test.sh RUNNER TARNWICK RECORD_COMMAND, and for
+# native programs list_keys_test.sh X11_SETTINGS TARNWICK. Needs a display with a window manager.
+set -euo pipefail
+
+program=$(realpath "$2")
+case $program in
+    *.exe) runner=("$1") ;;
+    *) runner=() settings=$1 ;;
+esac
+# shellcheck source=tests/e2e/real_program.sh
+source "$(dirname "$0")/real_program.sh"
+
+mkdir "$work/code" "$work/recorder"
+: > "$work/recorder/commands.txt"
+seq -f 'needle %g' 500 > "$work/code/lines.txt"
+echo '.......' >> "$work/code/lines.txt"
+if [ "${#runner[@]}" -gt 0 ]; then
+    cp "$3" "$work/recorder"
+    recorder=$drive$work/recorder/$(basename "$3")
+else
+    recorder=$work/recorder/record_command
+    # shellcheck disable=SC2016
+    printf '%s\n' '#!/bin/bash' 'echo "$0 $*" >> "$(dirname "$0")/commands.txt"' > "$recorder"
+    chmod +x "$recorder"
+fi
+printf '%s\n' 'list_keys yes' "left_click_cmd $recorder left {tarn_row}" "right_click_cmd $recorder right {tarn_row}" \
+    > "$folder/settings.txt"
+
+expected=
+commands_are_as_expected() {
+    [ "$(cat "$work/recorder/commands.txt")" = "$expected" ]
+}
+
+# Waits until this was the last command of all.
+expect_command() {
+    expected+=${expected:+$'\n'}"$recorder $1"
+    until_true commands_are_as_expected || failed "not $1 but $(tail -n 1 "$work/recorder/commands.txt")"
+}
+
+# Presses Enter, and waits for the command of the selected hit, which is that line.
+expect_selected() { # LINE
+    xdotool key Return
+    expect_command "left $1"
+}
+
+selected_hit=264058 thumb_outline=a0a0a0 track=323232
+start "$hovered_removed" "$query_y" "$drive$work/code " -needle
+read -r height < <(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
+bottom=$((height - 1)) bar_x=995
+rows=$(((height - 50) / 15))
+expect_pixel "$bar_x" 50 "$thumb_outline"
+move_to 700 20
+
+# ---- Keys ----
+
+xdotool key Down
+expect_pixel 700 70 "$selected_hit"
+xdotool key Down Down
+expect_pixel 700 100 "$selected_hit"
+expect_selected 3
+xdotool key ctrl+Return
+expect_command 'right 3'
+xdotool key ctrl+shift+c
+expect_clipboard "$drive$work/code/lines.txt:3: needle 3"
+xdotool key ctrl+Next
+expect_pixel "$bar_x" "$bottom" "$thumb_outline"
+expect_selected 500
+xdotool key Up
+expect_selected 499
+xdotool key ctrl+Prior Next
+expect_selected "$rows"
+xdotool key ctrl+Prior
+expect_pixel "$bar_x" 50 "$thumb_outline"
+
+# ---- The scroll bar ----
+
+click 1 "$bar_x" "$bottom" # a page
+click 3 "$bar_x" 60
+expect_pixel "$bar_x" 50 "$track"
+xdotool key ctrl+Prior
+expect_pixel "$bar_x" 50 "$thumb_outline"
+move_to "$bar_x" 60
+xdotool mousedown 1
+xdotool mousemove --window "$window" -- -100 "$bottom" # outside the window
+xdotool mousemove --window "$window" -- -100 $((height + 20))
+expect_pixel "$bar_x" "$bottom" "$thumb_outline"
+xdotool mousemove --window "$window" -- -100 0
+expect_pixel "$bar_x" 50 "$thumb_outline"
+xdotool mousemove --window "$window" -- -100 $((height + 20)) mouseup 1
+expect_pixel "$bar_x" "$bottom" "$thumb_outline"
+expect_selected 1 # the mouse has run nothing and has not moved the selection
+click 1 300 $((50 + 2 * 15 + 5)) # the second hit
+expect_command "left $((503 - rows))"
+xdotool key Down
+expect_selected $((504 - rows))
+close
+echo 'all checks passed'
