@@ -2,7 +2,7 @@
 # Checks the format, lints, builds everything for Windows and Linux and runs every test on both: the Windows programs
 # under Wine, the Linux ones plain and under AddressSanitizer and UndefinedBehaviorSanitizer, those with two threads also
 # under ThreadSanitizer. The tests replay the fuzzers' corpora. With --long, runs the long tests as well, and each fuzzer
-# for 60 seconds. The Windows half and the Linux half each stop at their first failure.
+# for 60 seconds. Stops at the first failure.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -59,32 +59,53 @@ test_windows() {
 test_linux() {
     echo "== Format"
     git ls-files -co --exclude-standard '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
-    for preset in linux linux-asan linux-tsan; do
+    build linux
+    ctest --preset linux
+}
+
+test_sanitizers() {
+    for preset in linux-asan linux-tsan; do
         build "$preset"
         ctest --preset "$preset"
     done
-    echo "== Lint"
-    tools/lint
 }
 
 for preset in linux linux-asan linux-tsan windows; do
     [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" > /dev/null
 done
 
-# Both halves at once: the Windows tests mostly wait for Wine and the screen. The Linux half keeps the processor busy, so
-# it runs with a lower priority.
-set -m # gives the Windows half a process group of its own, which can be ended as a whole
-test_windows > build/windows/test.log 2>&1 < /dev/null &
-windows=$!
+# All at once, as many of the tests wait for a screen more than they compute. The Windows ones take longest, so the
+# others leave the processor to them.
+declare -A name_of=()
+start() { # NAME NICENESS FUNCTION
+    (
+        renice -n "$2" "$BASHPID" > /dev/null
+        "$3"
+    ) > "build/$1.log" 2>&1 < /dev/null &
+    name_of[$!]=$1
+}
+set -m # gives each a process group of its own, which can be ended as a whole
+start windows 0 test_windows
+start linux 5 test_linux
+start sanitizers 10 test_sanitizers
+start lint 10 tools/lint
 set +m
-trap '{ kill -- "-$windows" && wait "$windows"; } 2> /dev/null || true' EXIT
-renice -n 10 $$ > /dev/null
-test_linux
-status=0
-wait "$windows" || status=$?
+end_all() {
+    for group in "${!name_of[@]}"; do
+        kill -- "-$group" 2> /dev/null || true
+        wait "$group" 2> /dev/null || true
+    done
+}
+trap end_all EXIT
+while [ ${#name_of[@]} -gt 0 ]; do
+    status=0
+    wait -n -p ended "${!name_of[@]}" || status=$?
+    echo "=== ${name_of[$ended]}"
+    cat "build/${name_of[$ended]}.log"
+    unset "name_of[$ended]"
+    [ "$status" = 0 ] || exit "$status"
+done
 trap - EXIT
-cat build/windows/test.log
-[ "$status" = 0 ] || exit "$status"
 
 if [ "$is_long" = 1 ]; then
     echo "== A million files"
