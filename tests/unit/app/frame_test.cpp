@@ -235,6 +235,35 @@ TEST(FramePicture, TheScrollBarAtTheTopInTheMiddleAndAtTheEnd) {
     }
 }
 
+// tests/e2e/same_pixels_test.sh brings the program's window into the same three states.
+TEST(FramePicture, TheOnesThatARealWindowShowsToo) {
+    FrameScope scope;
+    set_field(path, "code");
+    set_field(query, "needle");
+    set_entries(query, {"needle", "two words"});
+    query_field.is_saved = 1;
+    scope.focus(query, {{6, 6}});
+    scope.put_file("code", "main.c");
+    scope.put_hit(1, "#include \"needle.h\"");
+    for (uint32_t line = 4; line < 10; line++) {
+        scope.put_hit(line, "return needle_find(hay); // gr\xC3\xB6\xC3\x9Fte");
+    }
+    scope.put_file("code/include", "needle.h");
+    scope.put_hit(2, "typedef struct Needle needle;");
+    expect_frame("window_hits");
+    scope.focus(query, {{0, 6}});
+    input_field.dropdown_open = 1;
+    expect_frame("window_saved", {420, 160}, {300, 38});
+
+    input_field.dropdown_open = 0;
+    results_store.file_table.count = 0;
+    results_store.hit_table.count = 0;
+    set_field(path, "code/in");
+    scope.focus(path, {{7, 7}});
+    scope.put_folders({"include"}, {"docs"});
+    expect_frame("window_folders", {420, 160}, {300, 38});
+}
+
 // ---- What is drawn where ----
 
 TEST(FrameDraw, DrawsNothingIntoAFramebufferOfNoSize) {
