@@ -238,6 +238,26 @@ expect_pixel 8 $((first_query_row + 17 + 8)) "$live"
 expect_pixel 8 $((first_query_row + 34 + 8)) "$background" # removed entries do not come back
 click 1 200 $((first_query_row + 17 + 8))
 expect_query two oneé two
+
+# ---- Minimised, and resized with the mouse ----
+
+minimized=$window
+xdotool windowminimize "$window"
+until_true has_no_window || failed 'the window is not minimised'
+xdotool windowactivate "$minimized"
+until_true has_window || failed 'the minimised window does not come back'
+expect_pixel 3 2 "$background"
+xdotool key End 1
+expect_query two1 oneé two
+
+move_to 1000 300 # the frame's right edge
+xdotool mousedown 1
+nudged_until_pixel 1060 300 1040 19 "$line" # drawn while the frame is held
+xdotool mouseup 1
+nudged_until_pixel $((save_x + 60)) "$query_y" $((save_x + 60)) "$query_y" "$hovered_removed"
+xdotool key BackSpace
+expect_query two oneé two
+expect_pixel $((save_x + 60)) "$query_y" "$hovered_live"
 close
 
 # ---- Settings ----
