@@ -115,6 +115,7 @@ if [ "$is_long" = 1 ]; then
     echo "== Killed while typing"
     tests/long/kill_while_typing.sh build/linux/bin/typing_probe
     echo "== Soak"
+    tests/unit/support/under_screen bash tests/long/soak.sh build/linux/bin/x11_settings build/linux/bin/tarnwick - 180
     under_screen bash tests/long/soak.sh tools/run_under_wine build/windows/bin/tarnwick.exe \
         build/windows/bin/process_probe.exe 180
     echo "== Fuzzing"

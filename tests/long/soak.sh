@@ -1,11 +1,15 @@
 #!/bin/bash
 # Sends random real input to the program's window for some time: keys, clicks, drags, the wheel, new window sizes, and
 # focus lost and regained. The program must not crash or hang, must not use more memory than its largest result set, and
-# must leave no handle open except the two of each command that a click runs.
+# must leave no handle open, on Windows except the two of each command that a click runs.
 #
 #     soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED]
+#     soak.sh X11_SETTINGS TARNWICK - SECONDS [SEED]
 #
 # PROBE_EXE is process_probe; record_command has to be beside it. Needs a display with a window manager; by hand:
+#
+#     cmake --build --preset linux --target tarnwick x11_settings
+#     tests/unit/support/under_screen bash tests/long/soak.sh build/linux/bin/{x11_settings,tarnwick} - 180
 #
 #     cmake --build --preset windows --target tarnwick process_probe record_command
 #     xvfb-run -a -s '-screen 0 1280x1024x24' bash -c 'openbox & sleep 1; bash tests/long/soak.sh \
@@ -23,13 +27,19 @@ if [ -z "${has_fixed_places:-}" ] && setarch -R true 2> /dev/null; then
 fi
 
 if [ $# -lt 4 ]; then
-    echo 'usage: soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED]' >&2
+    echo 'usage: soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED], or X11_SETTINGS TARNWICK - SECONDS [SEED]' >&2
     exit 2
 fi
-runner=("$(realpath "$1")")
 program=$(realpath "$2")
-probe=$(realpath "$3")
-recorder=$(realpath "$(dirname "$3")/record_command.exe")
+case $program in
+    *.exe)
+        runner=("$(realpath "$1")")
+        probe=$(realpath "$3")
+        recorder=$(realpath "$(dirname "$3")/record_command.exe")
+        ;;
+    *) runner=() settings=$(realpath "$1") ;;
+esac
+is_native=$((${#runner[@]} == 0))
 seconds=$4
 seed=${5:-1}
 sources=$(realpath "$(dirname "$0")/../..")
@@ -42,7 +52,11 @@ source "$(dirname "$0")/../e2e/real_program.sh"
 memory_allowance=4096 # KiB: the heap grows in pieces, and fragments differently in each run
 memory_per_entry=2    # KiB: for each saved path or query
 largest_file=9800     # KiB: a search holds one file at a time, so the peak may be this much higher
+handles_per_command=2
 handle_allowance=8    # what Wine opens on first use, and commands that ended before they wrote their line
+if ((is_native)); then
+    handles_per_command=0 handle_allowance=0
+fi
 
 memory=0 handles=0
 read_memory() {
@@ -51,6 +65,10 @@ read_memory() {
 }
 
 read_handles() {
+    if ((is_native)); then
+        handles=$(find "/proc/$tarnwick/fd" -mindepth 1 | wc -l)
+        return
+    fi
     read -r _ handles _ drive_letter < <(timeout 120 "${runner[@]}" "$probe" lum_sharedWindowClass \
         < /dev/null 2> /dev/null | tr -d '\r') || failed 'the probe prints nothing'
 }
@@ -66,23 +84,28 @@ count_entries() {
 
 # ---- The tree ----
 
-# The tree is a drive of its own, so that no typed path leads to another tree with more hits. The letters of other
-# drives are neither typed nor part of a folder's name.
-drives=$(dirname "${runner[0]}")/../build/wine/dosdevices
-for other in "$drives"/[abd-rt-y]:; do
-    if [ -e "$other" ]; then
-        failed "there is another drive: $other"
-    fi
-done
-ln -sfn "$work/drive" "$drives/s:"
-remove_drive_and_finish() {
-    local left=$?
-    set +e
-    rm -f "$drives/s:"
-    (exit "$left")
-    finish
-}
-trap remove_drive_and_finish EXIT
+# No typed path may lead to another tree with more hits. On Windows the tree is a drive of its own; the letters of other
+# drives are neither typed nor part of a folder's name. A native program runs in the tree's folder, and no '/' is typed.
+if ((is_native)); then
+    root=
+else
+    root=S:/
+    drives=$(dirname "${runner[0]}")/../build/wine/dosdevices
+    for other in "$drives"/[abd-rt-y]:; do
+        if [ -e "$other" ]; then
+            failed "there is another drive: $other"
+        fi
+    done
+    ln -sfn "$work/drive" "$drives/s:"
+    remove_drive_and_finish() {
+        local left=$?
+        set +e
+        rm -f "$drives/s:"
+        (exit "$left")
+        finish
+    }
+    trap remove_drive_and_finish EXIT
+fi
 
 all=$work/drive/all
 mkdir -p "$all/large"
@@ -105,7 +128,15 @@ for i in {1..7}; do
     }' > "$all/large/$i.txt"
 done
 typed='taoinsrldu _/é你'
-letters=(e t a o i n s r l d u space underscore slash eacute U4F60)
+letters=(e t a o i n s r l d u space underscore eacute U4F60)
+folders=("${root}all" "${root}all")
+if ((is_native)); then
+    ln -s all/* "$work/drive"
+    folders+=(large tests sources)
+else
+    letters+=(slash)
+    folders+=(S:/all/large S:/all/tests S:/all/sources)
+fi
 words=('i n t' 't h e' 'r e t u r n' 'l i n e' 'u i n t' 'n e e d l e' 't e s t s' 's t d' 'e space t' 'e e' e)
 
 # A query finds at most the lines of its rarest character. So if e is in more lines than any other character that can be
@@ -120,10 +151,16 @@ done < <({ echo "$typed:S"; cd "$all" && find . -type d; } | grep -o . | sort -u
 # ---- What clicks run ----
 
 mkdir "$work/a recorder"
-cp "$recorder" "$work/a recorder"
 commands=$work/a\ recorder/commands.txt
 : > "$commands"
-recorder="$drive$work/a recorder/$(basename "$recorder")"
+if ((is_native)); then
+    recorder="$work/a recorder/record_command"
+    printf '%s\n' '#!/bin/bash' "printf '%s\n' \"\$*\" >> '$commands'" > "$recorder"
+    chmod +x "$recorder"
+else
+    cp "$recorder" "$work/a recorder"
+    recorder="$drive$work/a recorder/$(basename "$recorder")"
+fi
 printf '%s\n' "left_click_cmd \"$recorder\" left {tarn_file_folder}/{tarn_file_name}:{tarn_row}" \
     "right_click_cmd \"$recorder\" right {tarn_file_folder_bs}" > "$folder/settings.txt"
 
@@ -218,7 +255,7 @@ is_idle() {
 }
 
 search_largest() {
-    set_texts S:/all
+    set_texts "${root}all"
     wait_for_frame "$query_y"
     see_no_pixels 60x300+0+50 "$cyan"
     xdotool key e
@@ -377,7 +414,7 @@ cd "$work/drive"
 start "$hovered_removed" "$query_y"
 xdotool windowmove "$window" 20 40
 read_handles
-[ "$drive_letter" = S ] || failed "the program is on drive $drive_letter"
+((is_native)) || [ "$drive_letter" = S ] || failed "the program is on drive $drive_letter"
 
 # Brings everything to its largest size once: the framebuffer, the tables, both blocks of strings, a file's contents.
 # And clicks, since Wine keeps what it loads for the first command.
@@ -400,7 +437,6 @@ largest_memory=$memory
 report 'largest result set'
 
 RANDOM=$seed
-folders=(S:/all S:/all S:/all/large S:/all/tests S:/all/sources)
 SECONDS=0
 for ((round = 1; SECONDS < seconds; round++)); do
     pastes_left=4
@@ -434,13 +470,13 @@ allowed=$((first_memory + memory_allowance + memory_per_entry * entries))
 [ "$memory" -le "$allowed" ] || failed "more memory than $allowed KiB"
 allowed=$((allowed + largest_file))
 [ "$largest_memory" -le "$allowed" ] || failed "meanwhile more memory than $allowed KiB"
-allowed=$((first_handles + 2 * ran + handle_allowance))
+allowed=$((first_handles + handles_per_command * ran + handle_allowance))
 [ "$handles" -le "$allowed" ] || failed "more handles than $allowed"
 [ "$ran" -gt 0 ] || failed 'no click ran a command'
 
 # ---- The end ----
 
-set_texts S:/all t h e space e n d
+set_texts "${root}all" t h e space e n d
 close
 # A text and entries, each after a line end: no entry twice, no empty one, no half characters.
 for file in saved_paths.txt saved_queries.txt; do
@@ -456,6 +492,6 @@ for file in saved_paths.txt saved_queries.txt; do
     [ -z "$(uniq -d "$work/entries")" ] || failed "an entry twice in $file"
     ! grep -qx '' "$work/entries" || failed "an empty entry in $file"
 done
-[ "$(head -n 1 "$folder/saved_paths.txt" | tr -d '\r')" = S:/all ] || failed 'another path'
+[ "$(head -n 1 "$folder/saved_paths.txt" | tr -d '\r')" = "${root}all" ] || failed 'another path'
 [ "$(head -n 1 "$folder/saved_queries.txt" | tr -d '\r')" = 'the end' ] || failed 'another query'
 echo "soak: seed $seed, $inputs inputs, $clicks clicks, $sizes sizes, $ran commands"
