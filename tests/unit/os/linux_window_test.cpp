@@ -12,6 +12,7 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XShm.h>
 #include <X11/extensions/Xfixes.h>
+#include <X11/extensions/Xrandr.h>
 #include <X11/keysym.h>
 
 #include "os/linux/native_window.h"
@@ -743,4 +744,8 @@ TEST_F(X11Window, DescribesTheMonitorAsTheServerDoes) {
     EXPECT_EQ(monitors[0].work_area.width, static_cast<int32_t>(area[2]));
     EXPECT_EQ(monitors[0].work_area.height, static_cast<int32_t>(area[3]));
     EXPECT_STREQ(monitors[0].name.data, "screen");
+    XRRScreenConfiguration *mode = XRRGetScreenInfo(user_display(), RootWindowOfScreen(screen));
+    int32_t rate = XRRConfigCurrentRate(mode);
+    XRRFreeScreenConfigInfo(mode);
+    EXPECT_EQ(monitors[0].refresh_rate, rate > 0 ? rate : 60); // Xvfb's own mode has none
 }
