@@ -324,7 +324,13 @@ TEST_F(X11Window, AKeyIsReleasedWithTheCodeThatItWasPressedWith) {
 
 TEST_F(X11Window, AKeyHeldSinceBeforeTheFocusCameIsRepeatedNotPressed) {
     PlatformWindow *window = create_shown();
-    XSetInputFocus(user_display(), None, RevertToNone, CurrentTime);
+    // Without any focused window the window manager would give this one the focus back.
+    XSetWindowAttributes attributes = {};
+    attributes.override_redirect = True;
+    Window other = XCreateWindow(user_display(), DefaultRootWindow(user_display()), 0, 0, 1, 1, 0,
+                                 CopyFromParent, InputOutput, nullptr, CWOverrideRedirect, &attributes);
+    XMapWindow(user_display(), other);
+    XSetInputFocus(user_display(), other, RevertToNone, CurrentTime);
     EXPECT_EQ(events(), Events{"focus 0"});
     KeyCode key = key_of(XK_x);
     user_key(key, true);
@@ -341,6 +347,7 @@ TEST_F(X11Window, AKeyHeldSinceBeforeTheFocusCameIsRepeatedNotPressed) {
         usleep(5000);
     }
     user_key(key, false);
+    XDestroyWindow(user_display(), other);
     EXPECT_EQ(Events(all.begin(), all.begin() + 3), (Events{"focus 1", "key 58 3", "char 78"}));
 }
 
