@@ -477,6 +477,56 @@ TEST(StatusLine, ShowsWhyAClickStartedNothingUntilTheNextSearch) {
     EXPECT_TRUE(clicks.shows_counts());
 }
 
+// ---- With list_keys ----
+
+namespace {
+
+void press(uint16_t code) {
+    WindowEvent event = {};
+    event.type = EVENT_KEY;
+    event.key = {code, KEY_PRESSED};
+    input_handle_event(&event);
+}
+
+} // namespace
+
+TEST(StatusLine, ShowsWhyEnterStartedNothingUntilAKeyStartsSomething) {
+    FailingClicks clicks;
+    settings.list_keys = 1;
+    clicks.draw();
+    press(KEY_DOWN);
+    os_start_error = 2;
+    press(KEY_ENTER);
+    clicks.draw();
+    EXPECT_TRUE(clicks.shows_failure(7));
+    press(KEY_DOWN);
+    clicks.draw();
+    EXPECT_TRUE(clicks.shows_failure(7));
+    os_start_error = 0;
+    press(KEY_ENTER);
+    clicks.draw();
+    EXPECT_TRUE(clicks.shows_counts());
+}
+
+TEST(StatusLine, CoversNoHitThatTheKeysSelect) {
+    FailingClicks clicks;
+    settings.list_keys = 1;
+    clicks.draw();
+    for (int i = 0; i < 30; i++) {
+        press(KEY_DOWN);
+        clicks.draw();
+        int32_t first = -1, last = -1; // rows of pixels with the selection's colour
+        for (int32_t y = 0; y < 160; y++) {
+            if (clicks.canvas.framebuffer.pixels[y * 400 + 380] == theme::selected_hit) {
+                first = first < 0 ? y : first;
+                last = y;
+            }
+        }
+        EXPECT_EQ(last - first, 14) << i;
+        EXPECT_LT(last, 160 - row_height);
+    }
+}
+
 // ---- The loop ----
 
 namespace {

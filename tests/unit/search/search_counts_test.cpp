@@ -78,6 +78,16 @@ TEST(SearchCounts, AreNotKeptUnlessAskedFor) {
     EXPECT_EQ(counted(), nothing);
 }
 
+TEST(SearchCounts, LeaveOutSkippedFolders) {
+    CountedTree tree;
+    SearchScope scope;
+    CountsScope counts;
+    search_state.skip_folders = str_from("folder empty");
+    search_rows(tree, tree.path(), "foo");
+    search_state.skip_folders = {};
+    EXPECT_EQ(counted(), "finished: 3 hits in 2 of 4, 0 too large, 1 unreadable");
+}
+
 TEST(SearchCounts, TellWhyNothingIsSearched) {
     TestTree tree;
     SearchScope scope;
