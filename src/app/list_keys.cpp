@@ -49,9 +49,9 @@ int64_t hit_from(int64_t row, int32_t direction) {
 
 namespace {
 
-// Rows that fit into the list, at least one.
+// 0 or below when not even one row fits.
 int64_t fitting_rows() {
-    return std::max((list_keys.rows_bottom - list_keys.rows_top) / std::max(settings.line_height, 1), 1);
+    return (list_keys.rows_bottom - list_keys.rows_top) / settings.line_height;
 }
 
 // The last row that is wholly visible when the list begins with that row.
@@ -110,8 +110,7 @@ uint64_t current_search() {
 
 // -1: there is none.
 int64_t selected_row() {
-    bool is_current = list_keys.has_selection && list_keys.selected_search == current_search() &&
-                      list_keys.selected_row < row_count();
+    bool is_current = list_keys.has_selection && list_keys.selected_search == current_search();
     return is_current ? list_keys.selected_row : -1;
 }
 

@@ -601,6 +601,9 @@ TEST(ListKeysCopy, WithoutASelectedHitItIsTheFields) {
     scope.focus(query, {{0, 4}});
     key_with({KEY_CTRL}, KEY_C);
     EXPECT_EQ(clipboard_text(), "need");
+    key_with({KEY_SHIFT}, KEY_C); // types a letter
+    key_with({KEY_CTRL, KEY_ALT}, KEY_C);
+    EXPECT_EQ(clipboard_text(), "need");
 }
 
 TEST(ListKeysCopy, OutOfMemoryTheClipboardStays) {
@@ -771,6 +774,11 @@ TEST(ListKeysBar, TheThumbFollowsThePointerThatHoldsIt) {
     button(MOUSE_LEFT, BUTTON_PRESSED, {395, list_top + 40});
     scope.draw();
     EXPECT_EQ(state(), "-@0");
+    for (int32_t by : {2, 3}) { // to the nearest row, of which 22 share 102 pixels
+        move_to({395, list_top + 40 + by});
+        scope.draw();
+        EXPECT_EQ(search_state.results_scroll, by - 2);
+    }
     for (Point to : {Point{395, list_top + 91}, {-700, list_top + 91}, {5000, list_top + 91}}) {
         move_to(to); // also outside the window
         scope.draw();
