@@ -892,3 +892,36 @@ TEST(ListKeysBar, AListThatGetsShortMeanwhileIsLeftAlone) {
     scope.draw();
     EXPECT_EQ(state(), "-@0");
 }
+
+// ---- With a status line ----
+
+TEST(ListKeysStatusLine, TheListEndsAboveItAndADragGoesOnOverIt) {
+    KeysScope scope(200 + 23); // so the list is as high as without it in a window of 200
+    settings.status_line = 1;
+    scope.draw();
+    EXPECT_EQ(thumb(&scope), "0-47");
+    select(9, 0);
+    EXPECT_EQ(after(KEY_DOWN), "10@2");
+    list_keys = {};
+    search_state.results_scroll = 0;
+    scope.draw();
+    EXPECT_EQ(after(KEY_PAGE_DOWN), "-@9");
+    EXPECT_EQ(after(KEY_PAGE_DOWN, {KEY_CTRL}), "-@22");
+    EXPECT_EQ(thumb(&scope), "102-149");
+    button(MOUSE_LEFT, BUTTON_PRESSED, {395, 190});
+    scope.draw();
+    for (int32_t y : {205, 222, 500}) {
+        move_to({395, 139});
+        scope.draw();
+        EXPECT_EQ(state(), "-@11");
+        move_to({395, y});
+        scope.draw();
+        EXPECT_EQ(state(), "-@22");
+    }
+    button(MOUSE_LEFT, BUTTON_RELEASED, {395, 222});
+    scope.draw();
+    search_state.results_scroll = 0;
+    click(&scope, {395, 201});
+    EXPECT_EQ(state(), "-@0");
+    EXPECT_EQ(commands(), "");
+}
