@@ -334,8 +334,8 @@ void type_key(PlatformWindow *window, XIC input, XKeyEvent *event) {
     int count = 0;
     if (!input) {
         count = XLookupString(event, room, sizeof(room), &symbol, nullptr);
-        uint8_t latin = static_cast<uint8_t>(room[0]);
-        if (count == 1 && latin >= 0x80) { // Latin-1; UTF-8 is needed
+        if (count == 1 && static_cast<uint8_t>(room[0]) >= 0x80) { // Latin-1; UTF-8 is needed
+            uint8_t latin = static_cast<uint8_t>(room[0]);
             room[0] = static_cast<char>(0xC0 | latin >> 6);
             room[1] = static_cast<char>(0x80 | (latin & 0x3F));
             count = 2;
