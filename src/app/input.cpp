@@ -40,7 +40,7 @@ void complete_path(Field *field) {
 
 // Selects the other field's whole text. An open drop-down stays open and becomes the other field's.
 void focus_other_field(const Field *field) {
-    input_field.focused_field = field == &path_field ? &query_field : &path_field;
+    input_field.focused_field = field->is_path ? &query_field : &path_field;
     field_set_single_caret(0, field_text_end(input_field.focused_field->text));
 }
 

@@ -3,6 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <bit>
 #include <utility>
 
 #include "os/memory.h"
@@ -84,7 +85,7 @@ uint64_t framebuffer_block_size(Size size) {
     }
     // In 64 bits, as a size that wraps would allocate too little.
     uint64_t bytes = uint64_t{static_cast<uint32_t>(size.width)} * static_cast<uint32_t>(size.height) * 4;
-    return bytes > uint64_t{1} << 63 ? UINT64_MAX : uint64_t{1} << (64 - __builtin_clzll(bytes - 1));
+    return bytes > uint64_t{1} << 63 ? UINT64_MAX : std::bit_ceil(bytes);
 }
 
 void framebuffer_resize(Framebuffer *framebuffer, Size size) {
@@ -263,10 +264,10 @@ void window_character(PlatformWindow *window, uint32_t unit) {
 }
 
 bool window_pointer_moved(PlatformWindow *window, Point position) {
-    bool has_come_in = !(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
+    bool has_entered = !(window->input_flags & WINDOW_INPUT_POINTER_INSIDE);
     window->input_flags |= WINDOW_INPUT_POINTER_INSIDE;
-    deliver_mouse(window, has_come_in ? EVENT_MOUSE_ENTER : EVENT_MOUSE_MOVE, position);
-    return has_come_in;
+    deliver_mouse(window, has_entered ? EVENT_MOUSE_ENTER : EVENT_MOUSE_MOVE, position);
+    return has_entered;
 }
 
 void window_pointer_left(PlatformWindow *window, Point position) {

@@ -1,5 +1,7 @@
 #include "os/linux/clipboard.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 #include <X11/Xatom.h>
@@ -169,7 +171,7 @@ void put_bytes(Window requestor, Atom property, Atom type, Str bytes) {
 void send_piece(Transfer *transfer) {
     uint64_t left = transfer->bytes.count - transfer->sent;
     bool is_end = left == 0; // signalled by an empty piece
-    uint64_t size = left < piece_size ? left : piece_size;
+    uint64_t size = std::min(left, piece_size);
     put_bytes(transfer->requestor, transfer->property, transfer->type,
               {size, transfer->bytes.data + transfer->sent});
     transfer->sent += size;

@@ -1,5 +1,7 @@
 #include "os/linux/keys.h"
 
+#include <algorithm>
+
 #include <langinfo.h>
 #include <locale.h>
 #include <string.h>
@@ -264,9 +266,7 @@ void open_input_method() {
 // Decodes the first character of UTF-8 text from Xlib. Returns its length in bytes.
 uint32_t decode(const uint8_t *text, uint32_t count, uint32_t *code) {
     uint32_t length = text[0] < 0x80 ? 1 : text[0] < 0xE0 ? 2 : text[0] < 0xF0 ? 3 : 4;
-    if (length > count) {
-        length = count;
-    }
+    length = std::min(length, count);
     *code = length == 1 ? text[0] : text[0] & (0x7Fu >> length);
     for (uint32_t i = 1; i < length; i++) {
         *code = *code << 6 | (text[i] & 0x3F);

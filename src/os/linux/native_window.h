@@ -5,6 +5,8 @@
 // that of the primary monitor.
 #pragma once
 
+#include <algorithm>
+
 #include <stdint.h>
 
 #include <X11/Xlib.h>
@@ -24,11 +26,11 @@ struct ShownFrame {
 
 // The intersection of two rectangles; without an area when they do not overlap.
 inline Rect rect_intersection(const Rect &a, const Rect &b) {
-    int32_t left = a.x > b.x ? a.x : b.x;
-    int32_t top = a.y > b.y ? a.y : b.y;
-    int32_t right = a.x + a.width < b.x + b.width ? a.x + a.width : b.x + b.width;
-    int32_t bottom = a.y + a.height < b.y + b.height ? a.y + a.height : b.y + b.height;
-    return {left, top, right > left ? right - left : 0, bottom > top ? bottom - top : 0};
+    int32_t left = std::max(a.x, b.x);
+    int32_t top = std::max(a.y, b.y);
+    int32_t right = std::min(a.x + a.width, b.x + b.width);
+    int32_t bottom = std::min(a.y + a.height, b.y + b.height);
+    return {left, top, std::max(right - left, 0), std::max(bottom - top, 0)};
 }
 
 // How far the window manager's frame extends beyond the client area.

@@ -1,9 +1,11 @@
 #include "os/linux/selection.h"
 
+#include <algorithm>
+
 #include <string.h>
-#include <time.h>
 
 #include "os/linux/clipboard.h"
+#include "os/linux/threads.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
 
@@ -11,16 +13,6 @@ namespace {
 
 constexpr int64_t step_ms = 1000;     // the longest wait for progress
 constexpr int64_t transfer_ms = 5000; // for a whole incremental transfer
-
-int64_t now_ms() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
-
-int64_t smaller(int64_t a, int64_t b) {
-    return a < b ? a : b;
-}
 
 // ---- Waiting ----
 
@@ -53,7 +45,7 @@ Bool concerns_selections(Display *, XEvent *event, XPointer property) {
 // Takes the next event for the property's transfer or the clipboard from the queue. Returns false when none
 // arrives before end_ms.
 bool next_event(Atom property, int64_t end_ms, XEvent *event) {
-    int64_t left = end_ms - now_ms();
+    int64_t left = end_ms - monotonic_ms();
     return left > 0 && x11_wait_for_event(event, concerns_selections, &property, static_cast<uint32_t>(left));
 }
 
@@ -86,9 +78,9 @@ bool add_piece(const X11Property &property, SelectionData *data) {
 
 // Receives an incremental transfer; an empty piece ends it.
 SelectionResult read_pieces(Atom property, uint64_t longest, SelectionData *data) {
-    int64_t end_ms = now_ms() + transfer_ms;
+    int64_t end_ms = monotonic_ms() + transfer_ms;
     XEvent event;
-    while (next_event(property, smaller(now_ms() + step_ms, end_ms), &event)) {
+    while (next_event(property, std::min(monotonic_ms() + step_ms, end_ms), &event)) {
         if (!is_new_piece(property, event)) {
             clipboard_handle_event(event);
             continue;
@@ -138,7 +130,7 @@ Atom selection_next_property() {
 SelectionResult selection_request(Atom selection, Atom target, Atom property, Time time, int64_t wait_ms) {
     Request request = {selection, target, property, time};
     XConvertSelection(x11_display(), selection, target, property, x11_helper_window(), time);
-    int64_t end_ms = now_ms() + wait_ms;
+    int64_t end_ms = monotonic_ms() + wait_ms;
     XEvent event;
     while (next_event(property, end_ms, &event)) {
         if (is_answer(request, event)) {

@@ -186,6 +186,10 @@ int64_t os_ticks() {
     return now.tv_sec * 10000000 + now.tv_nsec / 100;
 }
 
+int64_t monotonic_ms() {
+    return os_ticks() / 10000;
+}
+
 void os_sleep_ms(uint32_t ms) {
     if (ms == 0) {
         sched_yield();

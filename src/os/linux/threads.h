@@ -1,4 +1,4 @@
-// Deadlines, for the layer's own files.
+// Deadlines and the clock they are on, for the layer's own files.
 #pragma once
 
 #include <stdint.h>
@@ -6,3 +6,6 @@
 
 // Moves the time on by ms milliseconds.
 void add_ms(timespec *time, uint32_t ms);
+
+// The milliseconds of CLOCK_MONOTONIC.
+int64_t monotonic_ms();

@@ -1,5 +1,7 @@
 #include "os/window.h"
 
+#include <algorithm>
+
 #include <string.h>
 
 #include <X11/Xutil.h>
@@ -123,8 +125,8 @@ Point on_screen(int x_root, int y_root) {
 // The server may report the same position twice; only a new one is delivered.
 void pointer_moved(PlatformWindow *window, int x_root, int y_root) {
     NativeWindow *native = native_window(window);
-    bool has_come_in = window->input_flags & WINDOW_INPUT_POINTER_INSIDE;
-    if (!has_come_in || native->pointer.x != x_root || native->pointer.y != y_root) {
+    bool was_inside = window->input_flags & WINDOW_INPUT_POINTER_INSIDE;
+    if (!was_inside || native->pointer.x != x_root || native->pointer.y != y_root) {
         native->pointer = {x_root, y_root};
         window_pointer_moved(window, on_screen(x_root, y_root));
     }
@@ -365,8 +367,7 @@ bool choose_visual(NativeWindow *native, bool is_layered) {
 }
 
 int32_t valid_length(int32_t length) {
-    constexpr int32_t most = INT16_MAX; // X11 coordinates are 16 bits
-    return length < 1 ? 1 : length > most ? most : length;
+    return std::clamp(length, 1, int32_t{INT16_MAX}); // X11 coordinates are 16 bits
 }
 
 // Creates the X window. Returns whether it succeeded.

@@ -3,7 +3,6 @@
 #include <poll.h>
 #include <stdio.h>
 #include <string.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <X11/Xatom.h>
@@ -154,13 +153,9 @@ bool x11_untrap_errors() {
 bool x11_wait_for_event(XEvent *event, X11EventMatch *matches, const void *argument, uint32_t timeout_ms) {
     Display *display = connection.display;
     XPointer pointer = static_cast<XPointer>(const_cast<void *>(argument));
-    timespec end;
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    add_ms(&end, timeout_ms);
+    int64_t end_ms = monotonic_ms() + timeout_ms;
     while (!XCheckIfEvent(display, event, matches, pointer)) {
-        timespec now;
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        int64_t left_ms = (end.tv_sec - now.tv_sec) * 1000 + (end.tv_nsec - now.tv_nsec) / 1000000;
+        int64_t left_ms = end_ms - monotonic_ms();
         if (left_ms <= 0) {
             return false;
         }
