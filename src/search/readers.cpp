@@ -13,10 +13,10 @@
 namespace {
 
 constexpr uint64_t ring_size = 256;            // jobs
-constexpr uint64_t files_of_job = 16;          // so readers are at most 4,096 files ahead
+constexpr uint64_t files_per_job = 16;         // so readers are at most 4,096 files ahead
 constexpr uint64_t folders_ahead = 64;         // readers list only this many from the front
 constexpr uint64_t enough_jobs = 64;           // waiting; from this many on, files go before folders
-constexpr uint64_t jobs_of_wake = 16;          // done; at this many a waiting worker is woken
+constexpr uint64_t jobs_per_wake = 16;         // done; at this many a waiting worker is woken
 constexpr uint32_t worker_waits_ms = 10;       // for a job, before it checks for a request
 constexpr uint64_t longest_folder_path = 4095; // bytes; the worker skips longer ones too
 
@@ -26,10 +26,10 @@ constexpr uint64_t most_large_bytes = (64 << 20) - most_readers * small_file;
 
 // Limits on hits in memory. A file that takes its job over the first is left to the worker; at the second, no
 // further job starts.
-constexpr uint64_t most_hit_bytes_of_job = 512 << 10;
+constexpr uint64_t most_hit_bytes_per_job = 512 << 10;
 constexpr uint64_t most_hit_bytes = 16 << 20;
 
-enum FolderState : uint8_t { FOLDER_WAITS, FOLDER_IS_BEING_LISTED, FOLDER_IS_LISTED };
+enum FolderState : uint8_t { FOLDER_PENDING, FOLDER_LISTING, FOLDER_LISTED };
 
 struct Folder {
     Folder *next; // in search order
@@ -257,7 +257,7 @@ bool scan_file(Reader *reader, Str contents, ReadFile *file) {
     LineHit hit;
     while (line_scan_next(&scan, &hit)) {
         HitRecord record = {hit.line, hit.column, hit.byte_offset, static_cast<uint32_t>(hit.text.count)};
-        if (reader->hits.count > most_hit_bytes_of_job || !append(&reader->hits, sizeof(record), &record) ||
+        if (reader->hits.count > most_hit_bytes_per_job || !append(&reader->hits, sizeof(record), &record) ||
             !append(&reader->hits, hit.text.count, hit.text.data)) {
             return false;
         }
@@ -366,13 +366,13 @@ void read_job(Reader *reader, ReadJob *job) {
 
 // Puts the files of listed folders into the ring until it is full.
 void hand_out() {
-    for (Folder *folder; (folder = readers.folders) && folder->state == FOLDER_IS_LISTED;) {
+    for (Folder *folder; (folder = readers.folders) && folder->state == FOLDER_LISTED;) {
         do {
             if (readers.handed_out - readers.taken == ring_size) {
                 return;
             }
             uint64_t first = folder->handed_out;
-            uint64_t count = std::min(folder->file_count - first, files_of_job);
+            uint64_t count = std::min(folder->file_count - first, files_per_job);
             folder->handed_out += count;
             RingJob *added = ring_job(readers.handed_out++);
             *added = {};
@@ -405,7 +405,7 @@ RingJob *next_job() {
 Folder *next_folder() {
     Folder *folder = search_state.request_pending ? nullptr : readers.folders;
     for (uint64_t i = 0; folder && i < folders_ahead; i++, folder = folder->next) {
-        if (folder->state == FOLDER_WAITS) {
+        if (folder->state == FOLDER_PENDING) {
             return folder;
         }
     }
@@ -437,7 +437,7 @@ void wake_a_reader() {
 // ---- A reader's turns (with the lock) ----
 
 void do_folder(Reader *reader, Folder *folder) {
-    folder->state = FOLDER_IS_BEING_LISTED;
+    folder->state = FOLDER_LISTING;
     wake_a_reader();
     os_lock_leave(&readers.lock);
     Folder *subfolders = list_folder(reader, folder);
@@ -446,7 +446,7 @@ void do_folder(Reader *reader, Folder *folder) {
         last = last->next;
     }
     os_lock_enter(&readers.lock);
-    folder->state = FOLDER_IS_LISTED;
+    folder->state = FOLDER_LISTED;
     if (subfolders) {
         last->next = folder->next;
         folder->next = subfolders;
@@ -463,7 +463,7 @@ void do_job(Reader *reader, RingJob *next) {
     next->is_done = 1;
     readers.done++;
     readers.hit_bytes += next->job.hits.count;
-    if (readers.done >= jobs_of_wake && worker_can_go_on()) {
+    if (readers.done >= jobs_per_wake && worker_can_go_on()) {
         wake_worker();
     }
 }

@@ -220,7 +220,7 @@ void keys_released(PlatformWindow *window, const XKeyEvent &event) {
     release(window, event.keycode % keycode_count);
 }
 
-void keys_down_told(PlatformWindow *window, const XKeymapEvent &event) {
+void keys_sync_down(PlatformWindow *window, const XKeymapEvent &event) {
     constexpr uint32_t first_keycode = 8;
     for (uint32_t keycode = first_keycode; keycode < keycode_count && window_is_alive(window); keycode++) {
         bool is_pressed = event.key_vector[keycode / 8] >> keycode % 8 & 1;

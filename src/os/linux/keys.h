@@ -22,7 +22,7 @@ void keys_released(PlatformWindow *window, const XKeyEvent &event);
 
 // Handles the server's report of the keys that are down. Delivers releases that went to other programs; keys
 // pressed elsewhere count as held from now on.
-void keys_down_told(PlatformWindow *window, const XKeymapEvent &event);
+void keys_sync_down(PlatformWindow *window, const XKeymapEvent &event);
 
 // Marks all keys as released. Delivers nothing.
 void keys_forget_down();

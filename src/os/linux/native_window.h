@@ -45,7 +45,7 @@ struct FrameExtents {
 struct ResizeSync {
     XSyncCounter counter; // None: not supported by the server
     XSyncValue value;     // the counter's next value
-    bool is_asked;        // the next size needs an answer
+    bool needs_answer;    // the next size is to be answered with a frame
     bool is_due;          // the next frame is that answer
 };
 

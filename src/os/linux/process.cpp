@@ -16,7 +16,7 @@
 
 namespace {
 
-bool is_blank(char byte) {
+bool is_space_or_tab(char byte) {
     return byte == ' ' || byte == '\t';
 }
 
@@ -25,7 +25,7 @@ bool is_blank(char byte) {
 const char *split_program(const char *at, const char *end, char **out) {
     bool is_quoted = at < end && *at == '"';
     at += is_quoted;
-    while (at < end && (is_quoted ? *at != '"' : !is_blank(*at))) {
+    while (at < end && (is_quoted ? *at != '"' : !is_space_or_tab(*at))) {
         *(*out)++ = *at++;
     }
     return is_quoted && at < end ? at + 1 : at;
@@ -36,7 +36,7 @@ const char *split_program(const char *at, const char *end, char **out) {
 // one makes the quote literal. Returns where it ends.
 const char *split_argument(const char *at, const char *end, char **out) {
     bool is_quoted = false;
-    while (at < end && (is_quoted || !is_blank(*at))) {
+    while (at < end && (is_quoted || !is_space_or_tab(*at))) {
         uint64_t backslashes = 0;
         while (at < end && *at == '\\') {
             backslashes++;
@@ -68,7 +68,7 @@ const char *split_argument(const char *at, const char *end, char **out) {
 char **split_command(Str cmd) {
     const char *at = cmd.data;
     const char *end = at + (cmd.count > 0 ? strnlen(cmd.data, cmd.count) : 0);
-    while (at < end && is_blank(*at)) {
+    while (at < end && is_space_or_tab(*at)) {
         at++;
     }
     if (at == end) {
@@ -89,7 +89,7 @@ char **split_command(Str cmd) {
     at = split_program(at, end, &out);
     *out++ = 0;
     for (;;) {
-        while (at < end && is_blank(*at)) {
+        while (at < end && is_space_or_tab(*at)) {
             at++;
         }
         if (at == end) {

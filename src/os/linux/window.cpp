@@ -57,14 +57,13 @@ WindowGeometry geometry_of(const NativeWindow *native) {
     return {outer, client};
 }
 
-// Updates the window's geometry and delivers the events for what changed, or both events when tells_all.
-void tell_geometry(PlatformWindow *window, bool tells_all) {
+// Updates the window's geometry and delivers the events for what changed, or both events if both.
+void deliver_geometry(PlatformWindow *window, bool both) {
     WindowGeometry geometry = geometry_of(native_window(window));
     const Rect &client = geometry.client;
     bool is_resized =
-        tells_all || client.width != window->client_size.width || client.height != window->client_size.height;
-    bool is_moved =
-        tells_all || client.x != window->client_position.x || client.y != window->client_position.y;
+        both || client.width != window->client_size.width || client.height != window->client_size.height;
+    bool is_moved = both || client.x != window->client_position.x || client.y != window->client_position.y;
     window_set_geometry(window, geometry);
     if (is_resized) {
         window_resized(window, geometry, static_cast<uint16_t>(client.width),
@@ -92,9 +91,9 @@ void configured(PlatformWindow *window, const XConfigureEvent &event) {
     } else {
         read_position(native);
     }
-    native->resize.is_due = native->resize.is_due || native->resize.is_asked;
-    native->resize.is_asked = false;
-    tell_geometry(window, false);
+    native->resize.is_due = native->resize.is_due || native->resize.needs_answer;
+    native->resize.needs_answer = false;
+    deliver_geometry(window, false);
 }
 
 void read_state(PlatformWindow *window) {
@@ -107,7 +106,7 @@ void read_state(PlatformWindow *window) {
     bool was_minimized = native->is_minimized;
     native->is_minimized = state[0] == IconicState;
     if (native->is_minimized != was_minimized) {
-        tell_geometry(window, was_minimized);
+        deliver_geometry(window, was_minimized);
     }
 }
 
@@ -209,7 +208,7 @@ void focus_changed(PlatformWindow *window, const XFocusChangeEvent &event) {
 }
 
 // Handles the window manager's requests: to close the window, to answer a ping, to report the next frame.
-void asked(PlatformWindow *window, XEvent *event) {
+void handle_protocol_request(PlatformWindow *window, XEvent *event) {
     if (event->xclient.message_type != x11_atom(ATOM_WM_PROTOCOLS) || event->xclient.format != 32) {
         return;
     }
@@ -220,7 +219,7 @@ void asked(PlatformWindow *window, XEvent *event) {
         ResizeSync *resize = &native_window(window)->resize;
         XSyncIntsToValue(&resize->value, static_cast<uint32_t>(event->xclient.data.l[2]),
                          static_cast<int32_t>(event->xclient.data.l[3]));
-        resize->is_asked = resize->counter != None;
+        resize->needs_answer = resize->counter != None;
     } else if (protocol == x11_atom(ATOM_NET_WM_PING)) {
         Window root = DefaultRootWindow(x11_display());
         event->xclient.window = root;
@@ -234,7 +233,7 @@ void property_changed(PlatformWindow *window, const XPropertyEvent &event) {
     } else if (event.atom == x11_atom(ATOM_NET_FRAME_EXTENTS)) {
         wm_read_frame_extents(native_window(window));
         read_position(native_window(window));
-        tell_geometry(window, false);
+        deliver_geometry(window, false);
     }
 }
 
@@ -248,7 +247,7 @@ void handle_window_event(PlatformWindow *window, XEvent *event) {
         native->is_mapped = true;
         native->is_minimized = false;
         read_position(native); // the window manager has reparented it into its frame
-        tell_geometry(window, true);
+        deliver_geometry(window, true);
         break;
     case UnmapNotify:
         native->is_mapped = false;
@@ -269,7 +268,7 @@ void handle_window_event(PlatformWindow *window, XEvent *event) {
         focus_changed(window, event->xfocus);
         break;
     case ClientMessage:
-        asked(window, event);
+        handle_protocol_request(window, event);
         break;
     case KeyPress:
         keys_pressed(window, &event->xkey);
@@ -323,7 +322,7 @@ void handle(XEvent *event) {
     }
     if (event->type == KeymapNotify) { // has no window
         if (focused_window) {
-            keys_down_told(focused_window, event->xkeymap);
+            keys_sync_down(focused_window, event->xkeymap);
         }
         return;
     }
@@ -346,7 +345,7 @@ void handle(XEvent *event) {
 
 namespace {
 
-bool has_pixels_of_ours(const Visual *visual) {
+bool has_framebuffer_format(const Visual *visual) {
     return visual->red_mask == 0xFF0000 && visual->green_mask == 0xFF00 && visual->blue_mask == 0xFF;
 }
 
@@ -363,7 +362,7 @@ bool choose_visual(NativeWindow *native, bool is_layered) {
         native->visual = found.visual;
         native->depth = depth;
     }
-    return native->depth >= 24 && has_pixels_of_ours(native->visual);
+    return native->depth >= 24 && has_framebuffer_format(native->visual);
 }
 
 int32_t valid_length(int32_t length) {

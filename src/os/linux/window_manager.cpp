@@ -25,8 +25,8 @@ void set_atoms(const NativeWindow *native, Atom property, const Atom *atoms, int
 
 // Sets whether the window manager draws a frame.
 void set_frame_hint(const NativeWindow *native, bool has_frame) {
-    constexpr unsigned long decorations_are_told = 2;
-    unsigned long hints[5] = {decorations_are_told, 0, has_frame, 0, 0};
+    constexpr unsigned long has_decorations = 2; // the third member is valid
+    unsigned long hints[5] = {has_decorations, 0, has_frame, 0, 0};
     Atom property = x11_atom(ATOM_MOTIF_WM_HINTS);
     XChangeProperty(x11_display(), native->id, property, property, 32, PropModeReplace,
                     reinterpret_cast<const uint8_t *>(hints), 5);
