@@ -184,7 +184,7 @@ bool frame_turn(PlatformWindow *window) {
 
 void frame_in_system_loop(PlatformWindow *window) {
     if (!is_pumping) {
-        return; // an event that waited has made the system run its loop
+        return; // called for an event held over from the last frame, outside the pump
     }
     // Each drawing is a frame of its own, so that a press is acted on once.
     is_pumping = false;

@@ -44,7 +44,7 @@ void focus_other_field(const Field *field) {
     field_set_single_caret(0, field_text_end(input_field.focused_field->text));
 }
 
-// A button may go down at a place that no motion event has told of, so it moves the pointer too.
+// A press may come without a motion to its position, so it moves the pointer too.
 void handle_button(const ButtonPayload &button) {
     ui_pointer_moved(button.position);
     if (button.state == BUTTON_RELEASED) {
@@ -55,8 +55,8 @@ void handle_button(const ButtonPayload &button) {
 }
 
 void handle_key(const WindowEvent *event) {
-    if (event->key.code <
-        uint16_t{SLOT_POINTER}) { // any program may send any code; higher slots are the mouse's
+    // Any program may send any code, and the slots from SLOT_POINTER up are the mouse's.
+    if (event->key.code < uint16_t{SLOT_POINTER}) {
         if (event->key.state == KEY_RELEASED) {
             ui_release(event->key.code, ui_pointer_position());
         } else {

@@ -58,7 +58,7 @@ bool is_space(char byte) {
     return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
 }
 
-// The first place from at on that is not whitespace, or the text's end.
+// Offset of the first non-whitespace byte at or after at, or the text's end.
 uint64_t skip_space(Str text, uint64_t at) {
     while (at < text.count && is_space(text.data[at])) {
         at++;
@@ -113,8 +113,8 @@ double decimal_from(Str text) {
     return is_negative ? -sum : sum;
 }
 
-// A factor of the font size as read so far, in whole pixels: intentionally 0 for a factor above font_size in
-// the file. INT32_MIN when it does not fit 32 bits.
+// A factor of the font size as read so far, in whole pixels: intentionally 0 if the line precedes font_size.
+// INT32_MIN when it does not fit 32 bits.
 int32_t pixels_from(Str text) {
     double pixels = decimal_from(text) * settings.font_size;
     bool fits = pixels > -2147483649.0 && pixels < 2147483648.0;
@@ -175,15 +175,15 @@ int64_t byte_count_from(Str text) {
     return static_cast<int64_t>(sum);
 }
 
-// The number if the text is only digits and the number at most most; otherwise 0.
-uint32_t count_from(Str text, uint32_t most) {
+// The number if the text is only digits and the number at most limit; otherwise 0.
+uint32_t count_from(Str text, uint32_t limit) {
     uint32_t count = 0;
     for (uint64_t i = 0; i < text.count; i++) {
         if (!is_digit(text.data[i])) {
             return 0;
         }
         count = count * 10 + static_cast<uint32_t>(text.data[i] - '0');
-        if (count > most) {
+        if (count > limit) {
             return 0;
         }
     }
@@ -242,7 +242,7 @@ void apply_key(Str key, const Value &value) {
     }
 }
 
-// The place of the line feed that ends the line, or the text's end.
+// Offset of the line feed that ends the line, or the text's end.
 uint64_t line_end(Str text, uint64_t at) {
     while (at < text.count && text.data[at] != '\n') {
         at++;

@@ -3,8 +3,8 @@
 //
 // A line is a key, whitespace and a value up to the line's end; a line that starts with '#' is a comment.
 // Spaces, tabs, carriage returns and line feeds are whitespace, and only a line feed ends a line. A key
-// without a value takes the next line as its value. Unknown keys are ignored, the later of two equal keys
-// applies, and there are no messages about bad values.
+// without a value takes the next line as its value. Unknown keys are ignored, and if a key is repeated, the
+// last one wins. There are no messages about bad values.
 //
 // How to use it: settings_load, once, after scratch_create.
 #pragma once

@@ -16,8 +16,8 @@
 // the byte text is returned unchanged, which need not be UTF-8. An empty text has length 0 and a pointer.
 // Length 0 and a null pointer mean no text, out of memory, or that another program holds the clipboard open.
 // On Windows the clipboard intentionally stays open without a text: no other program can use it until a later
-// call here closes it. On X11 the program that has the text is asked: no answer within a second, or more than
-// 3 bytes for each unit of the longest text below, is no text.
+// call here closes it. On X11 the owner is asked; there is no text if it does not answer within a
+// second or sends more than 3 * longest_wide_text bytes.
 Str os_clipboard_get_text();
 
 // Replaces the clipboard's contents by text, UTF-8 that need not be zero-terminated; invalid bytes become

@@ -1,7 +1,7 @@
-// The process heap, and blocks that are given back late.
+// The process heap, and deferred freeing of shared blocks.
 //
 // Every allocation of the program goes through these calls. Sizes must fit the system's 32-bit heap calls: a
-// request of 4 GiB or more fails and is never cut.
+// request of 4 GiB or more fails and is never truncated.
 #pragma once
 
 #include <stdint.h>

@@ -6,7 +6,7 @@ FileCalls replace_file_calls = {os_file_write, os_file_delete};
 
 namespace {
 
-// The content in a second file's bytes; null data when the file was cut off.
+// The content in a second file's bytes; null data when the file is incomplete.
 Str content_of_second(Str second) {
     if (second.count < replaced_length_size) {
         return {};
@@ -27,7 +27,7 @@ bool read_file(Str path, Str *content) {
 enum ContentPlace : uint8_t {
     CONTENT_UNKNOWN, // one of the files cannot be read
     CONTENT_IN_FIRST,
-    CONTENT_IN_SECOND, // the replacement of the first file was cut off
+    CONTENT_IN_SECOND, // the replacement of the first file was interrupted
 };
 
 // Finds the file that has the content. second: all bytes of the second file, freed with os_file_free; null
@@ -61,7 +61,7 @@ int32_t replace_first(Str first_path, Str content) {
     return replace_file_calls.write(first_path, count, content.data) == 0 ? 0 : 2;
 }
 
-// Finishes a replacement that was cut off and deletes the second file. Returns false when it cannot.
+// Finishes an interrupted replacement and deletes the second file. Returns false when it cannot.
 bool finish_replacement(Str first_path, Str second_path) {
     Str second;
     ContentPlace place = find_content(first_path, second_path, &second);
@@ -110,8 +110,8 @@ void replace_file(const ReplacedFile *file, Str block) {
         }
         return;
     }
-    // Without the second file the first is not touched: what keeps the one from being made may keep the other
-    // from being made again.
+    // Without the second file the first is not touched: whatever prevented writing the second may also
+    // prevent rewriting the first.
     if (replace_file_calls.write(file->second, static_cast<uint32_t>(block.count), block.data) != 0 ||
         replace_first(file->first, content) != 2) {
         replace_file_calls.remove(file->second);

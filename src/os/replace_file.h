@@ -2,10 +2,9 @@
 // One version for all systems, above files.h.
 //
 // A file cannot be shortened, so it is deleted and written anew. Before that, a second file gets the new
-// content, which it keeps until the first file is whole again. It begins with the content's length, so a
-// second file that was cut off is noticed: the first one has not been touched then. A first file that was
-// cut off is missing, or a strict beginning of what the second one holds. docs/architecture.md has every
-// state of the two files.
+// content, which it keeps until the first file is whole again. It begins with the content's length, so an
+// incomplete second file is detected: the first one has not been touched then. An incomplete first file is
+// missing or a proper prefix of the second's content. docs/architecture.md has every state of the two files.
 //
 // How to use it: read_replaced_file at each start, then replace_file for each new content.
 #pragma once
@@ -24,16 +23,17 @@ struct ReplacedFile {
 // A block for replace_file begins with this many bytes for the length, in bytes, of the content after them.
 inline constexpr uint64_t replaced_length_size = sizeof(uint64_t);
 
-// The calls that change the disk. Tests put their own in between.
+// The calls that change the disk. Tests replace them.
 struct FileCalls {
     decltype(os_file_write) *write;
     decltype(os_file_delete) *remove;
 };
 extern FileCalls replace_file_calls;
 
-// Finishes a replacement that was cut off and reads the content, which the caller frees with os_file_free; a
-// missing file's is empty. Returns false, with null data, when the content is or may be in a file that cannot
-// be read, or is in one of an earlier version that cannot be finished: then the file must not be replaced.
+// Finishes an interrupted replacement and reads the content, which the caller frees with os_file_free; a
+// missing file's is empty. Returns false, with null data, when the content is, or may be, in a file that
+// cannot be read, or is in a second file of an earlier version whose replacement cannot be finished; such a
+// file must not be replaced.
 bool read_replaced_file(const ReplacedFile *file, Str *content);
 
 // Replaces the content by what follows the block's first bytes, which are filled in here. A failure is not

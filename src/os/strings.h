@@ -1,8 +1,8 @@
 // Text and growable storage: Str, StrBuf, DynArray and StringArena.
 //
-// Fields that the interface and the worker share without a lock are volatile, so that the compiler keeps each
-// load and store and their order. A reader takes the count first and the pointer second; a writer stores the
-// pointer first and the count last.
+// Members that the interface and the worker share without a lock are volatile, so that the compiler keeps
+// each load and store and their order. A reader takes the count first and the pointer second; a writer stores
+// the pointer first and the count last.
 #pragma once
 
 #include <stddef.h>
@@ -35,7 +35,7 @@ uint64_t str_name_start(Str path);
 // Turns every '\\' into '/', in place.
 void str_slashes(Str text);
 
-// The number in decimal. The text lies in the caller's digits.
+// The number in decimal. Points into digits.
 Str str_from_number(int32_t number, char (&digits)[11]);
 
 // Turns every '\' into '/', in place, and cuts the text after its last '/' with a zero byte; without a '/' it
@@ -55,7 +55,7 @@ Str path_clean(Str text, bool keep_trailing_slashes);
 
 // ---- StrBuf ----
 
-// A growable, zero-terminated text. Its first two fields form a Str.
+// A growable, zero-terminated text. Its first two members form a Str.
 struct StrBuf {
     volatile uint64_t count;    // bytes, without the terminator
     char *volatile data;        // capacity + 1 bytes from the heap

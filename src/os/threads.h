@@ -13,8 +13,8 @@
 // DPI-aware; if that fails, it writes a debug line. Call once at start-up, before anything reads a clock.
 void os_init();
 
-// Makes a path on a drive without a disk count as missing for the calling thread, instead of showing a box
-// that waits for an answer. Windows only. Not set for the process, as programs it starts would inherit it.
+// From now on a path on a drive without a disk counts as missing for the calling thread, instead of opening a
+// modal box. Windows only. Not set for the process, as programs it starts would inherit it.
 void os_thread_hide_error_boxes();
 
 // ---- Threads (each system) ----

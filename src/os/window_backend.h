@@ -14,7 +14,7 @@ bool window_is_alive(const PlatformWindow *window);
 // Adds an open window. Returns false and changes nothing when out of memory.
 bool window_list_add(PlatformWindow *window);
 
-// The open windows, from index 0 on; null beyond the last one.
+// The open window with that index, from 0; null beyond the last one.
 PlatformWindow *window_at(uint32_t index);
 
 // The open window with that handle, or null.
@@ -22,8 +22,8 @@ PlatformWindow *window_from_handle(const void *handle);
 
 // ---- Title (one version for all systems) ----
 
-// The title as it is passed to the system: its bytes, each pair one UTF-16 unit, with zeros after them;
-// "Window" for an empty one. The caller frees it with os_free; null when out of memory.
+// The title as it is passed to the system: each pair of its bytes is one UTF-16 unit, and zeros end it. An
+// empty one becomes "Window". The caller frees it with os_free; null when out of memory.
 char *window_raw_title(Str title);
 
 // ---- Framebuffer (one version for all systems) ----
@@ -109,7 +109,7 @@ struct DropList {
     int32_t count; // names
 };
 
-// Starts a list for names of that many UTF-16 units in total. Returns false when out of memory.
+// Starts a list with room for names of that many UTF-16 units in total. Returns false when out of memory.
 bool drop_list_init(DropList *list, uint64_t units);
 
 // Where the next name's bytes go: at most three for each of its units.

@@ -5,8 +5,8 @@
 // the colour exactly. A row that is not a whole number of vectors wide is drawn by two that overlap: both are
 // computed from the old pixels, so they agree where they overlap, and nothing outside the row is touched.
 //
-// Green and red are computed at their places in a pixel, as 256 and 65536 times their value. A power of two
-// does not change a float's digits, so truncation cuts off the same digits, just below the channel.
+// Green and red are computed in place, i.e. times 256 and 65536; scaling by a power of two keeps the
+// mantissa, so truncation drops the same bits.
 #include "render/draw.h"
 
 #include <immintrin.h>
@@ -178,8 +178,8 @@ template <bool scaled> inline Pixels laid_over(Pixels pixels, Pixels coverage, c
                   mix(ink.blue, part, pixels & ink.blue_bits, rest));
 }
 
-// The three loops below draw rows from row on, down to the first with a pixel that is not opaque. They return
-// that row, or the height. They call nothing, as a call would cost them their registers.
+// The three loops below draw rows starting at row and return the first with a non-opaque pixel, or the
+// height. They call nothing, to keep the constants in registers.
 
 // Columns first to first + lanes.
 template <bool scaled>
@@ -241,7 +241,7 @@ inline int64_t draw_halves(const CoverageBlit &blit, const Ink &ink, int64_t fir
     return row;
 }
 
-// count columns from first on, of one row.
+// count columns starting at first, of one row.
 inline CoverageBlit part_of(const CoverageBlit &blit, int64_t first, int64_t count, int64_t row) {
     CoverageBlit part = blit;
     part.pixels += row * blit.pixel_stride + first;
@@ -253,7 +253,7 @@ inline CoverageBlit part_of(const CoverageBlit &blit, int64_t first, int64_t cou
 
 typedef int64_t DrawColumns(const CoverageBlit &blit, const Ink &ink, int64_t first, int64_t row);
 
-// Draws count columns from first on; rows with pixels that are not opaque are drawn pixel by pixel.
+// Draws count columns starting at first; rows with pixels that are not opaque are drawn pixel by pixel.
 inline void draw_columns(DrawColumns *draw, const CoverageBlit &blit, const Ink &ink, int64_t first,
                          int64_t count) {
     for (int64_t row = draw(blit, ink, first, 0); row < blit.height; row = draw(blit, ink, first, row + 1)) {

@@ -211,7 +211,7 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     return glyph;
 }
 
-// The index, from first on, of the first glyph with a greater codepoint; the count when there is none.
+// Index of the first glyph at or after first with a greater codepoint; the count when there is none.
 uint64_t first_above(const SizedFont *sized, uint64_t first, uint32_t codepoint) {
     uint64_t count = sized->glyphs.count;
     const Glyph *glyphs = glyphs_of(sized);

@@ -1,6 +1,6 @@
 // The only place where stb_truetype is compiled. Its memory comes from the program's heap, or from a spare
 // block when out of memory, as it does not check all of its allocations for null. Its assertions are off:
-// without them it goes on with a harmless value wherever it has one, as it should for a broken font.
+// without them it continues with a harmless value where it has one, as it should for a broken font.
 #include <stddef.h>
 #include <stdint.h>
 
@@ -8,7 +8,8 @@
 
 namespace {
 
-// Enough for a glyph of some thousand points and pixels of width; a larger one crashes when out of memory.
+// Enough for a glyph of a few thousand points, a few thousand pixels wide; a larger one crashes when out of
+// memory.
 // Interface thread only, like all of stb_truetype.
 constexpr uint64_t spare_size = 0x40000; // bytes
 alignas(16) uint8_t spare[spare_size];

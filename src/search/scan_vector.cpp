@@ -170,7 +170,7 @@ inline uint8_t matches_at(const char *text, int64_t pos, int64_t span, const Sca
                                 static_cast<int64_t>(count));
 }
 
-// The first marked position from pos on where the query matches, or -1.
+// The first marked position at or after pos where the query matches, or -1.
 template <bool ignore_case>
 inline int64_t first_match(const char *text, int64_t pos, uint64_t places, int64_t span,
                            const ScanNeedle &needle) {

@@ -115,7 +115,7 @@ void ui_pointer_moved(Point position);
 // steps: positive away from the user.
 void ui_wheel_turned(int32_t steps, Point position);
 
-// Releases every slot that is down: a window without the focus is not told of releases.
+// Releases every slot that is down: a window without the focus receives no releases.
 void ui_release_all();
 
 // ---- Questions ----

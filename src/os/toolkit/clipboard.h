@@ -1,4 +1,4 @@
-// What else than text the clipboard holds.
+// Clipboard contents other than text.
 #pragma once
 
 #include "os/strings.h"

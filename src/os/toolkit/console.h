@@ -68,8 +68,8 @@ void os_console_window_flash();
 // and 0 for any other event, for a key without a character, and when standard input is not a console.
 uint32_t os_console_read_key();
 
-// Moves the cursor by dx columns and dy rows, not beyond the leftmost column. Returns false when the console
-// refuses or there is none.
+// Moves the cursor by dx columns and dy rows, not beyond the leftmost column. Returns false when that
+// fails or there is no console.
 bool os_console_move_cursor(int32_t dx, int32_t dy);
 
 // Rows of text the console shows; 0 without a console.

@@ -12,8 +12,8 @@ const char *exception_description(uint32_t code);
 
 // ---- Crash report (each system) ----
 
-// Gets 1 and the description of what happened, in the thread that crashed and with what is left of its stack:
-// after a stack overflow that is little on Windows. The text is the program's own constant.
+// Called with 1 and the description of what happened, in the thread that crashed and with what is left of its
+// stack: after a stack overflow that is little on Windows. The text is the program's own constant.
 typedef void CrashCallback(int32_t is_crash, const char *description);
 
 // Calls callback once when the process crashes; the process then ends with the exception's code as its exit

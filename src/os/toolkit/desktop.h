@@ -1,7 +1,7 @@
 // The desktop: the mouse pointer, synthetic input, the monitors, and pictures of windows.
 //
-// Without a desktop, as always on Linux, and when it refuses, all of these return false or 0. Positions count
-// from the primary monitor's upper left corner.
+// Without a desktop, as always on Linux, and on any other failure, all of these return false or 0. Positions
+// count from the primary monitor's upper left corner.
 #pragma once
 
 #include <stdint.h>

@@ -17,7 +17,7 @@ struct ProcessOutput {
     void *context;            // handed to callback; the layer leaves it alone
 };
 
-// Without a callback this is os_run_process without on_output.
+// Without a callback this is the two-argument os_run_process.
 //
 // With a callback, that gets all of the child's output and errors, in order, and the call returns once the
 // child and everything that inherited its output have closed it, and on Linux the child has ended. This side
