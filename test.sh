@@ -32,8 +32,8 @@ end_wine() {
 under_screen() {
     end_wine
     trap end_wine EXIT
-    # The first program starts Wine's services, which would keep the output open of whoever waits for it. A server that
-    # is already running saves every later program two seconds.
+    # The first program starts Wine's services, which would keep the caller's output open. A server that is already
+    # running saves every later program two seconds.
     # shellcheck disable=SC2016
     xvfb-run -a -s '-screen 0 1280x1024x24' bash -euc '
         openbox > build/openbox.log 2>&1 &

@@ -79,7 +79,7 @@ void put_results() {
     TableRows hit_rows = table_rows(&results_store.hit_table);
     const FileEntry *files = reinterpret_cast<const FileEntry *>(file_rows.data);
     const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(hit_rows.data);
-    const Str blank = str_from(" ");
+    const Str space = str_from(" ");
     const Str line_end = str_from("\n");
     const Str hit_label = str_from("hit ");
     put_number(str_from("files "), file_rows.count);
@@ -93,9 +93,9 @@ void put_results() {
             put(files[row->file_index].name);
         } else {
             put_number(hit_label, row->line);
-            put_number(blank, row->column);
-            put_number(blank, row->byte_offset);
-            put(blank);
+            put_number(space, row->column);
+            put_number(space, row->byte_offset);
+            put(space);
             put(row->text);
         }
         put(line_end);

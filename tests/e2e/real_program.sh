@@ -47,7 +47,7 @@ has_pixels() {
     [ "$(count_pixels "$1" "$2")" -gt 0 ]
 }
 
-# A search that finds nothing redraws nothing when it ends, so moves the pointer to and fro to have a frame drawn.
+# A search that finds nothing redraws nothing when it ends, so moves the pointer back and forth to have a frame drawn.
 has_no_pixels() {
     xdotool mousemove_relative 1 0 mousemove_relative -- -1 0
     [ "$(pixels "$1" | wc -c)" -gt 0 ] && ! has_pixels "$1" "$2"
@@ -88,7 +88,7 @@ click() { # BUTTON X Y
 }
 
 # Entering the window does not count as a move, and the effect of a right click is drawn only with the next event. So
-# moves the pointer to and fro at a place until a pixel has the colour: nudged_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
+# moves the pointer back and forth at a place until a pixel has the colour: nudged_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
 nudged_until_pixel() {
     for _ in {1..300}; do
         move_to "$(($1 + 1))" "$2"

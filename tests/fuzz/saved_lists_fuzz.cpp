@@ -45,7 +45,7 @@ struct Disk {
     bool is_killed() const {
         return lasts && fault == KILLED;
     }
-    void mend() {
+    void repair() {
         steps_left = -1;
         lasts = false;
         unreadable.clear();
@@ -391,7 +391,7 @@ private:
 
     // The same without disk faults: afterwards there is only the first file, with the list.
     void start(size_t which, bool restores_text) {
-        disk.mend();
+        disk.repair();
         load(which, restores_text);
         fuzz_expect("a file after a start", disk.read(first_names[which]).value_or(""), possible[which][0]);
         fuzz_expect("the second file after a start", disk.read(second_name(which)).has_value(), 0);
@@ -409,7 +409,7 @@ private:
     }
 
     void arm() {
-        disk.mend();
+        disk.repair();
         disk.fault = static_cast<Fault>(input.below(4));
         disk.steps_left = static_cast<int>(input.below(6));
         disk.written_part = input.byte();
@@ -418,7 +418,7 @@ private:
     // One of a list's files, or both, cannot be read until the disk is repaired, or there is a folder where
     // the second one should be; perhaps the program is started then.
     void block_reading(size_t which, uint8_t what) {
-        disk.mend();
+        disk.repair();
         if (what & 16 && !disk.files.count(second_name(which))) {
             disk.folders.insert(second_name(which));
         }

@@ -20,7 +20,7 @@ start=$SECONDS
 for f in $(seq -w 0 999); do
     mkdir "tree/folder-$f"
     seq -f "first line
-number $f%03.0f, and a few bytes behind it" 0 999 | split -l 2 -a 3 -d - "tree/folder-$f/file-"
+number $f%03.0f, and a few bytes after it" 0 999 | split -l 2 -a 3 -d - "tree/folder-$f/file-"
 done
 echo "million_files: made in $((SECONDS - start)) s"
 printf 'one line more than the others have\n' >> tree/folder-500/file-500
@@ -45,11 +45,11 @@ expect() {
 stored() {
     printf '%s' "${1:0:$((${#1} + 1 - ${#2}))}"
 }
-tail=', and a few bytes behind it'
+tail=', and a few bytes after it'
 query='731042, and '
 expect 'one file of them all' 1000000 "tree/folder-731/file-042 2 8 18 $(stored "number 731042$tail" "$query")"$'\n' \
     tree "$query"
-query='777, and a few bytes behind'
+query='777, and a few bytes after'
 each=$(for f in $(seq -w 0 999); do
     echo "tree/folder-$f/file-777 2 11 21 $(stored "number ${f}777$tail" "$query")"
 done)
@@ -59,7 +59,7 @@ expect 'all but the largest' 999999 '' --max-file-size "$size" tree 'one line mo
 
 # With readers all of it is the same, byte for byte.
 for readers in 1 8 64; do
-    for text in 731042 'bytes behind it'; do
+    for text in 731042 'bytes after it'; do
         if cmp <("$search_dump" tree "$text") <("$search_dump" --readers "$readers" tree "$text"); then
             echo "million_files: passed: $readers readers find the same for $text"
         else

@@ -1,8 +1,7 @@
-// A tree whose results show when rows are mixed up. Each name and each line ends in its own
-// length, three digits. All files have the same lines as far as their lengths go, but what can be found
-// stands only in those lines whose number leaves the same rest, divided by 7, as the lengths of the file's
-// name and of its folder's number. So the numbers of a row and of its file belong together, and a mixture of
-// two rows shows, whatever has become of the texts.
+// A tree whose results show when rows are mixed up. Each name and each line ends in its own length, in three
+// digits. The lines have the same lengths in all files, but the query is only in the lines whose number is
+// congruent mod 7 to the folder's number; so is the length of the file's name. So a mixture of two rows
+// shows, whatever has become of the texts.
 #pragma once
 
 #include <stdint.h>
