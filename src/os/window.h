@@ -81,6 +81,33 @@ enum ButtonState : uint8_t {
     BUTTON_DOUBLE_PRESSED = 2,
 };
 
+// Virtual-key codes; those of letters and digits are their ASCII codes.
+enum VirtualKey : uint16_t {
+    KEY_BACKSPACE = 0x08,
+    KEY_TAB = 0x09,
+    KEY_ENTER = 0x0D,
+    KEY_SHIFT = 0x10,
+    KEY_CTRL = 0x11,
+    KEY_ALT = 0x12,
+    KEY_ESCAPE = 0x1B,
+    KEY_SPACE = 0x20,
+    KEY_PAGE_UP = 0x21,
+    KEY_PAGE_DOWN = 0x22,
+    KEY_END = 0x23,
+    KEY_HOME = 0x24,
+    KEY_LEFT = 0x25,
+    KEY_UP = 0x26,
+    KEY_RIGHT = 0x27,
+    KEY_DOWN = 0x28,
+    KEY_DELETE = 0x2E,
+    KEY_A = 'A',
+    KEY_C = 'C',
+    KEY_V = 'V',
+    KEY_X = 'X',
+    KEY_NUMPAD_0 = 0x60,
+    KEY_F1 = 0x70,
+};
+
 enum KeyState : uint8_t {
     KEY_RELEASED = 0,
     KEY_PRESSED = 1,

@@ -15,30 +15,6 @@
 // There is a slot for each key, numbered by its virtual-key code, for each mouse button, numbered by its
 // MouseButton, and for each MouseSlot.
 
-// The virtual-key codes that have a meaning here.
-enum KeyCode : uint16_t {
-    KEY_BACKSPACE = 8,
-    KEY_TAB = 9,
-    KEY_ENTER = 13,
-    KEY_SHIFT = 16,
-    KEY_CTRL = 17,
-    KEY_ALT = 18,
-    KEY_ESCAPE = 27,
-    KEY_PAGE_UP = 33,
-    KEY_PAGE_DOWN = 34,
-    KEY_END = 35,
-    KEY_HOME = 36,
-    KEY_LEFT = 37,
-    KEY_UP = 38,
-    KEY_RIGHT = 39,
-    KEY_DOWN = 40,
-    KEY_DELETE = 46,
-    KEY_A = 'A',
-    KEY_C = 'C',
-    KEY_V = 'V',
-    KEY_X = 'X',
-};
-
 enum MouseSlot : uint16_t {
     SLOT_POINTER = 0x100, // a motion is a press at the new position; nothing releases it but the lost focus
     SLOT_WHEEL = 0x101,

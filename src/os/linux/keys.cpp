@@ -18,73 +18,58 @@
 
 namespace {
 
-// Virtual-key codes other than letters and digits.
-enum Code : uint16_t {
-    CODE_BACKSPACE = 0x08,
-    CODE_TAB = 0x09,
-    CODE_ENTER = 0x0D,
-    CODE_SHIFT = 0x10,
-    CODE_CTRL = 0x11,
-    CODE_ALT = 0x12,
-    CODE_ESCAPE = 0x1B,
-    CODE_SPACE = 0x20,
-    CODE_DELETE = 0x2E,
-    CODE_NUMPAD_0 = 0x60,
-    CODE_F1 = 0x70,
-};
-
 struct CodeOfSymbol {
     KeySym symbol;
     uint16_t code;
 };
 
 const CodeOfSymbol codes_of_symbols[] = {
-    {XK_BackSpace, CODE_BACKSPACE},
-    {XK_Tab, CODE_TAB},
-    {XK_ISO_Left_Tab, CODE_TAB},
-    {XK_KP_Tab, CODE_TAB},
+    {XK_BackSpace, KEY_BACKSPACE},
+    {XK_Tab, KEY_TAB},
+    {XK_ISO_Left_Tab, KEY_TAB},
+    {XK_KP_Tab, KEY_TAB},
     {XK_Clear, 0x0C},
     {XK_KP_Begin, 0x0C},
-    {XK_Return, CODE_ENTER},
-    {XK_KP_Enter, CODE_ENTER},
-    {XK_Shift_L, CODE_SHIFT},
-    {XK_Shift_R, CODE_SHIFT},
-    {XK_Control_L, CODE_CTRL},
-    {XK_Control_R, CODE_CTRL},
-    {XK_Alt_L, CODE_ALT},
-    {XK_Alt_R, CODE_ALT},
-    {XK_Meta_L, CODE_ALT},
-    {XK_Meta_R, CODE_ALT},
-    {XK_ISO_Level3_Shift, CODE_ALT},
-    {XK_Mode_switch, CODE_ALT},
+    {XK_Return, KEY_ENTER},
+    {XK_KP_Enter, KEY_ENTER},
+    {XK_Shift_L, KEY_SHIFT},
+    {XK_Shift_R, KEY_SHIFT},
+    {XK_Control_L, KEY_CTRL},
+    {XK_Control_R, KEY_CTRL},
+    {XK_Alt_L, KEY_ALT},
+    {XK_Alt_R, KEY_ALT},
+    {XK_Meta_L, KEY_ALT},
+    {XK_Meta_R, KEY_ALT},
+    {XK_ISO_Level3_Shift, KEY_ALT},
+    {XK_Mode_switch, KEY_ALT},
     {XK_Pause, 0x13},
     {XK_Break, 0x03},
     {XK_Caps_Lock, 0x14},
-    {XK_Escape, CODE_ESCAPE},
-    {XK_space, CODE_SPACE},
-    {XK_nobreakspace, CODE_SPACE},
-    {XK_KP_Space, CODE_SPACE},
-    {XK_Page_Up, 0x21},
-    {XK_KP_Page_Up, 0x21},
-    {XK_Page_Down, 0x22},
-    {XK_KP_Page_Down, 0x22},
-    {XK_End, 0x23},
-    {XK_KP_End, 0x23},
-    {XK_Home, 0x24},
-    {XK_KP_Home, 0x24},
-    {XK_Left, 0x25},
-    {XK_KP_Left, 0x25},
-    {XK_Up, 0x26},
-    {XK_KP_Up, 0x26},
-    {XK_Right, 0x27},
-    {XK_KP_Right, 0x27},
-    {XK_Down, 0x28},
-    {XK_KP_Down, 0x28},
+    {XK_Escape, KEY_ESCAPE},
+    {XK_space, KEY_SPACE},
+    {XK_nobreakspace, KEY_SPACE},
+    {XK_KP_Space, KEY_SPACE},
+    {XK_Page_Up, KEY_PAGE_UP},
+    {XK_KP_Page_Up, KEY_PAGE_UP},
+    {XK_Page_Down, KEY_PAGE_DOWN},
+    {XK_KP_Page_Down, KEY_PAGE_DOWN},
+    {XK_End, KEY_END},
+    {XK_KP_End, KEY_END},
+    {XK_Home, KEY_HOME},
+    {XK_KP_Home, KEY_HOME},
+    {XK_Left, KEY_LEFT},
+    {XK_KP_Left, KEY_LEFT},
+    {XK_Up, KEY_UP},
+    {XK_KP_Up, KEY_UP},
+    {XK_Right, KEY_RIGHT},
+    {XK_KP_Right, KEY_RIGHT},
+    {XK_Down, KEY_DOWN},
+    {XK_KP_Down, KEY_DOWN},
     {XK_Print, 0x2C},
     {XK_Insert, 0x2D},
     {XK_KP_Insert, 0x2D},
-    {XK_Delete, CODE_DELETE},
-    {XK_KP_Delete, CODE_DELETE},
+    {XK_Delete, KEY_DELETE},
+    {XK_KP_Delete, KEY_DELETE},
     {XK_Help, 0x2F},
     {XK_Super_L, 0x5B},
     {XK_Super_R, 0x5C},
@@ -121,10 +106,10 @@ uint16_t code_of_symbol(KeySym symbol) {
         return static_cast<uint16_t>('0' + (symbol - XK_0));
     }
     if (symbol >= XK_KP_0 && symbol <= XK_KP_9) {
-        return static_cast<uint16_t>(CODE_NUMPAD_0 + (symbol - XK_KP_0));
+        return static_cast<uint16_t>(KEY_NUMPAD_0 + (symbol - XK_KP_0));
     }
     if (symbol >= XK_F1 && symbol <= XK_F24) {
-        return static_cast<uint16_t>(CODE_F1 + (symbol - XK_F1));
+        return static_cast<uint16_t>(KEY_F1 + (symbol - XK_F1));
     }
     for (const CodeOfSymbol &row : codes_of_symbols) {
         if (row.symbol == symbol) {
@@ -296,11 +281,11 @@ void type_text(PlatformWindow *window, const char *text, uint32_t count) {
 // The character that Ctrl and a key type, as on Windows; -1 for none.
 int32_t control_character(uint16_t code) {
     switch (code) {
-    case CODE_ENTER:
+    case KEY_ENTER:
         return '\n';
-    case CODE_BACKSPACE:
+    case KEY_BACKSPACE:
         return 0x7F;
-    case CODE_SPACE:
+    case KEY_SPACE:
         return ' ';
     case 0xDB: // [
         return 0x1B;
