@@ -41,28 +41,8 @@ Field *const query = &query_field;
 
 // ---- Failing allocations ----
 
-enum Series {
-    ALONE,
-    WITH_ALL_LATER_ONES,
-};
 constexpr Series both_series[] = {ALONE, WITH_ALL_LATER_ONES};
 constexpr uint64_t nothing = UINT64_MAX;
-
-// While it lives, the nth allocation fails, counted from 0. Keeps the requested sizes.
-class FailingAllocation {
-public:
-    FailingAllocation(uint64_t nth, Series series)
-        : hook([this, nth, series](uint64_t size) {
-              uint64_t index = sizes.size();
-              sizes.push_back(size);
-              return series == ALONE ? index != nth : index < nth;
-          }) {}
-
-    std::vector<uint64_t> sizes;
-
-private:
-    HeapHookScope hook;
-};
 
 std::string place(uint64_t nth, Series series) {
     return "allocation " + std::to_string(nth) + (series == ALONE ? " alone" : " and all later ones");

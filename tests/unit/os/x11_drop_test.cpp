@@ -325,11 +325,10 @@ TEST_F(Drop, OddMessagesAndPropertiesHarmNobody) {
 }
 
 TEST_F(Drop, WithoutMemoryNothingIsDelivered) {
-    for (int refused = 1; refused <= 2; refused++) { // the bytes that arrive, and the names
-        int asked = 0;
-        HeapHookScope hook([&](uint64_t) { return ++asked != refused; });
+    for (uint64_t failing : {0u, 1u}) { // the bytes that arrive, and the names
+        FailingAllocation allocations(failing);
         EXPECT_EQ(drag({offer_of_files({"/a"})}), "accepted XdndActionCopy, refused (none)");
-        EXPECT_EQ(asked, refused);
+        EXPECT_EQ(allocations.sizes.size(), failing + 1);
     }
     EXPECT_TRUE(drops.empty());
 }

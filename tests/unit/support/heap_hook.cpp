@@ -1,5 +1,7 @@
 #include "support/heap_hook.h"
 
+#include <utility>
+
 #include "os/memory.h"
 
 namespace {
@@ -21,3 +23,10 @@ HeapHookScope::~HeapHookScope() {
     os_heap_hook = nullptr;
     allow_size = nullptr;
 }
+
+FailingAllocation::FailingAllocation(uint64_t nth, Series series)
+    : hook([this, nth, series](uint64_t size) {
+          uint64_t index = sizes.size();
+          sizes.push_back(size);
+          return series == ALONE ? index != nth : index < nth;
+      }) {}

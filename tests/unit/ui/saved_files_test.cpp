@@ -250,12 +250,12 @@ TEST(SavedFiles, HoldTheOldOrTheNewListWhicheverAllocationFails) {
     saved_list_load_contents(query, str_over(entries), 0);
     std::string whole = "foo\r\n" + std::string(30000, 'x') + "\r\nbar";
     int old_ones = 0;
-    for (int failing = 0, asked = 0; failing <= asked; failing++) {
+    for (uint64_t failing = 0, count = 0; failing <= count; failing++) {
         files.put(queries_file, "old");
-        asked = 0;
         {
-            HeapHookScope hook([&](uint64_t) { return asked++ != failing; });
+            FailingAllocation allocations(failing);
             saved_list_write(query);
+            count = allocations.sizes.size();
         }
         std::string now = files.read(queries_file).value_or("none");
         EXPECT_TRUE(now == "old" || now == whole) << failing;
@@ -268,14 +268,14 @@ TEST(SavedFiles, HoldTheOldOrTheNewListWhicheverAllocationFails) {
 TEST(SavedFiles, LoseNothingWhicheverAllocationFailsInALoad) {
     ListFiles files;
     std::string old_state = state_of(files, "foo\r\nbar");
-    for (int failing = 0, asked = 0; failing <= asked; failing++) {
+    for (uint64_t failing = 0, count = 0; failing <= count; failing++) {
         files.put(queries_file, "fo");
         files.put(second_file, second_of("foo\r\nbar"));
-        asked = 0;
         std::string state;
         {
-            HeapHookScope hook([&](uint64_t) { return asked++ != failing; });
+            FailingAllocation allocations(failing);
             state = files.started();
+            count = allocations.sizes.size();
         }
         EXPECT_TRUE(state == old_state || state == "foo: " || state == ": " || state == ": fo") << state;
         // The file stays, whichever allocation has failed.

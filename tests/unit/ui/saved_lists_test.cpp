@@ -74,8 +74,7 @@ TEST(SavedEntries, WithoutMemoryForItsTextOneIsEmptyKeptAndWrittenAsAnEmptyLine)
     SavedListsScope lists;
     std::string file = "\na\nb\nc\n";
     {
-        int asked = 0;
-        HeapHookScope hook([&](uint64_t) { return asked++ != 1; });
+        FailingAllocation second(1);
         saved_list_load_contents(query, str_over(file), 0);
     }
     EXPECT_EQ(entries_of(query_field.entries), "a||c");
