@@ -627,7 +627,7 @@ TEST(SettingsFont, IsLoadedAtOnce) {
     EXPECT_GT(font.sizes.capacity, 0u);
 }
 
-TEST(SettingsFont, ANameThatDoesNotFitTheScratchArenaIsNoFont) {
+TEST(SettingsFont, ANameThatDoesNotFitTheScratchArenaLoadsNoFont) {
     FontFolder fonts;
     EXPECT_EQ(fonts.loaded_after("font_file " + std::string(1000000, 'x') + "\n"), "source_code_pro.otf");
 }

@@ -57,7 +57,7 @@ std::string get_text() {
 
 // ---- Setting and getting ----
 
-TEST(Clipboard, WhatIsSetIsGotBack) {
+TEST(Clipboard, ReturnsTheTextThatWasSet) {
     for (const std::string &text : texts) {
         EXPECT_EQ(set_text(text), 0);
         EXPECT_FALSE(close_open_clipboard());
@@ -105,7 +105,7 @@ TEST(Clipboard, SettingDropsWhatWasThere) {
     EXPECT_FALSE(formats.png);
 }
 
-TEST(Clipboard, BytesThatAreNoUtf8AreReplacedInTheWideTextOnly) {
+TEST(Clipboard, InvalidUtf8IsReplacedInTheWideTextOnly) {
     // A replacement character for each piece that starts a character and does not end it, and each stray
     // byte.
     const struct {
@@ -130,7 +130,7 @@ TEST(Clipboard, BytesThatAreNoUtf8AreReplacedInTheWideTextOnly) {
     }
 }
 
-TEST(Clipboard, SurrogatesAndWhatLiesBeyondUnicodeAreNoUtf8) {
+TEST(Clipboard, SurrogatesAndCodesBeyondUnicodeAreInvalidUtf8) {
     for (const std::string &bytes : {"<\xed\xa0\x80>"s, "<\xf4\x90\x80\x80>"s, "<\xe0\x80\x80>"s}) {
         EXPECT_EQ(set_text(bytes), 0);
         std::string text = get_text();
@@ -167,7 +167,7 @@ TEST(Clipboard, TheWideTextIsPreferred) {
     EXPECT_EQ(taken(os_clipboard_get_text()), "");
 }
 
-TEST(Clipboard, ByteTextAloneArrivesAsItIsThoughItIsNoUtf8) {
+TEST(Clipboard, ByteTextAloneArrivesUnchangedThoughItIsInvalidUtf8) {
     for (const std::string &bytes : {"gr\xf6\xdf\x65"s, "\x80\xff"s, "größe"s, ""s}) {
         offer_on_clipboard({.byte_text = bytes});
         EXPECT_EQ(taken(os_clipboard_get_text()), bytes);
@@ -312,7 +312,7 @@ TEST(Clipboard, AFailedAllocationIsReportedByItsNumberAndChangesNothing) {
     EXPECT_EQ(clipboard_formats().byte_text, "before");
 }
 
-TEST(Clipboard, WithoutMemoryNothingIsGotAndItIsClosedAllTheSame) {
+TEST(Clipboard, WithoutMemoryNothingIsReadAndItIsClosedAllTheSame) {
     offer_on_clipboard({.wide_text = "wide"});
     HeapHookScope hook([](uint64_t) { return false; });
     EXPECT_EQ(taken(os_clipboard_get_text()), "(none)");

@@ -51,7 +51,7 @@ TEST(Print, ALineFeedStaysOneByte) {
     EXPECT_EQ(out.take_all(), "a\nb\r\nc\n");
 }
 
-TEST(Print, NothingToPrintIsNoWrite) {
+TEST(Print, NothingToPrintWritesNothing) {
     WrittenPieces out;
     os_print("%s", "");
     EXPECT_TRUE(out.take().empty());

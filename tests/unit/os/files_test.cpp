@@ -318,7 +318,7 @@ TEST(FileRead, NamesOutsideAscii) {
 }
 
 #ifdef __linux__
-TEST(FileRead, PipesAndDevicesAreNoFiles) {
+TEST(FileRead, PipesAndDevicesAreNotFiles) {
     TestTree tree;
     ASSERT_EQ(mkfifo(tree.native("pipe").c_str(), 0600), 0);
     os_last_file_error = {};
@@ -594,7 +594,7 @@ TEST(ExeFolder, IsThatOfTheLinkWhenTheFileIsUnknownOrItsPathIsTooLong) {
 
 // ---- Listing ----
 
-TEST(FolderListing, TellsNamesSizesAndFolders) {
+TEST(FolderListing, ReportsNamesSizesAndFolders) {
     TestTree tree;
     tree.file("a.txt", "12345");
     tree.file("empty", "");
@@ -664,7 +664,7 @@ TEST(FolderListing, NamesOutsideAscii) {
     EXPECT_EQ(list(tree.path("fólder"), LIST_FILES), Names{"x 1"});
 }
 
-TEST(FolderListing, OneForBothPassesTellsFoldersAndFilesWithTheirSizesOrWithout) {
+TEST(FolderListing, OneForBothPassesReportsFoldersAndFilesWithTheirSizesOrWithout) {
     TestTree tree;
     tree.file("f", "12345");
     tree.folder("d");
@@ -736,7 +736,7 @@ TEST(FilesOfFolder, OfAFolderThatCannotBeOpenedCannotBeEither) {
 }
 
 #ifdef __linux__
-TEST(FilesOfFolder, HaveTheSizesThatTheSystemTellsThoughTheirBytesAreMore) {
+TEST(FilesOfFolder, HaveTheSizesThatTheSystemReportsThoughTheirBytesAreMore) {
     char room[4096];
     FilesOfFolder files = os_files_of(str_from("/proc/self"));
     OpenedFile file = os_file_open(files, str_from("status"), sizeof(room), room);
@@ -851,7 +851,7 @@ TEST(FolderListing, AnUnreadableFolderHasNoEntries) {
     EXPECT_EQ(list(tree.path("d"), LIST_FILES), Names{});
 }
 
-TEST(FolderListing, ARefusedBlockIsAnEmptyFolder) {
+TEST(FolderListing, WithoutMemoryForItsBlockAFolderIsEmpty) {
     TestTree tree;
     tree.file("f", "x");
     HeapHookScope hook([](uint64_t) { return false; });

@@ -385,7 +385,7 @@ TEST_F(OffscreenWindow, ACallbackMayCauseFurtherEvents) {
     EXPECT_EQ(seen[1].resized.height, 60);
 }
 
-TEST_F(OffscreenWindow, ARefusedWindowIsNull) {
+TEST_F(OffscreenWindow, AWindowThatCannotBeCreatedIsNull) {
     headless_refuse_next_window();
     EXPECT_EQ(os_window_create(10, 10, str_from("x"), program_flags), nullptr);
     PlatformWindow *next = os_window_create(10, 10, str_from("x"), program_flags);

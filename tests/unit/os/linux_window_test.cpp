@@ -351,7 +351,7 @@ TEST_F(X11Window, AKeyHeldSinceBeforeTheFocusCameIsRepeatedNotPressed) {
     EXPECT_EQ(Events(all.begin(), all.begin() + 3), (Events{"focus 1", "key 58 3", "char 78"}));
 }
 
-TEST_F(X11Window, AReleaseDuringAnotherProgramsGrabIsTold) {
+TEST_F(X11Window, AReleaseDuringAnotherProgramsGrabIsReported) {
     create_shown();
     KeyCode key = key_of(XK_Control_L);
     user_key(key, true);
@@ -378,7 +378,7 @@ TEST_F(X11Window, ANotchOfTheWheelIsOneEventAndSidewaysIsNone) {
     EXPECT_EQ(events(), (Events{"wheel 1", "wheel -1", "wheel -1"}));
 }
 
-TEST_F(X11Window, AHeldButtonKeepsTheMouseAndTheLeavingIsToldAfterIt) {
+TEST_F(X11Window, AHeldButtonKeepsTheMouseAndTheLeavingIsReportedAfterIt) {
     PlatformWindow *window = create_shown();
     drive_pointer_to(window, {50, 50});
     events();
@@ -453,7 +453,7 @@ TEST_F(X11Window, SettingsThatEndTooEarlyOrLieAreIgnored) {
 
 // ---- The window manager ----
 
-TEST_F(X11Window, TellsTheWindowManagerAndTheDesktopWhatItIs) {
+TEST_F(X11Window, ReportsWhatItIsToTheWindowManagerAndTheDesktop) {
     Window id = window_id(create());
     XClassHint hint = {};
     ASSERT_TRUE(XGetClassHint(user_display(), id, &hint));
@@ -608,7 +608,7 @@ TEST_F(X11Window, SharesItsFramesWithAServerThatCan) {
     EXPECT_EQ(shown_pixels(window), all_of(0x123456, {300, 200}));
 }
 
-TEST_F(X11Window, TheEndOfPresentingIsNoMessage) {
+TEST_F(X11Window, TheEndOfPresentingIsNotAMessage) {
     PlatformWindow *window = create_shown();
     for (int i = 0; i < 20; i++) {
         fill(window, 0xFF000000 | static_cast<uint32_t>(i));

@@ -34,7 +34,7 @@ TEST(Heap, ZeroedBlocksAreZero) {
     }
 }
 
-TEST(Heap, FourGigabytesFailAndAreNotCut) {
+TEST(Heap, FourGigabytesFailAndAreNotTruncated) {
     EXPECT_EQ(os_alloc(uint64_t{1} << 32), nullptr);
     EXPECT_EQ(os_alloc((uint64_t{1} << 32) + 16), nullptr);
     EXPECT_EQ(os_alloc_zero(UINT64_MAX), nullptr);
@@ -80,7 +80,7 @@ TEST(Heap, TheHookSeesEverySizeAndCanMakeItFail) {
 // The blocks below are watched through their contents: under the address sanitizer a read of a freed one
 // fails.
 
-TEST(Retired, WithoutAReaderABlockGoesBackAtOnce) {
+TEST(Retired, WithoutAReaderABlockIsFreedAtOnce) {
     volatile uint32_t pass = 0;
     RetiredBlocks list = {nullptr, &pass};
     EXPECT_FALSE(retired_has_reader(&list));

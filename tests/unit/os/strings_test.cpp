@@ -350,7 +350,7 @@ TEST(StrBufGrowth, MakingRoomFirstKeepsTheTextWhenItFails) {
     EXPECT_EQ(text.data[3], 0);
 }
 
-TEST(StrBufGrowth, WhatDoesNotFitTheHeapFailsAndIsNotCut) {
+TEST(StrBufGrowth, ASizeThatDoesNotFitTheHeapFailsAndIsNotTruncated) {
     Text text("abc");
     EXPECT_FALSE(strbuf_make_room(&text, (uint64_t{1} << 32) - 8, nullptr));
     EXPECT_FALSE(strbuf_make_room(&text, UINT64_MAX - 3, nullptr));
@@ -455,7 +455,7 @@ TEST(DynArrayGrowth, AFailedOneEmptiesTheArray) {
     EXPECT_EQ(array.data, nullptr);
 }
 
-TEST(DynArrayGrowth, MoreThanTheHeapCanGiveFailsAndIsNotCut) {
+TEST(DynArrayGrowth, MoreThanTheHeapCanGiveFailsAndIsNotTruncated) {
     DynArray array;
     dynarray_init(&array, 40, 4);
     array.count = 107000000; // another 1048576 rows of 40 bytes do not fit 32 bits

@@ -345,7 +345,7 @@ TEST_F(Threads, MicrosecondsAreRoundedDownToWholeMilliseconds) {
     EXPECT_EQ(sleep_ms_from_us(-999), 0u);
 }
 
-TEST_F(Threads, MillisecondsToSleepAreCutTo32Bits) {
+TEST_F(Threads, MillisecondsToSleepAreTruncatedTo32Bits) {
     EXPECT_EQ(sleep_ms_from_us(int64_t{0x100000000} * 1000), 0u);
     EXPECT_EQ(sleep_ms_from_us(int64_t{0x100000005} * 1000 + 999), 5u);
     EXPECT_EQ(sleep_ms_from_us(-5000), 0xFFFFFFFBu);

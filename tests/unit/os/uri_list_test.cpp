@@ -59,7 +59,7 @@ TEST(UriList, FilesOfThisMachineAreTaken) {
     EXPECT_EQ(files_of("file://" + host_name() + "/f"), (Paths{"/f"}));
 }
 
-TEST(UriList, WhatIsNoFileOfThisMachineIsSkipped) {
+TEST(UriList, UrisOtherThanFilesOfThisMachineAreSkipped) {
     EXPECT_EQ(
         files_of("http://localhost/a\nfile://elsewhere/b\nfile://localhost\nfile://\nfile:\nfile:c\nfile"
                  "\n/d\nfile:///e"),

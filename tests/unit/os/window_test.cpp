@@ -418,7 +418,7 @@ TEST_F(Window, WithoutACallbackEventsAreDropped) {
     EXPECT_TRUE(pump(EVENT_CHAR).empty());
 }
 
-TEST_F(Window, ThePumpCountsMessagesThatAreNoEvents) {
+TEST_F(Window, ThePumpCountsMessagesThatAreNotEvents) {
     PlatformWindow *window = create(); // the system sends messages of its own to a window on the screen
     os_pump_messages();
     EXPECT_EQ(os_pump_messages(), 0u);
@@ -595,7 +595,7 @@ TEST(FramebufferBlock, IsTheNextPowerOfTwo) {
     }
 }
 
-TEST(FramebufferBlock, OfASizeThatTheHeapCannotGiveFailsAndIsNotCut) {
+TEST(FramebufferBlock, OfASizeThatTheHeapCannotGiveFailsAndIsNotTruncated) {
     Framebuffer framebuffer = {};
     framebuffer_resize(&framebuffer, {10, 10});
     uint32_t *block = framebuffer.pixels;

@@ -158,7 +158,7 @@ TEST(X11Clipboard, SeveralProgramsGetLongTextsAtOnceThoughTheClipboardChangesMea
     EXPECT_EQ(fetched("UTF8_STRING"), "UTF8_STRING 8: after");
 }
 
-TEST(X11Clipboard, ProgramsThatStopInTheMiddleOfATransferHarmNobody) {
+TEST(X11Clipboard, ProgramsThatStopInTheMiddleOfATransferAreIgnored) {
     std::string text = long_text(300000);
     set_text(text);
     auto begin = [](Peer &self) {
@@ -248,7 +248,7 @@ TEST(X11Clipboard, SeveralTargetsAreAnsweredAtOnceAndThoseWithoutAnAnswerAreMark
     EXPECT_TRUE(other.heard() == text);
 }
 
-TEST(X11Clipboard, ListsOfTargetsThatAreNoneAreRefused) {
+TEST(X11Clipboard, InvalidListsOfTargetsAreRefused) {
     set_text("text");
     OtherProgram other([](Peer &self) {
         Atom list = self.atom("LIST");
@@ -291,7 +291,7 @@ TEST(X11Clipboard, OldProgramsThatNameNoPropertyGetTheTextInTheTargets) {
     EXPECT_EQ(other.heard(), "text");
 }
 
-TEST(X11Clipboard, ForgedEventsHarmNobody) {
+TEST(X11Clipboard, ForgedEventsAreIgnored) {
     set_text("text");
     Window owner = x11_helper_window();
     Window root = DefaultRootWindow(x11_display());
@@ -362,7 +362,7 @@ TEST(X11Clipboard, ATransferIntoTheProgramsOwnWindowCostsItNoEvents) {
     os_free(window);
 }
 
-TEST(X11Clipboard, ProgramsThatVanishAfterAskingHarmNobody) {
+TEST(X11Clipboard, ProgramsThatVanishAfterAskingAreIgnored) {
     set_text(long_text(400000));
     for (int i = 0; i < 20; i++) {
         OtherProgram other([](Peer &self) {
@@ -563,7 +563,7 @@ TEST(X11Clipboard, ATransferWithoutAnEndIsGivenUp) {
     EXPECT_EQ(got(), "(none)");
 }
 
-TEST(X11Clipboard, OddAnswersAreNoText) {
+TEST(X11Clipboard, InvalidAnswersGiveNoText) {
     const Contents answers[] = {
         {"UTF8_STRING", 16, "text"},
         {"UTF8_STRING", 32, items({1, 2})},

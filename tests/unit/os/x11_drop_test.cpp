@@ -119,7 +119,7 @@ TEST_F(Drop, FilesAreDeliveredWithTheirNamesDecodedAndThePlaceInTheClientArea) {
     EXPECT_EQ(drops, (std::vector<std::string>{"12,34 </code/a.txt> </größe 😀/b> </with/backslash>"}));
 }
 
-TEST_F(Drop, EntriesThatAreNoFilesAreSkipped) {
+TEST_F(Drop, EntriesOtherThanFilesAreSkipped) {
     EXPECT_EQ(drag({uris("# comment\r\nhttp://example.org/a\r\nfile:///b\r\nfile://elsewhere/c\r\n")}),
               all_accepted);
     EXPECT_EQ(drops, (std::vector<std::string>{"12,34 </b>"}));
@@ -276,7 +276,7 @@ TEST_F(Drop, AnAnswerOfAnotherTypeIsIgnored) {
     EXPECT_TRUE(drops.empty());
 }
 
-TEST_F(Drop, OddMessagesAndPropertiesHarmNobody) {
+TEST_F(Drop, OddMessagesAndPropertiesAreIgnored) {
     const Contents lists[] = {
         {"ATOM", 8, "text/uri-list"},
         {"STRING", 32, items({x11_atom(ATOM_TEXT_URI_LIST)})},

@@ -138,7 +138,7 @@ TEST(Desktop, AWindowsClientAreaIsCopiedToTheClipboardAsABitmap) {
     DestroyWindow(window);
 }
 
-TEST(Desktop, NoWindowIsNoPicture) {
+TEST(Desktop, WithoutAWindowThereIsNoPicture) {
     EXPECT_FALSE(os_copy_window_to_clipboard(nullptr));
 }
 

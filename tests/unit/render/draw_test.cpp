@@ -122,7 +122,7 @@ TEST(FillRect, APixelIsBlueGreenRedAlphaInMemory) {
     EXPECT_EQ(memcmp(picture.pixels, "\x44\x33\x22\x11", 4), 0);
 }
 
-TEST(FillRect, IsCutAtEverySide) {
+TEST(FillRect, IsClippedAtEverySide) {
     EXPECT_EQ(filled({1, 1, 2, 1}), ".....\n.##..\n.....\n");
     EXPECT_EQ(filled({-2, -1, 4, 2}), "##...\n.....\n.....\n");
     EXPECT_EQ(filled({3, 2, 100, 100}), ".....\n.....\n...##\n");
@@ -218,7 +218,7 @@ TEST(BlendRect, OverATranslucentPixelTheAlphasAdd) {
     EXPECT_EQ(blended(0x80000000, 0x80FF0000) >> 16 & 0xFF, 170u); // 255 * 0.50196 / 0.75196 = 170.2
 }
 
-TEST(BlendRect, IsCutLikeAFill) {
+TEST(BlendRect, IsClippedLikeAFill) {
     Picture picture(5, 3, black);
     blend_rect(&picture, {0, 0, 4, 3}, {-1, 1, 100, 100}, 0x80FFFFFF);
     EXPECT_EQ(picture.drawn(black), ".....\n####.\n####.\n");

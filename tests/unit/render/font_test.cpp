@@ -133,7 +133,7 @@ TEST(FontLoad, AFileThatCannotBeReadGivesAnAllZeroFont) {
     EXPECT_TRUE(is_all_zero(font_load(str_over(folder))));
 }
 
-TEST(FontLoad, AFileThatIsNoFontGivesAnAllZeroFont) {
+TEST(FontLoad, AnInvalidFontFileGivesAnAllZeroFont) {
     LeakScope leaks; // the bytes intentionally stay allocated
     TestTree tree;
     EXPECT_TRUE(is_all_zero(loaded(tree, "")));
@@ -174,7 +174,7 @@ TEST(FontLoad, AFontWithoutATableItNeedsGivesAnAllZeroFont) {
     }
 }
 
-TEST(FontLoad, AFontThatIsCutShortAnywhereGivesAnAllZeroFont) {
+TEST(FontLoad, AFontTruncatedAnywhereGivesAnAllZeroFont) {
     LeakScope leaks;
     TestTree tree;
     std::string bytes = default_font_bytes();

@@ -205,7 +205,7 @@ TEST(Matcher, AFileOfExactlyTheLargestSizeIsScanned) {
     EXPECT_EQ(search_rows(tree, tree.path(), "foo"), "files 1\nfile f\nhit 1 1 0 foo....\n");
 }
 
-TEST(Matcher, From4GiBOnTheSizeIsCutToItsLow32Bits) {
+TEST(Matcher, From4GiBOnTheSizeIsTruncatedToItsLow32Bits) {
     TestTree tree;
     SearchScope scope;
     tree.file("f", "foo.......foo.......");
@@ -343,7 +343,7 @@ TEST(Matcher, WithoutStringsTheRowsAreStillAppended) {
     EXPECT_EQ(results_store.file_table.count, 1u);
 }
 
-TEST(Matcher, ARefusedFileRowSkipsThatFilesHits) {
+TEST(Matcher, WithoutMemoryForAFileRowThatFilesHitsAreSkipped) {
     TestTree tree;
     SearchScope scope;
     std::string folder = tree.path();
@@ -357,7 +357,7 @@ TEST(Matcher, ARefusedFileRowSkipsThatFilesHits) {
     EXPECT_EQ(results_store.file_table.data, nullptr);
 }
 
-TEST(Matcher, ARefusedHitRowEmptiesTheTableAndTheScanGoesOn) {
+TEST(Matcher, WithoutMemoryForAHitRowTheTableIsEmptiedAndTheScanGoesOn) {
     SearchScope scope;
     // Room only for the header of the first hit.
     results_store.hit_table.count = results_store.hit_table.capacity - 1;
@@ -424,7 +424,7 @@ TEST(Suggestions, OnlyTheLettersAToZAreFolded) {
     EXPECT_TRUE(matches("é", "éa"));
 }
 
-TEST(Suggestions, ARefusedNameIsEmpty) {
+TEST(Suggestions, WithoutMemoryForANameItIsEmpty) {
     SearchScope scope;
     search_state.request_pending = 0;
     results_store.arena.used = results_store.arena.capacity;

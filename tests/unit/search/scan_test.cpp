@@ -28,7 +28,7 @@ TEST(Scan, TheTwoRarestBytesOfTheWholeQueryAreChosen) {
     EXPECT_EQ(scan_needle(str_from("@@@")).other_offset, 2);
 }
 
-TEST(Scan, BothVariantsTellTheLineAroundAHit) {
+TEST(Scan, BothVariantsReportTheLineAroundAHit) {
     std::string text = "first\nsecond\nthe needle is here\nlast\n";
     ScanNeedle needle = scan_needle(str_from("needle"));
     for (ScanNextHit *variant : {scan_next_hit_variant, &scan_next_hit_sse2}) {

@@ -47,7 +47,7 @@ TEST(ResultsStore, ReservesItsTablesWithRoom) {
     EXPECT_EQ(results_store.arena.default_block_size, 50000000u);
 }
 
-TEST(ResultsStore, ARefusedTableHasCapacityZeroAndTheOthersTheirRoom) {
+TEST(ResultsStore, WithoutMemoryForATableItHasCapacityZeroAndTheOthersTheirRoom) {
     HeapHookScope hook([](uint64_t size) { return size != 100000 * sizeof(ResultRecord); });
     SearchScope scope;
     EXPECT_EQ(results_store.hit_table.capacity, 0u);
@@ -254,7 +254,7 @@ TEST(ResultsStore, OutgrownStorageStaysForTheInterfaceAndIsFreedWhileIdle) {
     search_state.interface_pass = 0;
 }
 
-TEST(ResultsStore, ARefusedTableReadsAsEmpty) {
+TEST(ResultsStore, WithoutMemoryForATableItReadsAsEmpty) {
     DynArray table = {};
     table.count = 5; // the reader has seen the count before the writer dropped the rows
     TableRows rows = table_rows(&table);

@@ -84,7 +84,7 @@ TEST(Walk, WithoutACallbackNothingIsListed) {
 }
 
 #ifdef __linux__
-TEST(Walk, NamesThatEndInADotAreNoDots) {
+TEST(Walk, NamesThatEndInADotAreNotDotEntries) {
     TestTree tree;
     tree.file("a.", "x");
     tree.file("...", "x");

@@ -164,7 +164,7 @@ TEST(Worker, ADriveAndASlashListTheDrivesRoot) {
     EXPECT_NE(rows.find("match windows\n"), std::string::npos) << rows;
 }
 
-TEST(Worker, ABackslashAtTheEndOfThePathIsNoSlashAndItsFilesGetOne) {
+TEST(Worker, ABackslashAtTheEndOfThePathIsNotASlashAndItsFilesGetOne) {
     TestTree tree;
     SearchScope scope;
     tree.file("f", "foo.....");
@@ -586,7 +586,7 @@ TEST(Worker, EveryFolderIsWalkedThoughTheArenaWritesOverItsPath) {
     }
 }
 
-TEST(Worker, ARefusedSubfolderPathIsNotWalked) {
+TEST(Worker, WithoutMemoryForItsPathASubfolderIsNotWalked) {
     TestTree tree;
     SearchScope scope;
     tree.file("d/f", "foo.....");

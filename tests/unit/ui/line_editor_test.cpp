@@ -28,7 +28,7 @@ TEST(LineEditorWord, CtrlRightFromTheStartStopsBeforeTheSpace) {
     EXPECT_EQ(editor.state(), "foo bar {3,3}");
 }
 
-TEST(LineEditorWord, AnUnderscoreIsNoSeparator) {
+TEST(LineEditorWord, AnUnderscoreIsNotASeparator) {
     Editor editor("a_b", {{3, 3}});
     editor.key_with({KEY_CTRL}, KEY_LEFT);
     EXPECT_EQ(editor.state(), "a_b {0,0}");
