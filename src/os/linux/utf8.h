@@ -1,4 +1,4 @@
-// UTF-8 validation, for the layer's own files.
+// UTF-8 repair, for the layer's own files.
 #pragma once
 
 #include <stdint.h>
