@@ -178,8 +178,8 @@ template <bool scaled> inline Pixels laid_over(Pixels pixels, Pixels coverage, c
                   mix(ink.blue, part, pixels & ink.blue_bits, rest));
 }
 
-// The three loops below draw rows starting at row and return the first with a non-opaque pixel, or the
-// height. They call nothing, to keep the constants in registers.
+// The loops below draw rows starting at row and return the first with a non-opaque pixel, or the height. They
+// call nothing, to keep the constants in registers.
 
 // Columns first to first + lanes.
 template <bool scaled>
@@ -219,6 +219,32 @@ inline int64_t draw_two(const CoverageBlit &blit, const Ink &ink, int64_t first,
         coverage += coverage_stride;
     }
     return row;
+}
+
+// The same for up to one and a half vectors: the columns after the first vector of two rows are drawn as one.
+template <bool scaled>
+inline int64_t draw_one_and_half(const CoverageBlit &blit, const Ink &ink, int64_t first, int64_t row) {
+    uint32_t *pixels = blit.pixels + row * blit.pixel_stride + first;
+    const uint8_t *coverage = blit.coverage + row * blit.coverage_stride + first;
+    int64_t second = blit.width - first - lanes / 2;
+    int64_t height = blit.height, pixel_stride = blit.pixel_stride, coverage_stride = blit.coverage_stride;
+    for (; row + 1 < height; row += 2) {
+        uint32_t *lower = pixels + pixel_stride;
+        const uint8_t *lower_coverage = coverage + coverage_stride;
+        Pixels under = load(pixels);
+        Pixels under_lower = load(lower);
+        Pixels under_second = load_halves(pixels + second, lower + second);
+        if (!all_opaque(under & under_lower & under_second)) {
+            break;
+        }
+        Pixels second_coverage = load_bytes_halves(coverage + second, lower_coverage + second);
+        store(pixels, laid_over<scaled>(under, load_bytes(coverage), ink));
+        store(lower, laid_over<scaled>(under_lower, load_bytes(lower_coverage), ink));
+        store_halves(pixels + second, lower + second, laid_over<scaled>(under_second, second_coverage, ink));
+        pixels += 2 * pixel_stride;
+        coverage += 2 * coverage_stride;
+    }
+    return draw_two<scaled>(blit, ink, first, row);
 }
 
 // Columns first to the last: half a vector to a whole one.
@@ -269,8 +295,10 @@ template <bool scaled> [[gnu::noinline]] void blit_wide(const CoverageBlit &blit
         draw_columns(draw_one<scaled>, blit, ink, first, lanes);
     }
     int64_t left = blit.width - first;
-    if (left > lanes) {
+    if (left > lanes + lanes / 2) {
         draw_columns(draw_two<scaled>, blit, ink, first, left);
+    } else if (left > lanes) {
+        draw_columns(draw_one_and_half<scaled>, blit, ink, first, left);
     } else {
         draw_columns(draw_one<scaled>, blit, ink, first, left);
     }
