@@ -7,6 +7,7 @@
 #include "os/files.h"
 
 Font font;
+Font fallback_font;
 
 // ---- Loading ----
 
@@ -183,32 +184,15 @@ Glyph rasterise(SizedFont *sized, uint32_t codepoint) {
     // stb_truetype takes the codepoint as signed, and would read before the start of a format 0 cmap.
     int index =
         codepoint <= last_in_unicode ? stbtt_FindGlyphIndex(sized->font, static_cast<int>(codepoint)) : 0;
-    int advance, bearing, left, top, right, bottom;
-    stbtt_GetGlyphHMetrics(sized->font, index, &advance, &bearing);
-    stbtt_GetGlyphBitmapBox(sized->font, index, sized->scale, sized->scale, &left, &top, &right, &bottom);
-    // A negative height turns the box upside down.
-    int32_t width = std::max(right - left, 0);
-    int32_t height = std::max(bottom - top, 0);
-    uint64_t count = static_cast<uint64_t>(int64_t{width} * height);
-    // stb_truetype counts a bitmap's bytes in signed 32 bits.
-    uint8_t *bitmap = count <= INT32_MAX ? reserve_bitmap(sized, count) : nullptr;
+    Glyph shape = glyph_measure(sized->font, sized->scale, index);
+    uint8_t *bitmap = glyph_fits(shape) ? reserve_bitmap(sized, glyph_bytes(shape)) : nullptr;
     if (!bitmap) {
         return glyph;
     }
-    // stb_truetype may draw nothing: without a shape, or when even the spare block is too small.
-    memset(bitmap, 0, count);
-    stbtt_MakeGlyphBitmap(sized->font, bitmap, width, height, width, sized->scale, sized->scale, index);
-    for (uint64_t i = 0; i < count; i++) {
-        bitmap[i] = glyph_contrast(bitmap[i]);
-    }
-    glyph.y_offset = top;
-    glyph.x_offset = left;
-    glyph.glyph_index = static_cast<uint32_t>(index);
-    glyph.advance = static_cast<int32_t>(static_cast<float>(advance) * sized->scale);
-    glyph.width = width;
-    glyph.height = height;
-    glyph.bitmap = bitmap;
-    return glyph;
+    shape.codepoint = codepoint;
+    shape.bitmap = bitmap;
+    glyph_rasterise(sized->font, sized->scale, shape);
+    return shape;
 }
 
 // Index of the first glyph at or after first with a greater codepoint; the count when there is none.
@@ -226,6 +210,32 @@ uint64_t first_above(const SizedFont *sized, uint64_t first, uint32_t codepoint)
 uint8_t glyph_contrast(uint8_t coverage) {
     float t = 1.0f - static_cast<float>(coverage) / 255.0f;
     return static_cast<uint8_t>((1.0f - t * t) * 255.0f);
+}
+
+Glyph glyph_measure(const stbtt_fontinfo *info, float scale, int index) {
+    int advance, bearing, left, top, right, bottom;
+    stbtt_GetGlyphHMetrics(info, index, &advance, &bearing);
+    stbtt_GetGlyphBitmapBox(info, index, scale, scale, &left, &top, &right, &bottom);
+    Glyph glyph = {};
+    glyph.y_offset = top;
+    glyph.x_offset = left;
+    glyph.glyph_index = static_cast<uint32_t>(index);
+    glyph.advance = static_cast<int32_t>(static_cast<float>(advance) * scale);
+    // A negative height turns the box upside down.
+    glyph.width = std::max(right - left, 0);
+    glyph.height = std::max(bottom - top, 0);
+    return glyph;
+}
+
+void glyph_rasterise(const stbtt_fontinfo *info, float scale, const Glyph &glyph) {
+    uint64_t count = glyph_bytes(glyph);
+    // stb_truetype may draw nothing: without a shape, or when even the spare block is too small.
+    memset(glyph.bitmap, 0, count);
+    stbtt_MakeGlyphBitmap(info, glyph.bitmap, glyph.width, glyph.height, glyph.width, scale, scale,
+                          static_cast<int>(glyph.glyph_index));
+    for (uint64_t i = 0; i < count; i++) {
+        glyph.bitmap[i] = glyph_contrast(glyph.bitmap[i]);
+    }
 }
 
 Glyph *glyph_create(SizedFont *sized, uint32_t codepoint) {

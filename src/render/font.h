@@ -46,6 +46,10 @@ struct Font {
 // All zero until start-up assigns what font_load returns.
 extern Font font;
 
+// Has the glyphs that font lacks, for text drawn as UTF-8 (render/glyph_cache.h); all zero without one. Its
+// sizes are not used.
+extern Font fallback_font;
+
 // Loads a TrueType or OpenType file, with an empty list of sizes. Returns a Font that is all zero when the
 // file cannot be read, is cut short or is not a font; beyond that only stb_truetype checks it. The bytes of a
 // file that is not a font intentionally stay allocated.
@@ -60,6 +64,21 @@ SizedFont *font_get_size(int32_t pixel_height);
 // The contrast curve for each byte of coverage in a rasterised bitmap. Thickens strokes: 0 stays 0, 255 stays
 // 255, 128 becomes 191.
 uint8_t glyph_contrast(uint8_t coverage);
+
+// A font's glyph at a scale in pixels per font unit, with neither codepoint nor bitmap.
+Glyph glyph_measure(const stbtt_fontinfo *info, float scale, int index);
+
+inline uint64_t glyph_bytes(const Glyph &glyph) { // of its bitmap
+    return static_cast<uint64_t>(int64_t{glyph.width} * glyph.height);
+}
+
+// Whether it can be rasterised: stb_truetype counts a bitmap's bytes in signed 32 bits.
+inline bool glyph_fits(const Glyph &glyph) {
+    return glyph_bytes(glyph) <= INT32_MAX;
+}
+
+// Draws a measured glyph into its bitmap, which the caller has allocated.
+void glyph_rasterise(const stbtt_fontinfo *info, float scale, const Glyph &glyph);
 
 // Rasterises one codepoint (glyph 0 for one above 0x10FFFF, outside Unicode) and inserts it before the first
 // greater one. Returns the new record, valid until the next call. Null when out of memory for the table,

@@ -35,12 +35,16 @@ struct PlainFont {
     }
 
     PlainGlyph glyph_of(int codepoint) const {
-        PlainGlyph glyph = {};
         if (codepoint >= 0 && codepoint < 32) {
-            return glyph;
+            return {};
         }
+        return shape_of(info, scale, codepoint >= 0 ? stbtt_FindGlyphIndex(&info, codepoint) : 0);
+    }
+
+    static PlainGlyph shape_of(const stbtt_fontinfo &info, float scale, int index) {
+        PlainGlyph glyph = {};
         glyph.has_shape = true;
-        glyph.index = codepoint >= 0 ? stbtt_FindGlyphIndex(&info, codepoint) : 0;
+        glyph.index = index;
         int advance, bearing, right, bottom;
         stbtt_GetGlyphHMetrics(&info, glyph.index, &advance, &bearing);
         glyph.advance = static_cast<int>(static_cast<float>(advance) * scale);
