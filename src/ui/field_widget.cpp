@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "os/console.h"
+#include "os/utf8.h"
 #include "render/draw.h"
 #include "render/text.h"
 #include "search/results_store.h"
@@ -68,6 +69,7 @@ int32_t width_of(const Layout *layout, Str text) {
 
 // The pen's x at the byte at that offset, from the text's left edge, with the kerning before it.
 int32_t pen_at(const Layout *layout, Str text, uint64_t offset) {
+    offset = text_is_utf8 ? utf8_start(text, offset) : offset;
     uint64_t line_start = offset;
     while (line_start > 0 && text.data[line_start - 1] != '\n') {
         line_start--;
@@ -75,7 +77,9 @@ int32_t pen_at(const Layout *layout, Str text, uint64_t offset) {
     Str line = {offset - line_start, text.data + line_start};
     constexpr uint8_t first_drawn = 32;
     if (offset < text.count && static_cast<uint8_t>(text.data[offset]) >= first_drawn) {
-        return width_of(layout, {line.count + 1, line.data}) - width_of(layout, {1, text.data + offset});
+        uint64_t length = text_is_utf8 ? utf8_end(text, offset) - offset : 1;
+        return width_of(layout, {line.count + length, line.data}) -
+               width_of(layout, {length, text.data + offset});
     }
     return width_of(layout, line);
 }
@@ -125,6 +129,9 @@ Str completion_tail(Str text, Str room) {
     }
     uint64_t typed = text.count - str_name_start(text);
     uint64_t skipped = std::min(typed, name.count);
+    if (text_is_utf8 && skipped > 0) { // whole characters
+        skipped = utf8_end(name, skipped - 1);
+    }
     return {name.count - skipped, name.data + skipped};
 }
 

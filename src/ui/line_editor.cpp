@@ -8,6 +8,8 @@
 
 #include "os/clipboard.h"
 #include "os/memory.h"
+#include "os/utf8.h"
+#include "render/text.h"
 #include "search/search_state.h"
 
 namespace {
@@ -38,40 +40,48 @@ bool is_continuation(char c) {
     return (static_cast<uint8_t>(c) & 0xC0) == 0x80;
 }
 
-int32_t character_left(const char *text, int32_t at) {
-    while (at > 0 && is_continuation(text[--at])) {
+int32_t character_left(Str text, int32_t at) {
+    if (text_is_utf8) {
+        return at > 0 ? static_cast<int32_t>(utf8_start(text, static_cast<uint64_t>(at - 1))) : 0;
+    }
+    while (at > 0 && is_continuation(text.data[--at])) {
     }
     return at;
 }
 
-int32_t character_right(const char *text, int32_t end, int32_t at) {
-    int32_t length = character_length(text[at]);
+int32_t character_right(Str text, int32_t at) {
+    if (text_is_utf8) {
+        return static_cast<int32_t>(utf8_end(text, static_cast<uint64_t>(at)));
+    }
+    int32_t end = static_cast<int32_t>(text.count);
+    int32_t length = character_length(text.data[at]);
     return length < end - at ? at + length : end;
 }
 
 // Where a caret at that place moves to. Always passes at least one character; with word it then stops after a
 // separator on the left, but before one on the right. The asymmetry is intentional.
-int32_t place_left(const char *text, int32_t at, bool word) {
+int32_t place_left(Str text, int32_t at, bool word) {
     int32_t before = character_left(text, at);
     do {
         at = before;
         before = character_left(text, at);
-    } while (word && at > 0 && !is_separator(text[before]));
+    } while (word && at > 0 && !is_separator(text.data[before]));
     return at;
 }
 
-int32_t place_right(const char *text, int32_t end, int32_t at, bool word) {
+int32_t place_right(Str text, int32_t at, bool word) {
+    int32_t end = static_cast<int32_t>(text.count);
     if (at < end) {
         do {
-            at = character_right(text, end, at);
-        } while (word && at < end && !is_separator(text[at]));
+            at = character_right(text, at);
+        } while (word && at < end && !is_separator(text.data[at]));
     }
     return at;
 }
 
 int32_t place_beside(const StrBuf *text, int32_t at, CaretDirection direction, bool word) {
-    return direction == CARET_LEFT ? place_left(text->data, at, word)
-                                   : place_right(text->data, field_text_end(text), at, word);
+    Str whole = {static_cast<uint64_t>(field_text_end(text)), text->data};
+    return direction == CARET_LEFT ? place_left(whole, at, word) : place_right(whole, at, word);
 }
 
 // ---- Selections ----
@@ -249,10 +259,10 @@ Effect release_key(uint16_t code) {
     return carets_moved;
 }
 
-// Writes the code point as UTF-8 and returns the number of bytes. Intentional: three bytes begin at 0x701,
-// not at 0x800, lone surrogates are encoded like others, and 0 has no bytes.
+// Writes the code point as UTF-8 and returns the number of bytes. Intentional: unless texts are UTF-8, three
+// bytes begin at 0x701, not at 0x800; lone surrogates are encoded like others, and 0 has no bytes.
 uint64_t encode(uint32_t code, char *bytes) {
-    static constexpr uint32_t last_codes[] = {0, 0x7F, 0x700, 0xFFFF, 0x1FFFFF};
+    const uint32_t last_codes[] = {0, 0x7F, text_is_utf8 ? 0x7FFu : 0x700u, 0xFFFF, 0x1FFFFF};
     static constexpr uint32_t leads[] = {0, 0, 0xC0, 0xE0, 0xF0};
     uint32_t length = 0;
     while (length < 5 && code > last_codes[length]) {
@@ -269,9 +279,28 @@ uint64_t encode(uint32_t code, char *bytes) {
     return length;
 }
 
+// Joins the two UTF-16 units of a character, which are typed one after the other. Returns false for the first
+// one, which is kept for the second, and for a second one without a first.
+bool join_units(uint32_t *code) {
+    uint32_t first = input_field.first_unit;
+    input_field.first_unit = 0;
+    if (*code >= 0xD800 && *code < 0xDC00) {
+        input_field.first_unit = *code;
+        return false;
+    }
+    if (*code >= 0xDC00 && *code < 0xE000) {
+        *code = 0x10000 + ((first - 0xD800) << 10) + (*code - 0xDC00);
+        return first != 0;
+    }
+    return true;
+}
+
 Effect type_character(StrBuf *text, uint32_t code) {
     // Ctrl alone is for shortcuts, which type nothing; Ctrl and Alt are AltGr.
     if (ui_is_down(KEY_CTRL) && !ui_is_down(KEY_ALT)) {
+        return no_effect;
+    }
+    if (text_is_utf8 && !join_units(&code)) {
         return no_effect;
     }
     char bytes[4];

@@ -1,4 +1,4 @@
-// The line editor compared with the plain one, event by event.
+// The line editor compared with the plain one, event by event, without and with UTF-8 texts.
 //
 // An input: the first text's length and the text, how much more the storage holds, the carets, the
 // clipboard's text, then events of one byte, some followed by arguments.
@@ -8,6 +8,7 @@
 
 #include "fuzz.h"
 #include "os/clipboard.h"
+#include "render/text.h"
 #include "search/search_state.h"
 #include "support/heap_hook.h"
 #include "support/ui_scope.h"
@@ -55,6 +56,7 @@ std::string written(const std::vector<PlainCaret> &all) {
 class Pair {
 public:
     explicit Pair(FuzzInput *bytes) : input(*bytes) {
+        plain.is_utf8 = text_is_utf8;
         plain.text = input.text(input.below(64));
         plain.capacity = plain.text.size() + input.below(16);
         strbuf_init(&field, plain.capacity);
@@ -185,10 +187,13 @@ private:
 } // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    FuzzInput input(data, size);
-    Pair pair(&input);
-    while (!input.is_over() && pair.is_short()) {
-        pair.step();
+    for (bool is_utf8 : {false, true}) {
+        text_is_utf8 = is_utf8;
+        FuzzInput input(data, size);
+        Pair pair(&input);
+        while (!input.is_over() && pair.is_short()) {
+            pair.step();
+        }
     }
     return 0;
 }

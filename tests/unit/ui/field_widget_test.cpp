@@ -9,6 +9,7 @@
 #include "render/draw.h"
 #include "render/font_scope.h"
 #include "render/text.h"
+#include "render/utf8_scope.h"
 #include "search/results_store.h"
 #include "support/each_step.h"
 #include "support/heap_hook.h"
@@ -545,6 +546,22 @@ TEST(FieldCarets, BelongToTheFocusedFieldOnly) {
     EXPECT_EQ(difference(fields.drawing, expected), "");
 }
 
+TEST(FieldCarets, OfUtf8TextsAreWhereTheGlyphsAre) {
+    Utf8Scope utf8;
+    // é, 你 and 😀 are 6, 11 and 11 wide, and the byte at their end is a missing glyph of 6.
+    const std::string text = "a\xC3\xA9\xE4\xBD\xA0\xF0\x9F\x98\x80\xE4";
+    const struct { int32_t offset, x; } places[] = {{0, 0}, {1, 6}, {3, 12}, {6, 23}, {10, 34}, {11, 40}};
+    for (const auto &place : places) {
+        expect_carets(text, {{place.offset, place.offset}},
+                      [&](Drawing *drawing) { put_bar(drawing, text_x + place.x); });
+    }
+    expect_carets(text, {{3, 10}}, [](Drawing *drawing) { put_box(drawing, text_x + 12, text_x + 34); });
+    // Inside a character it is drawn at its start.
+    for (int32_t inside : {7, 8, 9}) {
+        expect_carets(text, {{inside, inside}}, [](Drawing *drawing) { put_bar(drawing, text_x + 23); });
+    }
+}
+
 // ---- The completion ----
 
 TEST(FieldCompletion, IsWhatFollowsTheTypedNameOnEitherField) {
@@ -572,6 +589,27 @@ TEST(FieldCompletion, IsWhatFollowsTheTypedNameOnEitherField) {
             expected.fill({6, 19, 420, 1}, grey);
             EXPECT_EQ(difference(fields.drawing, expected), "") << label << text << " " << typed.entry;
         }
+    }
+}
+
+TEST(FieldCompletion, OfAUtf8TextBeginsWithAWholeCharacterAfterTheLastGlyph) {
+    for (const auto &[typed, tail] : {std::pair<std::string, const char *>{"x", "\xE5\xA5\xBDz"},
+                                      {"\xC3\xA9", "\xE5\xA5\xBDz"},
+                                      {"\xE4\xBD\xA0", "\xE5\xA5\xBDz"},
+                                      {"", "\xE4\xBD\xA0\xE5\xA5\xBDz"},
+                                      {"\xE4\xBD\xA0\xE5\xA5\xBDz", ""}}) {
+        Fields fields;
+        Utf8Scope utf8;
+        fields.complete("\xE4\xBD\xA0\xE5\xA5\xBDz");
+        set_field(path, typed);
+        fields.draw(path);
+        Drawing expected;
+        expected.field("Path: ", typed, 140);
+        Framebuffer nothing = {};
+        int32_t width = static_cast<int32_t>(draw_text(&nothing, {0, 0}, 14, 14, 0, str_over(typed)));
+        expected.text(text_x + width, tail_grey, tail);
+        expected.fill({6, 19, 420, 1}, grey);
+        EXPECT_EQ(difference(fields.drawing, expected), "") << typed;
     }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "os/clipboard.h"
+#include "render/text.h"
 #include "search/search_state.h"
 #include "support/heap_hook.h"
 #include "support/system_clipboard.h"
@@ -21,7 +22,7 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr uint32_t sequence_count = 120000;
+constexpr uint32_t sequence_count = 120000, utf8_sequence_count = 40000;
 
 // ---- Random texts ----
 
@@ -91,6 +92,7 @@ Event random_event(Random &random) {
     static const std::vector<uint32_t> characters = {
         0,    1,     9,     10,    27,     ' ',    '/',     'x',      0x7F,     0x80,
         0xE9, 0x700, 0x701, 0x7FF, 0xD83D, 0xFFFF, 0x1F600, 0x1FFFFF, 0x200000, UINT32_MAX};
+    static const std::vector<uint32_t> surrogates = {0xD83D, 0xD83D, 0xDBFF, 0xDC00, 0xDE00, 0xDE00};
     Event event = {KEY, 0, KEY_PRESSED, random.one_in(8), random.below(1 << 30)};
     uint32_t kind = random.below(100);
     if (kind < 45) {
@@ -101,7 +103,7 @@ Event random_event(Random &random) {
         event.code = random.of(other_keys);
     } else if (kind < 68) {
         event.kind = CHARACTER;
-        event.code = random.of(characters);
+        event.code = text_is_utf8 && random.one_in(2) ? random.of(surrogates) : random.of(characters);
     } else if (kind < 80) {
         event.kind = HOLD;
         event.code = random.of(modifiers);
@@ -189,6 +191,7 @@ class Pair {
 public:
     Pair(Random &random, bool fills_clipboard) {
         ui_begin_frame();
+        plain.is_utf8 = text_is_utf8;
         plain.text = random.text(12);
         plain.capacity = plain.text.size() + random.below(12);
         for (uint32_t count = random.one_in(2) ? 1 : random.below(6); count > 0; count--) {
@@ -358,13 +361,27 @@ std::string failure_of(uint32_t number) {
 
 } // namespace
 
-// To run a failing sequence again, call failure_of with its number.
-TEST(LineEditorModel, RandomEventsDoWhatThePlainEditorSays) {
+namespace {
+
+void expect_no_failure(uint32_t count) {
     int failures = 0;
-    for (uint32_t number = 0; number < sequence_count && failures < 5; number++) {
+    for (uint32_t number = 0; number < count && failures < 5; number++) {
         std::string failure = failure_of(number);
         failures += !failure.empty();
         EXPECT_EQ(failure, "");
     }
     EXPECT_EQ(search_state.retired_text.first, nullptr);
+}
+
+} // namespace
+
+// To run a failing sequence again, call failure_of with its number.
+TEST(LineEditorModel, RandomEventsDoWhatThePlainEditorSays) {
+    expect_no_failure(sequence_count);
+}
+
+TEST(LineEditorModel, RandomEventsOnUtf8TextsDoToo) {
+    text_is_utf8 = true;
+    expect_no_failure(utf8_sequence_count);
+    text_is_utf8 = false;
 }

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "os/plain_utf8.h"
+
 struct PlainCaret {
     long long anchor;
     long long caret;
@@ -30,6 +32,7 @@ public:
     bool ctrl = false;
     bool alt = false;
     bool has_memory = true;
+    bool is_utf8 = false;              // the setting utf8_text
     std::string clipboard;             // what a paste reads; empty: no text
     std::optional<std::string> copied; // what the last event put on the clipboard
     bool handled = false;
@@ -91,6 +94,18 @@ public:
         if (ctrl && !alt) {
             return;
         }
+        if (is_utf8) {
+            const bool is_first = code >= 0xD800 && code <= 0xDBFF,
+                       is_second = code >= 0xDC00 && code <= 0xDFFF;
+            const uint32_t first = first_unit;
+            first_unit = is_first ? code : 0;
+            if (is_first || (is_second && first == 0)) {
+                return;
+            }
+            if (is_second) {
+                code = 65536 + (first - 0xD800) * 1024 + (code - 0xDC00);
+            }
+        }
         handled = text_changed = true;
         if (!carets.empty()) {
             replace(encoded(code));
@@ -104,6 +119,8 @@ public:
     }
 
 private:
+    uint32_t first_unit = 0; // of a pair
+
     long long size() const {
         return static_cast<long long>(text.size());
     }
@@ -122,7 +139,7 @@ private:
         copied.reset();
     }
 
-    static std::string encoded(uint32_t code) {
+    std::string encoded(uint32_t code) const {
         const auto rest = [&](int from) { return static_cast<char>(128 + code / (1u << from) % 64); };
         const auto lead = [&](unsigned mark, int from) { return static_cast<char>(mark + (code >> from)); };
         if (code == 0 || code > 0x1FFFFF) {
@@ -131,7 +148,7 @@ private:
         if (code <= 127) {
             return {lead(0, 0)};
         }
-        if (code <= 1792) {
+        if (code <= (is_utf8 ? 2047 : 1792)) {
             return {lead(192, 6), rest(0)};
         }
         if (code <= 65535) {
@@ -142,7 +159,23 @@ private:
 
     // ---- Places ----
 
+    // The first and the last byte of the character of UTF-8 that the byte belongs to.
+    PlainCaret character_around(long long at) const {
+        long long start = 0;
+        for (const PlainCharacter &character : plain_characters(text)) {
+            const long long end = start + static_cast<long long>(character.bytes.size());
+            if (at < end) {
+                return {start, end};
+            }
+            start = end;
+        }
+        return {at, at};
+    }
+
     long long before(long long at) const {
+        if (is_utf8 && at > 0) {
+            return character_around(at - 1).anchor;
+        }
         if (at <= 0) {
             return 0;
         }
@@ -154,6 +187,9 @@ private:
     }
 
     long long after(long long at) const {
+        if (is_utf8) {
+            return character_around(at).caret;
+        }
         static const unsigned limits[] = {0xC0, 0xE0, 0xF0, 0xF8, 0xFC, 0xFE, 0xFF};
         long long length = 1;
         for (unsigned limit : limits) {
