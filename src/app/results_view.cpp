@@ -7,6 +7,7 @@
 #include "app/scratch.h"
 #include "app/settings.h"
 #include "app/status_line.h"
+#include "os/utf8.h"
 #include "render/draw.h"
 #include "render/text.h"
 #include "search/results_store.h"
@@ -54,9 +55,10 @@ bool draw_line_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &fi
                    RowCopy copy) {
     int32_t x = theme::hit_x;
     x += draw_row_text(framebuffer, layout, x, theme::line_number, line_prefix(hit.line));
+    Str text = text_is_utf8 && hit.is_cut ? utf8_without_cut(hit.text) : hit.text;
     // x is ignored: the scroll bar is part of the row, unless list_keys has moved the mouse off it.
     bool is_hovered = layout->mouse.y >= layout->y && layout->mouse.y < layout->y + layout->line_height;
-    draw_row_text(framebuffer, layout, x, is_hovered ? theme::hovered_line_text : theme::line_text, hit.text);
+    draw_row_text(framebuffer, layout, x, is_hovered ? theme::hovered_line_text : theme::line_text, text);
     bool is_clicked = is_hovered && run_click_command(layout, file, hit, copy);
     layout->y += layout->line_height;
     return is_clicked;

@@ -95,6 +95,7 @@ uint8_t push_file(Str folder, Str name, uint32_t *file_index) {
 void push_hit(uint32_t file_index, const LineHit &hit) {
     ResultRecord record = {};
     record.kind = RESULT_HIT;
+    record.is_cut = hit.is_cut;
     record.file_index = file_index;
     record.line = hit.line;
     record.column = hit.column;
@@ -137,6 +138,7 @@ uint8_t line_scan_next(LineScan *scan, LineHit *hit) {
     hit->byte_offset = static_cast<uint32_t>(found.pos);
     // Lines end at span at the latest: an unterminated last line loses as many bytes as the query has.
     hit->text = line_text(scan->text + found.line_start, found.line_end - found.line_start);
+    hit->is_cut = found.line_end - found.line_start > longest_line_text || found.line_end == scan->span;
     scan->from = found.line_end + 1;
     scan->line = hit->line + 1;
     return 1;

@@ -29,6 +29,7 @@ struct LineHit {
     uint32_t column;
     uint32_t byte_offset;
     Str text;
+    uint8_t is_cut; // as in ResultRecord
 };
 
 // Worker: appends a hit, preceded by the file's header if it is the file's first.

@@ -52,7 +52,8 @@ struct HitRecord {
     uint32_t line;
     uint32_t column;
     uint32_t byte_offset;
-    uint32_t text_count; // bytes; the text follows
+    uint16_t text_count; // bytes; the text follows
+    uint8_t is_cut;
 };
 
 // A reader's own memory. Work that needs a missing buffer is left to the worker.
@@ -256,7 +257,8 @@ bool scan_file(Reader *reader, Str contents, ReadFile *file) {
     LineScan scan = line_scan(contents, readers.query);
     LineHit hit;
     while (line_scan_next(&scan, &hit)) {
-        HitRecord record = {hit.line, hit.column, hit.byte_offset, static_cast<uint32_t>(hit.text.count)};
+        HitRecord record = {hit.line, hit.column, hit.byte_offset, static_cast<uint16_t>(hit.text.count),
+                            hit.is_cut};
         if (reader->hits.count > most_hit_bytes_per_job || !append(&reader->hits, sizeof(record), &record) ||
             !append(&reader->hits, hit.text.count, hit.text.data)) {
             return false;
@@ -604,5 +606,5 @@ LineHit read_hit(const ReadJob *job, uint64_t *position) {
     memcpy(&record, job->hits.data + *position, sizeof(record));
     char *text = job->hits.data + *position + sizeof(record);
     *position += sizeof(record) + record.text_count;
-    return {record.line, record.column, record.byte_offset, {record.text_count, text}};
+    return {record.line, record.column, record.byte_offset, {record.text_count, text}, record.is_cut};
 }

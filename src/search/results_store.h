@@ -22,6 +22,7 @@ enum ResultKind : uint8_t {
 
 struct ResultRecord {
     uint8_t kind;         // a ResultKind
+    uint8_t is_cut;       // the text may end within a character: cut at 400 bytes or at the file's end
     uint32_t file_index;  // row of file_table
     uint32_t line;        // 1-based
     uint32_t column;      // 1-based, in bytes from the line's start

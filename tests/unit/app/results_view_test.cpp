@@ -13,6 +13,7 @@
 #include "app/frame_scope.h"
 #include "app/plain_results.h"
 #include "app/scrolling.h"
+#include "render/utf8_scope.h"
 #include "support/heap_hook.h"
 #include "support/picture.h"
 #include "support/recorded_commands.h"
@@ -253,6 +254,19 @@ TEST(ResultsList, TheFirstHitsLineIsBegunBelowANameInTheLastRow) {
     layout = layout_at(90, {10, 120});
     draw_list(&canvas, 2, &layout);
     EXPECT_EQ(commands(), "");
+}
+
+TEST(ResultsList, OfACutUtf8TextOnlyWholeCharactersAreShown) {
+    ListScope scope;
+    const std::string whole = "\xE4\xBD\xA0", cut = "\xE4\xBD\xA0\xE4\xBD";
+    scope.put_hit(2, cut.c_str());
+    ResultRecord *hit = reinterpret_cast<ResultRecord *>(results_store.hit_table.data) + 6;
+    for (uint8_t is_cut : {uint8_t{0}, uint8_t{1}}) {
+        hit->is_cut = is_cut;
+        expect_rows(6, {"b.h  proj", ":2 " + cut}); // as bytes
+        Utf8Scope utf8;
+        expect_rows(6, {"b.h  proj", ":2 " + (is_cut ? whole : cut)});
+    }
 }
 
 TEST(ResultsList, LineZeroHasItsPrefix) {

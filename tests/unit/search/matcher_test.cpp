@@ -128,6 +128,24 @@ TEST(Matcher, ALineIsStoredUpTo400BytesThenTrimmed) {
     expect_rows(std::string(400, 'a') + "foo\n----", "foo", "hit 1 401 400 " + std::string(400, 'a') + "\n");
 }
 
+TEST(Matcher, ATextThatMayEndWithinACharacterIsMarked) {
+    const auto is_cut = [](const std::string &bytes) {
+        SearchScope scope;
+        Contents contents(bytes);
+        scan_contents(contents, str_from("foo"), 0);
+        const ResultRecord *rows = reinterpret_cast<const ResultRecord *>(results_store.hit_table.data);
+        EXPECT_EQ(results_store.hit_table.count, 2u);
+        return rows[1].is_cut != 0;
+    };
+    const std::string line = "foo" + std::string(397, 'a');
+    EXPECT_FALSE(is_cut("foo\n----"));
+    EXPECT_FALSE(is_cut(line + "\n----"));
+    EXPECT_TRUE(is_cut(line + "a\n----"));
+    EXPECT_TRUE(is_cut(std::string(300, ' ') + line + "\n----")); // before it is trimmed
+    EXPECT_TRUE(is_cut("foo bar"));                               // by the end of the file
+    EXPECT_TRUE(is_cut("foo bar\n"));
+}
+
 TEST(Matcher, ALineOfWhiteSpaceIsStoredEmpty) {
     expect_rows("a\n \t \r\nb\n----", " \t", "hit 2 1 2 \n");
 }

@@ -158,6 +158,10 @@ Stored search(const TestTree &tree, const Search &how, uint32_t reader_count) {
     for (uint64_t i = 0; i < results_store.file_table.count; i++) {
         rows += " " + to_string(files[i].folder) + "/" + to_string(files[i].name);
     }
+    const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(results_store.hit_table.data);
+    for (uint64_t i = 0; i < results_store.hit_table.count; i++) {
+        rows += hits[i].is_cut ? "c" : ".";
+    }
     return {rows, results_store.arena.index, results_store.arena.used};
 }
 

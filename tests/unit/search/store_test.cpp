@@ -272,7 +272,7 @@ void put_file(const char *folder, const char *name) {
 }
 
 void put_hit(uint8_t kind, uint32_t file_index, uint32_t line, const char *text) {
-    ResultRecord hit = {kind, file_index, line, line + 1, line + 2, str_from(text)};
+    ResultRecord hit = {kind, 0, file_index, line, line + 1, line + 2, str_from(text)};
     dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
 }
 
