@@ -7,6 +7,7 @@
 #include "app/scratch.h"
 #include "os/files.h"
 #include "render/font.h"
+#include "render/text.h"
 #include "search/readers.h"
 #include "search/search_state.h"
 
@@ -39,6 +40,8 @@ Settings settings = {
     .ignore_case = 0,
     .skip_folders = {},
     .list_keys = 0,
+    .utf8_text = 0,
+    .fallback_font = {},
     .left_click_cmd = {sizeof(default_left_click) - 1, default_left_click},
     .right_click_cmd = {sizeof(default_right_click) - 1, default_right_click},
     .file = {},
@@ -190,17 +193,21 @@ uint32_t count_from(Str text, uint32_t limit) {
     return count;
 }
 
-// Replaces the font; by none when the path is empty or the file is not a font.
-void load_font(const Value &value) {
-    Str path = value.text;
+// The path that a value names, without quotes; a relative one is joined with the folder in the scratch arena.
+Str path_from(Str path, Str folder) {
     if (path.count >= 2 && path.data[0] == '"' && path.data[path.count - 1] == '"') {
         path = {path.count - 2, path.data + 1};
     }
     if (path.count > 0 && path.data[0] != '/' && path.data[0] != '\\' &&
         !memchr(path.data, ':', path.count)) {
-        path = scratch_join(value.folder, path);
+        path = scratch_join(folder, path);
     }
-    font = font_load(path);
+    return path;
+}
+
+// Replaces the font; by none when the path is empty or the file is not a font.
+void load_font(const Value &value) {
+    font = font_load(path_from(value.text, value.folder));
 }
 
 } // namespace
@@ -232,6 +239,8 @@ constexpr KeyRule key_rules[] = {
     {"ignore_case", [](const Value &value) { settings.ignore_case = boolean_from(value.text); }},
     {"skip_folders", [](const Value &value) { settings.skip_folders = value.text; }},
     {"list_keys", [](const Value &value) { settings.list_keys = boolean_from(value.text); }},
+    {"utf8_text", [](const Value &value) { settings.utf8_text = boolean_from(value.text); }},
+    {"fallback_font", [](const Value &value) { settings.fallback_font = value.text; }},
 };
 
 void apply_key(Str key, const Value &value) {
@@ -315,4 +324,8 @@ void settings_load(Str folder) {
     search_state.keeps_counts = settings.status_line;
     search_state.ignore_case = settings.ignore_case;
     search_state.skip_folders = settings.skip_folders;
+    text_is_utf8 = settings.utf8_text;
+    if (settings.utf8_text && settings.fallback_font.count > 0) {
+        fallback_font = font_load(path_from(settings.fallback_font, folder));
+    }
 }

@@ -31,6 +31,8 @@ struct Settings {
     uint8_t ignore_case;   // whether ASCII letters match in either case
     Str skip_folders;      // names separated by whitespace; part of file, not zero-terminated
     uint8_t list_keys;     // see list_keys.h
+    uint8_t utf8_text;     // handed to the drawing as text_is_utf8
+    Str fallback_font;     // its path as written, part of file; loaded only with utf8_text
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.
     Str left_click_cmd;
@@ -42,8 +44,9 @@ struct Settings {
 // Before settings_load: the defaults, with the sizes in pixels 0.
 extern Settings settings;
 
-// Reads settings.txt in folder, which ends with '/', applies it and the fallbacks, and copies to
-// search_state what the worker needs. All defaults apply when the file cannot be read.
+// Reads settings.txt in folder, which ends with '/', applies it and the fallbacks, copies to search_state
+// what the worker needs, sets text_is_utf8 and loads the fallback font. All defaults apply when the file
+// cannot be read.
 void settings_load(Str folder);
 
 // Applies the keys in a file's bytes, in their order. The click commands and skip_folders point into text. A

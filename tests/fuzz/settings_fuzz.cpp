@@ -12,6 +12,8 @@
 // Replaces the loading of fonts: keeps the paths and reads no file.
 
 Font font;
+Font fallback_font;
+bool text_is_utf8;
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include "os/files.h"
 #include "os/memory.h"
 #include "render/font.h"
+#include "render/text.h"
 #include "ui/saved_lists_scope.h"
 
 // Empty fields and lists, a scratch arena, the settings' defaults, no font, no folder.
@@ -25,11 +26,15 @@ public:
     AppScope(const AppScope &) = delete;
     AppScope &operator=(const AppScope &) = delete;
 
-    // Unloads the font.
+    // Unloads the fonts.
     static void forget_font() {
         os_free(font.sizes.data);
         os_file_free(&font.file);
         font = {};
+        text_is_utf8 = false;
+        os_free(fallback_font.sizes.data);
+        os_file_free(&fallback_font.file);
+        fallback_font = {};
     }
 
     // The settings as before any file.

@@ -12,6 +12,7 @@
 #include "os/toolkit/window.h"
 #include "render/draw.h"
 #include "render/text.h"
+#include "render/utf8_scope.h"
 #include "support/headless_window.h"
 #include "support/picture.h"
 #include "support/recorded_commands.h"
@@ -218,6 +219,43 @@ TEST(FramePicture, AQueryWithLineFeedsTabsAndControlBytes) {
                      "three\nsecond line\nthird \xC3\xA9");
     scope.focus(query, {{4, 7}, {9, 14}, {26, 26}});
     expect_frame("frame_control_bytes");
+}
+
+namespace {
+
+// Latin, Greek and Cyrillic letters of the font, ideographs and emoji of the fallback font, a letter that
+// both lack, and bytes of no character.
+void expect_utf8_frame(const std::string &name, Size size) {
+    FrameScope scope;
+    Utf8Scope utf8;
+    const int32_t font_size = size.width / 30;
+    scope.use_sizes(font_size, font_size * 15 / 14, font_size * 12 / 14);
+    set_field(path, "C:/señal/你好");
+    set_field(query, "Ωж 世界😀x");
+    scope.focus(query, {{5, 11}});
+    scope.put_folders({"你好吗", "你好ß"}, {"ünïcödé", "가 missing", "\xFF\xE4\xBD invalid"});
+    scope.put_file("C:/señal/文", "größe 你.txt");
+    scope.put_hit(7, "naïve 世界😀x /* 你好 */ été");
+    scope.put_hit(8, "cut: 世\xE4\xB8");
+    reinterpret_cast<ResultRecord *>(results_store.hit_table.data)[2].is_cut = 1;
+    expect_frame(name, size);
+}
+
+} // namespace
+
+TEST(FramePicture, Utf8Texts) {
+    expect_utf8_frame("frame_utf8", {420, 180});
+    expect_utf8_frame("frame_utf8_28", {840, 360});
+}
+
+TEST(FramePicture, Utf8TextsInADropDown) {
+    FrameScope scope;
+    Utf8Scope utf8;
+    set_field(path, "C:/señal/你好");
+    scope.focus(path, {{16, 16}});
+    set_entries(path, {"C:/señal", "(D:/世界)", "가 \xFF"});
+    input_field.dropdown_open = 1;
+    expect_frame("frame_utf8_dropdown");
 }
 
 TEST(FramePicture, TheScrollBarAtTheTopInTheMiddleAndAtTheEnd) {

@@ -781,6 +781,55 @@ TEST(SettingsExtensions, TheWorkerIsHandedIgnoreCaseAndSkipFolders) {
     }
 }
 
+TEST(SettingsExtensions, Utf8TextIsABooleanForTheDrawing) {
+    FontFolder fonts;
+    const auto is_on = [&](const std::string &file) {
+        AppScope app;
+        fonts.tree.file("settings.txt", file);
+        settings_load(str_over(fonts.folder()));
+        return text_is_utf8;
+    };
+    EXPECT_FALSE(is_on(""));
+    EXPECT_TRUE(is_on("utf8_text Yes\r\n"));
+    EXPECT_FALSE(is_on("utf8_text on"));
+    EXPECT_FALSE(is_on("Utf8_text yes"));
+    EXPECT_FALSE(is_on("utf8_text yes\nutf8_text no"));
+    EXPECT_TRUE(is_on("utf8_text no\nutf8_text yes"));
+}
+
+TEST(SettingsExtensions, TheFallbackFontIsFoundLikeTheFont) {
+    FontFolder fonts;
+    const auto fallback_after = [&](const std::string &file) {
+        AppScope app;
+        LeakScope files_that_are_no_fonts_stay;
+        fonts.tree.file("settings.txt", file);
+        settings_load(str_over(fonts.folder()));
+        EXPECT_EQ(fonts.names[font.file.count - fonts.default_size], "source_code_pro.otf");
+        return fallback_font.file.data ? fonts.names[fallback_font.file.count - fonts.default_size] : "none";
+    };
+    const std::string on = "utf8_text yes\nfallback_font ";
+    EXPECT_EQ(fallback_after(on + "fonts/x.ttf"), "fonts/x.ttf");
+    EXPECT_EQ(fallback_after(on + "\"größe y.otf\"\r\n"), "größe y.otf");
+    EXPECT_EQ(fallback_after(on + fonts.folder() + "fonts/x.ttf"), "fonts/x.ttf");
+    EXPECT_EQ(fallback_after(on + "/fonts/x.ttf"), "none");
+    EXPECT_EQ(fallback_after(on + "missing.ttf"), "none");
+    EXPECT_EQ(fallback_after(on + "settings.txt"), "none"); // not a font
+    EXPECT_EQ(fallback_after(on + "\"\""), "none");
+    EXPECT_EQ(fallback_after(on), "none");
+    EXPECT_EQ(fallback_after("utf8_text yes"), "none");
+    EXPECT_EQ(fallback_after(on + "missing.ttf\nfallback_font fonts/x.ttf"), "fonts/x.ttf");
+    EXPECT_EQ(fallback_after(on + "fonts/x.ttf\nfallback_font missing.ttf"), "none");
+    EXPECT_EQ(fallback_after("fallback_font fonts/x.ttf\nutf8_text yes"), "fonts/x.ttf");
+}
+
+TEST(SettingsExtensions, AFallbackFontWithoutUtf8TextIsNotLoaded) {
+    FontFolder fonts;
+    AppScope app;
+    fonts.tree.file("settings.txt", "fallback_font fonts/x.ttf\nutf8_text no\n");
+    settings_load(str_over(fonts.folder()));
+    EXPECT_FALSE(fallback_font.file.data);
+}
+
 TEST(SettingsFile, TheSizesAreUsableWhicheverAllocationFails) {
     FontFolder fonts;
     fonts.tree.file("settings.txt", "font_size 20\nfont_file fonts/x.ttf\nleft_click_cmd a");
@@ -824,7 +873,8 @@ const std::vector<std::string> keys = {
 };
 
 // As shipped these are comments as well.
-const std::vector<std::string> extension_keys = {"status_line", "ignore_case", "skip_folders", "list_keys"};
+const std::vector<std::string> extension_keys = {"status_line", "ignore_case", "skip_folders",
+                                                 "list_keys",   "utf8_text",   "fallback_font"};
 
 #ifdef _WIN32
 #define COMMANDS_FILE "settings_win32.txt"
@@ -936,6 +986,8 @@ TEST(PackagedSettings, NameEveryExtension) {
         EXPECT_EQ(settings.ignore_case, 1);
         EXPECT_EQ(settings.list_keys, 1);
         EXPECT_EQ(to_string(settings.skip_folders), ".git node_modules build");
+        EXPECT_EQ(settings.utf8_text, 1);
+        EXPECT_EQ(to_string(settings.fallback_font), "fallback.ttf");
     }
 }
 
