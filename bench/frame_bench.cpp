@@ -1,10 +1,14 @@
 // Time to draw a whole frame, 1000 x 810 pixels cleared and 54 rows of 110 glyphs of 14 pixels, with each
-// variant and with the plain rules that the tests use; and the parts of a frame alone.
+// variant and with the plain rules that the tests use; and the parts of a frame alone. With utf8_text the
+// same frame again, and one of as many different ideographs of a fallback font, in 66 rows of 90.
 
 #include <benchmark/benchmark.h>
 
 #include <stdio.h>
+#include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -14,6 +18,8 @@
 #include "render/font.h"
 #include "render/plain_draw.h"
 #include "render/plain_text.h"
+#include "render/plain_utf8_text.h"
+#include "render/test_font.h"
 #include "render/text.h"
 
 namespace {
@@ -27,6 +33,9 @@ const Rect whole = {0, 0, width, height};
 std::vector<uint32_t> pixels(static_cast<size_t>(width) * height);
 Framebuffer framebuffer = {width, height, pixels.data(), pixels.size() * sizeof(uint32_t)};
 std::vector<std::string> lines;
+constexpr int32_t ideograph_rows = 66, ideograph_row_height = 12, ideographs_in_row = 90;
+static_assert(ideograph_rows * ideographs_in_row == rows * glyphs_in_row);
+std::vector<std::string> ideograph_lines;
 PlainFont *plain_font;
 
 // Capitals, the largest glyphs.
@@ -37,6 +46,16 @@ void make_lines() {
             line += static_cast<char>('A' + (row * glyphs_in_row + i) % 26);
         }
         lines.push_back(line);
+    }
+}
+
+void make_ideograph_lines() {
+    for (uint32_t row = 0; row < ideograph_rows; row++) {
+        std::string line;
+        for (uint32_t i = 0; i < ideographs_in_row; i++) {
+            line += plain_encoded(0x4E00 + row * ideographs_in_row + i);
+        }
+        ideograph_lines.push_back(line);
     }
 }
 
@@ -52,6 +71,32 @@ void draw_rows() {
     for (size_t row = 0; row < lines.size(); row++) {
         draw_text(&framebuffer, row_start(row), glyph_height, row_height, text_colour,
                   {lines[row].size(), lines[row].data()});
+    }
+}
+
+Point ideograph_row_start(size_t row) {
+    return {4, static_cast<int32_t>(row) * ideograph_row_height + 12};
+}
+
+void draw_utf8_rows() {
+    text_is_utf8 = true;
+    draw_rows();
+    text_is_utf8 = false;
+}
+
+void draw_ideographs() {
+    text_is_utf8 = true;
+    for (size_t row = 0; row < ideograph_lines.size(); row++) {
+        draw_text(&framebuffer, ideograph_row_start(row), glyph_height, ideograph_row_height, text_colour,
+                  {ideograph_lines[row].size(), ideograph_lines[row].data()});
+    }
+    text_is_utf8 = false;
+}
+
+void plain_draw_ideographs() {
+    for (size_t row = 0; row < ideograph_lines.size(); row++) {
+        plain_draw_utf8_text(*plain_font, &fallback_font.info, &framebuffer, ideograph_row_start(row),
+                             ideograph_row_height, text_colour, ideograph_lines[row]);
     }
 }
 
@@ -97,14 +142,22 @@ void measure(const std::string &name, Step *first, Step *second, BlitCoverageRow
 }
 
 // Whether the variant draws the same frame as the plain rules.
-bool draws_the_plain_frame(BlitCoverageRows *variant) {
+bool draws_the_plain_frame(BlitCoverageRows *variant, Step *draw, Step *plain_draw) {
     plain_clear();
-    plain_draw_rows();
+    plain_draw();
     std::vector<uint32_t> plain = pixels;
     blit_coverage_rows = variant;
     clear();
-    draw_rows();
+    draw();
     return plain == pixels;
+}
+
+// Loads the font that is made for tests as the fallback font.
+void load_fallback_font() {
+    std::string name = std::filesystem::temp_directory_path() / ("frame_bench_" + std::to_string(getpid()));
+    std::ofstream(name, std::ios::binary) << TestFont::file(ideographs);
+    fallback_font = font_load({name.size(), name.data()});
+    std::filesystem::remove(name);
 }
 
 } // namespace
@@ -119,7 +172,9 @@ int main(int argc, char **argv) {
         return 2;
     }
     plain_font = new PlainFont(reinterpret_cast<uint8_t *>(font.file.data), glyph_height);
+    load_fallback_font();
     make_lines();
+    make_ideograph_lines();
     benchmark::DoNotOptimize(clear_colour);
     benchmark::DoNotOptimize(text_colour);
 
@@ -134,7 +189,9 @@ int main(int argc, char **argv) {
     std::vector<Variant> checked = variants;
     checked.push_back({"plain pixels", blit_plain_rows});
     for (const Variant &variant : checked) {
-        if (!draws_the_plain_frame(variant.draw)) {
+        if (!draws_the_plain_frame(variant.draw, draw_rows, plain_draw_rows) ||
+            !draws_the_plain_frame(variant.draw, draw_utf8_rows, plain_draw_rows) ||
+            !draws_the_plain_frame(variant.draw, draw_ideographs, plain_draw_ideographs)) {
             fprintf(stderr, "frame_bench: %s draws another frame than the plain version\n",
                     variant.name.c_str());
             return 1;
@@ -144,6 +201,8 @@ int main(int argc, char **argv) {
     measure("frame, plain pixels", clear, draw_rows, blit_plain_rows);
     for (const Variant &variant : variants) {
         measure("frame, " + variant.name, clear, draw_rows, variant.draw);
+        measure("frame, utf8_text, " + variant.name, clear, draw_utf8_rows, variant.draw);
+        measure("frame of ideographs, " + variant.name, clear, draw_ideographs, variant.draw);
     }
     measure("clear alone, plain", plain_clear, nullptr, nullptr);
     measure("clear alone", clear, nullptr, nullptr);
@@ -152,6 +211,8 @@ int main(int argc, char **argv) {
         measure("text alone, " + variant.name, draw_rows, nullptr, variant.draw);
     }
     measure("text alone, no pixel drawn", draw_rows, nullptr, draws_nothing);
+    measure("text alone, utf8_text, no pixel drawn", draw_utf8_rows, nullptr, draws_nothing);
+    measure("ideographs alone, no pixel drawn", draw_ideographs, nullptr, draws_nothing);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -1,5 +1,5 @@
 // Drawing compared with the plain rules, pixel by pixel, in each of the processor's variants: rectangles,
-// bitmaps of coverage, and texts with their extents.
+// bitmaps of coverage, and texts with their extents, of bytes and of UTF-8.
 //
 // An input: the font and its height, the picture's size and first colour, then drawings, one over the other.
 
@@ -18,8 +18,11 @@
 #include "os/processor.h"
 #include "render/draw.h"
 #include "render/font.h"
+#include "render/glyph_cache.h"
 #include "render/plain_draw.h"
 #include "render/plain_text.h"
+#include "render/plain_utf8_text.h"
+#include "render/test_font.h"
 #include "render/text.h"
 
 namespace {
@@ -79,6 +82,7 @@ Font loaded(const std::string &bytes) {
 // For each font file the program's font with the sizes made so far, and the plain fonts.
 struct Fonts {
     Font real[2] = {loaded(font_bytes()), loaded(kerned(font_bytes()))};
+    Font fallback = loaded(TestFont::file(ideographs_and_emoji));
     std::unique_ptr<PlainFont> plain[2][std::size(heights)];
 };
 
@@ -183,13 +187,17 @@ struct Run {
             break;
         }
         default: {
+            text_is_utf8 = what % 8 > 5;
             const int32_t line_height = number(&input);
             const std::string text = input.text(input.byte());
             const ExactBytes exact(text);
             const uint64_t extent =
                 draw_text(to, {x, y}, heights[which_height], line_height, colour, exact.str);
-            const PlainExtent expected = plain_draw_text(plain_font(which_font, which_height), to_plain,
-                                                         {x, y}, line_height, colour, exact.str);
+            const PlainFont &plain_one = plain_font(which_font, which_height);
+            const PlainExtent expected =
+                text_is_utf8 ? plain_draw_utf8_text(plain_one, &fallback_font.info, to_plain, {x, y},
+                                                    line_height, colour, text)
+                             : plain_draw_text(plain_one, to_plain, {x, y}, line_height, colour, exact.str);
             fuzz_expect("the width of a text", static_cast<int32_t>(extent), expected.width);
             fuzz_expect("the height of a text", static_cast<int32_t>(extent >> 32), expected.height);
             compare("a text", real, plain);
@@ -215,6 +223,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             forget_sizes(&fonts().real[which_font]);
         }
         font = fonts().real[which_font];
+        fallback_font = fonts().fallback;
+        glyph_cache_empty();
         const int32_t width = static_cast<int32_t>(input.below(100)),
                       height = static_cast<int32_t>(input.below(40));
         const uint32_t colour = input.number();
