@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "app/frame.h"
 #include "app/input.h"
 #include "app/scratch.h"
@@ -42,7 +40,7 @@ int main() {
     os_set_event_callback(input_handle_event);
     frame_clock_start(monitor->refresh_rate);
     int64_t frame_ms = frame_clock.target_us / 1000;
-    os_set_frame_callback(frame_in_system_loop, static_cast<uint32_t>(std::max(frame_ms, int64_t{1})));
+    os_set_frame_callback(frame_in_system_loop, frame_ms > 0 ? static_cast<uint32_t>(frame_ms) : 1);
     startup_reserve_buffers();
     startup_load(os_exe_folder(), os_command_line());
     startup_focus();
