@@ -22,8 +22,8 @@ constexpr uint32_t exit_code_still_running = 259;
 // Starts a command and returns the child's exit code, or 1 when it could not be started or its code not read.
 //
 // Does not wait: the code is read at once and normally is exit_code_still_running, on Linux always, whatever
-// becomes of the command. Sets os_start_error (os/errors.h). The child inherits no handles. What Windows keeps for it is intentionally never
-// released; Linux keeps nothing.
+// becomes of the command. Sets os_start_error (os/errors.h). The child inherits no handles. What Windows
+// keeps for it is intentionally never released; Linux keeps nothing.
 uint32_t os_run_process(Str cmd, uint8_t show_console);
 
 // ---- Desktop (each system) ----
