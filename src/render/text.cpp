@@ -21,8 +21,8 @@ const Glyph *glyph_of(SizedFont *sized, char byte) {
     return glyph_find(sized, static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(byte))));
 }
 
-// draw_text with text_is_utf8, for a text that is not empty. Apart from draw_text's own loop, which would
-// otherwise have fewer registers.
+// draw_text with text_is_utf8, for a text that is not empty. Not inlined, as it would take registers from
+// draw_text's loop.
 [[gnu::noinline]] uint64_t draw_utf8_text(Framebuffer *framebuffer, Point position, int32_t pixel_height,
                                           int32_t line_height, uint32_t colour, Str text) {
     SizedFont *sized = font_get_size(pixel_height);
