@@ -10,6 +10,8 @@
 #include "search/skip_folders.h"
 #include "search/walk.h"
 
+void (*worker_sleep_ms)(uint32_t ms) = os_sleep_ms;
+
 namespace {
 
 constexpr EntryCallback every_file = {on_file, nullptr, LIST_FILES};
@@ -213,7 +215,7 @@ uint32_t search_worker(void *) {
     for (;;) {
         search_state.worker_pass = search_state.worker_pass + 1;
         search_worker_turn();
-        os_sleep_ms(poll_period_ms);
+        worker_sleep_ms(poll_period_ms);
     }
 }
 

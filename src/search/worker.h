@@ -22,6 +22,9 @@ uint8_t search_worker_turn();
 // A ThreadRoutine, the worker thread's body: a turn every 100 milliseconds. Never returns.
 uint32_t search_worker(void *record);
 
+// How the worker sleeps between its turns. Tests replace it.
+extern void (*worker_sleep_ms)(uint32_t ms);
+
 // Interface, after results_store_reserve: starts the worker thread, and with it the counting of passes, which
 // the interface does too from its next frame on. Returns null when the thread cannot be started.
 Thread *search_worker_start();

@@ -333,43 +333,31 @@ TEST(TwoThreads, ARowThatIsBeingCopiedWhenTheNextSearchStartsIsNotMixed) {
 // The worker as started. To the thread sanitizer, nothing orders its writes before the test's reads.
 #if !defined(__SANITIZE_THREAD__)
 
-// The linker redirects every call of os_sleep_ms to the first of these; the second is the real one.
-extern "C" void __wrap__Z11os_sleep_msj(uint32_t ms);
-extern "C" void __real__Z11os_sleep_msj(uint32_t ms);
-
 namespace {
 
-thread_local uint8_t is_watched;
 volatile uint32_t watched_sleep; // milliseconds; the thread then sleeps for ever
 #ifdef _WIN32
 volatile uint32_t watched_error_mode; // of the thread when it sleeps
 #endif
 
-uint32_t watched_worker(void *record) {
-    is_watched = 1;
-    return search_worker(record);
+void watched_sleep_ms(uint32_t ms) {
+#ifdef _WIN32
+    watched_error_mode = GetThreadErrorMode();
+#endif
+    watched_sleep = ms;
+    os_sleep_ms(UINT32_MAX);
 }
 
 } // namespace
 
-void __wrap__Z11os_sleep_msj(uint32_t ms) {
-    if (is_watched) {
-#ifdef _WIN32
-        watched_error_mode = GetThreadErrorMode();
-#endif
-        watched_sleep = ms;
-        __real__Z11os_sleep_msj(UINT32_MAX);
-    }
-    __real__Z11os_sleep_msj(ms);
-}
-
 TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurns) {
     static Thread *threads[2]; // never end
+    worker_sleep_ms = watched_sleep_ms;
     for (uint8_t pending : {uint8_t{0}, uint8_t{1}}) {
         search_state.request_pending = pending; // with empty texts, so the turn ends at once
         search_state.worker_pass = 0;
         watched_sleep = 0;
-        threads[pending] = os_thread_start(watched_worker, nullptr);
+        threads[pending] = os_thread_start(search_worker, nullptr);
         ASSERT_NE(threads[pending], nullptr);
         while (watched_sleep == 0) {
             os_sleep_ms(1);
@@ -384,6 +372,7 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
         EXPECT_NE(results_store.arena.base, nullptr);
         os_free(results_store.arena.base);
     }
+    worker_sleep_ms = os_sleep_ms;
     search_state.worker_pass = 0;
 }
 
