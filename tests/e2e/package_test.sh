@@ -69,7 +69,7 @@ expect_lines 'the headings' "$(sed -n 's/^## //p' "$guide")" \
 expect_lines 'the number of links' "$(grep -oF '](' "$guide" | wc -l)" "$(grep -oE '(href|src)="' "$page" | wc -l)"
 while read -r link; do
     case $link in
-        \#*) grep -q "<h2 id=\"${link#\#}\">" "$page" ;;
+        \#*) grep -q "<h[23] id=\"${link#\#}\">" "$page" ;;
         *) [ -s "$folder/docs/$link" ] ;;
     esac || failed "the guide links to $link, which does not exist"
 done < <(grep -oP '(href|src)="\K[^"]+' "$page")
