@@ -449,7 +449,7 @@ expect_commands
 # ---- Clicks that run nothing ----
 
 while read -r y kind i; do
-    if [ "$kind" = file ]; then
+    if [ "$kind" = file ] && ((y + row_height <= window_height)); then
         move_to 300 $((y + 7))
         xdotool click 1 click 3
     fi
