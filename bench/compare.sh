@@ -1,7 +1,7 @@
 #!/bin/bash
 # Compares the search with ripgrep, ugrep and grep, natively, taking turns on the same tree: warm with one thread each,
-# also ignoring case, warm with readers and with rg on all cores, and cold: bench/compare.sh [ROUNDS]. Prints a table of medians and ratios and
-# writes it to build/bench/results.md, the source of docs/performance.md.
+# also ignoring case, warm with readers and with rg on all cores, and cold: bench/compare.sh [ROUNDS]. Prints a table of
+# medians and ratios and writes it to build/bench/results.md, the source of docs/performance.md.
 #
 # The tree is the Linux kernel of Debian's linux-source package, without its symbolic links, which the others do not
 # follow. All output goes to a pipe with a reader.

@@ -2,7 +2,7 @@
 // the mouse on the scroll bar. Used only while settings.list_keys is set. Interface thread only.
 //
 // The selection is a row of the hit table together with the numbers of the search that it belongs to, so rows
-// that are added do not move it, and a new search ends it without being told of it.
+// that are added do not move it, and a new search ends it.
 #pragma once
 
 #include <stdint.h>

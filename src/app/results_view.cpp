@@ -64,7 +64,7 @@ bool draw_line_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &fi
     return is_clicked;
 }
 
-// Its ends are left to the frame of a running search.
+// Leaves the sides free for the busy frame.
 void draw_selection(Framebuffer *framebuffer, const Layout *layout) {
     constexpr int32_t margin = theme::busy_frame_thickness;
     Rect row = {margin, layout->y, framebuffer->width - 2 * margin, layout->line_height};

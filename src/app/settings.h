@@ -49,8 +49,8 @@ extern Settings settings;
 // cannot be read.
 void settings_load(Str folder);
 
-// Applies the keys in a file's bytes, in their order. The click commands and skip_folders point into text. A
-// font_file is loaded at once; its path is relative to folder unless it is absolute.
+// Applies the keys in a file's bytes, in their order. The click commands, skip_folders and fallback_font
+// point into text. A font_file is loaded at once; its path is relative to folder unless it is absolute.
 void settings_apply(Str text, Str folder);
 
 // Replaces sizes, a limit or a font that are unusable after settings_apply; the default font is in folder.

@@ -145,6 +145,7 @@ void status_line_command_run(uint32_t error) {
 }
 
 void status_line_begin_frame() {
+    shown = search_counts_now(); // before search_busy is read, so the end of a search is not missed
     if (ui_went_down(MOUSE_LEFT) || ui_went_down(MOUSE_RIGHT)) {
         failed_start.count = 0;
     }
@@ -157,7 +158,6 @@ bool status_line_is_outdated() {
 void draw_status_line(Framebuffer *framebuffer, int32_t top, const Layout &layout) {
     Rect row = {0, top, framebuffer->width, framebuffer->height - top};
     fill_rect(framebuffer, whole_of(framebuffer), row, theme::status_background);
-    shown = search_counts_now();
     StatusText text = failed_start;
     if (text.count == 0 || failure_request != search_state.requests_published) {
         status_of_search(shown, &text);

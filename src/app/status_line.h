@@ -20,7 +20,7 @@ struct StatusText {
 // What the line says of a search.
 void status_of_search(const SearchCounts &counts, StatusText *text);
 
-// What it says of a command that the system could not start, for this reason.
+// The text for a command that could not be started; error is the system's code.
 void status_of_failed_start(Str cmd, uint32_t error, StatusText *text);
 
 // ---- The row ----
@@ -28,7 +28,7 @@ void status_of_failed_start(Str cmd, uint32_t error, StatusText *text);
 // After expand_command, with its result. A failure is shown until the next search or click.
 void status_line_command_run(uint32_t error);
 
-// Before each drawing of a frame: a click removes a failure.
+// Before each drawing of a frame: takes the counts that it shows; a click removes a failure.
 void status_line_begin_frame();
 
 // Whether the counts have changed since they were drawn, so that a frame is needed. False without the

@@ -1,5 +1,5 @@
 // The glyphs of characters beyond ASCII, for text that is drawn as UTF-8: the font's, or those of the
-// fallback font for what the font lacks, drawn with the same size of the em.
+// fallback font for what the font lacks, scaled to the same em size.
 //
 // Bounded, unlike the font's own glyphs: to make room for a new one, the least recently used are dropped.
 // Interface thread only.
@@ -20,5 +20,5 @@ constexpr uint32_t unkerned_glyph = UINT32_MAX;
 // it runs out; this is remembered as well. Null for a null sized, and when out of memory for that shape.
 const Glyph *cached_glyph(SizedFont *sized, uint32_t code_point);
 
-// Drops all glyphs; for when a font changes.
+// Drops all glyphs, as tests do when they change a font.
 void glyph_cache_empty();

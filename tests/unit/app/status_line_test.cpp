@@ -632,6 +632,16 @@ TEST(StatusLine, IsRedrawnAtTheEndOfASearchEvenIfItShowsAFailedStart) {
     EXPECT_FALSE(shows(loop.view(), "30 hits in 1 of 1 file, 0.00 s")); // but the failed start
 }
 
+// The frame of a running search may have been drawn before the search ended.
+TEST(StatusLine, CountsThatChangeWhileAFrameIsDrawnCauseAnotherOne) {
+    StatusLoop loop;
+    put_counts(only(SEARCH_RUNS));
+    status_line_begin_frame();
+    put_counts(finished(30, 1, 1));
+    draw_status_line(&loop.window->framebuffer, 0, {});
+    EXPECT_TRUE(status_line_is_outdated());
+}
+
 TEST(StatusLine, UnderAnOpenDropDownIsRedrawnAsWell) {
     StatusLoop loop;
     set_entries(path, {"one"});
