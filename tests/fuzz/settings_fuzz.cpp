@@ -81,6 +81,10 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz_expect("status_line", settings.status_line, plain.status_line);
     fuzz_expect("ignore_case", settings.ignore_case, plain.ignore_case);
     fuzz_expect("skip_folders", to_string(settings.skip_folders), plain.skip_folders);
+    fuzz_expect("list_keys", settings.list_keys, plain.list_keys);
+    fuzz_expect("utf8_text", settings.utf8_text, plain.utf8_text);
+    fuzz_expect("fallback_font", to_string(settings.fallback_font), plain.fallback_font);
+    fuzz_expect("readers", settings.reader_count, plain.reader_count);
     fuzz_expect("the fonts that are loaded", joined(loaded_fonts), joined(plain.font_paths));
     fuzz_expect("the file's bytes afterwards", to_string(bytes.str), file);
     return 0;

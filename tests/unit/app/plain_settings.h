@@ -3,6 +3,7 @@
 
 #include <stdint.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <string>
@@ -30,6 +31,10 @@ struct PlainSettings {
     bool status_line = false;
     bool ignore_case = false;
     std::string skip_folders;
+    bool list_keys = false;
+    bool utf8_text = false;
+    std::string fallback_font;
+    uint32_t reader_count = 0;
     std::string folder;                  // of the file, with a '/' at its end
     std::vector<std::string> font_paths; // of the fonts to load, in their order
 
@@ -115,6 +120,19 @@ private:
             status_line = boolean(value);
         } else if (key == "ignore_case") {
             ignore_case = boolean(value);
+        } else if (key == "list_keys") {
+            list_keys = boolean(value);
+        } else if (key == "utf8_text") {
+            utf8_text = boolean(value);
+        } else if (key == "fallback_font") {
+            fallback_font = value;
+        } else if (key == "readers") {
+            bool is_number = value.find_first_not_of("0123456789") == std::string::npos;
+            std::string digits = value.substr(std::min(value.find_first_not_of('0'), value.size()));
+            reader_count = is_number && digits.size() == 1 ? static_cast<uint32_t>(digits[0] - '0')
+                           : is_number && digits.size() == 2 && digits <= "64"
+                               ? static_cast<uint32_t>((digits[0] - '0') * 10 + digits[1] - '0')
+                               : 0;
         } else if (key == "skip_folders") {
             skip_folders = value;
         }
