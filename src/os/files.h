@@ -55,13 +55,17 @@ Str os_exe_folder();
 // For a thread that reads many files of a folder into memory of its own. Nothing here allocates, or touches
 // os_last_file_error.
 
+// How many more files and folders the process can have open; counts no further than most.
+uint32_t os_files_can_open(uint32_t most);
+
 struct FilesOfFolder {
     Str path;                 // the caller's; must stay valid while this is used
     int64_t handle;           // the system's, if it has one
     uint8_t reads_tell_sizes; // whether a short read always means the end of the file
 };
 
-// Prepares to open files of a folder. If the folder cannot be opened, none of its files can.
+// Prepares to open files of a folder. If the folder cannot be opened, none of its files can, but their sizes
+// are still found.
 FilesOfFolder os_files_of(Str folder);
 
 // Closes the folder; open files stay open.

@@ -20,6 +20,10 @@ constexpr uint64_t jobs_per_wake = 16;         // done; at this many a waiting w
 constexpr uint32_t worker_waits_ms = 10;       // for a job, before it checks for a request
 constexpr uint64_t longest_folder_path = 4095; // bytes; the worker skips longer ones too
 
+// Files and folders that can be open at once: a reader has a folder and one of its files open.
+constexpr uint32_t files_per_reader = 2;
+constexpr uint32_t other_files = 16; // left to the rest of the program
+
 // File contents take at most 64 MiB, including a buffer for small files in each reader.
 constexpr uint32_t small_file = 256 << 10; // bytes
 constexpr uint64_t most_large_bytes = (64 << 20) - most_readers * small_file;
@@ -512,7 +516,10 @@ uint32_t run_reader(void *record) {
 // ---- For the interface and the worker ----
 
 uint32_t readers_start(uint32_t count) {
-    if (count == 0 && readers.thread_count == 0) {
+    uint32_t can_open = os_files_can_open(other_files + files_per_reader * most_readers);
+    uint32_t wanted = can_open < other_files ? 0 : (can_open - other_files) / files_per_reader;
+    wanted = std::min({wanted, count, most_readers});
+    if (wanted == 0 && readers.thread_count == 0) {
         return 0; // nothing to set up
     }
     if (readers.thread_count == 0) {
@@ -522,7 +529,6 @@ uint32_t readers_start(uint32_t count) {
         readers.progress = os_condition_init();
         readers.room = os_condition_init();
     }
-    uint32_t wanted = std::min(count, most_readers);
     while (readers.thread_count < wanted &&
            os_thread_start(run_reader, reinterpret_cast<void *>(uintptr_t{readers.thread_count}))) {
         readers.thread_count++;

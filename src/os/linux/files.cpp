@@ -6,6 +6,7 @@
 #include <limits.h>
 #include <linux/magic.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/vfs.h>
@@ -242,7 +243,32 @@ uint8_t read_to_end(int file, uint32_t room, char *bytes, uint64_t *size) {
     return *size < room && *size % page != 0;
 }
 
+// The size of a file that cannot be opened, even if its folder could not; 0 if the system does not report it.
+uint64_t reported_size(const FilesOfFolder &files, Str name) {
+    struct stat info;
+    int error = -1;
+    SystemPath path(files.path);
+    if (files.handle >= 0) {
+        error = fstatat(static_cast<int>(files.handle), name.data, &info, 0);
+    } else if (path.count + 1 + name.count < PATH_MAX) {
+        path.text[path.count] = '/';
+        memcpy(path.text + path.count + 1, name.data, name.count + 1);
+        error = stat(path.text, &info);
+    }
+    return error == 0 ? static_cast<uint64_t>(info.st_size) : 0;
+}
+
 } // namespace
+
+uint32_t os_files_can_open(uint32_t most) {
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    uint32_t unused = 0;
+    for (rlim_t file = 0; file < limit.rlim_cur && unused < most; file++) {
+        unused += fcntl(static_cast<int>(file), F_GETFD) < 0;
+    }
+    return unused;
+}
 
 FilesOfFolder os_files_of(Str folder) {
     int handle = open(SystemPath(folder).text, O_PATH | O_DIRECTORY | O_CLOEXEC);
@@ -272,8 +298,7 @@ OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t room, cha
     if (file >= 0) {
         close(file);
     }
-    struct stat info;
-    return {-1, fstatat(folder, name.data, &info, 0) == 0 ? static_cast<uint64_t>(info.st_size) : 0, 0};
+    return {-1, reported_size(files, name), 0};
 }
 
 uint8_t os_file_read(const OpenedFile &file, uint32_t count, char *bytes) {

@@ -175,6 +175,10 @@ Str os_exe_folder() {
 
 // ---- Files of one folder ----
 
+uint32_t os_files_can_open(uint32_t most) {
+    return most; // only memory limits the number of handles
+}
+
 FilesOfFolder os_files_of(Str folder) {
     return {folder, -1, 0};
 }

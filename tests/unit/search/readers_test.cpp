@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <string>
 
@@ -21,7 +22,10 @@
 #include "support/test_tree.h"
 
 #ifndef _WIN32
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace fs = std::filesystem;
@@ -39,10 +43,14 @@ constexpr uint32_t reader_counts[] = {1, 2, 8, 64};
 extern "C" {
 void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
 void *__real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
+FilesOfFolder __wrap__Z11os_files_of3Str(Str);
+FilesOfFolder __real__Z11os_files_of3Str(Str);
 OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
 OpenedFile __real__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
 uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
 uint8_t __real__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
+void __wrap__Z17os_condition_waitP9ConditionP4Lockj(Condition *, Lock *, uint32_t);
+void __real__Z17os_condition_waitP9ConditionP4Lockj(Condition *, Lock *, uint32_t);
 Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
 Thread *__real__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
 }
@@ -62,13 +70,42 @@ struct Calls {
         failing = failing_call;
     }
 };
-Calls listings, opens, reads;
+Calls listings, folder_opens, opens, reads;
 std::atomic<int> threads_given = INT32_MAX; // that the system can still start
+std::atomic<int> threads_started = 0;
+std::atomic<ThreadRoutine *> first_routine = nullptr; // of the first thread asked for
+std::atomic<int> waiting = 0;                         // threads that wait without a time limit
 std::atomic<int> listings_at_request;
-std::atomic<uint8_t> lists_nothing = 0;          // whether every listing fails
-std::atomic<int> request_at_open = -1;           // the call that publishes a request
+std::atomic<uint8_t> lists_nothing = 0; // whether every listing fails
+std::atomic<int> request_at_open = -1;  // the call that publishes a request
+std::atomic<int> request_at_read = -1;
+std::atomic<int> opens_awaited = 0;        // each opening waits until there are so many
+std::atomic<uint8_t> first_open_waits = 0; // until no other reader has anything to do
+std::atomic<int> listings_when_others_waited;
+std::function<void()> after_open;                // called after each
 std::atomic<uint8_t> reads_apart = 0;            // whether opening a file never reads it
 std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files being read
+
+void add_in_memory(uint64_t count) {
+    uint64_t now = in_memory += count;
+    for (uint64_t most = most_in_memory; now > most && !most_in_memory.compare_exchange_weak(most, now);) {
+    }
+}
+
+// Gives up after 10 seconds, so that a test fails instead of waiting for ever.
+std::atomic<uint8_t> gave_up = 0;
+void wait_for(const std::function<bool()> &is_so) {
+    int ms = 0;
+    while (!is_so() && ms++ < 10000) {
+        os_sleep_ms(1);
+    }
+    gave_up = gave_up || ms > 10000;
+}
+
+void wait_until_others_wait() {
+    int times = 0;
+    wait_for([&] { return (times = waiting == threads_started - 1 ? times + 1 : 0) == 20; });
+}
 
 } // namespace
 
@@ -79,6 +116,10 @@ void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder,
                : __real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(folder, use, entry);
 }
 
+FilesOfFolder __wrap__Z11os_files_of3Str(Str folder) {
+    return folder_opens.next_fails() ? FilesOfFolder{folder, -1, 0} : __real__Z11os_files_of3Str(folder);
+}
+
 OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &files, Str name,
                                                            uint32_t room, char *bytes) {
     if (opens.count == request_at_open) {
@@ -86,18 +127,29 @@ OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &
         publish_request();
     }
     bool fails = opens.next_fails();
+    if (opens_awaited > 0) {
+        wait_for([] { return opens.count >= opens_awaited; });
+    }
+    if (first_open_waits.exchange(0)) {
+        wait_until_others_wait();
+        listings_when_others_waited = listings.count.load();
+    }
     OpenedFile file =
         __real__Z12os_file_openRK13FilesOfFolder3StrjPc(files, name, reads_apart ? 0 : room, bytes);
     if (fails) {
         os_file_close(&file);
         file.is_read = 0;
     }
+    if (after_open) {
+        after_open();
+    }
     return file;
 }
 
 uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_t count, char *bytes) {
-    uint64_t now = in_memory += count;
-    for (uint64_t most = most_in_memory; now > most && !most_in_memory.compare_exchange_weak(most, now);) {
+    add_in_memory(count);
+    if (reads.count == request_at_read) {
+        publish_request();
     }
     bool fails = reads.next_fails();
     uint8_t is_read = !fails && __real__Z12os_file_readRK10OpenedFilejPc(file, count, bytes);
@@ -105,8 +157,20 @@ uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_
     return is_read;
 }
 
+void __wrap__Z17os_condition_waitP9ConditionP4Lockj(Condition *condition, Lock *lock, uint32_t ms) {
+    int counts = ms == UINT32_MAX;
+    waiting += counts;
+    __real__Z17os_condition_waitP9ConditionP4Lockj(condition, lock, ms);
+    waiting -= counts;
+}
+
 Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *routine, void *user_data) {
-    return threads_given-- > 0 ? __real__Z15os_thread_startPFjPvES_(routine, user_data) : nullptr;
+    if (!first_routine) {
+        first_routine = routine;
+    }
+    Thread *thread = threads_given-- > 0 ? __real__Z15os_thread_startPFjPvES_(routine, user_data) : nullptr;
+    threads_started += thread != nullptr;
+    return thread;
 }
 
 namespace {
@@ -408,19 +472,63 @@ TEST(Readers, LoseNothingWhicheverListingOpeningOrReadingFails) {
     fill_plain_tree(tree);
     Stored alone = search(tree, {}, 0);
     reads_apart = 1;
-    for (Calls *calls : {&listings, &opens, &reads}) {
+    for (Calls *calls : {&listings, &folder_opens, &opens, &reads}) {
         for (uint32_t count : {1u, 8u}) {
             int failing = 0;
             do {
                 calls->start(failing++);
                 EXPECT_EQ(search(tree, {}, count), alone) << failing << " of " << count;
             } while (calls->count >= failing);
-            EXPECT_GT(failing, calls == &listings ? 6 : 26);
+            EXPECT_GT(failing, calls == &listings || calls == &folder_opens ? 6 : 26);
         }
         calls->start(-1);
     }
     reads_apart = 0;
 }
+
+TEST(Readers, SkipTooLargeFilesOfAFolderThatTheyCannotOpen) {
+    TestTree tree;
+    tree.file("a/small", "foo.....");
+    tree.file("a/large", "foo" + std::string(100, '.'));
+    Search how;
+    how.max_file_size = 100;
+    Stored alone = search(tree, how, 0);
+    folder_opens.start(0);
+    EXPECT_EQ(search(tree, how, 1), alone);
+    EXPECT_EQ(folder_opens.count, 1);
+    folder_opens.start(-1);
+}
+
+#ifdef __linux__
+TEST(Readers, AreOnlyAsManyAsHaveEnoughFileDescriptors) {
+    TestTree tree;
+    for (int i = 0; i < 100; i++) {
+        tree.file(std::to_string(i) + "/a", "foo.....");
+        tree.file(std::to_string(i) + "/b", "foo" + std::string(100, '.'));
+    }
+    Search how;
+    how.max_file_size = 100;
+    Stored alone = search(tree, how, 0);
+    rlimit old_limit;
+    getrlimit(RLIMIT_NOFILE, &old_limit);
+    for (rlim_t most : {16u, 24u, 40u, 100u}) {
+        rlimit limit = {most, old_limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &limit);
+        std::vector<int> open_files;
+        for (int file; (file = open("/dev/null", O_RDONLY)) >= 0;) {
+            open_files.push_back(file);
+        }
+        for (int file : open_files) {
+            close(file);
+        }
+        // 2 for each, and 16 for the rest of the program
+        uint32_t enough_for = open_files.size() > 16 ? static_cast<uint32_t>(open_files.size() - 16) / 2 : 0;
+        EXPECT_EQ(ReadersScope(64).count, std::min(enough_for, 64u)) << most;
+        EXPECT_EQ(search(tree, how, 64), alone) << most;
+        setrlimit(RLIMIT_NOFILE, &old_limit);
+    }
+}
+#endif
 
 TEST(Readers, FindWhatIsLeftOfATreeThatIsRemovedMeanwhile) {
     TestTree tree;
@@ -444,6 +552,18 @@ TEST(Readers, FindWhatIsLeftOfATreeThatIsRemovedMeanwhile) {
         std::string rows = search_rows(tree, tree.path(), "foo");
         EXPECT_NE(rows.find("file a\nhit 1 1 0 foo..\n"), std::string::npos);
     }
+}
+
+TEST(Readers, ReadAFileThatGrowsMeanwhileUpToTheLengthThatItHad) {
+    TestTree tree;
+    tree.file("a", "foo.....");
+    Stored alone = search(tree, {}, 0);
+    reads_apart = 1;
+    after_open = [&] { std::ofstream(tree.native("a"), std::ios::binary | std::ios::app) << "\nfoo....."; };
+    EXPECT_EQ(search(tree, {}, 1), alone);
+    after_open = nullptr;
+    reads_apart = 0;
+    EXPECT_NE(search(tree, {}, 1), alone);
 }
 
 // ---- Counts ----
