@@ -1,7 +1,8 @@
 // Threads, locks, clocks and the layer's initialisation.
 //
 // There are two threads, the interface and the search worker, plus the worker's readers if a setting asks for
-// them; only the interface starts threads. Once os_init has run, any thread may read the clocks.
+// them. The interface starts the worker, which starts its readers. Once os_init has run, any thread may read
+// the clocks.
 #pragma once
 
 #include <stddef.h>
@@ -31,6 +32,9 @@ typedef uint32_t ThreadRoutine(void *record);
 // Starts a thread at once. Returns its record, owned by the layer, or null when out of memory or when the
 // system cannot create it.
 Thread *os_thread_start(ThreadRoutine *routine, void *user_data);
+
+// The same with a stack of 1 MiB, for a thread that does not recurse.
+Thread *os_thread_start_small(ThreadRoutine *routine, void *user_data);
 
 // Lowers the calling thread's priority, so that threads of normal priority are preferred.
 void os_thread_lower_priority();

@@ -530,7 +530,7 @@ uint32_t readers_start(uint32_t count) {
         readers.room = os_condition_init();
     }
     while (readers.thread_count < wanted &&
-           os_thread_start(run_reader, reinterpret_cast<void *>(uintptr_t{readers.thread_count}))) {
+           os_thread_start_small(run_reader, reinterpret_cast<void *>(uintptr_t{readers.thread_count}))) {
         readers.thread_count++;
     }
     os_lock_enter(&readers.lock);

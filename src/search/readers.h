@@ -20,7 +20,7 @@
 
 inline constexpr uint32_t most_readers = 64;
 
-// Interface, before the worker starts: sets the number of readers to count, at most most_readers, or to as
+// Worker, before its first search: sets the number of readers to count, at most most_readers, or to as
 // many as can be started and have enough file descriptors. Returns the number. A later call may change it
 // while no search runs.
 uint32_t readers_start(uint32_t count);

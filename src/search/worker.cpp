@@ -212,6 +212,8 @@ uint8_t search_worker_turn() {
 uint32_t search_worker(void *) {
     os_thread_hide_error_boxes();
     results_store_start_arena();
+    // Last, so that readers take neither the worker's thread nor the arena's memory.
+    search_state.reader_count = readers_start(search_state.reader_count);
     for (;;) {
         search_state.worker_pass = search_state.worker_pass + 1;
         search_worker_turn();
@@ -223,7 +225,6 @@ Thread *search_worker_start() {
     // Set before the thread runs: from then on either thread may be reading what the other replaces.
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
-    search_state.reader_count = readers_start(search_state.reader_count);
     Thread *thread = os_thread_start(search_worker, nullptr);
     if (!thread) {
         search_state.worker_pass = 0;

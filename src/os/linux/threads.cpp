@@ -41,6 +41,7 @@ void os_thread_hide_error_boxes() {}
 namespace {
 
 constexpr size_t stack_size = 64 << 20; // bytes; a walk recurses into deep trees
+constexpr size_t small_stack_size = 1 << 20;
 
 struct Start {
     ThreadRoutine *routine;
@@ -62,9 +63,7 @@ void wait_for_semaphore(sem_t *semaphore) {
     }
 }
 
-} // namespace
-
-Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
+Thread *start_thread(ThreadRoutine *routine, void *user_data, size_t stack) {
     Thread *thread = static_cast<Thread *>(os_alloc_zero(sizeof(Thread)));
     if (!thread) {
         return nullptr;
@@ -74,7 +73,7 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
     sem_init(&start.is_taken, 0, 0);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, stack_size);
+    pthread_attr_setstacksize(&attributes, stack);
     pthread_t handle;
     int error = pthread_create(&handle, &attributes, run_thread, &start);
     pthread_attr_destroy(&attributes);
@@ -87,6 +86,16 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
     }
     sem_destroy(&start.is_taken);
     return thread;
+}
+
+} // namespace
+
+Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
+    return start_thread(routine, user_data, stack_size);
+}
+
+Thread *os_thread_start_small(ThreadRoutine *routine, void *user_data) {
+    return start_thread(routine, user_data, small_stack_size);
 }
 
 void os_thread_lower_priority() {

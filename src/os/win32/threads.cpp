@@ -23,19 +23,32 @@ void os_thread_hide_error_boxes() {
 
 // ---- Threads ----
 
-Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
+namespace {
+
+// stack: bytes; 0: as the program's header says
+Thread *start_thread(ThreadRoutine *routine, void *user_data, SIZE_T stack) {
     Thread *thread = static_cast<Thread *>(os_alloc_zero(sizeof(Thread)));
     if (!thread) {
         return nullptr;
     }
     thread->user_data = user_data;
-    thread->handle =
-        CreateThread(nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(routine), thread, 0, nullptr);
+    thread->handle = CreateThread(nullptr, stack, reinterpret_cast<LPTHREAD_START_ROUTINE>(routine), thread,
+                                  stack > 0 ? STACK_SIZE_PARAM_IS_A_RESERVATION : 0, nullptr);
     if (!thread->handle) {
         os_free(thread);
         return nullptr;
     }
     return thread;
+}
+
+} // namespace
+
+Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
+    return start_thread(routine, user_data, 0);
+}
+
+Thread *os_thread_start_small(ThreadRoutine *routine, void *user_data) {
+    return start_thread(routine, user_data, 1 << 20);
 }
 
 void os_thread_lower_priority() {

@@ -1,6 +1,7 @@
 #include "os/threads.h"
 
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <string>
 
@@ -94,6 +95,27 @@ TEST_F(Threads, AThreadThatTheSystemRefusesIsNull) {
             }
         }
         _exit(1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST_F(Threads, ASmallThreadReservesLittleMemory) {
+    pid_t child = fork();
+    if (child == 0) {
+        uint64_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        rlim_t most = pages * static_cast<uint64_t>(sysconf(_SC_PAGESIZE)) + (64 << 20);
+        rlimit limit = {most, most};
+        setrlimit(RLIMIT_AS, &limit);
+        for (int i = 0; i < 32; i++) {
+            if (!os_thread_start_small(sleep_for_ever, nullptr)) {
+                _exit(1);
+            }
+        }
+        _exit(0);
     }
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);

@@ -51,6 +51,8 @@ uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, c
 uint8_t __real__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
 void __wrap__Z17os_condition_waitP9ConditionP4Lockj(Condition *, Lock *, uint32_t);
 void __real__Z17os_condition_waitP9ConditionP4Lockj(Condition *, Lock *, uint32_t);
+Thread *__wrap__Z21os_thread_start_smallPFjPvES_(ThreadRoutine *, void *);
+Thread *__real__Z21os_thread_start_smallPFjPvES_(ThreadRoutine *, void *);
 Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
 Thread *__real__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
 }
@@ -72,9 +74,8 @@ struct Calls {
 };
 Calls listings, folder_opens, opens, reads;
 std::atomic<int> threads_given = INT32_MAX; // that the system can still start
-std::atomic<int> threads_started = 0;
-std::atomic<ThreadRoutine *> first_routine = nullptr; // of the first thread asked for
-std::atomic<int> waiting = 0;                         // threads that wait without a time limit
+std::atomic<int> threads_started = 0;       // readers
+std::atomic<int> waiting = 0;               // threads that wait without a time limit
 std::atomic<int> listings_at_request;
 std::atomic<uint8_t> lists_nothing = 0; // whether every listing fails
 std::atomic<int> request_at_open = -1;  // the call that publishes a request
@@ -164,13 +165,15 @@ void __wrap__Z17os_condition_waitP9ConditionP4Lockj(Condition *condition, Lock *
     waiting -= counts;
 }
 
-Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *routine, void *user_data) {
-    if (!first_routine) {
-        first_routine = routine;
-    }
-    Thread *thread = threads_given-- > 0 ? __real__Z15os_thread_startPFjPvES_(routine, user_data) : nullptr;
+Thread *__wrap__Z21os_thread_start_smallPFjPvES_(ThreadRoutine *routine, void *user_data) {
+    bool is_given = threads_given-- > 0;
+    Thread *thread = is_given ? __real__Z21os_thread_start_smallPFjPvES_(routine, user_data) : nullptr;
     threads_started += thread != nullptr;
     return thread;
+}
+
+Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *routine, void *user_data) {
+    return threads_given-- > 0 ? __real__Z15os_thread_startPFjPvES_(routine, user_data) : nullptr;
 }
 
 namespace {
@@ -275,6 +278,16 @@ void fill_folder(const TestTree &tree, const std::string &folder, std::mt19937 &
 } // namespace
 
 // ---- Without threads or memory (these run first, before any reader has started) ----
+
+TEST(Readers, TakeNoThreadFromTheWorker) {
+    threads_given = 0;
+    search_state.reader_count = 8;
+    EXPECT_EQ(search_worker_start(), nullptr);
+    EXPECT_EQ(threads_given, -1); // no reader was asked for
+    search_state.reader_count = 0;
+    search_state.interface_pass = 0;
+    threads_given = INT32_MAX;
+}
 
 TEST(Readers, WithoutThreadsTheWorkerSearchesAlone) {
     TestTree tree;
@@ -682,3 +695,27 @@ TEST(Readers, FinishNoMoreThanTheFilesThatTheyAreAtWhenARequestComes) {
         }
     }
 }
+
+// ---- Last, as the worker's thread never ends, nor what it uses ----
+
+// To the thread sanitizer, nothing orders the worker's writes before the test's reads.
+#if !defined(__SANITIZE_THREAD__)
+TEST(ReadersLast, AreStartedByTheWorkersThread) {
+    TestTree tree;
+    tree.file("a", "foo.....");
+    results_store_reserve();
+    strbuf_init(&search_state.path, 1024);
+    strbuf_init(&search_state.query, 1024);
+    set_field(&search_state.path, tree.path());
+    set_field(&search_state.query, "foo");
+    search_state.reader_count = 8;
+    publish_request();
+    opens.start(-1);
+    static Thread *thread;
+    thread = search_worker_start();
+    ASSERT_NE(thread, nullptr);
+    wait_for([] { return search_state.worker_pass >= 3; });
+    EXPECT_EQ(stored_rows(tree.path()), "files 1\nfile a\nhit 1 1 0 foo..\n");
+    EXPECT_EQ(opens.count, 1);
+}
+#endif
