@@ -272,14 +272,17 @@ bool scan_file(Reader *reader, Str contents, ReadFile *file) {
     return true;
 }
 
-// Reserves memory for a large file; waits until enough is free.
-void take_room(uint64_t size) {
+// Reserves memory for a large file, waiting until enough is free; returns false when a request has cancelled
+// the search.
+bool take_room(uint64_t size) {
     os_lock_enter(&readers.lock);
-    while (readers.large_bytes + size > most_large_bytes) {
+    while (!search_state.request_pending && readers.large_bytes + size > most_large_bytes) {
         os_condition_wait(&readers.room, &readers.lock, UINT32_MAX);
     }
-    readers.large_bytes += size;
+    bool is_taken = !search_state.request_pending;
+    readers.large_bytes += is_taken ? size : 0;
     os_lock_leave(&readers.lock);
+    return is_taken;
 }
 
 void give_room_back(uint64_t size) {
@@ -299,7 +302,9 @@ bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) 
     if (count > most_large_bytes) {
         return false; // the worker reads such files, one at a time
     }
-    take_room(count);
+    if (!take_room(count)) {
+        return false;
+    }
     char *bytes = static_cast<char *>(os_alloc(count));
     bool is_read = bytes && os_file_read(open_file, static_cast<uint32_t>(count), bytes) &&
                    scan_file(reader, {count, bytes}, file);

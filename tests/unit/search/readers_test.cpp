@@ -669,6 +669,33 @@ TEST(Readers, HoldAtMost64MiBOfContents) {
     reads_apart = 0;
 }
 
+TEST(Readers, ReadNoLargeFileThatTheyHaveNotBegunWhenARequestComes) {
+    TestTree tree;
+    for (int i = 0; i < 8; i++) {
+        std::string name = "d" + std::to_string(i) + "/f";
+        tree.file(name, "foo");
+        fs::resize_file(tree.native(name), 20000000);
+    }
+    Search how;
+    how.max_file_size = 0;
+    ReadersScope readers(8);
+    SearchScope scope;
+    search_state.max_file_size = 0;
+    reads_apart = 1;
+    opens.start(-1);
+    reads.start(-1);
+    opens_awaited = 8;
+    request_at_read = 0;
+    search_rows(tree, tree.path(), "foo");
+    opens_awaited = 0;
+    request_at_read = -1;
+    reads_apart = 0;
+    EXPECT_EQ(opens.count, 8); // all readers were busy
+    EXPECT_FALSE(gave_up.exchange(0));
+    EXPECT_LE(reads.count, 2); // 48 MiB have room for 2 files
+    EXPECT_EQ(search_state.request_pending, 1);
+}
+
 TEST(Readers, FinishNoMoreThanTheFilesThatTheyAreAtWhenARequestComes) {
     TestTree tree;
     for (int i = 0; i < 300; i++) {
