@@ -15,6 +15,7 @@ namespace {
 constexpr uint64_t ring_size = 256;            // jobs
 constexpr uint64_t files_per_job = 16;         // so readers are at most 4,096 files ahead
 constexpr uint64_t folders_ahead = 64;         // readers list only this many from the front
+constexpr uint64_t max_files_ahead = 4096;     // once so many are listed, only the first folder is listed
 constexpr uint64_t enough_jobs = 64;           // waiting; from this many on, files go before folders
 constexpr uint64_t jobs_per_wake = 16;         // done; at this many a waiting worker is woken
 constexpr uint32_t worker_waits_ms = 10;       // for a job, before it checks for a request
@@ -92,6 +93,7 @@ struct Readers {
     uint64_t started;    // jobs started by readers
     uint64_t taken;      // jobs the worker is done with
     uint64_t done;       // finished jobs not yet taken
+    uint64_t files;      // listed and not yet taken
     uint64_t hit_bytes;
     uint8_t worker_has_job;
 };
@@ -416,7 +418,8 @@ RingJob *next_job() {
 Folder *next_folder() {
     Folder *folder = search_state.request_pending ? nullptr : readers.folders;
     for (uint64_t i = 0; folder && i < folders_ahead; i++, folder = folder->next) {
-        if (folder->state == FOLDER_PENDING) {
+        bool may_list = folder == readers.folders || readers.files < max_files_ahead;
+        if (folder->state == FOLDER_PENDING && may_list) {
             return folder;
         }
     }
@@ -458,6 +461,7 @@ void do_folder(Reader *reader, Folder *folder) {
     }
     os_lock_enter(&readers.lock);
     folder->state = FOLDER_LISTED;
+    readers.files += folder->file_count;
     if (subfolders) {
         last->next = folder->next;
         folder->next = subfolders;
@@ -565,8 +569,10 @@ uint8_t readers_next(const ReadJob **job) {
     os_lock_enter(&readers.lock);
     if (readers.worker_has_job) {
         RingJob *last = ring_job(readers.taken++);
+        readers.started = std::max(readers.started, readers.taken); // it may have had no files
         readers.worker_has_job = 0;
         readers.done--;
+        readers.files -= last->job.file_count;
         readers.hit_bytes -= last->job.hits.count;
         os_free(last->job.hits.data);
         if (last->job.ends_folder) {
@@ -607,6 +613,7 @@ void readers_end() {
     free_folders(readers.folders);
     readers.folders = nullptr;
     readers.done = 0;
+    readers.files = 0;
     readers.hit_bytes = 0;
     readers.worker_has_job = 0;
     os_lock_leave(&readers.lock);

@@ -669,6 +669,21 @@ TEST(Readers, HoldAtMost64MiBOfContents) {
     reads_apart = 0;
 }
 
+TEST(Readers, ListNoFurtherFoldersWhile4096FilesWait) {
+    TestTree tree;
+    for (int i = 0; i < 6000; i++) {
+        tree.file(std::to_string(i / 200) + "/" + std::to_string(i), "");
+    }
+    Stored alone = search(tree, {}, 0);
+    opens.start(-1);
+    listings.start(-1);
+    first_open_waits = 1;
+    EXPECT_EQ(search(tree, {}, 2), alone);
+    EXPECT_LE(listings_when_others_waited, 1 + 4096 / 200 + 1);
+    EXPECT_EQ(listings.count, 31);
+    EXPECT_FALSE(gave_up.exchange(0));
+}
+
 TEST(Readers, ReadNoLargeFileThatTheyHaveNotBegunWhenARequestComes) {
     TestTree tree;
     for (int i = 0; i < 8; i++) {
