@@ -78,11 +78,11 @@ struct Readers {
     Condition progress; // for the worker: it can continue
     Condition room;     // for readers: memory for a large file
     uint32_t thread_count;
-    uint32_t wanted; // threads that should work
-    uint32_t asleep; // readers waiting for work
-    uint32_t busy;   // readers with a job or a folder
-    uint8_t worker_waits;
-    uint64_t large_bytes; // of large files in memory
+    uint32_t wanted;      // threads that should work
+    uint32_t asleep;      // readers waiting for work
+    uint32_t busy;        // readers with a job or a folder
+    uint32_t at_room;     // of those, readers waiting for memory for a large file
+    uint64_t large_bytes; // reserved for large files, and for any that the worker reads itself
     // The current search. Readers read query and max_file_size without the lock: they change only while no
     // reader is busy.
     Str query;
@@ -102,6 +102,10 @@ Readers readers;
 
 RingJob *ring_job(uint64_t number) {
     return &readers.ring[number % ring_size];
+}
+
+void wake_worker() {
+    os_condition_wake_one(&readers.progress);
 }
 
 // ---- Folders ----
@@ -278,9 +282,12 @@ bool scan_file(Reader *reader, Str contents, ReadFile *file) {
 // the search.
 bool take_room(uint64_t size) {
     os_lock_enter(&readers.lock);
+    readers.at_room++;
     while (!search_state.request_pending && readers.large_bytes + size > most_large_bytes) {
+        wake_worker(); // it may wait for this reader to hold no contents
         os_condition_wait(&readers.room, &readers.lock, UINT32_MAX);
     }
+    readers.at_room--;
     bool is_taken = !search_state.request_pending;
     readers.large_bytes += is_taken ? size : 0;
     os_lock_leave(&readers.lock);
@@ -291,6 +298,7 @@ void give_room_back(uint64_t size) {
     os_lock_enter(&readers.lock);
     readers.large_bytes -= size;
     os_condition_wake_all(&readers.room);
+    wake_worker();
     os_lock_leave(&readers.lock);
 }
 
@@ -316,11 +324,11 @@ bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) 
 }
 
 FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *file) {
-    if (file->is_special) {
-        return FILE_LEFT;
-    }
     if (file->has_size && is_above_limit(file->size)) {
         return FILE_TOO_LARGE;
+    }
+    if (file->is_special) {
+        return FILE_LEFT;
     }
     OpenedFile open_file =
         os_file_open(folder, file->name, reader->contents.data ? small_file : 0, reader->contents.data);
@@ -404,19 +412,25 @@ void hand_out() {
     }
 }
 
-// The next job to read, or null, also when a request has cancelled the search.
+// Whether readers may start nothing: a request has cancelled the search, or the worker wants more memory than
+// is free.
+bool is_held_up() {
+    return search_state.request_pending || readers.large_bytes > most_large_bytes;
+}
+
+// The next job to read, or null.
 RingJob *next_job() {
     while (readers.started < readers.handed_out && ring_job(readers.started)->is_done) {
         readers.started++; // no files
     }
-    bool has_job = readers.started < readers.handed_out && readers.hit_bytes < most_hit_bytes &&
-                   !search_state.request_pending;
+    bool has_job =
+        readers.started < readers.handed_out && readers.hit_bytes < most_hit_bytes && !is_held_up();
     return has_job ? ring_job(readers.started) : nullptr;
 }
 
-// The next folder to list, or null, also when a request has cancelled the search.
+// The next folder to list, or null.
 Folder *next_folder() {
-    Folder *folder = search_state.request_pending ? nullptr : readers.folders;
+    Folder *folder = is_held_up() ? nullptr : readers.folders;
     for (uint64_t i = 0; folder && i < folders_ahead; i++, folder = folder->next) {
         bool may_list = folder == readers.folders || readers.files < max_files_ahead;
         if (folder->state == FOLDER_PENDING && may_list) {
@@ -433,12 +447,6 @@ bool has_work() {
 // Whether the worker's next job is done or, with no job left in the ring, the search is over.
 bool worker_can_go_on() {
     return readers.taken < readers.handed_out ? ring_job(readers.taken)->is_done : !readers.folders;
-}
-
-void wake_worker() {
-    if (readers.worker_waits) {
-        os_condition_wake_one(&readers.progress);
-    }
 }
 
 // Each reader that takes work wakes the next, so no more are woken than there is work for.
@@ -491,7 +499,8 @@ void do_turn(Reader *reader) {
     RingJob *job = next_job();
     Folder *folder = job && readers.handed_out - readers.started >= enough_jobs ? nullptr : next_folder();
     if (!folder && !job) {
-        if (worker_can_go_on() || readers.busy == 0) { // busy == 0: for readers_end
+        bool hold_no_contents = readers.busy == readers.at_room; // readers_take_room may wait for this
+        if (worker_can_go_on() || hold_no_contents) {
             wake_worker();
         }
         readers.asleep++;
@@ -584,9 +593,7 @@ uint8_t readers_next(const ReadJob **job) {
     }
     wake_a_reader();
     if (!worker_can_go_on()) {
-        readers.worker_waits = 1;
         os_condition_wait(&readers.progress, &readers.lock, worker_waits_ms);
-        readers.worker_waits = 0;
     }
     bool is_over = !readers.folders && readers.taken == readers.handed_out;
     readers.worker_has_job = !is_over && worker_can_go_on();
@@ -598,9 +605,7 @@ uint8_t readers_next(const ReadJob **job) {
 void readers_end() {
     os_lock_enter(&readers.lock);
     while (readers.busy > 0) {
-        readers.worker_waits = 1;
         os_condition_wait(&readers.progress, &readers.lock, UINT32_MAX);
-        readers.worker_waits = 0;
     }
     for (; readers.taken < readers.handed_out; readers.taken++) {
         RingJob *dropped = ring_job(readers.taken);
@@ -616,6 +621,23 @@ void readers_end() {
     readers.files = 0;
     readers.hit_bytes = 0;
     readers.worker_has_job = 0;
+    os_lock_leave(&readers.lock);
+}
+
+void readers_take_room(uint64_t size) {
+    os_lock_enter(&readers.lock);
+    readers.large_bytes += size; // at once, so that readers start nothing else meanwhile
+    while (readers.large_bytes > most_large_bytes &&
+           (readers.large_bytes > size || readers.busy > readers.at_room)) {
+        os_condition_wait(&readers.progress, &readers.lock, UINT32_MAX);
+    }
+    os_lock_leave(&readers.lock);
+}
+
+void readers_give_room_back(uint64_t size) {
+    give_room_back(size);
+    os_lock_enter(&readers.lock);
+    wake_a_reader();
     os_lock_leave(&readers.lock);
 }
 

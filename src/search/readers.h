@@ -64,5 +64,11 @@ uint8_t readers_next(const ReadJob **job);
 // Worker: ends the search, finished or not. Waits until readers have finished their current file or entry.
 void readers_end();
 
+// Worker: reserves memory to read files of up to size bytes itself, so that together with those of the
+// readers they take at most 64 MiB. With a size above 48 MiB it waits until readers hold no contents at all,
+// and they read nothing until it gives the memory back.
+void readers_take_room(uint64_t size);
+void readers_give_room_back(uint64_t size);
+
 // Worker: returns the hit at position in a job's hits and advances position. Hits are in file order.
 LineHit read_hit(const ReadJob *job, uint64_t *position);

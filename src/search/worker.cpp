@@ -71,11 +71,16 @@ void store_job(const ReadJob *job) {
         }
     }
     if (job->is_left && path.data) {
+        // Enough for each of its files, one at a time.
+        int64_t limit = search_state.max_file_size;
+        uint64_t room = limit > 0 && limit < UINT32_MAX ? static_cast<uint64_t>(limit) : UINT32_MAX;
+        readers_take_room(room);
         if (job->is_top) {
             top_is_listed = search_folder(path);
         } else {
             search_subfolder(job->folder);
         }
+        readers_give_room_back(room);
     }
     uint64_t position = 0;
     for (uint32_t i = 0; i < job->file_count && !search_state.request_pending; i++) {
@@ -89,7 +94,10 @@ void store_job(const ReadJob *job) {
             entry.name = file->name;
             entry.size = file->size;
             entry.is_folder = 0;
+            uint64_t room = static_cast<uint32_t>(file->size); // as os_file_read_all reads
+            readers_take_room(room);
             on_file(nullptr, job->folder, entry);
+            readers_give_room_back(room);
         }
     }
 }
