@@ -385,6 +385,14 @@ void read_job(Reader *reader, ReadJob *job) {
 
 // ---- Handing out (with the lock) ----
 
+// How many files the folder's next job may have. While fewer jobs than readers are waiting, each reader gets
+// a part of a small folder.
+uint64_t next_job_size(const Folder &folder) {
+    uint64_t part = (folder.file_count + readers.wanted - 1) / readers.wanted;
+    bool readers_wait = readers.handed_out - readers.started < readers.wanted;
+    return readers_wait ? std::clamp(part, uint64_t{1}, files_per_job) : files_per_job;
+}
+
 // Puts the files of listed folders into the ring until it is full.
 void hand_out() {
     for (Folder *folder; (folder = readers.folders) && folder->state == FOLDER_LISTED;) {
@@ -393,7 +401,7 @@ void hand_out() {
                 return;
             }
             uint64_t first = folder->handed_out;
-            uint64_t count = std::min(folder->file_count - first, files_per_job);
+            uint64_t count = std::min(folder->file_count - first, next_job_size(*folder));
             folder->handed_out += count;
             RingJob *added = ring_job(readers.handed_out++);
             *added = {};

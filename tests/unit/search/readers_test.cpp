@@ -713,6 +713,21 @@ TEST(Readers, ListNoFurtherFoldersWhile4096FilesWait) {
     EXPECT_FALSE(gave_up.exchange(0));
 }
 
+TEST(Readers, ShareTheFilesOfASmallFolder) {
+    TestTree tree;
+    for (int i = 0; i < 16; i++) {
+        tree.file(std::to_string(i), "foo.....");
+    }
+    Stored alone = search(tree, {}, 0);
+    for (int count : {2, 8}) {
+        opens.start(-1);
+        opens_awaited = count;
+        EXPECT_EQ(search(tree, {}, static_cast<uint32_t>(count)), alone);
+        opens_awaited = 0;
+        EXPECT_FALSE(gave_up.exchange(0)) << count; // every reader has opened one at the same time
+    }
+}
+
 TEST(Readers, ReadNoLargeFileThatTheyHaveNotBegunWhenARequestComes) {
     TestTree tree;
     for (int i = 0; i < 8; i++) {
