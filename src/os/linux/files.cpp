@@ -379,8 +379,8 @@ uint8_t is_on_path(const struct stat &folder, const SystemPath &path) {
 }
 
 // Resolves links, and entries whose type the file system does not report: d_type becomes DT_DIR, DT_REG, or
-// DT_UNKNOWN for anything else (for LIST_ONCE also for files). A link to a folder on its own path gets an
-// empty name instead, so that every walk ends.
+// DT_UNKNOWN for anything else (for LIST_ONCE also for links to files). A link to a folder on its own path
+// gets an empty name instead, so that every walk ends.
 void resolve_links(Listing *listing, const SystemPath &path) {
     for (uint64_t at = 0; at < listing->end;) {
         dirent64 *entry = reinterpret_cast<dirent64 *>(listing->entries() + at);
@@ -389,13 +389,20 @@ void resolve_links(Listing *listing, const SystemPath &path) {
             continue;
         }
         struct stat info = {};
-        fstatat(listing->folder, entry->d_name, &info, 0);
+        uint8_t is_link = entry->d_type == DT_LNK;
+        if (!is_link) {
+            fstatat(listing->folder, entry->d_name, &info, AT_SYMLINK_NOFOLLOW);
+            is_link = S_ISLNK(info.st_mode);
+        }
+        if (is_link) {
+            fstatat(listing->folder, entry->d_name, &info, 0);
+        }
         uint8_t is_folder = S_ISDIR(info.st_mode);
         uint8_t is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
         if (is_folder && !is_dot && listing->use != LIST_DETAILS && is_on_path(info, path)) {
             entry->d_name[0] = 0;
         }
-        uint8_t is_file = S_ISREG(info.st_mode) && listing->use != LIST_ONCE;
+        uint8_t is_file = S_ISREG(info.st_mode) && !(is_link && listing->use == LIST_ONCE);
         entry->d_type = is_folder ? DT_DIR : is_file ? DT_REG : DT_UNKNOWN;
     }
 }
