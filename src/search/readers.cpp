@@ -16,9 +16,9 @@ constexpr uint64_t ring_size = 256;            // jobs
 constexpr uint64_t files_per_job = 16;         // so readers are at most 4,096 files ahead
 constexpr uint64_t folders_ahead = 64;         // readers list only this many from the front
 constexpr uint64_t max_files_ahead = 4096;     // once so many are listed, only the first folder is listed
-constexpr uint64_t enough_jobs = 64;           // waiting; from this many on, files go before folders
-constexpr uint64_t jobs_per_wake = 16;         // done; at this many a waiting worker is woken
-constexpr uint32_t worker_waits_ms = 10;       // for a job, before it checks for a request
+constexpr uint64_t enough_jobs = 64;           // while so many wait, readers read files instead of listing
+constexpr uint64_t jobs_per_wake = 16;         // a waiting worker is woken when so many are done
+constexpr uint32_t worker_waits_ms = 10;       // how long it waits for a job before it checks for a request
 constexpr uint64_t longest_folder_path = 4095; // bytes; the worker skips longer ones too
 
 // Files and folders that can be open at once: a reader has a folder and one of its files open.
@@ -42,7 +42,8 @@ struct Folder {
     FolderState state;
     uint8_t is_top;
     uint8_t is_left;
-    ReadFile *files; // with their names, in one block
+    ReadFile *files;
+    char *names; // of the files, each zero-terminated
     uint64_t file_count;
     uint64_t handed_out; // files put into the ring so far
 };
@@ -78,7 +79,7 @@ struct Readers {
     Condition progress; // for the worker: it can continue
     Condition room;     // for readers: memory for a large file
     uint32_t thread_count;
-    uint32_t wanted;      // threads that should work
+    uint32_t wanted;      // how many of the threads are to work; the others rest
     uint32_t asleep;      // readers waiting for work
     uint32_t busy;        // readers with a job or a folder
     uint32_t at_room;     // of those, readers waiting for memory for a large file
@@ -131,6 +132,7 @@ Folder *make_folder(Str parent, Str name) {
 
 void free_folder(Folder *folder) {
     os_free(folder->files);
+    os_free(folder->names);
     os_free(folder);
 }
 
@@ -159,12 +161,11 @@ void reserve_memory(Reader *reader) {
     reserve(&reader->names, list_capacity);
 }
 
-// Frees a buffer that a large folder or job has grown.
-void give_back_grown(StrBuf *buf, uint64_t capacity) {
-    if (buf->capacity > capacity) {
-        os_free(buf->data);
-        *buf = {};
-    }
+// Returns the buffer's bytes, which the caller now owns; reserve_memory replaces the buffer.
+Str hand_over(StrBuf *buf) {
+    Str bytes = strbuf_text(buf);
+    *buf = {};
+    return bytes;
 }
 
 bool append(StrBuf *buf, uint64_t count, const void *bytes) {
@@ -183,6 +184,11 @@ struct Listing {
     Folder **end;
     bool is_complete;
 };
+
+bool is_above_limit(uint64_t size) {
+    int64_t limit = readers.max_file_size;
+    return limit != 0 && limit < static_cast<int64_t>(size);
+}
 
 uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
     Listing *listing = static_cast<Listing *>(context);
@@ -206,32 +212,30 @@ uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
     file.name.count = entry.name.count;
     file.size = entry.size;
     file.has_size = entry.has_size;
-    file.is_special = entry.is_special;
+    if (file.has_size && is_above_limit(file.size)) {
+        file.outcome = FILE_TOO_LARGE;
+    } else if (entry.is_special) {
+        file.outcome = FILE_LEFT;
+    }
     listing->is_complete = append(&reader->files, sizeof(file), &file) &&
                            append(&reader->names, entry.name.count + 1, entry.name.data);
     return listing->is_complete;
 }
 
-// Copies a listing's files and names into a block owned by the folder.
-bool keep_files(Reader *reader, Folder *folder) {
-    uint64_t size = reader->files.count;
-    if (size == 0) {
-        return true;
+// Hands a listing's files and names over to the folder.
+void keep_files(Reader *reader, Folder *folder) {
+    if (reader->files.count == 0) {
+        return;
     }
-    char *block = static_cast<char *>(os_alloc(size + reader->names.count));
-    if (!block) {
-        return false;
-    }
-    memcpy(block, reader->files.data, size);
-    memcpy(block + size, reader->names.data, reader->names.count);
-    folder->files = reinterpret_cast<ReadFile *>(block);
-    folder->file_count = size / sizeof(ReadFile);
-    char *name = block + size;
+    Str files = hand_over(&reader->files);
+    folder->files = reinterpret_cast<ReadFile *>(files.data);
+    folder->file_count = files.count / sizeof(ReadFile);
+    folder->names = hand_over(&reader->names).data;
+    char *name = folder->names;
     for (uint64_t i = 0; i < folder->file_count; i++) {
         folder->files[i].name.data = name;
         name += folder->files[i].name.count + 1;
     }
-    return true;
 }
 
 // Returns the sub-folders.
@@ -243,11 +247,8 @@ Folder *list_folder(Reader *reader, Folder *folder) {
     if (folder->path.count > longest_folder_path && !folder->is_top) {
         return nullptr; // the worker skips it too
     }
-    bool is_listed = walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete &&
-                     keep_files(reader, folder);
-    give_back_grown(&reader->files, list_capacity);
-    give_back_grown(&reader->names, list_capacity);
-    if (is_listed) {
+    if (walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete) {
+        keep_files(reader, folder);
         return listing.first;
     }
     free_folders(listing.first);
@@ -256,11 +257,6 @@ Folder *list_folder(Reader *reader, Folder *folder) {
 }
 
 // ---- Reading files (reader, without the lock) ----
-
-bool is_above_limit(uint64_t size) {
-    int64_t limit = readers.max_file_size;
-    return limit != 0 && limit < static_cast<int64_t>(size);
-}
 
 // Appends the file's hits to the job's; returns false when there are too many or memory runs out.
 bool scan_file(Reader *reader, Str contents, ReadFile *file) {
@@ -324,12 +320,6 @@ bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) 
 }
 
 FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *file) {
-    if (file->has_size && is_above_limit(file->size)) {
-        return FILE_TOO_LARGE;
-    }
-    if (file->is_special) {
-        return FILE_LEFT;
-    }
     OpenedFile open_file =
         os_file_open(folder, file->name, reader->contents.data ? small_file : 0, reader->contents.data);
     if (!file->has_size) {
@@ -351,36 +341,19 @@ FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *fil
     return outcome;
 }
 
-// Copies a job's hits into a block owned by the job; when out of memory, leaves files with hits to the
-// worker.
-void keep_hits(Reader *reader, ReadJob *job) {
-    if (reader->hits.count == 0) {
-        return;
-    }
-    char *block = static_cast<char *>(os_alloc(reader->hits.count));
-    if (block) {
-        memcpy(block, reader->hits.data, reader->hits.count);
-        job->hits = {reader->hits.count, block};
-        return;
-    }
-    for (uint32_t i = 0; i < job->file_count; i++) {
-        if (job->files[i].hit_count > 0) {
-            job->files[i].hit_count = 0;
-            job->files[i].outcome = FILE_LEFT;
-        }
-    }
-}
-
 void read_job(Reader *reader, ReadJob *job) {
     reserve_memory(reader);
     reader->hits.count = 0;
     FilesOfFolder folder = os_files_of(job->folder);
     for (uint32_t i = 0; i < job->file_count && !search_state.request_pending; i++) {
-        job->files[i].outcome = read_file(reader, folder, &job->files[i]);
+        if (job->files[i].outcome == FILE_LISTED) {
+            job->files[i].outcome = read_file(reader, folder, &job->files[i]);
+        }
     }
     os_files_close(&folder);
-    keep_hits(reader, job);
-    give_back_grown(&reader->hits, hits_capacity);
+    if (reader->hits.count > 0) {
+        job->hits = hand_over(&reader->hits);
+    }
 }
 
 // ---- Handing out (with the lock) ----
@@ -420,8 +393,8 @@ void hand_out() {
     }
 }
 
-// Whether readers may start nothing: a request has cancelled the search, or the worker wants more memory than
-// is free.
+// Whether readers must not begin anything: a request has cancelled the search, or the worker wants more
+// memory than is free.
 bool is_held_up() {
     return search_state.request_pending || readers.large_bytes > most_large_bytes;
 }
@@ -507,8 +480,8 @@ void do_turn(Reader *reader) {
     RingJob *job = next_job();
     Folder *folder = job && readers.handed_out - readers.started >= enough_jobs ? nullptr : next_folder();
     if (!folder && !job) {
-        bool hold_no_contents = readers.busy == readers.at_room; // readers_take_room may wait for this
-        if (worker_can_go_on() || hold_no_contents) {
+        // readers_end and readers_take_room wait for the second.
+        if (worker_can_go_on() || readers.busy == readers.at_room) {
             wake_worker();
         }
         readers.asleep++;

@@ -26,6 +26,7 @@ inline constexpr uint32_t most_readers = 64;
 uint32_t readers_start(uint32_t count);
 
 enum FileOutcome : uint8_t {
+    FILE_LISTED,    // not read yet
     FILE_LEFT,      // left to the worker
     FILE_TOO_LARGE, // above the limit
     FILE_READ,
@@ -36,8 +37,7 @@ struct ReadFile {
     uint64_t size; // bytes, as listed; if the listing lacks it, as opened
     uint32_t hit_count;
     FileOutcome outcome;
-    uint8_t has_size;   // as listed
-    uint8_t is_special; // as listed
+    uint8_t has_size; // as listed
 };
 
 // Some files of a folder and their hits.
