@@ -164,8 +164,9 @@ void reserve_memory(Reader *reader) {
 // Returns the buffer's bytes, which the caller now owns; reserve_memory replaces the buffer.
 Str hand_over(StrBuf *buf) {
     Str bytes = strbuf_text(buf);
+    void *shrunk = os_realloc(bytes.data, bytes.count);
     *buf = {};
-    return bytes;
+    return {bytes.count, shrunk ? static_cast<char *>(shrunk) : bytes.data};
 }
 
 bool append(StrBuf *buf, uint64_t count, const void *bytes) {
