@@ -516,9 +516,11 @@ uint32_t run_reader(void *record) {
 // ---- For the interface and the worker ----
 
 uint32_t readers_start(uint32_t count) {
-    uint32_t can_open = os_files_can_open(other_files + files_per_reader * most_readers);
-    uint32_t wanted = can_open < other_files ? 0 : (can_open - other_files) / files_per_reader;
-    wanted = std::min({wanted, count, most_readers});
+    uint32_t wanted = std::min(count, most_readers);
+    if (wanted > 0) {
+        uint32_t can_open = os_files_can_open(other_files + files_per_reader * wanted);
+        wanted = can_open > other_files ? (can_open - other_files) / files_per_reader : 0;
+    }
     if (wanted == 0 && readers.thread_count == 0) {
         return 0; // nothing to set up
     }
