@@ -722,7 +722,7 @@ TEST(Readers, ListNoFurtherFoldersWhile4096FilesWait) {
     listings.start(-1);
     first_open_waits = 1;
     EXPECT_EQ(search(tree, {}, 2), alone);
-    EXPECT_LE(listings_when_others_waited, 1 + 4096 / 200 + 1);
+    EXPECT_LE(listings_when_others_waited, 1 + 4096 / 200 + 2); // the tree itself, and 2 readers at once
     EXPECT_EQ(listings.count, 31);
     EXPECT_FALSE(gave_up.exchange(0));
 }
