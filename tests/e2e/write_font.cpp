@@ -1,4 +1,4 @@
-// Writes the font that stands in for a user's fallback font: write_font FILE.
+// Writes a small font for tests to set as the fallback font: write_font FILE.
 
 #include <fstream>
 

@@ -10,7 +10,6 @@
 #include "app/frame.h"
 #include "app/frame_scope.h"
 #include "app/input.h"
-#include "app/list_keys.h"
 #include "app/scrolling.h"
 #include "os/errors.h"
 #include "render/draw.h"
@@ -464,28 +463,6 @@ TEST(StatusLine, ShowsWhyAClickStartedNothingUntilTheNextClick) {
     }
     clicks.click(MOUSE_RIGHT, on_first_hit, 2); // an empty command
     EXPECT_FALSE(clicks.shows_failure(7));
-}
-
-TEST(StatusLine, ShowsWhyEnterStartedNothingUntilItStartsSomething) {
-    FailingClicks clicks;
-    settings.list_keys = 1;
-    list_keys = {};
-    clicks.focus(&query_field, {{0, 0}});
-    const auto press = [&](uint16_t code, uint32_t error) {
-        os_start_error = error;
-        WindowEvent event = {};
-        event.type = EVENT_KEY;
-        event.key = {code, KEY_PRESSED};
-        input_handle_event(&event);
-        clicks.draw();
-    };
-    press(KEY_DOWN, 2);
-    EXPECT_TRUE(clicks.shows_counts());
-    press(KEY_ENTER, 2);
-    EXPECT_TRUE(clicks.shows_failure(7));
-    press(KEY_ENTER, 0);
-    EXPECT_TRUE(clicks.shows_counts());
-    os_start_error = 0;
 }
 
 TEST(StatusLine, ShowsWhyAClickStartedNothingUntilTheNextSearch) {
