@@ -215,6 +215,10 @@ bool strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers
     return true;
 }
 
+bool strbuf_try_append(StrBuf *buf, Str text) {
+    return strbuf_set_end(buf, buf->count, text, nullptr);
+}
+
 void strbuf_clean_path(StrBuf *buf, bool keep_trailing_slashes) {
     Str text = strbuf_text(buf);
     if (!text.data) {

@@ -86,6 +86,10 @@ bool strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers);
 // strbuf_make_room.
 bool strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers);
 
+// Appends text, which must not lie in buf itself. Returns false, with buf unchanged, when out of memory and
+// for a buf without storage. Not for a text that another thread reads.
+bool strbuf_try_append(StrBuf *buf, Str text);
+
 // path_clean for a whole text: the result moves to the start of the storage and is zero-terminated.
 void strbuf_clean_path(StrBuf *buf, bool keep_trailing_slashes);
 

@@ -111,11 +111,8 @@ void copy_selections(const StrBuf *text) {
     bool is_whole = true;
     for (Caret caret : field_carets()) {
         Range selection = selection_of(caret);
-        uint64_t count = static_cast<uint64_t>(selection.end - selection.start);
-        is_whole = is_whole && strbuf_make_room(&copy, count, nullptr);
-        if (is_whole) {
-            strbuf_append(&copy, count, text->data + selection.start);
-        }
+        Str selected = {static_cast<uint64_t>(selection.end - selection.start), text->data + selection.start};
+        is_whole = is_whole && strbuf_try_append(&copy, selected);
     }
     if (is_whole && copy.count > 0) {
         os_clipboard_set_text(strbuf_text(&copy));

@@ -42,25 +42,14 @@ void saved_list_load_contents(Field *field, Str contents, bool restore_text) {
     }
 }
 
-namespace {
-
-bool append(StrBuf *out, Str text) {
-    if (!strbuf_make_room(out, text.count, nullptr)) {
-        return false;
-    }
-    strbuf_append(out, text.count, text.data);
-    return true;
-}
-
-} // namespace
-
 bool saved_list_contents(const Field *field, StrBuf *out) {
     const DynArray *list = &field->entries;
-    bool is_whole = append(out, strbuf_text(field->text));
+    bool is_whole = strbuf_try_append(out, strbuf_text(field->text));
     for (uint64_t row = 0; is_whole && row < list->count; row++) {
         const SavedEntry *entry = saved_entry_at(list, row);
         if (entry->in_use) {
-            is_whole = append(out, str_from("\r\n")) && append(out, saved_entry_text(entry));
+            is_whole =
+                strbuf_try_append(out, str_from("\r\n")) && strbuf_try_append(out, saved_entry_text(entry));
         }
     }
     return is_whole;

@@ -350,6 +350,20 @@ TEST(StrBufGrowth, MakingRoomFirstKeepsTheTextWhenItFails) {
     EXPECT_EQ(text.data[3], 0);
 }
 
+TEST(StrBufGrowth, TryingToAppendKeepsTheTextWhenItFails) {
+    Text text("abc");
+    {
+        HeapHookScope hook([](uint64_t) { return false; });
+        EXPECT_TRUE(strbuf_try_append(&text, str_from("0123456789012"))); // fits
+        EXPECT_FALSE(strbuf_try_append(&text, str_from("x")));
+    }
+    EXPECT_EQ(text.str(), "abc0123456789012");
+    EXPECT_EQ(text.capacity, 16u);
+    EXPECT_TRUE(strbuf_try_append(&text, str_from("x")));
+    EXPECT_EQ(text.str(), "abc0123456789012x");
+    EXPECT_EQ(text.data[17], 0);
+}
+
 TEST(StrBufGrowth, ASizeThatDoesNotFitTheHeapFailsAndIsNotTruncated) {
     Text text("abc");
     EXPECT_FALSE(strbuf_make_room(&text, (uint64_t{1} << 32) - 8, nullptr));
