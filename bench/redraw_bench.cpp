@@ -31,7 +31,7 @@ void set_up() {
     set_request_text(&search_state.query, str_from("EVENT_WINDOW_RESIZED"));
     dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
     input_field.focused_field = &query_field;
-    field_set_single_caret(0, field_text_end(&search_state.query));
+    editor_set_single_caret(0, editor_text_end(&search_state.query));
     results_store_reserve();
 }
 

@@ -19,7 +19,7 @@ namespace {
 // Hands an event to the focused field's line editor.
 void edit(Field *field, const WindowEvent *event) {
     bool handled = false, text_changed = false;
-    field_handle_key(field->text, event, &handled, &text_changed);
+    editor_handle_event(field->text, event, &handled, &text_changed);
     if (text_changed) {
         field_changed(field);
     }
@@ -33,15 +33,15 @@ void complete_path(Field *field) {
         !set_request_text_end(field->text, str_name_start(strbuf_text(field->text)), name)) {
         return;
     }
-    int32_t end = field_text_end(field->text);
-    field_set_single_caret(end, end);
+    int32_t end = editor_text_end(field->text);
+    editor_set_single_caret(end, end);
     field_changed(field);
 }
 
 // Selects the other field's whole text. An open drop-down stays open and becomes the other field's.
 void focus_other_field(const Field *field) {
     input_field.focused_field = field->is_path ? &query_field : &path_field;
-    field_set_single_caret(0, field_text_end(input_field.focused_field->text));
+    editor_set_single_caret(0, editor_text_end(input_field.focused_field->text));
 }
 
 // A press may come without a motion to its position, so it moves the pointer too.
@@ -112,8 +112,8 @@ void handle(const WindowEvent *event) {
         break;
     case EVENT_FOCUS:
         if (!event->focus.is_gained) {
-            ui_release_all();     // the releases go to another window
-            field_merge_carets(); // as Shift's release does
+            ui_release_all();      // the releases go to another window
+            editor_merge_carets(); // as Shift's release does
         }
         break;
     }

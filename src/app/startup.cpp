@@ -37,6 +37,6 @@ void startup_load(Str folder, Str command_line) {
 
 void startup_focus() {
     input_field.focused_field = &query_field;
-    field_set_single_caret(0, field_text_end(query_field.text));
+    editor_set_single_caret(0, editor_text_end(query_field.text));
     saved_mark_update(&query_field);
 }

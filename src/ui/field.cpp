@@ -25,7 +25,7 @@ Field query_field = {
 
 void field_changed(Field *field) {
     saved_mark_update(field); // a path may get shorter
-    field_clamp_carets(field->text);
+    editor_clamp_carets(field->text);
     saved_list_write(field);
     publish_request();
 }

@@ -104,7 +104,7 @@ void draw_selection_box(Framebuffer *framebuffer, Rect box) {
 }
 
 void draw_carets(Framebuffer *framebuffer, const Layout *layout, int32_t text_x, Str text) {
-    for (Caret caret : field_carets()) {
+    for (Caret caret : editor_carets()) {
         auto [start, end] = std::minmax(caret.anchor, caret.caret);
         int32_t left = text_x + pen_at(layout, text, static_cast<uint64_t>(start));
         if (start == end) {
@@ -149,7 +149,7 @@ void pick_entry(Field *field, Str entry) {
     saved_mark_update(field); // cleans a path, so it comes before the request
     publish_request();
     saved_list_write(field);
-    field_set_single_caret(0, field_text_end(field->text));
+    editor_set_single_caret(0, editor_text_end(field->text));
 }
 
 // Draws the open list below the field and moves the layout below it. Removed entries are shown too, so that
@@ -173,7 +173,7 @@ void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
         if (toggle_button(framebuffer, button_in(row), entry->in_use != 0, layout)) {
             os_print("ungav %i\n", static_cast<int32_t>(entry->in_use));
             saved_entry_flip(field, i);
-            field_clamp_carets(field->text);
+            editor_clamp_carets(field->text);
         } else if (is_hovered && ui_went_down(MOUSE_LEFT)) {
             picked = i;
         }
@@ -210,7 +210,7 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
         layout->click_consumed = 1;
         saved_list_save(field, input_field.focused_field);
         if (input_field.focused_field) { // its path may have got shorter, whichever field was saved
-            field_clamp_carets(input_field.focused_field->text);
+            editor_clamp_carets(input_field.focused_field->text);
         }
     }
 
@@ -242,7 +242,7 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
         if (is_left || ui_went_down(MOUSE_RIGHT)) {
             input_field.dropdown_open = !is_left && !(is_focused && input_field.dropdown_open);
             input_field.focused_field = field;
-            field_set_single_caret(0, field_text_end(field->text));
+            editor_set_single_caret(0, editor_text_end(field->text));
             if (is_left) { // the right button's release draws the next frame
                 search_state.results_dirty = 1;
             }

@@ -58,9 +58,9 @@ int32_t character_right(Str text, int32_t at) {
     return length < end - at ? at + length : end;
 }
 
-// Where a caret at that place moves to. Always passes at least one character; with word it then stops after a
+// Where a caret at that offset moves to. Always passes at least one character; with word it then stops after a
 // separator on the left, but before one on the right. The asymmetry is intentional.
-int32_t place_left(Str text, int32_t at, bool word) {
+int32_t offset_left(Str text, int32_t at, bool word) {
     int32_t before = character_left(text, at);
     do {
         at = before;
@@ -69,7 +69,7 @@ int32_t place_left(Str text, int32_t at, bool word) {
     return at;
 }
 
-int32_t place_right(Str text, int32_t at, bool word) {
+int32_t offset_right(Str text, int32_t at, bool word) {
     int32_t end = static_cast<int32_t>(text.count);
     if (at < end) {
         do {
@@ -79,9 +79,9 @@ int32_t place_right(Str text, int32_t at, bool word) {
     return at;
 }
 
-int32_t place_beside(const StrBuf *text, int32_t at, CaretDirection direction, bool word) {
-    Str whole = {static_cast<uint64_t>(field_text_end(text)), text->data};
-    return direction == CARET_LEFT ? place_left(whole, at, word) : place_right(whole, at, word);
+int32_t offset_beside(const StrBuf *text, int32_t at, CaretDirection direction, bool word) {
+    Str whole = {static_cast<uint64_t>(editor_text_end(text)), text->data};
+    return direction == CARET_LEFT ? offset_left(whole, at, word) : offset_right(whole, at, word);
 }
 
 // ---- Selections ----
@@ -109,7 +109,7 @@ void copy_selections(const StrBuf *text) {
     StrBuf copy;
     strbuf_init(&copy, 1024);
     bool is_whole = true;
-    for (Caret caret : field_carets()) {
+    for (Caret caret : editor_carets()) {
         Range selection = selection_of(caret);
         Str selected = {static_cast<uint64_t>(selection.end - selection.start), text->data + selection.start};
         is_whole = is_whole && strbuf_try_append(&copy, selected);
@@ -148,7 +148,7 @@ void remove_bytes(StrBuf *text, Range range) {
 
 // Merges the first pair that overlaps or touches. Returns false when there is none.
 bool merge_one_pair() {
-    std::span<Caret> carets = field_carets();
+    std::span<Caret> carets = editor_carets();
     for (Caret &earlier : carets) {
         Range first = selection_of(earlier);
         for (Caret &later : carets.subspan(static_cast<size_t>(&earlier - carets.data()) + 1)) {
@@ -181,20 +181,20 @@ constexpr Effect text_edited = {true, true};
 // from the anchor furthest away.
 void move_to_edge(int32_t edge, bool extend) {
     int32_t anchor = edge;
-    for (Caret caret : field_carets()) {
+    for (Caret caret : editor_carets()) {
         if (extend && abs(caret.anchor - edge) > abs(anchor - edge)) {
             anchor = caret.anchor;
         }
     }
-    if (!field_carets().empty()) {
-        field_set_single_caret(anchor, edge);
+    if (!editor_carets().empty()) {
+        editor_set_single_caret(anchor, edge);
     }
 }
 
 Effect paste(StrBuf *text) {
     Str pasted = os_clipboard_get_text();
     if (pasted.count > 0) {
-        field_replace_selections(text, pasted.count, pasted.data);
+        editor_replace_selections(text, pasted.count, pasted.data);
     }
     os_free(pasted.data);
     return pasted.count > 0 ? text_edited : no_effect;
@@ -205,14 +205,14 @@ Effect paste(StrBuf *text) {
 Effect press_letter(StrBuf *text, uint16_t code) {
     switch (code) {
     case KEY_A:
-        field_set_single_caret(0, field_text_end(text)); // also when there is no caret
+        editor_set_single_caret(0, editor_text_end(text)); // also when there is no caret
         return carets_moved;
     case KEY_C:
         copy_selections(text);
         return no_effect;
     case KEY_X:
         copy_selections(text);
-        field_replace_selections(text, 0, nullptr); // intentionally also when copying has failed
+        editor_replace_selections(text, 0, nullptr); // intentionally also when copying has failed
         return text_edited;
     case KEY_V:
         return paste(text);
@@ -226,19 +226,19 @@ Effect press_key(StrBuf *text, uint16_t code) {
     bool ctrl = ui_is_down(KEY_CTRL);
     switch (code) {
     case KEY_BACKSPACE:
-        field_delete(text, CARET_LEFT, ctrl);
+        editor_delete(text, CARET_LEFT, ctrl);
         return text_edited;
     case KEY_DELETE:
-        field_delete(text, CARET_RIGHT, ctrl);
+        editor_delete(text, CARET_RIGHT, ctrl);
         return text_edited;
     case KEY_LEFT:
-        field_move_carets(text, CARET_LEFT, ctrl, shift);
+        editor_move_carets(text, CARET_LEFT, ctrl, shift);
         return carets_moved;
     case KEY_RIGHT:
-        field_move_carets(text, CARET_RIGHT, ctrl, shift);
+        editor_move_carets(text, CARET_RIGHT, ctrl, shift);
         return carets_moved;
     case KEY_END:
-        move_to_edge(field_text_end(text), shift);
+        move_to_edge(editor_text_end(text), shift);
         return carets_moved;
     case KEY_HOME:
         move_to_edge(0, shift);
@@ -252,7 +252,7 @@ Effect release_key(uint16_t code) {
     if (code != KEY_SHIFT) {
         return no_effect;
     }
-    field_merge_carets();
+    editor_merge_carets();
     return carets_moved;
 }
 
@@ -301,7 +301,7 @@ Effect type_character(StrBuf *text, uint32_t code) {
         return no_effect;
     }
     char bytes[4];
-    field_replace_selections(text, encode(code, bytes), bytes);
+    editor_replace_selections(text, encode(code, bytes), bytes);
     return text_edited;
 }
 
@@ -327,11 +327,11 @@ Effect handle_event(StrBuf *text, const WindowEvent *event) {
 
 // ---- Carets ----
 
-int32_t field_text_end(const StrBuf *text) {
+int32_t editor_text_end(const StrBuf *text) {
     return static_cast<int32_t>(std::min<uint64_t>(strbuf_text(text).count, INT32_MAX));
 }
 
-void field_set_single_caret(int32_t anchor, int32_t caret) {
+void editor_set_single_caret(int32_t anchor, int32_t caret) {
     input_field.caret_list.count = 0;
     if (input_field.caret_list.capacity > 0) { // a push would never return
         Caret only = {anchor, caret};
@@ -339,22 +339,22 @@ void field_set_single_caret(int32_t anchor, int32_t caret) {
     }
 }
 
-void field_clamp_carets(const StrBuf *text) {
-    int32_t end = field_text_end(text);
-    for (Caret &caret : field_carets()) {
+void editor_clamp_carets(const StrBuf *text) {
+    int32_t end = editor_text_end(text);
+    for (Caret &caret : editor_carets()) {
         caret = {clamped(caret.anchor, end), clamped(caret.caret, end)};
     }
 }
 
-void field_merge_carets() {
+void editor_merge_carets() {
     while (merge_one_pair()) {
     }
 }
 
 // ---- Events ----
 
-void field_handle_key(StrBuf *text, const WindowEvent *event, bool *handled, bool *text_changed) {
-    field_clamp_carets(text);
+void editor_handle_event(StrBuf *text, const WindowEvent *event, bool *handled, bool *text_changed) {
+    editor_clamp_carets(text);
     Effect effect = handle_event(text, event);
     *handled = effect.handled;
     *text_changed = effect.text_changed;
@@ -362,13 +362,13 @@ void field_handle_key(StrBuf *text, const WindowEvent *event, bool *handled, boo
 
 // ---- Edits ----
 
-void field_move_carets(const StrBuf *text, CaretDirection direction, bool word, bool extend) {
-    for (Caret &caret : field_carets()) {
+void editor_move_carets(const StrBuf *text, CaretDirection direction, bool word, bool extend) {
+    for (Caret &caret : editor_carets()) {
         if (has_selection(caret) && !extend) {
             Range selection = selection_of(caret);
             caret.caret = direction == CARET_LEFT ? selection.start : selection.end;
         } else {
-            caret.caret = place_beside(text, caret.caret, direction, word);
+            caret.caret = offset_beside(text, caret.caret, direction, word);
         }
         if (!extend) {
             caret.anchor = caret.caret;
@@ -376,15 +376,15 @@ void field_move_carets(const StrBuf *text, CaretDirection direction, bool word, 
     }
 }
 
-void field_delete(StrBuf *text, CaretDirection direction, bool word) {
-    if (std::ranges::none_of(field_carets(), has_selection)) {
-        field_move_carets(text, direction, word, true);
+void editor_delete(StrBuf *text, CaretDirection direction, bool word) {
+    if (std::ranges::none_of(editor_carets(), has_selection)) {
+        editor_move_carets(text, direction, word, true);
     }
-    field_replace_selections(text, 0, nullptr);
+    editor_replace_selections(text, 0, nullptr);
 }
 
-void field_replace_selections(StrBuf *text, uint64_t count, const char *bytes) {
-    std::span<Caret> carets = field_carets();
+void editor_replace_selections(StrBuf *text, uint64_t count, const char *bytes) {
+    std::span<Caret> carets = editor_carets();
     int64_t total_change = 0; // of the text's length
     for (size_t i = 0; i < carets.size(); i++) {
         Range selection = selection_of(carets[i]);
@@ -400,13 +400,13 @@ void field_replace_selections(StrBuf *text, uint64_t count, const char *bytes) {
         total_change += static_cast<int64_t>(count) - static_cast<int64_t>(removed);
         // Later carets whose anchors were after the change's start move by all changes so far, not only by
         // this one. A third caret therefore moves too far; intentional.
-        int32_t end = field_text_end(text);
+        int32_t end = editor_text_end(text);
         for (Caret &later : carets.subspan(i + 1)) {
             if (later.anchor > selection.start) {
                 later = {clamped(later.anchor + total_change, end), clamped(later.caret + total_change, end)};
             }
         }
-        field_clamp_carets(text);
+        editor_clamp_carets(text);
     }
-    field_merge_carets();
+    editor_merge_carets();
 }

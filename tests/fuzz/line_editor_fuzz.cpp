@@ -97,7 +97,7 @@ public:
         } else if (kind == 28) {
             const PlainCaret place = caret();
             plain.carets = {place};
-            field_set_single_caret(static_cast<int32_t>(place.anchor), static_cast<int32_t>(place.caret));
+            editor_set_single_caret(static_cast<int32_t>(place.anchor), static_cast<int32_t>(place.caret));
         } else if (kind == 29) {
             shorten();
         } else if (kind == 30) {
@@ -131,7 +131,7 @@ private:
     void handle(const WindowEvent &event) {
         bool handled = !plain.handled; // both are set
         bool text_changed = !plain.text_changed;
-        field_handle_key(&field, &event, &handled, &text_changed);
+        editor_handle_event(&field, &event, &handled, &text_changed);
         fuzz_expect("handled", handled, plain.handled);
         fuzz_expect("text changed", text_changed, plain.text_changed);
     }
@@ -170,7 +170,7 @@ private:
         plain.clamp();
         field.count = plain.text.size();
         field.data[field.count] = 0;
-        field_clamp_carets(&field);
+        editor_clamp_carets(&field);
     }
 
     void compare() const {

@@ -34,8 +34,8 @@ private:
 inline std::string carets() {
     std::string text;
     for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
-        text += "{" + std::to_string(field_carets()[i].anchor) + "," +
-                std::to_string(field_carets()[i].caret) + "}";
+        text += "{" + std::to_string(editor_carets()[i].anchor) + "," +
+                std::to_string(editor_carets()[i].caret) + "}";
     }
     return text;
 }

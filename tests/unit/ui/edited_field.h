@@ -13,7 +13,7 @@
 #include "support/ui_scope.h"
 #include "ui/line_editor.h"
 
-// What field_handle_key reports: handled, and 2 for a changed text.
+// What editor_handle_event reports: handled, and 2 for a changed text.
 inline constexpr int NOTHING = 0;
 inline constexpr int REDRAW = 1;
 inline constexpr int SEARCH = 3;
@@ -42,7 +42,7 @@ struct Editor {
         EXPECT_TRUE(!field.data || field.data[field.count] == 0) << "no terminator";
         EXPECT_LE(field.count, field.capacity);
         for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
-            const Caret &caret = field_carets()[i];
+            const Caret &caret = editor_carets()[i];
             text += " {" + std::to_string(caret.anchor) + "," + std::to_string(caret.caret) + "}";
             for (int32_t offset : {caret.anchor, caret.caret}) {
                 EXPECT_TRUE(offset >= 0 && static_cast<uint64_t>(offset) <= field.count);
@@ -60,7 +60,7 @@ struct Editor {
 
     int handle(const WindowEvent &event) {
         bool handled = true, text_changed = true;
-        field_handle_key(&field, &event, &handled, &text_changed);
+        editor_handle_event(&field, &event, &handled, &text_changed);
         return handled + 2 * text_changed;
     }
 

@@ -115,7 +115,7 @@ struct Fields : SavedListsScope {
 
     static void focus(Field *field, int32_t anchor = 0, int32_t caret = 0) {
         input_field.focused_field = field;
-        field_set_single_caret(anchor, caret);
+        editor_set_single_caret(anchor, caret);
     }
 
     // The files' contents; "none" when one is missing.
@@ -686,7 +686,7 @@ TEST(FieldClick, TypingThenReplacesTheText) {
     event.type = EVENT_CHAR;
     event.character.unit = 'x';
     bool handled, changed;
-    field_handle_key(query->text, &event, &handled, &changed);
+    editor_handle_event(query->text, &event, &handled, &changed);
     EXPECT_EQ(text_of(*query), "x");
 }
 

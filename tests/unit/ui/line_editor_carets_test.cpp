@@ -93,14 +93,14 @@ TEST(LineEditorMerge, OverlappingAndTouchingOnesBecomeOne) {
         for (const Caret &caret : row.carets) {
             dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
         }
-        field_merge_carets();
+        editor_merge_carets();
         EXPECT_EQ(editor.state(), "0123456789" + row.merged);
     }
 }
 
 TEST(LineEditorCarets, SettingOneReplacesAll) {
     Editor editor("abc", {{1, 1}, {2, 2}, {3, 3}});
-    field_set_single_caret(2, 1);
+    editor_set_single_caret(2, 1);
     EXPECT_EQ(editor.state(), "abc {2,1}");
     EXPECT_EQ(input_field.caret_list.capacity, 16u);
 }
@@ -110,7 +110,7 @@ TEST(LineEditorCarets, ClampingPutsThemIntoTheText) {
     for (Caret caret : {Caret{-1, 2}, Caret{4, INT32_MAX}, Caret{INT32_MIN, 3}}) {
         dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
     }
-    field_clamp_carets(&editor.field);
+    editor_clamp_carets(&editor.field);
     EXPECT_EQ(editor.state(), "abc {0,2} {3,3} {0,3}");
 }
 
@@ -136,7 +136,7 @@ TEST(LineEditorMemory, ATextThatCannotGrowKeepsItsSelection) {
     }
     EXPECT_EQ(editor.state(), "0123456789abcdef {4,4}");
     copy_from_elsewhere("four");
-    field_set_single_caret(6, 3);
+    editor_set_single_caret(6, 3);
     {
         HeapHookScope hook([](uint64_t size) { return size < 16; }); // the clipboard's text is small
         hold_clipboard();
@@ -205,7 +205,7 @@ TEST(LineEditorMemory, WithoutStorageForCaretsThereIsNone) {
     HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(Caret); });
     Editor editor("abc", {});
     EXPECT_EQ(input_field.caret_list.capacity, 0u);
-    field_set_single_caret(0, 3);
+    editor_set_single_caret(0, 3);
     EXPECT_EQ(editor.state(), "abc");
     EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);
     EXPECT_EQ(editor.type('x'), SEARCH);
@@ -234,16 +234,16 @@ TEST(LineEditorLength, ATextAsLongAsCaretsCanCountTakesNoMore) {
         editor.field.count = pretended;
         EXPECT_EQ(editor.type('x'), SEARCH);
         EXPECT_EQ(editor.field.count, pretended);
-        EXPECT_EQ(field_text_end(&editor.field), INT32_MAX);
+        EXPECT_EQ(editor_text_end(&editor.field), INT32_MAX);
     }
     editor.key(KEY_END);
-    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
+    EXPECT_EQ(editor_carets()[0].caret, INT32_MAX);
     editor.key_with({KEY_CTRL}, KEY_A);
-    EXPECT_EQ(field_carets()[0].anchor, 0);
-    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
+    EXPECT_EQ(editor_carets()[0].anchor, 0);
+    EXPECT_EQ(editor_carets()[0].caret, INT32_MAX);
     editor.field.count = 3;
     editor.field.capacity = 16;
-    field_clamp_carets(&editor.field);
+    editor_clamp_carets(&editor.field);
     EXPECT_EQ(editor.state(), "abc {0,3}");
 }
 
@@ -261,7 +261,7 @@ TEST(LineEditorLength, MemoryIsRequestedOnlyForATextThatCaretsCanCount) {
             is_asked_for = true;
             return false;
         });
-        field_replace_selections(&editor.field, inserted.count, "not read");
+        editor_replace_selections(&editor.field, inserted.count, "not read");
         EXPECT_EQ(is_asked_for, inserted.is_asked_for) << inserted.count;
         EXPECT_EQ(editor.state(), "abc {3,3}");
     }
@@ -296,7 +296,7 @@ uint32_t read_path(void *) {
 TEST(LineEditorReader, MayReadThroughEveryEdit) {
     Editor editor("", {});
     strbuf_init(&search_state.path, 16);
-    field_set_single_caret(0, 0);
+    editor_set_single_caret(0, 0);
     search_state.worker_pass = 1;
     stop_reading = 0;
     has_stopped = 0;
@@ -306,7 +306,7 @@ TEST(LineEditorReader, MayReadThroughEveryEdit) {
     ASSERT_NE(thread, nullptr);
     const auto edit = [](WindowEvent event) {
         bool handled, text_changed;
-        field_handle_key(&search_state.path, &event, &handled, &text_changed);
+        editor_handle_event(&search_state.path, &event, &handled, &text_changed);
     };
     for (uint32_t round = 0; round < 300 || passes < 300; round++) {
         for (uint32_t i = 0; i < 200; i++) {
@@ -364,7 +364,7 @@ TEST(LineEditorReader, ARemovalHasAZeroAfterTheCountAtEveryMoment) {
     static StrBuf *field;
     Editor editor("0123456789", {{2, 5}});
     field = &editor.field;
-    EXPECT_EQ(states_while([] { field_replace_selections(field, 0, nullptr); }, 2,
+    EXPECT_EQ(states_while([] { editor_replace_selections(field, 0, nullptr); }, 2,
                            [] {
                                uint64_t count = field->count;
                                return each_step::State{{static_cast<int64_t>(count), field->data[count]}};

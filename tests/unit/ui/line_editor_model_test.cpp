@@ -238,7 +238,7 @@ public:
             long long length = static_cast<long long>(plain.text.size());
             PlainCaret caret = {event.chance % (length + 1), event.chance / 1024 % (length + 1)};
             plain.carets = {caret};
-            field_set_single_caret(static_cast<int32_t>(caret.anchor), static_cast<int32_t>(caret.caret));
+            editor_set_single_caret(static_cast<int32_t>(caret.anchor), static_cast<int32_t>(caret.caret));
             break;
         }
         case SHORTEN:
@@ -246,7 +246,7 @@ public:
             plain.clamp();
             field.count = plain.text.size();
             field.data[field.count] = 0;
-            field_clamp_carets(&field);
+            editor_clamp_carets(&field);
             break;
         }
     }
@@ -309,7 +309,7 @@ private:
     static std::vector<PlainCaret> carets() {
         std::vector<PlainCaret> all;
         for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
-            all.push_back({field_carets()[i].anchor, field_carets()[i].caret});
+            all.push_back({editor_carets()[i].anchor, editor_carets()[i].caret});
         }
         return all;
     }
@@ -319,7 +319,7 @@ private:
     }
 
     void handle(const WindowEvent &event) {
-        field_handle_key(&field, &event, &reported.handled, &reported.text_changed);
+        editor_handle_event(&field, &event, &reported.handled, &reported.text_changed);
     }
 
     void apply_key(uint32_t code, uint8_t state) {

@@ -30,8 +30,8 @@ struct Utf8Flag {
 
 int32_t caret_of(const Editor &editor) {
     EXPECT_EQ(input_field.caret_list.count, 1u);
-    EXPECT_EQ(field_carets()[0].anchor, field_carets()[0].caret) << editor.state();
-    return field_carets()[0].caret;
+    EXPECT_EQ(editor_carets()[0].anchor, editor_carets()[0].caret) << editor.state();
+    return editor_carets()[0].caret;
 }
 
 } // namespace
@@ -55,7 +55,7 @@ TEST(Utf8Editor, FromInsideACharacterACaretMovesToItsEnds) {
         Editor editor(mixed, {{inside, inside}});
         editor.key(KEY_LEFT);
         EXPECT_EQ(caret_of(editor), 5);
-        field_set_single_caret(inside, inside);
+        editor_set_single_caret(inside, inside);
         editor.key(KEY_RIGHT);
         EXPECT_EQ(caret_of(editor), 9);
     }
