@@ -40,8 +40,8 @@ void complete_path(Field *field) {
 
 // Selects the other field's whole text. An open drop-down stays open and becomes the other field's.
 void focus_other_field(const Field *field) {
-    input_field.focused_field = field->is_path ? &query_field : &path_field;
-    editor_set_single_caret(0, editor_text_end(input_field.focused_field->text));
+    ui_focus.field = field->is_path ? &query_field : &path_field;
+    editor_set_single_caret(0, editor_text_end(ui_focus.field->text));
 }
 
 // A press may come without a motion to its position, so it moves the pointer too.
@@ -66,7 +66,7 @@ void handle_key(const WindowEvent *event) {
     if (settings.list_keys && list_keys_handle(event->key)) {
         return;
     }
-    Field *field = input_field.focused_field;
+    Field *field = ui_focus.field;
     if (!field) {
         return;
     }
@@ -86,8 +86,8 @@ void handle_key(const WindowEvent *event) {
 
 void handle_character(const WindowEvent *event) {
     // Tab and Enter act as keys only. Escape's character is intentionally typed.
-    if (input_field.focused_field && event->character.unit != '\t' && event->character.unit != '\n') {
-        edit(input_field.focused_field, event);
+    if (ui_focus.field && event->character.unit != '\t' && event->character.unit != '\n') {
+        edit(ui_focus.field, event);
     }
 }
 

@@ -145,7 +145,7 @@ namespace {
 // starts before the file is written.
 void pick_entry(Field *field, Str entry) {
     set_request_text(field->text, entry); // out of memory: the old text is searched for again
-    input_field.dropdown_open = 0;
+    ui_focus.dropdown_open = 0;
     saved_mark_update(field); // cleans a path, so it comes before the request
     publish_request();
     saved_list_write(field);
@@ -187,13 +187,13 @@ void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
 } // namespace
 
 bool dropdown_is_shown(const Field *field) {
-    return input_field.focused_field == field && input_field.dropdown_open && field->entries.count > 0;
+    return ui_focus.field == field && ui_focus.dropdown_open && field->entries.count > 0;
 }
 
 // ---- The field ----
 
 void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *layout) {
-    bool is_focused = input_field.focused_field == field;
+    bool is_focused = ui_focus.field == field;
     bool is_saved = field->is_saved; // before this frame's click
     Rect row = {layout->x, layout->y, layout->width, layout->row_advance};
     bool is_hovered = is_inside(row, layout->mouse);
@@ -208,9 +208,9 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
     bool has_list = field->file_stem != nullptr;
     if (has_list && take_button_press(button, layout)) { // before the text is drawn: saving cleans a path
         layout->click_consumed = 1;
-        saved_list_save(field, input_field.focused_field);
-        if (input_field.focused_field) { // its path may have got shorter, whichever field was saved
-            editor_clamp_carets(input_field.focused_field->text);
+        saved_list_save(field, ui_focus.field);
+        if (ui_focus.field) { // its path may have got shorter, whichever field was saved
+            editor_clamp_carets(ui_focus.field->text);
         }
     }
 
@@ -240,8 +240,8 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
     if (is_hovered && !layout->click_consumed) {
         bool is_left = ui_went_down(MOUSE_LEFT);
         if (is_left || ui_went_down(MOUSE_RIGHT)) {
-            input_field.dropdown_open = !is_left && !(is_focused && input_field.dropdown_open);
-            input_field.focused_field = field;
+            ui_focus.dropdown_open = !is_left && !(is_focused && ui_focus.dropdown_open);
+            ui_focus.field = field;
             editor_set_single_caret(0, editor_text_end(field->text));
             if (is_left) { // the right button's release draws the next frame
                 search_state.results_dirty = 1;

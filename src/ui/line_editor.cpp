@@ -58,8 +58,8 @@ int32_t character_right(Str text, int32_t at) {
     return length < end - at ? at + length : end;
 }
 
-// Where a caret at that offset moves to. Always passes at least one character; with word it then stops after a
-// separator on the left, but before one on the right. The asymmetry is intentional.
+// Where a caret at that offset moves to. Always passes at least one character; with word it then stops after
+// a separator on the left, but before one on the right. The asymmetry is intentional.
 int32_t offset_left(Str text, int32_t at, bool word) {
     int32_t before = character_left(text, at);
     do {
@@ -160,7 +160,7 @@ bool merge_one_pair() {
             int32_t end = std::max(first.end, second.end);
             earlier = earlier.anchor > earlier.caret ? Caret{end, start} : Caret{start, end};
             later = carets.back();
-            input_field.caret_list.count = carets.size() - 1;
+            ui_focus.caret_list.count = carets.size() - 1;
             return true;
         }
     }
@@ -279,10 +279,10 @@ uint64_t encode(uint32_t code, char *bytes) {
 // Joins the two UTF-16 units of a character, which are typed one after the other. Returns false for the first
 // one, which is kept for the second, and for a second one without a first.
 bool join_units(uint32_t *code) {
-    uint32_t first = input_field.first_unit;
-    input_field.first_unit = 0;
+    uint32_t first = ui_focus.first_unit;
+    ui_focus.first_unit = 0;
     if (*code >= 0xD800 && *code < 0xDC00) {
-        input_field.first_unit = *code;
+        ui_focus.first_unit = *code;
         return false;
     }
     if (*code >= 0xDC00 && *code < 0xE000) {
@@ -332,10 +332,10 @@ int32_t editor_text_end(const StrBuf *text) {
 }
 
 void editor_set_single_caret(int32_t anchor, int32_t caret) {
-    input_field.caret_list.count = 0;
-    if (input_field.caret_list.capacity > 0) { // a push would never return
+    ui_focus.caret_list.count = 0;
+    if (ui_focus.caret_list.capacity > 0) { // a push would never return
         Caret only = {anchor, caret};
-        dynarray_push(&input_field.caret_list, sizeof(only), &only);
+        dynarray_push(&ui_focus.caret_list, sizeof(only), &only);
     }
 }
 

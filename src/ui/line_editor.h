@@ -1,6 +1,6 @@
 // The line editor: what keys and characters do to the focused field's text and carets.
 //
-// The carets are input_field.caret_list. The program only ever sets one; several are supported, and every key
+// The carets are ui_focus.caret_list. The program only ever sets one; several are supported, and every key
 // acts on all of them in list order. Offsets are bytes, and every caret lies inside the text: any other code
 // that shortens a text calls editor_clamp_carets. The search worker reads the text in place, without a lock:
 // it is zero-terminated after each change, and storage that it outgrows is retired. Interface thread only.
@@ -25,7 +25,7 @@ struct Caret {
 
 // The focused field's carets. Valid until carets are set.
 inline std::span<Caret> editor_carets() {
-    return {reinterpret_cast<Caret *>(input_field.caret_list.data), input_field.caret_list.count};
+    return {reinterpret_cast<Caret *>(ui_focus.caret_list.data), ui_focus.caret_list.count};
 }
 
 // The last offset that a caret can have: the text's length, at most 2 GiB - 1.

@@ -6,7 +6,7 @@
 #include "os/threads.h"
 
 UiState ui_state;
-InputField input_field;
+UiFocus ui_focus;
 
 namespace {
 

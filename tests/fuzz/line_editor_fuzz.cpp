@@ -65,7 +65,7 @@ public:
             const PlainCaret place = caret();
             plain.carets.push_back(place);
             const Caret real = {static_cast<int32_t>(place.anchor), static_cast<int32_t>(place.caret)};
-            dynarray_push(&input_field.caret_list, sizeof(real), &real);
+            dynarray_push(&ui_focus.caret_list, sizeof(real), &real);
         }
         plain.clipboard = clipboard = input.text(input.below(32));
         compare();

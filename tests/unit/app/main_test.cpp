@@ -111,7 +111,7 @@ TEST_F(Program, StartsWithWhatItHasReadAndTheQuerySelected) {
     at_last_turn = [] {
         EXPECT_EQ(settings.font_size, 20);
         EXPECT_GT(font.sizes.count, 0u); // a frame has been drawn
-        EXPECT_EQ(input_field.focused_field, &query_field);
+        EXPECT_EQ(ui_focus.field, &query_field);
         EXPECT_EQ(carets(), "{0,6}");
     };
     run();

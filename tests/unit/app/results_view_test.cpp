@@ -603,7 +603,7 @@ TEST(ResultsMouse, AnOpenDropDownKeepsClicksFromTheList) {
     ListScope scope;
     scope.focus(&path_field, {});
     set_entries(&path_field, {"one"});
-    input_field.dropdown_open = 1;
+    ui_focus.dropdown_open = 1;
     Canvas canvas(300, 200, unpainted);
     for (Buttons buttons : {RIGHT, LEFT}) {
         press(buttons);

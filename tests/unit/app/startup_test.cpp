@@ -25,7 +25,7 @@ std::vector<uint64_t> capacities() {
             query_field.entries.capacity,
             results_store.matching_folders.capacity,
             results_store.other_folders.capacity,
-            input_field.caret_list.capacity};
+            ui_focus.caret_list.capacity};
 }
 
 // The program's folder: settings, default font, both lists.
@@ -158,8 +158,8 @@ TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
     ProgramFolder program("");
     program.after("x.exe \"D:/a/b/\" -bar");
     startup_focus();
-    EXPECT_EQ(input_field.focused_field, &query_field);
-    ASSERT_EQ(input_field.caret_list.count, 1u);
+    EXPECT_EQ(ui_focus.field, &query_field);
+    ASSERT_EQ(ui_focus.caret_list.count, 1u);
     EXPECT_EQ(editor_carets()[0].anchor, 0);
     EXPECT_EQ(editor_carets()[0].caret, 3);
     EXPECT_EQ(query_field.is_saved, 1);

@@ -28,7 +28,7 @@ struct Editor {
         strbuf_init(&field, capacity);
         strbuf_append(&field, text.size(), text.data());
         for (const Caret &caret : carets) {
-            dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
+            dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
         }
     }
     ~Editor() {
@@ -41,7 +41,7 @@ struct Editor {
         std::string text = to_string(strbuf_text(&field));
         EXPECT_TRUE(!field.data || field.data[field.count] == 0) << "no terminator";
         EXPECT_LE(field.count, field.capacity);
-        for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
+        for (uint64_t i = 0; i < ui_focus.caret_list.count; i++) {
             const Caret &caret = editor_carets()[i];
             text += " {" + std::to_string(caret.anchor) + "," + std::to_string(caret.caret) + "}";
             for (int32_t offset : {caret.anchor, caret.caret}) {

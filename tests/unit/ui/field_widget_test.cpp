@@ -114,7 +114,7 @@ struct Fields : SavedListsScope {
     }
 
     static void focus(Field *field, int32_t anchor = 0, int32_t caret = 0) {
-        input_field.focused_field = field;
+        ui_focus.field = field;
         editor_set_single_caret(anchor, caret);
     }
 
@@ -255,7 +255,7 @@ TEST(FieldWidget, DrawsLabelTextSaveButtonAndUnderline) {
 TEST(FieldWidget, ItsTextIsBrightestUnderTheMouseAndBrighterWithTheFocus) {
     Fields fields;
     set_field(query, "needle");
-    input_field.focused_field = query; // without a caret
+    ui_focus.field = query; // without a caret
     fields.draw(query);
     Drawing focused;
     focused.field("Src: ", "needle", 220, grey, true);
@@ -305,8 +305,8 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     Field other = {};
     other.text = &text;
     fields.focus(&other);
-    input_field.caret_list.count = 0;
-    input_field.dropdown_open = 1;
+    ui_focus.caret_list.count = 0;
+    ui_focus.dropdown_open = 1;
     fields.click(&other, on_save, MOUSE_MIDDLE);
     Drawing expected;
     expected.fill(row, focused_ground);
@@ -318,7 +318,7 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     EXPECT_EQ(fields.layout.y, 27);
     fields.click(&other, on_save);
     EXPECT_EQ(carets(), "{0,3}");
-    input_field.focused_field = nullptr;
+    ui_focus.field = nullptr;
     os_free(text.data);
 }
 
@@ -364,7 +364,7 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
     fields.complete("abc");
     set_entries(path, {"one", "(two)"});
     fields.focus(path, 2, 5);
-    input_field.dropdown_open = 1;
+    ui_focus.dropdown_open = 1;
     for (int32_t width : {0, 1, 5, 6, 7, 20, 60}) {
         for (int32_t height : {0, 1, 4, 19, 27, 28, 44, 45, 46}) {
             Canvas canvas(width, height, ground);
@@ -405,9 +405,9 @@ void put_bar(Drawing *drawing, int32_t x) {
 template <typename Put> void expect_carets(const std::string &text, std::vector<Caret> carets, Put put) {
     Fields fields;
     set_field(path, text);
-    input_field.focused_field = path;
+    ui_focus.field = path;
     for (const Caret &caret : carets) {
-        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
+        dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
     }
     fields.draw(path);
     Drawing expected;
@@ -655,11 +655,11 @@ TEST(FieldClick, ALeftClickSelectsAllAndClosesTheDropDown) {
     set_field(path, "C:/src");
     set_field(query, "needle");
     fields.focus(query, 2, 2);
-    input_field.dropdown_open = 1;
+    ui_focus.dropdown_open = 1;
     fields.click(path, on_row);
-    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_EQ(ui_focus.field, path);
     EXPECT_EQ(carets(), "{0,6}");
-    EXPECT_EQ(input_field.dropdown_open, 0);
+    EXPECT_EQ(ui_focus.dropdown_open, 0);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_EQ(fields.layout.click_consumed, 1);
@@ -698,7 +698,7 @@ TEST(FieldClick, SelectsAllOfAFieldThatHasTheFocusAndOfAnEmptyOne) {
     EXPECT_EQ(carets(), "{0,3}");
     fields.click(query, on_row);
     EXPECT_EQ(carets(), "{0,0}");
-    EXPECT_EQ(input_field.focused_field, query);
+    EXPECT_EQ(ui_focus.field, query);
 }
 
 TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame) {
@@ -717,8 +717,8 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
     fields.focus(query, 3, 3);
     for (const auto &clicked : rows) {
         fields.click(clicked.field, on_row, MOUSE_RIGHT);
-        EXPECT_EQ(input_field.focused_field, clicked.field);
-        EXPECT_EQ(input_field.dropdown_open, clicked.is_open);
+        EXPECT_EQ(ui_focus.field, clicked.field);
+        EXPECT_EQ(ui_focus.dropdown_open, clicked.is_open);
         EXPECT_EQ(carets(), clicked.carets);
         EXPECT_EQ(search_state.results_dirty, 0); // intentional: the release redraws
         EXPECT_EQ(fields.layout.click_consumed, 1);
@@ -731,8 +731,8 @@ TEST(FieldClick, TheLeftButtonWinsWhenBothGoDown) {
     ui_press(MOUSE_RIGHT, on_row);
     ui_press(MOUSE_LEFT, on_row);
     fields.draw(path, on_row);
-    EXPECT_EQ(input_field.focused_field, path);
-    EXPECT_EQ(input_field.dropdown_open, 0);
+    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(ui_focus.dropdown_open, 0);
     EXPECT_EQ(search_state.results_dirty, 1);
 }
 
@@ -749,7 +749,7 @@ TEST(FieldClick, BesideTheRowAndWithAHeldOrMiddleButtonNothingHappens) {
     ui_press(MOUSE_LEFT, on_row);
     ui_begin_frame();
     fields.draw(path, on_row);
-    EXPECT_EQ(input_field.focused_field, nullptr);
+    EXPECT_EQ(ui_focus.field, nullptr);
     EXPECT_EQ(fields.layout.click_consumed, 0);
 }
 
@@ -760,12 +760,12 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_press(MOUSE_LEFT, on_row);
     fields.layout.click_consumed = 1;
     fields.draw_next(path);
-    EXPECT_EQ(input_field.focused_field, nullptr);
+    EXPECT_EQ(ui_focus.field, nullptr);
 
     // A click on the save button does not move the focus.
     ui_begin_frame();
     fields.click(path, on_save);
-    EXPECT_EQ(input_field.focused_field, nullptr);
+    EXPECT_EQ(ui_focus.field, nullptr);
     EXPECT_EQ(fields.layout.click_consumed, 1);
     EXPECT_EQ(entries_of(path_field.entries), "abc");
 
@@ -776,7 +776,7 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_press(MOUSE_RIGHT, on_save);
     ui_press(MOUSE_LEFT, on_save);
     fields.draw(path, on_save);
-    EXPECT_EQ(input_field.focused_field, nullptr);
+    EXPECT_EQ(ui_focus.field, nullptr);
     EXPECT_EQ(entries_of(path_field.entries), "abc|def");
 }
 
@@ -784,8 +784,8 @@ TEST(FieldClick, ARightClickOnTheSaveButtonIsOneOnTheRow) {
     Fields fields;
     set_field(path, "abc");
     fields.click(path, on_save, MOUSE_RIGHT);
-    EXPECT_EQ(input_field.focused_field, path);
-    EXPECT_EQ(input_field.dropdown_open, 1);
+    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(ui_focus.dropdown_open, 1);
     EXPECT_EQ(entries_of(path_field.entries), "");
 }
 
@@ -966,7 +966,7 @@ struct OpenPaths : Fields {
         set_field(path, text);
         set_entries(path, entries);
         focus(path, 1, 1);
-        input_field.dropdown_open = 1;
+        ui_focus.dropdown_open = 1;
     }
 };
 
@@ -975,7 +975,7 @@ struct OpenPaths : Fields {
 TEST(DropDown, ShowsLiveAndRemovedEntriesInRowsBelowTheField) {
     const std::vector<std::string> entries = {"C:/one", "(C:/two)", "C:/three"};
     OpenPaths fields(entries);
-    input_field.caret_list.count = 0;
+    ui_focus.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
     expected.field("Path: ", "abc", 220, grey, true);
@@ -988,7 +988,7 @@ TEST(DropDown, ShowsLiveAndRemovedEntriesInRowsBelowTheField) {
 TEST(DropDown, LightsTheRowAndTheButtonUnderTheMouse) {
     const std::vector<std::string> entries = {"C:/one", "(C:/two)", "C:/three"};
     OpenPaths fields(entries);
-    input_field.caret_list.count = 0;
+    ui_focus.caret_list.count = 0;
     const struct {
         Point mouse;
         int32_t hovered;
@@ -1016,11 +1016,11 @@ TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     EXPECT_EQ(fields.layout.stop, 1);
     fields.draw(query);
     EXPECT_EQ(fields.layout.stop, 0);
-    input_field.dropdown_open = 0;
+    ui_focus.dropdown_open = 0;
     fields.draw(path);
     EXPECT_EQ(fields.layout.stop, 0);
     EXPECT_EQ(fields.layout.y, 27);
-    input_field.dropdown_open = 1;
+    ui_focus.dropdown_open = 1;
     empty_list(&path_field.entries);
     fields.draw(path);
     EXPECT_EQ(fields.layout.stop, 0);
@@ -1042,7 +1042,7 @@ TEST(DropDown, AButtonFlipsItsEntryAndPrintsItsOldState) {
     EXPECT_EQ(entries_of(path_field.entries), "(one)|two");
     EXPECT_EQ(fields.file("saved_paths.txt"), "abc\r\ntwo");
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(input_field.dropdown_open, 1);
+    EXPECT_EQ(ui_focus.dropdown_open, 1);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_EQ(carets(), "{1,1}");
@@ -1071,7 +1071,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     fields.click(path, on_entry(1)); // a removed entry, which stays removed
     EXPECT_EQ(text_of(*path), "C:/two");
     EXPECT_EQ(entries_of(path_field.entries), "C:/one|(C:/two)");
-    EXPECT_EQ(input_field.dropdown_open, 0);
+    EXPECT_EQ(ui_focus.dropdown_open, 0);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/two\r\nC:/one");
     EXPECT_EQ(carets(), "{0,6}");
@@ -1079,7 +1079,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     EXPECT_EQ(fields.layout.stop, 1); // nothing below the list is drawn in this frame
     EXPECT_EQ(fields.layout.y, 27 + 2 * 17);
 
-    input_field.dropdown_open = 1;
+    ui_focus.dropdown_open = 1;
     fields.click(path, on_entry(0));
     EXPECT_EQ(text_of(*path), "C:/one");
     EXPECT_EQ(path_field.is_saved, 1);
@@ -1138,7 +1138,7 @@ TEST(DropDown, OutOfMemoryForAPickTheTextStaysAndIsSearchedForAgain) {
     }
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(path->text->capacity, 1024u);
-    EXPECT_EQ(input_field.dropdown_open, 0);
+    EXPECT_EQ(ui_focus.dropdown_open, 0);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(carets(), "{0,3}");
 }
@@ -1149,7 +1149,7 @@ TEST(DropDown, ARightClickOnARowOrItsButtonDoesNothing) {
     fields.click(path, on_entry_button(0), MOUSE_RIGHT);
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(entries_of(path_field.entries), "one");
-    EXPECT_EQ(input_field.dropdown_open, 1);
+    EXPECT_EQ(ui_focus.dropdown_open, 1);
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
 }
 
@@ -1158,8 +1158,8 @@ TEST(DropDown, AClickOnTheFieldAboveClosesItInTheNextFrame) {
         OpenPaths fields({"one"});
         fields.click(path, on_row, button);
         EXPECT_EQ(fields.layout.stop, 1);
-        EXPECT_EQ(input_field.dropdown_open, 0);
-        EXPECT_EQ(input_field.focused_field, path);
+        EXPECT_EQ(ui_focus.dropdown_open, 0);
+        EXPECT_EQ(ui_focus.field, path);
         ui_begin_frame();
         fields.draw(path, on_row);
         EXPECT_EQ(fields.layout.stop, 0);
@@ -1191,18 +1191,18 @@ TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
     EXPECT_EQ(fields.layout.y, 27 + 6 * 17);
 
     set_field(path, "abc");
-    input_field.dropdown_open = 1;
+    ui_focus.dropdown_open = 1;
     for (Point below : {on_entry(6), on_entry_button(6), on_entry(40)}) {
         fields.click(path, below);
     }
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(input_field.dropdown_open, 1);
+    EXPECT_EQ(ui_focus.dropdown_open, 1);
 }
 
 TEST(DropDown, AnEntryOfSeveralLinesStaysInItsRow) {
     OpenPaths fields({"a gjl", "z"});
     saved_entry_at(&path_field.entries, 0)->text[1] = '\n'; // as in a pasted and saved entry
-    input_field.caret_list.count = 0;
+    ui_focus.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
     expected.field("Path: ", "abc", 220, grey, true);

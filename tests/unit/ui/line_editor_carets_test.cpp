@@ -91,7 +91,7 @@ TEST(LineEditorMerge, OverlappingAndTouchingOnesBecomeOne) {
     for (const auto &row : rows) {
         Editor editor("0123456789", {});
         for (const Caret &caret : row.carets) {
-            dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
+            dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
         }
         editor_merge_carets();
         EXPECT_EQ(editor.state(), "0123456789" + row.merged);
@@ -102,13 +102,13 @@ TEST(LineEditorCarets, SettingOneReplacesAll) {
     Editor editor("abc", {{1, 1}, {2, 2}, {3, 3}});
     editor_set_single_caret(2, 1);
     EXPECT_EQ(editor.state(), "abc {2,1}");
-    EXPECT_EQ(input_field.caret_list.capacity, 16u);
+    EXPECT_EQ(ui_focus.caret_list.capacity, 16u);
 }
 
 TEST(LineEditorCarets, ClampingPutsThemIntoTheText) {
     Editor editor("abc", {});
     for (Caret caret : {Caret{-1, 2}, Caret{4, INT32_MAX}, Caret{INT32_MIN, 3}}) {
-        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
+        dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
     }
     editor_clamp_carets(&editor.field);
     EXPECT_EQ(editor.state(), "abc {0,2} {3,3} {0,3}");
@@ -204,7 +204,7 @@ TEST(LineEditorMemory, ACopyIsCompleteOrNotMade) {
 TEST(LineEditorMemory, WithoutStorageForCaretsThereIsNone) {
     HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(Caret); });
     Editor editor("abc", {});
-    EXPECT_EQ(input_field.caret_list.capacity, 0u);
+    EXPECT_EQ(ui_focus.caret_list.capacity, 0u);
     editor_set_single_caret(0, 3);
     EXPECT_EQ(editor.state(), "abc");
     EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);

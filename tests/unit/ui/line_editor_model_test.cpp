@@ -303,12 +303,12 @@ private:
 
     static void push_caret(PlainCaret plain_caret) {
         Caret caret = {static_cast<int32_t>(plain_caret.anchor), static_cast<int32_t>(plain_caret.caret)};
-        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
+        dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
     }
 
     static std::vector<PlainCaret> carets() {
         std::vector<PlainCaret> all;
-        for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
+        for (uint64_t i = 0; i < ui_focus.caret_list.count; i++) {
             all.push_back({editor_carets()[i].anchor, editor_carets()[i].caret});
         }
         return all;

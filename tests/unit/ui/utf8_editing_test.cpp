@@ -29,7 +29,7 @@ struct Utf8Flag {
 };
 
 int32_t caret_of(const Editor &editor) {
-    EXPECT_EQ(input_field.caret_list.count, 1u);
+    EXPECT_EQ(ui_focus.caret_list.count, 1u);
     EXPECT_EQ(editor_carets()[0].anchor, editor_carets()[0].caret) << editor.state();
     return editor_carets()[0].caret;
 }
