@@ -194,6 +194,6 @@ uint32_t expand_command(const FileEntry *file, const ResultRecord *hit) {
     if (!expand_row_text(*file, *hit)) {
         return 0;
     }
-    os_run_process(strbuf_text(&row_text), 0);
+    os_run_process(strbuf_text(&row_text), false);
     return os_start_error;
 }

@@ -33,7 +33,7 @@ bool run_click_command(Layout *layout, const FileEntry &file, const ResultRecord
     if (layout->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
         return false;
     }
-    layout->click_consumed = 1;
+    layout->click_consumed = true;
     results_run_command(is_left ? settings.left_click_cmd : settings.right_click_cmd, file, hit, copy);
     return true;
 }

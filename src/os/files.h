@@ -59,9 +59,9 @@ Str os_exe_folder();
 uint32_t os_files_can_open(uint32_t most);
 
 struct FilesOfFolder {
-    Str path;                 // the caller's; must stay valid while this is used
-    int64_t handle;           // the system's, if it has one
-    uint8_t reads_tell_sizes; // whether a short read always means the end of the file
+    Str path;              // the caller's; must stay valid while this is used
+    int64_t handle;        // the system's, if it has one
+    bool reads_tell_sizes; // whether a short read always means the end of the file
 };
 
 // Prepares to open files of a folder. If the folder cannot be opened, none of its files can, but their sizes
@@ -72,9 +72,9 @@ FilesOfFolder os_files_of(Str folder);
 void os_files_close(FilesOfFolder *files);
 
 struct OpenedFile {
-    int64_t handle;  // the system's; -1: could not be opened
-    uint64_t size;   // bytes; if the file could not be opened, 0 unless the system reports its size
-    uint8_t is_read; // whether os_file_open has already read all of it
+    int64_t handle; // the system's; -1: could not be opened
+    uint64_t size;  // bytes; if the file could not be opened, 0 unless the system reports its size
+    bool is_read;   // whether os_file_open has already read all of it
 };
 
 // Opens a file of the folder for reading, as os_file_read_all does. Where reading is how the size is
@@ -82,8 +82,8 @@ struct OpenedFile {
 // undefined.
 OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t room, char *bytes);
 
-// Reads the first count bytes of an open file, zeros past its end. Returns 0 when a read fails.
-uint8_t os_file_read(const OpenedFile &file, uint32_t count, char *bytes);
+// Reads the first count bytes of an open file, zeros past its end. Returns false when a read fails.
+bool os_file_read(const OpenedFile &file, uint32_t count, char *bytes);
 
 void os_file_close(OpenedFile *file);
 
@@ -94,9 +94,9 @@ struct FolderEntry {
     Str name;        // zero-terminated; valid until the next entry or the end, and not in a copy of this
     uint64_t size;   // bytes; 0 for a folder
     int64_t written; // last write, in the system's own units
-    uint8_t is_folder;
-    uint8_t has_size;     // whether size is known; always, except with LIST_ONCE
-    uint8_t is_special;   // LIST_ONCE: not a folder or regular file, but a link to a file, a pipe, a device
+    bool is_folder;
+    bool has_size;        // whether size is known; always, except with LIST_ONCE
+    bool is_special;      // LIST_ONCE: not a folder or regular file, but a link to a file, a pipe, a device
     char name_bytes[784]; // holds the name if the system does not
 };
 
@@ -116,8 +116,8 @@ enum FolderListingUse : uint8_t {
 // a zero byte.
 void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry);
 
-// Fills in the next entry; returns 0 after the last one.
-uint8_t os_folder_next(void *handle, FolderEntry *entry);
+// Fills in the next entry; returns false after the last one.
+bool os_folder_next(void *handle, FolderEntry *entry);
 
 // Ends a listing.
 void os_folder_close(void *handle);

@@ -6,7 +6,7 @@
 // same rules and searches PATH. All operations run on the calling thread and report failures only by their
 // result.
 //
-// show_console: 0 starts a console program without a console window; on Linux without the terminal, its
+// show_console: false starts a console program without a console window; on Linux without the terminal, its
 // standard files connected to /dev/null.
 #pragma once
 
@@ -24,7 +24,7 @@ constexpr uint32_t exit_code_still_running = 259;
 // Does not wait: the code is read at once and normally is exit_code_still_running, on Linux always, whatever
 // becomes of the command. Sets os_start_error (os/errors.h). The child inherits no handles. What Windows
 // keeps for it is intentionally never released; Linux keeps nothing.
-uint32_t os_run_process(Str cmd, uint8_t show_console);
+uint32_t os_run_process(Str cmd, bool show_console);
 
 // ---- Desktop (each system) ----
 

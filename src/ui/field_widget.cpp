@@ -22,8 +22,8 @@ Rect button_in(Rect row) {
     return {row.x + theme::button_margin, row.y + theme::button_margin, side, side};
 }
 
-void draw_button(Framebuffer *framebuffer, Rect rect, uint8_t state, Point mouse) {
-    fill_rect(framebuffer, whole_of(framebuffer), rect, theme::button[is_inside(rect, mouse)][state != 0]);
+void draw_button(Framebuffer *framebuffer, Rect rect, bool is_on, Point mouse) {
+    fill_rect(framebuffer, whole_of(framebuffer), rect, theme::button[is_inside(rect, mouse)][is_on]);
 }
 
 // Whether the button is pressed in this frame; if so, consumes the press and asks for another frame.
@@ -37,8 +37,8 @@ bool take_button_press(Rect rect, const Layout *layout) {
 
 } // namespace
 
-bool toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const Layout *layout) {
-    draw_button(framebuffer, rect, state, layout->mouse);
+bool toggle_button(Framebuffer *framebuffer, Rect rect, bool is_on, const Layout *layout) {
+    draw_button(framebuffer, rect, is_on, layout->mouse);
     return take_button_press(rect, layout);
 }
 
@@ -145,7 +145,7 @@ namespace {
 // starts before the file is written.
 void pick_entry(Field *field, Str entry) {
     set_request_text(field->text, entry); // out of memory: the old text is searched for again
-    ui_focus.dropdown_open = 0;
+    ui_focus.dropdown_open = false;
     saved_mark_update(field); // cleans a path, so it comes before the request
     publish_request();
     saved_list_write(field);
@@ -207,7 +207,7 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
     button.x = row.x + row.width - theme::button_margin - button.width;
     bool has_list = field->file_stem != nullptr;
     if (has_list && take_button_press(button, layout)) { // before the text is drawn: saving cleans a path
-        layout->click_consumed = 1;
+        layout->click_consumed = true;
         saved_list_save(field, ui_focus.field);
         if (ui_focus.field) { // its path may have got shorter, whichever field was saved
             editor_clamp_carets(ui_focus.field->text);
@@ -246,7 +246,7 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
             if (is_left) { // the right button's release draws the next frame
                 search_state.results_dirty = 1;
             }
-            layout->click_consumed = 1;
+            layout->click_consumed = true;
         }
     }
 }

@@ -21,4 +21,4 @@ bool dropdown_is_shown(const Field *field);
 
 // Draws a button in the colour of its state. Returns whether it has been pressed in this frame, and consumes
 // that press.
-bool toggle_button(Framebuffer *framebuffer, Rect rect, uint8_t state, const Layout *layout);
+bool toggle_button(Framebuffer *framebuffer, Rect rect, bool is_on, const Layout *layout);

@@ -79,14 +79,14 @@ void saved_mark_update(Field *focused) {
     }
     if (focused->is_path) {
         // Intentionally also removes a space or a quote that has just been typed at the end.
-        strbuf_clean_path(focused->text, 1);
+        strbuf_clean_path(focused->text, true);
     }
     focused->is_saved = saved_list_find(&focused->entries, strbuf_text(focused->text), SAVED_LIVE) != nullptr;
 }
 
 void saved_list_save(Field *field, Field *focused) {
     if (field->is_path) {
-        strbuf_clean_path(field->text, 1);
+        strbuf_clean_path(field->text, true);
     }
     Str text = strbuf_text(field->text);
     if (field->is_saved) {

@@ -28,7 +28,7 @@ void saved_list_load_contents(Field *field, Str contents, bool restore_text) {
                 set_request_text(field->text, line);
             }
         } else {
-            line = field->is_path ? path_clean(line, 1) : line;
+            line = field->is_path ? path_clean(line, true) : line;
             if (line.count > 0) {
                 saved_list_add(&field->entries, line);
             }

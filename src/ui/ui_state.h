@@ -67,10 +67,10 @@ extern UiState ui_state;
 
 // The keyboard focus.
 struct UiFocus {
-    Field *field;          // gets the keys; null: none
-    DynArray caret_list;   // of Caret (line_editor.h), the focused field's; start-up reserves room for 16
-    uint8_t dropdown_open; // the saved entries of the focused field are shown below it
-    uint32_t first_unit;   // the first UTF-16 unit of a character whose second is not typed yet; 0: none
+    Field *field;        // gets the keys; null: none
+    DynArray caret_list; // of Caret (line_editor.h), the focused field's; start-up reserves room for 16
+    bool dropdown_open;  // the saved entries of the focused field are shown below it
+    uint32_t first_unit; // the first UTF-16 unit of a character whose second is not typed yet; 0: none
 };
 extern UiFocus ui_focus;
 
@@ -113,15 +113,15 @@ Point ui_pointer_position();
 // pixels of the client area.
 struct Layout {
     int32_t x;
-    int32_t y;              // of the next row's top
-    int32_t width;          // of a row
-    int32_t row_advance;    // height of a field's row
-    int32_t font_size;      // of glyphs
-    int32_t line_height;    // of a row of text
-    int32_t text_y_offset;  // from a row's top to its baseline
-    bool stop;              // an open drop-down covers the rest of the frame, which is not drawn
-    uint8_t click_consumed; // a click of this frame has been acted on; drawing goes on
-    Point mouse;            // the pointer
+    int32_t y;             // of the next row's top
+    int32_t width;         // of a row
+    int32_t row_advance;   // height of a field's row
+    int32_t font_size;     // of glyphs
+    int32_t line_height;   // of a row of text
+    int32_t text_y_offset; // from a row's top to its baseline
+    bool stop;             // an open drop-down covers the rest of the frame, which is not drawn
+    bool click_consumed;   // a click of this frame has been acted on; drawing goes on
+    Point mouse;           // the pointer
 };
 
 static_assert(sizeof(InputSlot) == 48);

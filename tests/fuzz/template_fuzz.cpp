@@ -22,7 +22,7 @@ int start_count;
 
 } // namespace
 
-uint32_t os_run_process(Str cmd, uint8_t show_console) {
+uint32_t os_run_process(Str cmd, bool show_console) {
     started = to_string(cmd);
     start_count++;
     fuzz_expect("the byte after the command", cmd.data[cmd.count], 0);

@@ -218,10 +218,10 @@ Str os_exe_folder() {
 namespace {
 
 // On these file systems a file's size is reliable; in /proc, for one, it is not.
-uint8_t reads_tell_sizes(int folder) {
+bool reads_tell_sizes(int folder) {
     struct statfs info;
     if (fstatfs(folder, &info) != 0) {
-        return 0;
+        return false;
     }
     switch (static_cast<uint64_t>(info.f_type)) {
     case EXT4_SUPER_MAGIC:
@@ -229,14 +229,14 @@ uint8_t reads_tell_sizes(int folder) {
     case BTRFS_SUPER_MAGIC:
     case TMPFS_MAGIC:
     case OVERLAYFS_SUPER_MAGIC:
-        return 1;
+        return true;
     default:
-        return 0;
+        return false;
     }
 }
 
-// Reads a whole file; returns 0 when it has, or may have, room bytes or more.
-uint8_t read_to_end(int file, uint32_t room, char *bytes, uint64_t *size) {
+// Reads a whole file; returns false when it has, or may have, room bytes or more.
+bool read_to_end(int file, uint32_t room, char *bytes, uint64_t *size) {
     constexpr uint64_t page = 4096; // a read cut short by a disk error ends at a page boundary
     ssize_t got = pread(file, bytes, room, 0);
     *size = got > 0 ? static_cast<uint64_t>(got) : 0;
@@ -272,22 +272,22 @@ uint32_t os_files_can_open(uint32_t most) {
 
 FilesOfFolder os_files_of(Str folder) {
     int handle = open(SystemPath(folder).text, O_PATH | O_DIRECTORY | O_CLOEXEC);
-    return {folder, handle, handle >= 0 ? reads_tell_sizes(handle) : uint8_t{0}};
+    return {folder, handle, handle >= 0 && reads_tell_sizes(handle)};
 }
 
 void os_files_close(FilesOfFolder *files) {
     if (files->handle >= 0) {
         close(static_cast<int>(files->handle));
     }
-    *files = {{}, -1, 0};
+    *files = {{}, -1, false};
 }
 
 OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t room, char *bytes) {
     int folder = static_cast<int>(files.handle);
     int file = openat(folder, name.data, open_to_read);
-    OpenedFile opened = {file, 0, 0};
+    OpenedFile opened = {file, 0, false};
     if (file >= 0 && files.reads_tell_sizes && read_to_end(file, room, bytes, &opened.size)) {
-        opened.is_read = 1;
+        opened.is_read = true;
         return opened;
     }
     off_t size = file >= 0 ? lseek(file, 0, SEEK_END) : -1; // the quickest way to learn it
@@ -298,16 +298,16 @@ OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t room, cha
     if (file >= 0) {
         close(file);
     }
-    return {-1, reported_size(files, name), 0};
+    return {-1, reported_size(files, name), false};
 }
 
-uint8_t os_file_read(const OpenedFile &file, uint32_t count, char *bytes) {
+bool os_file_read(const OpenedFile &file, uint32_t count, char *bytes) {
     int64_t got = read_up_to(static_cast<int>(file.handle), bytes, count);
     if (got < 0) {
-        return 0;
+        return false;
     }
     memset(bytes + got, 0, count - static_cast<uint64_t>(got));
-    return 1;
+    return true;
 }
 
 void os_file_close(OpenedFile *file) {
@@ -361,7 +361,7 @@ void free_listing(Listing *listing) {
 }
 
 // Whether a folder is the one at path or one above it.
-uint8_t is_on_path(const struct stat &folder, const SystemPath &path) {
+bool is_on_path(const struct stat &folder, const SystemPath &path) {
     SystemPath prefix = path;
     for (uint64_t i = 0; i <= path.count; i++) {
         if (i != path.count && path.text[i] != '/') {
@@ -371,11 +371,11 @@ uint8_t is_on_path(const struct stat &folder, const SystemPath &path) {
         struct stat info;
         if (stat(i == 0 ? "/" : prefix.text, &info) == 0 && info.st_dev == folder.st_dev &&
             info.st_ino == folder.st_ino) {
-            return 1;
+            return true;
         }
         prefix.text[i] = path.text[i];
     }
-    return 0;
+    return false;
 }
 
 // Resolves links, and entries whose type the file system does not report: d_type becomes DT_DIR, DT_REG, or
@@ -389,7 +389,7 @@ void resolve_links(Listing *listing, const SystemPath &path) {
             continue;
         }
         struct stat info = {};
-        uint8_t is_link = entry->d_type == DT_LNK;
+        bool is_link = entry->d_type == DT_LNK;
         if (!is_link) {
             fstatat(listing->folder, entry->d_name, &info, AT_SYMLINK_NOFOLLOW);
             is_link = S_ISLNK(info.st_mode);
@@ -397,12 +397,12 @@ void resolve_links(Listing *listing, const SystemPath &path) {
         if (is_link) {
             fstatat(listing->folder, entry->d_name, &info, 0);
         }
-        uint8_t is_folder = S_ISDIR(info.st_mode);
-        uint8_t is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
+        bool is_folder = S_ISDIR(info.st_mode);
+        bool is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
         if (is_folder && !is_dot && listing->use != LIST_DETAILS && is_on_path(info, path)) {
             entry->d_name[0] = 0;
         }
-        uint8_t is_file = S_ISREG(info.st_mode) && !(is_link && listing->use == LIST_ONCE);
+        bool is_file = S_ISREG(info.st_mode) && !(is_link && listing->use == LIST_ONCE);
         entry->d_type = is_folder ? DT_DIR : is_file ? DT_REG : DT_UNKNOWN;
     }
 }
@@ -513,7 +513,7 @@ void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry) {
     return listing;
 }
 
-uint8_t os_folder_next(void *handle, FolderEntry *entry) {
+bool os_folder_next(void *handle, FolderEntry *entry) {
     Listing *listing = static_cast<Listing *>(handle);
     close_open_entry();
     while (listing->next < listing->end) {
@@ -532,9 +532,9 @@ uint8_t os_folder_next(void *handle, FolderEntry *entry) {
             (listing->use == LIST_ONCE && entry->is_special)) {
             look_at_entry(listing, found, entry);
         }
-        return 1;
+        return true;
     }
-    return 0;
+    return false;
 }
 
 void os_folder_close(void *handle) {

@@ -133,7 +133,7 @@ int spawn_orphan(char *const *words, const posix_spawn_file_actions_t *files,
 // Starts a program with these standard files; -1 keeps this process's own. The program inherits no other
 // file. Sets child to its id; if child is null, this process never has to reap it. Returns 0 or an error
 // code.
-int spawn(char *const *words, int input, int output, uint8_t show_console, pid_t *child) {
+int spawn(char *const *words, int input, int output, bool show_console, pid_t *child) {
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
     int error = posix_spawn_file_actions_init(&files);
@@ -169,7 +169,7 @@ int spawn(char *const *words, int input, int output, uint8_t show_console, pid_t
 
 } // namespace
 
-pid_t start_command(Str cmd, int input, int output, uint8_t show_console) {
+pid_t start_command(Str cmd, int input, int output, bool show_console) {
     pid_t child = -1;
     char **words = split_command(cmd);
     if (words && spawn(words, input, output, show_console, &child) != 0) {
@@ -181,7 +181,7 @@ pid_t start_command(Str cmd, int input, int output, uint8_t show_console) {
 
 // ---- One command ----
 
-uint32_t os_run_process(Str cmd, uint8_t show_console) {
+uint32_t os_run_process(Str cmd, bool show_console) {
     char **words = split_command(cmd);
     int error = words ? spawn(words, -1, -1, show_console, nullptr) : errno;
     os_free(words);
@@ -200,7 +200,7 @@ int32_t os_shell_open(Str path) {
     name[path.count] = 0;
     char program[] = "xdg-open";
     char *words[] = {program, name, nullptr};
-    int error = spawn(words, -1, -1, 0, nullptr);
+    int error = spawn(words, -1, -1, false, nullptr);
     os_free(name);
     return error == 0 ? 0 : 1;
 }

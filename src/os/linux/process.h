@@ -8,4 +8,4 @@
 
 // Starts a command with these standard files, where output also receives its errors. Returns the child's id,
 // or -1.
-pid_t start_command(Str cmd, int input, int output, uint8_t show_console);
+pid_t start_command(Str cmd, int input, int output, bool show_console);

@@ -23,7 +23,7 @@ struct ProcessOutput {
 // child and everything that inherited its output have closed it, and on Linux the child has ended. This side
 // of both pipes intentionally stays open, so the child's input never ends; after a failed start the child's
 // side stays open as well. When the exit code cannot be read, the debug line "2886" is written.
-uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console);
+uint32_t os_run_process(Str cmd, ProcessOutput on_output, bool show_console);
 
 // ---- A child to talk with (each system) ----
 
@@ -46,7 +46,7 @@ struct Process {
 // Starts a command with pipes as its standard files and returns at once: 0, or 1 when a pipe or the child
 // cannot be created. After a failure the pipes created so far intentionally stay open, and process must not
 // be used.
-int32_t os_process_start(Process *process, Str cmd, uint8_t show_console);
+int32_t os_process_start(Process *process, Str cmd, bool show_console);
 
 // Writes count bytes to the child's input, waiting while the pipe is full. Returns the bytes written, or -1;
 // to a child that has gone only after os_init, without which a system may end the program.

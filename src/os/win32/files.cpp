@@ -180,18 +180,18 @@ uint32_t os_files_can_open(uint32_t most) {
 }
 
 FilesOfFolder os_files_of(Str folder) {
-    return {folder, -1, 0};
+    return {folder, -1, false};
 }
 
 void os_files_close(FilesOfFolder *files) {
-    *files = {{}, -1, 0};
+    *files = {{}, -1, false};
 }
 
 OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t, char *) {
     uint64_t folder_count = files.path.count;
     uint64_t count = folder_count + 1 + name.count;
     if (count > uint64_t{longest_path} * 3) {
-        return {-1, 0, 0};
+        return {-1, 0, false};
     }
     char *path = static_cast<char *>(__builtin_alloca(count));
     memcpy(path, files.path.data, folder_count);
@@ -201,21 +201,21 @@ OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t, char *) 
     HANDLE file = open_to_read(wide);
     LARGE_INTEGER size;
     if (file != INVALID_HANDLE_VALUE && GetFileSizeEx(file, &size)) {
-        return {reinterpret_cast<int64_t>(file), static_cast<uint64_t>(size.QuadPart), 0};
+        return {reinterpret_cast<int64_t>(file), static_cast<uint64_t>(size.QuadPart), false};
     }
     if (file != INVALID_HANDLE_VALUE) {
         CloseHandle(file);
     }
-    return {-1, 0, 0};
+    return {-1, 0, false};
 }
 
-uint8_t os_file_read(const OpenedFile &file, uint32_t count, char *bytes) {
+bool os_file_read(const OpenedFile &file, uint32_t count, char *bytes) {
     DWORD read = 0;
     if (!ReadFile(reinterpret_cast<HANDLE>(file.handle), bytes, count, &read, nullptr)) {
-        return 0;
+        return false;
     }
     memset(bytes + read, 0, count - read);
-    return 1;
+    return true;
 }
 
 void os_file_close(OpenedFile *file) {
@@ -235,8 +235,8 @@ void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
     entry->name_bytes[bytes > 0 ? bytes - 1 : 0] = 0;
     entry->name = {bytes > 0 ? static_cast<uint64_t>(bytes) - 1 : 0, entry->name_bytes};
     entry->is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    entry->has_size = 1;
-    entry->is_special = 0;
+    entry->has_size = true;
+    entry->is_special = false;
     entry->size = entry->is_folder ? 0 : uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
     entry->written = static_cast<int64_t>(uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 |
                                           found.ftLastWriteTime.dwLowDateTime);
@@ -273,13 +273,13 @@ void *os_folder_first(Str folder, FolderListingUse use, FolderEntry *entry) {
     return listing;
 }
 
-uint8_t os_folder_next(void *handle, FolderEntry *entry) {
+bool os_folder_next(void *handle, FolderEntry *entry) {
     WIN32_FIND_DATAW found;
     if (!FindNextFileW(handle, &found)) {
-        return 0;
+        return false;
     }
     fill_entry(entry, found);
-    return 1;
+    return true;
 }
 
 void os_folder_close(void *handle) {

@@ -10,13 +10,13 @@
 
 static_assert(exit_code_still_running == STILL_ACTIVE);
 
-DWORD creation_flags_for(uint8_t show_console) {
+DWORD creation_flags_for(bool show_console) {
     return show_console ? NORMAL_PRIORITY_CLASS : CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS;
 }
 
 // ---- One command ----
 
-uint32_t os_run_process(Str cmd, uint8_t show_console) {
+uint32_t os_run_process(Str cmd, bool show_console) {
     WIDE_ON_STACK(wide_cmd, cmd, longest_wide_text);
     if (!wide_cmd) {
         os_start_error = ERROR_FILENAME_EXCED_RANGE;

@@ -5,4 +5,4 @@
 #include <windows.h>
 
 // What show_console means to CreateProcess.
-DWORD creation_flags_for(uint8_t show_console);
+DWORD creation_flags_for(bool show_console);

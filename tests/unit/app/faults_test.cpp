@@ -966,7 +966,7 @@ const std::vector<Step> steps = {
      [](InterfaceScope *scope) {
          set_entries(query, {"hay", std::string(3000, 'p')});
          saved_list_write(query);
-         ui_focus.dropdown_open = 1;
+         ui_focus.dropdown_open = true;
          scope->warm();
      },
      [](InterfaceScope *scope) {
@@ -975,7 +975,7 @@ const std::vector<Step> steps = {
      {}},
     {"removing an entry",
      [](InterfaceScope *scope) {
-         ui_focus.dropdown_open = 1;
+         ui_focus.dropdown_open = true;
          scope->warm();
      },
      [](InterfaceScope *scope) {
@@ -1088,7 +1088,7 @@ bool is_allowed(const Step &step, Part part, const std::string &value) {
 // command.
 void go_on_after_step(InterfaceScope *scope) {
     search_state.request_pending = 0;
-    ui_focus.dropdown_open = 0;
+    ui_focus.dropdown_open = false;
     search_state.results_scroll = 0;
     FrameScope::focus(query, {{0, 0}});
     scope->begin();

@@ -335,7 +335,7 @@ void restart_searches_under_frames(bool with_list_keys) {
     }
 
     ui_focus.field = nullptr;
-    ui_focus.dropdown_open = 0;
+    ui_focus.dropdown_open = false;
     begin_frame();
     set_field(path, user.root);
     set_field(query, "needle");

@@ -87,7 +87,7 @@ int published() {
 struct Seen {
     std::string path, query, carets, paths_file, queries_file;
     const Field *focused_field;
-    uint8_t dropdown_open, path_saved, query_saved;
+    bool dropdown_open, path_saved, query_saved;
     int32_t scroll;
     size_t opened;
     int published;
@@ -592,10 +592,10 @@ TEST(InputEnter, AFileThatCannotBeWrittenStopsNoSearch) {
 TEST(InputEnter, CompletesUnderAnOpenDropDownWhichStaysOpen) {
     FrameScope scope;
     put_completions("C:/co", {"code"});
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     key(KEY_ENTER);
     EXPECT_EQ(text_of(*path), "C:/code");
-    EXPECT_EQ(ui_focus.dropdown_open, 1);
+    EXPECT_TRUE(ui_focus.dropdown_open);
 }
 
 TEST(InputEnter, ShiftAndCtrlMakeNoDifference) {
@@ -710,10 +710,10 @@ TEST(InputTab, AnOpenDropDownBecomesTheOtherFields) {
     FrameScope scope;
     set_field(query, "needle");
     scope.focus(path, {});
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     key(KEY_TAB);
     EXPECT_EQ(ui_focus.field, query);
-    EXPECT_EQ(ui_focus.dropdown_open, 1);
+    EXPECT_TRUE(ui_focus.dropdown_open);
     EXPECT_EQ(carets(), "{0,6}");
 }
 
@@ -787,9 +787,9 @@ TEST(InputEscape, LeavesAnOpenDropDownOpen) {
     FrameScope scope;
     recorded_opened_paths.clear();
     scope.focus(path, {{0, 0}});
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     key(KEY_ESCAPE); // intentional
-    EXPECT_EQ(ui_focus.dropdown_open, 1);
+    EXPECT_TRUE(ui_focus.dropdown_open);
     EXPECT_EQ(ui_focus.field, path);
     EXPECT_EQ(recorded_opened_paths.size(), 1u);
     recorded_opened_paths.clear();
@@ -877,7 +877,7 @@ TEST(InputWheel, ScrollsInEveryState) {
         for (bool is_open : {false, true}) {
             for (Point mouse : {Point{20, 8}, Point{300, 300}, Point{-5000, 9000}}) {
                 scope.focus(field, {{1, 3}});
-                ui_focus.dropdown_open = is_open ? 1 : 0;
+                ui_focus.dropdown_open = is_open;
                 pointer(EVENT_MOUSE_MOVE, mouse);
                 search_state.results_scroll = 100;
                 Seen expected = see(scope);

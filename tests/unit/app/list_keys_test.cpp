@@ -276,7 +276,7 @@ TEST(ListKeysSelect, AnOpenDropDownKeepsTheKeysFromTheList) {
     KeysScope scope;
     select(5, 2);
     set_entries(query, {"one"});
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     copy_from_elsewhere("before");
     for (uint16_t code : {KEY_UP, KEY_DOWN, KEY_PAGE_UP, KEY_PAGE_DOWN, KEY_ENTER}) {
         EXPECT_EQ(after(code), "5@2");
@@ -862,9 +862,9 @@ TEST(ListKeysBar, ALostFocusOrADropDownEndsTheDrag) {
         button(MOUSE_LEFT, BUTTON_PRESSED, {395, list_top + 20});
         scope.draw();
         if (has_focus) {
-            ui_focus.dropdown_open = 1;
+            ui_focus.dropdown_open = true;
             scope.draw();
-            ui_focus.dropdown_open = 0;
+            ui_focus.dropdown_open = false;
         } else {
             WindowEvent event = {};
             event.type = EVENT_FOCUS;

@@ -543,7 +543,7 @@ TEST(ResultsMouse, TheMiddleButtonRunsNothing) {
     Layout layout = layout_at(0, {50, 20});
     draw_list(&canvas, 0, &layout);
     EXPECT_EQ(commands(), "");
-    EXPECT_EQ(layout.click_consumed, 0);
+    EXPECT_FALSE(layout.click_consumed);
 }
 
 TEST(ResultsMouse, TheLeftButtonWinsWhenBothWentDown) {
@@ -579,7 +579,7 @@ TEST(ResultsMouse, AConsumedClickRunsNothing) {
         press(buttons);
         Canvas canvas(300, 150, ground), plain(300, 150, ground);
         Layout layout = layout_at(0, {50, 20});
-        layout.click_consumed = 1;
+        layout.click_consumed = true;
         draw_list(&canvas, 4, &layout);
         EXPECT_EQ(commands(), "");
         draw_rows(&plain.framebuffer, 0, {"b.h  proj", "*:1 needle"}); // still highlighted
@@ -593,7 +593,7 @@ TEST(ResultsMouse, OneCommandAFrame) {
     Canvas canvas(300, 150, ground);
     Layout layout = layout_at(0, {50, 20});
     draw_list(&canvas, 0, &layout);
-    EXPECT_EQ(layout.click_consumed, 1);
+    EXPECT_TRUE(layout.click_consumed);
     layout.y = 0;
     draw_list(&canvas, 0, &layout);
     EXPECT_EQ(commands(), "L C:/code/proj/src/main.c:3:5|");
@@ -603,7 +603,7 @@ TEST(ResultsMouse, AnOpenDropDownKeepsClicksFromTheList) {
     ListScope scope;
     scope.focus(&path_field, {});
     set_entries(&path_field, {"one"});
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     Canvas canvas(300, 200, unpainted);
     for (Buttons buttons : {RIGHT, LEFT}) {
         press(buttons);

@@ -780,7 +780,7 @@ TEST(FilesOfFolder, HaveTheSizesThatTheSystemReportsThoughTheirBytesAreMore) {
     FilesOfFolder files = os_files_of(str_from("/proc/self"));
     OpenedFile file = os_file_open(files, str_from("status"), sizeof(room), room);
     EXPECT_EQ(file.size, 0u); // opened or not, as seeking to its end may fail
-    EXPECT_EQ(file.is_read, 0);
+    EXPECT_FALSE(file.is_read);
     os_file_close(&file);
     os_files_close(&files);
 }

@@ -45,7 +45,7 @@ TEST(Process, ACommandThatRunsOnIsLeftRunning) {
 TEST(Process, ACommandMayShowAConsole) {
     TestTree tree;
     std::string cmd = probe("wait" + quoted(tree.path("go")) + quoted(tree.path("done")));
-    EXPECT_EQ(os_run_process(str_over(cmd), 1), exit_code_still_running);
+    EXPECT_EQ(os_run_process(str_over(cmd), true), exit_code_still_running);
     tree.file("go", "");
     EXPECT_TRUE(appears(tree.native("done")));
 }

@@ -56,7 +56,7 @@ void keep_chunk(void *context, Str chunk) {
     static_cast<Captured *>(context)->chunks.push_back(to_string(chunk));
 }
 
-Captured capture(const std::string &cmd, uint8_t show_console = no_console) {
+Captured capture(const std::string &cmd, bool show_console = no_console) {
     Captured captured = {};
     captured.exit_code = os_run_process(str_over(cmd), {keep_chunk, &captured}, show_console);
     return captured;

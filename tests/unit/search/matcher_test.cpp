@@ -315,7 +315,7 @@ TEST(Matcher, APendingRequestStopsTheListingBeforeAnything) {
     Str prefix = {};
     for (int pending : {1, 2, 255}) { // anything but zero
         search_state.request_pending = static_cast<uint8_t>(pending);
-        for (uint8_t is_folder : {uint8_t{0}, uint8_t{1}}) { // whatever the entry is
+        for (bool is_folder : {false, true}) { // whatever the entry is
             EXPECT_EQ(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, is_folder)), 0);
             EXPECT_EQ(on_folder_suggestion(&prefix, str_over(folder), listed(str_from("d"), 0, is_folder)),
                       0);

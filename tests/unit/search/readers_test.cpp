@@ -48,8 +48,8 @@ FilesOfFolder __wrap__Z11os_files_of3Str(Str);
 FilesOfFolder __real__Z11os_files_of3Str(Str);
 OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
 OpenedFile __real__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
-uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
-uint8_t __real__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
+bool __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
+bool __real__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
 Str __wrap__Z18os_file_read_entry3StrS_(Str, Str);
 Str __real__Z18os_file_read_entry3StrS_(Str, Str);
 void __wrap__Z12os_file_freeP3Str(Str *);
@@ -156,7 +156,7 @@ OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &
         __real__Z12os_file_openRK13FilesOfFolder3StrjPc(files, name, reads_apart ? 0 : room, bytes);
     if (fails) {
         os_file_close(&file);
-        file.is_read = 0;
+        file.is_read = false;
     }
     if (after_open) {
         after_open();
@@ -164,7 +164,7 @@ OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &
     return file;
 }
 
-uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_t count, char *bytes) {
+bool __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_t count, char *bytes) {
     add_in_memory(count);
     bool fails;
     {
@@ -174,7 +174,7 @@ uint8_t __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_
         }
         fails = reads.next_fails();
     }
-    uint8_t is_read = !fails && __real__Z12os_file_readRK10OpenedFilejPc(file, count, bytes);
+    bool is_read = !fails && __real__Z12os_file_readRK10OpenedFilejPc(file, count, bytes);
     linger(count);
     in_memory -= count;
     return is_read;

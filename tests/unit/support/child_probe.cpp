@@ -139,7 +139,7 @@ int print_console_window(int looks) {
 }
 
 // Starts the rest of this program's command line, from its third argument on, and prints its output.
-int start(uint8_t show_console) {
+int start(bool show_console) {
     const char *rest = strstr(GetCommandLineA(), " start ");
     Str cmd = str_from(rest + strlen(" start 0 "));
     return static_cast<int>(

@@ -31,7 +31,7 @@ inline std::string quoted(const std::string &path) {
     return " \"" + path + "\"";
 }
 
-inline constexpr uint8_t no_console = 0;
+inline constexpr bool no_console = false;
 
 // Asks again and again until the answer is yes; false after a minute.
 inline bool comes_true(const std::function<bool()> &question) {

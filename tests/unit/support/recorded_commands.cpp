@@ -6,7 +6,7 @@
 std::vector<RecordedCommand> recorded_commands;
 std::vector<std::string> recorded_opened_paths;
 
-uint32_t os_run_process(Str cmd, uint8_t show_console) {
+uint32_t os_run_process(Str cmd, bool show_console) {
     recorded_commands.push_back({to_string(cmd), cmd.data[cmd.count] == 0, show_console});
     return exit_code_still_running;
 }

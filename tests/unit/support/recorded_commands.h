@@ -10,7 +10,7 @@
 struct RecordedCommand {
     std::string text;
     bool is_zero_terminated;
-    uint8_t show_console;
+    bool show_console;
 };
 
 // What os_run_process and os_shell_open were called with, in order, until the test empties them.

@@ -22,7 +22,7 @@ std::string to_string(Str text) {
     return text.count > 0 ? std::string(text.data, text.count) : std::string();
 }
 
-FolderEntry listed(Str name, uint64_t size, uint8_t is_folder) {
+FolderEntry listed(Str name, uint64_t size, bool is_folder) {
     FolderEntry entry = {};
     entry.name = name;
     entry.size = size;

@@ -14,7 +14,7 @@ Str str_over(const std::string &text);
 std::string to_string(Str text);
 
 // An entry as a listing reports it; size: bytes.
-FolderEntry listed(Str name, uint64_t size, uint8_t is_folder);
+FolderEntry listed(Str name, uint64_t size, bool is_folder);
 
 // A folder of its own for one test, removed with all that is in it. Names are UTF-8.
 class TestTree {

@@ -172,15 +172,18 @@ bool is_published() {
 TEST(ToggleButton, HasFourColoursAndFillsItsRectangleOnly) {
     UiScope scope;
     const struct {
-        uint8_t state;
+        bool is_on;
         Point mouse;
         uint32_t colour;
-    } rows[] = {{1, nowhere, yellow}, {0, nowhere, grey}, {1, {12, 23}, red}, {0, {12, 23}, light_grey}};
+    } rows[] = {{true, nowhere, yellow},
+                {false, nowhere, grey},
+                {true, {12, 23}, red},
+                {false, {12, 23}, light_grey}};
     for (const auto &shown : rows) {
         Drawing drawing(40, 40), expected(40, 40);
         Layout layout = {};
         layout.mouse = shown.mouse;
-        EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, shown.state, &layout), 0);
+        EXPECT_FALSE(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, shown.is_on, &layout));
         expected.fill({10, 20, 7, 5}, shown.colour);
         EXPECT_EQ(difference(drawing, expected), "");
     }
@@ -200,7 +203,7 @@ TEST(ToggleButton, IsHoveredFromItsFirstPixelToBeforeItsEnd) {
         ui_begin_frame();
         ui_release(MOUSE_LEFT, {});
         ui_press(MOUSE_LEFT, {});
-        EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), pointed.is_hovered)
+        EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, false, &layout), pointed.is_hovered)
             << pointed.mouse.x << ", " << pointed.mouse.y;
         EXPECT_EQ(drawing.at({12, 22}), pointed.is_hovered ? light_grey : grey);
         EXPECT_EQ(ui_went_down(MOUSE_LEFT), !pointed.is_hovered);
@@ -214,12 +217,12 @@ TEST(ToggleButton, ConsumesThePress) {
     Layout layout = {};
     layout.mouse = {12, 22};
     ui_press(MOUSE_LEFT, {});
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 1);
+    EXPECT_TRUE(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, false, &layout));
     EXPECT_EQ(search_state.results_dirty, 1);
-    EXPECT_EQ(layout.click_consumed, 0); // the caller sets it
+    EXPECT_FALSE(layout.click_consumed); // the caller sets it
     EXPECT_FALSE(ui_went_down(MOUSE_LEFT));
     EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 0);
+    EXPECT_FALSE(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, false, &layout));
 }
 
 TEST(ToggleButton, LeavesAConsumedClickAHeldAndAnotherButtonAlone) {
@@ -228,15 +231,15 @@ TEST(ToggleButton, LeavesAConsumedClickAHeldAndAnotherButtonAlone) {
     Drawing drawing(40, 40);
     Layout layout = {};
     layout.mouse = {12, 22};
-    layout.click_consumed = 1;
+    layout.click_consumed = true;
     ui_press(MOUSE_LEFT, {});
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 0);
+    EXPECT_FALSE(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, false, &layout));
     EXPECT_TRUE(ui_went_down(MOUSE_LEFT));
-    layout.click_consumed = 0;
+    layout.click_consumed = false;
     ui_begin_frame(); // from here on the button is held
     ui_press(MOUSE_RIGHT, {});
     ui_press(MOUSE_MIDDLE, {});
-    EXPECT_EQ(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, 0, &layout), 0);
+    EXPECT_FALSE(toggle_button(&drawing.framebuffer, {10, 20, 7, 5}, false, &layout));
     EXPECT_TRUE(ui_went_down(MOUSE_RIGHT));
     EXPECT_EQ(search_state.results_dirty, 0);
 }
@@ -306,7 +309,7 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     other.text = &text;
     fields.focus(&other);
     ui_focus.caret_list.count = 0;
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     fields.click(&other, on_save, MOUSE_MIDDLE);
     Drawing expected;
     expected.fill(row, focused_ground);
@@ -353,7 +356,7 @@ TEST(FieldWidget, MovesTheLayoutByARow) {
     fields.draw(query);
     EXPECT_EQ(fields.layout.y, 27);
     EXPECT_EQ(fields.layout.stop, 0);
-    EXPECT_EQ(fields.layout.click_consumed, 0);
+    EXPECT_FALSE(fields.layout.click_consumed);
     fields.draw_next(path);
     EXPECT_EQ(fields.layout.y, 50);
 }
@@ -364,7 +367,7 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
     fields.complete("abc");
     set_entries(path, {"one", "(two)"});
     fields.focus(path, 2, 5);
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     for (int32_t width : {0, 1, 5, 6, 7, 20, 60}) {
         for (int32_t height : {0, 1, 4, 19, 27, 28, 44, 45, 46}) {
             Canvas canvas(width, height, ground);
@@ -655,14 +658,14 @@ TEST(FieldClick, ALeftClickSelectsAllAndClosesTheDropDown) {
     set_field(path, "C:/src");
     set_field(query, "needle");
     fields.focus(query, 2, 2);
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     fields.click(path, on_row);
     EXPECT_EQ(ui_focus.field, path);
     EXPECT_EQ(carets(), "{0,6}");
-    EXPECT_EQ(ui_focus.dropdown_open, 0);
+    EXPECT_FALSE(ui_focus.dropdown_open);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
-    EXPECT_EQ(fields.layout.click_consumed, 1);
+    EXPECT_TRUE(fields.layout.click_consumed);
     EXPECT_EQ(fields.layout.stop, 0);
 }
 
@@ -721,7 +724,7 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
         EXPECT_EQ(ui_focus.dropdown_open, clicked.is_open);
         EXPECT_EQ(carets(), clicked.carets);
         EXPECT_EQ(search_state.results_dirty, 0); // intentional: the release redraws
-        EXPECT_EQ(fields.layout.click_consumed, 1);
+        EXPECT_TRUE(fields.layout.click_consumed);
     }
 }
 
@@ -732,7 +735,7 @@ TEST(FieldClick, TheLeftButtonWinsWhenBothGoDown) {
     ui_press(MOUSE_LEFT, on_row);
     fields.draw(path, on_row);
     EXPECT_EQ(ui_focus.field, path);
-    EXPECT_EQ(ui_focus.dropdown_open, 0);
+    EXPECT_FALSE(ui_focus.dropdown_open);
     EXPECT_EQ(search_state.results_dirty, 1);
 }
 
@@ -750,7 +753,7 @@ TEST(FieldClick, BesideTheRowAndWithAHeldOrMiddleButtonNothingHappens) {
     ui_begin_frame();
     fields.draw(path, on_row);
     EXPECT_EQ(ui_focus.field, nullptr);
-    EXPECT_EQ(fields.layout.click_consumed, 0);
+    EXPECT_FALSE(fields.layout.click_consumed);
 }
 
 TEST(FieldClick, IsOneActionOnly) {
@@ -758,7 +761,7 @@ TEST(FieldClick, IsOneActionOnly) {
     set_field(path, "abc");
     fields.begin(on_row);
     ui_press(MOUSE_LEFT, on_row);
-    fields.layout.click_consumed = 1;
+    fields.layout.click_consumed = true;
     fields.draw_next(path);
     EXPECT_EQ(ui_focus.field, nullptr);
 
@@ -766,7 +769,7 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_begin_frame();
     fields.click(path, on_save);
     EXPECT_EQ(ui_focus.field, nullptr);
-    EXPECT_EQ(fields.layout.click_consumed, 1);
+    EXPECT_TRUE(fields.layout.click_consumed);
     EXPECT_EQ(entries_of(path_field.entries), "abc");
 
     // With both buttons at once on the save button only the text is saved.
@@ -785,7 +788,7 @@ TEST(FieldClick, ARightClickOnTheSaveButtonIsOneOnTheRow) {
     set_field(path, "abc");
     fields.click(path, on_save, MOUSE_RIGHT);
     EXPECT_EQ(ui_focus.field, path);
-    EXPECT_EQ(ui_focus.dropdown_open, 1);
+    EXPECT_TRUE(ui_focus.dropdown_open);
     EXPECT_EQ(entries_of(path_field.entries), "");
 }
 
@@ -803,7 +806,7 @@ TEST(SaveButton, AddsTheTextWritesTheFileAndMarksTheFocusedField) {
     EXPECT_EQ(query_field.is_saved, 1);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
-    EXPECT_EQ(fields.layout.click_consumed, 1);
+    EXPECT_TRUE(fields.layout.click_consumed);
     EXPECT_EQ(carets(), "{0,6}");
 }
 
@@ -848,7 +851,7 @@ TEST(SaveButton, OfASavedTextChangesNothing) {
     fields.click(query, on_save);
     EXPECT_EQ(entries_of(query_field.entries), "one|(two)");
     EXPECT_EQ(fields.file("saved_queries.txt"), "none");
-    EXPECT_EQ(fields.layout.click_consumed, 1);
+    EXPECT_TRUE(fields.layout.click_consumed);
 }
 
 TEST(SaveButton, OfASavedTextThatARemovedEntryEqualsWritesTheFile) {
@@ -966,7 +969,7 @@ struct OpenPaths : Fields {
         set_field(path, text);
         set_entries(path, entries);
         focus(path, 1, 1);
-        ui_focus.dropdown_open = 1;
+        ui_focus.dropdown_open = true;
     }
 };
 
@@ -1016,11 +1019,11 @@ TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     EXPECT_EQ(fields.layout.stop, 1);
     fields.draw(query);
     EXPECT_EQ(fields.layout.stop, 0);
-    ui_focus.dropdown_open = 0;
+    ui_focus.dropdown_open = false;
     fields.draw(path);
     EXPECT_EQ(fields.layout.stop, 0);
     EXPECT_EQ(fields.layout.y, 27);
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     empty_list(&path_field.entries);
     fields.draw(path);
     EXPECT_EQ(fields.layout.stop, 0);
@@ -1042,7 +1045,7 @@ TEST(DropDown, AButtonFlipsItsEntryAndPrintsItsOldState) {
     EXPECT_EQ(entries_of(path_field.entries), "(one)|two");
     EXPECT_EQ(fields.file("saved_paths.txt"), "abc\r\ntwo");
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(ui_focus.dropdown_open, 1);
+    EXPECT_TRUE(ui_focus.dropdown_open);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_EQ(carets(), "{1,1}");
@@ -1071,7 +1074,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     fields.click(path, on_entry(1)); // a removed entry, which stays removed
     EXPECT_EQ(text_of(*path), "C:/two");
     EXPECT_EQ(entries_of(path_field.entries), "C:/one|(C:/two)");
-    EXPECT_EQ(ui_focus.dropdown_open, 0);
+    EXPECT_FALSE(ui_focus.dropdown_open);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/two\r\nC:/one");
     EXPECT_EQ(carets(), "{0,6}");
@@ -1079,7 +1082,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     EXPECT_EQ(fields.layout.stop, 1); // nothing below the list is drawn in this frame
     EXPECT_EQ(fields.layout.y, 27 + 2 * 17);
 
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     fields.click(path, on_entry(0));
     EXPECT_EQ(text_of(*path), "C:/one");
     EXPECT_EQ(path_field.is_saved, 1);
@@ -1138,7 +1141,7 @@ TEST(DropDown, OutOfMemoryForAPickTheTextStaysAndIsSearchedForAgain) {
     }
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(path->text->capacity, 1024u);
-    EXPECT_EQ(ui_focus.dropdown_open, 0);
+    EXPECT_FALSE(ui_focus.dropdown_open);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(carets(), "{0,3}");
 }
@@ -1149,7 +1152,7 @@ TEST(DropDown, ARightClickOnARowOrItsButtonDoesNothing) {
     fields.click(path, on_entry_button(0), MOUSE_RIGHT);
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(entries_of(path_field.entries), "one");
-    EXPECT_EQ(ui_focus.dropdown_open, 1);
+    EXPECT_TRUE(ui_focus.dropdown_open);
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
 }
 
@@ -1158,7 +1161,7 @@ TEST(DropDown, AClickOnTheFieldAboveClosesItInTheNextFrame) {
         OpenPaths fields({"one"});
         fields.click(path, on_row, button);
         EXPECT_EQ(fields.layout.stop, 1);
-        EXPECT_EQ(ui_focus.dropdown_open, 0);
+        EXPECT_FALSE(ui_focus.dropdown_open);
         EXPECT_EQ(ui_focus.field, path);
         ui_begin_frame();
         fields.draw(path, on_row);
@@ -1191,12 +1194,12 @@ TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
     EXPECT_EQ(fields.layout.y, 27 + 6 * 17);
 
     set_field(path, "abc");
-    ui_focus.dropdown_open = 1;
+    ui_focus.dropdown_open = true;
     for (Point below : {on_entry(6), on_entry_button(6), on_entry(40)}) {
         fields.click(path, below);
     }
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_EQ(ui_focus.dropdown_open, 1);
+    EXPECT_TRUE(ui_focus.dropdown_open);
 }
 
 TEST(DropDown, AnEntryOfSeveralLinesStaysInItsRow) {

@@ -82,7 +82,7 @@ ssize_t read_some(int file, char *bytes, uint64_t count) {
 
 // ---- A command with its output ----
 
-uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) {
+uint32_t os_run_process(Str cmd, ProcessOutput on_output, bool show_console) {
     if (!on_output.callback) {
         return os_run_process(cmd, show_console);
     }
@@ -114,7 +114,7 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) 
 
 // ---- A child to talk with ----
 
-int32_t os_process_start(Process *process, Str cmd, uint8_t show_console) {
+int32_t os_process_start(Process *process, Str cmd, bool show_console) {
     *process = {};
     // A failure intentionally leaves open what has been created by then.
     if (!make_pipe(&process->output, &process->child_output) ||

@@ -18,7 +18,7 @@ const PROCESS_INFORMATION *information_of(const Process *process) {
 
 // ---- A command with its output ----
 
-uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) {
+uint32_t os_run_process(Str cmd, ProcessOutput on_output, bool show_console) {
     if (!on_output.callback) {
         return os_run_process(cmd, show_console);
     }
@@ -47,7 +47,7 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, uint8_t show_console) 
 
 // ---- A child to talk with ----
 
-int32_t os_process_start(Process *process, Str cmd, uint8_t show_console) {
+int32_t os_process_start(Process *process, Str cmd, bool show_console) {
     *process = {};
     WIDE_ON_STACK(wide_cmd, cmd, longest_wide_text);
     if (!wide_cmd) {
