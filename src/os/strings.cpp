@@ -59,6 +59,18 @@ Str str_file_name(Str path) {
     return {path.count - start, path.data + start};
 }
 
+Str str_copy(Str text) {
+    char *copy = static_cast<char *>(os_alloc(text.count + 1));
+    if (!copy) {
+        return {};
+    }
+    if (text.count > 0) {
+        memcpy(copy, text.data, text.count);
+    }
+    copy[text.count] = 0;
+    return {text.count, copy};
+}
+
 Str path_clean(Str text, bool keep_trailing_slashes) {
     for (uint64_t i = 0; i < text.count; i++) {
         char &byte = text.data[i];

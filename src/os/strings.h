@@ -48,6 +48,9 @@ Str str_cut_trailing_whitespace(Str text);
 // What follows the last '\' or '/' of a path; the whole path when there is none.
 Str str_file_name(Str path);
 
+// A zero-terminated copy, owned by the caller and freed with os_free; the empty Str when out of memory.
+Str str_copy(Str text);
+
 // Cleans a typed path in place: line feeds, carriage returns, tabs and double quotes become spaces,
 // backslashes become slashes, and spaces are removed at both ends; without keep_trailing_slashes slashes are
 // removed at the end too. Returns what is left of text, not zero-terminated.

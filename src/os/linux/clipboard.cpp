@@ -35,18 +35,6 @@ void forget_own_text() {
     own = {};
 }
 
-Str copy_of(Str text) {
-    char *copy = static_cast<char *>(os_alloc(text.count + 1));
-    if (!copy) {
-        return {};
-    }
-    if (text.count > 0) {
-        memcpy(copy, text.data, text.count);
-    }
-    copy[text.count] = 0;
-    return {text.count, copy};
-}
-
 uint64_t length_to_zero(Str text) {
     return strnlen(text.data, text.count);
 }
@@ -56,7 +44,7 @@ uint64_t length_to_zero(Str text) {
 // Converts valid UTF-8 to Latin-1, with a '?' for each character that Latin-1 lacks. The caller frees it with
 // os_free; the empty Str when out of memory.
 Str latin1_from_utf8(Str text) {
-    Str latin1 = copy_of(text);
+    Str latin1 = str_copy(text);
     if (!latin1.data) {
         return {};
     }
@@ -198,14 +186,14 @@ void put_items(Window requestor, Atom property, Atom type, const long *items, ui
 Str text_for(Atom target, Atom *type) {
     *type = target;
     if (target == x11_atom(ATOM_UTF8_STRING) || target == x11_atom(ATOM_TEXT_PLAIN_UTF8)) {
-        return copy_of(own.repaired);
+        return str_copy(own.repaired);
     }
     if (target == x11_atom(ATOM_STRING)) {
         return latin1_from_utf8(own.repaired);
     }
     if (target == x11_atom(ATOM_TEXT)) { // the owner chooses the encoding
         *type = x11_atom(str_equal(own.repaired, own.bytes) ? ATOM_UTF8_STRING : ATOM_C_STRING);
-        return copy_of(own.bytes);
+        return str_copy(own.bytes);
     }
     return {};
 }
@@ -416,7 +404,7 @@ Str os_clipboard_get_text() {
     }
     handle_arrived_events(display);
     if (own.repaired.data) {
-        return copy_of({length_to_zero(own.repaired), own.repaired.data});
+        return str_copy({length_to_zero(own.repaired), own.repaired.data});
     }
     Atom clipboard = x11_atom(ATOM_CLIPBOARD);
     Time time = x11_server_time();
@@ -448,7 +436,7 @@ int32_t os_clipboard_set_text(Str text) {
     if (!repaired.data) {
         return 1;
     }
-    Str bytes = copy_of(text);
+    Str bytes = str_copy(text);
     if (!bytes.data) {
         os_free(repaired.data);
         return 2;

@@ -204,11 +204,7 @@ Str exe_path() {
 Str os_exe_folder() {
     static Str folder;
     if (!folder.data) {
-        Str path = exe_path();
-        if (!path.data) {
-            return {};
-        }
-        folder = str_cut_to_folder(path);
+        folder = str_cut_to_folder(exe_path());
     }
     return folder;
 }
@@ -476,11 +472,7 @@ Listing *open_listing(Str folder, FolderListingUse use, const SystemPath &path) 
     listing->use = use;
     resolve_links(listing, path);
     if (use == LIST_FILES) {
-        listing->path.data = static_cast<char *>(os_alloc(path.count + 1)); // null: the listing is not kept
-        if (listing->path.data) {
-            listing->path.count = path.count;
-            memcpy(listing->path.data, path.text, path.count + 1);
-        }
+        listing->path = str_copy(str_from(path.text)); // empty when out of memory: the listing is not kept
     }
     if (use == LIST_SUBFOLDERS) {
         close(file);

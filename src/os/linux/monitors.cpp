@@ -1,5 +1,4 @@
 #include <math.h>
-#include <string.h>
 
 #include <X11/Xatom.h>
 #include <X11/extensions/Xrandr.h>
@@ -68,16 +67,6 @@ void set_mode(MonitorInfo *monitor, const XRRMonitorInfo &system, XRRScreenResou
     monitor_set_mode(monitor, resolution, {system.width, system.height}, hertz);
 }
 
-// A zero-terminated copy; null data when out of memory.
-Str copy_of(const char *text) {
-    Str copy = {strlen(text), nullptr};
-    copy.data = static_cast<char *>(os_alloc(copy.count + 1));
-    if (copy.data) {
-        memcpy(copy.data, text, copy.count + 1);
-    }
-    return copy;
-}
-
 // Describes the monitors, in root coordinates. Returns how many; fewer than count when out of memory.
 uint32_t describe_monitors(const XRRMonitorInfo *systems, uint32_t count) {
     Display *display = x11_display();
@@ -94,7 +83,7 @@ uint32_t describe_monitors(const XRRMonitorInfo *systems, uint32_t count) {
         monitor->origin = {whole.x, whole.y};
         set_mode(monitor, system, resources);
         char *name = system.name ? XGetAtomName(display, system.name) : nullptr;
-        monitor->name = copy_of(name ? name : "screen");
+        monitor->name = str_copy(str_from(name ? name : "screen"));
         if (name) {
             XFree(name);
         }

@@ -192,12 +192,10 @@ uint32_t os_run_process(Str cmd, bool show_console) {
 // ---- Desktop ----
 
 int32_t os_shell_open(Str path) {
-    char *name = os_path_exists(path) ? static_cast<char *>(os_alloc(path.count + 1)) : nullptr;
+    char *name = os_path_exists(path) ? str_copy(path).data : nullptr;
     if (!name) {
         return 1;
     }
-    memcpy(name, path.data, path.count);
-    name[path.count] = 0;
     char program[] = "xdg-open";
     char *words[] = {program, name, nullptr};
     int error = spawn(words, -1, -1, false, nullptr);

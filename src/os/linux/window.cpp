@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <string.h>
-
 #include <X11/Xutil.h>
 #include <X11/extensions/Xfixes.h>
 #include <X11/extensions/shapeconst.h>
@@ -418,17 +416,6 @@ bool create_native(NativeWindow *native, Size size, const char *title, uint16_t 
     return true;
 }
 
-// A zero-terminated copy of the title, "Window" for an empty one. The caller frees it with os_free; null when
-// out of memory.
-char *title_of(Str title) {
-    Str text = title.count > 0 ? title : str_from("Window");
-    char *copy = static_cast<char *>(os_alloc_zero(text.count + 1));
-    if (copy) {
-        memcpy(copy, text.data, text.count);
-    }
-    return copy;
-}
-
 void destroy_native(NativeWindow *native) {
     keys_close_input(native);
     native_frame_free(native);
@@ -454,7 +441,7 @@ PlatformWindow *os_window_create(int32_t width, int32_t height, Str title, uint1
     Size size = flags & WINDOW_FLAG_BORDERLESS ? Size{100, 100} : Size{width, height};
     PlatformWindow *window = static_cast<PlatformWindow *>(os_alloc_zero(sizeof(PlatformWindow)));
     NativeWindow *native = static_cast<NativeWindow *>(os_alloc_zero(sizeof(NativeWindow)));
-    char *text = title_of(title);
+    char *text = str_copy(title.count > 0 ? title : str_from("Window")).data;
     bool is_created = window && native && text && create_native(native, size, text, flags);
     if (is_created) {
         window->handle = handle_of(native->id);

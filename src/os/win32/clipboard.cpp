@@ -8,22 +8,12 @@
 
 // ---- Blocks ----
 
-Str clipboard_text_from_wide(HANDLE handle, const void *block) {
+Str clipboard_text_from_wide(HANDLE handle, void *block) {
     const wchar_t *wide = static_cast<const wchar_t *>(block);
     return utf8_from_wide(wide, static_cast<int32_t>(wcsnlen(wide, GlobalSize(handle) / sizeof(wchar_t))));
 }
 
-Str clipboard_copy(const void *bytes, uint64_t count) {
-    char *copy = static_cast<char *>(os_alloc(count + 1));
-    if (!copy) {
-        return {};
-    }
-    memcpy(copy, bytes, count);
-    copy[count] = 0;
-    return {count, copy};
-}
-
-Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, const void *block)) {
+Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, void *block)) {
     Str text = {};
     if (void *block = handle ? GlobalLock(handle) : nullptr) {
         text = convert(handle, block);
@@ -37,8 +27,9 @@ Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, const void *bloc
 namespace {
 
 // No code page is applied: the bytes are taken to be UTF-8.
-Str text_from_bytes(HANDLE handle, const void *block) {
-    return clipboard_copy(block, strnlen(static_cast<const char *>(block), GlobalSize(handle)));
+Str text_from_bytes(HANDLE handle, void *block) {
+    char *bytes = static_cast<char *>(block);
+    return str_copy({strnlen(bytes, GlobalSize(handle)), bytes});
 }
 
 // Allocates a block for the clipboard; the heap's hook may make it fail.

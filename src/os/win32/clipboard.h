@@ -6,11 +6,8 @@
 #include "os/strings.h"
 
 // What convert makes of the clipboard's block; empty when the handle is null or the block cannot be locked.
-Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, const void *block));
+Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, void *block));
 
 // The UTF-16 text in a locked block as UTF-8: up to its first zero, or all of a block that has none. The
 // caller frees it with os_free; the empty Str when out of memory.
-Str clipboard_text_from_wide(HANDLE handle, const void *block);
-
-// A zero-terminated copy that the caller frees with os_free; the empty Str when out of memory.
-Str clipboard_copy(const void *bytes, uint64_t count);
+Str clipboard_text_from_wide(HANDLE handle, void *block);

@@ -1,9 +1,6 @@
 #include "os/console.h"
 
-#include <string.h>
 #include <windows.h>
-
-#include "os/memory.h"
 
 // ---- Output ----
 
@@ -17,14 +14,7 @@ void os_console_write(Str text) {
 Str os_command_line() {
     static Str command_line;
     if (!command_line.data) {
-        Str text = str_cut_trailing_whitespace(str_from(GetCommandLineA()));
-        char *copy = static_cast<char *>(os_alloc(text.count + 1));
-        if (!copy) {
-            return {};
-        }
-        memcpy(copy, text.data, text.count);
-        copy[text.count] = 0;
-        command_line = {text.count, copy};
+        command_line = str_copy(str_cut_trailing_whitespace(str_from(GetCommandLineA())));
     }
     return command_line;
 }

@@ -125,6 +125,26 @@ TEST(Strings, AFileNameFollowsTheLastSeparatorOfEitherKind) {
     EXPECT_EQ(to_string(str_file_name(str_over(""))), "");
 }
 
+TEST(Strings, ACopyHasItsOwnBytesAndAZeroAfterThem) {
+    char bytes[] = "a\0bc";
+    Str copy = str_copy({3, bytes});
+    bytes[0] = 'x';
+    EXPECT_EQ(to_string(copy), std::string("a\0b", 3));
+    EXPECT_EQ(copy.data[3], 0);
+    os_free(copy.data);
+    Str empty = str_copy({});
+    EXPECT_EQ(empty.count, 0u);
+    EXPECT_STREQ(empty.data, "");
+    os_free(empty.data);
+}
+
+TEST(Strings, ACopyIsTheEmptyStrWhenOutOfMemory) {
+    HeapHookScope hook([](uint64_t) { return false; });
+    Str copy = str_copy(str_from("abc"));
+    EXPECT_EQ(copy.count, 0u);
+    EXPECT_EQ(copy.data, nullptr);
+}
+
 // ---- Paths as they are typed ----
 
 namespace {

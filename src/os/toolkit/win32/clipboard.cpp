@@ -6,8 +6,8 @@
 
 namespace {
 
-Str all_bytes(HANDLE handle, const void *block) {
-    return clipboard_copy(block, GlobalSize(handle));
+Str all_bytes(HANDLE handle, void *block) {
+    return str_copy({GlobalSize(handle), static_cast<char *>(block)});
 }
 
 // By number; the system itself names only the formats that programs register.
