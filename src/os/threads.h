@@ -65,11 +65,9 @@ struct Condition {
     uint64_t words[6];
 };
 
-// Returns a condition that nobody waits on. It must not be moved after its first use.
+// Returns a condition that nobody waits on; nothing has to be released. It must not be moved after its first
+// use.
 Condition os_condition_init();
-
-// Releases the system resources of a condition that nobody waits on.
-void os_condition_free(Condition *condition);
 
 // Leaves the lock, which the calling thread has entered once, waits to be woken, and enters the lock again.
 // Times out after ms milliseconds, never for UINT32_MAX; may also wake up spuriously.

@@ -162,10 +162,6 @@ Condition os_condition_init() {
     return condition;
 }
 
-void os_condition_free(Condition *condition) {
-    pthread_cond_destroy(cond_of(condition));
-}
-
 void os_condition_wait(Condition *condition, Lock *lock, uint32_t ms) {
     if (ms == UINT32_MAX) {
         pthread_cond_wait(cond_of(condition), mutex_of(lock));

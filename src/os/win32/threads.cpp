@@ -104,8 +104,6 @@ Condition os_condition_init() {
     return condition;
 }
 
-void os_condition_free(Condition *) {}
-
 void os_condition_wait(Condition *condition, Lock *lock, uint32_t ms) {
     SleepConditionVariableCS(variable_of(condition), section_of(lock), ms);
 }

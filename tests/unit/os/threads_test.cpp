@@ -228,7 +228,6 @@ struct Room {
     uint32_t passed = 0;
 
     ~Room() {
-        os_condition_free(&change);
         os_lock_free(&lock);
     }
 
