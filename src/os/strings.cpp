@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <string_view>
 
 // ---- Str ----
 
@@ -52,11 +51,6 @@ Str str_cut_trailing_whitespace(Str text) {
         text.count--;
     }
     return text;
-}
-
-Str str_file_name(Str path) {
-    uint64_t start = std::string_view(path.data, path.count).find_last_of("\\/") + 1; // 0 without one
-    return {path.count - start, path.data + start};
 }
 
 Str str_copy(Str text) {

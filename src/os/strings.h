@@ -45,9 +45,6 @@ Str str_cut_to_folder(Str path);
 // The text without the spaces and tabs at its end.
 Str str_cut_trailing_whitespace(Str text);
 
-// What follows the last '\' or '/' of a path; the whole path when there is none.
-Str str_file_name(Str path);
-
 // A zero-terminated copy, owned by the caller and freed with os_free; the empty Str when out of memory.
 Str str_copy(Str text);
 

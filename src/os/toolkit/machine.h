@@ -1,6 +1,8 @@
 // Facts about the machine and the process.
 #pragma once
 
+#include <string_view>
+
 #include <stdint.h>
 
 #include "os/strings.h"
@@ -9,6 +11,12 @@ uint32_t os_processor_count();
 
 // Bytes of installed memory; 0 when unknown.
 uint64_t os_installed_memory();
+
+// What follows the last '\' or '/' of a path; the whole path when there is none.
+inline Str file_name_of(Str path) {
+    uint64_t start = std::string_view(path.data, path.count).find_last_of("\\/") + 1; // 0 without one
+    return {path.count - start, path.data + start};
+}
 
 // The executable's file name without its folder. Owned by the layer, found by the first call; the empty Str
 // when out of memory.

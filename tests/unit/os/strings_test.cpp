@@ -116,15 +116,6 @@ TEST(Strings, SpacesAndTabsAtTheEndAreTrailingWhitespace) {
     EXPECT_EQ(to_string(str_cut_trailing_whitespace(str_over(""))), "");
 }
 
-TEST(Strings, AFileNameFollowsTheLastSeparatorOfEitherKind) {
-    EXPECT_EQ(to_string(str_file_name(str_over("C:\\tools\\tarnwick.exe"))), "tarnwick.exe");
-    EXPECT_EQ(to_string(str_file_name(str_over("C:\\tools/a\\b/tarnwick.exe"))), "tarnwick.exe");
-    EXPECT_EQ(to_string(str_file_name(str_over("/usr/bin\\tarnwick"))), "tarnwick");
-    EXPECT_EQ(to_string(str_file_name(str_over("tarnwick"))), "tarnwick");
-    EXPECT_EQ(to_string(str_file_name(str_over("folder/"))), "");
-    EXPECT_EQ(to_string(str_file_name(str_over(""))), "");
-}
-
 TEST(Strings, ACopyHasItsOwnBytesAndAZeroAfterThem) {
     char bytes[] = "a\0bc";
     Str copy = str_copy({3, bytes});

@@ -20,6 +20,15 @@ TEST(Machine, TheExecutablesNameHasNoFolder) {
     EXPECT_EQ(to_string(os_exe_name()), expected);
 }
 
+TEST(Machine, AFileNameFollowsTheLastSeparatorOfEitherKind) {
+    EXPECT_EQ(to_string(file_name_of(str_over("C:\\tools\\tarnwick.exe"))), "tarnwick.exe");
+    EXPECT_EQ(to_string(file_name_of(str_over("C:\\tools/a\\b/tarnwick.exe"))), "tarnwick.exe");
+    EXPECT_EQ(to_string(file_name_of(str_over("/usr/bin\\tarnwick"))), "tarnwick");
+    EXPECT_EQ(to_string(file_name_of(str_over("tarnwick"))), "tarnwick");
+    EXPECT_EQ(to_string(file_name_of(str_over("folder/"))), "");
+    EXPECT_EQ(to_string(file_name_of(str_over(""))), "");
+}
+
 TEST(Machine, ProcessorsAreCounted) {
     EXPECT_GE(os_processor_count(), 1u);
 #ifdef _WIN32

@@ -18,9 +18,6 @@ Str os_exe_name() {
     static Str path;
     if (!path.data) {
         path = exe_path();
-        if (!path.data) {
-            return {};
-        }
     }
-    return str_file_name(path);
+    return file_name_of(path);
 }

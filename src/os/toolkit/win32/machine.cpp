@@ -20,5 +20,5 @@ Str os_exe_name() {
         wchar_t wide[longest_exe_path];
         path = utf8_from_wide(wide, static_cast<int32_t>(exe_path(wide)));
     }
-    return str_file_name(path);
+    return file_name_of(path);
 }
