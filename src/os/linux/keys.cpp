@@ -12,6 +12,7 @@
 
 #include "os/linux/x11.h"
 #include "os/memory.h"
+#include "os/utf8.h"
 #include "os/window_backend.h"
 
 // ---- Codes ----
@@ -182,12 +183,7 @@ constexpr uint16_t code_of_unknown = 0xFF; // for a key that is down but has no 
 uint16_t codes_down[keycode_count]; // by keycode; 0: not down
 
 bool is_down(uint16_t code) {
-    for (uint16_t down : codes_down) {
-        if (down == code) {
-            return true;
-        }
-    }
-    return false;
+    return std::find(codes_down, codes_down + keycode_count, code) != codes_down + keycode_count;
 }
 
 // A code stays down while any of its keys is, such as the two Shift keys.
@@ -248,17 +244,6 @@ void open_input_method() {
     }
 }
 
-// Decodes the first character of UTF-8 text from Xlib. Returns its length in bytes.
-uint32_t decode(const uint8_t *text, uint32_t count, uint32_t *code) {
-    uint32_t length = text[0] < 0x80 ? 1 : text[0] < 0xE0 ? 2 : text[0] < 0xF0 ? 3 : 4;
-    length = std::min(length, count);
-    *code = length == 1 ? text[0] : text[0] & (0x7Fu >> length);
-    for (uint32_t i = 1; i < length; i++) {
-        *code = *code << 6 | (text[i] & 0x3F);
-    }
-    return length;
-}
-
 void type_code(PlatformWindow *window, uint32_t code) {
     if (code < 0x10000) {
         window_character(window, code);
@@ -270,11 +255,14 @@ void type_code(PlatformWindow *window, uint32_t code) {
     }
 }
 
-void type_text(PlatformWindow *window, const char *text, uint32_t count) {
-    for (uint32_t at = 0; at < count && window_is_alive(window);) {
-        uint32_t code = 0;
-        at += decode(reinterpret_cast<const uint8_t *>(text) + at, count - at, &code);
-        type_code(window, code);
+// Types UTF-8; bytes that belong to no character type nothing.
+void type_text(PlatformWindow *window, Str text) {
+    for (uint64_t at = 0; at < text.count && window_is_alive(window);) {
+        Utf8Character character = utf8_at(text, at);
+        if (character.is_valid) {
+            type_code(window, character.code);
+        }
+        at += character.length;
     }
 }
 
@@ -301,13 +289,8 @@ int32_t control_character(uint16_t code) {
 // Whether Alt or the Windows key is held: such shortcuts type nothing. The layout decides which modifier bits
 // these keys set.
 bool is_shortcut(uint32_t state) {
-    static const KeySym symbols[] = {XK_Alt_L, XK_Super_L};
-    for (KeySym symbol : symbols) {
-        if (state & XkbKeysymToModifiers(x11_display(), symbol)) {
-            return true;
-        }
-    }
-    return false;
+    return state &
+           (XkbKeysymToModifiers(x11_display(), XK_Alt_L) | XkbKeysymToModifiers(x11_display(), XK_Super_L));
 }
 
 // Delivers the characters that the key types or that the input method has composed.
@@ -335,7 +318,7 @@ void type_key(PlatformWindow *window, XIC input, XKeyEvent *event) {
     bool has_text = status == XLookupChars || status == XLookupBoth;
     bool is_delete = count == 1 && text[0] == 0x7F; // Delete types nothing on Windows
     if (has_text && !is_delete && count > 0) {
-        type_text(window, text, static_cast<uint32_t>(count));
+        type_text(window, {static_cast<uint64_t>(count), text});
     }
     if (text != room) {
         os_free(text);
@@ -397,8 +380,4 @@ void keys_pressed(PlatformWindow *window, XKeyEvent *event) {
         }
     }
     type_key(window, native_window(window)->input_context, event);
-}
-
-void keys_mapping_changed(XMappingEvent *event) {
-    XRefreshKeyboardMapping(event);
 }

@@ -26,5 +26,3 @@ void keys_sync_down(PlatformWindow *window, const XKeymapEvent &event);
 
 // Marks all keys as released. Delivers nothing.
 void keys_forget_down();
-
-void keys_mapping_changed(XMappingEvent *event);

@@ -315,7 +315,7 @@ void note_time(const XEvent &event) {
 
 void handle(XEvent *event) {
     if (event->type == MappingNotify) {
-        keys_mapping_changed(&event->xmapping);
+        XRefreshKeyboardMapping(&event->xmapping);
         return;
     }
     if (event->type == KeymapNotify) { // has no window
