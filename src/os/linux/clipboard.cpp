@@ -144,9 +144,8 @@ bool begin_transfer(Window requestor, Atom property, Atom type, Str bytes) {
     const Transfer *other = transfer_to(requestor, nullptr);
     long old_mask = other ? other->old_mask : attributes.your_event_mask;
     XSelectInput(display, requestor, old_mask | PropertyChangeMask | StructureNotifyMask);
-    long size = static_cast<long>(bytes.count);
-    XChangeProperty(display, requestor, property, x11_atom(ATOM_INCR), 32, PropModeReplace,
-                    reinterpret_cast<const unsigned char *>(&size), 1);
+    unsigned long size = bytes.count;
+    x11_write_numbers(requestor, property, x11_atom(ATOM_INCR), &size, 1);
     transfers.list[transfers.count++] = {requestor, property, type, bytes, 0, old_mask};
     return true;
 }
@@ -176,11 +175,6 @@ constexpr X11Atom own_targets[] = {
     ATOM_UTF8_STRING, ATOM_TEXT_PLAIN_UTF8, ATOM_TEXT,      ATOM_STRING,
 };
 
-void put_items(Window requestor, Atom property, Atom type, const long *items, uint64_t count) {
-    XChangeProperty(x11_display(), requestor, property, type, 32, PropModeReplace,
-                    reinterpret_cast<const unsigned char *>(items), static_cast<int>(count));
-}
-
 // The text converted to a target, and its type. The caller frees it with os_free; null data for any other
 // target or when out of memory.
 Str text_for(Atom target, Atom *type) {
@@ -203,20 +197,19 @@ Str text_for(Atom target, Atom *type) {
 bool answer(Atom target, Window requestor, Atom property) {
     if (target == x11_atom(ATOM_TARGETS)) {
         constexpr uint64_t count = sizeof(own_targets) / sizeof(own_targets[0]);
-        long atoms[count];
+        Atom atoms[count];
         for (uint64_t i = 0; i < count; i++) {
-            atoms[i] = static_cast<long>(x11_atom(own_targets[i]));
+            atoms[i] = x11_atom(own_targets[i]);
         }
-        put_items(requestor, property, XA_ATOM, atoms, count);
+        x11_write_numbers(requestor, property, XA_ATOM, atoms, count);
         return true;
     }
     if (target == x11_atom(ATOM_TIMESTAMP)) {
-        long since = static_cast<long>(own.since);
-        put_items(requestor, property, XA_INTEGER, &since, 1);
+        x11_write_numbers(requestor, property, XA_INTEGER, &own.since, 1);
         return true;
     }
     if (target == x11_atom(ATOM_SAVE_TARGETS)) { // an empty answer: the target is supported
-        put_items(requestor, property, x11_atom(ATOM_NULL), nullptr, 0);
+        x11_write_numbers(requestor, property, x11_atom(ATOM_NULL), nullptr, 0);
         return true;
     }
     Atom type = None;
@@ -234,15 +227,14 @@ bool answer(Atom target, Window requestor, Atom property) {
 
 // Answers each pair of a target and a property; sets the property to None when that fails.
 void answer_pairs(Window requestor, Atom property, const X11Property &pairs) {
-    long *atoms = reinterpret_cast<long *>(pairs.bytes);
+    Atom *atoms = reinterpret_cast<Atom *>(pairs.bytes);
     for (uint64_t i = 0; i + 1 < pairs.count; i += 2) {
-        Atom target = static_cast<Atom>(atoms[i]);
-        Atom to = static_cast<Atom>(atoms[i + 1]);
-        if (to == None || !answer(target, requestor, to)) {
+        Atom to = atoms[i + 1];
+        if (to == None || !answer(atoms[i], requestor, to)) {
             atoms[i + 1] = None;
         }
     }
-    put_items(requestor, property, x11_atom(ATOM_ATOM_PAIR), atoms, pairs.count);
+    x11_write_numbers(requestor, property, x11_atom(ATOM_ATOM_PAIR), atoms, pairs.count);
 }
 
 // Whether this program owned the clipboard at the request's time; the server's time wraps around.
@@ -352,10 +344,9 @@ void clipboard_hand_over() {
     if (!own.repaired.data || XGetSelectionOwner(display, x11_atom(ATOM_CLIPBOARD_MANAGER)) == None) {
         return;
     }
-    long targets[] = {static_cast<long>(x11_atom(ATOM_UTF8_STRING)),
-                      static_cast<long>(x11_atom(ATOM_STRING))};
+    Atom targets[] = {x11_atom(ATOM_UTF8_STRING), x11_atom(ATOM_STRING)};
     Atom property = selection_next_property();
-    put_items(x11_helper_window(), property, XA_ATOM, targets, 2);
+    x11_write_numbers(x11_helper_window(), property, XA_ATOM, targets, 2);
     selection_request(x11_atom(ATOM_CLIPBOARD_MANAGER), x11_atom(ATOM_SAVE_TARGETS), property,
                       x11_server_time(), hand_over_ms);
 }
@@ -369,13 +360,8 @@ constexpr X11Atom text_targets[] = {ATOM_UTF8_STRING, ATOM_TEXT_PLAIN_UTF8, ATOM
 
 // Whether the target is in the owner's list.
 bool is_offered(const SelectionData &targets, Atom target) {
-    const long *atoms = reinterpret_cast<const long *>(targets.bytes.data);
-    for (uint64_t i = 0; i < targets.bytes.count / sizeof(long); i++) {
-        if (static_cast<Atom>(atoms[i]) == target) {
-            return true;
-        }
-    }
-    return false;
+    return x11_contains_atom(reinterpret_cast<const Atom *>(targets.bytes.data),
+                             targets.bytes.count / sizeof(Atom), target);
 }
 
 // The text of the received data; takes ownership of the data's bytes. The caller frees the text with os_free;

@@ -34,25 +34,15 @@ Window id_of(const PlatformWindow *window) {
     return reinterpret_cast<uintptr_t>(window->handle);
 }
 
-bool has_uri_list(const long *types, uint64_t count) {
-    for (uint64_t i = 0; i < count; i++) {
-        if (static_cast<Atom>(types[i]) == x11_atom(ATOM_TEXT_URI_LIST)) {
-            return true;
-        }
-    }
-    return false;
+bool has_uri_list(const Atom *types, uint64_t count) {
+    return x11_contains_atom(types, count, x11_atom(ATOM_TEXT_URI_LIST));
 }
 
 // Whether the source's type list, the property for more than three types, includes files.
 bool lists_files(Window source) {
-    X11Property types;
-    if (!x11_read_property(source, x11_atom(ATOM_XDND_TYPE_LIST), most_types * 4, false, &types)) {
-        return false;
-    }
-    bool has_files = types.format == 32 && types.type == XA_ATOM &&
-                     has_uri_list(reinterpret_cast<const long *>(types.bytes), types.count);
-    XFree(types.bytes);
-    return has_files;
+    Atom types[most_types];
+    return has_uri_list(types,
+                        x11_read_numbers(source, x11_atom(ATOM_XDND_TYPE_LIST), XA_ATOM, types, most_types));
 }
 
 // Sends the source an XdndStatus or XdndFinished message: the window, the flags and, if they accept, the
@@ -79,7 +69,8 @@ void enter(const long *data, const PlatformWindow *window) {
         drag.source = static_cast<Window>(data[0]);
         drag.window = id_of(window);
         bool has_list = data[1] & has_type_list;
-        drag.has_files = has_list ? lists_files(drag.source) : has_uri_list(data + 2, 3);
+        drag.has_files =
+            has_list ? lists_files(drag.source) : has_uri_list(reinterpret_cast<const Atom *>(data + 2), 3);
     }
 }
 
@@ -130,9 +121,8 @@ bool drop(const Drag &dropped, Time time, PlatformWindow *window) {
 } // namespace
 
 void drop_accept(PlatformWindow *window) {
-    long version = own_version;
-    XChangeProperty(x11_display(), id_of(window), x11_atom(ATOM_XDND_AWARE), XA_ATOM, 32, PropModeReplace,
-                    reinterpret_cast<const unsigned char *>(&version), 1);
+    unsigned long version = own_version;
+    x11_write_numbers(id_of(window), x11_atom(ATOM_XDND_AWARE), XA_ATOM, &version, 1);
 }
 
 bool drop_handle_event(const XEvent &event, PlatformWindow *window) {

@@ -70,8 +70,7 @@ void icon_set(Window window) {
     unsigned long *items = static_cast<unsigned long *>(os_alloc(count * sizeof(unsigned long)));
     if (items) {
         convert_all(items);
-        XChangeProperty(x11_display(), window, x11_atom(ATOM_NET_WM_ICON), XA_CARDINAL, 32, PropModeReplace,
-                        reinterpret_cast<const uint8_t *>(items), static_cast<int>(count));
+        x11_write_numbers(window, x11_atom(ATOM_NET_WM_ICON), XA_CARDINAL, items, count);
         os_free(items);
     }
 }

@@ -18,18 +18,12 @@ bool is_frameless(uint16_t flags) {
     return flags & (WINDOW_FLAG_BORDERLESS | WINDOW_FLAG_POPUP);
 }
 
-void set_atoms(const NativeWindow *native, Atom property, const Atom *atoms, int32_t count) {
-    XChangeProperty(x11_display(), native->id, property, XA_ATOM, 32, PropModeReplace,
-                    reinterpret_cast<const uint8_t *>(atoms), count);
-}
-
 // Sets whether the window manager draws a frame.
 void set_frame_hint(const NativeWindow *native, bool has_frame) {
     constexpr unsigned long has_decorations = 2; // the third member is valid
     unsigned long hints[5] = {has_decorations, 0, has_frame, 0, 0};
     Atom property = x11_atom(ATOM_MOTIF_WM_HINTS);
-    XChangeProperty(x11_display(), native->id, property, property, 32, PropModeReplace,
-                    reinterpret_cast<const uint8_t *>(hints), 5);
+    x11_write_numbers(native->id, property, property, hints, 5);
 }
 
 } // namespace
@@ -50,14 +44,14 @@ void wm_set_size_hints(const NativeWindow *native, uint16_t flags, bool is_place
 
 void wm_set_first_states(const NativeWindow *native, uint16_t flags) {
     Atom states[2];
-    int32_t count = 0;
+    uint64_t count = 0;
     if (flags & WINDOW_FLAG_TOPMOST) {
         states[count++] = x11_atom(ATOM_NET_WM_STATE_ABOVE);
     }
     if ((flags & WINDOW_FLAG_TOOLWINDOW) && !(flags & WINDOW_FLAG_APPWINDOW)) {
         states[count++] = x11_atom(ATOM_NET_WM_STATE_SKIP_TASKBAR);
     }
-    set_atoms(native, x11_atom(ATOM_NET_WM_STATE), states, count);
+    x11_write_numbers(native->id, x11_atom(ATOM_NET_WM_STATE), XA_ATOM, states, count);
 }
 
 void wm_set_properties(const NativeWindow *native, const char *title, uint16_t flags) {
@@ -72,17 +66,16 @@ void wm_set_properties(const NativeWindow *native, const char *title, uint16_t f
                     PropModeReplace, reinterpret_cast<const uint8_t *>(title),
                     static_cast<int>(strlen(title)));
     unsigned long process = static_cast<unsigned long>(getpid());
-    XChangeProperty(display, native->id, x11_atom(ATOM_NET_WM_PID), XA_CARDINAL, 32, PropModeReplace,
-                    reinterpret_cast<const uint8_t *>(&process), 1);
+    x11_write_numbers(native->id, x11_atom(ATOM_NET_WM_PID), XA_CARDINAL, &process, 1);
     Atom protocols[] = {x11_atom(ATOM_WM_DELETE_WINDOW), x11_atom(ATOM_NET_WM_PING),
                         x11_atom(ATOM_NET_WM_SYNC_REQUEST)};
     XSetWMProtocols(display, native->id, protocols, native->resize.counter ? 3 : 2);
     unsigned long counter = native->resize.counter;
-    XChangeProperty(display, native->id, x11_atom(ATOM_NET_WM_SYNC_REQUEST_COUNTER), XA_CARDINAL, 32,
-                    PropModeReplace, reinterpret_cast<const uint8_t *>(&counter), counter ? 1 : 0);
+    x11_write_numbers(native->id, x11_atom(ATOM_NET_WM_SYNC_REQUEST_COUNTER), XA_CARDINAL, &counter,
+                      counter ? 1 : 0);
     if (flags & WINDOW_FLAG_TOOLWINDOW) {
         Atom type = x11_atom(ATOM_NET_WM_WINDOW_TYPE_UTILITY);
-        set_atoms(native, x11_atom(ATOM_NET_WM_WINDOW_TYPE), &type, 1);
+        x11_write_numbers(native->id, x11_atom(ATOM_NET_WM_WINDOW_TYPE), XA_ATOM, &type, 1);
     }
     set_frame_hint(native, !is_frameless(flags));
     wm_set_size_hints(native, flags, flags & WINDOW_FLAG_BORDERLESS);
@@ -102,15 +95,10 @@ int is_new_frame_extents(Display *, XEvent *event, XPointer argument) {
 
 bool is_supported(Atom atom) {
     constexpr uint64_t most = 1024;
-    unsigned long supported[most];
+    Atom supported[most];
     uint64_t count = x11_read_numbers(DefaultRootWindow(x11_display()), x11_atom(ATOM_NET_SUPPORTED), XA_ATOM,
                                       supported, most);
-    for (uint64_t i = 0; i < count; i++) {
-        if (supported[i] == atom) {
-            return true;
-        }
-    }
-    return false;
+    return x11_contains_atom(supported, count, atom);
 }
 
 void send_to_root(const NativeWindow *native, Atom type, long first, long second, long third, long fourth) {

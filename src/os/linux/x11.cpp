@@ -1,5 +1,7 @@
 #include "os/linux/x11.h"
 
+#include <algorithm>
+
 #include <poll.h>
 #include <stdio.h>
 #include <string.h>
@@ -133,8 +135,7 @@ Bool is_time_noted(Display *, XEvent *event, XPointer) {
 
 Time x11_server_time() {
     // The event for a changed property carries the server's time.
-    XChangeProperty(connection.display, connection.helper_window, connection.atoms[ATOM_OWN_TIME], XA_INTEGER,
-                    32, PropModeReplace, nullptr, 0);
+    x11_write_numbers(connection.helper_window, connection.atoms[ATOM_OWN_TIME], XA_INTEGER, nullptr, 0);
     XEvent event;
     XIfEvent(connection.display, &event, is_time_noted, nullptr);
     return event.xproperty.time;
@@ -196,4 +197,14 @@ uint64_t x11_read_numbers(Window window, Atom property, Atom type, unsigned long
     memcpy(numbers, found.bytes, count * sizeof(unsigned long));
     XFree(found.bytes);
     return count;
+}
+
+void x11_write_numbers(Window window, Atom property, Atom type, const unsigned long *numbers,
+                       uint64_t count) {
+    XChangeProperty(connection.display, window, property, type, 32, PropModeReplace,
+                    reinterpret_cast<const uint8_t *>(numbers), static_cast<int>(count));
+}
+
+bool x11_contains_atom(const Atom *atoms, uint64_t count, Atom atom) {
+    return std::find(atoms, atoms + count, atom) != atoms + count;
 }

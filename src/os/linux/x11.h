@@ -108,3 +108,9 @@ bool x11_read_property(Window window, Atom property, uint64_t longest, bool is_d
 // Reads a property of 32-bit items. Returns how many there are; 0 when it is missing, of another type or has
 // more than capacity items.
 uint64_t x11_read_numbers(Window window, Atom property, Atom type, unsigned long *numbers, uint64_t capacity);
+
+// Replaces a property by these 32-bit items; null for a count of 0 is allowed.
+void x11_write_numbers(Window window, Atom property, Atom type, const unsigned long *numbers, uint64_t count);
+
+// Whether the array contains the atom.
+bool x11_contains_atom(const Atom *atoms, uint64_t count, Atom atom);
