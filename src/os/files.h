@@ -77,9 +77,9 @@ struct OpenedFile {
     bool is_read;   // whether os_file_open has already read all of it
 };
 
-// Opens a file of the folder for reading, as os_file_read_all does. Where reading is how the size is
-// found, a file of fewer than room bytes is read into bytes at once; else the contents of bytes are
-// undefined.
+// Opens a file of the folder for reading, as os_file_read_all does. Where reads tell sizes, a file of fewer
+// than room bytes is usually read into bytes at once; is_read tells whether. If not, the contents of bytes
+// are undefined.
 OpenedFile os_file_open(const FilesOfFolder &files, Str name, uint32_t room, char *bytes);
 
 // Reads the first count bytes of an open file, zeros past its end. Returns false when a read fails.

@@ -55,9 +55,9 @@ struct RetiredBlocks {
 // Whether another thread reads the blocks.
 bool retired_has_reader(const RetiredBlocks *list);
 
-// Takes ownership of block: frees it now when nobody reads, later otherwise. The new block must be published
-// first. When out of memory for the RetiredBlock the block is never freed.
+// Takes ownership of block: frees it now if no thread reads, later otherwise. The new block must be
+// published first. When out of memory for the RetiredBlock the block is never freed.
 void retire_block(RetiredBlocks *list, void *block);
 
-// Frees the blocks that nobody can still be reading.
+// Frees the blocks that no thread can still be reading.
 void release_retired(RetiredBlocks *list);

@@ -95,7 +95,7 @@ struct Replacement {
     char *old_block; // for the caller to retire once new_block is published; null when already freed
 };
 
-// With nobody reading, the heap moves the block itself.
+// Without a reader, the heap moves the block itself.
 Replacement replace_block(char *block, uint64_t used, uint64_t size, const RetiredBlocks *readers) {
     if (!readers || !retired_has_reader(readers)) {
         char *moved = static_cast<char *>(os_realloc(block, size));

@@ -12,7 +12,7 @@
 
 // ---- Str ----
 
-// UTF-8 bytes owned by somebody else. Not zero-terminated in general, though every text that this program
+// UTF-8 bytes owned by other code. Not zero-terminated in general, though every text that this program
 // stores has a zero byte after its end.
 struct Str {
     uint64_t count; // bytes

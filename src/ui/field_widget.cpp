@@ -16,7 +16,7 @@
 
 namespace {
 
-// The square button in a row's left end.
+// The square button at a row's left end.
 Rect button_in(Rect row) {
     int32_t side = row.height - 2 * theme::button_margin;
     return {row.x + theme::button_margin, row.y + theme::button_margin, side, side};

@@ -11,9 +11,9 @@
 #include "ui/ui_state.h"
 
 // Draws the field at the layout's place, handles the mouse on it, and moves the layout below it, and below
-// its list when that is shown; the list sets the layout's stop flag. The effect of a click shows in the next
-// frame, which a left click asks for and the right button's release brings; only a path that its own save
-// button cleans shows it at once.
+// its list when that is shown; the list sets the layout's stop flag. A click shows its effect in the next
+// frame, which a left click requests and the right button's release causes; only a path that its own save
+// button cleans changes at once.
 void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *layout);
 
 // Whether the field's saved entries are shown below it.

@@ -20,7 +20,7 @@ extern Str saved_folder;
 // field's text, unless it is empty or unterminated. Turns every '\' of contents into '/'.
 void saved_list_load_contents(Field *field, Str contents, bool restore_text);
 
-// Appends to out what the field's file has to hold. Returns false when out of memory; out is then incomplete.
+// Appends the contents of the field's file to out. Returns false when out of memory; out is then incomplete.
 bool saved_list_contents(const Field *field, StrBuf *out);
 
 // Reads the field's file; changes nothing when it is missing, empty or cannot be read. First finishes a write

@@ -16,7 +16,7 @@
 // MouseButton, and for each MouseSlot.
 
 enum MouseSlot : uint16_t {
-    SLOT_POINTER = 0x100, // a motion is a press at the new position; nothing releases it but the lost focus
+    SLOT_POINTER = 0x100, // a motion is a press at the new position; only losing the focus releases it
     SLOT_WHEEL = 0x101,
 };
 

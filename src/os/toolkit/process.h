@@ -9,7 +9,7 @@
 
 // ---- A command with its output (each system) ----
 
-// Gets a piece of a child's output, 1 to 4096 bytes that are valid during the call only.
+// Receives a piece of a child's output, 1 to 4096 bytes that are valid during the call only.
 typedef void OutputCallback(void *context, Str chunk);
 
 struct ProcessOutput {
@@ -19,7 +19,7 @@ struct ProcessOutput {
 
 // Without a callback this is the two-argument os_run_process.
 //
-// With a callback, that gets all of the child's output and errors, in order, and the call returns once the
+// With a callback, it gets all of the child's output and errors, in order, and the call returns once the
 // child and everything that inherited its output have closed it, and on Linux the child has ended. This side
 // of both pipes intentionally stays open, so the child's input never ends; after a failed start the child's
 // side stays open as well. When the exit code cannot be read, the debug line "2886" is written.

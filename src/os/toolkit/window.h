@@ -47,5 +47,5 @@ void os_window_request_raw_mouse(PlatformWindow *window);
 bool raw_mouse_register(PlatformWindow *window);
 void raw_mouse_unregister();
 
-// Shows or hides the mouse cursor for the whole program, however often either was asked for before.
+// Shows or hides the mouse cursor for the whole program, regardless of earlier calls.
 void os_show_system_cursor(bool visible);

@@ -5,7 +5,7 @@
 
 #include "os/strings.h"
 
-// What convert makes of the clipboard's block; empty when the handle is null or the block cannot be locked.
+// What convert returns for the clipboard's block; empty if the handle is null or the block cannot be locked.
 Str clipboard_read(HANDLE handle, Str (*convert)(HANDLE handle, void *block));
 
 // The UTF-16 text in a locked block as UTF-8: up to its first zero, or all of a block that has none. The

@@ -1,4 +1,4 @@
-// What the window's styles follow from, and the list of monitors, for the layer's own files.
+// Window styles and the list of monitors, for the layer's own files.
 #pragma once
 
 #include <stdint.h>

@@ -22,7 +22,7 @@ using namespace std::string_literals;
 
 constexpr uint64_t most_units = 8388608;
 
-// One text each with something that conversions may trip over.
+// Each has something that conversions may get wrong.
 const std::string texts[] = {
     "plain",
     "größe 你好",
@@ -36,7 +36,7 @@ int32_t set_text(const std::string &text) {
     return os_clipboard_set_text(str_over(text));
 }
 
-// What the call returned, freed; a text that is not there is "(none)".
+// The returned text, "(none)" if there is none. Frees it.
 std::string taken(Str text) {
     if (!text.data) {
         EXPECT_EQ(text.count, 0u);
@@ -83,7 +83,7 @@ TEST(Clipboard, AnEmptyTextSetsBothFormatsToEmptyTexts) {
         ClipboardFormats formats = clipboard_formats();
         EXPECT_EQ(formats.wide_text, "");
         EXPECT_EQ(formats.byte_text, "");
-        EXPECT_EQ(get_text(), ""); // a text, and not none
+        EXPECT_EQ(get_text(), ""); // an empty text, not "(none)"
     }
 }
 

@@ -40,7 +40,7 @@ TEST(Print, TheFormatLanguageIsStbSprintfs) {
              "right");
     EXPECT_EQ(out.take_all(),
               "-7|   42|42   |00042|beef|z|%|3.142|    2.50|0.5|-9000000000|5|abc|     right|");
-    // One of its own: thousands with commas.
+    // Its own extension: thousands with commas.
     os_print("%'d", 1234567);
     EXPECT_EQ(out.take_all(), "1,234,567");
 }
@@ -60,7 +60,7 @@ TEST(Print, NothingToPrintWritesNothing) {
 TEST(Print, LongTextIsWrittenInPiecesOf1023Bytes) {
     std::string text = numbered_lines(900);
     WrittenPieces out;
-    void (*print)(const char *, ...) = os_print; // which looks at no format
+    void (*print)(const char *, ...) = os_print; // without the compiler's check of formats
     for (size_t count : {1022u, 1023u, 1024u, 2046u, 2047u, 5000u}) {
         std::string part = text.substr(0, count);
         for (bool is_literal : {false, true}) {

@@ -13,7 +13,7 @@ inline std::string plain_lower(std::string text) {
     return text;
 }
 
-// The path that a URI stands for; empty when it is no file of this machine.
+// The path in a URI; empty unless it is a file on this machine.
 inline std::string plain_path(const std::string &uri, const std::string &host) {
     if (plain_lower(uri.substr(0, 5)) != "file:") {
         return "";

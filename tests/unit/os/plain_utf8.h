@@ -1,5 +1,5 @@
-// Plain UTF-8, to compare the program's with: a sequence of bytes is a character if it is what a code point
-// is encoded as.
+// Plain UTF-8, to compare the program's with: a sequence of bytes is a character if it is the encoding of a
+// code point.
 #pragma once
 
 #include <stdint.h>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// Empty for what is no code point.
+// Empty if it is not a code point.
 inline std::string plain_encoded(uint32_t code) {
     const auto rest = [&](int from) { return static_cast<char>(0x80 + (code >> from) % 64); };
     if ((code >= 0xD800 && code <= 0xDFFF) || code > 0x10FFFF) {

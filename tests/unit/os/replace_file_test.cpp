@@ -96,7 +96,7 @@ std::string second_of(const std::string &content) {
 
 namespace {
 
-// All that the two files can be while old_content is replaced, in the order in which it happens.
+// Each state of the two files while old_content is replaced, in the order in which they occur.
 struct OnDisk {
     Bytes first;
     Bytes second;
@@ -367,7 +367,7 @@ const StateRow state_rows[] = {
     {FOLDER, UNREADABLE, "(unread)", AS_IT_WAS, AS_IT_WAS, AS_IT_WAS},
 };
 
-// What is left of a file that was as given.
+// The file after the write, given what it was before.
 std::string expected_file(Left left, const std::string &before) {
     return left == NO_FILE          ? "none"
            : left == AS_IT_WAS      ? before

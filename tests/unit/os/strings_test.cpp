@@ -160,7 +160,7 @@ TEST(PathCleaning, TurnsLineEndsTabsAndQuotesIntoSpacesAndBackslashesIntoSlashes
     EXPECT_EQ(cleaned(" \t\"D:/x\"\r\n "), "D:/x");
     EXPECT_EQ(cleaned("  a  b  "), "a  b");
     EXPECT_EQ(cleaned("größe \xFF"), "größe \xFF");
-    EXPECT_EQ(cleaned(std::string("\0 a \0", 5)), std::string("\0 a \0", 5)); // a zero byte is no space
+    EXPECT_EQ(cleaned(std::string("\0 a \0", 5)), std::string("\0 a \0", 5)); // a zero byte is not a space
     EXPECT_EQ(cleaned("\v\f"), "\v\f");
 }
 
@@ -814,7 +814,7 @@ TEST(Arena, OnceOutOfMemoryEveryAllocationFailsUntilTheRewind) {
     }
     EXPECT_EQ(arena.capacity, 2008u);
     EXPECT_EQ(arena.base, nullptr);
-    EXPECT_EQ(arena_alloc(&arena, 1), nullptr); // the heap would give now
+    EXPECT_EQ(arena_alloc(&arena, 1), nullptr); // though the heap would succeed now
     Str text = arena_push_string(&arena, str_from("abc"));
     EXPECT_EQ(text.count, 0u);
     EXPECT_EQ(text.data, nullptr);
@@ -925,7 +925,7 @@ TEST(SharedOrder, AnOldBlockIsRetiredOnceTheNewOneIsThere) {
 TEST(SharedOrder, ANewEndHasItsZeroByteBeforeItIsCounted) {
     static StrBuf buf;
     strbuf_init(&buf, 16);
-    memset(buf.data, '.', 16); // what a longer text before has left
+    memset(buf.data, '.', 16); // left by an earlier, longer text
     const auto count_and_byte = [] {
         uint64_t count = buf.count;
         return each_step::State{{static_cast<int64_t>(count), buf.data[count]}};

@@ -11,7 +11,7 @@
 
 namespace {
 
-// As code points, with * for each byte that is none.
+// As code points, with * for each invalid byte.
 std::string split(const std::string &text) {
     std::string codes;
     for (uint64_t at = 0; at < text.size();) {

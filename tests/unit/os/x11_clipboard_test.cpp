@@ -53,7 +53,7 @@ std::string fetched(const std::string &target) {
     return other.heard();
 }
 
-// Properties of answers that the server still keeps for the program.
+// How many properties with answers the program has left on the server.
 int answers_left() {
     int count = 0;
     int left = 0;
@@ -69,7 +69,7 @@ int answers_left() {
     return left;
 }
 
-// Offers on the clipboard for the rest of its life.
+// Offers these on the clipboard as long as it lives.
 class Owner : public OtherProgram {
 public:
     explicit Owner(const std::vector<Offer> &offers, size_t piece_size = 200000)
@@ -469,7 +469,7 @@ TEST(X11Clipboard, AnAnswerThatComesTooLateIsNotTakenForTheNextOne) {
     });
     EXPECT_EQ(got(), "(none)");
     EXPECT_EQ(got(), "text");
-    EXPECT_EQ(owner.heard(), "STRING"); // as the list says, so the list has arrived
+    EXPECT_EQ(owner.heard(), "STRING"); // the only target in the list, so the list has arrived
 }
 
 TEST(X11Clipboard, AnOwnerThatVanishesInTheMiddleHasNoText) {
@@ -593,7 +593,7 @@ TEST(X11Clipboard, OddListsOfTargetsAreSurvived) {
     for (const Contents &list : lists) {
         Owner owner({{"TARGETS", list}, {"UTF8_STRING", {"UTF8_STRING", 8, "text"}}});
         std::string text = got();
-        bool is_list = list.format == 32 && list.bytes.empty(); // of nothing
+        bool is_list = list.format == 32 && list.bytes.empty(); // valid, without targets
         EXPECT_EQ(text, is_list ? "(none)" : "text") << list.type << list.format;
     }
 }
@@ -633,7 +633,7 @@ TEST(X11Clipboard, WhileItWaitsItSendsTheTextsThatItHasBegunToSend) {
         self.convert("CLIPBOARD", self.atom("UTF8_STRING"), property);
         self.is_answered();
         self.tell("begun");
-        // Becomes the silent owner, and reads on while it is asked.
+        // Becomes the silent owner, and goes on reading while the program asks it.
         self.own("CLIPBOARD");
         self.tell("owns");
         self.wait_for([](const XEvent &event) { return event.type == SelectionRequest; });
@@ -642,7 +642,7 @@ TEST(X11Clipboard, WhileItWaitsItSendsTheTextsThatItHasBegunToSend) {
     EXPECT_EQ(reader.heard(), "begun");
     EXPECT_EQ(reader.heard(), "owns");
     EXPECT_EQ(got(), "(none)");
-    std::function<void()> handle = std::exchange(handle_own_events, [] {}); // all has been sent by now
+    std::function<void()> handle = std::exchange(handle_own_events, [] {}); // everything has been sent
     EXPECT_EQ(reader.heard(), "all");
     handle_own_events = handle;
 }

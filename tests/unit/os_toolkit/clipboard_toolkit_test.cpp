@@ -18,7 +18,7 @@
 
 namespace {
 
-// What the call returned, freed; a text that is not there is "(none)".
+// The returned text, "(none)" if there is none. Frees it.
 std::string taken(Str text) {
     if (!text.data) {
         EXPECT_EQ(text.count, 0u);

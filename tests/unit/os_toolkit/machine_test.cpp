@@ -51,7 +51,7 @@ TEST(Machine, InstalledMemoryIsInBytes) {
     ASSERT_EQ(sysinfo(&info), 0);
     uint64_t managed = uint64_t{info.totalram} * info.mem_unit;
 #endif
-    // What is installed is at least what the system manages, and not many times as much.
+    // At least what the system manages is installed, and not many times as much.
     EXPECT_GE(os_installed_memory() + 1024, managed);
     EXPECT_LT(os_installed_memory(), managed * 4);
 }

@@ -72,7 +72,7 @@ std::string arguments_seen(const std::string &arguments) {
 class Child {
 public:
     explicit Child(const std::string &cmd) {
-        os_init(); // a child may have gone when it is written to
+        os_init(); // a child may have exited before it is written to
         EXPECT_EQ(os_process_start(&process, str_over(cmd), no_console), 0);
     }
     ~Child() {
@@ -87,7 +87,7 @@ public:
         return os_process_write(&process, static_cast<uint32_t>(text.size()), text.data());
     }
 
-    // Reads in pieces of at most max bytes until the text ends so.
+    // Reads pieces of at most max bytes until the text ends with end.
     std::string hear_until(const std::string &end, uint32_t max = 4096) {
         std::string heard;
         std::vector<char> piece(max);
@@ -331,7 +331,7 @@ int64_t open_handles() {
 }
 
 int64_t handles_left_by(const std::function<void()> &act) {
-    act(); // the first time may open what the system then keeps
+    act(); // the first call may open files that the system keeps open
     int64_t before = open_handles();
     act();
     return open_handles() - before;

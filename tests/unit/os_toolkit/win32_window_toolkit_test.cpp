@@ -1,4 +1,4 @@
-// What the system itself has to say about the window's functions beyond what the program needs.
+// The toolkit's functions of the window, checked by asking Windows.
 #include <windows.h>
 
 #include "os/toolkit/window.h"

@@ -1,4 +1,4 @@
-// What every system's window can do beyond what the program needs.
+// The toolkit's functions of the window, the same for every system.
 #include "os/toolkit/window.h"
 
 #include "support/window_fixture.h"

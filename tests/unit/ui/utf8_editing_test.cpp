@@ -14,7 +14,7 @@
 
 namespace {
 
-// é, 你 and 😀, of two, three and four bytes, and a byte of none.
+// é, 你 and 😀, of two, three and four bytes, and an invalid byte.
 const std::string mixed = "\xC3\xA9\xE4\xBD\xA0\xF0\x9F\x98\x80\xE4.";
 
 struct Utf8Flag {
@@ -119,7 +119,7 @@ TEST(Utf8Editor, ALoneUnitOfAPairTypesNothing) {
     EXPECT_EQ(editor.type(0xDD14), SEARCH);
     EXPECT_EQ(editor.state(), "\xF0\x9F\xA4\x94 {4,4}");
     EXPECT_EQ(editor.type(0xD83D), NOTHING);
-    EXPECT_EQ(editor.type('x'), SEARCH); // ends it
+    EXPECT_EQ(editor.type('x'), SEARCH); // the first unit is dropped
     EXPECT_EQ(editor.type(0xDE00), NOTHING);
     EXPECT_EQ(editor.state(), "\xF0\x9F\xA4\x94x {5,5}");
 }

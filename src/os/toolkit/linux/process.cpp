@@ -90,7 +90,7 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, bool show_console) {
     if (os_process_start(&process, cmd, show_console) != 0) {
         return 1;
     }
-    // With the child's ends open here the output would never end.
+    // While this side has the child's ends open, the output does not end.
     close(file_of(process.child_output));
     close(file_of(process.child_input));
     char chunk[4096];
@@ -152,7 +152,7 @@ int64_t os_process_read(Process *process, uint32_t max, char *buffer) {
         count = poll(&waiting, 1, 0);
     } while (count < 0 && errno == EINTR);
     if (count < 0 || (count > 0 && !(waiting.revents & POLLIN))) {
-        return -1; // nobody is left who could write
+        return -1; // no writer is left
     }
     return count == 0 ? 0 : read_some(waiting.fd, buffer, max);
 }

@@ -26,7 +26,7 @@ uint32_t os_run_process(Str cmd, ProcessOutput on_output, bool show_console) {
     if (os_process_start(&process, cmd, show_console) != 0) {
         return 1;
     }
-    // With the child's ends open here the output would never end.
+    // While this side has the child's ends open, the output does not end.
     CloseHandle(process.child_output);
     CloseHandle(process.child_input);
     char chunk[4096];
