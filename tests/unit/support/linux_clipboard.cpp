@@ -1,6 +1,3 @@
-#include <string.h>
-
-#include "os/memory.h"
 #include "support/process_clipboard.h"
 #include "support/system_clipboard.h"
 
@@ -8,9 +5,7 @@ namespace {
 
 void offer(ProcessClipboardFormat format, const std::optional<std::string> &bytes) {
     if (bytes) {
-        char *block = static_cast<char *>(os_alloc(bytes->size() + 1));
-        memcpy(block, bytes->c_str(), bytes->size() + 1);
-        process_clipboard.blocks[format] = {bytes->size(), block};
+        process_clipboard.blocks[format] = str_copy({bytes->size(), const_cast<char *>(bytes->data())});
     }
 }
 

@@ -15,31 +15,14 @@ void process_clipboard_clear() {
     }
 }
 
-namespace {
-
-Str clipboard_copy(Str text) {
-    char *copy = text.data ? static_cast<char *>(os_alloc(text.count + 1)) : nullptr;
-    if (!copy) {
-        return {};
-    }
-    memcpy(copy, text.data, text.count);
-    copy[text.count] = 0;
-    return {text.count, copy};
-}
-
-Str clipboard_copy_to_zero(Str text) {
-    return clipboard_copy({text.data ? strnlen(text.data, text.count) : 0, text.data});
-}
-
-} // namespace
-
 // ---- Text ----
 
 Str os_clipboard_get_text() {
     Str wide = process_clipboard.blocks[CLIPBOARD_WIDE_TEXT];
     Str bytes = process_clipboard.blocks[CLIPBOARD_BYTE_TEXT];
     process_clipboard.is_open = !wide.data && !bytes.data;
-    return clipboard_copy_to_zero(wide.data ? wide : bytes);
+    Str found = wide.data ? wide : bytes;
+    return found.data ? str_copy({strnlen(found.data, found.count), found.data}) : Str{};
 }
 
 int32_t os_clipboard_set_text(Str text) {
@@ -51,7 +34,7 @@ int32_t os_clipboard_set_text(Str text) {
     if (!wide.data) {
         return 1;
     }
-    Str bytes = clipboard_copy(text.count > 0 ? text : str_from(""));
+    Str bytes = str_copy(text);
     if (!bytes.data) {
         os_free(wide.data);
         return 2;
