@@ -2,8 +2,6 @@
 // button and, on demand, the drop-down of its saved entries. Interface thread only.
 #pragma once
 
-#include <stdint.h>
-
 #include "os/framebuffer.h"
 #include "os/rect.h"
 #include "os/strings.h"

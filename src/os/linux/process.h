@@ -1,7 +1,6 @@
 // Starts children, for the layer's own files.
 #pragma once
 
-#include <stdint.h>
 #include <sys/types.h>
 
 #include "os/strings.h"

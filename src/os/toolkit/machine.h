@@ -1,8 +1,6 @@
 // Facts about the machine and the process.
 #pragma once
 
-#include <string_view>
-
 #include <stdint.h>
 
 #include "os/strings.h"
@@ -14,7 +12,10 @@ uint64_t os_installed_memory();
 
 // What follows the last '\' or '/' of a path; the whole path when there is none.
 inline Str file_name_of(Str path) {
-    uint64_t start = std::string_view(path.data, path.count).find_last_of("\\/") + 1; // 0 without one
+    uint64_t start = path.count;
+    while (start > 0 && path.data[start - 1] != '\\' && path.data[start - 1] != '/') {
+        start--;
+    }
     return {path.count - start, path.data + start};
 }
 

@@ -1,7 +1,6 @@
 // How children are started, for the layer's own files.
 #pragma once
 
-#include <stdint.h>
 #include <windows.h>
 
 // What show_console means to CreateProcess.
