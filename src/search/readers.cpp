@@ -4,11 +4,11 @@
 
 #include <string.h>
 
-#include "os/files.h"
-#include "os/threads.h"
 #include "search/search_state.h"
 #include "search/skip_folders.h"
 #include "search/walk.h"
+
+ReaderCalls reader_calls = {os_files_of, os_file_open, os_file_read, os_condition_wait};
 
 namespace {
 
@@ -303,7 +303,9 @@ bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) 
     uint64_t count = static_cast<uint32_t>(open_file.size); // truncated as in os_file_read_all
     if (count <= small_file) {
         char *bytes = reader->contents.data;
-        return bytes && (open_file.is_read || os_file_read(open_file, static_cast<uint32_t>(count), bytes)) &&
+        return bytes &&
+               (open_file.is_read ||
+                reader_calls.file_read(open_file, static_cast<uint32_t>(count), bytes)) &&
                scan_file(reader, {count, bytes}, file);
     }
     if (count > most_large_bytes) {
@@ -313,7 +315,7 @@ bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) 
         return false;
     }
     char *bytes = static_cast<char *>(os_alloc(count));
-    bool is_read = bytes && os_file_read(open_file, static_cast<uint32_t>(count), bytes) &&
+    bool is_read = bytes && reader_calls.file_read(open_file, static_cast<uint32_t>(count), bytes) &&
                    scan_file(reader, {count, bytes}, file);
     os_free(bytes);
     give_room_back(count);
@@ -321,8 +323,8 @@ bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) 
 }
 
 FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *file) {
-    OpenedFile open_file =
-        os_file_open(folder, file->name, reader->contents.data ? small_file : 0, reader->contents.data);
+    OpenedFile open_file = reader_calls.file_open(folder, file->name, reader->contents.data ? small_file : 0,
+                                                  reader->contents.data);
     if (!file->has_size) {
         file->size = open_file.size;
     }
@@ -345,7 +347,7 @@ FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *fil
 void read_job(Reader *reader, ReadJob *job) {
     reserve_memory(reader);
     reader->hits.count = 0;
-    FilesOfFolder folder = os_files_of(job->folder);
+    FilesOfFolder folder = reader_calls.files_of(job->folder);
     for (uint32_t i = 0; i < job->file_count && !search_state.request_pending; i++) {
         if (job->files[i].outcome == FILE_LISTED) {
             job->files[i].outcome = read_file(reader, folder, &job->files[i]);
@@ -486,7 +488,7 @@ void do_turn(Reader *reader) {
             wake_worker();
         }
         readers.asleep++;
-        os_condition_wait(&readers.work, &readers.lock, UINT32_MAX);
+        reader_calls.wait_for_work(&readers.work, &readers.lock, UINT32_MAX);
         readers.asleep--;
         return;
     }

@@ -15,10 +15,21 @@
 
 #include <stdint.h>
 
+#include "os/files.h"
 #include "os/strings.h"
+#include "os/threads.h"
 #include "search/matcher.h"
 
 inline constexpr uint32_t most_readers = 64;
+
+// Readers' calls of the system. Tests replace them.
+struct ReaderCalls {
+    decltype(os_files_of) *files_of;
+    decltype(os_file_open) *file_open;
+    decltype(os_file_read) *file_read;
+    decltype(os_condition_wait) *wait_for_work;
+};
+extern ReaderCalls reader_calls;
 
 // Worker, before its first search: sets the number of readers to count, at most most_readers, or to as
 // many as can be started and have enough file descriptors. Returns the number. A later call may change it

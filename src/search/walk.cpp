@@ -1,5 +1,7 @@
 #include "search/walk.h"
 
+decltype(os_folder_first) *walk_folder_first = os_folder_first;
+
 namespace {
 
 uint8_t is_dot_or_dot_dot(Str name) {
@@ -14,7 +16,7 @@ uint8_t walk_folder(Str folder, EntryCallback callback) {
         return 0;
     }
     FolderEntry entry;
-    void *listing = os_folder_first(folder, callback.use, &entry);
+    void *listing = walk_folder_first(folder, callback.use, &entry);
     if (!listing) {
         return 0;
     }

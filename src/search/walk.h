@@ -16,6 +16,9 @@ struct EntryCallback {
     FolderListingUse use; // which parts of an entry the callback reads
 };
 
+// How a walk starts a listing. Tests replace it.
+extern decltype(os_folder_first) *walk_folder_first;
+
 // Calls the callback for every entry of the folder except "." and "..", in the system's order. A folder that
 // cannot be listed has no entries. Returns 0 when nothing could be listed, else 1.
 uint8_t walk_folder(Str folder, EntryCallback callback);

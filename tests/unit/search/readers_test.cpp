@@ -11,12 +11,14 @@
 #include <mutex>
 #include <random>
 #include <string>
+#include <thread>
 
 #include "os/files.h"
 #include "os/threads.h"
 #include "search/counted.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "search/walk.h"
 #include "search/worker.h"
 #include "support/heap_hook.h"
 #include "support/system_files.h"
@@ -40,28 +42,6 @@ constexpr int most_refused = INT32_MAX;
 #endif
 constexpr uint32_t reader_counts[] = {1, 2, 8, 64};
 
-// The linker redirects every call to the first of each pair; the second is the real one.
-extern "C" {
-void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
-void *__real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str, FolderListingUse, FolderEntry *);
-FilesOfFolder __wrap__Z11os_files_of3Str(Str);
-FilesOfFolder __real__Z11os_files_of3Str(Str);
-OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
-OpenedFile __real__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &, Str, uint32_t, char *);
-bool __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
-bool __real__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &, uint32_t, char *);
-Str __wrap__Z18os_file_read_entry3StrS_(Str, Str);
-Str __real__Z18os_file_read_entry3StrS_(Str, Str);
-void __wrap__Z12os_file_freeP3Str(Str *);
-void __real__Z12os_file_freeP3Str(Str *);
-void __wrap__Z17os_condition_waitP9ConditionP4Lockj(Condition *, Lock *, uint32_t);
-void __real__Z17os_condition_waitP9ConditionP4Lockj(Condition *, Lock *, uint32_t);
-Thread *__wrap__Z21os_thread_start_smallPFjPvES_(ThreadRoutine *, void *);
-Thread *__real__Z21os_thread_start_smallPFjPvES_(ThreadRoutine *, void *);
-Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
-Thread *__real__Z15os_thread_startPFjPvES_(ThreadRoutine *, void *);
-}
-
 namespace {
 
 // Calls so far, and the number of the one that fails; -1: none.
@@ -78,32 +58,28 @@ struct Calls {
     }
 };
 Calls listings, folder_opens, opens, reads;
-std::atomic<int> threads_given = INT32_MAX; // that the system can still start
-std::atomic<int> threads_started = 0;       // readers
-std::atomic<int> waiting = 0;               // threads that wait without a time limit
+std::atomic<int> waiting = 0; // readers that have nothing to do
 std::atomic<int> listings_at_request;
 std::atomic<uint8_t> lists_nothing = 0; // whether every listing fails
 std::atomic<int> request_at_open = -1;  // the call that publishes a request
 std::atomic<int> request_at_read = -1;
 std::mutex opening;                        // and reading
 std::atomic<int> opens_awaited = 0;        // each opening waits until there are so many
-std::atomic<uint8_t> first_open_waits = 0; // until no other reader has anything to do
-std::atomic<int> listings_when_others_waited;
+std::atomic<uint8_t> first_open_waits = 0; // until another reader has nothing to do
+std::atomic<int> listings_when_another_waited;
 std::function<void()> after_open;                // called after each
 std::atomic<uint8_t> reads_apart = 0;            // whether opening a file never reads it
-std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files being read
+std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files that are about to be read
 
-void add_in_memory(uint64_t count) {
+// Counts a file that is about to be read, and gives other threads time to read large files meanwhile.
+void note_in_memory(uint64_t count) {
     uint64_t now = in_memory += count;
     for (uint64_t most = most_in_memory; now > most && !most_in_memory.compare_exchange_weak(most, now);) {
     }
-}
-
-// Gives other threads time to read large files meanwhile.
-void linger(uint64_t count) {
     if (count > 1000000) {
         os_sleep_ms(20);
     }
+    in_memory -= count;
 }
 
 // Gives up after 10 seconds, so that a test fails instead of waiting for ever.
@@ -116,26 +92,22 @@ void wait_for(const std::function<bool()> &is_so) {
     gave_up = gave_up || ms > 10000;
 }
 
-void wait_until_others_wait() {
+void wait_until_another_waits() {
     int times = 0;
-    wait_for([&] { return (times = waiting == threads_started - 1 ? times + 1 : 0) == 20; });
+    wait_for([&] { return (times = waiting == 1 ? times + 1 : 0) == 20; });
 }
 
-} // namespace
+// ---- In place of the calls ----
 
-void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder, FolderListingUse use,
-                                                                     FolderEntry *entry) {
-    return listings.next_fails() || lists_nothing
-               ? nullptr
-               : __real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(folder, use, entry);
+void *list_or_fail(Str folder, FolderListingUse use, FolderEntry *entry) {
+    return listings.next_fails() || lists_nothing ? nullptr : os_folder_first(folder, use, entry);
 }
 
-FilesOfFolder __wrap__Z11os_files_of3Str(Str folder) {
-    return folder_opens.next_fails() ? FilesOfFolder{folder, -1, 0} : __real__Z11os_files_of3Str(folder);
+FilesOfFolder open_folder_or_fail(Str folder) {
+    return folder_opens.next_fails() ? FilesOfFolder{folder, -1, 0} : os_files_of(folder);
 }
 
-OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &files, Str name,
-                                                           uint32_t room, char *bytes) {
+OpenedFile open_or_fail(const FilesOfFolder &files, Str name, uint32_t room, char *bytes) {
     bool fails;
     {
         std::lock_guard<std::mutex> one_at_a_time(opening);
@@ -149,11 +121,10 @@ OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &
         wait_for([] { return opens.count >= opens_awaited; });
     }
     if (first_open_waits.exchange(0)) {
-        wait_until_others_wait();
-        listings_when_others_waited = listings.count.load();
+        wait_until_another_waits();
+        listings_when_another_waited = listings.count.load();
     }
-    OpenedFile file =
-        __real__Z12os_file_openRK13FilesOfFolder3StrjPc(files, name, reads_apart ? 0 : room, bytes);
+    OpenedFile file = os_file_open(files, name, reads_apart ? 0 : room, bytes);
     if (fails) {
         os_file_close(&file);
         file.is_read = false;
@@ -164,8 +135,8 @@ OpenedFile __wrap__Z12os_file_openRK13FilesOfFolder3StrjPc(const FilesOfFolder &
     return file;
 }
 
-bool __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_t count, char *bytes) {
-    add_in_memory(count);
+bool read_or_fail(const OpenedFile &file, uint32_t count, char *bytes) {
+    note_in_memory(count);
     bool fails;
     {
         std::lock_guard<std::mutex> one_at_a_time(opening);
@@ -174,44 +145,20 @@ bool __wrap__Z12os_file_readRK10OpenedFilejPc(const OpenedFile &file, uint32_t c
         }
         fails = reads.next_fails();
     }
-    bool is_read = !fails && __real__Z12os_file_readRK10OpenedFilejPc(file, count, bytes);
-    linger(count);
-    in_memory -= count;
-    return is_read;
+    return !fails && os_file_read(file, count, bytes);
 }
 
-// The worker's own reading.
-Str __wrap__Z18os_file_read_entry3StrS_(Str path, Str name) {
-    Str contents = __real__Z18os_file_read_entry3StrS_(path, name);
-    add_in_memory(contents.count);
-    linger(contents.count);
-    return contents;
+void wait_and_count(Condition *condition, Lock *lock, uint32_t ms) {
+    waiting++;
+    os_condition_wait(condition, lock, ms);
+    waiting--;
 }
 
-void __wrap__Z12os_file_freeP3Str(Str *contents) {
-    in_memory -= contents->count;
-    __real__Z12os_file_freeP3Str(contents);
-}
-
-void __wrap__Z17os_condition_waitP9ConditionP4Lockj(Condition *condition, Lock *lock, uint32_t ms) {
-    int counts = ms == UINT32_MAX;
-    waiting += counts;
-    __real__Z17os_condition_waitP9ConditionP4Lockj(condition, lock, ms);
-    waiting -= counts;
-}
-
-Thread *__wrap__Z21os_thread_start_smallPFjPvES_(ThreadRoutine *routine, void *user_data) {
-    bool is_given = threads_given-- > 0;
-    Thread *thread = is_given ? __real__Z21os_thread_start_smallPFjPvES_(routine, user_data) : nullptr;
-    threads_started += thread != nullptr;
-    return thread;
-}
-
-Thread *__wrap__Z15os_thread_startPFjPvES_(ThreadRoutine *routine, void *user_data) {
-    return threads_given-- > 0 ? __real__Z15os_thread_startPFjPvES_(routine, user_data) : nullptr;
-}
-
-namespace {
+const bool calls_are_replaced = [] {
+    walk_folder_first = list_or_fail;
+    reader_calls = {open_folder_or_fail, open_or_fail, read_or_fail, wait_and_count};
+    return true;
+}();
 
 struct ReadersScope {
     uint32_t count;
@@ -315,13 +262,12 @@ void fill_folder(const TestTree &tree, const std::string &folder, std::mt19937 &
 // ---- Without threads or memory (these run first, before any reader has started) ----
 
 TEST(Readers, TakeNoThreadFromTheWorker) {
-    threads_given = 0;
+    FailingAllocation first(0, WITH_ALL_LATER_ONES);
     search_state.reader_count = 8;
     EXPECT_EQ(search_worker_start(), nullptr);
-    EXPECT_EQ(threads_given, -1); // no reader was asked for
+    EXPECT_EQ(first.sizes, std::vector<uint64_t>{sizeof(Thread)}); // no reader was asked for
     search_state.reader_count = 0;
     search_state.interface_pass = 0;
-    threads_given = INT32_MAX;
 }
 
 TEST(Readers, WithoutThreadsTheWorkerSearchesAlone) {
@@ -331,13 +277,12 @@ TEST(Readers, WithoutThreadsTheWorkerSearchesAlone) {
     Stored alone = search(tree, {}, 0);
     EXPECT_EQ(search_state.reader_count, 0u);
     for (int given : {0, 3, 2}) { // running threads stay
-        threads_given = given;
+        std::atomic<int> threads_given = given;
+        HeapHookScope hook([&](uint64_t size) { return size != sizeof(Thread) || threads_given-- > 0; });
         uint32_t expected = given == 0 ? 0 : given == 3 ? 3 : 5;
         EXPECT_EQ(ReadersScope(8).count, expected);
-        threads_given = 0;
         EXPECT_EQ(search(tree, {}, 8), alone);
     }
-    threads_given = INT32_MAX;
     EXPECT_EQ(ReadersScope(1000).count, most_readers);
     EXPECT_EQ(ReadersScope(0).count, 0u);
 }
@@ -701,7 +646,14 @@ TEST(Readers, HoldAtMost64MiBOfContentsWithTheWorker) {
     reads_apart = 1;
     Search how;
     how.max_file_size = 0;
-    for (uint64_t most : {uint64_t{64} << 20, uint64_t{70000000}}) {
+    const std::thread::id worker = std::this_thread::get_id();
+    HeapHookScope hook([&](uint64_t size) { // the worker's own reading
+        if (search_state.search_busy && size > 1000000 && std::this_thread::get_id() == worker) {
+            note_in_memory(size);
+        }
+        return true;
+    });
+    for (uint64_t most : {uint64_t{64} << 20, uint64_t{70000064}}) { // the block of the last file
         Stored alone = search(tree, how, 0);
         most_in_memory = 0;
         EXPECT_EQ(search(tree, how, 8), alone);
@@ -722,7 +674,7 @@ TEST(Readers, ListNoFurtherFoldersWhile4096FilesWait) {
     listings.start(-1);
     first_open_waits = 1;
     EXPECT_EQ(search(tree, {}, 2), alone);
-    EXPECT_LE(listings_when_others_waited, 1 + 4096 / 200 + 2); // the tree itself, and 2 readers at once
+    EXPECT_LE(listings_when_another_waited, 1 + 4096 / 200 + 2); // the tree itself, and 2 readers at once
     EXPECT_EQ(listings.count, 31);
     EXPECT_FALSE(gave_up.exchange(0));
 }
