@@ -55,41 +55,41 @@ bool begins_with(Str name, Str prefix) {
 
 } // namespace
 
-uint8_t on_file(void *, Str folder, const FolderEntry &entry) {
+bool on_file(void *, Str folder, const FolderEntry &entry) {
     if (search_state.request_pending) {
-        return 0;
+        return false;
     }
     if (entry.is_folder) {
-        return 1;
+        return true;
     }
     int64_t limit = search_state.max_file_size;
     if (limit != 0 && limit < static_cast<int64_t>(entry.size)) {
         count_one(&search_counts.too_large);
-        return 1;
+        return true;
     }
     Str contents = os_file_read_entry(results_push_path(folder, entry.name), entry.name);
     if (!contents.data) {
         count_one(&search_counts.unreadable);
-        return 1;
+        return true;
     }
     uint32_t file_index;
     if (push_file(folder, entry.name, &file_index)) {
         scan_contents(contents, strbuf_text(&search_state.query), file_index);
     }
     os_file_free(&contents);
-    return 1;
+    return true;
 }
 
-uint8_t push_file(Str folder, Str name, uint32_t *file_index) {
+bool push_file(Str folder, Str name, uint32_t *file_index) {
     FileEntry file = {arena_push_string(&results_store.arena, folder),
                       arena_push_string(&results_store.arena, name)};
     str_slashes(file.folder);
     if (!dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
-        return 0;
+        return false;
     }
     *file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
     count_one(&search_counts.files);
-    return 1;
+    return true;
 }
 
 void push_hit(uint32_t file_index, const LineHit &hit) {
@@ -128,10 +128,10 @@ LineScan line_scan(Str contents, Str query) {
     return {contents.data, 0, span, 1, scan_needle(query, search_state.ignore_case)};
 }
 
-uint8_t line_scan_next(LineScan *scan, LineHit *hit) {
+bool line_scan_next(LineScan *scan, LineHit *hit) {
     ScanHit found;
     if (!scan_next_hit(scan->text, scan->from, scan->span, scan->needle, &found)) {
-        return 0;
+        return false;
     }
     hit->line = scan->line + found.line_feeds;
     hit->column = static_cast<uint32_t>(found.pos - found.line_start + 1);
@@ -141,7 +141,7 @@ uint8_t line_scan_next(LineScan *scan, LineHit *hit) {
     hit->is_cut = found.line_end - found.line_start > longest_line_text || found.line_end == scan->span;
     scan->from = found.line_end + 1;
     scan->line = hit->line + 1;
-    return 1;
+    return true;
 }
 
 void scan_contents(Str contents, Str query, uint32_t file_index) {
@@ -152,12 +152,12 @@ void scan_contents(Str contents, Str query, uint32_t file_index) {
     }
 }
 
-uint8_t on_folder_suggestion(void *context, Str, const FolderEntry &entry) {
+bool on_folder_suggestion(void *context, Str, const FolderEntry &entry) {
     if (search_state.request_pending) {
-        return 0;
+        return false;
     }
     if (!entry.is_folder) {
-        return 1;
+        return true;
     }
     const Str *prefix = static_cast<const Str *>(context);
     Str copy = arena_push_string(&results_store.arena, entry.name);
@@ -165,5 +165,5 @@ uint8_t on_folder_suggestion(void *context, Str, const FolderEntry &entry) {
         begins_with(entry.name, *prefix) ? &results_store.matching_folders : &results_store.other_folders;
     dynarray_push_shared(list, sizeof(copy), &copy, &results_store.retired);
     search_state.results_dirty = 1;
-    return 1;
+    return true;
 }

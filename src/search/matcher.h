@@ -11,17 +11,17 @@
 #include "os/strings.h"
 #include "search/scan.h"
 
-// An EntryFn: reads the file and appends its file row and its hits. The context is not used. Returns 0 when a
-// new request is pending, else 1. A file that cannot be read is left out.
-uint8_t on_file(void *context, Str folder, const FolderEntry &entry);
+// An EntryFn: reads the file and appends its file row and its hits. The context is not used. Returns false
+// when a new request is pending. A file that cannot be read is left out.
+bool on_file(void *context, Str folder, const FolderEntry &entry);
 
 // An EntryFn: appends a folder's name to matching_folders or other_folders. context points to the
-// typed prefix, a Str. Returns 0 when a new request is pending, else 1.
-uint8_t on_folder_suggestion(void *context, Str folder, const FolderEntry &entry);
+// typed prefix, a Str. Returns false when a new request is pending.
+bool on_folder_suggestion(void *context, Str folder, const FolderEntry &entry);
 
-// Worker: appends the row of a file that was read. Returns 0 when out of memory; file_index is then
-// undefined.
-uint8_t push_file(Str folder, Str name, uint32_t *file_index);
+// Worker: appends the row of a file that was read. Returns false when out of memory; file_index is
+// then undefined.
+bool push_file(Str folder, Str name, uint32_t *file_index);
 
 // A line that contains the query, as stored.
 struct LineHit {
@@ -29,7 +29,7 @@ struct LineHit {
     uint32_t column;
     uint32_t byte_offset;
     Str text;
-    uint8_t is_cut; // as in ResultRecord
+    bool is_cut; // as in ResultRecord
 };
 
 // Worker: appends a hit, preceded by the file's header if it is the file's first.
@@ -48,8 +48,8 @@ struct LineScan {
 // place. A file of 2 GiB or more has no hits.
 LineScan line_scan(Str contents, Str query);
 
-// Fills in the next hit, whose text points into contents; returns 0 after the last one.
-uint8_t line_scan_next(LineScan *scan, LineHit *hit);
+// Fills in the next hit, whose text points into contents; returns false after the last one.
+bool line_scan_next(LineScan *scan, LineHit *hit);
 
 // Appends the hits of one file's bytes. contents is a block as os_file_read_all returns it, and tabs in hit
 // lines are replaced by spaces in place. A file of 2 GiB or more has no hits.

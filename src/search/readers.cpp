@@ -40,8 +40,8 @@ struct Folder {
     Folder *next; // in search order
     Str path;     // follows this record
     FolderState state;
-    uint8_t is_top;
-    uint8_t is_left;
+    bool is_top;
+    bool is_left;
     ReadFile *files;
     char *names; // of the files, each zero-terminated
     uint64_t file_count;
@@ -51,7 +51,7 @@ struct Folder {
 struct RingJob {
     ReadJob job; // first, as the worker gets its address
     Folder *owner;
-    uint8_t is_done;
+    bool is_done;
 };
 
 struct HitRecord {
@@ -59,7 +59,7 @@ struct HitRecord {
     uint32_t column;
     uint32_t byte_offset;
     uint16_t text_count; // bytes; the text follows
-    uint8_t is_cut;
+    bool is_cut;
 };
 
 // A reader's own memory. Work that needs a missing buffer is left to the worker.
@@ -96,7 +96,7 @@ struct Readers {
     uint64_t done;       // finished jobs not yet taken
     uint64_t files;      // listed and not yet taken
     uint64_t hit_bytes;
-    uint8_t worker_has_job;
+    bool worker_has_job;
 };
 
 Readers readers;
@@ -191,13 +191,13 @@ bool is_above_limit(uint64_t size) {
     return limit != 0 && limit < static_cast<int64_t>(size);
 }
 
-uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
+bool note_entry(void *context, Str folder, const FolderEntry &entry) {
     Listing *listing = static_cast<Listing *>(context);
     if (search_state.request_pending) {
-        return 0;
+        return false;
     }
     if (entry.is_folder && is_skipped_folder(entry.name)) {
-        return 1;
+        return true;
     }
     if (entry.is_folder) {
         Folder *subfolder = make_folder(folder, entry.name);
@@ -253,7 +253,7 @@ Folder *list_folder(Reader *reader, Folder *folder) {
         return listing.first;
     }
     free_folders(listing.first);
-    folder->is_left = 1;
+    folder->is_left = true;
     return nullptr;
 }
 
@@ -467,7 +467,7 @@ void do_job(Reader *reader, RingJob *next) {
     os_lock_leave(&readers.lock);
     read_job(reader, &next->job);
     os_lock_enter(&readers.lock);
-    next->is_done = 1;
+    next->is_done = true;
     readers.done++;
     readers.hit_bytes += next->job.hits.count;
     if (readers.done >= jobs_per_wake && worker_can_go_on()) {
@@ -545,27 +545,27 @@ uint32_t readers_start(uint32_t count) {
     return readers.wanted;
 }
 
-uint8_t readers_begin(Str folder, Str query, int64_t max_file_size) {
+bool readers_begin(Str folder, Str query, int64_t max_file_size) {
     Folder *top = readers.wanted > 0 ? make_folder(folder, {}) : nullptr;
     if (!top) {
-        return 0;
+        return false;
     }
-    top->is_top = 1;
+    top->is_top = true;
     os_lock_enter(&readers.lock);
     readers.query = query;
     readers.max_file_size = max_file_size;
     readers.folders = top;
     wake_a_reader();
     os_lock_leave(&readers.lock);
-    return 1;
+    return true;
 }
 
-uint8_t readers_next(const ReadJob **job) {
+bool readers_next(const ReadJob **job) {
     os_lock_enter(&readers.lock);
     if (readers.worker_has_job) {
         RingJob *last = ring_job(readers.taken++);
         readers.started = std::max(readers.started, readers.taken); // it may have had no files
-        readers.worker_has_job = 0;
+        readers.worker_has_job = false;
         readers.done--;
         readers.files -= last->job.file_count;
         readers.hit_bytes -= last->job.hits.count;
@@ -606,7 +606,7 @@ void readers_end() {
     readers.done = 0;
     readers.files = 0;
     readers.hit_bytes = 0;
-    readers.worker_has_job = 0;
+    readers.worker_has_job = false;
     os_lock_leave(&readers.lock);
 }
 

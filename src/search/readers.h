@@ -10,7 +10,7 @@
 // When memory runs out, or a file or folder cannot be opened or read, the reader leaves it to the worker,
 // which then does what it does without readers. So readers lose nothing that one thread would find.
 //
-// Usage: readers_start once; for each search readers_begin, readers_next until it returns 0, readers_end.
+// Usage: readers_start once; for each search readers_begin, readers_next until it returns false, readers_end.
 #pragma once
 
 #include <stdint.h>
@@ -48,29 +48,29 @@ struct ReadFile {
     uint64_t size; // bytes, as listed; if the listing lacks it, as opened
     uint32_t hit_count;
     FileOutcome outcome;
-    uint8_t has_size; // as listed
+    bool has_size; // as listed
 };
 
 // Some files of a folder and their hits.
 struct ReadJob {
     Str folder;
-    uint8_t begins_folder; // the folder's first job; an empty folder has one too
-    uint8_t ends_folder;   // the folder's last job
-    uint8_t is_top;        // of the folder the search began with
-    uint8_t is_left;       // the folder and everything below it are left to the worker
+    bool begins_folder; // the folder's first job; an empty folder has one too
+    bool ends_folder;   // the folder's last job
+    bool is_top;        // of the folder the search began with
+    bool is_left;       // the folder and everything below it are left to the worker
     uint32_t file_count;
     ReadFile *files;
     Str hits; // for read_hit
 };
 
 // Worker: begins a search of all files below folder of at most max_file_size bytes; 0: no limit. query must
-// stay valid and unchanged until readers_end. Returns 0, with no search begun, when there are no readers or
-// no memory.
-uint8_t readers_begin(Str folder, Str query, int64_t max_file_size);
+// stay valid and unchanged until readers_end. Returns false, with no search begun, when there are no readers
+// or no memory.
+bool readers_begin(Str folder, Str query, int64_t max_file_size);
 
 // Worker: sets job to the next one, valid until the next call, or to null if that is not done within a few
-// milliseconds. Returns 0 when no job is left.
-uint8_t readers_next(const ReadJob **job);
+// milliseconds. Returns false when no job is left.
+bool readers_next(const ReadJob **job);
 
 // Worker: ends the search, finished or not. Waits until readers have finished their current file or entry.
 void readers_end();

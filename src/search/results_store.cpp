@@ -59,30 +59,31 @@ TableRows table_rows(const DynArray *table) {
 
 namespace {
 
-// Copies a row; volatile words keep the compiler from moving the copy. Returns 0 when there is no such row.
-uint8_t copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *copy) {
+// Copies a row; volatile words keep the compiler from moving the copy. Returns false when there is no such
+// row.
+bool copy_row(const DynArray *table, uint64_t row, uint64_t elem_size, void *copy) {
     TableRows rows = table_rows(table);
     if (row >= rows.count) {
-        return 0;
+        return false;
     }
     const volatile uint64_t *from = reinterpret_cast<const volatile uint64_t *>(rows.data + row * elem_size);
     uint64_t *to = static_cast<uint64_t *>(copy);
     for (uint64_t i = 0; i < elem_size / sizeof(uint64_t); i++) {
         to[i] = from[i];
     }
-    return 1;
+    return true;
 }
 
 typedef uint64_t UnalignedWord __attribute__((aligned(1), may_alias));
 
 // Copies a text and a zero byte to the start of room and shrinks room by them; volatile for the same reason.
-// Returns 0, changing nothing, when it does not fit.
-uint8_t copy_text(Str *text, Str *room) {
+// Returns false, changing nothing, when it does not fit.
+bool copy_text(Str *text, Str *room) {
     if (text->count == 0) {
-        return 1;
+        return true;
     }
     if (room->count <= text->count) {
-        return 0;
+        return false;
     }
     const volatile char *from = text->data;
     uint64_t i = 0;
@@ -97,7 +98,7 @@ uint8_t copy_text(Str *text, Str *room) {
     text->data[text->count] = 0;
     room->data += text->count + 1;
     room->count -= text->count + 1;
-    return 1;
+    return true;
 }
 
 } // namespace

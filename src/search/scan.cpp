@@ -29,12 +29,12 @@ struct CommonRank {
 constexpr CommonRank common;
 
 // The byte as the scan compares it: in lower case if case is ignored. That is also a letter's commoner case.
-char compared_byte(char byte, uint8_t ignore_case) {
+char compared_byte(char byte, bool ignore_case) {
     return ignore_case ? static_cast<char>(byte | case_bit(byte)) : byte;
 }
 
 // The offset of the query's rarest byte of a value other than except (-1: any value), or -1.
-int64_t rarest_byte(Str query, int32_t except, uint8_t ignore_case) {
+int64_t rarest_byte(Str query, int32_t except, bool ignore_case) {
     int64_t best = -1;
     uint32_t best_rank = UINT32_MAX;
     for (uint64_t i = 0; i < query.count; i++) {
@@ -49,7 +49,7 @@ int64_t rarest_byte(Str query, int32_t except, uint8_t ignore_case) {
 
 // Makes a needle ignore case.
 void ignore_case_of(ScanNeedle *needle) {
-    needle->ignore_case = 1;
+    needle->ignore_case = true;
     needle->rare_case = case_bit(needle->rare);
     needle->other_case = case_bit(needle->other);
     char bits[8];
@@ -63,7 +63,7 @@ void ignore_case_of(ScanNeedle *needle) {
 
 } // namespace
 
-ScanNeedle scan_needle(Str query, uint8_t ignore_case) {
+ScanNeedle scan_needle(Str query, bool ignore_case) {
     ScanNeedle needle = {};
     needle.query = query;
     if (query.count > 0) {
@@ -84,7 +84,7 @@ ScanNeedle scan_needle(Str query, uint8_t ignore_case) {
     return needle;
 }
 
-uint8_t scan_next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
+bool scan_next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
     ScanNextHit *variant = needle.ignore_case ? scan_next_hit_ignoring_case_variant : scan_next_hit_variant;
     return from < span && variant(text, from, span, needle, hit);
 }

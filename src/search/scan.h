@@ -28,7 +28,7 @@ struct ScanNeedle {
 
     // To ignore case: rare, other and start are in lower case, and these bits are set in the text's bytes
     // before a comparison: case_bit for letters, else 0.
-    uint8_t ignore_case;
+    bool ignore_case;
     char rare_case;
     char other_case;
     uint64_t start_case;
@@ -41,7 +41,7 @@ constexpr char case_bit(char byte) {
 }
 
 // An empty query matches at every zero byte. With ignore_case, ASCII letters match in either case.
-ScanNeedle scan_needle(Str query, uint8_t ignore_case = 0);
+ScanNeedle scan_needle(Str query, bool ignore_case = false);
 
 // A match, and the line around it.
 struct ScanHit {
@@ -51,15 +51,15 @@ struct ScanHit {
     int64_t line_end;    // the first line feed at or after pos, or span
 };
 
-// Finds the first match in [from, span); from is the start of a line. Returns 0, with hit undefined, when
-// there is none (also for from >= span). Never reads text beyond span + the query's length.
-uint8_t scan_next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit);
+// Finds the first match in [from, span); from is the start of a line. Returns false, with hit undefined,
+// when there is none (also for from >= span). Never reads text beyond span + the query's length.
+bool scan_next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit);
 
 // ---- The processor's variants ----
 
 // The same function for from < span, for one instruction set.
-typedef uint8_t ScanNextHit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
-                            ScanHit *hit);
+typedef bool ScanNextHit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
+                         ScanHit *hit);
 
 ScanNextHit scan_next_hit_sse2; // every x86-64 processor
 ScanNextHit scan_next_hit_avx2; // only where os_has_avx2

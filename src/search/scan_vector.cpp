@@ -126,33 +126,32 @@ inline uint64_t mask_of_two(Vector low, Vector high) {
 
 // Whether bytes [from, count) of a and b are the same. Not memcmp, as a call would make the surrounding loop
 // spill its vector registers.
-template <bool ignore_case>
-inline uint8_t is_same(const char *a, const char *b, int64_t from, int64_t count) {
+template <bool ignore_case> inline bool is_same(const char *a, const char *b, int64_t from, int64_t count) {
     for (; count - from >= 4 * lanes; from += 4 * lanes) {
         Vector low = same<ignore_case>(load(a + from), load(b + from)) &
                      same<ignore_case>(load(a + from + lanes), load(b + from + lanes));
         Vector high = same<ignore_case>(load(a + from + 2 * lanes), load(b + from + 2 * lanes)) &
                       same<ignore_case>(load(a + from + 3 * lanes), load(b + from + 3 * lanes));
         if (mask(low & high) != all_lanes) {
-            return 0;
+            return false;
         }
     }
     for (; count - from >= lanes; from += lanes) {
         if (mask(same<ignore_case>(load(a + from), load(b + from))) != all_lanes) {
-            return 0;
+            return false;
         }
     }
     for (; from < count; from++) {
         if (!same_byte<ignore_case>(a[from], b[from])) {
-            return 0;
+            return false;
         }
     }
-    return 1;
+    return true;
 }
 
 // Whether the query matches at pos, which is below span.
 template <bool ignore_case>
-inline uint8_t matches_at(const char *text, int64_t pos, int64_t span, const ScanNeedle &needle) {
+inline bool matches_at(const char *text, int64_t pos, int64_t span, const ScanNeedle &needle) {
     uint64_t count = needle.query.count;
     uint64_t checked = 0;
     if (pos + 8 <= span + static_cast<int64_t>(count)) {
@@ -162,7 +161,7 @@ inline uint8_t matches_at(const char *text, int64_t pos, int64_t span, const Sca
             eight |= needle.start_case;
         }
         if (((eight ^ needle.start) & needle.start_mask) != 0) {
-            return 0;
+            return false;
         }
         checked = 8;
     }
@@ -301,24 +300,23 @@ inline int64_t line_end(const char *text, int64_t pos, int64_t span) {
 }
 
 template <bool ignore_case>
-inline uint8_t next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
-                        ScanHit *hit) {
+inline bool next_hit(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
     int64_t pos = find<ignore_case>(text, from, span, needle);
     if (pos < 0) {
-        return 0;
+        return false;
     }
     uint32_t line_feeds = count_line_feeds(text, from, pos);
     *hit = {pos, line_feeds, line_feeds > 0 ? line_start(text, pos) : from, line_end(text, pos, span)};
-    return 1;
+    return true;
 }
 
 } // namespace
 
-uint8_t SCAN_NEXT_HIT(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
+bool SCAN_NEXT_HIT(const char *text, int64_t from, int64_t span, const ScanNeedle &needle, ScanHit *hit) {
     return next_hit<false>(text, from, span, needle, hit);
 }
 
-uint8_t SCAN_NEXT_HIT_IGNORING_CASE(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
-                                    ScanHit *hit) {
+bool SCAN_NEXT_HIT_IGNORING_CASE(const char *text, int64_t from, int64_t span, const ScanNeedle &needle,
+                                 ScanHit *hit) {
     return next_hit<true>(text, from, span, needle, hit);
 }

@@ -22,11 +22,11 @@ SearchState search_state = {
     .results_scroll = 0,
 };
 
-uint8_t set_request_text(StrBuf *text, Str replacement) {
+bool set_request_text(StrBuf *text, Str replacement) {
     return set_request_text_end(text, 0, replacement);
 }
 
-uint8_t set_request_text_end(StrBuf *text, uint64_t start, Str end) {
+bool set_request_text_end(StrBuf *text, uint64_t start, Str end) {
     return strbuf_set_end(text, start, end, &search_state.retired_text);
 }
 
@@ -37,7 +37,7 @@ void publish_request() {
     search_state.request_pending = 1;
 }
 
-uint8_t has_request() {
+bool has_request() {
     return search_state.request_pending || search_state.requests_published != search_state.requests_seen;
 }
 

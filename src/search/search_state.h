@@ -43,18 +43,18 @@ struct SearchState {
 // request_pending starts as 1, so the worker's first request uses the texts loaded at start-up.
 extern SearchState search_state;
 
-// Interface: replaces all of text, which is path or query. Returns 0, text unchanged, when out of memory.
+// Interface: replaces all of text, which is path or query. Returns false, text unchanged, when out of memory.
 // replacement must not point into text itself. Does not cancel a running search: only a request does.
-uint8_t set_request_text(StrBuf *text, Str replacement);
+bool set_request_text(StrBuf *text, Str replacement);
 
 // The same for what follows the first start bytes of text, which must exist and are kept.
-uint8_t set_request_text_end(StrBuf *text, uint64_t start, Str end);
+bool set_request_text_end(StrBuf *text, uint64_t start, Str end);
 
 // Interface: requests a search with the current texts. The list of hits empties at once.
 void publish_request();
 
 // Worker: whether a search is wanted.
-uint8_t has_request();
+bool has_request();
 
 // Worker: accepts the request and empties the results. Returns the path, in the field's own storage.
 Str take_request();

@@ -12,7 +12,7 @@ bool is_space(char byte) {
 
 } // namespace
 
-uint8_t is_skipped_folder(Str name) {
+bool is_skipped_folder(Str name) {
     Str names = search_state.skip_folders;
     for (uint64_t at = 0; at < names.count; at++) {
         uint64_t start = at;
@@ -20,8 +20,8 @@ uint8_t is_skipped_folder(Str name) {
             at++;
         }
         if (at > start && os_is_same_name(name, {at - start, names.data + start})) {
-            return 1;
+            return true;
         }
     }
-    return 0;
+    return false;
 }

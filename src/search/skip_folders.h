@@ -6,4 +6,4 @@
 #include "os/strings.h"
 
 // Whether name is one of those names, compared as os_is_same_name does. Worker and readers.
-uint8_t is_skipped_folder(Str name);
+bool is_skipped_folder(Str name);

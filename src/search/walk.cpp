@@ -4,21 +4,21 @@ decltype(os_folder_first) *walk_folder_first = os_folder_first;
 
 namespace {
 
-uint8_t is_dot_or_dot_dot(Str name) {
+bool is_dot_or_dot_dot(Str name) {
     return (name.count == 1 && name.data[0] == '.') ||
            (name.count == 2 && name.data[0] == '.' && name.data[1] == '.');
 }
 
 } // namespace
 
-uint8_t walk_folder(Str folder, EntryCallback callback) {
+bool walk_folder(Str folder, EntryCallback callback) {
     if (!callback.call) {
-        return 0;
+        return false;
     }
     FolderEntry entry;
     void *listing = walk_folder_first(folder, callback.use, &entry);
     if (!listing) {
-        return 0;
+        return false;
     }
     do {
         if (is_dot_or_dot_dot(entry.name)) {
@@ -29,5 +29,5 @@ uint8_t walk_folder(Str folder, EntryCallback callback) {
         }
     } while (os_folder_next(listing, &entry));
     os_folder_close(listing);
-    return 1;
+    return true;
 }

@@ -7,8 +7,8 @@
 #include "os/strings.h"
 
 // Called once for each entry, which is valid only during the call. folder is the one given to walk_folder.
-// Returns 0 to stop this listing, anything else to continue.
-typedef uint8_t EntryFn(void *context, Str folder, const FolderEntry &entry);
+// Returns whether to continue the listing.
+typedef bool EntryFn(void *context, Str folder, const FolderEntry &entry);
 
 struct EntryCallback {
     EntryFn *call;        // null: nothing is listed
@@ -20,5 +20,5 @@ struct EntryCallback {
 extern decltype(os_folder_first) *walk_folder_first;
 
 // Calls the callback for every entry of the folder except "." and "..", in the system's order. A folder that
-// cannot be listed has no entries. Returns 0 when nothing could be listed, else 1.
-uint8_t walk_folder(Str folder, EntryCallback callback);
+// cannot be listed has no entries. Returns false when nothing could be listed.
+bool walk_folder(Str folder, EntryCallback callback);

@@ -23,11 +23,11 @@ constexpr uint32_t poll_period_ms = 100;
 char walked_path[4096];
 
 // Whether the folder that the search began with could be listed.
-uint8_t top_is_listed;
+bool top_is_listed;
 
-// Searches a folder's files, then its sub-folders. Returns 0 when it cannot be listed.
-uint8_t search_folder(Str folder) {
-    uint8_t is_listed = walk_folder(folder, every_file);
+// Searches a folder's files, then its sub-folders. Returns false when it cannot be listed.
+bool search_folder(Str folder) {
+    bool is_listed = walk_folder(folder, every_file);
     // The flag is read before the path's bytes, which an edit may have changed.
     if (!search_state.request_pending) {
         walk_folder(folder, every_subfolder);
@@ -112,15 +112,15 @@ Str copy_field(Str text) {
     return {text.count, copy};
 }
 
-// Returns 0 when the search has to do without readers.
-uint8_t search_with_readers(Str folder) {
+// Returns false when the search has to do without readers.
+bool search_with_readers(Str folder) {
     if (search_state.reader_count == 0) {
-        return 0;
+        return false;
     }
     // Readers get copies, as the interface may edit the fields in place.
     Str query = copy_field(strbuf_text(&search_state.query));
     folder = copy_field(folder);
-    uint8_t has_begun = query.data && folder.data && readers_begin(folder, query, search_state.max_file_size);
+    bool has_begun = query.data && folder.data && readers_begin(folder, query, search_state.max_file_size);
     if (has_begun) {
         const ReadJob *job;
         while (!search_state.request_pending && readers_next(&job)) {
@@ -141,7 +141,7 @@ SearchOutcome search_contents(Str folder) {
     }
     search_counts_set(SEARCH_RUNS);
     search_state.search_busy = 1;
-    top_is_listed = 1;
+    top_is_listed = true;
     if (!search_with_readers(folder)) {
         top_is_listed = search_folder(folder);
     }
@@ -187,34 +187,34 @@ SearchOutcome suggest_folders(Str path) {
 
 } // namespace
 
-uint8_t on_subfolder(void *, Str folder, const FolderEntry &entry) {
+bool on_subfolder(void *, Str folder, const FolderEntry &entry) {
     if (search_state.request_pending) {
-        return 0;
+        return false;
     }
     if (!entry.is_folder || is_skipped_folder(entry.name)) {
-        return 1;
+        return true;
     }
     Str subfolder = results_push_path(folder, entry.name);
     // Walking the empty path would walk the root.
     if (!subfolder.data || subfolder.count >= sizeof(walked_path)) {
         count_one(&search_counts.unreadable);
-        return 1;
+        return true;
     }
     // Walked from a copy: a search with many strings may overwrite the one in the arena.
     search_subfolder(subfolder);
-    return 1;
+    return true;
 }
 
-uint8_t search_worker_turn() {
+bool search_worker_turn() {
     release_retired(&results_store.retired);
     if (!has_request()) {
-        return 0;
+        return false;
     }
     Str path = take_request();
     search_counts_begin();
     bool is_searched = path.count > 0 && path.data[path.count - 1] != '/' && os_path_exists(path);
     search_counts_set(is_searched ? search_contents(path) : suggest_folders(path));
-    return 1;
+    return true;
 }
 
 uint32_t search_worker(void *) {

@@ -10,14 +10,14 @@
 #include "os/strings.h"
 #include "os/threads.h"
 
-// An EntryFn: searches a sub-folder's files, then its sub-folders. The context is not used. Returns 0 when a
-// new request is pending, else 1.
-uint8_t on_subfolder(void *context, Str folder, const FolderEntry &entry);
+// An EntryFn: searches a sub-folder's files, then its sub-folders. The context is not used. Returns false
+// when a new request is pending.
+bool on_subfolder(void *context, Str folder, const FolderEntry &entry);
 
 // One turn of the poll loop, without its sleep: frees replaced storage of the results that the interface no
-// longer reads, then runs the pending request until it is finished or a new one is published. Returns 0 when
-// none was pending.
-uint8_t search_worker_turn();
+// longer reads, then runs the pending request until it is finished or a new one is published. Returns false
+// when none was pending.
+bool search_worker_turn();
 
 // A ThreadRoutine, the worker thread's body: a turn every 100 milliseconds. Never returns.
 uint32_t search_worker(void *record);

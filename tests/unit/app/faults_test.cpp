@@ -689,7 +689,7 @@ void fail_each_of_search(const char *phase, const TestTree &tree, const std::str
             SmallSearch small(path_text, is_read);
             {
                 FailingAllocation failing(nth, series);
-                EXPECT_EQ(search_worker_turn(), 1);
+                EXPECT_TRUE(search_worker_turn());
             }
             runs++;
             EXPECT_EQ(search_state.search_busy, 0);

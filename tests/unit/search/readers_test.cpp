@@ -60,15 +60,15 @@ struct Calls {
 Calls listings, folder_opens, opens, reads;
 std::atomic<int> waiting = 0; // readers that have nothing to do
 std::atomic<int> listings_at_request;
-std::atomic<uint8_t> lists_nothing = 0; // whether every listing fails
-std::atomic<int> request_at_open = -1;  // the call that publishes a request
+std::atomic<bool> lists_nothing = false; // whether every listing fails
+std::atomic<int> request_at_open = -1;   // the call that publishes a request
 std::atomic<int> request_at_read = -1;
-std::mutex opening;                        // and reading
-std::atomic<int> opens_awaited = 0;        // each opening waits until there are so many
-std::atomic<uint8_t> first_open_waits = 0; // until another reader has nothing to do
+std::mutex opening;                         // and reading
+std::atomic<int> opens_awaited = 0;         // each opening waits until there are so many
+std::atomic<bool> first_open_waits = false; // until another reader has nothing to do
 std::atomic<int> listings_when_another_waited;
 std::function<void()> after_open;                // called after each
-std::atomic<uint8_t> reads_apart = 0;            // whether opening a file never reads it
+std::atomic<bool> reads_apart = false;           // whether opening a file never reads it
 std::atomic<uint64_t> in_memory, most_in_memory; // bytes of files that are about to be read
 
 // Counts a file that is about to be read, and gives other threads time to read large files meanwhile.
@@ -83,7 +83,7 @@ void note_in_memory(uint64_t count) {
 }
 
 // Gives up after 10 seconds, so that a test fails instead of waiting for ever.
-std::atomic<uint8_t> gave_up = 0;
+std::atomic<bool> gave_up = false;
 void wait_for(const std::function<bool()> &is_so) {
     int ms = 0;
     while (!is_so() && ms++ < 10000) {
@@ -120,7 +120,7 @@ OpenedFile open_or_fail(const FilesOfFolder &files, Str name, uint32_t room, cha
     if (opens_awaited > 0) {
         wait_for([] { return opens.count >= opens_awaited; });
     }
-    if (first_open_waits.exchange(0)) {
+    if (first_open_waits.exchange(false)) {
         wait_until_another_waits();
         listings_when_another_waited = listings.count.load();
     }
@@ -464,7 +464,7 @@ TEST(Readers, LoseNothingWhicheverListingOpeningOrReadingFails) {
     TestTree tree;
     fill_plain_tree(tree);
     Stored alone = search(tree, {}, 0);
-    reads_apart = 1;
+    reads_apart = true;
     for (Calls *calls : {&listings, &folder_opens, &opens, &reads}) {
         for (uint32_t count : {1u, 8u}) {
             int failing = 0;
@@ -476,7 +476,7 @@ TEST(Readers, LoseNothingWhicheverListingOpeningOrReadingFails) {
         }
         calls->start(-1);
     }
-    reads_apart = 0;
+    reads_apart = false;
 }
 
 TEST(Readers, SkipTooLargeFilesOfAFolderThatTheyCannotOpen) {
@@ -551,11 +551,11 @@ TEST(Readers, ReadAFileThatGrowsMeanwhileUpToTheLengthThatItHad) {
     TestTree tree;
     tree.file("a", "foo.....");
     Stored alone = search(tree, {}, 0);
-    reads_apart = 1;
+    reads_apart = true;
     after_open = [&] { std::ofstream(tree.native("a"), std::ios::binary | std::ios::app) << "\nfoo....."; };
     EXPECT_EQ(search(tree, {}, 1), alone);
     after_open = nullptr;
-    reads_apart = 0;
+    reads_apart = false;
     EXPECT_NE(search(tree, {}, 1), alone);
 }
 
@@ -616,10 +616,10 @@ TEST(Readers, LetTheWorkerTellThatTheTopFolderCannotBeListed) {
     TestTree tree;
     tree.file("a", "foo.....");
     for (uint32_t count : {0u, 1u, 8u}) {
-        lists_nothing = 1;
+        lists_nothing = true;
         search(tree, {}, count);
         EXPECT_EQ(counted(), "unreadable folder: 0 hits in 0 of 0, 0 too large, 0 unreadable");
-        lists_nothing = 0;
+        lists_nothing = false;
         search(tree, {}, count);
         EXPECT_EQ(counted(), "finished: 1 hits in 1 of 1, 0 too large, 0 unreadable");
     }
@@ -643,7 +643,7 @@ TEST(Readers, HoldAtMost64MiBOfContentsWithTheWorker) {
     }
     large_file(tree, "g", "foo", 60000000); // the worker reads these two first
     large_file(tree, "h", many_hits, 30000000);
-    reads_apart = 1;
+    reads_apart = true;
     Search how;
     how.max_file_size = 0;
     const std::thread::id worker = std::this_thread::get_id();
@@ -661,7 +661,7 @@ TEST(Readers, HoldAtMost64MiBOfContentsWithTheWorker) {
         EXPECT_LE(most_in_memory, most);
         large_file(tree, "larger than all they may hold", "foo", 70000000);
     }
-    reads_apart = 0;
+    reads_apart = false;
 }
 
 TEST(Readers, ListNoFurtherFoldersWhile4096FilesWait) {
@@ -672,11 +672,11 @@ TEST(Readers, ListNoFurtherFoldersWhile4096FilesWait) {
     Stored alone = search(tree, {}, 0);
     opens.start(-1);
     listings.start(-1);
-    first_open_waits = 1;
+    first_open_waits = true;
     EXPECT_EQ(search(tree, {}, 2), alone);
     EXPECT_LE(listings_when_another_waited, 1 + 4096 / 200 + 2); // the tree itself, and 2 readers at once
     EXPECT_EQ(listings.count, 31);
-    EXPECT_FALSE(gave_up.exchange(0));
+    EXPECT_FALSE(gave_up.exchange(false));
 }
 
 TEST(Readers, ShareTheFilesOfASmallFolder) {
@@ -690,7 +690,7 @@ TEST(Readers, ShareTheFilesOfASmallFolder) {
         opens_awaited = count;
         EXPECT_EQ(search(tree, {}, static_cast<uint32_t>(count)), alone);
         opens_awaited = 0;
-        EXPECT_FALSE(gave_up.exchange(0)) << count; // every reader has opened one at the same time
+        EXPECT_FALSE(gave_up.exchange(false)) << count; // every reader has opened one at the same time
     }
 }
 
@@ -706,7 +706,7 @@ TEST(Readers, ReadNoLargeFileThatTheyHaveNotBegunWhenARequestComes) {
     ReadersScope readers(8);
     SearchScope scope;
     search_state.max_file_size = 0;
-    reads_apart = 1;
+    reads_apart = true;
     opens.start(-1);
     reads.start(-1);
     opens_awaited = 8;
@@ -714,9 +714,9 @@ TEST(Readers, ReadNoLargeFileThatTheyHaveNotBegunWhenARequestComes) {
     search_rows(tree, tree.path(), "foo");
     opens_awaited = 0;
     request_at_read = -1;
-    reads_apart = 0;
+    reads_apart = false;
     EXPECT_EQ(opens.count, 8); // all readers were busy
-    EXPECT_FALSE(gave_up.exchange(0));
+    EXPECT_FALSE(gave_up.exchange(false));
     EXPECT_LE(reads.count, 2); // 48 MiB have room for 2 files
     EXPECT_EQ(search_state.request_pending, 1);
 }
@@ -740,7 +740,7 @@ TEST(Readers, FinishNoMoreThanTheFilesThatTheyAreAtWhenARequestComes) {
             EXPECT_LT(results_store.file_table.count, 300u);
             EXPECT_EQ(search_state.request_pending, 1);
             EXPECT_EQ(search_state.search_busy, 0);
-            EXPECT_EQ(search_worker_turn(), 1);
+            EXPECT_TRUE(search_worker_turn());
             std::string rows = stored_rows(tree.path());
             EXPECT_EQ(rows, whole.rows.substr(0, rows.size()));
             EXPECT_EQ(results_store.file_table.count, 300u);

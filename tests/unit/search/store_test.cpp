@@ -75,14 +75,14 @@ TEST(Request, OneWhoseFlagIsLostIsTakenAllTheSame) {
     SearchScope scope;
     set_field(&search_state.path, "C:/src/");
     publish_request();
-    EXPECT_EQ(search_worker_turn(), 1);
-    EXPECT_EQ(search_worker_turn(), 0);
+    EXPECT_TRUE(search_worker_turn());
+    EXPECT_FALSE(search_worker_turn());
     publish_request();
     search_state.request_pending = 0; // by a turn that read the path earlier
     uint32_t taken = search_state.requests_taken;
-    EXPECT_EQ(search_worker_turn(), 1);
+    EXPECT_TRUE(search_worker_turn());
     EXPECT_EQ(search_state.requests_taken, taken + 1);
-    EXPECT_EQ(search_worker_turn(), 0);
+    EXPECT_FALSE(search_worker_turn());
 }
 
 TEST(Request, TakingOneEmptiesTheStoreAndLeavesDirtyAlone) {
@@ -246,10 +246,10 @@ TEST(ResultsStore, OutgrownStorageStaysForTheInterfaceAndIsFreedWhileIdle) {
     Str prefix = {};
     on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("d"), 0, 1));
     EXPECT_NE(folders.data, read);
-    EXPECT_EQ(search_worker_turn(), 0); // idle
+    EXPECT_FALSE(search_worker_turn()); // idle
     EXPECT_NE(results_store.retired.first, nullptr);
     search_state.interface_pass = 7;
-    EXPECT_EQ(search_worker_turn(), 0);
+    EXPECT_FALSE(search_worker_turn());
     EXPECT_EQ(results_store.retired.first, nullptr);
     search_state.interface_pass = 0;
 }
@@ -636,9 +636,9 @@ TEST(StoreOrder, AnEditRightAfterTheRequestIsClearedIsSeenAndItsRequestStays) {
                      return each_step::State{};
                  });
     EXPECT_EQ(to_string(path), "C:/");
-    EXPECT_EQ(has_request(), 1);
+    EXPECT_TRUE(has_request());
     take_request();
-    EXPECT_EQ(has_request(), 0);
+    EXPECT_FALSE(has_request());
 }
 
 TEST(StoreOrder, ARowIsWholeBeforeItIsCountedAndCountedBeforeResultsAreDirty) {

@@ -16,13 +16,13 @@ struct Seen {
     Str folder = {};
 };
 
-uint8_t note_entry(void *context, Str folder, const FolderEntry &entry) {
+bool note_entry(void *context, Str folder, const FolderEntry &entry) {
     Seen *seen = static_cast<Seen *>(context);
     EXPECT_EQ(folder.data, seen->folder.data); // exactly as passed
     EXPECT_EQ(folder.count, seen->folder.count);
     seen->names.push_back(to_string(entry.name) + (entry.is_folder ? "/" : "") + " " +
                           std::to_string(entry.size));
-    return seen->names.size() < seen->stop_after ? 2 : 0; // anything but 0 continues
+    return seen->names.size() < seen->stop_after;
 }
 
 std::vector<std::string> walk(const std::string &folder, size_t stop_after = SIZE_MAX) {
@@ -49,7 +49,7 @@ TEST(Walk, CallsOnceForEachEntryButDots) {
     EXPECT_EQ(walk(tree.path() + "/"), (Names{"..b 4", ".b 0", "a 3", "d/ 0"}));
 }
 
-TEST(Walk, AZeroStopsTheListing) {
+TEST(Walk, ACallbackThatReturnsFalseEndsTheListing) {
     TestTree tree;
     for (int i = 0; i < 10; i++) {
         tree.file(std::to_string(i), "");

@@ -53,7 +53,7 @@ TEST(Worker, WithoutARequestATurnSearchesNothing) {
     SearchScope scope;
     search_state.request_pending = 0;
     results_store.hit_table.count = 3;
-    EXPECT_EQ(search_worker_turn(), 0);
+    EXPECT_FALSE(search_worker_turn());
     EXPECT_EQ(results_store.hit_table.count, 3u);
 }
 
@@ -63,9 +63,9 @@ TEST(Worker, TheFirstRequestNeedsNobodyToPublishIt) {
     tree.file("f", "foo.....");
     strbuf_append(&search_state.path, tree.path().size(), tree.path().data());
     strbuf_append(&search_state.query, 3, "foo");
-    EXPECT_EQ(search_worker_turn(), 1);
+    EXPECT_TRUE(search_worker_turn());
     EXPECT_EQ(stored_rows(tree.path()), "files 1\nfile f\nhit 1 1 0 foo..\n");
-    EXPECT_EQ(search_worker_turn(), 0);
+    EXPECT_FALSE(search_worker_turn());
 }
 
 TEST(Worker, AnExistingFolderAndAQuerySearchEverythingBelow) {
@@ -374,12 +374,12 @@ TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
     set_field(&search_state.query, "foo");
     std::string folder = tree.path();
     search_state.request_pending = 1;
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)), 0);
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0)), 0); // for a file too
+    EXPECT_FALSE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)));
+    EXPECT_FALSE(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0))); // for a file too
     search_state.request_pending = 0;
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0)), 1); // a file
+    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0))); // a file
     EXPECT_EQ(stored_rows(), "files 0\n");
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)), 1);
+    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)));
     EXPECT_EQ(stored_rows(tree.path()), "files 1\nfile d/f\nhit 1 1 0 foo..\n");
 }
 
@@ -594,7 +594,7 @@ TEST(Worker, WithoutMemoryForItsPathASubfolderIsNotWalked) {
     std::string folder = tree.path();
     results_store.arena.used = results_store.arena.capacity;
     HeapHookScope hook([](uint64_t size) { return size < 50000000; });
-    EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)), 1);
+    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)));
     EXPECT_EQ(stored_rows(), "files 0\n"); // the empty path would have walked the root
 }
 
@@ -603,7 +603,7 @@ TEST(Worker, ASubfolderWhosePathNoSystemOpensIsPassed) {
     search_state.request_pending = 0;
     std::string folder(4090, 'a');
     for (const char *name : {"1234", "12345", "123456"}) { // the first fits, but does not exist
-        EXPECT_EQ(on_subfolder(nullptr, str_over(folder), listed(str_from(name), 0, 1)), 1);
+        EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from(name), 0, 1)));
         EXPECT_EQ(stored_rows(), "files 0\n");
     }
 }
