@@ -57,13 +57,9 @@ struct Value {
     Str folder;          // of the settings file
 };
 
-bool is_space(char byte) {
-    return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
-}
-
 // Offset of the first non-whitespace byte at or after at, or the text's end.
 uint64_t skip_space(Str text, uint64_t at) {
-    while (at < text.count && is_space(text.data[at])) {
+    while (at < text.count && is_whitespace(text.data[at])) {
         at++;
     }
     return at;
@@ -131,8 +127,7 @@ bool boolean_from(Str text) {
         return false;
     }
     for (uint64_t i = 0; i < text.count; i++) {
-        char byte = text.data[i];
-        lower[i] = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+        lower[i] = lower_case(text.data[i]);
     }
     return std::ranges::any_of(true_words, [&](const char *word) {
         return str_equal({text.count, lower}, str_from(word));
@@ -269,14 +264,14 @@ void settings_apply(Str text, Str folder) {
             continue;
         }
         uint64_t key_start = at;
-        while (at < text.count && !is_space(text.data[at])) {
+        while (at < text.count && !is_whitespace(text.data[at])) {
             at++;
         }
         Str key = {at - key_start, text.data + key_start};
         uint64_t value_start = skip_space(text, at); // intentionally over line ends too
         at = line_end(text, value_start);
         uint64_t value_end = at;
-        while (value_end > value_start && is_space(text.data[value_end - 1])) {
+        while (value_end > value_start && is_whitespace(text.data[value_end - 1])) {
             value_end--;
         }
         apply_key(key,

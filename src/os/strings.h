@@ -29,6 +29,16 @@ constexpr int32_t longest_wide_text = 8388608;
 // Whether both hold the same bytes.
 bool str_equal(Str a, Str b);
 
+// Whether the byte is a space, a tab, a carriage return or a line feed.
+constexpr bool is_whitespace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+// An ASCII letter in lower case; any other byte as it is.
+constexpr char lower_case(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
 // Where the text after the last '/' begins, as a byte offset; 0 when there is no '/'.
 uint64_t str_name_start(Str path);
 

@@ -12,21 +12,13 @@ namespace {
 
 constexpr int64_t longest_line_text = 400; // bytes
 
-// Tab, carriage return and space, as bit numbers; a line feed is never part of a line.
-constexpr uint64_t white_space = uint64_t{1} << '\t' | uint64_t{1} << '\r' | uint64_t{1} << ' ';
-
-bool is_white_space(char c) {
-    uint8_t byte = static_cast<uint8_t>(c);
-    return byte < 64 && (white_space >> byte & 1) != 0;
-}
-
 // The text of a line as stored: cut, then trimmed, with tabs replaced by spaces in place.
 Str line_text(char *line, int64_t length) {
     length = std::min(length, longest_line_text);
-    while (length > 0 && is_white_space(line[length - 1])) {
+    while (length > 0 && is_whitespace(line[length - 1])) {
         length--;
     }
-    while (length > 0 && is_white_space(line[0])) {
+    while (length > 0 && is_whitespace(line[0])) {
         line++;
         length--;
     }
@@ -34,10 +26,6 @@ Str line_text(char *line, int64_t length) {
         line[i] = line[i] == '\t' ? ' ' : line[i];
     }
     return {static_cast<uint64_t>(length), line};
-}
-
-char lower_case(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
 // Whether the name begins with the prefix; A to Z match either case.

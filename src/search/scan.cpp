@@ -30,7 +30,7 @@ constexpr CommonRank common;
 
 // The byte as the scan compares it: in lower case if case is ignored. That is also a letter's commoner case.
 char compared_byte(char byte, bool ignore_case) {
-    return ignore_case ? static_cast<char>(byte | case_bit(byte)) : byte;
+    return ignore_case ? lower_case(byte) : byte;
 }
 
 // The offset of the query's rarest byte of a value other than except (-1: any value), or -1.

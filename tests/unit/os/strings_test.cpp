@@ -51,6 +51,15 @@ TEST(Strings, EqualMeansTheSameBytes) {
     EXPECT_TRUE(str_equal({}, str_from("")));
 }
 
+TEST(Strings, LowerCaseAndWhitespaceAreAsciiOnly) {
+    for (int value = 0; value < 256; value++) {
+        const char byte = static_cast<char>(value);
+        const bool is_upper = value >= 65 && value <= 90;
+        EXPECT_EQ(lower_case(byte), static_cast<char>(is_upper ? value + 32 : value));
+        EXPECT_EQ(is_whitespace(byte), value == 9 || value == 10 || value == 13 || value == 32) << value;
+    }
+}
+
 TEST(Strings, ANameStartsAfterTheLastSlash) {
     const struct {
         const char *path;
