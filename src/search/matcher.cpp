@@ -43,6 +43,11 @@ bool begins_with(Str name, Str prefix) {
 
 } // namespace
 
+bool is_above_size_limit(uint64_t size) {
+    int64_t limit = search_state.max_file_size;
+    return limit != 0 && limit < static_cast<int64_t>(size);
+}
+
 bool on_file(void *, Str folder, const FolderEntry &entry) {
     if (search_state.request_pending) {
         return false;
@@ -50,8 +55,7 @@ bool on_file(void *, Str folder, const FolderEntry &entry) {
     if (entry.is_folder) {
         return true;
     }
-    int64_t limit = search_state.max_file_size;
-    if (limit != 0 && limit < static_cast<int64_t>(entry.size)) {
+    if (is_above_size_limit(entry.size)) {
         count_one(&search_counts.too_large);
         return true;
     }

@@ -15,6 +15,9 @@
 // when a new request is pending. A file that cannot be read is left out.
 bool on_file(void *context, Str folder, const FolderEntry &entry);
 
+// Whether a file of size bytes is skipped for its size. Worker and readers.
+bool is_above_size_limit(uint64_t size);
+
 // An EntryFn: appends a folder's name to matching_folders or other_folders. context points to the
 // typed prefix, a Str. Returns false when a new request is pending.
 bool on_folder_suggestion(void *context, Str folder, const FolderEntry &entry);

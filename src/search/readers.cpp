@@ -12,14 +12,13 @@ ReaderCalls reader_calls = {os_files_of, os_file_open, os_file_read, os_conditio
 
 namespace {
 
-constexpr uint64_t ring_size = 256;            // jobs
-constexpr uint64_t files_per_job = 16;         // so readers are at most 4,096 files ahead
-constexpr uint64_t folders_ahead = 64;         // readers list only this many from the front
-constexpr uint64_t max_files_ahead = 4096;     // once so many are listed, only the first folder is listed
-constexpr uint64_t enough_jobs = 64;           // while so many wait, readers read files instead of listing
-constexpr uint64_t jobs_per_wake = 16;         // a waiting worker is woken when so many are done
-constexpr uint32_t worker_waits_ms = 10;       // how long it waits for a job before it checks for a request
-constexpr uint64_t longest_folder_path = 4095; // bytes; the worker skips longer ones too
+constexpr uint64_t ring_size = 256;        // jobs
+constexpr uint64_t files_per_job = 16;     // so readers are at most 4,096 files ahead
+constexpr uint64_t folders_ahead = 64;     // readers list only this many from the front
+constexpr uint64_t max_files_ahead = 4096; // once so many are listed, only the first folder is listed
+constexpr uint64_t enough_jobs = 64;       // while so many wait, readers read files instead of listing
+constexpr uint64_t jobs_per_wake = 16;     // a waiting worker is woken when so many are done
+constexpr uint32_t worker_waits_ms = 10;   // how long it waits for a job before it checks for a request
 
 // Files and folders that can be open at once: a reader has a folder and one of its files open.
 constexpr uint32_t files_per_reader = 2;
@@ -84,10 +83,8 @@ struct Readers {
     uint32_t busy;        // readers with a job or a folder
     uint32_t at_room;     // of those, readers waiting for memory for a large file
     uint64_t large_bytes; // reserved for large files, and for any that the worker reads itself
-    // The current search. Readers read query and max_file_size without the lock: they change only while no
-    // reader is busy.
-    Str query;
-    int64_t max_file_size;
+    // The current search.
+    Str query;       // readers read it without the lock: it changes only while none is busy
     Folder *folders; // not yet completely in the ring
     RingJob ring[ring_size];
     uint64_t handed_out; // jobs put into the ring so far
@@ -186,11 +183,6 @@ struct Listing {
     bool is_complete;
 };
 
-bool is_above_limit(uint64_t size) {
-    int64_t limit = readers.max_file_size;
-    return limit != 0 && limit < static_cast<int64_t>(size);
-}
-
 bool note_entry(void *context, Str folder, const FolderEntry &entry) {
     Listing *listing = static_cast<Listing *>(context);
     if (search_state.request_pending) {
@@ -213,7 +205,7 @@ bool note_entry(void *context, Str folder, const FolderEntry &entry) {
     file.name.count = entry.name.count;
     file.size = entry.size;
     file.has_size = entry.has_size;
-    if (file.has_size && is_above_limit(file.size)) {
+    if (file.has_size && is_above_size_limit(file.size)) {
         file.outcome = FILE_TOO_LARGE;
     } else if (entry.is_special) {
         file.outcome = FILE_LEFT;
@@ -329,7 +321,7 @@ FileOutcome read_file(Reader *reader, const FilesOfFolder &folder, ReadFile *fil
         file->size = open_file.size;
     }
     FileOutcome outcome = FILE_LEFT;
-    if (!file->has_size && is_above_limit(file->size)) {
+    if (!file->has_size && is_above_size_limit(file->size)) {
         outcome = FILE_TOO_LARGE;
     } else if (open_file.handle != -1) {
         uint64_t hits_before = reader->hits.count;
@@ -545,7 +537,7 @@ uint32_t readers_start(uint32_t count) {
     return readers.wanted;
 }
 
-bool readers_begin(Str folder, Str query, int64_t max_file_size) {
+bool readers_begin(Str folder, Str query) {
     Folder *top = readers.wanted > 0 ? make_folder(folder, {}) : nullptr;
     if (!top) {
         return false;
@@ -553,7 +545,6 @@ bool readers_begin(Str folder, Str query, int64_t max_file_size) {
     top->is_top = true;
     os_lock_enter(&readers.lock);
     readers.query = query;
-    readers.max_file_size = max_file_size;
     readers.folders = top;
     wake_a_reader();
     os_lock_leave(&readers.lock);

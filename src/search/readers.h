@@ -4,8 +4,8 @@
 // list in this order; listing a folder inserts its sub-folders after it. The files of listed folders go into
 // a ring of 256 jobs of up to 16 files each. Readers take folders and jobs from the front; the worker takes
 // finished jobs in order. One lock guards everything that readers and worker share. Of what the worker shares
-// with the interface, readers read only request_pending, before each entry and file, and ignore_case and
-// skip_folders, which never change.
+// with the interface, readers read only request_pending, before each entry and file, and the settings
+// max_file_size, ignore_case and skip_folders, which never change.
 //
 // When memory runs out, or a file or folder cannot be opened or read, the reader leaves it to the worker,
 // which then does what it does without readers. So readers lose nothing that one thread would find.
@@ -63,10 +63,9 @@ struct ReadJob {
     Str hits; // for read_hit
 };
 
-// Worker: begins a search of all files below folder of at most max_file_size bytes; 0: no limit. query must
-// stay valid and unchanged until readers_end. Returns false, with no search begun, when there are no readers
-// or no memory.
-bool readers_begin(Str folder, Str query, int64_t max_file_size);
+// Worker: begins a search of all files below folder. query must stay valid and unchanged until readers_end.
+// Returns false, with no search begun, when there are no readers or no memory.
+bool readers_begin(Str folder, Str query);
 
 // Worker: sets job to the next one, valid until the next call, or to null if that is not done within a few
 // milliseconds. Returns false when no job is left.

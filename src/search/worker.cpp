@@ -19,8 +19,8 @@ constexpr EntryCallback every_subfolder = {on_subfolder, nullptr, LIST_SUBFOLDER
 constexpr uint32_t poll_period_ms = 100;
 
 // The path of the sub-folder being walked. Each level's path begins with that of the level above, so all
-// share one buffer. Longer than any path the system opens.
-char walked_path[4096];
+// share one buffer.
+char walked_path[longest_folder_path + 1];
 
 // Whether the folder that the search began with could be listed.
 bool top_is_listed;
@@ -35,7 +35,7 @@ bool search_folder(Str folder) {
     return is_listed;
 }
 
-// Searches a sub-folder whose path is shorter than walked_path.
+// Searches a sub-folder whose path has at most longest_folder_path bytes.
 void search_subfolder(Str path) {
     memcpy(walked_path, path.data, path.count + 1);
     if (!search_folder({path.count, walked_path})) {
@@ -66,7 +66,7 @@ void store_job(const ReadJob *job) {
     Str path = job->folder;
     if (job->begins_folder && !job->is_top) {
         path = arena_push_string(&results_store.arena, path); // as in on_subfolder
-        if (!path.data || path.count >= sizeof(walked_path)) {
+        if (!path.data || path.count > longest_folder_path) {
             count_one(&search_counts.unreadable);
         }
     }
@@ -120,7 +120,7 @@ bool search_with_readers(Str folder) {
     // Readers get copies, as the interface may edit the fields in place.
     Str query = copy_field(strbuf_text(&search_state.query));
     folder = copy_field(folder);
-    bool has_begun = query.data && folder.data && readers_begin(folder, query, search_state.max_file_size);
+    bool has_begun = query.data && folder.data && readers_begin(folder, query);
     if (has_begun) {
         const ReadJob *job;
         while (!search_state.request_pending && readers_next(&job)) {
@@ -196,7 +196,7 @@ bool on_subfolder(void *, Str folder, const FolderEntry &entry) {
     }
     Str subfolder = results_push_path(folder, entry.name);
     // Walking the empty path would walk the root.
-    if (!subfolder.data || subfolder.count >= sizeof(walked_path)) {
+    if (!subfolder.data || subfolder.count > longest_folder_path) {
         count_one(&search_counts.unreadable);
         return true;
     }
