@@ -47,12 +47,6 @@ struct Folder {
     uint64_t handed_out; // files put into the ring so far
 };
 
-struct RingJob {
-    ReadJob job; // first, as the worker gets its address
-    Folder *owner;
-    bool is_done;
-};
-
 struct HitRecord {
     uint32_t line;
     uint32_t column;
@@ -84,21 +78,21 @@ struct Readers {
     uint32_t at_room;     // of those, readers waiting for memory for a large file
     uint64_t large_bytes; // reserved for large files, and for any that the worker reads itself
     // The current search.
-    Str query;       // readers read it without the lock: it changes only while none is busy
-    Folder *folders; // not yet completely in the ring
-    RingJob ring[ring_size];
+    Str query;           // readers read it without the lock: it changes only while none is busy
+    Folder *folders;     // in search order; begins with that of the worker's next job
+    Folder *to_hand_out; // the first one that is not completely in the ring
+    ReadJob ring[ring_size];
     uint64_t handed_out; // jobs put into the ring so far
     uint64_t started;    // jobs started by readers
     uint64_t taken;      // jobs the worker is done with
     uint64_t done;       // finished jobs not yet taken
     uint64_t files;      // listed and not yet taken
     uint64_t hit_bytes;
-    bool worker_has_job;
 };
 
 Readers readers;
 
-RingJob *ring_job(uint64_t number) {
+ReadJob *ring_job(uint64_t number) {
     return &readers.ring[number % ring_size];
 }
 
@@ -179,7 +173,7 @@ bool append(StrBuf *buf, uint64_t count, const void *bytes) {
 struct Listing {
     Reader *reader;
     Folder *first; // the sub-folders
-    Folder **end;
+    Folder **end;  // where the next one's address goes
     bool is_complete;
 };
 
@@ -231,22 +225,22 @@ void keep_files(Reader *reader, Folder *folder) {
     }
 }
 
-// Returns the sub-folders.
-Folder *list_folder(Reader *reader, Folder *folder) {
-    Listing listing = {reader, nullptr, &listing.first, true};
+void list_folder(Folder *folder, Listing *listing) {
+    Reader *reader = listing->reader;
     reserve_memory(reader);
     reader->files.count = 0;
     reader->names.count = 0;
     if (folder->path.count > longest_folder_path && !folder->is_top) {
-        return nullptr; // the worker skips it too
+        return; // the worker skips it too
     }
-    if (walk_folder(folder->path, {note_entry, &listing, LIST_ONCE}) && listing.is_complete) {
+    if (walk_folder(folder->path, {note_entry, listing, LIST_ONCE}) && listing->is_complete) {
         keep_files(reader, folder);
-        return listing.first;
+        return;
     }
-    free_folders(listing.first);
+    free_folders(listing->first);
+    listing->first = nullptr;
+    listing->end = &listing->first;
     folder->is_left = true;
-    return nullptr;
 }
 
 // ---- Reading files (reader, without the lock) ----
@@ -363,7 +357,7 @@ uint64_t next_job_size(const Folder &folder) {
 
 // Puts the files of listed folders into the ring until it is full.
 void hand_out() {
-    for (Folder *folder; (folder = readers.folders) && folder->state == FOLDER_LISTED;) {
+    for (Folder *folder; (folder = readers.to_hand_out) && folder->state == FOLDER_LISTED;) {
         do {
             if (readers.handed_out - readers.taken == ring_size) {
                 return;
@@ -371,20 +365,20 @@ void hand_out() {
             uint64_t first = folder->handed_out;
             uint64_t count = std::min(folder->file_count - first, next_job_size(*folder));
             folder->handed_out += count;
-            RingJob *added = ring_job(readers.handed_out++);
-            *added = {};
-            added->owner = folder;
-            added->is_done = count == 0;
-            added->job.folder = folder->path;
-            added->job.begins_folder = first == 0;
-            added->job.ends_folder = folder->handed_out == folder->file_count;
-            added->job.is_top = folder->is_top;
-            added->job.is_left = folder->is_left;
-            added->job.file_count = static_cast<uint32_t>(count);
-            added->job.files = folder->files + first;
-            readers.done += added->is_done;
+            *ring_job(readers.handed_out++) = {
+                .folder = folder->path,
+                .begins_folder = first == 0,
+                .ends_folder = folder->handed_out == folder->file_count,
+                .is_top = folder->is_top,
+                .is_left = folder->is_left,
+                .is_done = count == 0,
+                .file_count = static_cast<uint32_t>(count),
+                .files = folder->files + first,
+                .hits = {},
+            };
+            readers.done += count == 0;
         } while (folder->handed_out < folder->file_count);
-        readers.folders = folder->next;
+        readers.to_hand_out = folder->next;
     }
 }
 
@@ -395,7 +389,7 @@ bool is_held_up() {
 }
 
 // The next job to read, or null.
-RingJob *next_job() {
+ReadJob *next_job() {
     while (readers.started < readers.handed_out && ring_job(readers.started)->is_done) {
         readers.started++; // no files
     }
@@ -406,18 +400,14 @@ RingJob *next_job() {
 
 // The next folder to list, or null.
 Folder *next_folder() {
-    Folder *folder = is_held_up() ? nullptr : readers.folders;
+    Folder *folder = is_held_up() ? nullptr : readers.to_hand_out;
     for (uint64_t i = 0; folder && i < folders_ahead; i++, folder = folder->next) {
-        bool may_list = folder == readers.folders || readers.files < max_files_ahead;
+        bool may_list = folder == readers.to_hand_out || readers.files < max_files_ahead;
         if (folder->state == FOLDER_PENDING && may_list) {
             return folder;
         }
     }
     return nullptr;
-}
-
-bool has_work() {
-    return next_job() || next_folder();
 }
 
 // Whether the worker's next job is done or, with no job left in the ring, the search is over.
@@ -427,7 +417,7 @@ bool worker_can_go_on() {
 
 // Each reader that takes work wakes the next, so no more are woken than there is work for.
 void wake_a_reader() {
-    if (readers.asleep > 0 && has_work()) {
+    if (readers.asleep > 0 && (next_job() || next_folder())) {
         os_condition_wake_one(&readers.work);
     }
 }
@@ -438,30 +428,25 @@ void do_folder(Reader *reader, Folder *folder) {
     folder->state = FOLDER_LISTING;
     wake_a_reader();
     os_lock_leave(&readers.lock);
-    Folder *subfolders = list_folder(reader, folder);
-    Folder *last = subfolders;
-    while (last && last->next) {
-        last = last->next;
-    }
+    Listing listing = {reader, nullptr, &listing.first, true};
+    list_folder(folder, &listing);
     os_lock_enter(&readers.lock);
     folder->state = FOLDER_LISTED;
     readers.files += folder->file_count;
-    if (subfolders) {
-        last->next = folder->next;
-        folder->next = subfolders;
-    }
+    *listing.end = folder->next;
+    folder->next = listing.first;
     hand_out();
 }
 
-void do_job(Reader *reader, RingJob *next) {
+void do_job(Reader *reader, ReadJob *job) {
     readers.started++;
     wake_a_reader();
     os_lock_leave(&readers.lock);
-    read_job(reader, &next->job);
+    read_job(reader, job);
     os_lock_enter(&readers.lock);
-    next->is_done = true;
+    job->is_done = true;
     readers.done++;
-    readers.hit_bytes += next->job.hits.count;
+    readers.hit_bytes += job->hits.count;
     if (readers.done >= jobs_per_wake && worker_can_go_on()) {
         wake_worker();
     }
@@ -472,7 +457,7 @@ void do_turn(Reader *reader) {
         os_condition_wait(&readers.rest, &readers.lock, UINT32_MAX);
         return;
     }
-    RingJob *job = next_job();
+    ReadJob *job = next_job();
     Folder *folder = job && readers.handed_out - readers.started >= enough_jobs ? nullptr : next_folder();
     if (!folder && !job) {
         // readers_end and readers_take_room wait for the second.
@@ -546,6 +531,7 @@ bool readers_begin(Str folder, Str query) {
     os_lock_enter(&readers.lock);
     readers.query = query;
     readers.folders = top;
+    readers.to_hand_out = top;
     wake_a_reader();
     os_lock_leave(&readers.lock);
     return true;
@@ -553,16 +539,17 @@ bool readers_begin(Str folder, Str query) {
 
 bool readers_next(const ReadJob **job) {
     os_lock_enter(&readers.lock);
-    if (readers.worker_has_job) {
-        RingJob *last = ring_job(readers.taken++);
+    if (const ReadJob *last = *job) {
+        readers.taken++;
         readers.started = std::max(readers.started, readers.taken); // it may have had no files
-        readers.worker_has_job = false;
         readers.done--;
-        readers.files -= last->job.file_count;
-        readers.hit_bytes -= last->job.hits.count;
-        os_free(last->job.hits.data);
-        if (last->job.ends_folder) {
-            free_folder(last->owner);
+        readers.files -= last->file_count;
+        readers.hit_bytes -= last->hits.count;
+        os_free(last->hits.data);
+        if (last->ends_folder) {
+            Folder *folder = readers.folders;
+            readers.folders = folder->next;
+            free_folder(folder);
         }
     }
     if (readers.handed_out - readers.taken <= ring_size / 2) { // seldom, and then many jobs at once
@@ -572,9 +559,8 @@ bool readers_next(const ReadJob **job) {
     if (!worker_can_go_on()) {
         os_condition_wait(&readers.progress, &readers.lock, worker_waits_ms);
     }
-    bool is_over = !readers.folders && readers.taken == readers.handed_out;
-    readers.worker_has_job = !is_over && worker_can_go_on();
-    *job = readers.worker_has_job ? &ring_job(readers.taken)->job : nullptr;
+    bool is_over = !readers.folders;
+    *job = !is_over && worker_can_go_on() ? ring_job(readers.taken) : nullptr;
     os_lock_leave(&readers.lock);
     return !is_over;
 }
@@ -585,19 +571,15 @@ void readers_end() {
         os_condition_wait(&readers.progress, &readers.lock, UINT32_MAX);
     }
     for (; readers.taken < readers.handed_out; readers.taken++) {
-        RingJob *dropped = ring_job(readers.taken);
-        os_free(dropped->job.hits.data);
-        if (dropped->job.ends_folder) {
-            free_folder(dropped->owner);
-        }
+        os_free(ring_job(readers.taken)->hits.data);
     }
     readers.started = readers.handed_out;
     free_folders(readers.folders);
     readers.folders = nullptr;
+    readers.to_hand_out = nullptr;
     readers.done = 0;
     readers.files = 0;
     readers.hit_bytes = 0;
-    readers.worker_has_job = false;
     os_lock_leave(&readers.lock);
 }
 

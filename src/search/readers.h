@@ -58,6 +58,7 @@ struct ReadJob {
     bool ends_folder;   // the folder's last job
     bool is_top;        // of the folder the search began with
     bool is_left;       // the folder and everything below it are left to the worker
+    bool is_done;       // used by the readers alone
     uint32_t file_count;
     ReadFile *files;
     Str hits; // for read_hit
@@ -67,8 +68,8 @@ struct ReadJob {
 // Returns false, with no search begun, when there are no readers or no memory.
 bool readers_begin(Str folder, Str query);
 
-// Worker: sets job to the next one, valid until the next call, or to null if that is not done within a few
-// milliseconds. Returns false when no job is left.
+// Worker: gives *job back, unless it is null as before the first call, and sets it to the next one, or to
+// null if that is not done within a few milliseconds. Returns false when no job is left.
 bool readers_next(const ReadJob **job);
 
 // Worker: ends the search, finished or not. Waits until readers have finished their current file or entry.

@@ -122,7 +122,7 @@ bool search_with_readers(Str folder) {
     folder = copy_field(folder);
     bool has_begun = query.data && folder.data && readers_begin(folder, query);
     if (has_begun) {
-        const ReadJob *job;
+        const ReadJob *job = nullptr;
         while (!search_state.request_pending && readers_next(&job)) {
             if (job) {
                 store_job(job);
