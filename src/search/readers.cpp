@@ -20,9 +20,8 @@ constexpr uint64_t enough_jobs = 64;       // while so many wait, readers read f
 constexpr uint64_t jobs_per_wake = 16;     // a waiting worker is woken when so many are done
 constexpr uint32_t worker_waits_ms = 10;   // how long it waits for a job before it checks for a request
 
-// Files and folders that can be open at once: a reader has a folder and one of its files open.
-constexpr uint32_t files_per_reader = 2;
-constexpr uint32_t other_files = 16; // left to the rest of the program
+constexpr uint32_t files_per_reader = 2; // open at once: a folder and one of its files
+constexpr uint32_t other_files = 16;     // for the rest of the program
 
 // File contents take at most 64 MiB, including a buffer for small files in each reader.
 constexpr uint32_t small_file = 256 << 10; // bytes
@@ -60,7 +59,7 @@ struct Reader {
     uint32_t index;
     StrBuf contents; // of a small file
     StrBuf hits;     // of the job
-    StrBuf files;    // of the folder being listed: ReadFile, without the names' addresses
+    StrBuf files;    // of the folder being listed: ReadFile records, not yet with the names' addresses
     StrBuf names;
 };
 
@@ -460,7 +459,7 @@ void do_turn(Reader *reader) {
     ReadJob *job = next_job();
     Folder *folder = job && readers.handed_out - readers.started >= enough_jobs ? nullptr : next_folder();
     if (!folder && !job) {
-        // readers_end and readers_take_room wait for the second.
+        // The second condition is what readers_end and readers_take_room wait for.
         if (worker_can_go_on() || readers.busy == readers.at_room) {
             wake_worker();
         }

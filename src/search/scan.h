@@ -4,8 +4,8 @@
 // both, and compares the whole query only where both match. Line feeds are counted only up to a hit. The
 // tests compare it with a plain byte-by-byte scan.
 //
-// To ignore case, letters are compared with the bit set that tells lower case from upper case. That is done
-// by functions of their own.
+// To ignore case, separate functions set the bit that tells lower case from upper case in letters before they
+// compare them.
 //
 // The scan of a file cannot be interrupted. In the worst case, a text that matches the start of the query at
 // every position, it compares as many bytes as a loop of memchr and memcmp, a whole vector at a time.

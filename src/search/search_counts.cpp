@@ -35,7 +35,7 @@ SearchCounts search_counts_now() {
     uint32_t number = search_state.requests_taken;
     SearchCounts counts = {};
     counts.request = search_counts.request;
-    counts.outcome = search_counts.outcome; // before what it is the outcome of
+    counts.outcome = search_counts.outcome; // read before the counts, which the worker completes before it
     counts.files = search_counts.files;
     counts.files_with_hits = search_counts.files_with_hits;
     counts.hits = search_counts.hits;

@@ -42,10 +42,9 @@ bool has_request() {
 }
 
 Str take_request() {
-    // The path is read after the flag is cleared: an edit in between raises the flag again and cancels the
-    // search, while one after an earlier read would be lost with the flag. The processor may still delay the
-    // store past the read, and so clear the flag of an edit that this search does not see. Loads stay in
-    // order, so in that case the number is old too.
+    // The flag is cleared before the path is read: an edit that this search does not see raises it again. But
+    // the processor may delay the store until after the read, and so clear the flag of such an edit.
+    // has_request still notices it: loads stay in order, so requests_seen is older than that edit's number.
     search_state.requests_seen = search_state.requests_published;
     search_state.request_pending = 0;
     Str path = strbuf_text(&search_state.path);

@@ -48,7 +48,7 @@ void search_subfolder(Str path) {
 // Stores the hits of a file that a reader has read.
 void store_file(const ReadJob *job, const ReadFile *file, uint64_t *position) {
     uint32_t file_index;
-    // The path takes its space in the arena, as in on_file. Without it the file counts as missing.
+    // Unused, but it takes arena space as in on_file, which cannot read a file without it.
     bool is_stored =
         results_push_path(job->folder, file->name).data && push_file(job->folder, file->name, &file_index);
     for (uint32_t i = 0; i < file->hit_count; i++) {

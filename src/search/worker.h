@@ -25,6 +25,6 @@ uint32_t search_worker(void *record);
 // How the worker sleeps between its turns. Tests replace it.
 extern void (*worker_sleep_ms)(uint32_t ms);
 
-// Interface, after results_store_reserve: starts the worker thread, and with it the counting of passes, which
-// the interface does too from its next frame on. Returns null when the thread cannot be started.
+// Interface, after results_store_reserve: starts the worker thread. From then on each of the two threads
+// counts its passes. Returns null when the thread cannot be started.
 Thread *search_worker_start();

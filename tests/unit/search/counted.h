@@ -21,7 +21,7 @@ struct CountsScope {
     CountsScope &operator=(const CountsScope &) = delete;
 };
 
-// The counts as the interface sees them, but for the time.
+// The counts as the interface sees them, without the time.
 inline std::string counted() {
     static const char *const outcomes[] = {
         "none", "runs", "finished", "no such folder", "not a folder", "unreadable folder", "ends in slash"};

@@ -151,7 +151,7 @@ TEST(Matcher, ALineOfWhiteSpaceIsStoredEmpty) {
 }
 
 TEST(Matcher, OnlyTabCarriageReturnAndSpaceAreTrimmed) {
-    // Tab, carriage return and space modulo 64 are among these: the comparison may be compiled to a shift.
+    // Some are tab, carriage return or space modulo 64: the comparison may be compiled to a shift.
     for (const char *edge : {"I", "M", "`", "\x89", "\x8D", "\xA0", "\v", "\f", "\x01", "\x7F"}) {
         std::string line = std::string(edge) + "foo" + edge;
         expect_rows(line + "\n----", "foo", "hit 1 2 1 " + line + "\n");
@@ -295,7 +295,7 @@ TEST(Matcher, BackslashesInAFilesFolderAreStoredAsSlashes) {
 #ifdef _WIN32
     std::string folder = tree.path();
     std::replace(folder.begin(), folder.end(), '/', '\\');
-    folder += "\\"; // and it is not stripped
+    folder += "\\"; // and it stays
     EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)));
     EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path() + "//f\nhit 1 1 0 foo..\n");
 #else

@@ -1,4 +1,4 @@
-// The rules of matching once more, byte by byte and without any cleverness, as the check on the real ones.
+// The rules of matching in plain code, byte by byte, to compare the real ones with.
 #pragma once
 
 #include <stdint.h>
@@ -42,7 +42,7 @@ inline std::vector<PlainHit> plain_hits(std::string &text, const std::string &qu
     uint32_t line = 1;
     int64_t line_start = 0;
     while (pos < span) {
-        // An empty query counts as its terminating zero.
+        // An empty query is searched for as its terminating zero byte.
         size_t compared = query.empty() ? 1 : query.size();
         if (plain_is_same(text.data() + pos, query.c_str(), compared, ignore_case)) {
             int64_t end = pos;

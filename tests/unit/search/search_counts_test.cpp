@@ -103,7 +103,7 @@ TEST(SearchCounts, TellWhyNothingIsSearched) {
         {tree.path(), "", "none"},
         {tree.path("folder"), "foo", "finished"},
         {tree.path("missing"), "foo", "no such folder"},
-        {tree.path("missing"), "", "no such folder"}, // what follows is known without a query, too
+        {tree.path("missing"), "", "no such folder"}, // these outcomes need no query
         {tree.path("fold"), "foo", "no such folder"}, // even with suggestions
         {tree.path("missing/"), "foo", "no such folder"},
         {tree.path("missing/fold"), "foo", "no such folder"},

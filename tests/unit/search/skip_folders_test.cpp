@@ -1,4 +1,4 @@
-// Searches that leave out folders with certain names. readers_test.cpp does so with readers.
+// Searches that leave out folders with certain names. The tests with readers are in readers_test.cpp.
 
 #include "search/skip_folders.h"
 
@@ -21,7 +21,7 @@ struct SkipScope : SearchScope {
     }
 };
 
-// The files that a search of the tree has hits in.
+// The files in which a search of the tree has hits.
 std::string found(const TestTree &tree, const char *names) {
     SkipScope scope(names);
     std::string rows = sorted_search_rows(tree, tree.path(), "foo");

@@ -500,7 +500,7 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
     };
     const auto nothing = [] {};
     const auto take = [] { take_request(); };
-    const auto take_and_find = [] { // the next search has already got as far
+    const auto take_and_find = [] { // the next search already has as many rows
         take_request();
         for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
                                 &results_store.matching_folders, &results_store.other_folders}) {

@@ -1,7 +1,7 @@
-// A tree whose results show when rows are mixed up. Each name and each line ends in its own length, in three
-// digits. The lines have the same lengths in all files, but the query is only in the lines whose number is
-// congruent mod 7 to the folder's number; so is the length of the file's name. So a mixture of two rows
-// shows, whatever has become of the texts.
+// A tree for tests that look for rows mixed from two others. Each name and each line with the query ends in
+// its own length, as three digits. Lines have the same lengths in all files, but a line has the query only if
+// its number is congruent modulo 7 to the folder's number, as is the length of the file's name. So a row's
+// numbers alone tell whether it is mixed, even after its texts have been overwritten.
 #pragma once
 
 #include <stdint.h>
@@ -19,7 +19,7 @@ constexpr int files_in_folder = 6;
 constexpr uint32_t line_count = 120;
 constexpr uint32_t classes = 7;
 
-// Ends in its own length.
+// start, filled up to length bytes, which end in this length.
 inline std::string text_of_length(std::string start, uint64_t length) {
     std::string digits = std::to_string(1000 + length).substr(1);
     start.resize(length - digits.size(), '+');
@@ -39,7 +39,7 @@ inline std::string file_name(int i, int j) {
                           classes * static_cast<uint64_t>(j + 2) + static_cast<uint64_t>(i) % classes);
 }
 
-// Where the files of folder i are, below the tree.
+// The path of the files of folder i, relative to the tree.
 inline std::string folder_of_files(int i) {
     return folder_name(i) + "/" + text_of_length("deeper", folder_name_length(i));
 }
@@ -50,7 +50,7 @@ constexpr uint64_t text_length(uint32_t line) {
     return length < 16 ? 0 : length;
 }
 
-// The tabs before it. A line is cut to 400 bytes before it is trimmed, so the longest has none.
+// The tabs before a line's text. A line is cut to 400 bytes before it is trimmed, so the longest has none.
 constexpr uint64_t tab_count(uint32_t line) {
     return text_length(line) == 0 ? 3 : text_length(line) == 400 ? 0 : 1;
 }
@@ -59,7 +59,7 @@ constexpr uint64_t line_length(uint32_t line) {
     return tab_count(line) + text_length(line) + 1;
 }
 
-// Where each line begins in its file, and after the last one the rest.
+// The offset of each line in its file, then that of the rest.
 inline constexpr auto line_starts = [] {
     std::array<uint64_t, line_count + 2> starts = {};
     for (uint32_t line = 1; line <= line_count; line++) {
@@ -81,7 +81,7 @@ inline std::string file_bytes(int i) {
             bytes += std::string(line_length(line) - 1, '-') + "\n";
         }
     }
-    return bytes + std::string(400, '-') + "\n"; // the end of a file is cut by the query's length
+    return bytes + std::string(400, '-') + "\n"; // no hit ends the file, which would cut it
 }
 
 inline void fill(const TestTree &tree) {
@@ -120,7 +120,7 @@ inline bool numbers_fit(uint32_t line, uint32_t column, uint64_t byte_offset, ui
 
 // Whether a row and its file are whole and belong together, by their numbers alone.
 inline bool row_fits(const ResultRecord &hit, const FileEntry &file, uint64_t root_length) {
-    uint64_t names = file.folder.count - root_length - 2; // a folder's and its folder's, equally long
+    uint64_t names = file.folder.count - root_length - 2; // two folders' names of equal length
     if (names < 16 || names > 2 * folder_name_length(folder_count) || (names / 2 - 8) % 11 != 0 ||
         (names / 2 - 8) / 11 % classes != file.name.count % classes) {
         return false;

@@ -51,7 +51,7 @@ void edit(StrBuf *field, std::mt19937 &random, const std::string &whole, uint64_
     }
 }
 
-#if defined(__SANITIZE_THREAD__) // it inspects both stacks of each intentional race
+#if defined(__SANITIZE_THREAD__) // slow, as it inspects both stacks of each intentional race
 constexpr int requests = 100;
 constexpr uint32_t requests_to_take = 30;
 constexpr uint64_t rows_in_frame = 4;

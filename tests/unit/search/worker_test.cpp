@@ -450,7 +450,7 @@ TEST(Worker, AFolderNested1000Deep) {
     SearchScope scope;
     // Built from the inside out and removed from the outside in, so that no path gets too long.
 #ifdef _WIN32
-    constexpr uint64_t levels = 200; // more than fit in a path there; each makes renaming slower
+    constexpr uint64_t levels = 200; // more than a path can have; each makes renaming slower
 #else
     constexpr uint64_t levels = 1000;
 #endif
