@@ -1,11 +1,11 @@
 // Reader threads list folders, and read and scan files, ahead of the worker.
 //
-// Results are in walk order: a folder's files, then its sub-folders, depth first. Pending folders are in a
-// list in this order; listing a folder inserts its sub-folders after it. The files of listed folders go into
-// a ring of 256 jobs of up to 16 files each. Readers take folders and jobs from the front; the worker takes
-// finished jobs in order. One lock guards everything that readers and worker share. Of what the worker shares
-// with the interface, readers read only request_pending, before each entry and file, and the settings
-// max_file_size, ignore_case and skip_folders, which never change.
+// Results are in walk order: a folder's files, then its sub-folders, depth first. The folders that the worker
+// is not done with are in a list in this order; listing a folder inserts its sub-folders after it. The files
+// of listed folders go into a ring of 256 jobs of up to 16 files each. Readers take folders and jobs from the
+// front; the worker takes finished jobs in order. One lock guards everything that readers and worker share.
+// Of what the worker shares with the interface, readers read only request_pending, before each entry and
+// file, and the settings max_file_size, ignore_case and skip_folders, which never change.
 //
 // When memory runs out, or a file or folder cannot be opened or read, the reader leaves it to the worker,
 // which then does what it does without readers. So readers lose nothing that one thread would find.
