@@ -285,12 +285,10 @@ void give_room_back(uint64_t size) {
 }
 
 bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) {
-    uint64_t count = static_cast<uint32_t>(open_file.size); // truncated as in os_file_read_all
+    uint32_t count = static_cast<uint32_t>(open_file.size); // truncated as in os_file_read_all
     if (count <= small_file) {
         char *bytes = reader->contents.data;
-        return bytes &&
-               (open_file.is_read ||
-                reader_calls.file_read(open_file, static_cast<uint32_t>(count), bytes)) &&
+        return bytes && (open_file.is_read || reader_calls.file_read(open_file, count, bytes)) &&
                scan_file(reader, {count, bytes}, file);
     }
     if (count > most_large_bytes) {
@@ -300,8 +298,8 @@ bool read_and_scan(Reader *reader, const OpenedFile &open_file, ReadFile *file) 
         return false;
     }
     char *bytes = static_cast<char *>(os_alloc(count));
-    bool is_read = bytes && reader_calls.file_read(open_file, static_cast<uint32_t>(count), bytes) &&
-                   scan_file(reader, {count, bytes}, file);
+    bool is_read =
+        bytes && reader_calls.file_read(open_file, count, bytes) && scan_file(reader, {count, bytes}, file);
     os_free(bytes);
     give_room_back(count);
     return is_read;
