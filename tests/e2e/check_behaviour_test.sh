@@ -2,24 +2,20 @@
 # tools/check_behaviour reports every kind of mistake: check_behaviour_test.sh CHECK.
 set -euo pipefail
 check=$1
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-failed=0
-mkdir -p "$folder/docs" "$folder/tests/unit" "$folder/tests/e2e"
-printf 'TEST(Plain, One) {\n}\nTEST_F(Fixed, Two) {\nTEST_P(Many,\n       Three) {\n' > "$folder/tests/unit/a_test.cpp"
-touch "$folder/tests/e2e/a_test.sh"
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
+mkdir -p "$work/docs" "$work/tests/unit" "$work/tests/e2e"
+printf 'TEST(Plain, One) {\n}\nTEST_F(Fixed, Two) {\nTEST_P(Many,\n       Three) {\n' > "$work/tests/unit/a_test.cpp"
+touch "$work/tests/e2e/a_test.sh"
 
 # expect STATUS OUTPUT ROW...: checks a page that has these rows in its table of rules.
 expect() {
     local status=0
     { printf '# Page\n\n| name | meaning |\n|---|---|\n| a | b |\n\n| rule | test |\n|---|---|\n'
-        printf '%s\n' "${@:3}"; } > "$folder/docs/behaviour.md"
-    "$check" "$folder" > "$folder/out" || status=$?
-    sed -i "s|^$folder/docs/||" "$folder/out"
-    if [ "$status" != "$1" ] || [ "$(cat "$folder/out")" != "$2" ]; then
-        printf 'FAILED: %s\n' "${@:3}" "$(cat "$folder/out")"
-        failed=1
-    fi
+        printf '%s\n' "${@:3}"; } > "$work/docs/behaviour.md"
+    "$check" "$work" > "$work/out" || status=$?
+    sed -i "s|^$work/docs/||" "$work/out"
+    expect_equal "${*:3}" "$1 $2" "$status $(cat "$work/out")"
 }
 
 # shellcheck disable=SC2016
@@ -32,8 +28,3 @@ expect() {
     expect 1 'behaviour.md:9: a rule without a test' '| A rule with `Plain.One` elsewhere. | |'
     expect 1 'behaviour.md: no rules found' ''
 }
-
-if [ "$failed" = 0 ]; then
-    printf 'check_behaviour: all cases passed\n'
-fi
-exit "$failed"

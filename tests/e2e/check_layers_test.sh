@@ -2,21 +2,17 @@
 # tools/check_layers rejects every kind of forbidden include: check_layers_test.sh CHECK.
 set -euo pipefail
 check=$1
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-failed=0
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
 
 # expect good|bad FILE INCLUDE: checks a tree of one file with one include.
 expect() {
-    rm -rf "$folder/src"
-    mkdir -p "$folder/src/$(dirname "$2")"
-    printf '#include %s\n' "$3" > "$folder/src/$2"
+    rm -rf "$work/src"
+    mkdir -p "$work/src/$(dirname "$2")"
+    printf '#include %s\n' "$3" > "$work/src/$2"
     local result=good
-    "$check" "$folder/src" > "$folder/out" || result=bad
-    if [ "$result" != "$1" ]; then
-        printf 'FAILED: %s that includes %s should be %s\n' "$2" "$3" "$1"
-        failed=1
-    fi
+    "$check" "$work/src" > "$work/out" || result=bad
+    [ "$result" = "$1" ] || failed "$2 that includes $3 should be $1"
 }
 
 expect good search/matcher.cpp '"os/files.h"'
@@ -46,8 +42,3 @@ expect bad os/win32/files.cpp '<sys/stat.h>'
 expect bad search/walk.cpp '"os/win32/utf16.h"'
 expect bad search/walk.cpp '"scan.h"'
 expect bad other/walk.cpp '"os/files.h"'
-
-if [ "$failed" = 0 ]; then
-    printf 'check_layers: all cases passed\n'
-fi
-exit "$failed"

@@ -1,19 +1,43 @@
-# Sourced by tests that go on after a failed check. Makes a folder, $work, which is deleted at the end.
+# Sourced by every test script. Makes a folder, $work. When the script ends, stops the processes whose ids are in started,
+# calls the functions that are named in at_end, and deletes the folder.
 
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+started=()
+at_end=()
+finish() {
+    status=$?
+    local pid function
+    for pid in "${started[@]}"; do
+        kill "$pid" 2> /dev/null || true
+    done
+    for function in "${at_end[@]}"; do
+        "$function" || true
+    done
+    rm -rf "$work"
+    exit "$status"
+}
+trap finish EXIT
 
-# Notes a failed check, also in a subshell: failed NAME.
-failed() {
-    echo "FAILED: $1" | tee -a "$work/failures" >&2 # checks may redirect standard output
+print_state() { :; } # a script replaces it to print more about a failed check
+
+# Ends the script, or the subshell that it is called in.
+failed() { # MESSAGE
+    echo "FAILED in line ${BASH_LINENO[-2]}: $1" >&2
+    print_state >&2 || true
+    exit 1
 }
 
-# Ends the test, with status 1 when a check failed.
-end_checks() {
-    if [ -s "$work/failures" ]; then
-        echo "$(wc -l < "$work/failures") checks failed"
-        exit 1
-    fi
-    echo 'all checks passed'
-    exit 0
+expect_equal() { # WHAT EXPECTED ACTUAL
+    [ "$2" = "$3" ] || failed "$1: $(diff <(echo "$2") <(echo "$3") || true)"
+}
+
+# Tries a command until it succeeds, for at least half a minute. Fails after that.
+until_true() { # COMMAND...
+    for _ in {1..1500}; do
+        if "$@"; then
+            return 0
+        fi
+        sleep 0.02
+    done
+    return 1
 }

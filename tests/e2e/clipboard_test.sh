@@ -13,26 +13,26 @@ fi
 # shellcheck source=tests/e2e/checks.sh
 source "$(dirname "$0")/checks.sh"
 
+print_state() {
+    diff <(od -c "$work/expected") <(od -c "$work/actual") | head -20
+}
+
 run_probe() {
     timeout 60 "${probe[@]}" "$@" 2> "$work/errors"
 }
 
 # Keeps the desktop running, as the open program does: it owns the text of a process that has set one and ended.
 "${probe[@]}" stay < /dev/null > /dev/null 2>&1 &
-stays=$!
-trap 'kill "$stays"; rm -rf "$work"' EXIT
+started+=($!)
 
-# within_30_s NAME EXPECTED COMMAND...: other programs see a new text with a delay, so COMMAND is tried until it
-# succeeds and prints what file EXPECTED contains.
-within_30_s() {
-    for ((tries = 0; tries < 300; tries++)); do
-        if "${@:3}" > "$work/actual" && cmp -s "$2" "$work/actual"; then
-            return
-        fi
-        sleep 0.1
-    done
-    failed "$1"
-    diff <(od -c "$2") <(od -c "$work/actual") | head -20 || true
+# Other programs see a new text with a delay, so tries until the command succeeds and prints what the file contains.
+expect() { # NAME EXPECTED COMMAND...
+    cp "$2" "$work/expected"
+    until_true prints_expected "${@:3}" || failed "$1"
+}
+
+prints_expected() { # COMMAND...
+    "$@" > "$work/actual" && cmp -s "$work/expected" "$work/actual"
 }
 
 from_x() {
@@ -44,19 +44,19 @@ into_x() {
     timeout 10 xclip -selection clipboard -i < "$1" > /dev/null 2>&1
 }
 
-# round_trip NAME: copies file text to the other program and back. Each time the clipboard holds another text before, so
-# that a text which was never copied is noticed.
-round_trip() {
+# Copies file text to the other program and back. Each time the clipboard holds another text before, so that a text which
+# was never copied is noticed.
+round_trip() { # NAME
     printf 'before' > "$work/before"
     into_x "$work/before"
-    within_30_s "$1: what was there before" "$work/before" run_probe get
+    expect "$1: what was there before" "$work/before" run_probe get
     run_probe set < "$work/text" || failed "$1: exit status of set"
-    within_30_s "$1: out" "$work/text" from_x
-    within_30_s "$1: to another process of the program" "$work/text" run_probe get
+    expect "$1: out" "$work/text" from_x
+    expect "$1: to another process of the program" "$work/text" run_probe get
     run_probe set < "$work/before" || failed "$1: exit status of set"
-    within_30_s "$1: what was there between" "$work/before" from_x
+    expect "$1: what was there between" "$work/before" from_x
     into_x "$work/text"
-    within_30_s "$1: in" "$work/text" run_probe get
+    expect "$1: in" "$work/text" run_probe get
 }
 
 printf 'plain text' > "$work/text"
@@ -67,7 +67,7 @@ printf '😀 𠀀𠀁 \U0010FFFD' > "$work/text"
 round_trip 'outside the Basic Multilingual Plane'
 : > "$work/text"
 round_trip 'an empty text'
-for ((i = 0; i < 24000; i++)); do printf '%05d größe 你好 😀 ' "$i"; done > "$work/text"
+seq -f '%05.0f größe 你好 😀 ' 24000 | tr -d '\n' > "$work/text"
 [ "$(wc -c < "$work/text")" -ge 524288 ] || failed 'the text is shorter than half a megabyte'
 round_trip 'half a megabyte'
 
@@ -83,13 +83,13 @@ on_windows() {
 }
 printf 'a\r\nb\nc\rd' > "$work/text"
 run_probe set < "$work/text"
-within_30_s 'line ends to another process of the program' "$work/text" run_probe get
+expect 'line ends to another process of the program' "$work/text" run_probe get
 on_windows 'a\nb\nc\rd' 'a\r\nb\nc\rd' > "$work/as_x_sees_it"
-within_30_s 'line ends out' "$work/as_x_sees_it" from_x
+expect 'line ends out' "$work/as_x_sees_it" from_x
 printf 'a\nb\n\nc' > "$work/text"
 into_x "$work/text"
 on_windows 'a\r\nb\r\n\r\nc' 'a\nb\n\nc' > "$work/as_programs_see_it"
-within_30_s 'line ends in' "$work/as_programs_see_it" run_probe get
+expect 'line ends in' "$work/as_programs_see_it" run_probe get
 
 # ---- A text that is not Unicode ----
 
@@ -98,7 +98,7 @@ if [ "$is_windows" = 1 ]; then
     printf 'gr\xf6\xdfe' > "$work/text"
     run_probe offer_bytes < "$work/text" || failed 'not Unicode: exit status of the other program'
     printf 'größe' > "$work/converted"
-    within_30_s 'not Unicode' "$work/converted" run_probe get
+    expect 'not Unicode' "$work/converted" run_probe get
     run_probe list | tr -d '\r' > "$work/actual"
     printf 'CLIP 1 = CF_TEXT\nCLIP 16 = CF_LOCALE\nCLIP 7 = CF_OEMTEXT\nCLIP 13 = CF_UNICODETEXT\n' |
         diff - "$work/actual" || failed 'not Unicode: the formats'
@@ -106,7 +106,7 @@ else
     printf 'gr\xf6\xdfe' > "$work/text"
     timeout 10 xclip -selection clipboard -t STRING -i < "$work/text" > /dev/null 2>&1
     printf 'größe' > "$work/converted"
-    within_30_s 'Latin-1 in' "$work/converted" run_probe get
+    expect 'Latin-1 in' "$work/converted" run_probe get
     run_probe set < "$work/converted"
     timeout 10 xclip -selection clipboard -o -t STRING > "$work/actual"
     cmp "$work/text" "$work/actual" || failed 'Latin-1 out'
@@ -123,8 +123,6 @@ no_text() {
     ! run_probe get
 }
 : > "$work/nothing"
-within_30_s 'a picture is no text' "$work/nothing" no_text
+expect 'a picture is no text' "$work/nothing" no_text
 run_probe set < "$work/before" # this ends the last xclip, too
-within_30_s 'a text after a picture' "$work/before" from_x
-
-end_checks
+expect 'a text after a picture' "$work/before" from_x

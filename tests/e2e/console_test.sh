@@ -1,7 +1,7 @@
 #!/bin/bash
 # The program's redirected standard output, byte for byte, and its command line, input and terminal:
 # console_test.sh [RUNNER] PROGRAM, where PROGRAM is console_probe.
-set -eu
+set -euo pipefail
 export LC_ALL=C.UTF-8
 probe=()
 for word in "$@"; do
@@ -29,10 +29,8 @@ run() {
 # expect NAME: compares the last output with standard input.
 expect() {
     cat >"$work/expected"
-    if ! cmp -s "$work/expected" "$work/actual"; then
-        failed "$1"
-        diff <(od -c "$work/expected") <(od -c "$work/actual") >&2 || true
-    fi
+    cmp -s "$work/expected" "$work/actual" ||
+        failed "$1: $(diff <(od -c "$work/expected") <(od -c "$work/actual"))"
 }
 
 lines() {
@@ -134,5 +132,3 @@ printf 'q' | script -qec "stty rows 33 cols 90; $command" /dev/null >"$work/show
     failed "in a terminal: exit status $?"
 cp "$work/report" "$work/actual"
 printf 'height 33\nmoved 1\nkey 113\n' | sed "s/\$/${line_end%$'\n'}/" | expect "the answers of a terminal"
-
-end_checks

@@ -9,6 +9,10 @@ esac
 # shellcheck source=tests/e2e/checks.sh
 source "$(dirname "$0")/checks.sh"
 ulimit -c 0
+print_state() {
+    diff "$work/expected" "$work/actual"
+    cat "$work/errors"
+}
 
 # expect NAME STATUS TEXT ARGUMENT...: checks the exit status and the whole standard output.
 expect() {
@@ -16,11 +20,7 @@ expect() {
     timeout 100 "${probe[@]}" "${@:4}" > "$work/actual" 2> "$work/errors" < /dev/null || status=$?
     printf '%s' "$3" > "$work/expected"
     [ "$status" = "$2" ] || failed "$1: exit status $status, not $2"
-    if ! cmp -s "$work/expected" "$work/actual"; then
-        failed "$1"
-        diff "$work/expected" "$work/actual" || true
-        cat "$work/errors"
-    fi
+    cmp -s "$work/expected" "$work/actual" || failed "$1"
 }
 
 # ---- Crashes ----
@@ -57,34 +57,19 @@ if [ $windows = 0 ]; then
 elif [ -z "${DISPLAY:-}" ]; then
     echo 'SKIPPED: no screen for a message box'
 else
-    # within_30_s COMMAND...: tries until COMMAND succeeds.
-    within_30_s() {
-        for ((tries = 0; tries < 300; tries++)); do
-            if "$@" > /dev/null 2>&1; then
-                return 0
-            fi
-            sleep 0.1
-        done
-        return 1
+    has_box() {
+        window=$(xdotool search --onlyvisible --name '^YA FUCKED UP$' 2> /dev/null)
     }
-    find_box() {
-        window=$(xdotool search --onlyvisible --name '^YA FUCKED UP$')
-    }
-    press_return() {
-        xdotool windowfocus "$window" key Return || true
-        ! kill -0 "$process"
+    is_closed() {
+        xdotool windowfocus "$window" key Return 2> /dev/null || true
+        ! kill -0 "$process" 2> /dev/null
     }
     timeout 100 "${probe[@]}" fatal > "$work/actual" 2> "$work/errors" < /dev/null &
     process=$!
-    if within_30_s find_box; then
-        expect 'a box with title, message and one button' 0 "YA FUCKED UP"$'\n'"$message"$'\n1 button\n' box
-        within_30_s press_return || failed 'the box does not close'
-    else
-        failed 'no visible box'
-    fi
+    until_true has_box || failed 'no visible box'
+    expect 'a box with title, message and one button' 0 "YA FUCKED UP"$'\n'"$message"$'\n1 button\n' box
+    until_true is_closed || failed 'the box does not close'
     status=0
     wait "$process" || status=$?
     [ "$status" = 3 ] || failed "a fatal error: exit status $status, not that of an abort"
 fi
-
-end_checks

@@ -7,22 +7,13 @@
 set -euo pipefail
 search_dump=$1 probe=$2 failing_reads=$3
 font=$(dirname "$probe")/source_code_pro.otf
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-passed=0
-failed=0
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
+cd "$work"
 
-check() { # check NAME COMMAND...
-    local name=$1
-    shift
-    if "$@"; then
-        passed=$((passed + 1))
-    else
-        printf 'FAILED: %s\n' "$name"
-        failed=$((failed + 1))
-    fi
+check() { # NAME COMMAND...
+    "${@:2}" || failed "$1"
 }
-cd "$folder"
 
 # ---- Reading ----
 
@@ -33,7 +24,7 @@ printf 'foo ....' > tree/broken
 check 'a file that cannot be read is not listed, wherever the error is' test \
     "$(LD_PRELOAD=$failing_reads "$search_dump" tree foo)" = $'files 1\nfile tree/whole\nhit 1 1 0 foo .'
 for readers in 1 8; do
-    check "$readers readers leave no trace of such a file either" test \
+    check "$readers readers do not list it either" test \
         "$(LD_PRELOAD=$failing_reads "$search_dump" --readers "$readers" tree foo)" = $'files 1\nfile tree/whole\nhit 1 1 0 foo .'
 done
 check 'without an error every hit is found' test "$("$search_dump" tree foo | grep -c '^hit ')" = 3
@@ -63,16 +54,16 @@ put_program() { # FOLDER; makes it a program's folder whose list of queries has 
     { printf 'first'; for i in $(seq -w "$entries"); do printf '\r\nkept-entry-number-%s' "$i"; done; } > "$1/saved_queries.txt"
 }
 
-# holds_all FOLDER: a start finds a beginning of the typed text there, and every entry in order.
-holds_all() {
+# Whether a start finds a beginning of the typed text there, and every entry in order.
+holds_all() { # FOLDER
     "$probe" load "$1/" > loaded
     grep -qxE 'first(abc|ab|a|)x?' <<< "$(sed -n 2p loaded)" &&
         cmp -s <(seq -f "  kept-entry-number-%0${#entries}g" "$entries") <(grep '^  kept' loaded) &&
         [ "$(grep -c '^  ' loaded)" -le $((entries + 2)) ]
 }
 
-# goes_on FOLDER: once there is room again, what is typed next is written, and the second file is deleted.
-goes_on() {
+# Whether what is typed next, once there is room again, is written, and the second file is deleted.
+goes_on() { # FOLDER
     "$probe" type "$1/" x > /dev/null
     holds_all "$1" && grep -q 'x$' <<< "$(sed -n 2p loaded)" && [ ! -e "$1/saved_queries.new" ]
 }
@@ -120,15 +111,12 @@ mount_writable() { umount disk; }
 mode_read_only() { chmod 555 disk; }
 mode_writable() { chmod 755 disk; }
 
-export -f check put_program holds_all goes_on full_disk read_only mount_read_only mount_writable \
+export -f check failed print_state put_program holds_all goes_on full_disk read_only mount_read_only mount_writable \
     mode_read_only mode_writable
 export search_dump probe font entries
 checks_in() { # STARTER CHECKS; runs the checks in a shell that the starter starts
     # shellcheck disable=SC2086
-    $1 bash -euc "passed=0 failed=0; $2; echo \"\$passed \$failed\" > counts"
-    local more_passed more_failed
-    read -r more_passed more_failed < counts
-    passed=$((passed + more_passed)) failed=$((failed + more_failed))
+    $1 bash -euc "$2"
 }
 restricted='env'
 [ "$(id -u)" != 0 ] || restricted='setpriv --bounding-set -dac_override' # root may write everywhere otherwise
@@ -142,5 +130,4 @@ for own in 'unshare -m' 'unshare -rm'; do
         break
     fi
 done
-printf 'disk_faults: %s passed, %s failed, %s\n' "$passed" "$failed" "$how"
-[ "$failed" = 0 ]
+echo "disk_faults: passed, $how"

@@ -2,40 +2,25 @@
 # The keys of list_keys and its scroll bar in a real window: list_keys_test.sh RUNNER TARNWICK RECORD_COMMAND, and for
 # native programs list_keys_test.sh X11_SETTINGS TARNWICK. Needs a display with a window manager.
 set -euo pipefail
-
-program=$(realpath "$2")
-case $program in
-    *.exe) runner=("$1") ;;
-    *) runner=() settings=$1 ;;
-esac
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
+source "$(dirname "$0")/real_program.sh" "$1" "$2"
 
-mkdir "$work/code" "$work/recorder"
-: > "$work/recorder/commands.txt"
+mkdir "$work/code"
 seq -f 'needle %g' 500 > "$work/code/lines.txt"
 echo '.......' >> "$work/code/lines.txt"
-if [ "${#runner[@]}" -gt 0 ]; then
-    cp "$3" "$work/recorder"
-    recorder=$drive$work/recorder/$(basename "$3")
-else
-    recorder=$work/recorder/record_command
-    # shellcheck disable=SC2016
-    printf '%s\n' '#!/bin/bash' 'echo "$0 $*" >> "$(dirname "$0")/commands.txt"' > "$recorder"
-    chmod +x "$recorder"
-fi
-printf '%s\n' 'list_keys yes' "left_click_cmd $recorder left {tarn_row}" "right_click_cmd $recorder right {tarn_row}" \
-    > "$folder/settings.txt"
+make_recorder "${3:-}"
+printf '%s\n' 'list_keys yes' "left_click_cmd \"$recorder\" left {tarn_row}" \
+    "right_click_cmd \"$recorder\" right {tarn_row}" > "$folder/settings.txt"
 
 expected=
 commands_are_as_expected() {
-    [ "$(cat "$work/recorder/commands.txt")" = "$expected" ]
+    [ "$(cat "$commands")" = "$expected" ]
 }
 
 # Waits until this was the last command of all.
 expect_command() {
-    expected+=${expected:+$'\n'}"$recorder $1"
-    until_true commands_are_as_expected || failed "not $1 but $(tail -n 1 "$work/recorder/commands.txt")"
+    expected+=${expected:+$'\n'}"\"$recorder\" $1"
+    until_true commands_are_as_expected || failed "not $1 but $(tail -n 1 "$commands")"
 }
 
 # Presses Enter, and waits for the command of the selected hit, which is that line.
@@ -46,9 +31,8 @@ expect_selected() { # LINE
 
 selected_hit=264058 thumb_outline=a0a0a0 track=323232
 start "$hovered_removed" "$query_y" "$drive$work/code " -needle
-read -r height < <(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
-bottom=$((height - 1)) bar_x=995
-rows=$(((height - 50) / 15))
+bottom=$((window_height - 1)) bar_x=995
+rows=$(((window_height - 50) / 15))
 expect_pixel "$bar_x" 50 "$thumb_outline"
 move_to 700 20
 
@@ -83,11 +67,11 @@ expect_pixel "$bar_x" 50 "$thumb_outline"
 move_to "$bar_x" 60
 xdotool mousedown 1
 xdotool mousemove --window "$window" -- -100 "$bottom" # outside the window
-xdotool mousemove --window "$window" -- -100 $((height + 20))
+xdotool mousemove --window "$window" -- -100 $((window_height + 20))
 expect_pixel "$bar_x" "$bottom" "$thumb_outline"
 xdotool mousemove --window "$window" -- -100 0
 expect_pixel "$bar_x" 50 "$thumb_outline"
-xdotool mousemove --window "$window" -- -100 $((height + 20)) mouseup 1
+xdotool mousemove --window "$window" -- -100 $((window_height + 20)) mouseup 1
 expect_pixel "$bar_x" "$bottom" "$thumb_outline"
 expect_selected 1 # the mouse has run nothing and has not moved the selection
 click 1 300 $((50 + 2 * 15 + 5)) # the second hit
@@ -95,4 +79,3 @@ expect_command "left $((503 - rows))"
 xdotool key Down
 expect_selected $((504 - rows))
 close
-echo 'all checks passed'

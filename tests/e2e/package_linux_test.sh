@@ -3,18 +3,10 @@
 # commands, starts the program, searches and clicks: package_linux_test.sh X11_SETTINGS SOURCE_FOLDER. Needs a display
 # with a window manager.
 set -euo pipefail
-runner=()
-# shellcheck disable=SC2034 # for real_input.sh
-settings=$(realpath "$1")
 top=$(realpath "$2")
-program=$top/build/package-linux/bin/tarnwick
 "$top/tools/make_package" linux
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
-
-expect_lines() { # WHAT EXPECTED ACTUAL
-    [ "$2" = "$3" ] || failed "$1: $(diff <(echo "$2") <(echo "$3") || true)"
-}
+source "$(dirname "$0")/real_program.sh" "$1" "$top/build/package-linux/bin/tarnwick"
 
 # ---- Two packages, the same bytes ----
 
@@ -33,7 +25,7 @@ cmp "$package" "$copy/dist/$name-linux-x86_64.tar.gz" || failed 'the packages di
 # ---- What is in it ----
 
 icon_sizes=(16 32 48 64 128 256)
-expect_lines 'the files' "$({
+expect_equal 'the files' "$({
     printf "$name/%s\n" LICENSE.txt THIRD_PARTY_NOTICES.txt docs/user_guide.html settings.txt source_code_pro.otf \
         tarnwick share/applications/tarnwick.desktop share/metainfo/local.tarnwick.tarnwick.metainfo.xml
     printf "$name/share/icons/hicolor/%s/apps/tarnwick.png\n" "${icon_sizes[@]/%/x}"
@@ -63,30 +55,30 @@ cat "$top"/src/app/settings{,_linux}.txt | expect_same settings.txt
 
 entry=$HOME/.local/share/applications/tarnwick.desktop
 desktop-file-validate "$folder/share/applications/tarnwick.desktop" "$entry"
-expect_lines 'what the menu starts' "Exec=\"$program\"" "$(grep ^Exec= "$entry")"
+expect_equal 'what the menu starts' "Exec=\"$program\"" "$(grep ^Exec= "$entry")"
 appstreamcli validate --no-net "$folder"/share/metainfo/*.xml > "$work/appstream" || failed "$(cat "$work/appstream")"
-expect_lines 'the release' "$(sed -n "s/^## \($version\), \(.*\)/version=\"\1\" date=\"\2\"/p" "$top/CHANGELOG.md")" \
+expect_equal 'the release' "$(sed -n "s/^## \($version\), \(.*\)/version=\"\1\" date=\"\2\"/p" "$top/CHANGELOG.md")" \
     "$(sed -n 's/.*<release \(.*\)\/>/\1/p' "$folder"/share/metainfo/*.xml)"
 for size in "${icon_sizes[@]}"; do
-    expect_lines 'an icon' "PNG ${size}x$size" \
+    expect_equal 'an icon' "PNG ${size}x$size" \
         "$(identify -format '%m %wx%h' "$HOME/.local/share/icons/hicolor/${size}x$size/apps/tarnwick.png")"
 done
 
 # ---- The program as a file ----
 
-expect_lines 'the libraries it needs' \
+expect_equal 'the libraries it needs' \
     "$(printf '%s\n' lib{X11.so.6,Xcursor.so.1,Xext.so.6,Xfixes.so.3,Xrandr.so.2,c.so.6,m.so.6})" \
     "$(readelf -dW "$program" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -v '^ld-linux' | LC_ALL=C sort)"
-expect_lines 'the oldest C library it runs on, which the guide has' \
+expect_equal 'the oldest C library it runs on, which the guide has' \
     "$(grep -oP 'glibc \K[0-9.]+[0-9]' "$guide" | sort -u)" \
     "$(objdump -T "$program" | grep -oP 'GLIBC_\K[0-9.]+' | sort -Vu | tail -1)"
-expect_lines 'the symbols' "nm: $program: no symbols" "$(nm "$program" 2>&1)"
+expect_equal 'the symbols' "nm: $program: no symbols" "$(nm "$program" 2>&1)"
 ! readelf -SW "$program" | grep -q debug || failed 'the program has debugging information'
 ! grep -qaF "$top" "$program" || failed 'the program names the folder it was built in'
 [ "$(stat -c %s "$program")" -lt 400000 ] || failed "the program has $(stat -c %s "$program") bytes; say so in the docs"
 
 # Whose code it contains, according to the linker; THIRD_PARTY_NOTICES.txt names them all.
-expect_lines 'the linked libraries' "$(printf '%s\n' libgcc libtarnwick_{actions,app,os,render,search,ui,window})" \
+expect_equal 'the linked libraries' "$(printf '%s\n' libgcc libtarnwick_{actions,app,os,render,search,ui,window})" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package-linux/tarnwick.map" |
         grep -oE '[A-Za-z0-9_+-]+\.a\(' | tr -d '.(' | sed 's/a$//' | LC_ALL=C sort -u)"
 
@@ -110,7 +102,7 @@ yellow='\([c-f][0-9a-f]\)\10[0-9a-f]' green='0[0-9a-f][c-f][0-9a-f]0[0-9a-f]'
 file_row=100x15+10+50 line_row=300x15+50+65
 
 start "$hovered_removed" "$query_y"
-expect_lines 'the title' "Tarnwick  |  $version" "$(xdotool getwindowname "$window")"
+expect_equal 'the title' "Tarnwick  |  $version" "$(xdotool getwindowname "$window")"
 click 1 500 "$path_y"
 expect_pixel 500 6 "$focused"
 xdotool type "$work/tree"
@@ -130,7 +122,7 @@ xdotool key Escape
 opens "$folder/"
 [ -z "$(ps -o stat= --ppid "$tarnwick")" ] || failed 'a child that has ended stays'
 close
-expect_lines 'the folder' \
+expect_equal 'the folder' \
     "$(printf '%s\n' LICENSE.txt THIRD_PARTY_NOTICES.txt docs saved_paths.txt saved_queries.txt settings.txt share \
         source_code_pro.otf tarnwick)" "$(cd "$folder" && printf '%s\n' *)"
 

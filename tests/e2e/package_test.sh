@@ -2,20 +2,10 @@
 # Makes the package twice, in two folders, and uses it like a user: unpacks it, types into the program and clicks a hit:
 # package_test.sh RUN_UNDER_WINE SOURCE_FOLDER. Needs a display with a window manager.
 set -euo pipefail
-runner=("$1")
 top=$(realpath "$2")
-here=$top/tests/e2e
-# shellcheck source=tests/e2e/real_input.sh
-source "$here/real_input.sh"
-
-failed() {
-    echo "FAILED in line ${BASH_LINENO[-2]}: $1"
-    exit 1
-}
-
-expect_lines() { # WHAT EXPECTED ACTUAL
-    [ "$2" = "$3" ] || failed "$1: $(diff <(echo "$2") <(echo "$3") || true)"
-}
+"$top/tools/make_package" windows
+# shellcheck source=tests/e2e/real_program.sh
+source "$(dirname "$0")/real_program.sh" "$1" "$top/build/package/bin/tarnwick.exe"
 
 # ---- Two packages, the same bytes ----
 
@@ -23,7 +13,6 @@ expect_lines() { # WHAT EXPECTED ACTUAL
 copy=$work/somewhere/else
 mkdir -p "$copy/build"
 (cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
-"$top/tools/make_package" windows
 cp -r "$top/build/font" "$copy/build"
 (umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/make_package" windows)
 
@@ -35,7 +24,7 @@ cmp "$package" "$copy/dist/$name-win64.zip" || failed 'the packages differ'
 # ---- What is in it ----
 
 unzip -tq "$package"
-expect_lines 'the files' "$({
+expect_equal 'the files' "$({
     printf "$name/%s\n" LICENSE.txt THIRD_PARTY_NOTICES.txt docs/user_guide.html settings.txt source_code_pro.otf \
         tarnwick.exe
     (cd "$top" && printf "$name/%s\n" docs/pictures/*.png)
@@ -60,13 +49,13 @@ for line in '<!DOCTYPE html>' '<meta charset="utf-8">' '<title>Tarnwick: user gu
     grep -qx "$line"$'\r' "$page" || failed "the guide has no $line"
 done
 [ "$(grep -c $'\r$' "$page")" = "$(wc -l < "$page")" ] || failed 'the guide mixes line ends'
-expect_lines 'the headings' "$(sed -n 's/^## //p' "$guide")" \
+expect_equal 'the headings' "$(sed -n 's/^## //p' "$guide")" \
     "$(sed -n 's/^<h2 id="[^"]*">\(.*\)<\/h2>\r$/\1/p' "$page")"
 [ "$(grep -c '^<table>' "$page")" = "$(grep -c '^|--' "$guide")" ] || failed 'the guide lacks a table'
 # No Markdown is left unconverted.
 ! grep -n '`\|](\|^|\|^- ' "$page" || failed 'the guide has Markdown'
 # Every picture and link target of the guide exists; there are no other links.
-expect_lines 'the number of links' "$(grep -oF '](' "$guide" | wc -l)" "$(grep -oE '(href|src)="' "$page" | wc -l)"
+expect_equal 'the number of links' "$(grep -oF '](' "$guide" | wc -l)" "$(grep -oE '(href|src)="' "$page" | wc -l)"
 while read -r link; do
     case $link in
         \#*) grep -q "<h[23] id=\"${link#\#}\">" "$page" ;;
@@ -78,7 +67,7 @@ done < <(grep -oP '(href|src)="\K[^"]+' "$page")
 
 program=$folder/tarnwick.exe
 objdump=x86_64-w64-mingw32-objdump
-expect_lines 'the imports' "$(printf '%s\n' gdi32.dll kernel32.dll msvcrt.dll shell32.dll user32.dll)" \
+expect_equal 'the imports' "$(printf '%s\n' gdi32.dll kernel32.dll msvcrt.dll shell32.dll user32.dll)" \
     "$($objdump -p "$program" | sed -n 's/^\s*DLL Name: //p' | tr '[:upper:]' '[:lower:]' | sort)"
 $objdump -t "$program" | grep -qx 'no symbols' || failed 'the program has symbols'
 $objdump -h "$program" > "$work/sections"
@@ -88,7 +77,7 @@ grep -q ' \.text ' "$work/sections" || failed 'the program has no code'
 [ "$(stat -c %s "$program")" -lt 400000 ] || failed "the program has $(stat -c %s "$program") bytes; update the docs"
 
 # The libraries whose code the linker's map lists; THIRD_PARTY_NOTICES.txt names all of third parties.
-expect_lines 'the libraries' "$(printf '%s\n' libgcc libgdi32 libkernel32 libmingw32 libmingwex libmsvcrt libshell32 \
+expect_equal 'the libraries' "$(printf '%s\n' libgcc libgdi32 libkernel32 libmingw32 libmingwex libmsvcrt libshell32 \
     libtarnwick_{actions,app,os,render,search,ui,window} libuser32 | LC_ALL=C sort)" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package/tarnwick.map" |
         grep -oE '[A-Za-z0-9_+-]+\.a\(' | tr -d '.(' | sed 's/a$//' | LC_ALL=C sort -u)"
@@ -108,8 +97,6 @@ done
 
 # ---- Running the unpacked program ----
 
-# shellcheck source=tests/e2e/real_program.sh
-source "$here/real_program.sh"
 cd "$folder" # where commands run
 
 expect_bytes() {
@@ -147,7 +134,7 @@ expect_bytes "$folder/saved_queries.txt" $'needle\r\nneedle'
 click 1 "$save_x" "$path_y"
 expect_bytes "$folder/saved_paths.txt" "$tree"$'\r\n'"$tree"
 close
-expect_lines 'the folder' \
+expect_equal 'the folder' \
     "$(printf '%s\n' LICENSE.txt THIRD_PARTY_NOTICES.txt docs saved_paths.txt saved_queries.txt settings.txt \
         source_code_pro.otf tarnwick.exe)" "$(cd "$folder" && printf '%s\n' *)"
 

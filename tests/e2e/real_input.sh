@@ -1,12 +1,20 @@
-# Sourced by the tests that drive a real window, with the array runner set: the command that programs are started with,
-# which is Wine's, or empty for native programs, and then with settings set as well: x11_settings. Makes a folder, $work.
-# When the test ends, deletes it and stops the processes whose ids are in started.
+# Sourced with RUNNER PROGRAM, and for a native program with X11_SETTINGS PROGRAM, by the scripts that drive a real window
+# with real input. Sets program, and runner to the command that programs are started with: Wine's, or empty for native
+# ones.
 
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "${BASH_SOURCE[0]}")/checks.sh"
 export LC_ALL=C.UTF-8 # for characters beyond ASCII
-work=$(mktemp -d)
+program=$(realpath "$2")
+case $program in
+    *.exe) runner=("$(realpath "$1")") ;;
+    *) runner=() settings=$(realpath "$1") ;;
+esac
 
 # Puts é and 你 on two keys of the keyboard.
 old_keys=$(xmodmap -pke | grep -E '^keycode +(49|94) =')
+undo_keys() { xmodmap - <<< "$old_keys"; }
+at_end+=(undo_keys)
 xmodmap -e 'keycode 94 = eacute' -e 'keycode 49 = U4F60'
 
 # What is special about Wine: it has the system's root as a drive. Everywhere the time limit for double presses is raised,
@@ -15,36 +23,10 @@ if [ "${#runner[@]}" -gt 0 ]; then
     drive=Z:
     mouse='HKCU\Control Panel\Mouse'
     "${runner[@]}" reg add "$mouse" /v DoubleClickSpeed /t REG_SZ /d 60000 /f > /dev/null < /dev/null
-    undo_settings() { "${runner[@]}" reg delete "$mouse" /v DoubleClickSpeed /f > /dev/null < /dev/null; }
+    undo_double_press() { "${runner[@]}" reg delete "$mouse" /v DoubleClickSpeed /f > /dev/null < /dev/null; }
+    at_end+=(undo_double_press)
 else
     drive=
     "$settings" 60000 &
-    settings_pid=$!
-    undo_settings() { kill "$settings_pid"; }
+    started+=($!)
 fi
-
-started=()
-undo() { :; } # a test replaces it to undo more
-finish() {
-    status=$?
-    undo
-    for pid in "${started[@]}"; do
-        kill "$pid" 2> /dev/null || true
-    done
-    xmodmap - <<< "$old_keys"
-    undo_settings
-    rm -rf "$work"
-    exit "$status"
-}
-trap finish EXIT
-
-# Tries a command until it succeeds, for at least half a minute. Fails after that.
-until_true() {
-    for _ in {1..300}; do
-        if "$@"; then
-            return 0
-        fi
-        sleep 0.1
-    done
-    return 1
-}

@@ -1,26 +1,20 @@
-# Sourced by the tests that drive the program itself with real input, with runner as for real_input.sh and $program set.
-# $folder is the program's folder. Unless it is set, copies the program and its font to a new one whose name has a space
-# and an é; $program is then the copy.
+# Sourced like real_input.sh by the scripts that drive the program itself. Copies the program and its font to a new folder,
+# $folder, whose name has a space and an é; $program is then the copy.
 
-if [ -z "${folder:-}" ]; then
-    # shellcheck source=tests/e2e/real_input.sh
-    source "$(dirname "${BASH_SOURCE[0]}")/real_input.sh"
-    folder="$work/a é"
-    mkdir "$folder"
-    cp "$program" "$(dirname "$program")/source_code_pro.otf" "$folder"
-    program=$folder/$(basename "$program")
-fi
+# shellcheck source=tests/e2e/real_input.sh
+source "$(dirname "${BASH_SOURCE[0]}")/real_input.sh"
+folder="$work/a é"
+mkdir "$folder"
+cp "$program" "$(dirname "$program")/source_code_pro.otf" "$folder"
+program=$folder/$(basename "$program")
 
-# Ends the test with a message and the contents of the saved files.
-failed() {
-    echo "FAILED in line ${BASH_LINENO[-2]}: $1"
+print_state() {
     local file
     for file in "$folder"/saved_*; do
         [ -e "$file" ] || continue
         echo "$(basename "$file"):"
         od -An -c "$file"
     done
-    exit 1
 }
 
 # ---- The screen ----
@@ -133,7 +127,7 @@ has_window() {
 }
 
 # Starts the program and waits until it has drawn a frame and reacts to the pointer: hovering gives the query's save
-# button the colour.
+# button the colour. Sets window and window_height, in pixels.
 start() { # HOVERED_COLOUR SAVE_Y ARGUMENT...
     local colour=$1 save_y=$2
     shift 2
@@ -143,6 +137,7 @@ start() { # HOVERED_COLOUR SAVE_Y ARGUMENT...
     started+=("$tarnwick")
     until_true has_window || failed 'no window'
     expect_pixel 3 2 "$background"
+    window_height=$(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
     xdotool windowactivate --sync "$window"
     nudged_until_pixel "$save_x" "$save_y" "$save_x" "$save_y" "$colour"
 }
@@ -166,6 +161,24 @@ close() {
     forget_started "$tarnwick"
     [ "$status" = 0 ] || failed "exit status $status"
     until_true has_no_window || failed 'the window stays'
+}
+
+# ---- What clicks run ----
+
+# Makes a program, $recorder, that appends its command line to the file $commands, its own path in double quotes.
+make_recorder() { # RECORD_COMMAND, for Windows
+    mkdir "$work/a recorder"
+    commands="$work/a recorder/commands.txt"
+    : > "$commands"
+    if [ "${#runner[@]}" -gt 0 ]; then
+        cp "$1" "$work/a recorder"
+        recorder="$drive$work/a recorder/$(basename "$1")"
+    else
+        recorder="$work/a recorder/record_command"
+        # shellcheck disable=SC2016
+        printf '%s\n' '#!/bin/bash' 'printf "\"%s\" %s\n" "$0" "$*" >> "$(dirname "$0")/commands.txt"' > "$recorder"
+        chmod +x "$recorder"
+    fi
 }
 
 # ---- The files ----

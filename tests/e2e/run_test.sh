@@ -2,8 +2,8 @@
 # Checks which folders and queries run.sh accepts, and what it installs, builds and starts for each system:
 # run_test.sh RUN_SH. Nothing is installed or built: stand-ins for the tools and programs record their calls.
 set -euo pipefail
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
 
 top=$work/top
 mkdir -p "$top/tools" "$top/src/search" "$top"/build/{linux,windows}/bin "$work/bin"
@@ -29,11 +29,9 @@ run() { # ARGUMENT...
     message=$(./run.sh "$@" 2>&1) || status=$?
 }
 
-failed() {
-    echo "FAILED in line ${BASH_LINENO[-2]}: $1"
+print_state() {
     echo "status $status: $message"
     cat "$CALLS"
-    exit 1
 }
 
 expect_refused() { # MESSAGE ARGUMENT...

@@ -4,15 +4,10 @@
 # same_pixels_test.sh RUNNER TARNWICK PICTURES, and for a native program same_pixels_test.sh X11_SETTINGS TARNWICK
 # PICTURES. Needs a display with a window manager.
 set -euo pipefail
-program=$(realpath "$2")
 pictures=$(realpath "$3")
-beside=$(dirname "$program")
-case $program in
-    *.exe) runner=("$(realpath "$1")") ;;
-    *) runner=() settings=$1 ;;
-esac
+beside=$(dirname "$(realpath "$2")")
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
+source "$(dirname "$0")/real_program.sh" "$1" "$2"
 cd "$work"
 
 # One file in each folder, as each file system has an order of its own. The same texts are in

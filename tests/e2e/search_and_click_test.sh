@@ -4,16 +4,10 @@
 # search_and_click_test.sh X11_SETTINGS TARNWICK SEARCH_DUMP. The expected rows are search_dump's. Needs a display with a
 # window manager.
 set -euo pipefail
-
-program=$(realpath "$2")
 search_dump=$(realpath "$3")
-case $program in
-    *.exe) runner=("$1") ;;
-    *) runner=() settings=$1 ;;
-esac
 sources=$(realpath "$(dirname "$0")/../..")
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
+source "$(dirname "$0")/real_program.sh" "$1" "$2"
 
 # ---- What is searched ----
 
@@ -47,24 +41,17 @@ ln -s . "$endless/more"
 
 # On Windows the recorder notes its command line as it is. A native program gets arguments only, so all that is to be
 # noted is one argument there, with single quotes in it.
-mkdir "$work/a recorder"
+make_recorder "${4:-}"
 if [ "${#runner[@]}" -gt 0 ]; then
-    recorder="$drive$work/a recorder/$(basename "$4")"
-    cp "$4" "$work/a recorder"
     quote='"' argument_quote=
 else
-    recorder="$work/a recorder/record_command"
-    # shellcheck disable=SC2016
-    printf '%s\n' '#!/bin/bash' 'printf "\"%s\" %s\n" "$0" "$1" >> "$(dirname "$0")/commands.txt"' > "$recorder"
     mkdir "$work/bin"
     printf '%s\n' '#!/bin/bash' "printf %s \"\$*\" > '$work/opened'" > "$work/bin/xdg-open"
-    chmod +x "$recorder" "$work/bin/xdg-open"
+    chmod +x "$work/bin/xdg-open"
     PATH=$work/bin:$PATH
     quote="'" argument_quote='"'
 fi
 windows_project=$drive${project//\//\\}
-commands=$work/a\ recorder/commands.txt
-: > "$commands"
 left_template="\"$recorder\" ${argument_quote}left $quote{tarn_file_folder}/{tarn_file_name}$quote:{tarn_row}:{tarn_column}"
 left_template+=" {tarn_byte} $quote{tarn_file_folder_bs}$quote {{tarn_row}} {tarn_Row}  é{tarn_ro$argument_quote"
 right_template="\"$recorder\" $argument_quote/select,$quote{tarn_file_folder_bs}\\{tarn_file_name}$quote"
@@ -300,14 +287,7 @@ await_command() { # BUTTON INDEX
     else
         printf '%s\n' "${right_commands[$2]}"
     fi >> "$expected_commands"
-    local tries
-    for ((tries = 0; tries < 6000; tries++)); do # half a minute at least
-        if has_line_for_each_click; then
-            return
-        fi
-        sleep 0.005
-    done
-    failed "a click with button $1 on hit $2 runs nothing"
+    until_true has_line_for_each_click || failed "a click with button $1 on hit $2 runs nothing"
 }
 
 click_row() { # BUTTON Y INDEX
@@ -338,7 +318,6 @@ click_rows() { # FIRST_BUTTON END [EVERY]
 
 write_settings
 start "$hovered_removed" "$query_y"
-read -r window_height < <(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
 wheel_step=$((window_height * 2 / 10 / row_height))
 expect_pixel 500 29 "$focused"
 see_rows 300

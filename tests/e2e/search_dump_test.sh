@@ -11,10 +11,8 @@ expect() {
     shift 3
     "${run[@]}" "$@" > "$work/out" 2> "$work/err" < /dev/null || actual=$?
     printf '%s' "$text" > "$work/expected"
-    if [ "$actual" != "$status" ] || ! cmp -s "$work/expected" "$work/out"; then
-        failed "$name (exit status $actual)"
-        diff "$work/expected" "$work/out" || true
-    fi
+    [ "$actual" = "$status" ] || failed "$name: exit status $actual"
+    cmp -s "$work/expected" "$work/out" || failed "$name: $(diff "$work/expected" "$work/out")"
 }
 
 mkdir -p "$work/tree/süb dir" "$work/names/Projects" "$work/names/src"
@@ -59,17 +57,11 @@ printf 'nothing' > odd/$'\xfd'
 printf 'foo ....' > odd/z
 printf 'foo ....' > odd/$'\xff\xfe/z'
 "${run[@]}" odd foo > out 2> err < /dev/null
-if ! grep -qxF 'file odd/z' out || ! grep -qxF 'hit 1 1 0 foo .' out; then
-    failed 'names that are not UTF-8'
-    cat out
-fi
+grep -A 1 -xF 'file odd/z' out | grep -qxF 'hit 1 1 0 foo .' || failed "names that are not UTF-8: $(cat out)"
 
 usage() {
     expect "wrong arguments: $*" 2 '' "$@"
-    if [ "$(wc -l < err)" != 1 ]; then
-        failed 'not one line on standard error'
-        cat err
-    fi
+    [ "$(wc -l < err)" = 1 ] || failed "not one line on standard error: $(cat err)"
 }
 usage
 usage tree
@@ -87,5 +79,3 @@ usage --readers 8 tree
 usage --ignore-case tree
 usage --skip-folders src tree
 usage --skip-folders tree foo
-
-end_checks

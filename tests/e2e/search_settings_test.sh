@@ -3,31 +3,20 @@
 # are suggested and searched when they are the path: search_settings_test.sh RUNNER TARNWICK RECORD_COMMAND, and for a
 # native program search_settings_test.sh X11_SETTINGS TARNWICK. Needs a display with a window manager.
 set -euo pipefail
-program=$(realpath "$2")
-case $program in
-    *.exe) runner=("$1") ;;
-    *) runner=() settings=$1 ;;
-esac
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
+source "$(dirname "$0")/real_program.sh" "$1" "$2"
 
 project=$work/project
 mkdir -p "$project/.git" "$project/src/build"
 printf 'a Needle\nneEdle, NEEDLE\nneédle\n............\n' > "$project/main.c"
 printf 'needle\n............\n' | tee "$project/.git/a" "$project/.git/b" > "$project/src/build/c"
 
+make_recorder "${3:-}"
+names='.git build'
 if [ "${#runner[@]}" -gt 0 ]; then
-    recorder=$work/$(basename "$3")
-    cp "$3" "$recorder"
     names='.GIT Build' # file names ignore case there
-else
-    recorder=$work/record_command
-    # shellcheck disable=SC2016
-    printf '%s\n' '#!/bin/bash' 'echo "$0 $*" > "$(dirname "$0")/commands.txt"' > "$recorder"
-    chmod +x "$recorder"
-    names='.git build'
 fi
-printf '%s\n' "left_click_cmd \"$drive$recorder\" {tarn_file_name}:{tarn_row}:{tarn_column}" 'readers 8' \
+printf '%s\n' "left_click_cmd \"$recorder\" {tarn_file_name}:{tarn_row}:{tarn_column}" 'readers 8' \
     'ignore_case yes' "skip_folders $names" > "$folder/settings.txt"
 
 has_ended() { # whether the yellow frame is gone, which the next event shows
@@ -54,9 +43,9 @@ see_pixels 200x15+0+65 "$cyan"
 expect_hits 1 2 # below the file
 click 1 300 87
 has_recorded() {
-    [[ $(tr -d '\r' < "$work/commands.txt") == *' main.c:2:1' ]]
+    [ "$(cat "$commands")" = "\"$recorder\" main.c:2:1" ]
 }
-until_true has_recorded 2> /dev/null || failed "the click ran: $(cat "$work/commands.txt")"
+until_true has_recorded || failed "the click ran: $(cat "$commands")"
 
 # The fields change after the list was drawn, so the first row shows that the new one is.
 focus_path

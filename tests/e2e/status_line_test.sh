@@ -2,15 +2,11 @@
 # The status line of the program's real window: status_line_test.sh RUNNER TARNWICK, and for the native program
 # status_line_test.sh X11_SETTINGS TARNWICK. Needs a display with a window manager.
 set -euo pipefail
-
-program=$(realpath "$2")
-case $program in
-    *.exe) runner=("$1") right_click='cmd /c exit 0' ;;
-    *) runner=() settings=$1 right_click=true ;;
-esac
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
+source "$(dirname "$0")/real_program.sh" "$1" "$2"
 
+right_click=true
+[ "${#runner[@]}" = 0 ] || right_click='cmd /c exit 0'
 mkdir -p "$work/tree/more"
 printf 'needle\nneedle needle\n........' > "$work/tree/a"
 printf 'needle\n........' > "$work/tree/more/b"
@@ -38,7 +34,6 @@ see_problem() {
 }
 
 start "$hovered_removed" "$query_y"
-read -r window_height < <(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
 expect_pixel 500 $((window_height - row_height)) "$status"
 expect_pixel 500 $((window_height - row_height - 1)) "$background"
 move_to 300 300

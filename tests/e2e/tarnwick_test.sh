@@ -3,13 +3,8 @@
 # tarnwick_test.sh RUNNER TARNWICK, and for a native program tarnwick_test.sh X11_SETTINGS TARNWICK. Needs a display with
 # a window manager.
 set -euo pipefail
-program=$(realpath "$2")
-case $program in
-    *.exe) runner=("$1") ;;
-    *) runner=() settings=$1 ;;
-esac
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
+source "$(dirname "$0")/real_program.sh" "$1" "$2"
 
 # The tree whose folders are suggested.
 mkdir -p "$work/tree/apples" "$work/tree/apricots" "$work/tree/pears/green"

@@ -3,18 +3,14 @@
 # utf8_text_test.sh RUNNER TARNWICK WRITE_FONT, and for a native program utf8_text_test.sh X11_SETTINGS TARNWICK
 # WRITE_FONT. Needs a display with a window manager.
 set -euo pipefail
-program=$(realpath "$2")
 write_font=$(realpath "$3")
-case $program in
-    *.exe) runner=("$1") ;;
-    *) runner=() settings=$1 ;;
-esac
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh"
+source "$(dirname "$0")/real_program.sh" "$1" "$2"
 
 # A third key for an emoji.
 old_key=$(xmodmap -pke | grep -E '^keycode +51 =')
-undo() { xmodmap -e "$old_key"; }
+undo_key() { xmodmap -e "$old_key"; }
+at_end+=(undo_key)
 xmodmap -e 'keycode 51 = U1F600'
 
 # In the font é is 6 pixels wide; 你 and 😀 are only in the other one, 11 wide.

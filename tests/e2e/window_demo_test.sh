@@ -3,29 +3,23 @@
 # window_demo_test.sh RUNNER WINDOW_DEMO DROP_FILES for Windows, and on Linux
 # window_demo_test.sh X11_SETTINGS WINDOW_DEMO DROP_SOURCE. Needs a display with a window manager.
 set -euo pipefail
-demo=$(realpath "$2")
 drop=$(realpath "$3")
-if [[ $demo = *.exe ]]; then
-    runner=("$(realpath "$1")")
+# shellcheck source=tests/e2e/real_input.sh
+source "$(dirname "$0")/real_input.sh" "$1" "$2"
+cd "$work"
+if [ "${#runner[@]}" -gt 0 ]; then
     drop_on=lum_sharedWindowClass
     files=('C:\code\a.txt' 'D:\é\你 😀.txt' 'C:/b')
     dropped='C:/code/a.txt D:/é/你 😀.txt C:/b'
 else
-    runner=()
-    settings=$(realpath "$1")
     drop_on=window_demo
     files=('/code/a.txt' '/é/你 😀.txt' '/b')
     dropped='/code/a.txt /é/你 😀.txt /b'
 fi
-# shellcheck source=tests/e2e/real_input.sh
-source "$(dirname "$0")/real_input.sh"
-cd "$work"
 
-failed() {
-    echo "FAILED: $1"
+print_state() {
     echo "The events since the last input:"
     since_act
-    exit 1
 }
 
 events=$work/events # of the tested window
@@ -70,8 +64,9 @@ windows() {
 
 start_demo() { # EVENTS
     : > "$1"
-    "${runner[@]}" "$demo" picture.ppm > "$1" 2> /dev/null < /dev/null &
-    started+=($!)
+    "${runner[@]}" "$program" picture.ppm > "$1" 2> /dev/null < /dev/null &
+    demo=$!
+    started+=("$demo")
     until_true grep -q '^moved' "$1" || failed "no window"
 }
 
@@ -79,6 +74,7 @@ start_demo() { # EVENTS
 
 xdotool mousemove 1270 1010
 start_demo "$events"
+first_demo=$demo
 see 'focus 1'
 see 'resized 720 300'
 see 'moved [0-9]+ [0-9]+'
@@ -233,12 +229,10 @@ until_true other_lost_focus || failed "the other window kept the focus"
 act xdotool key alt+F4
 see closed
 [ "$(since_act | tail -n 1)" = closed ] || failed "an event came after closed"
-wait "${started[0]}" || failed "exit status $?"
-started=("${started[@]:1}")
+wait "$first_demo" || failed "exit status $?"
 
 events=$work/other_events
 until_true has_window || failed "the other window is gone too"
 act xdotool windowactivate --sync "$window" key alt+F4
 see closed
-wait "${started[0]}" || failed "exit status $?"
-started=()
+wait "$demo" || failed "exit status $?"

@@ -3,23 +3,17 @@
 # window_frame_test.sh RUN_UNDER_WINE TARNWICK. Wine draws the frame itself here and runs its message loop, as Windows
 # does. Needs a display.
 set -euo pipefail
-runner=("$1")
-program=$(realpath "$2")
 here=$(realpath "$(dirname "$0")")
 # shellcheck source=tests/e2e/real_input.sh
-source "$here/real_input.sh"
-
-failed() {
-    echo "FAILED in line ${BASH_LINENO[-2]}: $1"
-    exit 1
-}
+source "$here/real_input.sh" "$1" "$2"
 
 driver='HKCU\Software\Wine\X11 Driver'
 "${runner[@]}" reg add "$driver" /v Managed /t REG_SZ /d N /f > /dev/null < /dev/null
-undo() {
+undo_driver() {
     xdotool mouseup 1 # a failed test may still hold it
     "${runner[@]}" reg delete "$driver" /v Managed /f > /dev/null < /dev/null
 }
+at_end+=(undo_driver)
 
 g++ -o "$work/cursor_name" "$here/cursor_name.cpp" -lX11 -lXfixes
 

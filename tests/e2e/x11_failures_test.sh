@@ -4,34 +4,12 @@
 set -euo pipefail
 tarnwick=$(realpath "$1")
 demo=$(realpath "$2")
-work=$(mktemp -d)
+# shellcheck source=tests/e2e/checks.sh
+source "$(dirname "$0")/checks.sh"
 cp "$tarnwick" "$(dirname "$tarnwick")/source_code_pro.otf" "$work" # it saves its lists in its own folder
 cd "$work"
-started=()
-finish() {
-    status=$?
-    for pid in "${started[@]}"; do
-        kill "$pid" 2> /dev/null || true
-    done
-    rm -rf "$work"
-    exit "$status"
-}
-trap finish EXIT
-
-failed() {
-    echo "FAILED: $1"
+print_state() {
     tail -n 20 out errors 2> /dev/null
-    exit 1
-}
-
-until_true() { # gives up after half a minute, more than any machine needs
-    for _ in {1..300}; do
-        if "$@"; then
-            return 0
-        fi
-        sleep 0.1
-    done
-    return 1
 }
 
 servers=0

@@ -9,9 +9,9 @@ here=$(cd "$(dirname "$0")/../.." && pwd)
 search_dump=$(realpath "${1:-$here/build/linux/bin/search_dump}")
 [ -x "$search_dump" ] || { echo "million_files: no $search_dump; build it with: cmake --build --preset linux" >&2; exit 2; }
 
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-cd "$folder"
+# shellcheck source=tests/e2e/checks.sh
+source "$here/tests/e2e/checks.sh"
+cd "$work"
 
 # 1000 folders of 1000 files: tree/folder-FFF/file-NNN. Each file has two lines, the second with a number of its own.
 # The names are so long that the strings of one search fill the first block of the store and part of a second one.
@@ -25,24 +25,19 @@ done
 echo "million_files: made in $((SECONDS - start)) s"
 printf 'one line more than the others have\n' >> tree/folder-500/file-500
 
-failed=0
-# expect NAME FILE_COUNT EXPECTED_GROUPS ARGUMENT...: "name line column byte_offset text" of each hit, sorted.
-expect() {
-    local name=$1 count=$2 expected=$3 began=$SECONDS
+# Expects these hits, a line each with the file's name, line, column, byte offset and text.
+expect() { # NAME FILE_COUNT HITS ARGUMENT...
+    local name=$1 count=$2 hits=$3 began=$SECONDS
     shift 3
     "$search_dump" "$@" > out < /dev/null
     awk '/^file /{file = substr($0, 6)} /^hit /{print file, substr($0, 5)}' out | sort > found
-    if [ "$(head -n 1 out)" = "files $count" ] && printf '%s' "$expected" | sort | cmp - found; then
-        echo "million_files: passed: $name ($((SECONDS - began)) s, $(wc -l < found) hits)"
-    else
-        echo "FAILED: $name: $(head -n 1 out), $(wc -l < found) hits"
-        failed=1
-    fi
+    [ "$(head -n 1 out)" = "files $count" ] || failed "$name: $(head -n 1 out)"
+    printf '%s' "$hits" | sort | cmp - found || failed "$name: $(wc -l < found) hits"
+    echo "million_files: passed: $name ($((SECONDS - began)) s, $(wc -l < found) hits)"
 }
 
-# stored LINE QUERY: the stored text of a file's last line, which lacks as many bytes at its end, counting the line
-# feed, as the query has.
-stored() {
+# The stored text of a file's last line, which lacks as many bytes at its end, counting the line feed, as the query has.
+stored() { # LINE QUERY
     printf '%s' "${1:0:$((${#1} + 1 - ${#2}))}"
 }
 tail=', and a few bytes after it'
@@ -60,12 +55,8 @@ expect 'all but the largest' 999999 '' --max-file-size "$size" tree 'one line mo
 # With readers all of it is the same, byte for byte.
 for readers in 1 8 64; do
     for text in 731042 'bytes after it'; do
-        if cmp <("$search_dump" tree "$text") <("$search_dump" --readers "$readers" tree "$text"); then
-            echo "million_files: passed: $readers readers find the same for $text"
-        else
-            echo "FAILED: $readers readers, $text"
-            failed=1
-        fi
+        cmp <("$search_dump" tree "$text") <("$search_dump" --readers "$readers" tree "$text") ||
+            failed "$readers readers, $text"
+        echo "million_files: passed: $readers readers find the same for $text"
     done
 done
-exit $failed

@@ -30,21 +30,14 @@ if [ $# -lt 4 ]; then
     echo 'usage: soak.sh UNDER_WINE TARNWICK_EXE PROBE_EXE SECONDS [SEED], or X11_SETTINGS TARNWICK - SECONDS [SEED]' >&2
     exit 2
 fi
-program=$(realpath "$2")
-case $program in
-    *.exe)
-        runner=("$(realpath "$1")")
-        probe=$(realpath "$3")
-        recorder=$(realpath "$(dirname "$3")/record_command.exe")
-        ;;
-    *) runner=() settings=$(realpath "$1") ;;
-esac
-is_native=$((${#runner[@]} == 0))
 seconds=$4
 seed=${5:-1}
 sources=$(realpath "$(dirname "$0")/../..")
 # shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/../e2e/real_program.sh"
+source "$(dirname "$0")/../e2e/real_program.sh" "$1" "$2"
+is_native=$((${#runner[@]} == 0))
+probe=$3
+((is_native)) || probe=$(realpath "$probe")
 
 # ---- Memory and handles ----
 
@@ -97,14 +90,8 @@ else
         fi
     done
     ln -sfn "$work/drive" "$drives/s:"
-    remove_drive_and_finish() {
-        local left=$?
-        set +e
-        rm -f "$drives/s:"
-        (exit "$left")
-        finish
-    }
-    trap remove_drive_and_finish EXIT
+    remove_drive() { rm -f "$drives/s:"; }
+    at_end+=(remove_drive)
 fi
 
 all=$work/drive/all
@@ -150,17 +137,7 @@ done < <({ echo "$typed:S"; cd "$all" && find . -type d; } | grep -o . | sort -u
 
 # ---- What clicks run ----
 
-mkdir "$work/a recorder"
-commands=$work/a\ recorder/commands.txt
-: > "$commands"
-if ((is_native)); then
-    recorder="$work/a recorder/record_command"
-    printf '%s\n' '#!/bin/bash' "printf '%s\n' \"\$*\" >> '$commands'" > "$recorder"
-    chmod +x "$recorder"
-else
-    cp "$recorder" "$work/a recorder"
-    recorder="$drive$work/a recorder/$(basename "$recorder")"
-fi
+make_recorder "$(dirname "$probe")/record_command.exe"
 printf '%s\n' "left_click_cmd \"$recorder\" left {tarn_file_folder}/{tarn_file_name}:{tarn_row}" \
     "right_click_cmd \"$recorder\" right {tarn_file_folder_bs}" > "$folder/settings.txt"
 
