@@ -1,5 +1,5 @@
 #!/bin/bash
-# Failing, full and read-only disks, and files of 3 GB: disk_faults_test.sh SEARCH_DUMP TYPING_PROBE FAILING_READS. None
+# Failing, full and read-only disks, and files of 2 GiB: disk_faults_test.sh SEARCH_DUMP TYPING_PROBE FAILING_READS. None
 # of them may lose anything that was saved.
 #
 # A full disk is simulated by a limit on file sizes, a read-only one by a folder's mode. Where this process may mount, a
@@ -33,13 +33,13 @@ check 'without an error every hit is found' test "$("$search_dump" tree foo | gr
 mkdir large
 printf 'foo ....' > large/small
 printf 'foo ....' > large/large
-truncate -s 3G large/large
-check 'without a limit a file of 3 GB is read' test \
-    "$("$search_dump" --max-file-size 0 large foo)" = $'files 2\nfile large/small\nhit 1 1 0 foo .'
-check 'a file of 3 GB is left out by a limit' test \
-    "$("$search_dump" --max-file-size 2999999999 large foo)" = $'files 1\nfile large/small\nhit 1 1 0 foo .'
-check 'nor with readers' test \
-    "$("$search_dump" --readers 8 --max-file-size 0 large foo)" = $'files 2\nfile large/small\nhit 1 1 0 foo .'
+truncate -s 2G large/large
+for readers in 0 8; do
+    check "with $readers readers nothing is found in a file of 2 GiB" test "$("$search_dump" --readers "$readers" \
+        --max-file-size 0 large foo)" = $'files 2\nfile large/small\nhit 1 1 0 foo .'
+done
+check 'a file of 2 GiB is left out by a limit' test \
+    "$("$search_dump" --max-file-size 2147483647 large foo)" = $'files 1\nfile large/small\nhit 1 1 0 foo .'
 truncate -s 2147483647 large/large
 check 'one byte less than 2 GiB is searched' test \
     "$("$search_dump" --max-file-size 0 large foo | grep -c '^hit 1 1 0 foo')" = 2
