@@ -11,10 +11,10 @@ source "$(dirname "$0")/real_program.sh" "$1" "$2"
 
 # ---- What is searched ----
 
-# This checkout's own sources, and files with unusual names and lines.
-project=$work/code/project
+# Files with unusual names and lines, and more of them than a screen shows: this checkout's own sources.
+project=$work/code/project tarnwick_sources=$work/code/sources
 mkdir -p "$work/code/pictures" "$work/code/notes" "$project"
-cp -r "$sources/src" "$sources/tests" "$project"
+cp -r "$sources/src" "$tarnwick_sources"
 file_with() { # NAME TEXT
     mkdir -p "$(dirname "$project/$1")"
     # shellcheck disable=SC2059
@@ -27,9 +27,6 @@ file_with 'src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt' '\n  ui
 file_with 'src/{tarn_ro/}{tarn_row/a.txt' 'a line far from the first uint8_t\n....'
 file_with 'src/é 你/deep/deeper still/c.c' 'uint8_t one; uint8_t two;\nuint8_t three;\n....'
 file_with 'z/long line' "%5000s uint8_t long\n%40s\n....\n" '' ''
-for i in {1..30}; do
-    file_with "z/file $i.h" 'uint8_t a;\nuint8_t b;\nuint8_t c;\n....\n'
-done
 # A folder that contains itself twice, so no search of it ends.
 endless=$work/endless
 mkdir "$endless"
@@ -130,10 +127,10 @@ read_dump() { # FULL_PATHS < DUMP
 
 searched= # the path
 # Expects the rows of a search that ends.
-expect_search() { # QUERY [FULL_PATHS]
-    searched=$drive$project
-    timeout 60 "${runner[@]}" "$search_dump" "$searched" "$1" > "$work/dump" < /dev/null
-    read_dump "${2:-no}" < "$work/dump"
+expect_search() { # FOLDER QUERY [FULL_PATHS]
+    searched=$drive$1
+    timeout 60 "${runner[@]}" "$search_dump" "$searched" "$2" > "$work/dump" < /dev/null
+    read_dump "${3:-no}" < "$work/dump"
 }
 
 # Expects the first rows of the endless folder: the same file below "again", "again/again", and so on.
@@ -303,12 +300,13 @@ expect_commands() {
         failed "other commands: $(diff "$expected_commands" "$commands" | head -n 8)"
 }
 
-# Clicks every EVERYth hit before index END whose row is wholly visible, with the buttons in turn.
-click_rows() { # FIRST_BUTTON END [EVERY]
-    local y kind i
+# Clicks every EVERYth hit whose row is wholly visible, with the buttons in turn.
+click_rows() { # EVERY
+    local y kind i button=1 hit=0
     while read -r y kind i; do
-        if [ "$kind" = hit ] && ((i < $2 && y + row_height <= window_height && i % ${3:-1} == 0)); then
-            click_row $((1 + ($1 / 2 + i) % 2 * 2)) "$y" "$i"
+        if [ "$kind" = hit ] && ((y + row_height <= window_height && hit++ % $1 == 0)); then
+            click_row "$button" "$y" "$i"
+            button=$((4 - button))
         fi
     done < <(rows)
     expect_commands
@@ -347,60 +345,65 @@ xdotool key Return
 expect_path "$drive$work/code/project"
 see_rows 300 # none
 
-# ---- A query letter by letter ----
+# ---- A query part by part, and clicks on files with unusual names ----
 
 xdotool key Tab
 expect_pixel 500 29 "$focused"
 expect_pixel 500 6 "$background"
 query=
-for letter in u i n t 8; do
-    xdotool type "$letter"
-    query+=$letter
+for part in u int8; do
+    xdotool type "$part"
+    query+=$part
     expect_query "$query"
-    expect_search "$query"
+    expect_search "$project" "$query"
     see_rows 72
     click_row 1 65 1
 done
-expect_commands
 xdotool key Return # does nothing here
 xdotool type _t
 expect_query uint8_t
-expect_search uint8_t
+expect_search "$project" uint8_t
 see_rows 72
-((records > 300)) || failed "$records rows only"
+while read -r y kind i; do
+    if [ "$kind" = hit ]; then
+        click_row 1 "$y" "$i"
+        click_row 3 "$y" "$i"
+    fi
+done < <(rows)
+expect_commands
 
-# ---- The whole list, down and up again ----
+# ---- A list of many screens, down and up again ----
 
+xdotool key Tab
+expect_pixel 500 6 "$focused"
+xdotool type "$drive$tarnwick_sources"
+expect_path "$drive$tarnwick_sources"
+expect_search "$tarnwick_sources" uint8_t
+((records > 200)) || failed "$records rows only"
 # As many steps as skip no whole row.
 steps=$(((window_height - list_y) / row_height / wheel_step))
-every=1 # on each screen, click all rows and every third one in turn
 while ((first < records)); do
-    click_rows 1 $((first + steps * wheel_step)) "$every"
+    see_rows 72
+    click_rows 25
     wheel "$steps"
-    every=$((4 - every))
 done
 see_rows 300 # no rows are left
 wheel 3
 move_to 300 200
 xdotool click 1 click 3
 wheel -4
-while ((first > 0)); do
-    click_rows 3 $((first + (steps - 1) * wheel_step)) 4
-    wheel -$((steps - 1))
-done
-wheel -2
+see_rows 300
+wheel -$((first / wheel_step + 2))
 see_rows $((list_y + row_height + 1))
 
 # ---- Hovering ----
 
-for steps in 1 2 5; do
-    wheel "$steps"
-    see_rows $((list_y + row_height))         # the first line's first pixel
-    see_rows $((list_y + 2 * row_height - 1)) # and its last one
-    see_rows $((list_y + row_height - 1))     # a header
-    see_rows $((list_y + 40 * row_height + 7))
-    click_rows 1 records 9
-done
+wheel 2
+see_rows $((list_y + row_height))         # the first line's first pixel
+see_rows $((list_y + 2 * row_height - 1)) # and its last one
+see_rows $((list_y + row_height - 1))     # a header
+see_rows $((list_y + 40 * row_height + 7))
+click_rows 20
 wheel -20
 see_rows 60
 
@@ -408,32 +411,26 @@ see_rows 60
 
 mapfile -t hit_rows < <(rows | awk '$2 == "hit" { print $1, $3 }')
 read -r line_1_y _ <<< "${hit_rows[0]}"
-for n in 8 20 14; do
-    read -r y i <<< "${hit_rows[n]}"
-    see_rows "$line_1_y"
-    xdotool mousemove 1275 1015
-    sleep 1 # Wine polls for a pointer that has left the window
-    xdotool mousemove --window "$window" 300 $((y + 5)) click 1
-    await_command 1 "$i"
-    xdotool mousedown 3 mousemove --window "$window" 300 $((line_1_y + 5)) mouseup 3
-    await_command 3 "$i"
-    move_to 300 $((y + 5))
-    xdotool mousedown 3 click 5 mouseup 3
-    await_command 3 "$i"
-    wheel -20
-done
+read -r y i <<< "${hit_rows[8]}"
+see_rows "$line_1_y"
+xdotool mousemove 1275 1015
+sleep 1 # Wine polls for a pointer that has left the window
+xdotool mousemove --window "$window" 300 $((y + 5)) click 1
+await_command 1 "$i"
+xdotool mousedown 3 mousemove --window "$window" 300 $((line_1_y + 5)) mouseup 3
+await_command 3 "$i"
+move_to 300 $((y + 5))
+xdotool mousedown 3 click 5 mouseup 3
+await_command 3 "$i"
+wheel -20
 see_rows 60
 expect_commands
 
 # ---- Clicks that run nothing ----
 
-while read -r y kind i; do
-    if [ "$kind" = file ] && ((y + row_height <= window_height)); then
-        move_to 300 $((y + 7))
-        xdotool click 1 click 3
-    fi
-done < <(rows)
-click_rows 3 5
+move_to 300 $((list_y + 7)) # on a file's name
+xdotool click 1 click 3
+click_rows 30
 click 1 "$save_x" "$query_y"
 expect_query uint8_t uint8_t
 toggle_query_list "$live"
@@ -445,7 +442,7 @@ focus_query
 toggle_path_list "$background"
 toggle_path_list "$background"
 see_rows 300
-click_rows 1 5
+click_rows 30
 
 # ---- Escape ----
 
@@ -475,11 +472,11 @@ else
 fi
 expect_query $'uint8_t\e' uint8_t
 xdotool windowactivate --sync "$window"
-expect_search $'uint8_t\e'
+expect_search "$tarnwick_sources" $'uint8_t\e'
 see_rows 300 # none
 xdotool key BackSpace
 expect_query uint8_t uint8_t
-expect_search uint8_t
+expect_search "$tarnwick_sources" uint8_t
 see_rows 300
 
 # ---- In the middle of a search ----
@@ -496,16 +493,16 @@ if [ "${#runner[@]}" -gt 0 ]; then
     expect_query needle uint8_t
     expect_endless_search 'hit 1 1 0 needle one' 'hit 2 5 15 the needle two' 'hit 3 1 26 needles'
     see_rows 300
-    click_rows 1 records 3
+    click_rows 10
     expect_pixel 0 300 ffff00 # the search is still running
     xdotool type s
     expect_query needles uint8_t
     expect_endless_search 'hit 3 1 26 needles'
     see_rows 300
-    click_rows 3 records 3
+    click_rows 10
     wheel 1
     see_rows 300
-    click_rows 1 records 4
+    click_rows 10
     expect_pixel 0 300 ffff00
     xdotool key Tab
 fi
@@ -516,10 +513,10 @@ expect_path "$drive$project" "$drive$project"
 xdotool key Tab
 xdotool type uint8_t # a new request with each letter
 expect_query uint8_t uint8_t
-expect_search uint8_t
+expect_search "$project" uint8_t
 first=0
 see_rows 300
-click_rows 3 records 5
+click_rows 5
 close
 expect_commands
 
@@ -527,11 +524,9 @@ expect_commands
 
 write_settings 'show_full_paths yes'
 start "$hovered_live" "$query_y"
-expect_search uint8_t yes
+expect_search "$project" uint8_t yes
 see_rows 300
-wheel 4
-see_rows 300
-click_rows 1 records 7
+click_rows 5
 focus_path
 xdotool type "$drive$endless"
 expect_path "$drive$endless" "$drive$project"
