@@ -245,6 +245,8 @@ bool is_same(const Canvas &a, const Canvas &b) {
 
 #if defined(__SANITIZE_THREAD__)
 constexpr uint32_t requests_to_take = 40, commands_to_run = 2; // each intentional race is slow there
+#elif defined(_WIN32)
+constexpr uint32_t requests_to_take = 100, commands_to_run = 5; // slow under Wine; Linux runs more
 #else
 constexpr uint32_t requests_to_take = 500, commands_to_run = 25;
 #endif
