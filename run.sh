@@ -64,15 +64,8 @@ if [ -n "${DISPLAY:-}" ]; then
 fi
 
 if [ $system = windows ]; then
-    # End Wine's server, which would otherwise keep using this display after it is gone.
-    export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
-    mkdir -p "$WINEPREFIX"
-    end_wine() {
-        wineserver -k 2> /dev/null || true
-        wineserver -w
-    }
-    end_wine
-    trap end_wine EXIT
+    tools/end_wine
+    trap tools/end_wine EXIT
 fi
 xvfb-run -a -s '-screen 0 1280x1024x24' tools/take_screenshot build/screenshot.png "${program[@]}"
 echo "$PWD/build/screenshot.png"

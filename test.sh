@@ -20,27 +20,16 @@ tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck g
     zip unzip appstream desktop-file-utils procps
 tools/need_font
 
-# Windows programs get a screen with a window manager and a Wine server of their own: a server that was started without
-# a screen never gets one.
+# Windows programs get a screen and a Wine server of their own: a server that was started without a screen never gets
+# one.
 export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
-mkdir -p "$WINEPREFIX"
-end_wine() {
-    wineserver -k 2> /dev/null || true
-    wineserver -w
-}
-
-under_screen() {
-    end_wine
-    trap end_wine EXIT
+under_screen_with_wine() { # COMMAND...
+    tools/end_wine
+    trap tools/end_wine EXIT
     # The first program starts Wine's services, which would keep the caller's output open. A server that is already
     # running saves every later program two seconds.
     # shellcheck disable=SC2016
-    xvfb-run -a -s '-screen 0 1280x1024x24' bash -euc '
-        openbox > build/openbox.log 2>&1 &
-        until xdotool get_desktop > /dev/null 2>&1; do
-            kill -0 $! || exit 1
-            sleep 0.1
-        done
+    tests/unit/support/under_screen bash -euc '
         wineserver -p
         tools/run_under_wine cmd /c exit < /dev/null > build/wine.log 2>&1
         "$@"' _ "$@"
@@ -53,7 +42,7 @@ build() { # PRESET
 
 test_windows() {
     build windows
-    under_screen ctest --preset windows
+    under_screen_with_wine ctest --preset windows
 }
 
 test_linux() {
@@ -88,7 +77,7 @@ set -m # gives each a process group of its own, which can be ended as a whole
 start windows 0 test_windows
 start linux 5 test_linux
 start sanitizers 10 test_sanitizers
-start lint 10 tools/lint
+start lint 10 tools/lint_sources
 set +m
 end_all() {
     for group in "${!name_of[@]}"; do
@@ -116,7 +105,7 @@ if [ "$is_long" = 1 ]; then
     tests/long/kill_while_typing.sh build/linux/bin/typing_probe
     echo "== Soak"
     tests/unit/support/under_screen bash tests/long/soak.sh build/linux/bin/x11_settings build/linux/bin/tarnwick - 180
-    under_screen bash tests/long/soak.sh tools/run_under_wine build/windows/bin/tarnwick.exe \
+    under_screen_with_wine bash tests/long/soak.sh tools/run_under_wine build/windows/bin/tarnwick.exe \
         build/windows/bin/process_probe.exe 180
     echo "== Fuzzing"
     tools/run_fuzzers 60

@@ -16,8 +16,8 @@ printf '%s' "$(basename "$0")" >> "$CALLS"
 echo >> "$CALLS"
 END
 chmod +x "$work/stand_in"
-for program in "$top"/tools/{need_packages,need_font,run_under_wine,take_screenshot} "$top"/build/linux/bin/tarnwick \
-    "$work"/bin/{cmake,xvfb-run,wineserver}; do
+for program in "$top"/tools/{need_packages,need_font,run_under_wine,end_wine,take_screenshot} \
+    "$top"/build/linux/bin/tarnwick "$work"/bin/{cmake,xvfb-run}; do
     cp "$work/stand_in" "$program"
 done
 export CALLS=$work/calls PATH=$work/bin:$PATH

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Drives a real window with real input, compares the events with the input and the screen with the framebuffer:
 # window_demo_test.sh RUNNER WINDOW_DEMO DROP_FILES for Windows, and on Linux
-# window_demo_test.sh X11_SETTINGS WINDOW_DEMO DROP_SOURCE. Needs a display with a window manager.
+# window_demo_test.sh X11_SETTINGS WINDOW_DEMO X11_DROP_FILES. Needs a display with a window manager.
 set -euo pipefail
 drop=$(realpath "$3")
 # shellcheck source=tests/e2e/real_input.sh

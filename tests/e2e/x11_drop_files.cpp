@@ -1,4 +1,4 @@
-// Drags files onto a window as a file manager would: drop_source CLASS X Y NAME... drops them at X, Y in the
+// Drags files onto a window as a file manager would: x11_drop_files CLASS X Y NAME... drops them at X, Y in the
 // client area of the first window of that class. Exits with 1 when there is none or it does not take them.
 #include <stdio.h>
 #include <stdlib.h>
@@ -47,7 +47,7 @@ Window find(Display *display, Window window, const std::string &name) {
 
 int main(int argc, char **argv) {
     if (argc < 5) {
-        fprintf(stderr, "drop_source CLASS X Y NAME...\n");
+        fprintf(stderr, "x11_drop_files CLASS X Y NAME...\n");
         return 2;
     }
     alarm(longest_life_s); // ends a wait for a window that does not answer
@@ -55,7 +55,7 @@ int main(int argc, char **argv) {
     Window root = DefaultRootWindow(peer.display);
     Window window = find(peer.display, root, argv[1]);
     if (window == None) {
-        fprintf(stderr, "drop_source: no window of class %s\n", argv[1]);
+        fprintf(stderr, "x11_drop_files: no window of class %s\n", argv[1]);
         return 1;
     }
     int x = 0;

@@ -12,8 +12,10 @@
 #     tests/unit/support/under_screen bash tests/long/soak.sh build/linux/bin/{x11_settings,tarnwick} - 180
 #
 #     cmake --build --preset windows --target tarnwick process_probe record_command
-#     xvfb-run -a -s '-screen 0 1280x1024x24' bash -c 'openbox & sleep 1; bash tests/long/soak.sh \
-#         tools/run_under_wine build/windows/bin/tarnwick.exe build/windows/bin/process_probe.exe 180'
+#     tools/end_wine
+#     tests/unit/support/under_screen bash tests/long/soak.sh tools/run_under_wine \
+#         build/windows/bin/{tarnwick,process_probe}.exe 180
+#     tools/end_wine
 #
 # A seed gives the same sequence of inputs, but the program's state when one arrives differs from run to run, and so
 # does the number of inputs in SECONDS. Nothing is judged by how long it takes.
