@@ -50,7 +50,7 @@ else
     program=(build/linux/bin/tarnwick "$folder " "${words[@]}")
 fi
 
-[ -n "${DISPLAY:-}" ] || packages+=(xvfb xauth openbox xdotool imagemagick)
+[ -n "${DISPLAY:-}" ] || packages+=(xvfb openbox xdotool imagemagick)
 tools/need_packages cmake ninja-build "${packages[@]}"
 tools/need_font
 mkdir -p build/$system
@@ -67,5 +67,5 @@ if [ $system = windows ]; then
     tools/end_wine
     trap tools/end_wine EXIT
 fi
-xvfb-run -a -s '-screen 0 1280x1024x24' tools/take_screenshot build/screenshot.png "${program[@]}"
+tools/run_under_screen tools/take_screenshot build/screenshot.png "${program[@]}"
 echo "$PWD/build/screenshot.png"

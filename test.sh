@@ -15,7 +15,7 @@ for argument in "$@"; do
 done
 
 tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck googletest libbenchmark-dev libstb-dev \
-    g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth openbox xdotool xclip imagemagick x11-xserver-utils \
+    g++-mingw-w64-x86-64-posix wine wine64 xvfb openbox xdotool xclip imagemagick x11-xserver-utils \
     x11-utils x11-xkb-utils libx11-dev libxext-dev libxrandr-dev libxfixes-dev libxcursor-dev libxtst-dev python3-markdown \
     zip unzip appstream desktop-file-utils procps
 tools/need_font
@@ -23,13 +23,13 @@ tools/need_font
 # Windows programs get a screen and a Wine server of their own: a server that was started without a screen never gets
 # one.
 export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all
-under_screen_with_wine() { # COMMAND...
+run_under_screen_with_wine() { # COMMAND...
     tools/end_wine
     trap tools/end_wine EXIT
     # The first program starts Wine's services, which would keep the caller's output open. A server that is already
     # running saves every later program two seconds.
     # shellcheck disable=SC2016
-    tests/unit/support/under_screen bash -euc '
+    tools/run_under_screen bash -euc '
         wineserver -p
         tools/run_under_wine cmd /c exit < /dev/null > build/wine.log 2>&1
         "$@"' _ "$@"
@@ -42,7 +42,7 @@ build() { # PRESET
 
 test_windows() {
     build windows
-    under_screen_with_wine ctest --preset windows
+    run_under_screen_with_wine ctest --preset windows
 }
 
 test_linux() {
@@ -104,8 +104,8 @@ if [ "$is_long" = 1 ]; then
     echo "== Killed while typing"
     tests/long/kill_while_typing.sh build/linux/bin/typing_probe
     echo "== Soak"
-    tests/unit/support/under_screen bash tests/long/soak.sh build/linux/bin/x11_settings build/linux/bin/tarnwick - 180
-    under_screen_with_wine bash tests/long/soak.sh tools/run_under_wine build/windows/bin/tarnwick.exe \
+    tools/run_under_screen bash tests/long/soak.sh build/linux/bin/x11_settings build/linux/bin/tarnwick - 180
+    run_under_screen_with_wine bash tests/long/soak.sh tools/run_under_wine build/windows/bin/tarnwick.exe \
         build/windows/bin/process_probe.exe 180
     echo "== Fuzzing"
     tools/run_fuzzers 60

@@ -16,8 +16,8 @@ printf '%s' "$(basename "$0")" >> "$CALLS"
 echo >> "$CALLS"
 END
 chmod +x "$work/stand_in"
-for program in "$top"/tools/{need_packages,need_font,run_under_wine,end_wine,take_screenshot} \
-    "$top"/build/linux/bin/tarnwick "$work"/bin/{cmake,xvfb-run}; do
+for program in "$top"/tools/{need_packages,need_font,run_under_{screen,wine},end_wine} \
+    "$top"/build/linux/bin/tarnwick "$work/bin/cmake"; do
     cp "$work/stand_in" "$program"
 done
 export CALLS=$work/calls PATH=$work/bin:$PATH
@@ -92,7 +92,7 @@ for windows in '' --windows; do
     system=${windows:+windows}
     grep -qx "cmake \[--build\] \[--preset\] \[${system:-linux}\] \[--target\] \[tarnwick\]" "$CALLS" ||
         failed 'not built'
-    no_call xvfb
+    no_call run_under_screen
     if [ "$windows" ]; then
         grep -q 'need_packages .*\[wine64\]' "$CALLS" || failed 'no Wine'
         no_call libx11
@@ -107,8 +107,8 @@ for windows in '' --windows; do
     unset DISPLAY
     command="[build/linux/bin/tarnwick] ${start#tarnwick }"
     [ -z "$windows" ] || command="[tools/run_under_wine] ${start#run_under_wine }"
-    expect_call "xvfb-run [-a] [-s] [-screen 0 1280x1024x24] [tools/take_screenshot] [build/screenshot.png] \
-$command$top/src ] [-search]" "${option[@]}"
+    expect_call "run_under_screen [tools/take_screenshot] [build/screenshot.png] $command$top/src ] [-search]" \
+        "${option[@]}"
     [ "$message" = "$top/build/screenshot.png" ] || failed "the picture's path is not printed"
     grep -q 'need_packages .*\[xvfb\].*\[xdotool\].*\[imagemagick\]' "$CALLS" || failed 'no virtual display'
 done

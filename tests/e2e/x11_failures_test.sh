@@ -13,7 +13,7 @@ print_state() {
 }
 
 servers=0
-start_server() { # ARGUMENTS... On displays of this process's own, as under_screen does.
+start_server() { # ARGUMENTS... On displays of this process's own, as run_under_screen does.
     export DISPLAY=:$((51000 + $$ % 1000 * 10 + servers))
     servers=$((servers + 1))
     mkfifo ready

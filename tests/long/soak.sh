@@ -9,11 +9,11 @@
 # PROBE_EXE is process_probe; record_command has to be beside it. Needs a display with a window manager; by hand:
 #
 #     cmake --build --preset linux --target tarnwick x11_settings
-#     tests/unit/support/under_screen bash tests/long/soak.sh build/linux/bin/{x11_settings,tarnwick} - 180
+#     tools/run_under_screen bash tests/long/soak.sh build/linux/bin/{x11_settings,tarnwick} - 180
 #
 #     cmake --build --preset windows --target tarnwick process_probe record_command
 #     tools/end_wine
-#     tests/unit/support/under_screen bash tests/long/soak.sh tools/run_under_wine \
+#     tools/run_under_screen bash tests/long/soak.sh tools/run_under_wine \
 #         build/windows/bin/{tarnwick,process_probe}.exe 180
 #     tools/end_wine
 #
