@@ -211,12 +211,12 @@ bytes_of() {
 # Waits until one file has this text and these entries, and the other is unchanged: expect_query TEXT ENTRY...
 expect_query() {
     queries=$(bytes_of "$@")
-    until_true files_are_as_expected || failed "not the files: paths ${paths@Q}, queries ${queries@Q}"
+    until_true files_are_as_expected || failed "the files differ: paths ${paths@Q}, queries ${queries@Q}"
 }
 
 expect_path() {
     paths=$(bytes_of "$@")
-    until_true files_are_as_expected || failed "not the files: paths ${paths@Q}, queries ${queries@Q}"
+    until_true files_are_as_expected || failed "the files differ: paths ${paths@Q}, queries ${queries@Q}"
 }
 
 expect_same_files() {

@@ -245,7 +245,7 @@ shows_rows() { # MOUSE_Y
 # Waits for these rows, with the pointer at MOUSE_Y. The end of a search that finds nothing is drawn only with the next
 # event, so moves the pointer each time.
 see_rows() { # MOUSE_Y
-    until_true shows_rows_after_move "$1" || failed "not the rows: $(cat "$work/difference")"
+    until_true shows_rows_after_move "$1" || failed "the rows differ: $(cat "$work/difference")"
 }
 
 shows_rows_after_move() { # MOUSE_Y

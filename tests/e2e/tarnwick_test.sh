@@ -282,7 +282,7 @@ typed=
 for ((i = 0; i < 12; i++)); do
     typed+=abcdefghij
 done
-for length in 1 17 40 80; do
+for length in 1 80; do
     start "$hovered_removed" "$query_y"
     xdotool key ctrl+a
     xdotool type --delay 2 "$typed" &
