@@ -18,6 +18,15 @@ finish() {
 }
 trap finish EXIT
 
+# Called for each process that has ended: its id may soon be another one's.
+forget_started() { # PID
+    local pid kept=()
+    for pid in "${started[@]}"; do
+        [ "$pid" = "$1" ] || kept+=("$pid")
+    done
+    started=("${kept[@]}")
+}
+
 print_state() { :; } # a script replaces it to print more about a failed check
 
 # Ends the script, or the subshell that it is called in.

@@ -82,8 +82,8 @@ click() { # BUTTON X Y
 }
 
 # Entering the window does not count as a move, and the effect of a right click is drawn only with the next event. So
-# moves the pointer back and forth at a place until a pixel has the colour: nudged_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
-nudged_until_pixel() {
+# moves the pointer back and forth at a place until a pixel has the colour: nudge_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
+nudge_until_pixel() {
     for _ in {1..300}; do
         move_to "$(($1 + 1))" "$2"
         move_to "$1" "$2"
@@ -111,12 +111,12 @@ focus_query() {
 # Opens or closes a drop-down, and waits until the place of its first row's button has the colour.
 toggle_query_list() {
     click 3 300 "$query_y"
-    nudged_until_pixel 300 "$query_y" 8 $((first_query_row + 8)) "$1"
+    nudge_until_pixel 300 "$query_y" 8 $((first_query_row + 8)) "$1"
 }
 
 toggle_path_list() {
     click 3 300 "$path_y"
-    nudged_until_pixel 300 "$path_y" 8 $((first_path_row + 2)) "$1" # above the letters of the query's row
+    nudge_until_pixel 300 "$path_y" 8 $((first_path_row + 2)) "$1" # above the letters of the query's row
 }
 
 # ---- Starting and ending ----
@@ -139,27 +139,17 @@ start() { # HOVERED_COLOUR SAVE_Y ARGUMENT...
     expect_pixel 3 2 "$background"
     window_height=$(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
     xdotool windowactivate --sync "$window"
-    nudged_until_pixel "$save_x" "$save_y" "$save_x" "$save_y" "$colour"
+    nudge_until_pixel "$save_x" "$save_y" "$save_x" "$save_y" "$colour"
 }
 
 has_no_window() {
     ! has_window
 }
 
-forget_started() {
-    local pid kept=()
-    for pid in "${started[@]}"; do
-        [ "$pid" = "$1" ] || kept+=("$pid")
-    done
-    started=("${kept[@]}")
-}
-
 close() {
     xdotool key alt+F4
-    local status=0
-    wait "$tarnwick" || status=$?
+    wait "$tarnwick" || failed "exit status $?"
     forget_started "$tarnwick"
-    [ "$status" = 0 ] || failed "exit status $status"
     until_true has_no_window || failed 'the window stays'
 }
 

@@ -36,8 +36,8 @@ ln -s . "$endless/more"
 
 # ---- What clicks run ----
 
-# On Windows the recorder notes its command line as it is. A native program gets arguments only, so all that is to be
-# noted is one argument there, with single quotes in it.
+# On Windows the recorder notes its command line verbatim. A native program gets only arguments, so there all that it is to
+# note is one argument, with single quotes in it.
 make_recorder "${4:-}"
 if [ "${#runner[@]}" -gt 0 ]; then
     quote='"' argument_quote=
@@ -380,7 +380,7 @@ xdotool type "$drive$tarnwick_sources"
 expect_path "$drive$tarnwick_sources"
 expect_search "$tarnwick_sources" uint8_t
 ((records > 200)) || failed "$records rows only"
-# As many steps as skip no whole row.
+# As many steps as skip no row.
 steps=$(((window_height - list_y) / row_height / wheel_step))
 while ((first < records)); do
     see_rows 72

@@ -247,9 +247,9 @@ expect_query two1 oneé two
 
 move_to 1000 300 # the frame's right edge
 xdotool mousedown 1
-nudged_until_pixel 1060 300 1040 19 "$line" # drawn while the frame is held
+nudge_until_pixel 1060 300 1040 19 "$line" # drawn while the frame is held
 xdotool mouseup 1
-nudged_until_pixel $((save_x + 60)) "$query_y" $((save_x + 60)) "$query_y" "$hovered_removed"
+nudge_until_pixel $((save_x + 60)) "$query_y" $((save_x + 60)) "$query_y" "$hovered_removed"
 xdotool key BackSpace
 expect_query two oneé two
 expect_pixel $((save_x + 60)) "$query_y" "$hovered_live"

@@ -230,9 +230,11 @@ act xdotool key alt+F4
 see closed
 [ "$(since_act | tail -n 1)" = closed ] || failed "an event came after closed"
 wait "$first_demo" || failed "exit status $?"
+forget_started "$first_demo"
 
 events=$work/other_events
 until_true has_window || failed "the other window is gone too"
 act xdotool windowactivate --sync "$window" key alt+F4
 see closed
 wait "$demo" || failed "exit status $?"
+forget_started "$demo"

@@ -85,7 +85,7 @@ cursor_is() {
 }
 
 # Moves the pointer until it shows the cursor: Wine notices only now and then that it has left the client area.
-moved_until_cursor() { # X Y CURSOR
+move_until_cursor() { # X Y CURSOR
     for step in {1..50}; do
         xdotool mousemove "$1" $(($2 + step))
         sleep 0.1
@@ -96,13 +96,13 @@ moved_until_cursor() { # X Y CURSOR
     failed "the cursor at $1 $2 is $("$work/cursor_name"), not $3"
 }
 
-moved_until_cursor $((X + 300)) $((Y + 300)) left_ptr
-moved_until_cursor $((X + WIDTH - 2)) $((Y + 300)) h_double_arrow
+move_until_cursor $((X + 300)) $((Y + 300)) left_ptr
+move_until_cursor $((X + WIDTH - 2)) $((Y + 300)) h_double_arrow
 for _ in {1..10}; do # and stays
     cursor_is h_double_arrow || failed 'the cursor does not stay'
     sleep 0.05
 done
-moved_until_cursor $((X + 300)) $((Y + 300)) left_ptr
+move_until_cursor $((X + 300)) $((Y + 300)) left_ptr
 
 is_background() { # X Y
     [ "$(pixels "1x1+$1+$2")" = 1a1a1a ]
