@@ -1,5 +1,5 @@
-# Sourced by every test script. Makes a folder, $work. When the script ends, stops the processes whose ids are in started,
-# calls the functions that are named in at_end, and deletes the folder.
+# Sourced by every test script. Makes a folder, $work. When the script ends, stops the processes whose ids are in
+# started, calls the functions that are named in at_end, and deletes the folder.
 
 work=$(mktemp -d)
 started=()

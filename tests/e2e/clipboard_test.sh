@@ -44,8 +44,8 @@ into_x() {
     timeout 10 xclip -selection clipboard -i < "$1" > /dev/null 2>&1
 }
 
-# Copies file text to the other program and back. Each time the clipboard holds another text before, so that a text which
-# was never copied is noticed.
+# Copies file text to the other program and back. Each time the clipboard holds another text before, so that a text
+# which was never copied is noticed.
 round_trip() { # NAME
     printf 'before' > "$work/before"
     into_x "$work/before"

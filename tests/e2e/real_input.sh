@@ -1,6 +1,6 @@
 # Sourced by the scripts that drive a real window with real input: real_input.sh RUNNER PROGRAM for Windows, and for a
-# native program real_input.sh X11_SETTINGS PROGRAM. Sets program to its full path, and runner to the command that programs
-# are started with: Wine's, or empty for native ones.
+# native program real_input.sh X11_SETTINGS PROGRAM. Sets program to its full path, and runner to the command that
+# programs are started with: Wine's, or empty for native ones.
 
 # shellcheck source=tests/e2e/checks.sh
 source "$(dirname "${BASH_SOURCE[0]}")/checks.sh"
@@ -17,8 +17,8 @@ undo_keys() { xmodmap - <<< "$old_keys"; }
 at_end+=(undo_keys)
 xmodmap -e 'keycode 94 = eacute' -e 'keycode 49 = U4F60'
 
-# Under Wine the system's root is a drive. On both systems the time limit for double presses is raised, so that two presses
-# at one place are a double press on any machine; tests make single presses at different places.
+# Under Wine the system's root is a drive. On both systems the time limit for double presses is raised, so that two
+# presses at one place are a double press on any machine; tests make single presses at different places.
 if [ "${#runner[@]}" -gt 0 ]; then
     drive=Z:
     mouse='HKCU\Control Panel\Mouse'

@@ -1,5 +1,5 @@
-# Sourced like real_input.sh by the scripts that drive the program itself. Copies the program and its font to a new folder,
-# $folder, whose name has a space and an é; $program is then the copy.
+# Sourced like real_input.sh by the scripts that drive the program itself. Copies the program and its font to a new
+# folder, $folder, whose name has a space and an é; $program is then the copy.
 
 # shellcheck source=tests/e2e/real_input.sh
 source "$(dirname "${BASH_SOURCE[0]}")/real_input.sh"

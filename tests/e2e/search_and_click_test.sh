@@ -36,8 +36,8 @@ ln -s . "$endless/more"
 
 # ---- What clicks run ----
 
-# On Windows the recorder notes its command line verbatim. A native program gets only arguments, so there all that it is to
-# note is one argument, with single quotes in it.
+# On Windows the recorder notes its command line verbatim. A native program gets only arguments, so there all that it is
+# to note is one argument, with single quotes in it.
 make_recorder "${4:-}"
 if [ "${#runner[@]}" -gt 0 ]; then
     quote='"' argument_quote=
