@@ -133,30 +133,30 @@ void insert_backslashed(GapText *text, Str folder) {
     std::replace_copy(folder.data, folder.data + folder.count, text->next(), '/', '\\');
 }
 
-void replace(GapText *text, const Placeholder &placeholder, const FileEntry &file, const ResultRecord &hit) {
+void replace(GapText *text, const Placeholder &placeholder, const HitRow &row) {
     text->ahead -= placeholder.count;
     // Intentionally printed as signed: 2^31 and more become negative.
     char digits[11];
     uint32_t number = 0;
     switch (placeholder.meaning) {
     case FILE_NAME:
-        insert_done(text, file.name);
+        insert_done(text, row.file.name);
         return;
     case FILE_FOLDER:
-        insert_done(text, file.folder);
+        insert_done(text, row.file.folder);
         return;
     case FILE_FOLDER_BACKSLASHED:
-        insert_backslashed(text, file.folder);
+        insert_backslashed(text, row.file.folder);
         pass_byte(text); // intentionally not scanned, whether or not it is the folder's first
         return;
     case HIT_ROW:
-        number = hit.line;
+        number = row.hit.line;
         break;
     case HIT_COLUMN:
-        number = hit.column;
+        number = row.hit.column;
         break;
     case HIT_BYTE:
-        number = hit.byte_offset;
+        number = row.hit.byte_offset;
         break;
     }
     if (!insert_done(text, str_from_number(static_cast<int32_t>(number), digits))) {
@@ -165,7 +165,7 @@ void replace(GapText *text, const Placeholder &placeholder, const FileEntry &fil
 }
 
 // Returns whether row_text holds a command now; otherwise it is empty.
-bool expand_row_text(const FileEntry &file, const ResultRecord &hit) {
+bool expand_row_text(const HitRow &row) {
     if (row_text.count == 0) {
         return false;
     }
@@ -173,7 +173,7 @@ bool expand_row_text(const FileEntry &file, const ResultRecord &hit) {
     while (text.ahead > 0 && text.count() <= longest_command) {
         const Placeholder *placeholder = placeholder_at(text.next(), text.ahead);
         if (placeholder) {
-            replace(&text, *placeholder, file, hit);
+            replace(&text, *placeholder, row);
         } else {
             pass_byte(&text);
         }
@@ -190,8 +190,8 @@ bool expand_row_text(const FileEntry &file, const ResultRecord &hit) {
 
 // ---- Commands ----
 
-uint32_t expand_command(const FileEntry *file, const ResultRecord *hit) {
-    if (!expand_row_text(*file, *hit)) {
+uint32_t expand_command(const HitRow &row) {
+    if (!expand_row_text(row)) {
         return 0;
     }
     os_run_process(strbuf_text(&row_text), false);

@@ -32,9 +32,9 @@ constexpr int32_t far_below = 1 << 24; // pixels
 // and moves the layout below them.
 void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_t colour, Layout *layout) {
     for (uint64_t i = 0; i < folders->count && layout->y < framebuffer->height; i++) {
-        Str name;
-        if (results_folder_at(folders, i, scratch_room(), &name)) {
-            draw_row_text(framebuffer, layout, theme::folder_x, colour, name);
+        FolderRow folder = results_folder_at(folders, i, scratch_room());
+        if (folder.copy != ROW_GONE) {
+            draw_row_text(framebuffer, layout, theme::folder_x, colour, folder.name);
         }
         layout->y += layout->line_height;
     }

@@ -27,10 +27,12 @@ void edit(Field *field, const WindowEvent *event) {
 
 // Replaces the last part of the path by the first matching folder.
 void complete_path(Field *field) {
-    Str name;
-    if (!field->is_path ||
-        results_folder_at(&results_store.matching_folders, 0, scratch_room(), &name) != ROW_COPIED ||
-        !set_request_text_end(field->text, str_name_start(strbuf_text(field->text)), name)) {
+    if (!field->is_path) {
+        return;
+    }
+    FolderRow folder = results_folder_at(&results_store.matching_folders, 0, scratch_room());
+    uint64_t name_start = str_name_start(strbuf_text(field->text));
+    if (folder.copy != ROW_COPIED || !set_request_text_end(field->text, name_start, folder.name)) {
         return;
     }
     int32_t end = editor_text_end(field->text);

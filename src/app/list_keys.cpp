@@ -24,9 +24,8 @@ int64_t row_count() {
 }
 
 bool row_is(int64_t row, ResultKind kind) {
-    ResultRecord hit;
-    FileEntry file;
-    return results_hit_at(static_cast<uint64_t>(row), {}, &hit, &file) != ROW_GONE && hit.kind == kind;
+    HitRow at = results_hit_at(static_cast<uint64_t>(row), {});
+    return at.copy != ROW_GONE && at.hit.kind == kind;
 }
 
 // The first hit from the row on in that direction, 1 or -1, or else the first one in the other. -1 when there
@@ -104,10 +103,6 @@ int64_t page_from(int64_t first, int32_t direction) {
 
 namespace {
 
-uint64_t current_search() {
-    return uint64_t{search_state.requests_published} << 32 | search_state.requests_taken;
-}
-
 // -1: there is none.
 int64_t selected_row() {
     bool is_current = list_keys.has_selection && list_keys.selected_search == current_search();
@@ -171,20 +166,21 @@ void go_page(int32_t direction) {
 }
 
 // Copies the selected hit, its texts into the scratch arena's free part. ROW_GONE when there is none.
-RowCopy selected_hit(ResultRecord *hit, FileEntry *file) {
-    int64_t row = selected_row();
-    RowCopy copy = row < 0 ? ROW_GONE : results_hit_at(static_cast<uint64_t>(row), scratch_room(), hit, file);
-    return selected_row() == row ? copy : ROW_GONE; // else the row may be the next search's
+HitRow selected_hit() {
+    int64_t selected = selected_row();
+    if (selected < 0) {
+        return {};
+    }
+    HitRow row = results_hit_at(static_cast<uint64_t>(selected), scratch_room());
+    return selected_row() == selected ? row : HitRow{}; // else it may be the next search's
 }
 
 bool run_selected(Str command) {
-    ResultRecord hit;
-    FileEntry file;
-    RowCopy copy = selected_hit(&hit, &file);
-    if (copy == ROW_GONE) {
+    HitRow row = selected_hit();
+    if (row.copy == ROW_GONE) {
         return false;
     }
-    results_run_command(command, file, hit, copy);
+    results_run_command(command, row);
     return true;
 }
 
@@ -200,16 +196,15 @@ bool row_text_append(Str text) {
 // Puts "folder/name:line: text" on the clipboard, with the line number that the list shows. Out of memory the
 // clipboard stays as it is.
 bool copy_selected() {
-    ResultRecord hit;
-    FileEntry file;
-    if (selected_hit(&hit, &file) == ROW_GONE) {
+    HitRow row = selected_hit();
+    if (row.copy == ROW_GONE) {
         return false;
     }
     char digits[11];
-    Str line = str_from_number(static_cast<int32_t>(hit.line), digits);
-    bool is_whole = row_text_set(file.folder) && row_text_append(str_from("/")) &&
-                    row_text_append(file.name) && row_text_append(str_from(":")) && row_text_append(line) &&
-                    row_text_append(str_from(": ")) && row_text_append(hit.text);
+    Str line = str_from_number(static_cast<int32_t>(row.hit.line), digits);
+    bool is_whole = row_text_set(row.file.folder) && row_text_append(str_from("/")) &&
+                    row_text_append(row.file.name) && row_text_append(str_from(":")) &&
+                    row_text_append(line) && row_text_append(str_from(": ")) && row_text_append(row.hit.text);
     // Texts that did not fit the scratch arena were read in place: whole only if the search is still the
     // same.
     if (is_whole && selected_row() >= 0) {

@@ -28,13 +28,13 @@ void draw_header_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &
 }
 
 // Runs the command of a click in this frame and consumes the click. Returns whether there was one.
-bool run_click_command(Layout *layout, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
+bool run_click_command(Layout *layout, const HitRow &row) {
     bool is_left = ui_went_down(MOUSE_LEFT);
     if (layout->click_consumed || (!is_left && !ui_went_down(MOUSE_RIGHT))) {
         return false;
     }
     layout->click_consumed = true;
-    results_run_command(is_left ? settings.left_click_cmd : settings.right_click_cmd, file, hit, copy);
+    results_run_command(is_left ? settings.left_click_cmd : settings.right_click_cmd, row);
     return true;
 }
 
@@ -51,15 +51,14 @@ Str line_prefix(uint32_t line) {
 }
 
 // Returns whether the row was clicked.
-bool draw_line_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &file, const ResultRecord &hit,
-                   RowCopy copy) {
+bool draw_line_row(Framebuffer *framebuffer, Layout *layout, const HitRow &row) {
     int32_t x = theme::hit_x;
-    x += draw_row_text(framebuffer, layout, x, theme::line_number, line_prefix(hit.line));
-    Str text = text_is_utf8 && hit.is_cut ? utf8_without_cut(hit.text) : hit.text;
+    x += draw_row_text(framebuffer, layout, x, theme::line_number, line_prefix(row.hit.line));
+    Str text = text_is_utf8 && row.hit.is_cut ? utf8_without_cut(row.hit.text) : row.hit.text;
     // x is ignored: the scroll bar is part of the row, unless list_keys has moved the mouse off it.
     bool is_hovered = layout->mouse.y >= layout->y && layout->mouse.y < layout->y + layout->line_height;
     draw_row_text(framebuffer, layout, x, is_hovered ? theme::hovered_line_text : theme::line_text, text);
-    bool is_clicked = is_hovered && run_click_command(layout, file, hit, copy);
+    bool is_clicked = is_hovered && run_click_command(layout, row);
     layout->y += layout->line_height;
     return is_clicked;
 }
@@ -83,30 +82,28 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *l
         settings.show_full_paths ? 0 : results_hidden_folder_bytes(strbuf_text(&search_state.path));
     uint64_t first = static_cast<uint64_t>(first_visible_hit);
     for (uint64_t i = first; i < results_store.hit_table.count && layout->y < framebuffer->height; i++) {
-        ResultRecord hit;
-        FileEntry file;
-        RowCopy copy = results_hit_at(i, scratch_room(), &hit, &file);
-        if (copy == ROW_GONE) {
+        HitRow row = results_hit_at(i, scratch_room());
+        if (row.copy == ROW_GONE) {
             layout->y += layout->line_height; // from a search that has just ended: an empty row
             continue;
         }
-        if (i == first || hit.kind == RESULT_FILE_HEADER) {
-            draw_header_row(framebuffer, layout, file, hidden_folder_bytes);
+        if (i == first || row.hit.kind == RESULT_FILE_HEADER) {
+            draw_header_row(framebuffer, layout, row.file, hidden_folder_bytes);
         }
-        if (hit.kind == RESULT_HIT) {
+        if (row.hit.kind == RESULT_HIT) {
             if (settings.list_keys && list_keys_is_selected(i)) {
                 draw_selection(framebuffer, layout);
             }
-            if (draw_line_row(framebuffer, layout, file, hit, copy) && settings.list_keys) {
+            if (draw_line_row(framebuffer, layout, row) && settings.list_keys) {
                 list_keys_select(i);
             }
         }
     }
 }
 
-void results_run_command(Str command, const FileEntry &file, const ResultRecord &hit, RowCopy copy) {
-    if (copy == ROW_COPIED && row_text_set(command)) {
-        status_line_command_run(expand_command(&file, &hit));
+void results_run_command(Str command, const HitRow &row) {
+    if (row.copy == ROW_COPIED && row_text_set(command)) {
+        status_line_command_run(expand_command(row));
     }
 }
 

@@ -18,9 +18,8 @@ int32_t draw_row_text(Framebuffer *framebuffer, const Layout *layout, int32_t x,
 // button went down in this frame and the click is not consumed yet; left_click_cmd when both did.
 void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *layout);
 
-// Runs a click command with a row from results_hit_at. Runs none with texts that the next search may be
-// writing over.
-void results_run_command(Str command, const FileEntry &file, const ResultRecord &hit, RowCopy copy);
+// Runs a click command with a hit's row. Runs none with texts that the next search may be writing over.
+void results_run_command(Str command, const HitRow &row);
 
 // The number of bytes at the start of a file's folder that the list leaves out while show_full_paths is off:
 // all before the name of the searched folder. path: the Path field's text. May exceed the folder's length

@@ -101,29 +101,41 @@ bool copy_text(Str *text, Str *room) {
     return true;
 }
 
-} // namespace
-
-// Rows and texts are overwritten only after requests_taken has gone up. The rows are copied first: only a
-// whole row has valid pointers to its texts.
-
-RowCopy results_hit_at(uint64_t row, Str room, ResultRecord *hit, FileEntry *file) {
+// Runs both functions, the rows' first: only a whole row has valid pointers to its texts. copy_rows returns
+// whether the rows exist, copy_texts whether the texts fit. Rows and texts are overwritten only after
+// requests_taken has gone up.
+template <typename CopyRows, typename CopyTexts>
+RowCopy copy_from_one_search(CopyRows copy_rows, CopyTexts copy_texts) {
     uint32_t number = search_state.requests_taken;
-    if (!copy_row(&results_store.hit_table, row, sizeof(*hit), hit) ||
-        !copy_row(&results_store.file_table, hit->file_index, sizeof(*file), file) ||
-        search_state.requests_taken != number) {
+    if (!copy_rows() || search_state.requests_taken != number) {
         return ROW_GONE;
     }
-    RowCopy copy =
-        copy_text(&file->folder, &room) && copy_text(&file->name, &room) ? ROW_COPIED : ROW_IN_PLACE;
-    copy_text(&hit->text, &room);
+    RowCopy copy = copy_texts() ? ROW_COPIED : ROW_IN_PLACE;
     return search_state.requests_taken == number ? copy : ROW_GONE;
 }
 
-RowCopy results_folder_at(const DynArray *folders, uint64_t row, Str room, Str *name) {
-    uint32_t number = search_state.requests_taken;
-    if (!copy_row(folders, row, sizeof(*name), name) || search_state.requests_taken != number) {
-        return ROW_GONE;
-    }
-    RowCopy copy = copy_text(name, &room) ? ROW_COPIED : ROW_IN_PLACE;
-    return search_state.requests_taken == number ? copy : ROW_GONE;
+} // namespace
+
+HitRow results_hit_at(uint64_t row, Str room) {
+    HitRow result = {};
+    ResultRecord &hit = result.hit;
+    FileEntry &file = result.file;
+    result.copy = copy_from_one_search(
+        [&] {
+            return copy_row(&results_store.hit_table, row, sizeof(hit), &hit) &&
+                   copy_row(&results_store.file_table, hit.file_index, sizeof(file), &file);
+        },
+        [&] {
+            bool fits = copy_text(&file.folder, &room) && copy_text(&file.name, &room);
+            copy_text(&hit.text, &room);
+            return fits;
+        });
+    return result;
+}
+
+FolderRow results_folder_at(const DynArray *folders, uint64_t row, Str room) {
+    FolderRow result = {};
+    result.copy = copy_from_one_search([&] { return copy_row(folders, row, sizeof(Str), &result.name); },
+                                       [&] { return copy_text(&result.name, &room); });
+    return result;
 }

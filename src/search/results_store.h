@@ -66,17 +66,28 @@ TableRows table_rows(const DynArray *table);
 // ---- Rows, for the interface ----
 
 enum RowCopy : uint8_t {
-    ROW_GONE = 0,     // no such row, or dropped during the copy: the copies are undefined
+    ROW_GONE = 0,     // no such row, or dropped during the copy: the rest of the record is undefined
     ROW_IN_PLACE = 1, // the file's folder or name, or the folder's name, did not fit into room
     ROW_COPIED = 2,
+};
+
+struct HitRow {
+    RowCopy copy;
+    ResultRecord hit;
+    FileEntry file; // the hit's
+};
+
+struct FolderRow {
+    RowCopy copy;
+    Str name;
 };
 
 // Interface: copies a row with its texts, complete and from one search, even while the worker overwrites them
 // with the next one's. (Between publishing and taking only the interface zeroes a count, and not during a
 // copy.) The texts are copied into room, the caller's memory, each zero-terminated. A text that does not fit
 // stays in the arena, which is never freed, but the next search may overwrite its bytes.
-RowCopy results_hit_at(uint64_t row, Str room, ResultRecord *hit, FileEntry *file);    // and the hit's file
-RowCopy results_folder_at(const DynArray *folders, uint64_t row, Str room, Str *name); // of either table
+HitRow results_hit_at(uint64_t row, Str room);
+FolderRow results_folder_at(const DynArray *folders, uint64_t row, Str room); // of either table
 
 static_assert(sizeof(FileEntry) == 32 && offsetof(FileEntry, name) == 16);
 static_assert(sizeof(ResultRecord) == 40 && offsetof(ResultRecord, kind) == 0 &&

@@ -32,9 +32,8 @@ void search_counts_set(SearchOutcome outcome) {
 }
 
 SearchCounts search_counts_now() {
-    uint32_t number = search_state.requests_taken;
     SearchCounts counts = {};
-    counts.request = search_counts.request;
+    counts.request = search_counts.request; // read before the others
     counts.outcome = search_counts.outcome; // read before the counts, which the worker completes before it
     counts.files = search_counts.files;
     counts.files_with_hits = search_counts.files_with_hits;
@@ -42,6 +41,6 @@ SearchCounts search_counts_now() {
     counts.too_large = search_counts.too_large;
     counts.unreadable = search_counts.unreadable;
     counts.us = search_counts.us;
-    bool is_of_one_search = counts.request == number && search_state.requests_taken == number;
+    bool is_of_one_search = search_state.requests_taken == counts.request;
     return is_of_one_search && !search_state.request_pending ? counts : SearchCounts{};
 }

@@ -1,9 +1,9 @@
 // What the status line shows of a search: whether it runs, what it has found so far, and what it has skipped.
 // Nothing is counted without search_state.keeps_counts.
 //
-// The worker writes and the interface reads without a lock, as with the results: the worker begins to count
-// after it has incremented requests_taken, so a copy is of one search if that number stays the same
-// meanwhile.
+// The worker writes and the interface reads without a lock, as with the results: the worker zeroes the counts
+// and then sets request, after it has incremented requests_taken. So a copy is of one search if the request
+// that it began with is still requests_taken at its end.
 #pragma once
 
 #include <stdint.h>

@@ -37,6 +37,10 @@ void publish_request() {
     search_state.request_pending = 1;
 }
 
+uint64_t current_search() {
+    return uint64_t{search_state.requests_published} << 32 | search_state.requests_taken;
+}
+
 bool has_request() {
     return search_state.request_pending || search_state.requests_published != search_state.requests_seen;
 }

@@ -53,6 +53,10 @@ bool set_request_text_end(StrBuf *text, uint64_t start, Str end);
 // Interface: requests a search with the current texts. The list of hits empties at once.
 void publish_request();
 
+// Interface: a number that changes with each request published or taken. While it stays the same, the results
+// are of the same search.
+uint64_t current_search();
+
 // Worker: whether a search is wanted.
 bool has_request();
 

@@ -123,10 +123,11 @@ void draw_carets(Framebuffer *framebuffer, const Layout *layout, int32_t text_x,
 // The part of the first completion that is not typed yet. Intentionally the path's completion for either
 // field. room: for the folder's name.
 Str completion_tail(Str text, Str room) {
-    Str name;
-    if (results_folder_at(&results_store.matching_folders, 0, room, &name) == ROW_GONE) {
+    FolderRow folder = results_folder_at(&results_store.matching_folders, 0, room);
+    if (folder.copy == ROW_GONE) {
         return {};
     }
+    Str name = folder.name;
     uint64_t typed = text.count - str_name_start(text);
     uint64_t skipped = std::min(typed, name.count);
     if (text_is_utf8 && skipped > 0) { // whole characters

@@ -70,14 +70,13 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         return has_room;
     });
 
-    const FileEntry file = {folder.str, name.str};
-    ResultRecord record = {};
-    record.line = static_cast<uint32_t>(hit.row);
-    record.column = static_cast<uint32_t>(hit.column);
-    record.byte_offset = static_cast<uint32_t>(hit.byte);
+    HitRow row = {ROW_COPIED, {}, {folder.str, name.str}};
+    row.hit.line = static_cast<uint32_t>(hit.row);
+    row.hit.column = static_cast<uint32_t>(hit.column);
+    row.hit.byte_offset = static_cast<uint32_t>(hit.byte);
     {
         HeapHookScope limited([&](uint64_t wanted) { return wanted <= most_memory; });
-        expand_command(&file, &record);
+        expand_command(row);
     }
     fuzz_expect("the number of commands started", start_count, expected.empty() ? 0 : 1);
     fuzz_expect("the command", started, expected);

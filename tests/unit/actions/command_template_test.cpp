@@ -36,12 +36,11 @@ const PlainHit plain_hit = {"C:/data/src", "a.c", 12, 5, 345};
 
 // Expands what row_text holds.
 void expand(const PlainHit &hit) {
-    FileEntry file = {str_over(hit.folder), str_over(hit.name)};
-    ResultRecord record = {};
-    record.line = static_cast<uint32_t>(hit.row);
-    record.column = static_cast<uint32_t>(hit.column);
-    record.byte_offset = static_cast<uint32_t>(hit.byte);
-    expand_command(&file, &record);
+    HitRow row = {ROW_COPIED, {}, {str_over(hit.folder), str_over(hit.name)}};
+    row.hit.line = static_cast<uint32_t>(hit.row);
+    row.hit.column = static_cast<uint32_t>(hit.column);
+    row.hit.byte_offset = static_cast<uint32_t>(hit.byte);
+    expand_command(row);
 }
 
 // The command that a click runs; "(none)" without one.

@@ -285,110 +285,106 @@ TEST(ResultsCopies, AHitComesWithItsFile) {
     put_hit(RESULT_FILE_HEADER, 0, 0, "");
     put_hit(RESULT_HIT, 1, 12, "needle");
     put_hit(RESULT_HIT, 0, 4294967295, "last");
-    ResultRecord hit = {};
-    FileEntry file = {};
-    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1);
-    EXPECT_EQ(hit.kind, RESULT_FILE_HEADER);
-    EXPECT_EQ(to_string(file.folder) + " " + to_string(file.name), "C:/src a.c");
-    ASSERT_EQ(results_hit_at(1, {}, &hit, &file), 1);
-    EXPECT_EQ(hit.kind, RESULT_HIT);
-    EXPECT_EQ(hit.file_index, 1u);
-    EXPECT_EQ(hit.line, 12u);
-    EXPECT_EQ(hit.column, 13u);
-    EXPECT_EQ(hit.byte_offset, 14u);
-    EXPECT_EQ(to_string(hit.text), "needle");
-    EXPECT_EQ(to_string(file.folder) + " " + to_string(file.name), "C:/src/deep b.c");
-    ASSERT_EQ(results_hit_at(2, {}, &hit, &file), 1);
-    EXPECT_EQ(hit.line, 4294967295);
-    EXPECT_EQ(to_string(file.name), "a.c");
+    HitRow row = results_hit_at(0, {});
+    ASSERT_EQ(row.copy, ROW_IN_PLACE);
+    EXPECT_EQ(row.hit.kind, RESULT_FILE_HEADER);
+    EXPECT_EQ(to_string(row.file.folder) + " " + to_string(row.file.name), "C:/src a.c");
+    row = results_hit_at(1, {});
+    ASSERT_EQ(row.copy, ROW_IN_PLACE);
+    EXPECT_EQ(row.hit.kind, RESULT_HIT);
+    EXPECT_EQ(row.hit.file_index, 1u);
+    EXPECT_EQ(row.hit.line, 12u);
+    EXPECT_EQ(row.hit.column, 13u);
+    EXPECT_EQ(row.hit.byte_offset, 14u);
+    EXPECT_EQ(to_string(row.hit.text), "needle");
+    EXPECT_EQ(to_string(row.file.folder) + " " + to_string(row.file.name), "C:/src/deep b.c");
+    row = results_hit_at(2, {});
+    ASSERT_EQ(row.copy, ROW_IN_PLACE);
+    EXPECT_EQ(row.hit.line, 4294967295);
+    EXPECT_EQ(to_string(row.file.name), "a.c");
 }
 
 TEST(ResultsCopies, StayAsTheyWereWhenTheRowsAreWrittenOver) {
     SearchScope scope;
     put_file("C:/src", "a.c");
     put_hit(RESULT_HIT, 0, 12, "needle");
-    ResultRecord hit = {};
-    FileEntry file = {};
-    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1);
+    HitRow first = results_hit_at(0, {});
+    ASSERT_EQ(first.copy, ROW_IN_PLACE);
     take_request();
-    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0); // gone
+    EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE);
     put_file("D:/other", "z.c");
     put_hit(RESULT_HIT, 0, 99, "hay");
-    EXPECT_EQ(to_string(hit.text), "needle");
-    EXPECT_EQ(to_string(file.name), "a.c");
-    ASSERT_EQ(results_hit_at(0, {}, &hit, &file), 1); // from the next search
-    EXPECT_EQ(to_string(hit.text), "hay");
-    EXPECT_EQ(to_string(file.folder), "D:/other");
+    EXPECT_EQ(to_string(first.hit.text), "needle");
+    EXPECT_EQ(to_string(first.file.name), "a.c");
+    HitRow next = results_hit_at(0, {}); // from the next search
+    ASSERT_EQ(next.copy, ROW_IN_PLACE);
+    EXPECT_EQ(to_string(next.hit.text), "hay");
+    EXPECT_EQ(to_string(next.file.folder), "D:/other");
 }
 
 TEST(ResultsCopies, ThereIsNoHitFromTheCountOn) {
     SearchScope scope;
-    ResultRecord hit = {};
-    FileEntry file = {};
-    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
+    EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE);
     put_file("C:/src", "a.c");
     put_hit(RESULT_HIT, 0, 1, "needle");
     for (uint64_t row : {uint64_t{1}, uint64_t{2}, uint64_t{100000}, UINT64_MAX}) {
-        EXPECT_EQ(results_hit_at(row, {}, &hit, &file), 0) << row;
+        EXPECT_EQ(results_hit_at(row, {}).copy, ROW_GONE) << row;
     }
-    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 1);
+    EXPECT_EQ(results_hit_at(0, {}).copy, ROW_IN_PLACE);
     publish_request(); // the list empties at once
-    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
+    EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE);
 }
 
 TEST(ResultsCopies, AHitWhoseFileIsNotThereIsNoneEither) {
     SearchScope scope;
-    ResultRecord hit = {};
-    FileEntry file = {};
     put_hit(RESULT_HIT, 0, 1, "without any file");
-    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
+    EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE);
     put_file("C:/src", "a.c");
-    EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 1);
+    EXPECT_EQ(results_hit_at(0, {}).copy, ROW_IN_PLACE);
     for (uint32_t index : {1u, 2u, 0x80000000u, UINT32_MAX}) {
         results_store.hit_table.count = 0;
         put_hit(RESULT_FILE_HEADER, index, 0, "");
-        EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0) << index;
+        EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE) << index;
     }
 }
 
 TEST(ResultsCopies, ATableWithoutStorageHasNoRows) {
     SearchScope scope;
-    ResultRecord hit = {};
-    FileEntry file = {};
     put_file("C:/src", "a.c");
     put_hit(RESULT_HIT, 0, 1, "needle");
     for (DynArray *table : {&results_store.hit_table, &results_store.file_table}) {
         char *data = table->data;
         table->data = nullptr; // the reader has seen the count before the writer dropped the rows
-        EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 0);
+        EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE);
         table->data = data;
-        EXPECT_EQ(results_hit_at(0, {}, &hit, &file), 1);
+        EXPECT_EQ(results_hit_at(0, {}).copy, ROW_IN_PLACE);
     }
 }
 
 TEST(ResultsCopies, AFolderIsItsRowOfEitherTable) {
     SearchScope scope;
     for (DynArray *folders : {&results_store.matching_folders, &results_store.other_folders}) {
-        Str name = {};
-        EXPECT_EQ(results_folder_at(folders, 0, {}, &name), ROW_GONE);
+        EXPECT_EQ(results_folder_at(folders, 0, {}).copy, ROW_GONE);
         for (const char *text : {"one", "", "three"}) {
             Str pushed = str_from(text);
             dynarray_push(folders, sizeof(pushed), &pushed);
         }
-        ASSERT_EQ(results_folder_at(folders, 0, {}, &name), 1);
-        EXPECT_EQ(to_string(name), "one");
-        ASSERT_EQ(results_folder_at(folders, 1, {}, &name), ROW_COPIED); // nothing to copy
-        EXPECT_EQ(name.count, 0u);
-        ASSERT_EQ(results_folder_at(folders, 2, {}, &name), 1);
-        EXPECT_EQ(to_string(name), "three");
-        for (uint64_t row : {uint64_t{3}, uint64_t{128}, UINT64_MAX}) {
-            EXPECT_EQ(results_folder_at(folders, row, {}, &name), 0) << row;
+        FolderRow row = results_folder_at(folders, 0, {});
+        ASSERT_EQ(row.copy, ROW_IN_PLACE);
+        EXPECT_EQ(to_string(row.name), "one");
+        row = results_folder_at(folders, 1, {});
+        ASSERT_EQ(row.copy, ROW_COPIED); // nothing to copy
+        EXPECT_EQ(row.name.count, 0u);
+        row = results_folder_at(folders, 2, {});
+        ASSERT_EQ(row.copy, ROW_IN_PLACE);
+        EXPECT_EQ(to_string(row.name), "three");
+        for (uint64_t i : {uint64_t{3}, uint64_t{128}, UINT64_MAX}) {
+            EXPECT_EQ(results_folder_at(folders, i, {}).copy, ROW_GONE) << i;
         }
     }
     take_request();
-    Str name = {};
-    EXPECT_EQ(results_folder_at(&results_store.matching_folders, 0, {}, &name), 0);
-    EXPECT_EQ(results_folder_at(&results_store.other_folders, 0, {}, &name), 0);
+    EXPECT_EQ(results_folder_at(&results_store.matching_folders, 0, {}).copy, ROW_GONE);
+    EXPECT_EQ(results_folder_at(&results_store.other_folders, 0, {}).copy, ROW_GONE);
 }
 
 TEST(ResultsCopies, TheTextsAreCopiedAsFarAsTheRoomGoes) {
@@ -400,9 +396,7 @@ TEST(ResultsCopies, TheTextsAreCopiedAsFarAsTheRoomGoes) {
     dynarray_push(&results_store.matching_folders, sizeof(Str), &stored_name);
     for (uint64_t room = 0; room <= 20; room++) { // each text needs one more for its zero byte
         std::string bytes(room + 1, '#');
-        ResultRecord hit;
-        FileEntry file;
-        RowCopy copy = results_hit_at(0, {room, bytes.data()}, &hit, &file);
+        const auto &[copy, hit, file] = results_hit_at(0, {room, bytes.data()});
         EXPECT_EQ(copy, room >= 11 ? ROW_COPIED : ROW_IN_PLACE) << room;
         EXPECT_EQ(file.folder.data == stored[0].data(), room < 7) << room;
         EXPECT_EQ(file.name.data == stored[1].data(), room < 11) << room;
@@ -413,11 +407,10 @@ TEST(ResultsCopies, TheTextsAreCopiedAsFarAsTheRoomGoes) {
             EXPECT_EQ(hit.text.data, bytes.data() + 11);
         }
         EXPECT_EQ(bytes[room], '#');
-        Str name;
-        copy = results_folder_at(&results_store.matching_folders, 0, {room, bytes.data()}, &name);
-        EXPECT_EQ(copy, room >= 6 ? ROW_COPIED : ROW_IN_PLACE) << room;
-        EXPECT_EQ(name.data == (room >= 6 ? bytes.data() : stored[3].data()), true) << room;
-        EXPECT_EQ(to_string(name), "build");
+        FolderRow folder = results_folder_at(&results_store.matching_folders, 0, {room, bytes.data()});
+        EXPECT_EQ(folder.copy, room >= 6 ? ROW_COPIED : ROW_IN_PLACE) << room;
+        EXPECT_EQ(folder.name.data == (room >= 6 ? bytes.data() : stored[3].data()), true) << room;
+        EXPECT_EQ(to_string(folder.name), "build");
         EXPECT_EQ(bytes[room], '#');
     }
 }
@@ -477,26 +470,23 @@ private:
 TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
     SearchScope scope;
     Str name = str_from("one");
-    ResultRecord hit = {};
-    FileEntry file = {};
-    const auto is_hit = [&](DynArray *touched, void (*turn)()) {
+    const auto hit_copy = [&](DynArray *touched, void (*turn)()) {
         results_store.file_table.count = 0;
         results_store.hit_table.count = 0;
         put_file("C:/src", "a.c");
         put_hit(RESULT_HIT, 0, 12, "needle");
         TouchScope page(touched, turn);
-        uint8_t is_there = results_hit_at(0, {}, &hit, &file);
+        RowCopy copy = results_hit_at(0, {}).copy;
         EXPECT_TRUE(page.is_touched());
-        return is_there;
+        return copy;
     };
-    const auto is_folder = [&](DynArray *touched, void (*turn)()) {
+    const auto folder_copy = [&](DynArray *touched, void (*turn)()) {
         touched->count = 0;
         dynarray_push(touched, sizeof(name), &name);
         TouchScope page(touched, turn);
-        Str copy = {};
-        uint8_t is_there = results_folder_at(touched, 0, {}, &copy);
+        RowCopy copy = results_folder_at(touched, 0, {}).copy;
         EXPECT_TRUE(page.is_touched());
-        return is_there;
+        return copy;
     };
     const auto nothing = [] {};
     const auto take = [] { take_request(); };
@@ -508,14 +498,14 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
         }
     };
     for (DynArray *touched : {&results_store.hit_table, &results_store.file_table}) {
-        EXPECT_EQ(is_hit(touched, nothing), 1);
-        EXPECT_EQ(is_hit(touched, take), 0);
-        EXPECT_EQ(is_hit(touched, take_and_find), 0);
+        EXPECT_EQ(hit_copy(touched, nothing), ROW_IN_PLACE);
+        EXPECT_EQ(hit_copy(touched, take), ROW_GONE);
+        EXPECT_EQ(hit_copy(touched, take_and_find), ROW_GONE);
     }
     for (DynArray *touched : {&results_store.matching_folders, &results_store.other_folders}) {
-        EXPECT_EQ(is_folder(touched, nothing), 1);
-        EXPECT_EQ(is_folder(touched, take), 0);
-        EXPECT_EQ(is_folder(touched, take_and_find), 0);
+        EXPECT_EQ(folder_copy(touched, nothing), ROW_IN_PLACE);
+        EXPECT_EQ(folder_copy(touched, take), ROW_GONE);
+        EXPECT_EQ(folder_copy(touched, take_and_find), ROW_GONE);
     }
 }
 #endif
@@ -541,12 +531,9 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileATextOfItWasCopied) {
             uint32_t taken = search_state.requests_taken;
             TouchScope page(&text, turn);
             *texts[which] = {4, text.data};
-            ResultRecord hit;
-            FileEntry file;
-            Str name;
             RowCopy copy =
-                which < 3 ? results_hit_at(0, {sizeof(bytes), bytes}, &hit, &file)
-                          : results_folder_at(&results_store.other_folders, 0, {sizeof(bytes), bytes}, &name);
+                which < 3 ? results_hit_at(0, {sizeof(bytes), bytes}).copy
+                          : results_folder_at(&results_store.other_folders, 0, {sizeof(bytes), bytes}).copy;
             EXPECT_TRUE(page.is_touched());
             EXPECT_EQ(copy, search_state.requests_taken == taken ? ROW_COPIED : ROW_GONE) << which;
         }

@@ -84,25 +84,22 @@ void read_frame(uint64_t root_length, Seen *seen) {
         return;
     }
     search_state.results_dirty = 0;
-    ResultRecord hit;
-    FileEntry file;
     char bytes[8192];
     const Str room = {sizeof(bytes), bytes};
     for (uint64_t i = 0; i < results_store.hit_table.count && i < rows_in_frame; i++) {
-        RowCopy copy = results_hit_at(i, room, &hit, &file);
-        if (copy != ROW_GONE) {
+        HitRow row = results_hit_at(i, room);
+        if (row.copy != ROW_GONE) {
             seen->rows++;
-            seen->mixed_rows += !telling::row_fits(hit, file, root_length);
-            read_texts(copy, {file.folder, file.name, hit.text}, seen);
+            seen->mixed_rows += !telling::row_fits(row.hit, row.file, root_length);
+            read_texts(row.copy, {row.file.folder, row.file.name, row.hit.text}, seen);
         }
     }
     for (const DynArray *folders : {&results_store.matching_folders, &results_store.other_folders}) {
-        Str name;
         for (uint64_t i = 0; i < folders->count && i < rows_in_frame; i++) {
-            RowCopy copy = results_folder_at(folders, i, room, &name);
-            if (copy != ROW_GONE) {
+            FolderRow row = results_folder_at(folders, i, room);
+            if (row.copy != ROW_GONE) {
                 seen->rows++;
-                read_texts(copy, {name}, seen);
+                read_texts(row.copy, {row.name}, seen);
             }
         }
     }
@@ -245,9 +242,14 @@ WholeRow whole_rows[2][rows_read]; // of each search
 volatile uint64_t calls, rows_found, rows_mixed;
 
 bool read_row(uint64_t row, WholeRow *read) {
-    *read = {};
-    return row % 2 ? results_folder_at(&results_store.matching_folders, row, {}, &read->folder)
-                   : results_hit_at(row, {}, &read->hit, &read->file);
+    if (row % 2) {
+        FolderRow folder = results_folder_at(&results_store.matching_folders, row, {});
+        *read = {{}, {}, folder.name};
+        return folder.copy != ROW_GONE;
+    }
+    HitRow hit = results_hit_at(row, {});
+    *read = {hit.hit, hit.file, {}};
+    return hit.copy != ROW_GONE;
 }
 
 bool is_whole(uint64_t row, const WholeRow &read) {
