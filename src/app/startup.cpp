@@ -1,6 +1,8 @@
 #include "app/startup.h"
 
 #include "app/command_line.h"
+#include "app/frame.h"
+#include "app/input.h"
 #include "app/settings.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
@@ -8,6 +10,27 @@
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
 #include "ui/ui_state.h"
+
+PlatformWindow *startup_open_window() {
+    uint32_t monitor_count = 0;
+    const MonitorInfo *monitor = os_get_monitors(&monitor_count);
+    if (monitor_count == 0) {
+        return nullptr;
+    }
+    int32_t height = static_cast<int32_t>(monitor->work_area.height * 0.9);
+    PlatformWindow *window = os_window_create(1000, height, str_from("Tarnwick  |  " TARNWICK_VERSION),
+                                              WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
+    if (!window) {
+        return nullptr;
+    }
+    os_window_center(window, monitor);
+    os_window_show(window, 1);
+    os_set_event_callback(input_handle_event);
+    frame_clock_start(monitor->refresh_rate);
+    int64_t frame_ms = frame_clock.target_us / 1000;
+    os_set_frame_callback(frame_in_system_loop, frame_ms > 0 ? static_cast<uint32_t>(frame_ms) : 1);
+    return window;
+}
 
 namespace {
 

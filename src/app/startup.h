@@ -1,7 +1,12 @@
-// The part of start-up that needs no window: the buffers, and everything that is read before the first frame.
+// The steps of start-up that main takes, in this order.
 #pragma once
 
 #include "os/strings.h"
+#include "os/window.h"
+
+// Opens the program's window on the first monitor and starts the clock of the frames. Returns null without a
+// monitor or a window.
+PlatformWindow *startup_open_window();
 
 // Reserves the program's buffers, except the scratch arena. One without memory has capacity 0 and stays
 // empty.

@@ -116,43 +116,30 @@ enum StartAllocation : uint64_t {
 const std::string settings_with_font = "font_size 20\nfont_file source_code_pro.otf\n";
 const std::string settings_without_font = "font_size 20\n";
 
-// The folder beside the program.
-struct ProgramFolder {
-    explicit ProgramFolder(const std::string &settings_file) {
-        tree.file("settings.txt", settings_file);
-        tree.file("source_code_pro.otf", bytes_of(default_font_path()));
+// The program's folder, with a folder to search in it.
+struct SearchedFolder : ProgramFolder {
+    explicit SearchedFolder(const std::string &settings_file) : ProgramFolder(settings_file) {
         tree.file("searched/f.txt", "a needle .........");
         tree.folder("searched/match");
         tree.folder("searched/other");
-        put_lists();
     }
-    void put_lists() const {
-        tree.file("saved_paths.txt", "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
-        tree.file("saved_queries.txt", "foo\r\nbar\r\nbaz");
-    }
-
-    TestTree tree;
-    std::string folder = tree.path() + "/";
     std::string searched = tree.path("searched");
 };
 
 // The whole program, from an empty process to the loop.
 struct StartedProgram : ProgramScope {
+    StartedProgram() { // its window is 200 pixels high, which are drawn faster
+        HeadlessMonitor low = {true, {0, 0, 1280, 223}, {0, 0, 1280, 223}, {1280, 223}, 60, "screen"};
+        headless_set_monitors(&low, 1);
+    }
     // Starts it as main does, but with the worker's arena in place of the worker. Returns false when there is
     // no window.
-    bool start(const ProgramFolder &program) {
+    bool start(const SearchedFolder &program) {
         scratch_create();
-        uint32_t monitor_count = 0;
-        const MonitorInfo *monitor = os_get_monitors(&monitor_count);
-        window =
-            os_window_create(300, 200, str_from("Tarnwick"), WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
+        window = startup_open_window();
         if (!window) {
             return false;
         }
-        os_window_center(window, monitor);
-        os_window_show(window, 1);
-        os_set_event_callback(input_handle_event);
-        frame_clock_start(monitor->refresh_rate);
         frame_clock.target_us = 1; // no sleep between frames
         {
             LeakScope unused_texts_stay;
@@ -258,7 +245,7 @@ void search(const std::string &path_text, const std::string &query_text) {
 }
 
 // The steps after start-up, except those that never return. Returns the number left out.
-uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation &expected) {
+uint64_t go_on_after_start(const SearchedFolder &program, const StartExpectation &expected) {
     uint64_t left_out = 0;
     if (expected.has_font()) {
         headless_focus(ProgramScope::window);
@@ -310,7 +297,7 @@ uint64_t go_on_after_start(const ProgramFolder &program, const StartExpectation 
 }
 
 void fail_each_of_start_up(const char *phase, bool names_font) {
-    ProgramFolder program(names_font ? settings_with_font : settings_without_font);
+    SearchedFolder program(names_font ? settings_with_font : settings_without_font);
     uint64_t runs = 0, left_out = 0;
     for (Series series : both_series) {
         for (uint64_t nth = 0; nth <= START_ALLOCATIONS; nth++) { // at last nothing fails
@@ -345,7 +332,7 @@ TEST(FaultsOfStartUp, LoseWhatTheMemoryWasForAndTheProgramGoesOn) {
     headless_set_time(0);
     os_init();
     {
-        ProgramFolder program(""); // allocates the list of windows, once per process
+        SearchedFolder program(""); // allocates the list of windows, once per process
         StartedProgram started;
         ASSERT_TRUE(started.start(program));
     }
@@ -359,7 +346,7 @@ namespace {
 
 // For a copy of this process: the program after a start-up with one failed allocation.
 StartedProgram *copied_program;
-const ProgramFolder *copied_folder;
+const SearchedFolder *copied_folder;
 
 void start_copy(uint64_t nth) {
     FailingAllocation failing(nth, ALONE);
@@ -430,7 +417,7 @@ constexpr NeverEndingStep never_ending_steps[] = {
 } // namespace
 
 TEST(FaultsOfStartUp, StepsThatNeverReturnAreThese) {
-    ProgramFolder program(settings_without_font);
+    SearchedFolder program(settings_without_font);
     copied_folder = &program;
     StartedProgram started;
     copied_program = &started;

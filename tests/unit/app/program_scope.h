@@ -1,12 +1,35 @@
 // The whole program's state, for one test that starts it.
 #pragma once
 
+#include <filesystem>
+#include <string>
+
 #include "actions/command_template.h"
 #include "app/app_scope.h"
 #include "app/input.h"
 #include "os/window.h"
+#include "render/font_scope.h"
 #include "search/results_store.h"
+#include "support/test_tree.h"
 #include "ui/ui_state.h"
+
+// The program's folder: settings, the default font, both lists.
+struct ProgramFolder {
+    explicit ProgramFolder(const std::string &settings_file) {
+        std::string font_path = default_font_path();
+        tree.file("source_code_pro.otf",
+                  bytes_of(std::filesystem::path(std::u8string(font_path.begin(), font_path.end()))));
+        tree.file("settings.txt", settings_file);
+        put_lists();
+    }
+    void put_lists() const {
+        tree.file("saved_paths.txt", "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
+        tree.file("saved_queries.txt", "foo\r\nbar\r\nbaz");
+    }
+
+    TestTree tree;
+    std::string folder = tree.path() + "/";
+};
 
 // Frees the buffers that startup_reserve_buffers makes, except the two texts that nothing uses.
 inline void free_buffers() {

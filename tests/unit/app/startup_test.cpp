@@ -6,58 +6,76 @@
 #include <string>
 #include <vector>
 
+#include "app/frame.h"
 #include "app/program_scope.h"
-#include "render/font_scope.h"
 #include "search/results_store.h"
+#include "support/headless_window.h"
 #include "support/heap_hook.h"
 #include "support/ui_scope.h"
 
 namespace {
 
-const std::vector<uint64_t> all_capacities = {1024, 1024, 10000, 100000, 128, 128, 128, 128, 16};
-
-std::vector<uint64_t> capacities() {
-    return {search_state.path.capacity,
-            search_state.query.capacity,
-            results_store.file_table.capacity,
-            results_store.hit_table.capacity,
-            path_field.entries.capacity,
-            query_field.entries.capacity,
-            results_store.matching_folders.capacity,
-            results_store.other_folders.capacity,
-            ui_focus.caret_list.capacity};
+// The fields and lists after start-up.
+std::string after(const ProgramFolder &program, const std::string &command_line) {
+    startup_load(str_over(program.folder), str_over(command_line));
+    return text_of(search_state.path) + ": " + entries_of(path_field.entries) + "; " +
+           text_of(search_state.query) + ": " + entries_of(query_field.entries);
 }
 
-// The program's folder: settings, default font, both lists.
-class ProgramFolder {
-public:
-    explicit ProgramFolder(const std::string &settings_file) {
-        std::string font_path = default_font_path();
-        tree.file("source_code_pro.otf",
-                  bytes_of(std::filesystem::path(std::u8string(font_path.begin(), font_path.end()))));
-        tree.file("settings.txt", settings_file);
-        tree.file("saved_paths.txt", "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
-        tree.file("saved_queries.txt", "foo\r\nbar\r\nbaz");
-        folder = tree.path() + "/";
-    }
-
-    // The fields and lists after start-up.
-    std::string after(const std::string &command_line) const {
-        startup_load(str_over(folder), str_over(command_line));
-        return text_of(search_state.path) + ": " + entries_of(path_field.entries) + "; " +
-               text_of(search_state.query) + ": " + entries_of(query_field.entries);
-    }
-
-    TestTree tree;
-    std::string folder;
-};
+void set_monitor(Rect work_area, uint32_t refresh_rate) {
+    HeadlessMonitor monitor = {true, work_area, {0, 0, 1280, 1024}, {1280, 1024}, refresh_rate, "screen"};
+    headless_set_monitors(&monitor, 1);
+}
 
 } // namespace
+
+TEST(StartupWindow, Is1000WideAndNineTenthsOfTheWorkAreaHigh) {
+    ProgramScope scope;
+    set_monitor({40, 9, 1201, 1015}, 144);
+    PlatformWindow *window = scope.window = startup_open_window();
+    set_monitor({0, 0, 1280, 1024}, 60);
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(headless_view(window)->is_visible);
+    EXPECT_EQ(window->client_size.width, 1000);
+    EXPECT_EQ(window->client_size.height, 913); // 913.5
+    EXPECT_EQ(window->framebuffer.width, 1000);
+    EXPECT_EQ(window->window_position.x, 600 - window->window_size.width / 2);
+    EXPECT_EQ(window->window_position.y, 507 - window->window_size.height / 2);
+    EXPECT_EQ(frame_clock.target_us, frame_time_us(144));
+}
+
+TEST(StartupWindow, IsCentredWhileItIsHiddenAndDeliversNoEventsUntilItIsShown) {
+    ProgramScope scope;
+    static std::vector<bool> visible_when_moved;
+    os_set_event_callback([](const WindowEvent *event) { // until the program's
+        if (event->type == EVENT_WINDOW_MOVED) {
+            visible_when_moved.push_back(headless_view(event->window)->is_visible);
+        }
+    });
+    scope.window = startup_open_window();
+    EXPECT_EQ(visible_when_moved, (std::vector<bool>{false, true})); // centred, shown
+}
+
+TEST(StartupWindow, ThereIsNoneWithoutAMonitorOrWhenItCannotBeCreated) {
+    headless_set_monitors(nullptr, 0);
+    EXPECT_EQ(startup_open_window(), nullptr);
+    set_monitor({0, 0, 1280, 1024}, 60);
+    headless_refuse_next_window();
+    EXPECT_EQ(startup_open_window(), nullptr);
+}
 
 TEST(StartupBuffers, HaveTheirCapacitiesAndEmptyTexts) {
     LeakScope unused_texts_stay;
     startup_reserve_buffers();
-    EXPECT_EQ(capacities(), all_capacities);
+    EXPECT_EQ(search_state.path.capacity, 1024u);
+    EXPECT_EQ(search_state.query.capacity, 1024u);
+    EXPECT_EQ(results_store.file_table.capacity, 10000u);
+    EXPECT_EQ(results_store.hit_table.capacity, 100000u);
+    EXPECT_EQ(path_field.entries.capacity, 128u);
+    EXPECT_EQ(query_field.entries.capacity, 128u);
+    EXPECT_EQ(results_store.matching_folders.capacity, 128u);
+    EXPECT_EQ(results_store.other_folders.capacity, 128u);
+    EXPECT_EQ(input_field.caret_list.capacity, 16u);
     for (const StrBuf *text : {&search_state.path, &search_state.query}) {
         EXPECT_EQ(text->count, 0u);
         EXPECT_EQ(text->data[0], 0);
@@ -65,29 +83,10 @@ TEST(StartupBuffers, HaveTheirCapacitiesAndEmptyTexts) {
     free_buffers();
 }
 
-TEST(StartupBuffers, OneWithoutMemoryHasCapacityZeroAndTheOthersAreThere) {
-    LeakScope unused_texts_stay;
-    size_t lost = 0;
-    for (uint64_t failing = 0, count = 0; failing <= count; failing++) {
-        {
-            FailingAllocation allocations(failing);
-            startup_reserve_buffers();
-            count = allocations.sizes.size();
-        }
-        std::vector<uint64_t> expected = all_capacities;
-        if (lost < expected.size() && capacities()[lost] == 0) { // not so for the texts that nothing uses
-            expected[lost++] = 0;
-        }
-        EXPECT_EQ(capacities(), expected);
-        free_buffers();
-    }
-    EXPECT_EQ(lost, all_capacities.size());
-}
-
 TEST(Startup, ReadsSettingsFontAndBothLists) {
     AppScope app;
     ProgramFolder program("font_size 20\nmax_file_size 5K\n");
-    EXPECT_EQ(program.after("tarnwick.exe"), "C:/src: D:/a/b/|E:/x; foo: bar|baz");
+    EXPECT_EQ(after(program, "tarnwick.exe"), "C:/src: D:/a/b/|E:/x; foo: bar|baz");
     EXPECT_EQ(settings.font_size, 20);
     EXPECT_EQ(search_state.max_file_size, 5000);
     EXPECT_GT(font.sizes.capacity, 0u);
@@ -97,7 +96,7 @@ TEST(Startup, ReadsSettingsFontAndBothLists) {
 TEST(Startup, TheCommandLineReplacesTheRememberedTexts) {
     AppScope app;
     ProgramFolder program("");
-    EXPECT_EQ(program.after("\"C:\\tarnwick.exe\" \"D:\\code\" -needle text"),
+    EXPECT_EQ(after(program, "\"C:\\tarnwick.exe\" \"D:\\code\" -needle text"),
               "D:/code: D:/a/b/|E:/x; needle text: bar|baz");
 }
 
@@ -108,14 +107,14 @@ TEST(Startup, TheTextsAreRestoredOnlyWhereTheSettingsSaySo) {
              {"remember_last_path 0\nremember_last_query 0", ": D:/a/b/|E:/x; : bar|baz"}}) {
         AppScope app;
         ProgramFolder program(file);
-        EXPECT_EQ(program.after("x.exe"), state);
+        EXPECT_EQ(after(program, "x.exe"), state);
     }
 }
 
 TEST(Startup, WritesNothingAndMarksNothing) {
     AppScope app;
     ProgramFolder program("");
-    program.after("x.exe \"D:/a/b/\" -bar");
+    after(program, "x.exe \"D:/a/b/\" -bar");
     EXPECT_EQ(bytes_of(program.tree.native("saved_paths.txt")), "C:\\src\r\nD:\\a\\b\\\r\nE:\\x");
     EXPECT_EQ(bytes_of(program.tree.native("saved_queries.txt")), "foo\r\nbar\r\nbaz");
     EXPECT_EQ(path_field.is_saved, 0);
@@ -156,7 +155,7 @@ TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
     AppScope app;
     UiScope ui;
     ProgramFolder program("");
-    program.after("x.exe \"D:/a/b/\" -bar");
+    after(program, "x.exe \"D:/a/b/\" -bar");
     startup_focus();
     EXPECT_EQ(ui_focus.field, &query_field);
     ASSERT_EQ(ui_focus.caret_list.count, 1u);
@@ -171,7 +170,7 @@ TEST(Startup, AListWithoutMemoryTakesNoEntriesAndKeepsItsFile) {
     ProgramFolder program("");
     os_free(path_field.entries.data);
     path_field.entries = {};
-    EXPECT_EQ(program.after("x.exe"), "C:/src: ; foo: bar|baz");
+    EXPECT_EQ(after(program, "x.exe"), "C:/src: ; foo: bar|baz");
     saved_list_save(&path_field, &path_field);
     saved_list_write(&path_field);
     EXPECT_EQ(path_field.entries.count, 0u);
@@ -185,7 +184,7 @@ TEST(Startup, GoesOnWhicheverAllocationFails) {
         LeakScope fonts_that_failed_stay;
         {
             FailingAllocation allocations(failing);
-            program.after("x.exe -needle");
+            after(program, "x.exe -needle");
             count = allocations.sizes.size();
         }
         // One failed allocation loses at most one thing: the settings, the font, a list or an entry's text.
