@@ -184,15 +184,6 @@ bool run_selected(Str command) {
     return true;
 }
 
-// Appends to row_text. Returns false, row_text unchanged, when out of memory.
-bool row_text_append(Str text) {
-    if (!strbuf_make_room(&row_text, text.count, nullptr)) {
-        return false;
-    }
-    strbuf_append(&row_text, text.count, text.data);
-    return true;
-}
-
 // Puts "folder/name:line: text" on the clipboard, with the line number that the list shows. Out of memory the
 // clipboard stays as it is.
 bool copy_selected() {
@@ -202,9 +193,10 @@ bool copy_selected() {
     }
     char digits[11];
     Str line = str_from_number(static_cast<int32_t>(row.hit.line), digits);
-    bool is_whole = row_text_set(row.file.folder) && row_text_append(str_from("/")) &&
-                    row_text_append(row.file.name) && row_text_append(str_from(":")) &&
-                    row_text_append(line) && row_text_append(str_from(": ")) && row_text_append(row.hit.text);
+    bool is_whole = row_text_set(row.file.folder);
+    for (Str part : {str_from("/"), row.file.name, str_from(":"), line, str_from(": "), row.hit.text}) {
+        is_whole = is_whole && strbuf_try_append(&row_text, part);
+    }
     // Texts that did not fit the scratch arena were read in place: whole only if the search is still the
     // same.
     if (is_whole && selected_row() >= 0) {
