@@ -1,6 +1,12 @@
 // Which disk accesses the interface thread makes in use. The worker does not run here.
+//
+// Not for Windows: the linker redirects the C library's functions that take a path.
+
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,43 +16,81 @@
 #include "os/files.h"
 #include "support/picture.h"
 
+static std::vector<std::string> *asked; // the paths in the calls below, while a test looks
+
+static void note(const char *path) {
+    if (asked) {
+        asked->push_back(path);
+    }
+}
+
+extern "C" {
+int __real_open(const char *path, int flags, mode_t mode);
+int __wrap_open(const char *path, int flags, mode_t mode) {
+    note(path);
+    return __real_open(path, flags, mode);
+}
+int __real_stat(const char *path, struct stat *info);
+int __wrap_stat(const char *path, struct stat *info) {
+    note(path);
+    return __real_stat(path, info);
+}
+int __real_lstat(const char *path, struct stat *info);
+int __wrap_lstat(const char *path, struct stat *info) {
+    note(path);
+    return __real_lstat(path, info);
+}
+int __real_unlink(const char *path);
+int __wrap_unlink(const char *path) {
+    note(path);
+    return __real_unlink(path);
+}
+}
+
 namespace {
 
-std::vector<std::string> asked; // the paths in those calls
+class AskedScope {
+public:
+    AskedScope() {
+        asked = &paths;
+    }
+    ~AskedScope() {
+        asked = nullptr;
+    }
+    AskedScope(const AskedScope &) = delete;
+    AskedScope &operator=(const AskedScope &) = delete;
+
+    std::vector<std::string> paths;
+};
 
 } // namespace
 
-// The names are os_path_exists(Str) and so on, as the compilers for both systems mangle them.
-extern "C" {
-bool __real__Z14os_path_exists3Str(Str path);
-bool __wrap__Z14os_path_exists3Str(Str path) {
-    asked.push_back(to_string(path));
-    return __real__Z14os_path_exists3Str(path);
-}
-bool __real__Z17os_path_is_folder3Str(Str path);
-bool __wrap__Z17os_path_is_folder3Str(Str path) {
-    asked.push_back(to_string(path));
-    return __real__Z17os_path_is_folder3Str(path);
-}
-Str __real__Z16os_file_read_all3Str(Str path);
-Str __wrap__Z16os_file_read_all3Str(Str path) {
-    asked.push_back(to_string(path));
-    return __real__Z16os_file_read_all3Str(path);
-}
-void *__real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder, FolderListingUse use,
-                                                                     FolderEntry *entry);
-void *__wrap__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(Str folder, FolderListingUse use,
-                                                                     FolderEntry *entry) {
-    asked.push_back(to_string(folder));
-    return __real__Z15os_folder_first3Str16FolderListingUseP11FolderEntry(folder, use, entry);
-}
+TEST(DiskUse, EachCallOfThePlatformLayerIsSeen) {
+    const std::vector<std::function<void()>> calls = {
+        [] { os_path_exists(str_from("/mount/x")); },
+        [] { os_path_is_folder(str_from("/mount/x")); },
+        [] { os_file_read_all(str_from("/mount/x")); },
+        [] { os_file_write(str_from("/mount/x"), 1, "x"); },
+        [] { os_file_delete(str_from("/mount/x")); },
+        [] { os_files_of(str_from("/mount/x")); },
+        [] {
+            FolderEntry entry;
+            os_folder_first(str_from("/mount/x"), LIST_ONCE, &entry);
+        },
+    };
+    for (size_t i = 0; i < calls.size(); i++) {
+        AskedScope use;
+        calls[i]();
+        ASSERT_FALSE(use.paths.empty()) << i;
+        EXPECT_EQ(use.paths[0], "/mount/x") << i;
+    }
 }
 
 // A folder on a dead network mount never responds, and must not block the interface.
 TEST(DiskUse, TheInterfaceAsksForNothingOutsideTheProgramsFolder) {
     FrameScope scope;
     scope.focus(&path_field, {{0, 0}});
-    asked.clear();
+    AskedScope use;
     WindowEvent event = {};
     for (char letter : std::string("/mount/fo")) {
         event.type = EVENT_CHAR;
@@ -64,8 +108,8 @@ TEST(DiskUse, TheInterfaceAsksForNothingOutsideTheProgramsFolder) {
     EXPECT_EQ(to_string(strbuf_text(&search_state.path)), "mount/folder"); // typed, completed, edited
     Canvas canvas(1000, 200, 0);
     frame_draw(&canvas.framebuffer, {300, 72});
-    EXPECT_FALSE(asked.empty()); // the saved list's files
-    for (const std::string &path : asked) {
+    EXPECT_FALSE(use.paths.empty()); // the saved list's files
+    for (const std::string &path : use.paths) {
         EXPECT_TRUE(path.starts_with(scope.folder)) << path;
     }
 }
