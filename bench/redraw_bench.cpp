@@ -83,7 +83,7 @@ void redraw_hits(benchmark::State &state) {
     settings.list_keys = state.range(2) != 0;
     list_keys_select(static_cast<uint64_t>(search_state.results_scroll) + 5);
     draw_again_and_again(state);
-    settings.list_keys = 0;
+    settings.list_keys = false;
 }
 BENCHMARK(redraw_hits)
     ->ArgNames({"hits", "from", "list_keys"})

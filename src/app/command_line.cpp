@@ -56,7 +56,7 @@ CommandLine command_line_parse(Str line) {
 void command_line_apply(Str line) {
     CommandLine given = command_line_parse(line);
     if (given.has_path && set_request_text(&search_state.path, given.path)) {
-        strbuf_clean_path(&search_state.path, 1);
+        strbuf_clean_path(&search_state.path, true);
     }
     if (given.has_query) {
         set_request_text(&search_state.query, given.query);

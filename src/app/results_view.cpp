@@ -110,5 +110,5 @@ void results_run_command(Str command, const HitRow &row) {
 uint64_t results_hidden_folder_bytes(Str path) {
     // Cleans a copy, as the field keeps its text as typed. Nothing is left out when the scratch arena is
     // full.
-    return str_name_start(path_clean(scratch_join(path, {}), 0));
+    return str_name_start(path_clean(scratch_join(path, {}), false));
 }

@@ -19,19 +19,19 @@ struct Settings {
     int32_t line_height;   // of a row
     int32_t text_y_offset; // from a row's top to its baseline
 
-    uint8_t show_full_paths;     // in the results list
-    uint8_t remember_last_path;  // whether start-up restores the path of the last run
-    uint8_t remember_last_query; // the same for the query
+    bool show_full_paths;     // in the results list
+    bool remember_last_path;  // whether start-up restores the path of the last run
+    bool remember_last_query; // the same for the query
 
     int64_t max_file_size; // bytes; 0: no limit; the worker reads the copy in search_state
 
     // Extensions. The worker reads its copies in search_state.
     uint32_t reader_count; // 0 to 64
-    uint8_t status_line;   // whether there is one, and whether the worker counts for it
-    uint8_t ignore_case;   // whether ASCII letters match in either case
+    bool status_line;      // whether there is one, and whether the worker counts for it
+    bool ignore_case;      // whether ASCII letters match in either case
     Str skip_folders;      // names separated by whitespace; part of file, not zero-terminated
-    uint8_t list_keys;     // see list_keys.h
-    uint8_t utf8_text;     // handed to the drawing as text_is_utf8
+    bool list_keys;        // see list_keys.h
+    bool utf8_text;        // handed to the drawing as text_is_utf8
     Str fallback_font;     // its path as written, part of file; loaded only with utf8_text
 
     // Templates of the commands that a click on a hit runs; parts of file, or constants; not zero-terminated.

@@ -24,7 +24,7 @@ PlatformWindow *startup_open_window() {
         return nullptr;
     }
     os_window_center(window, monitor);
-    os_window_show(window, 1);
+    os_window_show(window, true);
     os_set_event_callback(input_handle_event);
     frame_clock_start(monitor->refresh_rate);
     int64_t frame_ms = frame_clock.target_us / 1000;

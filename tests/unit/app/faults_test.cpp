@@ -1022,7 +1022,7 @@ const std::vector<Step> steps = {
      {}},
     {"copying a selected hit",
      [](InterfaceScope *scope) {
-         settings.list_keys = 1;
+         settings.list_keys = true;
          list_keys = {};
          FileEntry *file = reinterpret_cast<FileEntry *>(results_store.file_table.data);
          *file = {str_over(long_folder), str_over(long_name)};

@@ -381,7 +381,7 @@ TEST(FramesWhileSearching, CountsAreOfOneSearch) {
     telling::fill(tree);
     FrameScope scope;
     CountsScope counts_scope;
-    settings.status_line = 1;
+    settings.status_line = true;
     set_field(path, tree.path());
     const char *const queries[] = {"needle", "no such text"};
     SearchCounts expected[2];

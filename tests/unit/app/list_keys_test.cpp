@@ -31,7 +31,7 @@ struct KeysScope : FrameScope {
     Canvas canvas;
 
     explicit KeysScope(int32_t height = 200) : canvas(width, height, 0xFF000000) { // of ten rows
-        settings.list_keys = 1;
+        settings.list_keys = true;
         list_keys = {};
         recorded_commands.clear();
         settings.left_click_cmd = str_from("L {tarn_file_name}:{tarn_row}");
@@ -245,7 +245,7 @@ TEST(ListKeysSelect, ARowOfAMissingFileIsPassed) {
 
 TEST(ListKeysSelect, OffTheKeysAndTheMouseDoWhatTheyAlwaysDid) {
     KeysScope scope;
-    settings.list_keys = 0;
+    settings.list_keys = false;
     for (uint16_t code : {KEY_UP, KEY_DOWN, KEY_PAGE_UP, KEY_PAGE_DOWN, KEY_ENTER}) {
         EXPECT_EQ(after(code), "-@0");
         EXPECT_EQ(after(code, {KEY_CTRL}), "-@0");
@@ -662,7 +662,7 @@ TEST(ListKeysPicture, OffAndWithoutASelectionOrAScrollBarTheFrameIsTheSame) {
     results_store.hit_table.count = 10;
     Canvas with(width, 260, 0), without(width, 260, 0);
     frame_draw(&with.framebuffer, nowhere);
-    settings.list_keys = 0;
+    settings.list_keys = false;
     list_keys_select(3);
     frame_draw(&without.framebuffer, nowhere);
     EXPECT_TRUE(std::equal(with.framebuffer.pixels, with.framebuffer.pixels + width * 260,
@@ -897,7 +897,7 @@ TEST(ListKeysBar, AListThatGetsShortMeanwhileIsLeftAlone) {
 
 TEST(ListKeysStatusLine, TheListEndsAboveItAndADragGoesOnOverIt) {
     KeysScope scope(200 + 23); // so the list is as high as without it in a window of 200
-    settings.status_line = 1;
+    settings.status_line = true;
     scope.draw();
     EXPECT_EQ(thumb(&scope), "0-47");
     select(9, 0);

@@ -293,7 +293,7 @@ TEST(ResultsList, TextsWithoutMemoryAreEmpty) {
     hit.line = 7;
     dynarray_push(&results_store.hit_table, sizeof(hit), &hit);
     expect_rows(6, {"  ", ":7 "});
-    settings.show_full_paths = 1;
+    settings.show_full_paths = true;
     expect_rows(6, {"  ", ":7 "});
     EXPECT_EQ(click({50, 20}, LEFT, 6), "L /:7:0|");
 }
@@ -382,7 +382,7 @@ TEST(ResultsList, TheScrollOfTheFrameIsTheFirstRow) {
 TEST(ResultsList, FoldersStartWithTheSearchedOnesName) {
     ListScope scope;
     expect_rows(3, {"main.c  proj/src", ":200 return needle;", "b.h  proj", ":1 needle"});
-    settings.show_full_paths = 1;
+    settings.show_full_paths = true;
     expect_rows(3, {"main.c  C:/code/proj/src", ":200 return needle;", "b.h  C:/code/proj", ":1 needle"});
 }
 
@@ -641,7 +641,7 @@ TEST(ResultsMouse, ARowThatANewSearchOverwritesRunsWhatIsShown) {
 
 TEST(ResultsMouse, ARowWhoseTextsDoNotFitTheScratchArenaRunsNothing) {
     ListScope scope;
-    settings.show_full_paths = 1; // so that nothing else is joined there
+    settings.show_full_paths = true; // so that nothing else is joined there
     uint64_t folder_size = strlen("C:/code/proj/src") + 1, name_size = strlen("main.c") + 1;
     for (uint64_t room :
          {folder_size + name_size, folder_size + name_size - 1, folder_size, folder_size - 1}) {
@@ -663,7 +663,7 @@ TEST(ResultsMouse, TheCommandIsTheTemplateWithTheHitsParts) {
         str_from("{tarn_row} {tarn_column} {tarn_byte} {tarn_file_name} {tarn_file_folder} "
                  "{tarn_file_folder_bs} {tarn_no}");
     EXPECT_EQ(click({50, 50}), "200 8 2000 main.c C:/code/proj/src C:\\code\\proj\\src {tarn_no}|");
-    settings.show_full_paths = 1; // changes only what is shown
+    settings.show_full_paths = true; // changes only what is shown
     EXPECT_EQ(click({50, 50}), "200 8 2000 main.c C:/code/proj/src C:\\code\\proj\\src {tarn_no}|");
 }
 
@@ -1137,7 +1137,7 @@ TEST(ResultsPicture, ALineUnderTheMouse) {
 
 TEST(ResultsPicture, WithFullPaths) {
     PictureScope scope;
-    settings.show_full_paths = 1;
+    settings.show_full_paths = true;
     scope.expect("results_full_paths");
 }
 

@@ -765,7 +765,7 @@ TEST(SettingsExtensions, SkipFoldersWithoutNamesTakeTheNextLine) {
     Applied applied("skip_folders \t\r\nfont_size 20\nshow_full_paths yes\nskip_folders_not a");
     EXPECT_EQ(to_string(settings.skip_folders), "font_size 20");
     EXPECT_EQ(applied.before_fallbacks.font_size, 0);
-    EXPECT_EQ(settings.show_full_paths, 1);
+    EXPECT_TRUE(settings.show_full_paths);
     Applied at_the_end("skip_folders \t\r\n \n");
     EXPECT_EQ(settings.skip_folders.count, 0u); // so nothing is skipped
 }
@@ -982,11 +982,11 @@ TEST(PackagedSettings, NameEveryExtension) {
             EXPECT_EQ(count_key_lines(&file, key, true), 1u) << key;
         }
         Applied applied(file);
-        EXPECT_EQ(settings.status_line, 1);
-        EXPECT_EQ(settings.ignore_case, 1);
-        EXPECT_EQ(settings.list_keys, 1);
+        EXPECT_TRUE(settings.status_line);
+        EXPECT_TRUE(settings.ignore_case);
+        EXPECT_TRUE(settings.list_keys);
         EXPECT_EQ(to_string(settings.skip_folders), ".git node_modules build");
-        EXPECT_EQ(settings.utf8_text, 1);
+        EXPECT_TRUE(settings.utf8_text);
         EXPECT_EQ(to_string(settings.fallback_font), "fallback.ttf");
     }
 }

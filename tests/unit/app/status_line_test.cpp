@@ -90,7 +90,7 @@ struct StatusScope : FrameScope {
     CountsScope counts;
 
     StatusScope() {
-        settings.status_line = 1;
+        settings.status_line = true;
         publish_request(); // forgets what an earlier test's click has left
         search_state.request_pending = 0;
         search_state.results_dirty = 0;
@@ -279,9 +279,9 @@ TEST(StatusLine, LeavesTheRestAsInAWindowWithoutItsRow) {
             StatusScope scope;
             states[state](scope);
             Canvas without(300, height - row_height, unpainted), with(300, height, unpainted);
-            settings.status_line = 0;
+            settings.status_line = false;
             frame_draw(&without.framebuffer, {100, 72});
-            settings.status_line = 1;
+            settings.status_line = true;
             frame_draw(&with.framebuffer, {100, 72});
             SCOPED_TRACE(std::to_string(state) + ", " + std::to_string(height));
             EXPECT_TRUE(is_same(without.framebuffer, with.framebuffer, height - row_height));
@@ -327,7 +327,7 @@ TEST(StatusLine, GivesWayToTheFieldsInALowWindowAndTheListToBoth) {
             EXPECT_EQ(is_status, y >= list_bottom(height)) << height << ", " << y;
         }
     }
-    settings.status_line = 0;
+    settings.status_line = false;
     for (int32_t height : {0, 1, 50, 1000}) {
         EXPECT_EQ(list_bottom(height), height);
     }
@@ -397,7 +397,7 @@ TEST(StatusLine, ShortensAStepOfTheWheel) {
     search_state.results_scroll = 0;
     results_scroll_by(-1, 500 + row_height);
     EXPECT_EQ(search_state.results_scroll, 500 / 5 / 15);
-    settings.status_line = 0;
+    settings.status_line = false;
     results_scroll_by(-1, 500 + row_height);
     EXPECT_EQ(search_state.results_scroll, 500 / 5 / 15 + (500 + row_height) / 5 / 15);
 }
@@ -492,7 +492,7 @@ void press(uint16_t code) {
 
 TEST(StatusLine, ShowsWhyEnterStartedNothingUntilAKeyStartsSomething) {
     FailingClicks clicks;
-    settings.list_keys = 1;
+    settings.list_keys = true;
     clicks.draw();
     press(KEY_DOWN);
     os_start_error = 2;
@@ -510,7 +510,7 @@ TEST(StatusLine, ShowsWhyEnterStartedNothingUntilAKeyStartsSomething) {
 
 TEST(StatusLine, CoversNoHitThatTheKeysSelect) {
     FailingClicks clicks;
-    settings.list_keys = 1;
+    settings.list_keys = true;
     clicks.draw();
     for (int i = 0; i < 30; i++) {
         press(KEY_DOWN);
