@@ -71,18 +71,14 @@ int64_t last_first() {
     return first_ending_at(row_count() - 1);
 }
 
-// If the worker takes a request in between, its list is scrolled like the one before.
-void scroll_to(int64_t first) {
-    search_state.results_scroll = static_cast<int32_t>(std::clamp<int64_t>(first, 0, INT32_MAX));
-}
-
 // Scrolls as little as makes the row wholly visible.
 void show_row(int64_t row) {
     int64_t first = search_state.results_scroll;
     if (row < first) {
-        scroll_to(row - row_is(row - 1, RESULT_FILE_HEADER)); // looks the same, but reaches the list's start
+        // From the file's header row it looks the same, but the list's start is reached.
+        results_scroll_to(row - row_is(row - 1, RESULT_FILE_HEADER));
     } else if (row > last_visible(first)) {
-        scroll_to(first_ending_at(row));
+        results_scroll_to(first_ending_at(row));
     }
 }
 
@@ -143,7 +139,7 @@ void select_next(int32_t direction) {
 }
 
 void go_to_end(int32_t direction) {
-    scroll_to(direction > 0 ? last_first() : 0);
+    results_scroll_to(direction > 0 ? last_first() : 0);
     if (selected_row() >= 0) {
         select_from(direction > 0 ? row_count() - 1 : 0, direction);
     }
@@ -159,7 +155,7 @@ void go_page(int32_t direction) {
         }
         return;
     }
-    scroll_to(next);
+    results_scroll_to(next);
     if (selected_row() >= 0) {
         select_from(std::clamp(selected_row() + next - first, next, last_visible(next)), direction);
     }
@@ -250,7 +246,7 @@ namespace {
 // y: of the press, from the list's top.
 void press_bar(const ScrollThumb &thumb, int32_t y) {
     if (y < thumb.offset || y >= thumb.offset + thumb.length) {
-        scroll_to(page_from(search_state.results_scroll, y < thumb.offset ? -1 : 1));
+        results_scroll_to(page_from(search_state.results_scroll, y < thumb.offset ? -1 : 1));
         return;
     }
     int32_t screen_y = ui_state.slots[MOUSE_LEFT].press_position.y;
@@ -267,7 +263,7 @@ void drag_bar(int32_t travel) {
     if (y != list_keys.drag_y && travel > 0) {
         list_keys.drag_y = y;
         int64_t offset = std::clamp<int64_t>(int64_t{y} - list_keys.drag_top_y, 0, travel);
-        scroll_to((offset * last_first() + travel / 2) / travel);
+        results_scroll_to((offset * last_first() + travel / 2) / travel);
     }
     list_keys.is_dragging = is_held;
 }

@@ -18,11 +18,13 @@ int32_t list_bottom(int32_t client_height) {
     return static_cast<int32_t>(std::max(client_height - row, std::min<int64_t>(fields, client_height)));
 }
 
+void results_scroll_to(int64_t row) {
+    search_state.results_scroll = static_cast<int32_t>(std::clamp<int64_t>(row, 0, INT32_MAX));
+}
+
 void results_scroll_by(int32_t direction, int32_t client_height) {
-    // If the worker takes a request in between, its list is scrolled like the one before.
     int32_t step = static_cast<int32_t>(list_bottom(client_height) * 0.2 / settings.line_height);
-    int64_t scroll = search_state.results_scroll - int64_t{direction} * std::max(step, 1);
-    search_state.results_scroll = static_cast<int32_t>(std::clamp<int64_t>(scroll, 0, INT32_MAX));
+    results_scroll_to(search_state.results_scroll - int64_t{direction} * std::max(step, 1));
 }
 
 ScrollThumb scroll_thumb(int32_t area, int32_t first_visible_hit) {

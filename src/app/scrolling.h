@@ -1,4 +1,4 @@
-// Scrolling of the hits by the wheel, and the scroll bar. Interface thread only.
+// Scrolling of the hits, and the scroll bar. Interface thread only.
 #pragma once
 
 #include <stdint.h>
@@ -8,6 +8,10 @@
 // Where the list area ends in a window of that client height: at its lower edge or, with a status line, at
 // the top of that line. In a low window the fields come first, then the status line, then the list.
 int32_t list_bottom(int32_t client_height);
+
+// Makes that row of the hit table the first visible one; one below 0 counts as 0. If the worker takes a
+// request at the same time, the new list may be scrolled instead of starting at its top.
+void results_scroll_to(int64_t row);
 
 // Scrolls by one step of the wheel: a fifth of the client height without the status line, in pixels, and at
 // least one hit. A positive direction scrolls up, stopping at the first hit; a negative one scrolls down,
