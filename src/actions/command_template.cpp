@@ -147,7 +147,7 @@ void replace(GapText *text, const Placeholder &placeholder, const HitRow &row) {
         return;
     case FILE_FOLDER_BACKSLASHED:
         insert_backslashed(text, row.file.folder);
-        pass_byte(text); // intentionally not scanned, whether or not it is the folder's first
+        pass_byte(text); // intentional: the next byte is not scanned, even if no folder was inserted
         return;
     case HIT_ROW:
         number = row.hit.line;
@@ -160,7 +160,7 @@ void replace(GapText *text, const Placeholder &placeholder, const HitRow &row) {
         break;
     }
     if (!insert_done(text, str_from_number(static_cast<int32_t>(number), digits))) {
-        pass_byte(text); // likewise: when out of memory, the byte after the placeholder
+        pass_byte(text); // intentional as well: out of memory, the next byte is not scanned
     }
 }
 

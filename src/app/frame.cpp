@@ -25,8 +25,8 @@ void (*frame_sleep_us)(int64_t us) = os_sleep_us;
 
 namespace {
 
-// Larger than any window, and small enough for sums of it to fit.
-constexpr int32_t far_below = 1 << 24; // pixels
+// In pixels: more than any window has, and small enough for sums to fit 32 bits.
+constexpr int32_t far_below = 1 << 24;
 
 // Draws a table of folders, one name per row, from the layout's place down to the framebuffer's lower edge,
 // and moves the layout below them.

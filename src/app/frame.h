@@ -18,7 +18,7 @@ struct FrameClock {
     int64_t total_us;          // sum of all frames
     int64_t total_ms;
     int64_t last_ms;
-    double last_fraction; // last frame's length as a part of target_us
+    double last_fraction; // last frame's length divided by target_us
     uint64_t drawn_count; // frames drawn
 };
 extern FrameClock frame_clock;

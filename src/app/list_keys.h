@@ -1,8 +1,8 @@
 // The extension list_keys: a selected hit, the keys that move it, run its commands and scroll the list, and
 // the mouse on the scroll bar. Used only while settings.list_keys is set. Interface thread only.
 //
-// The selection is a row of the hit table together with the numbers of the search that it belongs to, so rows
-// that are added do not move it, and a new search ends it.
+// The selection is a row of the hit table together with the search that it belongs to (current_search), so
+// rows that are added do not move it, and a new search ends it.
 #pragma once
 
 #include <stdint.h>
@@ -16,10 +16,10 @@ struct ListKeys {
     int32_t rows_top;
     int32_t rows_bottom;
 
-    uint64_t search; // the requests published and taken when this frame's list or this key began
+    uint64_t search; // current_search() when this frame's list or this key began
 
     bool has_selection;       // counts only while selected_search is the current search
-    uint64_t selected_search; // search at that time
+    uint64_t selected_search; // the search in which the row was selected
     int64_t selected_row;     // of the hit table
 
     bool is_dragging;   // the scroll bar's thumb

@@ -128,7 +128,7 @@ struct SearchedFolder : ProgramFolder {
 
 // The whole program, from an empty process to the loop.
 struct StartedProgram : ProgramScope {
-    StartedProgram() { // its window is 200 pixels high, which are drawn faster
+    StartedProgram() { // a window 200 pixels high, which is drawn faster
         HeadlessMonitor low = {true, {0, 0, 1280, 223}, {0, 0, 1280, 223}, {1280, 223}, 60, "screen"};
         headless_set_monitors(&low, 1);
     }
@@ -300,7 +300,7 @@ void fail_each_of_start_up(const char *phase, bool names_font) {
     SearchedFolder program(names_font ? settings_with_font : settings_without_font);
     uint64_t runs = 0, left_out = 0;
     for (Series series : both_series) {
-        for (uint64_t nth = 0; nth <= START_ALLOCATIONS; nth++) { // at last nothing fails
+        for (uint64_t nth = 0; nth <= START_ALLOCATIONS; nth++) { // the last run fails nothing
             SCOPED_TRACE(place(nth, series));
             program.put_lists();
             // A font without memory for its sizes is replaced as a whole, and its file stays allocated.
@@ -391,7 +391,7 @@ constexpr NeverEndingStep never_ending_steps[] = {
          start_copy(OTHER_FOLDERS);
          list_folders_in_copy();
      }},
-    // Within or after a search; the tests of searches check each of theirs themselves.
+    // Within or after a search. The tests of searches check their own such steps.
     {"another file, folder or hit after the growth of its table has failed",
      "the table has been emptied and has capacity 0 from then on",
      [] {
@@ -468,7 +468,7 @@ bool is_listing(uint64_t size) {
 constexpr uint64_t note_size = sizeof(RetiredBlock);
 
 struct SearchedFile {
-    std::string folder; // '/' at its end, empty for the top
+    std::string folder; // ends with '/'; empty for the searched folder itself
     std::string name;
     uint64_t size;
     int hits;

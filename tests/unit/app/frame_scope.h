@@ -58,7 +58,7 @@ struct FrameScope : AppScope {
         }
     }
 
-    // A file of which hits follow.
+    // A file; its hits follow.
     static void put_file(const char *in_folder, const char *name) {
         FileEntry file = {str_from(in_folder), str_from(name)};
         dynarray_push(&results_store.file_table, sizeof(file), &file);

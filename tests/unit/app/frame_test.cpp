@@ -610,7 +610,7 @@ namespace {
 // Replaces the loop's sleeps while it lives.
 struct NoSleeps {
     static inline std::vector<uint32_t> asked_ms;
-    static inline int64_t ticks; // that the next sleep pretends to last, and the one after takes back
+    static inline int64_t ticks; // added to the clock by the next sleep, subtracted by the one after
 
     explicit NoSleeps(int64_t first_lasts = 0) {
         asked_ms.clear();
@@ -919,7 +919,7 @@ TEST(FrameLoop, ClosingEndsItAtOnceAlsoWhileBusy) {
         EXPECT_EQ(frame_turn(loop.window), 0);
         EXPECT_EQ(frame_clock.drawn_count, drawn);
         EXPECT_EQ(search_state.results_dirty, 1);
-        EXPECT_EQ(headless_cursor(), CURSOR_WAIT); // not set any more
+        EXPECT_EQ(headless_cursor(), CURSOR_WAIT); // no longer set
         EXPECT_EQ(frame_turn(loop.window), 0);
     }
 }
@@ -1124,7 +1124,7 @@ TEST(FrameLoop, LessThanAMillisecondIsNotSlept) {
     Loop loop(30);
     NoSleeps none; // each ends at once, so the turn goes on asking until less than 1 ms is left
     const std::vector<uint32_t> &sleeps = NoSleeps::asked_ms;
-    while (sleeps.empty()) { // a turn that takes its whole time does not sleep
+    while (sleeps.empty()) { // a turn that uses up its frame does not sleep
         loop.frames_in(1);
     }
     EXPECT_LE(*std::max_element(sleeps.begin(), sleeps.end()), 33u);

@@ -520,7 +520,7 @@ TEST(InputEnter, DoesNothingInTheQuery) {
 
 TEST(InputEnter, DoesNothingWithoutMatchingFolders) {
     FrameScope scope;
-    put_completions("C:/code/pr", {}); // there are others
+    put_completions("C:/code/pr", {}); // only other folders
     Seen before = see(scope);
     key(KEY_ENTER);
     EXPECT_TRUE(see(scope) == before);
@@ -554,10 +554,11 @@ TEST(InputEnter, OutOfMemoryForTheTextNothingChanges) {
     Seen before = see(scope);
     int asked = 0;
     {
-        HeapHookScope hook([&asked](uint64_t size) { // the file could be written
-            asked += size == 2049;
-            return size != 2049;
-        });
+        HeapHookScope hook(
+            [&asked](uint64_t size) { // only the text's new storage fails, not the file's bytes
+                asked += size == 2049;
+                return size != 2049;
+            });
         key(KEY_ENTER);
     }
     EXPECT_EQ(asked, 1);

@@ -361,7 +361,7 @@ TEST(ListKeysScroll, GoesAsFarAsThePlainRuleSaysInRandomLists) {
                 first++;
             }
             if (first == row && search_state.results_scroll == row - 1) {
-                first--; // a file's name looks the same in its own row
+                first--; // looks the same with the file's own row
                 EXPECT_TRUE(is_file[static_cast<size_t>(first)]);
             }
             ASSERT_EQ(state(), std::to_string(row) + "@" + std::to_string(first));
@@ -739,7 +739,7 @@ TEST(ListKeysBar, AClickAboveOrBelowTheThumbScrollsByAPageAndRunsNothing) {
     scope.draw();
     click(&scope, {bar_x, list_top});
     EXPECT_EQ(state(), "-@14");
-    select(20, 14); // which keys move, the bar does not
+    select(20, 14); // a hit; the bar does not move the selection
     click(&scope, {bar_x, list_top});
     EXPECT_EQ(state(), "20@6");
     EXPECT_EQ(commands(), "");
@@ -774,7 +774,7 @@ TEST(ListKeysBar, TheThumbFollowsThePointerThatHoldsIt) {
     button(MOUSE_LEFT, BUTTON_PRESSED, {395, list_top + 40});
     scope.draw();
     EXPECT_EQ(state(), "-@0");
-    for (int32_t by : {2, 3}) { // to the nearest row, of which 22 share 102 pixels
+    for (int32_t by : {2, 3}) { // a row is 102 / 22 pixels of the bar; the nearest one counts
         move_to({395, list_top + 40 + by});
         scope.draw();
         EXPECT_EQ(search_state.results_scroll, by - 2);

@@ -788,7 +788,7 @@ TEST(ResultsMany, AMillionLookLikeAHundredFromTheSamePlace) {
         draw_list(&last, static_cast<int32_t>(million - 100) + offset, &last_layout);
         EXPECT_TRUE(same_pixels(few.framebuffer, last.framebuffer)) << offset;
         EXPECT_EQ(few_layout.y, last_layout.y);
-        if (offset <= 55) { // the hundred end further down
+        if (offset <= 55) { // below, the list of a hundred ends within the window
             Layout many_layout = layout_at(0, {50, 20});
             draw_list(&many, 500000 + offset, &many_layout);
             EXPECT_TRUE(same_pixels(few.framebuffer, many.framebuffer)) << offset;

@@ -242,7 +242,7 @@ TEST(SettingsInteger, ANegativeOneReadsTwoMoreCharacters) {
     EXPECT_EQ(font_size_read("-3\n\n4 x"), -3);
     EXPECT_EQ(font_size_read("-\n45 x"), -4);
     EXPECT_EQ(font_size_read("3\n45 x"), 3);
-    // Where the file ends first.
+    // The file ends before the two characters.
     EXPECT_EQ(font_size_read("-3\n"), -3);
     EXPECT_EQ(font_size_read("-"), 0);
     EXPECT_EQ(font_size_read("-\n"), 0);
@@ -700,7 +700,7 @@ TEST(SettingsExtensions, ReadersAreANumberUpTo64AndNoneOtherwise) {
         EXPECT_EQ(readers_after(std::string("readers ") + value), 0u) << value;
     }
     EXPECT_EQ(readers_after("readers"), 0u);
-    EXPECT_EQ(readers_after("readers 8\nreaders x"), 0u); // the later one holds
+    EXPECT_EQ(readers_after("readers 8\nreaders x"), 0u); // the last one wins
     EXPECT_EQ(readers_after("Readers 8"), 0u);
 }
 

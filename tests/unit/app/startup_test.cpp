@@ -47,13 +47,13 @@ TEST(StartupWindow, Is1000WideAndNineTenthsOfTheWorkAreaHigh) {
 TEST(StartupWindow, IsCentredWhileItIsHiddenAndDeliversNoEventsUntilItIsShown) {
     ProgramScope scope;
     static std::vector<bool> visible_when_moved;
-    os_set_event_callback([](const WindowEvent *event) { // until the program's
+    os_set_event_callback([](const WindowEvent *event) { // until the program sets its own
         if (event->type == EVENT_WINDOW_MOVED) {
             visible_when_moved.push_back(headless_view(event->window)->is_visible);
         }
     });
     scope.window = startup_open_window();
-    EXPECT_EQ(visible_when_moved, (std::vector<bool>{false, true})); // centred, shown
+    EXPECT_EQ(visible_when_moved, (std::vector<bool>{false, true})); // when centred, when shown
 }
 
 TEST(StartupWindow, ThereIsNoneWithoutAMonitorOrWhenItCannotBeCreated) {
