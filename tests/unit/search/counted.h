@@ -21,11 +21,10 @@ struct CountsScope {
     CountsScope &operator=(const CountsScope &) = delete;
 };
 
-// The counts as the interface sees them, without the time.
-inline std::string counted() {
+// Counts, by default as the interface sees them, without the time.
+inline std::string counted(const SearchCounts &counts = search_counts_now()) {
     static const char *const outcomes[] = {
         "none", "runs", "finished", "no such folder", "not a folder", "unreadable folder", "ends in slash"};
-    SearchCounts counts = search_counts_now();
     return std::string(outcomes[counts.outcome]) + ": " + std::to_string(counts.hits) + " hits in " +
            std::to_string(counts.files_with_hits) + " of " + std::to_string(counts.files) + ", " +
            std::to_string(counts.too_large) + " too large, " + std::to_string(counts.unreadable) +

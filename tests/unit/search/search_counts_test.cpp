@@ -9,6 +9,7 @@
 #include "os/threads.h"
 #include "search/counted.h"
 #include "search/worker.h"
+#include "support/each_step.h"
 #include "support/heap_hook.h"
 #include "support/system_files.h"
 #include "support/test_tree.h"
@@ -144,6 +145,39 @@ TEST(SearchCounts, AreAllZeroBetweenTheTakingOfARequestAndItsSearch) {
     take_request();
     EXPECT_EQ(counted(), nothing);
 }
+
+#ifndef _WIN32
+TEST(SearchCounts, AreOfOneSearchWheneverTheNextOneBegins) {
+    SearchScope scope;
+    CountsScope counts;
+    static int steps_before; // the next search begins
+    static SearchCounts now;
+    int starts = 0;
+    do {
+        steps_before = starts++;
+        search_counts_begin();
+        for (volatile uint64_t *count :
+             {&search_counts.files, &search_counts.files_with_hits, &search_counts.hits,
+              &search_counts.too_large, &search_counts.unreadable}) {
+            count_one(count);
+        }
+        search_state.request_pending = 0;
+        std::string first = counted();
+        states_while([] { now = search_counts_now(); }, 0,
+                     [] {
+                         if (steps_before-- == 0) {
+                             take_request();
+                             search_counts_begin();
+                         }
+                         return each_step::State{};
+                     });
+        EXPECT_NE(first, nothing);
+        std::string seen = counted(now);
+        EXPECT_TRUE(seen == first || seen == nothing) << seen;
+    } while (steps_before < 0);
+    EXPECT_GT(starts, 10);
+}
+#endif
 
 TEST(SearchCounts, GrowWhileTheSearchRuns) {
     TestTree tree;
