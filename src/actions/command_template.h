@@ -29,7 +29,8 @@ constexpr uint64_t longest_command = 0x4000000;
 
 // Replaces the placeholders of the template in row_text by the hit's values, and starts the result, unless it
 // is empty, without a console window and without waiting. Returns 0, or the system's error code when it could
-// not be started; row_text then has the command. A value is left out when out of memory for it.
+// not be started; row_text then has the command. A value is left out when out of memory for it. row is
+// a whole copy (ROW_COPIED): the worker may overwrite other rows' texts.
 //
 // Placeholders in inserted values are not replaced, except in the folder of {tarn_file_folder_bs}, unless it
 // begins with one. Intentional.
