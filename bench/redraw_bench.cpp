@@ -29,9 +29,9 @@ void set_up() {
     strbuf_init(&search_state.query, 1024);
     set_request_text(&search_state.path, str_from("C:/code/tarnwick/"));
     set_request_text(&search_state.query, str_from("EVENT_WINDOW_RESIZED"));
-    dynarray_init(&ui_focus.caret_list, sizeof(Caret), 16);
-    ui_focus.field = &query_field;
-    editor_set_single_caret(0, editor_text_end(&search_state.query));
+    dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
+    input_field.focused_field = &query_field;
+    field_set_single_caret(0, field_text_end(&query_field));
     results_store_reserve();
 }
 

@@ -19,7 +19,7 @@ namespace {
 // Hands an event to the focused field's line editor.
 void edit(Field *field, const WindowEvent *event) {
     bool handled = false, text_changed = false;
-    editor_handle_event(field->text, event, &handled, &text_changed);
+    field_handle_key(field, event, &handled, &text_changed);
     if (text_changed) {
         field_changed(field);
     }
@@ -35,15 +35,15 @@ void complete_path(Field *field) {
     if (folder.copy != ROW_COPIED || !set_request_text_end(field->text, name_start, folder.name)) {
         return;
     }
-    int32_t end = editor_text_end(field->text);
-    editor_set_single_caret(end, end);
+    int32_t end = field_text_end(field);
+    field_set_single_caret(end, end);
     field_changed(field);
 }
 
 // Selects the other field's whole text. An open drop-down stays open and becomes the other field's.
 void focus_other_field(const Field *field) {
-    ui_focus.field = field->is_path ? &query_field : &path_field;
-    editor_set_single_caret(0, editor_text_end(ui_focus.field->text));
+    input_field.focused_field = field->is_path ? &query_field : &path_field;
+    field_set_single_caret(0, field_text_end(input_field.focused_field));
 }
 
 // A press may come without a motion to its position, so it moves the pointer too.
@@ -68,7 +68,7 @@ void handle_key(const WindowEvent *event) {
     if (settings.list_keys && list_keys_handle(event->key)) {
         return;
     }
-    Field *field = ui_focus.field;
+    Field *field = input_field.focused_field;
     if (!field) {
         return;
     }
@@ -88,8 +88,8 @@ void handle_key(const WindowEvent *event) {
 
 void handle_character(const WindowEvent *event) {
     // Tab and Enter act as keys only. Escape's character is intentionally typed.
-    if (ui_focus.field && event->character.unit != '\t' && event->character.unit != '\n') {
-        edit(ui_focus.field, event);
+    if (input_field.focused_field && event->character.unit != '\t' && event->character.unit != '\n') {
+        edit(input_field.focused_field, event);
     }
 }
 
@@ -114,8 +114,8 @@ void handle(const WindowEvent *event) {
         break;
     case EVENT_FOCUS:
         if (!event->focus.is_gained) {
-            ui_release_all();      // the releases go to another window
-            editor_merge_carets(); // as Shift's release does
+            ui_release_all();     // the releases go to another window
+            field_merge_carets(); // as Shift's release does
         }
         break;
     }

@@ -232,7 +232,7 @@ bool list_keys_handle(const KeyPayload &key) {
         }
         return true;
     case KEY_ENTER:
-        return is_fresh && ui_focus.field == &query_field &&
+        return is_fresh && input_field.focused_field == &query_field &&
                run_selected(ctrl ? settings.right_click_cmd : settings.left_click_cmd);
     default:
         return false;

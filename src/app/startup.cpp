@@ -47,7 +47,7 @@ void startup_reserve_buffers() {
     results_store_reserve_files_and_hits();
     saved_lists_reserve();
     results_store_reserve_folders();
-    dynarray_init(&ui_focus.caret_list, sizeof(Caret), 16);
+    dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
 }
 
 void startup_load(Str folder, Str command_line) {
@@ -59,7 +59,7 @@ void startup_load(Str folder, Str command_line) {
 }
 
 void startup_focus() {
-    ui_focus.field = &query_field;
-    editor_set_single_caret(0, editor_text_end(query_field.text));
+    input_field.focused_field = &query_field;
+    field_set_single_caret(0, field_text_end(&query_field));
     saved_mark_update(&query_field);
 }

@@ -25,7 +25,7 @@ Field query_field = {
 
 void field_changed(Field *field) {
     saved_mark_update(field); // a path may get shorter
-    editor_clamp_carets(field->text);
+    field_clamp_carets(field);
     saved_list_write(field);
     publish_request();
 }

@@ -104,7 +104,7 @@ void draw_selection_box(Framebuffer *framebuffer, Rect box) {
 }
 
 void draw_carets(Framebuffer *framebuffer, const Layout *layout, int32_t text_x, Str text) {
-    for (Caret caret : editor_carets()) {
+    for (Caret caret : field_carets()) {
         auto [start, end] = std::minmax(caret.anchor, caret.caret);
         int32_t left = text_x + pen_at(layout, text, static_cast<uint64_t>(start));
         if (start == end) {
@@ -146,11 +146,11 @@ namespace {
 // starts before the file is written.
 void pick_entry(Field *field, Str entry) {
     set_request_text(field->text, entry); // out of memory: the old text is searched for again
-    ui_focus.dropdown_open = false;
+    input_field.dropdown_open = false;
     saved_mark_update(field); // cleans a path, so it comes before the request
     publish_request();
     saved_list_write(field);
-    editor_set_single_caret(0, editor_text_end(field->text));
+    field_set_single_caret(0, field_text_end(field));
 }
 
 // Draws the open list below the field and moves the layout below it. Removed entries are shown too, so that
@@ -174,7 +174,7 @@ void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
         if (toggle_button(framebuffer, button_in(row), entry->in_use != 0, layout)) {
             os_print("ungav %i\n", static_cast<int32_t>(entry->in_use));
             saved_entry_flip(field, i);
-            editor_clamp_carets(field->text);
+            field_clamp_carets(field);
         } else if (is_hovered && ui_went_down(MOUSE_LEFT)) {
             picked = i;
         }
@@ -188,13 +188,13 @@ void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
 } // namespace
 
 bool dropdown_is_shown(const Field *field) {
-    return ui_focus.field == field && ui_focus.dropdown_open && field->entries.count > 0;
+    return input_field.focused_field == field && input_field.dropdown_open && field->entries.count > 0;
 }
 
 // ---- The field ----
 
 void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *layout) {
-    bool is_focused = ui_focus.field == field;
+    bool is_focused = input_field.focused_field == field;
     bool is_saved = field->is_saved; // before this frame's click
     Rect row = {layout->x, layout->y, layout->width, layout->row_advance};
     bool is_hovered = is_inside(row, layout->mouse);
@@ -209,9 +209,9 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
     bool has_list = field->file_stem != nullptr;
     if (has_list && take_button_press(button, layout)) { // before the text is drawn: saving cleans a path
         layout->click_consumed = true;
-        saved_list_save(field, ui_focus.field);
-        if (ui_focus.field) { // its path may have got shorter, whichever field was saved
-            editor_clamp_carets(ui_focus.field->text);
+        saved_list_save(field, input_field.focused_field);
+        if (input_field.focused_field) { // its path may have got shorter, whichever field was saved
+            field_clamp_carets(input_field.focused_field);
         }
     }
 
@@ -241,9 +241,9 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
     if (is_hovered && !layout->click_consumed) {
         bool is_left = ui_went_down(MOUSE_LEFT);
         if (is_left || ui_went_down(MOUSE_RIGHT)) {
-            ui_focus.dropdown_open = !is_left && !(is_focused && ui_focus.dropdown_open);
-            ui_focus.field = field;
-            editor_set_single_caret(0, editor_text_end(field->text));
+            input_field.dropdown_open = !is_left && !(is_focused && input_field.dropdown_open);
+            input_field.focused_field = field;
+            field_set_single_caret(0, field_text_end(field));
             if (is_left) { // the right button's release draws the next frame
                 search_state.results_dirty = 1;
             }

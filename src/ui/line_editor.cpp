@@ -79,9 +79,9 @@ int32_t offset_right(Str text, int32_t at, bool word) {
     return at;
 }
 
-int32_t offset_beside(const StrBuf *text, int32_t at, CaretDirection direction, bool word) {
-    Str whole = {static_cast<uint64_t>(editor_text_end(text)), text->data};
-    return direction == CARET_LEFT ? offset_left(whole, at, word) : offset_right(whole, at, word);
+int32_t offset_beside(const Field *field, int32_t at, CaretDirection direction, bool word) {
+    Str text = {static_cast<uint64_t>(field_text_end(field)), field->text->data};
+    return direction == CARET_LEFT ? offset_left(text, at, word) : offset_right(text, at, word);
 }
 
 // ---- Selections ----
@@ -109,7 +109,7 @@ void copy_selections(const StrBuf *text) {
     StrBuf copy;
     strbuf_init(&copy, 1024);
     bool is_whole = true;
-    for (Caret caret : editor_carets()) {
+    for (Caret caret : field_carets()) {
         Range selection = selection_of(caret);
         Str selected = {static_cast<uint64_t>(selection.end - selection.start), text->data + selection.start};
         is_whole = is_whole && strbuf_try_append(&copy, selected);
@@ -148,7 +148,7 @@ void remove_bytes(StrBuf *text, Range range) {
 
 // Merges the first pair that overlaps or touches. Returns false when there is none.
 bool merge_one_pair() {
-    std::span<Caret> carets = editor_carets();
+    std::span<Caret> carets = field_carets();
     for (Caret &earlier : carets) {
         Range first = selection_of(earlier);
         for (Caret &later : carets.subspan(static_cast<size_t>(&earlier - carets.data()) + 1)) {
@@ -160,7 +160,7 @@ bool merge_one_pair() {
             int32_t end = std::max(first.end, second.end);
             earlier = earlier.anchor > earlier.caret ? Caret{end, start} : Caret{start, end};
             later = carets.back();
-            ui_focus.caret_list.count = carets.size() - 1;
+            input_field.caret_list.count = carets.size() - 1;
             return true;
         }
     }
@@ -181,20 +181,20 @@ constexpr Effect text_edited = {true, true};
 // from the anchor furthest away.
 void move_to_edge(int32_t edge, bool extend) {
     int32_t anchor = edge;
-    for (Caret caret : editor_carets()) {
+    for (Caret caret : field_carets()) {
         if (extend && abs(caret.anchor - edge) > abs(anchor - edge)) {
             anchor = caret.anchor;
         }
     }
-    if (!editor_carets().empty()) {
-        editor_set_single_caret(anchor, edge);
+    if (!field_carets().empty()) {
+        field_set_single_caret(anchor, edge);
     }
 }
 
-Effect paste(StrBuf *text) {
+Effect paste(Field *field) {
     Str pasted = os_clipboard_get_text();
     if (pasted.count > 0) {
-        editor_replace_selections(text, pasted.count, pasted.data);
+        field_replace_selections(field, pasted.count, pasted.data);
     }
     os_free(pasted.data);
     return pasted.count > 0 ? text_edited : no_effect;
@@ -202,49 +202,49 @@ Effect paste(StrBuf *text) {
 
 // With Ctrl held. AltGr is Ctrl and Alt: the letters intentionally act with it too, before their character is
 // typed.
-Effect press_letter(StrBuf *text, uint16_t code) {
+Effect press_letter(Field *field, uint16_t code) {
     switch (code) {
     case KEY_A:
-        editor_set_single_caret(0, editor_text_end(text)); // also when there is no caret
+        field_set_single_caret(0, field_text_end(field)); // also when there is no caret
         return carets_moved;
     case KEY_C:
-        copy_selections(text);
+        copy_selections(field->text);
         return no_effect;
     case KEY_X:
-        copy_selections(text);
-        editor_replace_selections(text, 0, nullptr); // intentionally also when copying has failed
+        copy_selections(field->text);
+        field_replace_selections(field, 0, nullptr); // intentionally also when copying has failed
         return text_edited;
     case KEY_V:
-        return paste(text);
+        return paste(field);
     default:
         return no_effect;
     }
 }
 
-Effect press_key(StrBuf *text, uint16_t code) {
+Effect press_key(Field *field, uint16_t code) {
     bool shift = ui_is_down(KEY_SHIFT);
     bool ctrl = ui_is_down(KEY_CTRL);
     switch (code) {
     case KEY_BACKSPACE:
-        editor_delete(text, CARET_LEFT, ctrl);
+        field_delete(field, CARET_LEFT, ctrl);
         return text_edited;
     case KEY_DELETE:
-        editor_delete(text, CARET_RIGHT, ctrl);
+        field_delete(field, CARET_RIGHT, ctrl);
         return text_edited;
     case KEY_LEFT:
-        editor_move_carets(text, CARET_LEFT, ctrl, shift);
+        field_move_carets(field, CARET_LEFT, ctrl, shift);
         return carets_moved;
     case KEY_RIGHT:
-        editor_move_carets(text, CARET_RIGHT, ctrl, shift);
+        field_move_carets(field, CARET_RIGHT, ctrl, shift);
         return carets_moved;
     case KEY_END:
-        move_to_edge(editor_text_end(text), shift);
+        move_to_edge(field_text_end(field), shift);
         return carets_moved;
     case KEY_HOME:
         move_to_edge(0, shift);
         return carets_moved;
     default:
-        return ctrl ? press_letter(text, code) : no_effect;
+        return ctrl ? press_letter(field, code) : no_effect;
     }
 }
 
@@ -252,7 +252,7 @@ Effect release_key(uint16_t code) {
     if (code != KEY_SHIFT) {
         return no_effect;
     }
-    editor_merge_carets();
+    field_merge_carets();
     return carets_moved;
 }
 
@@ -279,10 +279,10 @@ uint64_t encode(uint32_t code, char *bytes) {
 // Joins the two UTF-16 units of a character, which are typed one after the other. Returns false for the first
 // one, which is kept for the second, and for a second one without a first.
 bool join_units(uint32_t *code) {
-    uint32_t first = ui_focus.first_unit;
-    ui_focus.first_unit = 0;
+    uint32_t first = input_field.first_unit;
+    input_field.first_unit = 0;
     if (*code >= 0xD800 && *code < 0xDC00) {
-        ui_focus.first_unit = *code;
+        input_field.first_unit = *code;
         return false;
     }
     if (*code >= 0xDC00 && *code < 0xE000) {
@@ -292,7 +292,7 @@ bool join_units(uint32_t *code) {
     return true;
 }
 
-Effect type_character(StrBuf *text, uint32_t code) {
+Effect type_character(Field *field, uint32_t code) {
     // Ctrl alone is for shortcuts, which type nothing; Ctrl and Alt are AltGr.
     if (ui_is_down(KEY_CTRL) && !ui_is_down(KEY_ALT)) {
         return no_effect;
@@ -301,13 +301,13 @@ Effect type_character(StrBuf *text, uint32_t code) {
         return no_effect;
     }
     char bytes[4];
-    editor_replace_selections(text, encode(code, bytes), bytes);
+    field_replace_selections(field, encode(code, bytes), bytes);
     return text_edited;
 }
 
-Effect handle_event(StrBuf *text, const WindowEvent *event) {
+Effect handle_event(Field *field, const WindowEvent *event) {
     if (event->type == EVENT_CHAR) {
-        return type_character(text, event->character.unit);
+        return type_character(field, event->character.unit);
     }
     if (event->type != EVENT_KEY) {
         return no_effect;
@@ -315,7 +315,7 @@ Effect handle_event(StrBuf *text, const WindowEvent *event) {
     switch (event->key.state) {
     case KEY_PRESSED:
     case KEY_REPEATED:
-        return press_key(text, event->key.code);
+        return press_key(field, event->key.code);
     case KEY_RELEASED:
         return release_key(event->key.code);
     default:
@@ -327,48 +327,48 @@ Effect handle_event(StrBuf *text, const WindowEvent *event) {
 
 // ---- Carets ----
 
-int32_t editor_text_end(const StrBuf *text) {
-    return static_cast<int32_t>(std::min<uint64_t>(strbuf_text(text).count, INT32_MAX));
+int32_t field_text_end(const Field *field) {
+    return static_cast<int32_t>(std::min<uint64_t>(strbuf_text(field->text).count, INT32_MAX));
 }
 
-void editor_set_single_caret(int32_t anchor, int32_t caret) {
-    ui_focus.caret_list.count = 0;
-    if (ui_focus.caret_list.capacity > 0) { // a push would never return
+void field_set_single_caret(int32_t anchor, int32_t caret) {
+    input_field.caret_list.count = 0;
+    if (input_field.caret_list.capacity > 0) { // a push would never return
         Caret only = {anchor, caret};
-        dynarray_push(&ui_focus.caret_list, sizeof(only), &only);
+        dynarray_push(&input_field.caret_list, sizeof(only), &only);
     }
 }
 
-void editor_clamp_carets(const StrBuf *text) {
-    int32_t end = editor_text_end(text);
-    for (Caret &caret : editor_carets()) {
+void field_clamp_carets(const Field *field) {
+    int32_t end = field_text_end(field);
+    for (Caret &caret : field_carets()) {
         caret = {clamped(caret.anchor, end), clamped(caret.caret, end)};
     }
 }
 
-void editor_merge_carets() {
+void field_merge_carets() {
     while (merge_one_pair()) {
     }
 }
 
 // ---- Events ----
 
-void editor_handle_event(StrBuf *text, const WindowEvent *event, bool *handled, bool *text_changed) {
-    editor_clamp_carets(text);
-    Effect effect = handle_event(text, event);
+void field_handle_key(Field *field, const WindowEvent *event, bool *handled, bool *text_changed) {
+    field_clamp_carets(field);
+    Effect effect = handle_event(field, event);
     *handled = effect.handled;
     *text_changed = effect.text_changed;
 }
 
 // ---- Edits ----
 
-void editor_move_carets(const StrBuf *text, CaretDirection direction, bool word, bool extend) {
-    for (Caret &caret : editor_carets()) {
+void field_move_carets(const Field *field, CaretDirection direction, bool word, bool extend) {
+    for (Caret &caret : field_carets()) {
         if (has_selection(caret) && !extend) {
             Range selection = selection_of(caret);
             caret.caret = direction == CARET_LEFT ? selection.start : selection.end;
         } else {
-            caret.caret = offset_beside(text, caret.caret, direction, word);
+            caret.caret = offset_beside(field, caret.caret, direction, word);
         }
         if (!extend) {
             caret.anchor = caret.caret;
@@ -376,15 +376,16 @@ void editor_move_carets(const StrBuf *text, CaretDirection direction, bool word,
     }
 }
 
-void editor_delete(StrBuf *text, CaretDirection direction, bool word) {
-    if (std::ranges::none_of(editor_carets(), has_selection)) {
-        editor_move_carets(text, direction, word, true);
+void field_delete(Field *field, CaretDirection direction, bool word) {
+    if (std::ranges::none_of(field_carets(), has_selection)) {
+        field_move_carets(field, direction, word, true);
     }
-    editor_replace_selections(text, 0, nullptr);
+    field_replace_selections(field, 0, nullptr);
 }
 
-void editor_replace_selections(StrBuf *text, uint64_t count, const char *bytes) {
-    std::span<Caret> carets = editor_carets();
+void field_replace_selections(Field *field, uint64_t count, const char *bytes) {
+    StrBuf *text = field->text;
+    std::span<Caret> carets = field_carets();
     int64_t total_change = 0; // of the text's length
     for (size_t i = 0; i < carets.size(); i++) {
         Range selection = selection_of(carets[i]);
@@ -400,13 +401,13 @@ void editor_replace_selections(StrBuf *text, uint64_t count, const char *bytes) 
         total_change += static_cast<int64_t>(count) - static_cast<int64_t>(removed);
         // Later carets whose anchors were after the change's start move by all changes so far, not only by
         // this one. A third caret therefore moves too far; intentional.
-        int32_t end = editor_text_end(text);
+        int32_t end = field_text_end(field);
         for (Caret &later : carets.subspan(i + 1)) {
             if (later.anchor > selection.start) {
                 later = {clamped(later.anchor + total_change, end), clamped(later.caret + total_change, end)};
             }
         }
-        editor_clamp_carets(text);
+        field_clamp_carets(field);
     }
-    editor_merge_carets();
+    field_merge_carets();
 }

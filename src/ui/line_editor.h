@@ -1,8 +1,8 @@
 // The line editor: what keys and characters do to the focused field's text and carets.
 //
-// The carets are ui_focus.caret_list. The program only ever sets one; several are supported, and every key
+// The carets are input_field.caret_list. The program only ever sets one; several are supported, and every key
 // acts on all of them in list order. Offsets are bytes, and every caret lies inside the text: any other code
-// that shortens a text calls editor_clamp_carets. The search worker reads the text in place, without a lock:
+// that shortens a text calls field_clamp_carets. The search worker reads the text in place, without a lock:
 // it is zero-terminated after each change, and storage that it outgrows is retired. Interface thread only.
 #pragma once
 
@@ -11,8 +11,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "os/strings.h"
 #include "os/window.h"
+#include "ui/field.h"
 #include "ui/ui_state.h"
 
 // ---- Carets ----
@@ -24,28 +24,28 @@ struct Caret {
 };
 
 // The focused field's carets. Valid until carets are set.
-inline std::span<Caret> editor_carets() {
-    return {reinterpret_cast<Caret *>(ui_focus.caret_list.data), ui_focus.caret_list.count};
+inline std::span<Caret> field_carets() {
+    return {reinterpret_cast<Caret *>(input_field.caret_list.data), input_field.caret_list.count};
 }
 
 // The last offset that a caret can have: the text's length, at most 2 GiB - 1.
-int32_t editor_text_end(const StrBuf *text);
+int32_t field_text_end(const Field *field);
 
 // Replaces all carets by this one; there is none when the list has no storage.
-void editor_set_single_caret(int32_t anchor, int32_t caret);
+void field_set_single_caret(int32_t anchor, int32_t caret);
 
 // Moves carets that lie outside the text to its nearer end.
-void editor_clamp_carets(const StrBuf *text);
+void field_clamp_carets(const Field *field);
 
 // Merges carets whose selections overlap or touch; the result has the direction of the first in the list.
-void editor_merge_carets();
+void field_merge_carets();
 
 // ---- Events ----
 
 // Handles a key or character event; ignores others. *handled: a redraw is needed. *text_changed: a new search
 // is needed; intentionally also set when Backspace, Delete, cutting, pasting or a character change nothing.
 // Sets both.
-void editor_handle_event(StrBuf *text, const WindowEvent *event, bool *handled, bool *text_changed);
+void field_handle_key(Field *field, const WindowEvent *event, bool *handled, bool *text_changed);
 
 // ---- Edits ----
 
@@ -57,14 +57,15 @@ enum CaretDirection : uint8_t {
 // Moves every caret by a character; with word, on to just after a word separator on the left, or just before
 // one on the right. With extend the anchors stay; without, a caret that has a selection only moves to the
 // selection's end on that side. Carets that meet are not merged.
-void editor_move_carets(const StrBuf *text, CaretDirection direction, bool word, bool extend);
+void field_move_carets(const Field *field, CaretDirection direction, bool word, bool extend);
 
-// Removes the selections; without any, removes what editor_move_carets passes in that direction.
-void editor_delete(StrBuf *text, CaretDirection direction, bool word);
+// Removes the selections; without any, removes what field_move_carets passes in that direction.
+void field_delete(Field *field, CaretDirection direction, bool word);
 
 // Replaces each caret's selection by the bytes and puts the caret after them; a count of 0 only removes.
-// bytes may not lie in text. When the storage cannot grow, or the text would be longer than carets can count,
-// that caret and those after it in the list keep their selections and text: with one caret nothing changes.
-void editor_replace_selections(StrBuf *text, uint64_t count, const char *bytes);
+// bytes may not lie in the text. When the storage cannot grow, or the text would be longer than carets can
+// count, that caret and those after it in the list keep their selections and text: with one caret nothing
+// changes.
+void field_replace_selections(Field *field, uint64_t count, const char *bytes);
 
 static_assert(sizeof(Caret) == 8 && offsetof(Caret, caret) == 4);

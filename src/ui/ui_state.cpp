@@ -6,7 +6,7 @@
 #include "os/threads.h"
 
 UiState ui_state;
-UiFocus ui_focus;
+InputField input_field;
 
 namespace {
 

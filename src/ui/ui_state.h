@@ -65,14 +65,14 @@ struct UiState {
 };
 extern UiState ui_state;
 
-// The keyboard focus.
-struct UiFocus {
-    Field *field;        // gets the keys; null: none
-    DynArray caret_list; // of Caret (line_editor.h), the focused field's; start-up reserves room for 16
-    bool dropdown_open;  // the saved entries of the focused field are shown below it
-    uint32_t first_unit; // the first UTF-16 unit of a character whose second is not typed yet; 0: none
+// The field with the keyboard focus, and its carets.
+struct InputField {
+    Field *focused_field; // gets the keys; null: none
+    DynArray caret_list;  // of Caret (line_editor.h), the focused field's; start-up reserves room for 16
+    bool dropdown_open;   // the saved entries of the focused field are shown below it
+    uint32_t first_unit;  // the first UTF-16 unit of a character whose second is not typed yet; 0: none
 };
-extern UiFocus ui_focus;
+extern InputField input_field;
 
 // ---- Frames ----
 

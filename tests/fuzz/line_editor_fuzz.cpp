@@ -59,19 +59,19 @@ public:
         plain.is_utf8 = text_is_utf8;
         plain.text = input.text(input.below(64));
         plain.capacity = plain.text.size() + input.below(16);
-        strbuf_init(&field, plain.capacity);
-        strbuf_append(&field, plain.text.size(), plain.text.data());
+        strbuf_init(&text, plain.capacity);
+        strbuf_append(&text, plain.text.size(), plain.text.data());
         for (uint32_t count = input.below(20); count > 0; count--) {
             const PlainCaret place = caret();
             plain.carets.push_back(place);
             const Caret real = {static_cast<int32_t>(place.anchor), static_cast<int32_t>(place.caret)};
-            dynarray_push(&ui_focus.caret_list, sizeof(real), &real);
+            dynarray_push(&input_field.caret_list, sizeof(real), &real);
         }
         plain.clipboard = clipboard = input.text(input.below(32));
         compare();
     }
     ~Pair() {
-        os_free(field.data);
+        os_free(text.data);
     }
     Pair(const Pair &) = delete;
     Pair &operator=(const Pair &) = delete;
@@ -97,7 +97,7 @@ public:
         } else if (kind == 28) {
             const PlainCaret place = caret();
             plain.carets = {place};
-            editor_set_single_caret(static_cast<int32_t>(place.anchor), static_cast<int32_t>(place.caret));
+            field_set_single_caret(static_cast<int32_t>(place.anchor), static_cast<int32_t>(place.caret));
         } else if (kind == 29) {
             shorten();
         } else if (kind == 30) {
@@ -118,7 +118,8 @@ public:
 private:
     FuzzInput &input;
     UiScope scope;
-    StrBuf field = {};
+    StrBuf text = {};
+    Field field = field_over(&text);
     PlainEditor plain;
 
     PlainCaret caret() {
@@ -131,7 +132,7 @@ private:
     void handle(const WindowEvent &event) {
         bool handled = !plain.handled; // both are set
         bool text_changed = !plain.text_changed;
-        editor_handle_event(&field, &event, &handled, &text_changed);
+        field_handle_key(&field, &event, &handled, &text_changed);
         fuzz_expect("handled", handled, plain.handled);
         fuzz_expect("text changed", text_changed, plain.text_changed);
     }
@@ -168,19 +169,18 @@ private:
     void shorten() {
         plain.text.resize(input.byte() % (plain.text.size() + 1));
         plain.clamp();
-        field.count = plain.text.size();
-        field.data[field.count] = 0;
-        editor_clamp_carets(&field);
+        text.count = plain.text.size();
+        text.data[text.count] = 0;
+        field_clamp_carets(&field);
     }
 
     void compare() const {
-        fuzz_expect("the text", to_string(strbuf_text(&field)), plain.text);
+        fuzz_expect("the text", to_string(strbuf_text(&text)), plain.text);
         fuzz_expect("the carets", carets(), written(plain.carets));
         fuzz_expect("the clipboard", clipboard, plain.clipboard);
-        fuzz_expect("the storage", static_cast<int64_t>(field.capacity),
-                    static_cast<int64_t>(plain.capacity));
-        fuzz_expect("the terminator", field.data[field.count], 0);
-        fuzz_expect("the storage's block", os_alloc_size(field.data) > field.capacity, 1);
+        fuzz_expect("the storage", static_cast<int64_t>(text.capacity), static_cast<int64_t>(plain.capacity));
+        fuzz_expect("the terminator", text.data[text.count], 0);
+        fuzz_expect("the storage's block", os_alloc_size(text.data) > text.capacity, 1);
     }
 };
 

@@ -76,7 +76,7 @@ void start(const std::string &folder) {
 }
 
 void click_save_button() {
-    int32_t y = 4 + (ui_focus.field == &query_field ? query_row : 0) + query_row / 2;
+    int32_t y = 4 + (input_field.focused_field == &query_field ? query_row : 0) + query_row / 2;
     headless_move_pointer({window->client_position.x + window_width - 6, window->client_position.y + y});
     headless_press(MOUSE_LEFT);
     frame_turn(window);

@@ -851,7 +851,7 @@ Parts parts_of(const InterfaceScope &scope) {
             scope.file("saved_queries.txt"),
             commands,
             to_string(process_clipboard.blocks[CLIPBOARD_BYTE_TEXT]),
-            std::to_string(ui_focus.dropdown_open) + std::to_string(search_state.results_scroll) +
+            std::to_string(input_field.dropdown_open) + std::to_string(search_state.results_scroll) +
                 std::to_string(search_state.request_pending)};
 }
 
@@ -951,7 +951,7 @@ const std::vector<Step> steps = {
      [](InterfaceScope *scope) {
          set_entries(query, {"hay", std::string(3000, 'p')});
          saved_list_write(query);
-         ui_focus.dropdown_open = true;
+         input_field.dropdown_open = true;
          scope->warm();
      },
      [](InterfaceScope *scope) {
@@ -960,7 +960,7 @@ const std::vector<Step> steps = {
      {}},
     {"removing an entry",
      [](InterfaceScope *scope) {
-         ui_focus.dropdown_open = true;
+         input_field.dropdown_open = true;
          scope->warm();
      },
      [](InterfaceScope *scope) {
@@ -1073,7 +1073,7 @@ bool is_allowed(const Step &step, Part part, const std::string &value) {
 // command.
 void go_on_after_step(InterfaceScope *scope) {
     search_state.request_pending = 0;
-    ui_focus.dropdown_open = false;
+    input_field.dropdown_open = false;
     search_state.results_scroll = 0;
     FrameScope::focus(query, {{0, 0}});
     scope->begin();

@@ -39,10 +39,10 @@ struct FrameScope : AppScope {
     }
 
     static void focus(Field *field, std::vector<Caret> carets) {
-        ui_focus.field = field;
-        ui_focus.caret_list.count = 0;
+        input_field.focused_field = field;
+        input_field.caret_list.count = 0;
         for (const Caret &caret : carets) {
-            dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
+            dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
         }
     }
 

@@ -119,7 +119,7 @@ TEST(FramePicture, ADropDownWithLiveAndRemovedEntries) {
     scope.focus(path, {{0, 6}});
     set_entries(path, {"C:/src/gadgets", "(C:/old/project)", "C:/src/fjord", "(D:/backup)", "C:/src"});
     path_field.is_saved = 1;
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     expect_frame("frame_dropdown", {420, 160}, {150, 70});
 }
 
@@ -129,7 +129,7 @@ TEST(FramePicture, ADropDownOfSrcWithTheMouseOnAButton) {
     set_field(query, "needle");
     scope.focus(query, {{0, 6}});
     set_entries(query, {"gjpqy", "(removed)", "last"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     expect_frame("frame_dropdown_button", {420, 160}, {14, 76});
 }
 
@@ -208,7 +208,7 @@ TEST(FramePicture, ADropDownOfLargeText) {
     set_field(query, "needle");
     scope.focus(query, {{0, 6}});
     set_entries(query, {"gjpqy", "(Removed)", "last"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     expect_frame("frame_dropdown_32", {420, 220}, {100, 150});
 }
 
@@ -254,7 +254,7 @@ TEST(FramePicture, Utf8TextsInADropDown) {
     set_field(path, "C:/señal/你好");
     scope.focus(path, {{16, 16}});
     set_entries(path, {"C:/señal", "(D:/世界)", "가 \xFF"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     expect_frame("frame_utf8_dropdown");
 }
 
@@ -290,10 +290,10 @@ TEST(FramePicture, TheOnesThatARealWindowShowsToo) {
     scope.put_hit(2, "typedef struct Needle needle;");
     expect_frame("window_hits");
     scope.focus(query, {{0, 6}});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     expect_frame("window_saved", {420, 160}, {300, 38});
 
-    ui_focus.dropdown_open = false;
+    input_field.dropdown_open = false;
     results_store.file_table.count = 0;
     results_store.hit_table.count = 0;
     set_field(path, "code/in");
@@ -313,7 +313,7 @@ TEST(FrameDraw, DrawsNothingIntoAFramebufferOfNoSize) {
     search_state.search_busy = 1;
     for (uint8_t is_open : {uint8_t{0}, uint8_t{1}}) {
         set_entries(path, {"one"});
-        ui_focus.dropdown_open = is_open;
+        input_field.dropdown_open = is_open;
         Framebuffer none = {};
         frame_draw(&none, {0, 0});
         EXPECT_EQ(none.pixels, nullptr);
@@ -512,7 +512,7 @@ TEST(FrameDraw, AnOpenDropDownLeavesTheRestUndrawn) {
     set_entries(path, {"one"});
     scope.put_hits(30);
     search_state.search_busy = 1;
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     Canvas canvas(200, 100, unpainted);
     frame_draw(&canvas.framebuffer, nowhere);
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19"); // one underline
@@ -530,15 +530,15 @@ TEST(FrameDraw, TheDropDownOfPathKeepsClicksFromSrc) {
     set_field(path, "abc");
     scope.focus(path, {});
     set_entries(path, {"one"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_RIGHT, {});
     frame_draw(&canvas.framebuffer, {100, 47}); // on Src, below the list's only row
-    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     ui_press(MOUSE_LEFT, {});
     frame_draw(&canvas.framebuffer, {100, 47});
-    EXPECT_EQ(ui_focus.field, path);
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_TRUE(input_field.dropdown_open);
     EXPECT_EQ(text_of(*path), "abc");
 }
 
@@ -547,12 +547,12 @@ TEST(FrameDraw, ARightClickGoesFromSrcsDropDownToPaths) {
     scope.focus(query, {});
     set_entries(query, {"hay"});
     set_entries(path, {"C:/one"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_RIGHT, {});
     frame_draw(&canvas.framebuffer, {100, 10});
-    EXPECT_EQ(ui_focus.field, path);
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_TRUE(input_field.dropdown_open);
     ui_begin_frame();
     frame_draw(&canvas.framebuffer, {100, 10});
     EXPECT_EQ(column_runs(canvas.framebuffer, 0xFF505050, 150), "19-19");
@@ -564,13 +564,13 @@ TEST(FrameDraw, AClickOnAFieldFocusesThatField) {
     Canvas canvas(200, 100, unpainted);
     ui_press(MOUSE_LEFT, {});
     frame_draw(&canvas.framebuffer, {100, 10});
-    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(carets(), "{0,3}");
     ui_release(MOUSE_LEFT, {});
     ui_begin_frame();
     ui_press(MOUSE_LEFT, {});
     frame_draw(&canvas.framebuffer, {100, 27});
-    EXPECT_EQ(ui_focus.field, query);
+    EXPECT_EQ(input_field.focused_field, query);
 }
 
 // ---- The clock ----
@@ -746,7 +746,7 @@ TEST(FrameLoop, ALeftClickShowsInASecondFrame) {
     loop.frames_in(1);
     headless_press(MOUSE_LEFT);
     EXPECT_EQ(loop.frames_in(1), 1u);
-    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(loop.frames_in(10), 1u);
     headless_release(MOUSE_LEFT);
     EXPECT_EQ(loop.frames_in(10), 1u);
@@ -758,7 +758,7 @@ TEST(FrameLoop, ARightClickShowsWithItsRelease) {
     loop.frames_in(1);
     headless_press(MOUSE_RIGHT);
     EXPECT_EQ(loop.frames_in(10), 1u);
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_TRUE(input_field.dropdown_open);
     headless_release(MOUSE_RIGHT);
     EXPECT_EQ(loop.frames_in(10), 1u);
 }

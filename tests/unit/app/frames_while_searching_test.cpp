@@ -105,9 +105,9 @@ struct User {
 
     // Focuses the field, by Tab from the other one, with the caret at the text's end.
     void go_to(Field *field) {
-        if (!ui_focus.field) {
-            ui_focus.field = field;
-        } else if (ui_focus.field != field) {
+        if (!input_field.focused_field) {
+            input_field.focused_field = field;
+        } else if (input_field.focused_field != field) {
             key(KEY_TAB);
         }
         key(KEY_END);
@@ -336,8 +336,8 @@ void restart_searches_under_frames(bool with_list_keys) {
         }
     }
 
-    ui_focus.field = nullptr;
-    ui_focus.dropdown_open = false;
+    input_field.focused_field = nullptr;
+    input_field.dropdown_open = false;
     begin_frame();
     set_field(path, user.root);
     set_field(query, "needle");

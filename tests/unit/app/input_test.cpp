@@ -100,8 +100,8 @@ Seen see(const FrameScope &scope) {
             carets(),
             scope.file("saved_paths.txt"),
             scope.file("saved_queries.txt"),
-            ui_focus.field,
-            ui_focus.dropdown_open,
+            input_field.focused_field,
+            input_field.dropdown_open,
             path_field.is_saved,
             query_field.is_saved,
             search_state.results_scroll,
@@ -351,7 +351,7 @@ TEST(InputEnter, CompletesThePathWithTheFirstFolderAndStartsASearch) {
     EXPECT_EQ(scope.file("saved_paths.txt"), "C:/code/project/\r\nC:/kept");
     EXPECT_EQ(scope.file("saved_queries.txt"), "none");
     EXPECT_EQ(text_of(*query), "q");
-    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(path->text->data[path->text->count], 0);
 }
 
@@ -529,7 +529,7 @@ TEST(InputEnter, DoesNothingWithoutMatchingFolders) {
 TEST(InputEnter, DoesNothingWithoutAFocus) {
     FrameScope scope;
     put_completions("C:/code/pr", {"project/"});
-    ui_focus.field = nullptr;
+    input_field.focused_field = nullptr;
     Seen before = see(scope);
     key(KEY_ENTER);
     EXPECT_TRUE(see(scope) == before);
@@ -593,10 +593,10 @@ TEST(InputEnter, AFileThatCannotBeWrittenStopsNoSearch) {
 TEST(InputEnter, CompletesUnderAnOpenDropDownWhichStaysOpen) {
     FrameScope scope;
     put_completions("C:/co", {"code"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     key(KEY_ENTER);
     EXPECT_EQ(text_of(*path), "C:/code");
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_TRUE(input_field.dropdown_open);
 }
 
 TEST(InputEnter, ShiftAndCtrlMakeNoDifference) {
@@ -635,7 +635,7 @@ TEST(InputTab, AnEmptyTextGetsACaretAtItsStart) {
     set_field(path, "C:/code");
     scope.focus(path, {{1, 1}});
     key(KEY_TAB);
-    EXPECT_EQ(ui_focus.field, query);
+    EXPECT_EQ(input_field.focused_field, query);
     EXPECT_EQ(carets(), "{0,0}");
 }
 
@@ -711,10 +711,10 @@ TEST(InputTab, AnOpenDropDownBecomesTheOtherFields) {
     FrameScope scope;
     set_field(query, "needle");
     scope.focus(path, {});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     key(KEY_TAB);
-    EXPECT_EQ(ui_focus.field, query);
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_EQ(input_field.focused_field, query);
+    EXPECT_TRUE(input_field.dropdown_open);
     EXPECT_EQ(carets(), "{0,6}");
 }
 
@@ -726,7 +726,7 @@ TEST(InputTab, ShiftAndCtrlMakeNoDifference) {
         key(held);
         key(KEY_TAB);
         key(held, KEY_RELEASED);
-        EXPECT_EQ(ui_focus.field, query);
+        EXPECT_EQ(input_field.focused_field, query);
         EXPECT_EQ(carets(), "{0,6}");
     }
 }
@@ -788,10 +788,10 @@ TEST(InputEscape, LeavesAnOpenDropDownOpen) {
     FrameScope scope;
     recorded_opened_paths.clear();
     scope.focus(path, {{0, 0}});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     key(KEY_ESCAPE); // intentional
-    EXPECT_TRUE(ui_focus.dropdown_open);
-    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_TRUE(input_field.dropdown_open);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(recorded_opened_paths.size(), 1u);
     recorded_opened_paths.clear();
 }
@@ -878,7 +878,7 @@ TEST(InputWheel, ScrollsInEveryState) {
         for (bool is_open : {false, true}) {
             for (Point mouse : {Point{20, 8}, Point{300, 300}, Point{-5000, 9000}}) {
                 scope.focus(field, {{1, 3}});
-                ui_focus.dropdown_open = is_open;
+                input_field.dropdown_open = is_open;
                 pointer(EVENT_MOUSE_MOVE, mouse);
                 search_state.results_scroll = 100;
                 Seen expected = see(scope);
@@ -1004,7 +1004,7 @@ TEST(InputFocus, ItsGainReleasesNothingAndItsLossChangesNoText) {
     EXPECT_TRUE(ui_is_down(KEY_SHIFT));
     focus_event(0);
     EXPECT_TRUE(see(scope) == before);
-    EXPECT_EQ(ui_focus.field, query);
+    EXPECT_EQ(input_field.focused_field, query);
 }
 
 TEST(InputFocus, ItsLossMergesTheCaretsAsShiftsReleaseDoes) {
@@ -1083,7 +1083,7 @@ TEST(InputAfterPress, WaitsForTheNextFrame) {
 
     EXPECT_EQ(input_begin_frame(), 6u);
     EXPECT_EQ(text_of(*query), "abcd"); // the character comes before Tab
-    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(pointer_position(), "7,8");
     EXPECT_FALSE(ui_is_down(MOUSE_LEFT));
     EXPECT_FALSE(ui_is_down(KEY_TAB)); // released with the focus, after it was pressed

@@ -217,7 +217,7 @@ TEST(ListKeysSelect, WorksInBothFieldsAndWithoutAFocus) {
     KeysScope scope;
     scope.focus(path, {{0, 0}});
     EXPECT_EQ(after(KEY_DOWN), "1@0");
-    ui_focus.field = nullptr;
+    input_field.focused_field = nullptr;
     EXPECT_EQ(after(KEY_DOWN), "2@0");
     EXPECT_EQ(after(KEY_PAGE_DOWN), "11@9");
 }
@@ -276,7 +276,7 @@ TEST(ListKeysSelect, AnOpenDropDownKeepsTheKeysFromTheList) {
     KeysScope scope;
     select(5, 2);
     set_entries(query, {"one"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     copy_from_elsewhere("before");
     for (uint16_t code : {KEY_UP, KEY_DOWN, KEY_PAGE_UP, KEY_PAGE_DOWN, KEY_ENTER}) {
         EXPECT_EQ(after(code), "5@2");
@@ -862,9 +862,9 @@ TEST(ListKeysBar, ALostFocusOrADropDownEndsTheDrag) {
         button(MOUSE_LEFT, BUTTON_PRESSED, {395, list_top + 20});
         scope.draw();
         if (has_focus) {
-            ui_focus.dropdown_open = true;
+            input_field.dropdown_open = true;
             scope.draw();
-            ui_focus.dropdown_open = false;
+            input_field.dropdown_open = false;
         } else {
             WindowEvent event = {};
             event.type = EVENT_FOCUS;

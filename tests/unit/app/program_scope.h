@@ -39,7 +39,7 @@ inline void free_buffers() {
     }
     for (DynArray *array :
          {&results_store.file_table, &results_store.hit_table, &path_field.entries, &query_field.entries,
-          &results_store.matching_folders, &results_store.other_folders, &ui_focus.caret_list}) {
+          &results_store.matching_folders, &results_store.other_folders, &input_field.caret_list}) {
         os_free(array->data);
         *array = {};
     }
@@ -77,7 +77,7 @@ struct ProgramScope {
         row_text = {};
         os_free(ui_state.slots);
         ui_state = {};
-        ui_focus = {};
+        input_field = {};
         os_file_free(&settings.file);
         settings = first_settings;
         saved_folder = {};

@@ -603,7 +603,7 @@ TEST(ResultsMouse, AnOpenDropDownKeepsClicksFromTheList) {
     ListScope scope;
     scope.focus(&path_field, {});
     set_entries(&path_field, {"one"});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     Canvas canvas(300, 200, unpainted);
     for (Buttons buttons : {RIGHT, LEFT}) {
         press(buttons);

@@ -157,10 +157,10 @@ TEST(Startup, TheQueryHasTheFocusAndIsSelectedAndMarked) {
     ProgramFolder program("");
     after(program, "x.exe \"D:/a/b/\" -bar");
     startup_focus();
-    EXPECT_EQ(ui_focus.field, &query_field);
-    ASSERT_EQ(ui_focus.caret_list.count, 1u);
-    EXPECT_EQ(editor_carets()[0].anchor, 0);
-    EXPECT_EQ(editor_carets()[0].caret, 3);
+    EXPECT_EQ(input_field.focused_field, &query_field);
+    ASSERT_EQ(input_field.caret_list.count, 1u);
+    EXPECT_EQ(field_carets()[0].anchor, 0);
+    EXPECT_EQ(field_carets()[0].caret, 3);
     EXPECT_EQ(query_field.is_saved, 1);
     EXPECT_EQ(path_field.is_saved, 0); // although the path is saved: only the focused field is marked
 }

@@ -271,7 +271,7 @@ TEST(StatusLine, LeavesTheRestAsInAWindowWithoutItsRow) {
         [](const FrameScope &scope) {
             set_entries(path, {"one", "two", "three", "four", "five", "six", "seven", "eight"});
             scope.focus(path, {});
-            ui_focus.dropdown_open = true;
+            input_field.dropdown_open = true;
         },
     };
     for (size_t state = 0; state < std::size(states); state++) {
@@ -380,7 +380,7 @@ TEST(StatusLine, PicksNoEntryOfADropDownThatItCovers) {
     StatusScope scope;
     set_entries(path, {"one", "two", "three", "four", "five", "six", "seven", "eight"});
     scope.focus(path, {});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     Canvas canvas(300, 100, unpainted);
     for (int32_t y = 100 - row_height; y < 100; y++) {
         ui_begin_frame();
@@ -388,7 +388,7 @@ TEST(StatusLine, PicksNoEntryOfADropDownThatItCovers) {
         frame_draw(&canvas.framebuffer, {100, y});
         ui_release(MOUSE_LEFT, {});
     }
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_TRUE(input_field.dropdown_open);
     EXPECT_EQ(path->text->count, 0u);
 }
 
@@ -457,7 +457,7 @@ TEST(StatusLine, ShowsWhyAClickStartedNothingUntilTheNextClick) {
         clicks.click(MOUSE_LEFT, on_first_hit, 2);
         EXPECT_TRUE(clicks.shows_failure(7));
         clicks.click(MOUSE_RIGHT, elsewhere, 2);
-        ui_focus.dropdown_open = false;
+        input_field.dropdown_open = false;
         clicks.draw();
         EXPECT_TRUE(clicks.shows_counts());
     }
@@ -623,7 +623,7 @@ TEST(StatusLine, UnderAnOpenDropDownIsRedrawnAsWell) {
     StatusLoop loop;
     set_entries(path, {"one"});
     loop.focus(path, {});
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     put_counts(only(SEARCH_RUNS));
     EXPECT_EQ(loop.frames_in(100), 1u);
 }

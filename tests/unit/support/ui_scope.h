@@ -4,38 +4,46 @@
 #include <string>
 
 #include "os/memory.h"
+#include "ui/field.h"
 #include "ui/line_editor.h"
 #include "ui/ui_state.h"
 
-// Sets ui_state and ui_focus up as start-up does, with no field focused, and restores what was there
+// Sets ui_state and input_field up as start-up does, with no field focused, and restores what was there
 // before at the end, so one may live within another.
 class UiScope {
 public:
-    UiScope() : outer(ui_state), outer_field(ui_focus) {
+    UiScope() : outer(ui_state), outer_field(input_field) {
         ui_state = {};
-        ui_focus = {};
-        dynarray_init(&ui_focus.caret_list, sizeof(Caret), 16);
+        input_field = {};
+        dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
     }
     ~UiScope() {
         os_free(ui_state.slots);
-        os_free(ui_focus.caret_list.data);
+        os_free(input_field.caret_list.data);
         ui_state = outer;
-        ui_focus = outer_field;
+        input_field = outer_field;
     }
     UiScope(const UiScope &) = delete;
     UiScope &operator=(const UiScope &) = delete;
 
 private:
     UiState outer;
-    UiFocus outer_field;
+    InputField outer_field;
 };
+
+// A field of its own over that text, without saved entries.
+inline Field field_over(StrBuf *text) {
+    Field field = {};
+    field.text = text;
+    return field;
+}
 
 // The carets, {anchor,caret} each.
 inline std::string carets() {
     std::string text;
-    for (uint64_t i = 0; i < ui_focus.caret_list.count; i++) {
-        text += "{" + std::to_string(editor_carets()[i].anchor) + "," +
-                std::to_string(editor_carets()[i].caret) + "}";
+    for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
+        text += "{" + std::to_string(field_carets()[i].anchor) + "," +
+                std::to_string(field_carets()[i].caret) + "}";
     }
     return text;
 }

@@ -13,42 +13,43 @@
 #include "support/ui_scope.h"
 #include "ui/line_editor.h"
 
-// What editor_handle_event reports: handled, and 2 for a changed text.
+// What field_handle_key reports: handled, and 2 for a changed text.
 inline constexpr int NOTHING = 0;
 inline constexpr int REDRAW = 1;
 inline constexpr int SEARCH = 3;
 
-// A focused field's text. Its state is written as the text, then each caret as {anchor,caret}.
+// A focused field. Its state is written as the text, then each caret as {anchor,caret}.
 struct Editor {
     UiScope scope;
-    StrBuf field = {};
+    StrBuf text = {};
+    Field field = field_over(&text);
 
-    Editor(const std::string &text, std::initializer_list<Caret> carets, uint64_t capacity = 16) {
+    Editor(const std::string &content, std::initializer_list<Caret> carets, uint64_t capacity = 16) {
         ui_begin_frame();
-        strbuf_init(&field, capacity);
-        strbuf_append(&field, text.size(), text.data());
+        strbuf_init(&text, capacity);
+        strbuf_append(&text, content.size(), content.data());
         for (const Caret &caret : carets) {
-            dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
+            dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
         }
     }
     ~Editor() {
-        os_free(field.data);
+        os_free(text.data);
     }
     Editor(const Editor &) = delete;
     Editor &operator=(const Editor &) = delete;
 
     std::string state() const {
-        std::string text = to_string(strbuf_text(&field));
-        EXPECT_TRUE(!field.data || field.data[field.count] == 0) << "no terminator";
-        EXPECT_LE(field.count, field.capacity);
-        for (uint64_t i = 0; i < ui_focus.caret_list.count; i++) {
-            const Caret &caret = editor_carets()[i];
-            text += " {" + std::to_string(caret.anchor) + "," + std::to_string(caret.caret) + "}";
+        std::string state = to_string(strbuf_text(&text));
+        EXPECT_TRUE(!text.data || text.data[text.count] == 0) << "no terminator";
+        EXPECT_LE(text.count, text.capacity);
+        for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
+            const Caret &caret = field_carets()[i];
+            state += " {" + std::to_string(caret.anchor) + "," + std::to_string(caret.caret) + "}";
             for (int32_t offset : {caret.anchor, caret.caret}) {
-                EXPECT_TRUE(offset >= 0 && static_cast<uint64_t>(offset) <= field.count);
+                EXPECT_TRUE(offset >= 0 && static_cast<uint64_t>(offset) <= text.count);
             }
         }
-        return text;
+        return state;
     }
 
     void hold(uint16_t key) {
@@ -60,7 +61,7 @@ struct Editor {
 
     int handle(const WindowEvent &event) {
         bool handled = true, text_changed = true;
-        editor_handle_event(&field, &event, &handled, &text_changed);
+        field_handle_key(&field, &event, &handled, &text_changed);
         return handled + 2 * text_changed;
     }
 

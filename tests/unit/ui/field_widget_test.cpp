@@ -114,8 +114,8 @@ struct Fields : SavedListsScope {
     }
 
     static void focus(Field *field, int32_t anchor = 0, int32_t caret = 0) {
-        ui_focus.field = field;
-        editor_set_single_caret(anchor, caret);
+        input_field.focused_field = field;
+        field_set_single_caret(anchor, caret);
     }
 
     // The files' contents; "none" when one is missing.
@@ -258,7 +258,7 @@ TEST(FieldWidget, DrawsLabelTextSaveButtonAndUnderline) {
 TEST(FieldWidget, ItsTextIsBrightestUnderTheMouseAndBrighterWithTheFocus) {
     Fields fields;
     set_field(query, "needle");
-    ui_focus.field = query; // without a caret
+    input_field.focused_field = query; // without a caret
     fields.draw(query);
     Drawing focused;
     focused.field("Src: ", "needle", 220, grey, true);
@@ -308,8 +308,8 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     Field other = {};
     other.text = &text;
     fields.focus(&other);
-    ui_focus.caret_list.count = 0;
-    ui_focus.dropdown_open = true;
+    input_field.caret_list.count = 0;
+    input_field.dropdown_open = true;
     fields.click(&other, on_save, MOUSE_MIDDLE);
     Drawing expected;
     expected.fill(row, focused_ground);
@@ -321,7 +321,7 @@ TEST(FieldWidget, ATextWithoutAListHasNoSaveButtonAndNoDropDown) {
     EXPECT_EQ(fields.layout.y, 27);
     fields.click(&other, on_save);
     EXPECT_EQ(carets(), "{0,3}");
-    ui_focus.field = nullptr;
+    input_field.focused_field = nullptr;
     os_free(text.data);
 }
 
@@ -367,7 +367,7 @@ TEST(FieldWidget, FitsAnyFramebuffer) {
     fields.complete("abc");
     set_entries(path, {"one", "(two)"});
     fields.focus(path, 2, 5);
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     for (int32_t width : {0, 1, 5, 6, 7, 20, 60}) {
         for (int32_t height : {0, 1, 4, 19, 27, 28, 44, 45, 46}) {
             Canvas canvas(width, height, ground);
@@ -408,9 +408,9 @@ void put_bar(Drawing *drawing, int32_t x) {
 template <typename Put> void expect_carets(const std::string &text, std::vector<Caret> carets, Put put) {
     Fields fields;
     set_field(path, text);
-    ui_focus.field = path;
+    input_field.focused_field = path;
     for (const Caret &caret : carets) {
-        dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
+        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
     }
     fields.draw(path);
     Drawing expected;
@@ -658,11 +658,11 @@ TEST(FieldClick, ALeftClickSelectsAllAndClosesTheDropDown) {
     set_field(path, "C:/src");
     set_field(query, "needle");
     fields.focus(query, 2, 2);
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     fields.click(path, on_row);
-    EXPECT_EQ(ui_focus.field, path);
+    EXPECT_EQ(input_field.focused_field, path);
     EXPECT_EQ(carets(), "{0,6}");
-    EXPECT_FALSE(ui_focus.dropdown_open);
+    EXPECT_FALSE(input_field.dropdown_open);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_TRUE(fields.layout.click_consumed);
@@ -689,7 +689,7 @@ TEST(FieldClick, TypingThenReplacesTheText) {
     event.type = EVENT_CHAR;
     event.character.unit = 'x';
     bool handled, changed;
-    editor_handle_event(query->text, &event, &handled, &changed);
+    field_handle_key(query, &event, &handled, &changed);
     EXPECT_EQ(text_of(*query), "x");
 }
 
@@ -701,7 +701,7 @@ TEST(FieldClick, SelectsAllOfAFieldThatHasTheFocusAndOfAnEmptyOne) {
     EXPECT_EQ(carets(), "{0,3}");
     fields.click(query, on_row);
     EXPECT_EQ(carets(), "{0,0}");
-    EXPECT_EQ(ui_focus.field, query);
+    EXPECT_EQ(input_field.focused_field, query);
 }
 
 TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame) {
@@ -720,8 +720,8 @@ TEST(FieldClick, ARightClickOpensClosesAndMovesTheDropDownWithoutAskingForAFrame
     fields.focus(query, 3, 3);
     for (const auto &clicked : rows) {
         fields.click(clicked.field, on_row, MOUSE_RIGHT);
-        EXPECT_EQ(ui_focus.field, clicked.field);
-        EXPECT_EQ(ui_focus.dropdown_open, clicked.is_open);
+        EXPECT_EQ(input_field.focused_field, clicked.field);
+        EXPECT_EQ(input_field.dropdown_open, clicked.is_open);
         EXPECT_EQ(carets(), clicked.carets);
         EXPECT_EQ(search_state.results_dirty, 0); // intentional: the release redraws
         EXPECT_TRUE(fields.layout.click_consumed);
@@ -734,8 +734,8 @@ TEST(FieldClick, TheLeftButtonWinsWhenBothGoDown) {
     ui_press(MOUSE_RIGHT, on_row);
     ui_press(MOUSE_LEFT, on_row);
     fields.draw(path, on_row);
-    EXPECT_EQ(ui_focus.field, path);
-    EXPECT_FALSE(ui_focus.dropdown_open);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_FALSE(input_field.dropdown_open);
     EXPECT_EQ(search_state.results_dirty, 1);
 }
 
@@ -752,7 +752,7 @@ TEST(FieldClick, BesideTheRowAndWithAHeldOrMiddleButtonNothingHappens) {
     ui_press(MOUSE_LEFT, on_row);
     ui_begin_frame();
     fields.draw(path, on_row);
-    EXPECT_EQ(ui_focus.field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
     EXPECT_FALSE(fields.layout.click_consumed);
 }
 
@@ -763,12 +763,12 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_press(MOUSE_LEFT, on_row);
     fields.layout.click_consumed = true;
     fields.draw_next(path);
-    EXPECT_EQ(ui_focus.field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
 
     // A click on the save button does not move the focus.
     ui_begin_frame();
     fields.click(path, on_save);
-    EXPECT_EQ(ui_focus.field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
     EXPECT_TRUE(fields.layout.click_consumed);
     EXPECT_EQ(entries_of(path_field.entries), "abc");
 
@@ -779,7 +779,7 @@ TEST(FieldClick, IsOneActionOnly) {
     ui_press(MOUSE_RIGHT, on_save);
     ui_press(MOUSE_LEFT, on_save);
     fields.draw(path, on_save);
-    EXPECT_EQ(ui_focus.field, nullptr);
+    EXPECT_EQ(input_field.focused_field, nullptr);
     EXPECT_EQ(entries_of(path_field.entries), "abc|def");
 }
 
@@ -787,8 +787,8 @@ TEST(FieldClick, ARightClickOnTheSaveButtonIsOneOnTheRow) {
     Fields fields;
     set_field(path, "abc");
     fields.click(path, on_save, MOUSE_RIGHT);
-    EXPECT_EQ(ui_focus.field, path);
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_EQ(input_field.focused_field, path);
+    EXPECT_TRUE(input_field.dropdown_open);
     EXPECT_EQ(entries_of(path_field.entries), "");
 }
 
@@ -969,7 +969,7 @@ struct OpenPaths : Fields {
         set_field(path, text);
         set_entries(path, entries);
         focus(path, 1, 1);
-        ui_focus.dropdown_open = true;
+        input_field.dropdown_open = true;
     }
 };
 
@@ -978,7 +978,7 @@ struct OpenPaths : Fields {
 TEST(DropDown, ShowsLiveAndRemovedEntriesInRowsBelowTheField) {
     const std::vector<std::string> entries = {"C:/one", "(C:/two)", "C:/three"};
     OpenPaths fields(entries);
-    ui_focus.caret_list.count = 0;
+    input_field.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
     expected.field("Path: ", "abc", 220, grey, true);
@@ -991,7 +991,7 @@ TEST(DropDown, ShowsLiveAndRemovedEntriesInRowsBelowTheField) {
 TEST(DropDown, LightsTheRowAndTheButtonUnderTheMouse) {
     const std::vector<std::string> entries = {"C:/one", "(C:/two)", "C:/three"};
     OpenPaths fields(entries);
-    ui_focus.caret_list.count = 0;
+    input_field.caret_list.count = 0;
     const struct {
         Point mouse;
         int32_t hovered;
@@ -1019,11 +1019,11 @@ TEST(DropDown, IsShownOnlyOpenWithEntriesUnderTheFocusedField) {
     EXPECT_EQ(fields.layout.stop, 1);
     fields.draw(query);
     EXPECT_EQ(fields.layout.stop, 0);
-    ui_focus.dropdown_open = false;
+    input_field.dropdown_open = false;
     fields.draw(path);
     EXPECT_EQ(fields.layout.stop, 0);
     EXPECT_EQ(fields.layout.y, 27);
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     empty_list(&path_field.entries);
     fields.draw(path);
     EXPECT_EQ(fields.layout.stop, 0);
@@ -1045,7 +1045,7 @@ TEST(DropDown, AButtonFlipsItsEntryAndPrintsItsOldState) {
     EXPECT_EQ(entries_of(path_field.entries), "(one)|two");
     EXPECT_EQ(fields.file("saved_paths.txt"), "abc\r\ntwo");
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_TRUE(input_field.dropdown_open);
     EXPECT_EQ(search_state.results_dirty, 1);
     EXPECT_EQ(search_state.request_pending, 0);
     EXPECT_EQ(carets(), "{1,1}");
@@ -1074,7 +1074,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     fields.click(path, on_entry(1)); // a removed entry, which stays removed
     EXPECT_EQ(text_of(*path), "C:/two");
     EXPECT_EQ(entries_of(path_field.entries), "C:/one|(C:/two)");
-    EXPECT_FALSE(ui_focus.dropdown_open);
+    EXPECT_FALSE(input_field.dropdown_open);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(fields.file("saved_paths.txt"), "C:/two\r\nC:/one");
     EXPECT_EQ(carets(), "{0,6}");
@@ -1082,7 +1082,7 @@ TEST(DropDown, APickedRowBecomesTheTextAndIsSearchedFor) {
     EXPECT_EQ(fields.layout.stop, 1); // nothing below the list is drawn in this frame
     EXPECT_EQ(fields.layout.y, 27 + 2 * 17);
 
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     fields.click(path, on_entry(0));
     EXPECT_EQ(text_of(*path), "C:/one");
     EXPECT_EQ(path_field.is_saved, 1);
@@ -1141,7 +1141,7 @@ TEST(DropDown, OutOfMemoryForAPickTheTextStaysAndIsSearchedForAgain) {
     }
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(path->text->capacity, 1024u);
-    EXPECT_FALSE(ui_focus.dropdown_open);
+    EXPECT_FALSE(input_field.dropdown_open);
     EXPECT_TRUE(is_published());
     EXPECT_EQ(carets(), "{0,3}");
 }
@@ -1152,7 +1152,7 @@ TEST(DropDown, ARightClickOnARowOrItsButtonDoesNothing) {
     fields.click(path, on_entry_button(0), MOUSE_RIGHT);
     EXPECT_EQ(text_of(*path), "abc");
     EXPECT_EQ(entries_of(path_field.entries), "one");
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_TRUE(input_field.dropdown_open);
     EXPECT_EQ(fields.file("saved_paths.txt"), "none");
 }
 
@@ -1161,8 +1161,8 @@ TEST(DropDown, AClickOnTheFieldAboveClosesItInTheNextFrame) {
         OpenPaths fields({"one"});
         fields.click(path, on_row, button);
         EXPECT_EQ(fields.layout.stop, 1);
-        EXPECT_FALSE(ui_focus.dropdown_open);
-        EXPECT_EQ(ui_focus.field, path);
+        EXPECT_FALSE(input_field.dropdown_open);
+        EXPECT_EQ(input_field.focused_field, path);
         ui_begin_frame();
         fields.draw(path, on_row);
         EXPECT_EQ(fields.layout.stop, 0);
@@ -1194,18 +1194,18 @@ TEST(DropDown, RowsBelowTheWindowsEdgeAreNeitherDrawnNorClicked) {
     EXPECT_EQ(fields.layout.y, 27 + 6 * 17);
 
     set_field(path, "abc");
-    ui_focus.dropdown_open = true;
+    input_field.dropdown_open = true;
     for (Point below : {on_entry(6), on_entry_button(6), on_entry(40)}) {
         fields.click(path, below);
     }
     EXPECT_EQ(text_of(*path), "abc");
-    EXPECT_TRUE(ui_focus.dropdown_open);
+    EXPECT_TRUE(input_field.dropdown_open);
 }
 
 TEST(DropDown, AnEntryOfSeveralLinesStaysInItsRow) {
     OpenPaths fields({"a gjl", "z"});
     saved_entry_at(&path_field.entries, 0)->text[1] = '\n'; // as in a pasted and saved entry
-    ui_focus.caret_list.count = 0;
+    input_field.caret_list.count = 0;
     fields.draw(path);
     Drawing expected;
     expected.field("Path: ", "abc", 220, grey, true);

@@ -91,26 +91,26 @@ TEST(LineEditorMerge, OverlappingAndTouchingOnesBecomeOne) {
     for (const auto &row : rows) {
         Editor editor("0123456789", {});
         for (const Caret &caret : row.carets) {
-            dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
+            dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
         }
-        editor_merge_carets();
+        field_merge_carets();
         EXPECT_EQ(editor.state(), "0123456789" + row.merged);
     }
 }
 
 TEST(LineEditorCarets, SettingOneReplacesAll) {
     Editor editor("abc", {{1, 1}, {2, 2}, {3, 3}});
-    editor_set_single_caret(2, 1);
+    field_set_single_caret(2, 1);
     EXPECT_EQ(editor.state(), "abc {2,1}");
-    EXPECT_EQ(ui_focus.caret_list.capacity, 16u);
+    EXPECT_EQ(input_field.caret_list.capacity, 16u);
 }
 
 TEST(LineEditorCarets, ClampingPutsThemIntoTheText) {
     Editor editor("abc", {});
     for (Caret caret : {Caret{-1, 2}, Caret{4, INT32_MAX}, Caret{INT32_MIN, 3}}) {
-        dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
+        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
     }
-    editor_clamp_carets(&editor.field);
+    field_clamp_carets(&editor.field);
     EXPECT_EQ(editor.state(), "abc {0,2} {3,3} {0,3}");
 }
 
@@ -136,14 +136,14 @@ TEST(LineEditorMemory, ATextThatCannotGrowKeepsItsSelection) {
     }
     EXPECT_EQ(editor.state(), "0123456789abcdef {4,4}");
     copy_from_elsewhere("four");
-    editor_set_single_caret(6, 3);
+    field_set_single_caret(6, 3);
     {
         HeapHookScope hook([](uint64_t size) { return size < 16; }); // the clipboard's text is small
         hold_clipboard();
         EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_V), SEARCH);
     }
     EXPECT_EQ(editor.state(), "0123456789abcdef {6,3}");
-    EXPECT_EQ(editor.field.capacity, 16u);
+    EXPECT_EQ(editor.text.capacity, 16u);
     editor.type('x'); // three bytes less, one more: no growth
     EXPECT_EQ(editor.state(), "012x6789abcdef {4,4}");
 }
@@ -204,8 +204,8 @@ TEST(LineEditorMemory, ACopyIsCompleteOrNotMade) {
 TEST(LineEditorMemory, WithoutStorageForCaretsThereIsNone) {
     HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(Caret); });
     Editor editor("abc", {});
-    EXPECT_EQ(ui_focus.caret_list.capacity, 0u);
-    editor_set_single_caret(0, 3);
+    EXPECT_EQ(input_field.caret_list.capacity, 0u);
+    field_set_single_caret(0, 3);
     EXPECT_EQ(editor.state(), "abc");
     EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_A), REDRAW);
     EXPECT_EQ(editor.type('x'), SEARCH);
@@ -216,7 +216,7 @@ TEST(LineEditorMemory, WithoutStorageForCaretsThereIsNone) {
 TEST(LineEditorMemory, AFieldWithoutStorageStaysEmpty) {
     HeapHookScope hook([](uint64_t size) { return size != 17; });
     Editor editor("", {{0, 0}});
-    ASSERT_EQ(editor.field.data, nullptr);
+    ASSERT_EQ(editor.text.data, nullptr);
     for (uint16_t key : {KEY_BACKSPACE, KEY_DELETE, KEY_LEFT, KEY_RIGHT, KEY_HOME, KEY_END}) {
         editor.key(key);
         editor.key_with({KEY_CTRL}, key);
@@ -229,21 +229,21 @@ TEST(LineEditorMemory, AFieldWithoutStorageStaysEmpty) {
 
 TEST(LineEditorLength, ATextAsLongAsCaretsCanCountTakesNoMore) {
     Editor editor("abc", {{0, 0}});
-    editor.field.capacity = uint64_t{INT32_MAX} + 100;
+    editor.text.capacity = uint64_t{INT32_MAX} + 100;
     for (uint64_t pretended : {uint64_t{INT32_MAX}, uint64_t{INT32_MAX} + 1, uint64_t{UINT32_MAX}}) {
-        editor.field.count = pretended;
+        editor.text.count = pretended;
         EXPECT_EQ(editor.type('x'), SEARCH);
-        EXPECT_EQ(editor.field.count, pretended);
-        EXPECT_EQ(editor_text_end(&editor.field), INT32_MAX);
+        EXPECT_EQ(editor.text.count, pretended);
+        EXPECT_EQ(field_text_end(&editor.field), INT32_MAX);
     }
     editor.key(KEY_END);
-    EXPECT_EQ(editor_carets()[0].caret, INT32_MAX);
+    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
     editor.key_with({KEY_CTRL}, KEY_A);
-    EXPECT_EQ(editor_carets()[0].anchor, 0);
-    EXPECT_EQ(editor_carets()[0].caret, INT32_MAX);
-    editor.field.count = 3;
-    editor.field.capacity = 16;
-    editor_clamp_carets(&editor.field);
+    EXPECT_EQ(field_carets()[0].anchor, 0);
+    EXPECT_EQ(field_carets()[0].caret, INT32_MAX);
+    editor.text.count = 3;
+    editor.text.capacity = 16;
+    field_clamp_carets(&editor.field);
     EXPECT_EQ(editor.state(), "abc {0,3}");
 }
 
@@ -261,7 +261,7 @@ TEST(LineEditorLength, MemoryIsRequestedOnlyForATextThatCaretsCanCount) {
             is_asked_for = true;
             return false;
         });
-        editor_replace_selections(&editor.field, inserted.count, "not read");
+        field_replace_selections(&editor.field, inserted.count, "not read");
         EXPECT_EQ(is_asked_for, inserted.is_asked_for) << inserted.count;
         EXPECT_EQ(editor.state(), "abc {3,3}");
     }
@@ -296,7 +296,7 @@ uint32_t read_path(void *) {
 TEST(LineEditorReader, MayReadThroughEveryEdit) {
     Editor editor("", {});
     strbuf_init(&search_state.path, 16);
-    editor_set_single_caret(0, 0);
+    field_set_single_caret(0, 0);
     search_state.worker_pass = 1;
     stop_reading = 0;
     has_stopped = 0;
@@ -306,7 +306,7 @@ TEST(LineEditorReader, MayReadThroughEveryEdit) {
     ASSERT_NE(thread, nullptr);
     const auto edit = [](WindowEvent event) {
         bool handled, text_changed;
-        editor_handle_event(&search_state.path, &event, &handled, &text_changed);
+        field_handle_key(&path_field, &event, &handled, &text_changed);
     };
     for (uint32_t round = 0; round < 300 || passes < 300; round++) {
         for (uint32_t i = 0; i < 200; i++) {
@@ -338,9 +338,9 @@ TEST(LineEditorReader, MayReadThroughEveryEdit) {
 TEST(LineEditorReader, StorageThatTheTextOutgrowsStaysReadable) {
     Editor editor("0123456789abcdef", {{16, 16}});
     search_state.worker_pass = 1;
-    Str before = strbuf_text(&editor.field);
+    Str before = strbuf_text(&editor.text);
     editor.type('x');
-    EXPECT_NE(editor.field.data, before.data);
+    EXPECT_NE(editor.text.data, before.data);
     EXPECT_EQ(to_string(before), "0123456789abcdef");
     EXPECT_EQ(before.data[before.count], 0);
     ASSERT_NE(search_state.retired_text.first, nullptr);
@@ -354,22 +354,23 @@ TEST(LineEditorReader, StorageThatTheTextOutgrowsStaysReadable) {
 TEST(LineEditorReader, ARemovalLeavesAZeroAfterTheOldAndTheNewCount) {
     Editor editor("0123456789", {{2, 5}});
     editor.key(KEY_DELETE);
-    EXPECT_EQ(editor.field.count, 7u);
-    EXPECT_EQ(editor.field.data[7], 0);
-    EXPECT_EQ(editor.field.data[10], 0);
+    EXPECT_EQ(editor.text.count, 7u);
+    EXPECT_EQ(editor.text.data[7], 0);
+    EXPECT_EQ(editor.text.data[10], 0);
 }
 
 #ifndef _WIN32
 TEST(LineEditorReader, ARemovalHasAZeroAfterTheCountAtEveryMoment) {
-    static StrBuf *field;
+    static Field *field;
     Editor editor("0123456789", {{2, 5}});
     field = &editor.field;
-    EXPECT_EQ(states_while([] { editor_replace_selections(field, 0, nullptr); }, 2,
-                           [] {
-                               uint64_t count = field->count;
-                               return each_step::State{{static_cast<int64_t>(count), field->data[count]}};
-                           }),
-              "10 0\n"
-              "7 0\n");
+    EXPECT_EQ(
+        states_while([] { field_replace_selections(field, 0, nullptr); }, 2,
+                     [] {
+                         uint64_t count = field->text->count;
+                         return each_step::State{{static_cast<int64_t>(count), field->text->data[count]}};
+                     }),
+        "10 0\n"
+        "7 0\n");
 }
 #endif

@@ -201,8 +201,8 @@ public:
         for (uint32_t count = random.one_in(2) ? 1 : random.below(6); count > 0; count--) {
             plain.carets.push_back(random.caret(plain.text.size()));
         }
-        strbuf_init(&field, plain.capacity);
-        strbuf_append(&field, plain.text.size(), plain.text.data());
+        strbuf_init(&text, plain.capacity);
+        strbuf_append(&text, plain.text.size(), plain.text.data());
         for (const PlainCaret &caret : plain.carets) {
             push_caret(caret);
         }
@@ -211,7 +211,7 @@ public:
         }
     }
     ~Pair() {
-        os_free(field.data);
+        os_free(text.data);
     }
     Pair(const Pair &) = delete;
     Pair &operator=(const Pair &) = delete;
@@ -242,28 +242,28 @@ public:
             long long length = static_cast<long long>(plain.text.size());
             PlainCaret caret = {event.chance % (length + 1), event.chance / 1024 % (length + 1)};
             plain.carets = {caret};
-            editor_set_single_caret(static_cast<int32_t>(caret.anchor), static_cast<int32_t>(caret.caret));
+            field_set_single_caret(static_cast<int32_t>(caret.anchor), static_cast<int32_t>(caret.caret));
             break;
         }
         case SHORTEN:
             plain.text.resize(event.chance % (plain.text.size() + 1));
             plain.clamp();
-            field.count = plain.text.size();
-            field.data[field.count] = 0;
-            editor_clamp_carets(&field);
+            text.count = plain.text.size();
+            text.data[text.count] = 0;
+            field_clamp_carets(&field);
             break;
         }
     }
 
     // The first difference or broken invariant; empty without one.
     std::string complaint(const Event &event) {
-        if (!field.data || field.data[field.count] != 0) {
+        if (!text.data || text.data[text.count] != 0) {
             return "no terminator";
         }
-        if (field.count > field.capacity || os_alloc_size(field.data) < field.capacity + 1) {
+        if (text.count > text.capacity || os_alloc_size(text.data) < text.capacity + 1) {
             return "more text than storage";
         }
-        if (to_string(strbuf_text(&field)) != plain.text) {
+        if (to_string(strbuf_text(&text)) != plain.text) {
             return "other text";
         }
         if (carets() != plain.carets) {
@@ -274,7 +274,7 @@ public:
                 return "a caret outside the text";
             }
         }
-        if (field.capacity != plain.capacity) {
+        if (text.capacity != plain.capacity) {
             return "another capacity";
         }
         bool reports = event.kind != SET_CARET && event.kind != SHORTEN;
@@ -290,7 +290,7 @@ public:
     }
 
     std::string state() const {
-        return written(to_string(strbuf_text(&field)), carets());
+        return written(to_string(strbuf_text(&text)), carets());
     }
     std::string plain_state() const {
         return written(plain.text, plain.carets);
@@ -298,7 +298,8 @@ public:
 
 private:
     UiScope scope;
-    StrBuf field = {};
+    StrBuf text = {};
+    Field field = field_over(&text);
     PlainEditor plain;
     struct {
         bool handled;
@@ -307,13 +308,13 @@ private:
 
     static void push_caret(PlainCaret plain_caret) {
         Caret caret = {static_cast<int32_t>(plain_caret.anchor), static_cast<int32_t>(plain_caret.caret)};
-        dynarray_push(&ui_focus.caret_list, sizeof(caret), &caret);
+        dynarray_push(&input_field.caret_list, sizeof(caret), &caret);
     }
 
     static std::vector<PlainCaret> carets() {
         std::vector<PlainCaret> all;
-        for (uint64_t i = 0; i < ui_focus.caret_list.count; i++) {
-            all.push_back({editor_carets()[i].anchor, editor_carets()[i].caret});
+        for (uint64_t i = 0; i < input_field.caret_list.count; i++) {
+            all.push_back({field_carets()[i].anchor, field_carets()[i].caret});
         }
         return all;
     }
@@ -323,7 +324,7 @@ private:
     }
 
     void handle(const WindowEvent &event) {
-        editor_handle_event(&field, &event, &reported.handled, &reported.text_changed);
+        field_handle_key(&field, &event, &reported.handled, &reported.text_changed);
     }
 
     void apply_key(uint32_t code, uint8_t state) {

@@ -53,10 +53,10 @@ TEST(LineEditorWord, ExactlyNineteenBytesEndAWord) {
         bool separates = byte != 0 && strchr(separators, byte);
         Editor right(text, {{0, 0}});
         right.key_with({KEY_CTRL}, KEY_RIGHT);
-        EXPECT_EQ(editor_carets()[0].caret, separates ? 1 : 3) << byte;
-        editor_set_single_caret(3, 3);
+        EXPECT_EQ(field_carets()[0].caret, separates ? 1 : 3) << byte;
+        field_set_single_caret(3, 3);
         right.key_with({KEY_CTRL}, KEY_LEFT);
-        EXPECT_EQ(editor_carets()[0].caret, separates ? 2 : 0) << byte;
+        EXPECT_EQ(field_carets()[0].caret, separates ? 2 : 0) << byte;
     }
     EXPECT_EQ(strlen(separators), 19u);
 }
@@ -75,7 +75,7 @@ TEST(LineEditorCharacter, RightMovesAsFarAsTheLeadByteSays) {
     for (int lead = 0; lead < 256; lead++) {
         Editor editor(std::string(1, static_cast<char>(lead)) + "xxxxxxxxx", {{0, 0}});
         editor.key(KEY_RIGHT);
-        EXPECT_EQ(editor_carets()[0].caret, length(lead)) << lead;
+        EXPECT_EQ(field_carets()[0].caret, length(lead)) << lead;
     }
 }
 
@@ -84,22 +84,22 @@ TEST(LineEditorCharacter, RightOverACutCharacterStopsAtTheEnd) {
         Editor editor(text, {{0, 0}});
         editor.key(KEY_RIGHT);
         int32_t end = static_cast<int32_t>(strlen(text));
-        EXPECT_EQ(editor_carets()[0].caret, end);
-        EXPECT_EQ(editor_carets()[0].anchor, end);
+        EXPECT_EQ(field_carets()[0].caret, end);
+        EXPECT_EQ(field_carets()[0].anchor, end);
     }
 }
 
 TEST(LineEditorCharacter, LeftSkipsContinuationBytes) {
     Editor editor("a\xF0\x9F\x98\x80", {{5, 5}});
     editor.key(KEY_LEFT);
-    EXPECT_EQ(editor_carets()[0].caret, 1);
+    EXPECT_EQ(field_carets()[0].caret, 1);
     Editor stray("\x80\x80\x80", {{3, 3}});
     stray.key(KEY_LEFT);
-    EXPECT_EQ(editor_carets()[0].caret, 0);
+    EXPECT_EQ(field_carets()[0].caret, 0);
     // A stray continuation byte belongs to the character before it.
     Editor after_space("a \x80", {{3, 3}});
     after_space.key(KEY_LEFT);
-    EXPECT_EQ(editor_carets()[0].caret, 1);
+    EXPECT_EQ(field_carets()[0].caret, 1);
 }
 
 TEST(LineEditorCharacter, ZeroBytesAndLineFeedsAreCharacters) {
@@ -259,7 +259,7 @@ TEST(LineEditorDelete, CtrlRemovesByTheWordRule) {
     editor.hold(KEY_CTRL);
     EXPECT_EQ(editor.key(KEY_BACKSPACE), SEARCH);
     EXPECT_EQ(editor.state(), "foo bar  {8,8}");
-    editor_set_single_caret(0, 0);
+    field_set_single_caret(0, 0);
     EXPECT_EQ(editor.key(KEY_DELETE), SEARCH);
     EXPECT_EQ(editor.state(), " bar  {0,0}");
 }
@@ -402,8 +402,8 @@ TEST(LineEditorCopy, PutsTheSelectionOnTheClipboardAndReportsNothing) {
         hold_clipboard();
         EXPECT_EQ(editor.key_with({KEY_CTRL}, KEY_C), NOTHING);
         EXPECT_EQ(clipboard_text(), "bar");
-        EXPECT_EQ(editor_carets()[0].anchor, selection.anchor);
-        EXPECT_EQ(editor_carets()[0].caret, selection.caret);
+        EXPECT_EQ(field_carets()[0].anchor, selection.anchor);
+        EXPECT_EQ(field_carets()[0].caret, selection.caret);
     }
 }
 
@@ -499,7 +499,7 @@ TEST(LineEditorPaste, GrowsTheTextByDoubling) {
     hold_clipboard();
     editor.key_with({KEY_CTRL}, KEY_V);
     EXPECT_EQ(editor.state(), "ab" + long_text + "cd {5002,5002}");
-    EXPECT_EQ(editor.field.capacity, 8192u);
+    EXPECT_EQ(editor.text.capacity, 8192u);
 }
 
 TEST(LineEditorKeys, WithAltGrTheLettersActToo) {

@@ -29,9 +29,9 @@ struct Utf8Flag {
 };
 
 int32_t caret_of(const Editor &editor) {
-    EXPECT_EQ(ui_focus.caret_list.count, 1u);
-    EXPECT_EQ(editor_carets()[0].anchor, editor_carets()[0].caret) << editor.state();
-    return editor_carets()[0].caret;
+    EXPECT_EQ(input_field.caret_list.count, 1u);
+    EXPECT_EQ(field_carets()[0].anchor, field_carets()[0].caret) << editor.state();
+    return field_carets()[0].caret;
 }
 
 } // namespace
@@ -55,7 +55,7 @@ TEST(Utf8Editor, FromInsideACharacterACaretMovesToItsEnds) {
         Editor editor(mixed, {{inside, inside}});
         editor.key(KEY_LEFT);
         EXPECT_EQ(caret_of(editor), 5);
-        editor_set_single_caret(inside, inside);
+        field_set_single_caret(inside, inside);
         editor.key(KEY_RIGHT);
         EXPECT_EQ(caret_of(editor), 9);
     }
@@ -67,12 +67,12 @@ TEST(Utf8Editor, BackspaceAndDeleteRemoveACharacterOrAnInvalidByte) {
     for (const std::string rest :
          {"\xC3\xA9\xE4\xBD\xA0\xF0\x9F\x98\x80.", "\xC3\xA9\xE4\xBD\xA0.", "\xC3\xA9.", ".", "."}) {
         EXPECT_EQ(backwards.key(KEY_BACKSPACE), SEARCH);
-        EXPECT_EQ(to_string(strbuf_text(&backwards.field)), rest);
+        EXPECT_EQ(to_string(strbuf_text(&backwards.text)), rest);
     }
     Editor forwards("\x80\xFF\xE4\xBD\xA0", {{0, 0}});
     for (const std::string rest : {"\xFF\xE4\xBD\xA0", "\xE4\xBD\xA0", "", ""}) {
         EXPECT_EQ(forwards.key(KEY_DELETE), SEARCH);
-        EXPECT_EQ(to_string(strbuf_text(&forwards.field)), rest);
+        EXPECT_EQ(to_string(strbuf_text(&forwards.text)), rest);
     }
 }
 
@@ -129,6 +129,6 @@ TEST(Utf8Editor, WhatIsTypedIsValid) {
     for (uint32_t code : {0x7Fu, 0x80u, 0x700u, 0x701u, 0x7FFu, 0x800u, 0xD7FFu, 0xE000u, 0xFFFFu}) {
         Editor editor("", {{0, 0}});
         EXPECT_EQ(editor.type(code), SEARCH);
-        EXPECT_EQ(to_string(strbuf_text(&editor.field)), plain_encoded(code)) << code;
+        EXPECT_EQ(to_string(strbuf_text(&editor.text)), plain_encoded(code)) << code;
     }
 }
