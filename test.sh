@@ -15,7 +15,7 @@ for argument in "$@"; do
 done
 
 tools/need_packages git cmake ninja-build g++ clang-format clang-tidy cppcheck googletest libbenchmark-dev libstb-dev \
-    g++-mingw-w64-x86-64-posix wine wine64 xvfb openbox xdotool xclip imagemagick x11-xserver-utils \
+    g++-mingw-w64-x86-64-posix lld wine wine64 xvfb openbox xdotool xclip imagemagick x11-xserver-utils \
     x11-utils x11-xkb-utils libx11-dev libxext-dev libxrandr-dev libxfixes-dev libxcursor-dev libxtst-dev python3-markdown \
     zip unzip appstream desktop-file-utils procps
 tools/need_font
