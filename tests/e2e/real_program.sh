@@ -71,7 +71,7 @@ first_path_row=27 first_query_row=50
 # ---- The mouse ----
 
 move_to() {
-    xdotool mousemove --window "$window" "$1" "$2"
+    xdotool mousemove --window "$window" -- "$1" "$2"
 }
 
 # The pointer must be in the window, so that getting there is a move. A click acts once its frame is drawn, so wait
