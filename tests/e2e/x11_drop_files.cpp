@@ -1,5 +1,6 @@
-// Drags files onto a window as a file manager would: x11_drop_files CLASS X Y NAME... drops them at X, Y in the
-// client area of the first window of that class. Exits with 1 when there is none or it does not take them.
+// Drags files onto a window as a file manager would: x11_drop_files CLASS X Y NAME... drops them at X, Y in
+// the client area of the first window of that class. Exits with 1 when there is none or it does not take
+// them.
 #include <stdio.h>
 #include <stdlib.h>
 #include <unistd.h>
