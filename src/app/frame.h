@@ -1,7 +1,7 @@
 // The frame loop, and the drawing of a frame. Interface thread only.
 //
-// A frame is drawn only when a message arrived or results_dirty is set: an idle window costs one short sleep
-// per frame and nothing else.
+// A frame is drawn only when a message arrived, an event waited for it, results_dirty is set or the status
+// line's counts have changed. So an idle window costs little more than one sleep per frame.
 #pragma once
 
 #include <stdint.h>

@@ -28,13 +28,13 @@ struct ListKeys {
 };
 extern ListKeys list_keys;
 
-// Handles a key, with the geometry of the last frame. Returns false when the key is not the list's: another
-// key or modifier, a release, a drop-down is shown, or there is no selection to act on.
+// Handles a key, with the geometry of the last frame. Returns false when the key is not for the
+// list: another key or modifier, a release, an open drop-down, or no selection to act on.
 bool list_keys_handle(const KeyPayload &key);
 
-// Notes where the hits are drawn, at the layout's place, and handles the mouse on the scroll bar of the list
-// from list_top to the framebuffer's lower edge, which may scroll. While the mouse is the bar's, the layout's
-// is moved off every row.
+// Before the hits are drawn from the layout's place on: notes that place, and handles the mouse on the scroll
+// bar, which may scroll. The bar reaches from list_top to the framebuffer's lower edge. While the pointer is
+// on it or drags the thumb, the layout's mouse is moved off every row.
 void list_keys_mouse(const Framebuffer *framebuffer, int32_t list_top, Layout *layout);
 
 // Whether the row, read in this frame, is the selected hit.

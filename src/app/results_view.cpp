@@ -84,7 +84,7 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *l
     for (uint64_t i = first; i < results_store.hit_table.count && layout->y < framebuffer->height; i++) {
         HitRow row = results_hit_at(i, scratch_room());
         if (row.copy == ROW_GONE) {
-            layout->y += layout->line_height; // from a search that has just ended: an empty row
+            layout->y += layout->line_height; // its file is missing, or a new search has begun: an empty row
             continue;
         }
         if (i == first || row.hit.kind == RESULT_FILE_HEADER) {

@@ -1,8 +1,8 @@
 // The clipboard: text for the editor.
 //
 // A text is offered in two formats at once: as UTF-16, and as bytes, which for this program's own texts are
-// UTF-8. On X11 the first one is UTF8_STRING, also as text/plain;charset=utf-8 and, with a '?' for what
-// Latin-1 does not have, as STRING; the second one is TEXT.
+// UTF-8. On X11 the first is offered as UTF8_STRING, as text/plain;charset=utf-8 and, with a '?' for each
+// character that Latin-1 lacks, as STRING; the second is offered as TEXT.
 #pragma once
 
 #include <stdint.h>

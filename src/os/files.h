@@ -55,7 +55,7 @@ Str os_exe_folder();
 // For a thread that reads many files of a folder into memory of its own. Nothing here allocates, or touches
 // os_last_file_error.
 
-// How many more files and folders the process can have open; counts no further than most.
+// How many more files and folders the process can open, at most `most`.
 uint32_t os_files_can_open(uint32_t most);
 
 struct FilesOfFolder {

@@ -19,7 +19,8 @@
 // The exit code of a child that is still running.
 constexpr uint32_t exit_code_still_running = 259;
 
-// Starts a command and returns the child's exit code, or 1 when it could not be started or its code not read.
+// Starts a command and returns the child's exit code, or 1 when it could not be started or the code could not
+// be read.
 //
 // Does not wait: the code is read at once and normally is exit_code_still_running, on Linux always, whatever
 // becomes of the command. Sets os_start_error (os/errors.h). The child inherits no handles. What Windows

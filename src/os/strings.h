@@ -42,7 +42,7 @@ constexpr char lower_case(char c) {
 // Where the text after the last '/' begins, as a byte offset; 0 when there is no '/'.
 uint64_t str_name_start(Str path);
 
-// Turns every '\\' into '/', in place.
+// Turns every '\' into '/', in place.
 void str_slashes(Str text);
 
 // The number in decimal. Points into digits.

@@ -44,7 +44,7 @@ struct WindowGeometry {
 };
 
 // Each function below handles one message for an open window and delivers its event; position is the mouse's
-// on the screen when the message arose.
+// on the screen when the message was sent.
 
 void window_set_geometry(PlatformWindow *window, const WindowGeometry &geometry); // delivers none
 

@@ -25,7 +25,7 @@ run_probe() {
 "${probe[@]}" stay < /dev/null > /dev/null 2>&1 &
 started+=($!)
 
-# Other programs see a new text with a delay, so tries until the command succeeds and prints what the file contains.
+# Other programs see a new text with a delay, so this tries until the command succeeds and prints the file's contents.
 expect() { # NAME EXPECTED COMMAND...
     cp "$2" "$work/expected"
     until_true prints_expected "${@:3}" || failed "$1"

@@ -77,7 +77,7 @@ expect_equal 'the symbols' "nm: $program: no symbols" "$(nm "$program" 2>&1)"
 ! grep -qaF "$top" "$program" || failed 'the program names the folder it was built in'
 [ "$(stat -c %s "$program")" -lt 400000 ] || failed "the program has $(stat -c %s "$program") bytes; say so in the docs"
 
-# Whose code it contains, according to the linker; THIRD_PARTY_NOTICES.txt names them all.
+# The libraries whose code it contains, by the linker's map; THIRD_PARTY_NOTICES.txt names all third-party ones.
 expect_equal 'the linked libraries' "$(printf '%s\n' libgcc libtarnwick_{actions,app,os,render,search,ui,window})" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package-linux/tarnwick.map" |
         grep -oE '[A-Za-z0-9_+-]+\.a\(' | tr -d '.(' | sed 's/a$//' | LC_ALL=C sort -u)"

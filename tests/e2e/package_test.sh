@@ -76,7 +76,7 @@ grep -q ' \.text ' "$work/sections" || failed 'the program has no code'
 ! grep -qaF "$top" "$program" || failed 'the program names the folder it was built in'
 [ "$(stat -c %s "$program")" -lt 400000 ] || failed "the program has $(stat -c %s "$program") bytes; update the docs"
 
-# The libraries whose code the linker's map lists; THIRD_PARTY_NOTICES.txt names all of third parties.
+# The libraries whose code is in the program, by the linker's map; THIRD_PARTY_NOTICES.txt names the third-party ones.
 expect_equal 'the libraries' "$(printf '%s\n' libgcc libgdi32 libkernel32 libmingw32 libmingwex libmsvcrt libshell32 \
     libtarnwick_{actions,app,os,render,search,ui,window} libuser32 | LC_ALL=C sort)" \
     "$(sed '/^Discarded input/q; /^Memory Configuration/q' "$top/build/package/tarnwick.map" |

@@ -41,7 +41,7 @@ has_pixels() {
     [ "$(count_pixels "$1" "$2")" -gt 0 ]
 }
 
-# A search that finds nothing redraws nothing when it ends, so moves the pointer back and forth to have a frame drawn.
+# No frame is drawn when a search that finds nothing ends. So this moves the pointer back and forth to cause one.
 has_no_pixels() {
     xdotool mousemove_relative 1 0 mousemove_relative -- -1 0
     [ "$(pixels "$1" | wc -c)" -gt 0 ] && ! has_pixels "$1" "$2"
@@ -82,7 +82,8 @@ click() { # BUTTON X Y
 }
 
 # Entering the window does not count as a move, and the effect of a right click is drawn only with the next event. So
-# moves the pointer back and forth at a place until a pixel has the colour: nudge_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
+# this moves the pointer back and forth at a place until a pixel has the colour:
+# nudge_until_pixel PLACE_X PLACE_Y X Y RRGGBB.
 nudge_until_pixel() {
     for _ in {1..300}; do
         move_to "$(($1 + 1))" "$2"

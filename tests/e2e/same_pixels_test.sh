@@ -23,7 +23,7 @@ mkdir -p code/include code/docs
 printf '#pragma once\ntypedef struct Needle needle;\n....\n' > code/include/needle.h
 printf '\r\nneedle\r\ntwo words' > "$folder/saved_queries.txt"
 
-# A key without an effect has a frame drawn, and with it the end of the search.
+# A key without an effect causes a frame, which shows the end of the search.
 shows() {
     xdotool key shift
     pixels 420x160+0+0 | cmp -s - "$work/picture"

@@ -36,8 +36,8 @@ ln -s . "$endless/more"
 
 # ---- What clicks run ----
 
-# On Windows the recorder notes its command line verbatim. A native program gets only arguments, so there all that it is
-# to note is one argument, with single quotes in it.
+# On Windows the recorder notes its command line verbatim. A native program gets separate arguments, so there all that
+# it has to note is one argument, with single quotes in it.
 make_recorder "${4:-}"
 if [ "${#runner[@]}" -gt 0 ]; then
     quote='"' argument_quote=
@@ -243,7 +243,7 @@ shows_rows() { # MOUSE_Y
 }
 
 # Waits for these rows, with the pointer at MOUSE_Y. The end of a search that finds nothing is drawn only with the next
-# event, so moves the pointer each time.
+# event, so this moves the pointer each time.
 see_rows() { # MOUSE_Y
     until_true shows_rows_after_move "$1" || failed "the rows differ: $(cat "$work/difference")"
 }
@@ -484,7 +484,7 @@ see_rows 300
 xdotool key Tab
 expect_pixel 500 6 "$focused"
 expect_pixel $((path_text_x + 1)) 6 "$selected"
-# Native programs leave links to their own folder out, so only on Windows is there a search without an end.
+# On Linux a link to a folder that contains it is left out, so only on Windows is there a search without an end.
 if [ "${#runner[@]}" -gt 0 ]; then
     xdotool type "$drive$endless"
     expect_path "$drive$endless"

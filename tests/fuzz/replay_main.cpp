@@ -33,7 +33,7 @@ int main(int argc, char **argv) {
             fprintf(stderr, "cannot be read\n");
             return 1;
         }
-        // A block of exactly the input's size, so that a fuzzer that reads beyond it is found out.
+        // A block of exactly the input's size, so that AddressSanitizer sees a read beyond it.
         ExactBytes input(bytes);
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(input.str.data), bytes.size());
     }

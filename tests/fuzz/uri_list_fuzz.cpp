@@ -1,4 +1,4 @@
-// Lists of URIs against the plain reading of them. An input is a list.
+// URI lists compared with a plain parser. An input is a list.
 
 #include <unistd.h>
 

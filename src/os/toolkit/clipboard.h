@@ -15,5 +15,5 @@ struct ClipboardContent {
     Str png;       // format "image/png": the file's bytes; the system may have added some at the end
 };
 
-// Returns what is there of the two; nothing when the clipboard cannot be opened.
+// Returns those of the two that the clipboard has; none when it cannot be opened.
 ClipboardContent os_clipboard_get_content();

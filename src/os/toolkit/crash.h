@@ -17,10 +17,10 @@ const char *exception_description(uint32_t code);
 typedef void CrashCallback(int32_t is_crash, const char *description);
 
 // Calls callback once when the process crashes; the process then ends with the exception's code as its exit
-// status, on Linux with its lowest eight bits. The first call installs this, later ones only replace
-// callback; null: none. Codes that MinGW's start-up code handles in the main thread (0x80000002, 0xC000008C,
-// 0xC0000092 and 0xC0000095) are not reported. On Linux signals are reported as the exceptions they
-// correspond to, and a stack overflow only in the thread of the first call.
+// status, on Linux with its lowest eight bits. The first call installs the handler, later ones
+// only replace callback; null: none. Codes that MinGW's start-up code handles in the main thread (0x80000002,
+// 0xC000008C, 0xC0000092 and 0xC0000095) are not reported. On Linux signals are reported as the exceptions
+// they correspond to, and a stack overflow only in the thread of the first call.
 void os_set_crash_callback(CrashCallback *callback);
 
 // ---- Fatal errors (each system) ----

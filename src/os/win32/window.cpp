@@ -25,7 +25,7 @@ WindowGeometry geometry_of(HWND handle) {
             {origin.x, origin.y, client.right, client.bottom}};
 }
 
-// Where the mouse was when the message arose, not where it is by now.
+// Where the mouse was when the message was sent, not where it is now.
 Point message_position() {
     DWORD position = GetMessagePos();
     return {GET_X_LPARAM(position), GET_Y_LPARAM(position)};

@@ -1,4 +1,4 @@
-// Which disk accesses the interface thread makes in use. The worker does not run here.
+// Which disk accesses the interface thread makes while it is used. The worker does not run here.
 //
 // Not for Windows: the linker redirects the C library's functions that take a path.
 

@@ -5,8 +5,8 @@
 // never returns. never_ending_steps lists these steps with their reasons; a test shows that each never
 // returns, and the runs below leave out these steps and no others.
 //
-// Not for Windows: the allocations differ from system to system, and only here can a process be copied to
-// show that it never returns.
+// Not for Windows: the allocations differ from system to system, and Windows has no fork, which the test
+// of the steps that never return needs.
 
 #include <gtest/gtest.h>
 

@@ -26,7 +26,7 @@ constexpr uint32_t selected_background = 0xFF264058;
 constexpr Point nowhere = {-1000, -1000};
 constexpr int32_t list_top = 50, width = 400, row_height = 15;
 
-// Rows 0 to 3 are a.c, 4 to 13 b.c, 14 to 30 c.c; rows 0, 4 and 14 are the files' own.
+// Rows 0 to 3 are a.c, 4 to 13 b.c, 14 to 30 c.c; rows 0, 4 and 14 are the files' headers.
 struct KeysScope : FrameScope {
     Canvas canvas;
 
@@ -879,7 +879,7 @@ TEST(ListKeysBar, ALostFocusOrADropDownEndsTheDrag) {
     }
 }
 
-TEST(ListKeysBar, AListThatGetsShortMeanwhileIsLeftAlone) {
+TEST(ListKeysBar, ADragScrollsNoListThatHasBecomeShort) {
     KeysScope scope;
     button(MOUSE_LEFT, BUTTON_PRESSED, {395, list_top + 20});
     scope.draw();

@@ -162,7 +162,7 @@ TEST(SettingsLines, AKeyAtTheEndHasTheEmptyValue) {
     EXPECT_EQ(sizes_after("font_size 20\nfont_size"), "14/15/12");
 }
 
-TEST(SettingsLines, ValuesLoseTheWhiteSpaceAtTheirEndsOnly) {
+TEST(SettingsLines, ValuesLoseTheWhitespaceAtTheirEndsOnly) {
     EXPECT_EQ(left_after("left_click_cmd \t a  b\tc \t\r\n"), "a  b\tc");
 }
 

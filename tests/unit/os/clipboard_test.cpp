@@ -66,7 +66,7 @@ TEST(Clipboard, ReturnsTheTextThatWasSet) {
     }
 }
 
-TEST(Clipboard, BothFormatsAreSetAlways) {
+TEST(Clipboard, BothFormatsAreAlwaysSet) {
     for (const std::string &text : texts) {
         EXPECT_EQ(set_text(text), 0);
         ClipboardFormats formats = clipboard_formats();
@@ -237,7 +237,7 @@ TEST(Clipboard, TheSystemDerivesWideTextFromBytesInItsOwnCodePage) {
     EXPECT_EQ(get_text(), expected);
 }
 
-TEST(Clipboard, WhileAnotherProgramHoldsItNothingIsGotAndSettingNoticesNothing) {
+TEST(Clipboard, WhileAnotherProgramHoldsItNothingIsReadAndSettingReturns0) {
     EXPECT_EQ(set_text("before"), 0);
     HWND window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 1, 1, HWND_MESSAGE, nullptr, nullptr, nullptr);
     hold_clipboard(window);

@@ -833,7 +833,7 @@ TEST(FolderListing, FolderThatGrowsPastOneReadOfTheSystem) {
 }
 
 #ifdef __linux__
-TEST(FolderListing, LinksAreWhatTheyLeadTo) {
+TEST(FolderListing, ALinkIsListedAsItsTarget) {
     TestTree tree;
     tree.file("target/f", "12345");
     fs::create_symlink("target", tree.native("link"));

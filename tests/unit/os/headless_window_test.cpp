@@ -168,7 +168,7 @@ TEST_F(OffscreenWindow, RawMouseInputEndsWithItsWindow) {
     EXPECT_EQ(window->input_flags, WINDOW_INPUT_RAW_WANTED);
 }
 
-TEST_F(OffscreenWindow, TakingRawMouseInputBackGoesForEveryWindow) {
+TEST_F(OffscreenWindow, UnregisteringRawMouseInputAffectsEveryWindow) {
     PlatformWindow *other = create_shown({600, 100});
     headless_focus(window);
     os_pump_messages();

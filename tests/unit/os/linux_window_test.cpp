@@ -513,7 +513,7 @@ TEST_F(X11Window, ClickThroughLetsTheMousePass) {
     EXPECT_EQ(events(), Events{});
 }
 
-TEST_F(X11Window, AnswersTheQuestionWhetherItStillAnswers) {
+TEST_F(X11Window, AnswersTheWindowManagersPing) {
     PlatformWindow *window = create_shown();
     Display *display = user_display();
     Window root = DefaultRootWindow(display);

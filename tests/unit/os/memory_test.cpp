@@ -8,7 +8,7 @@
 
 #include "support/heap_hook.h"
 
-TEST(Heap, ABlockHoldsWhatWasAskedFor) {
+TEST(Heap, ABlockHasAtLeastTheRequestedSize) {
     char *block = static_cast<char *>(os_alloc(100));
     ASSERT_NE(block, nullptr);
     EXPECT_GE(os_alloc_size(block), 100u);
@@ -123,7 +123,7 @@ TEST(Retired, EachBlockWaitsForItsOwnPasses) {
     EXPECT_EQ(list.first, nullptr);
 }
 
-TEST(Retired, WithoutMemoryForTheNoteABlockIsNeverFreed) {
+TEST(Retired, WithoutMemoryForItsRecordABlockIsNeverFreed) {
     volatile uint32_t pass = 1;
     RetiredBlocks list = {nullptr, &pass};
     char *block = static_cast<char *>(os_alloc(64));

@@ -1,4 +1,4 @@
-// A list of URIs, read in the plainest way.
+// A plain parser of URI lists, to compare the program's with.
 #pragma once
 
 #include <algorithm>

@@ -195,7 +195,7 @@ TEST(KilledWrite, ASecondFileOfAnythingElseIsNotTaken) {
 }
 
 #ifndef _WIN32
-TEST(KilledWrite, ForWhichTheSystemKillsTheProgramAtAnyByteLeavesTheFirstFile) {
+TEST(KilledWrite, ByTheSystemAtAnyByteLeavesTheFirstFile) {
     Files files;
     for (rlim_t room = 0; room < 24; room++) { // the second file would be 8 + 16 bytes long
         files.put(first_name, "old");
@@ -581,7 +581,7 @@ TEST(FailedWrite, ThatCannotDeleteAFileInUseKeepsTheOldList) {
     EXPECT_EQ(files.names(), first_name);
 }
 
-TEST(FailedWrite, OfFilesThatAnotherProgramSharesWithNobodyLosesNothing) {
+TEST(FailedWrite, OfAFileThatAnotherProgramHoldsExclusivelyLosesNothing) {
     for (const std::string &name : {first_name, second_name}) {
         Files files;
         files.put(first_name, "abc");
@@ -614,7 +614,7 @@ TEST(FailedWrite, OfASecondFileThatIsHeldOpenWhileItIsDeletedLosesNothing) {
     EXPECT_EQ(files.read(first_name), "a");
 }
 #else
-TEST(FailedWrite, WithoutRoomOnTheDiskLeavesTheOldList) {
+TEST(FailedWrite, OnAFullDiskLeavesTheOldList) {
     Files files;
     files.put(first_name, "old");
     struct sigaction ignore = {}, before;

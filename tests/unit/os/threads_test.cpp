@@ -83,7 +83,7 @@ uint32_t sleep_for_ever(void *) {
     return 0;
 }
 
-TEST_F(Threads, AThreadThatTheSystemRefusesIsNull) {
+TEST_F(Threads, AThreadThatTheSystemCannotStartIsNull) {
     // In a separate process with no memory left; a few stacks of earlier threads may still be reusable.
     pid_t child = fork();
     if (child == 0) {

@@ -211,7 +211,7 @@ LRESULT CALLBACK refuse_windows(int code, WPARAM wparam, LPARAM lparam) {
 
 } // namespace
 
-TEST_F(SystemWindow, IsNullWhenTheSystemRefusesIt) {
+TEST_F(SystemWindow, IsNullWhenTheSystemCannotCreateIt) {
     HHOOK hook = SetWindowsHookExW(WH_CBT, refuse_windows, nullptr, GetCurrentThreadId());
     ASSERT_NE(hook, nullptr);
     EXPECT_EQ(os_window_create(300, 200, str_from("Tarnwick"), program_flags), nullptr);
@@ -268,7 +268,7 @@ TEST_F(SystemWindow, SetsTheCursorsOfTheTable) {
     EXPECT_EQ(GetCursor(), LoadCursorW(nullptr, IDC_ARROW));
 }
 
-TEST_F(SystemWindow, RegistersTheMouseForRawInputAndTakesItBack) {
+TEST_F(SystemWindow, RegistersTheMouseForRawInputAndUnregistersIt) {
     auto registered_for = [] {
         RAWINPUTDEVICE devices[8] = {};
         UINT count = 8;
@@ -296,7 +296,7 @@ TEST_F(SystemWindow, RegistersTheMouseForRawInputAndTakesItBack) {
     EXPECT_EQ(registered_for(), nullptr);
 }
 
-TEST_F(SystemWindow, EveryMessageOfTheEndClosesIt) {
+TEST_F(SystemWindow, EveryClosingMessageClosesIt) {
     for (UINT message : {UINT{WM_CLOSE}, UINT{WM_DESTROY}, UINT{WM_QUIT}, UINT{WM_NCDESTROY}}) {
         PlatformWindow *window = create();
         HWND handle = handle_of(window);

@@ -186,7 +186,7 @@ TEST_F(Window, KeepsTheLargerBlockWhenItShrinksAndGrowsBack) {
     EXPECT_EQ(window->framebuffer.pixels, block);
 }
 
-TEST_F(Window, KeepsBlockAndSizeWhenNoLargerOneCanBeHad) {
+TEST_F(Window, KeepsBlockAndSizeWhenNoLargerOneCanBeAllocated) {
     PlatformWindow *window = create({300, 200});
     uint32_t *block = window->framebuffer.pixels;
     {
@@ -396,7 +396,7 @@ TEST_F(Window, ReportsDroppedFilesWithSlashesAndAZeroAfterEach) {
     EXPECT_EQ(dropped[0].names, "/code/a.txt\0/\xC3\xA9/\xF0\x9F\x98\x80\0/mixed/b/c\0\0"s);
 }
 
-TEST_F(Window, DropsTheDropWhenThereIsNoMemoryForIt) {
+TEST_F(Window, IgnoresADropWhenOutOfMemory) {
     PlatformWindow *window = create_shown();
     std::vector<uint64_t> sizes;
     HeapHookScope hook([&](uint64_t size) {

@@ -377,7 +377,7 @@ TEST(X11Clipboard, ProgramsThatVanishAfterAskingAreIgnored) {
     EXPECT_EQ(fetched("TIMESTAMP").substr(0, 11), "INTEGER 32:");
 }
 
-TEST(X11Clipboard, OwnTextIsGotUntilAnotherProgramTakesTheClipboard) {
+TEST(X11Clipboard, OwnTextIsReturnedUntilAnotherProgramTakesTheClipboard) {
     set_text("own");
     EXPECT_EQ(got(), "own");
     {
@@ -419,7 +419,7 @@ TEST(X11Clipboard, Latin1ComesInAsUtf8) {
     EXPECT_EQ(got(), "größe \u007f\u0080\u00bf\u00c0\u00ff");
 }
 
-TEST(X11Clipboard, ATextOfAnotherTypeIsPassedOverForOneThatIsKnown) {
+TEST(X11Clipboard, ATextOfAnUnknownTypeIsSkipped) {
     Owner owner({{"TEXT", {"COMPOUND_TEXT", 8, "\x1b%Gtext"}}, {"STRING", {"STRING", 8, "text"}}});
     EXPECT_EQ(got(), "text");
 }
@@ -598,7 +598,7 @@ TEST(X11Clipboard, OddListsOfTargetsAreSurvived) {
     }
 }
 
-TEST(X11Clipboard, TextsOfMoreThanAnyOwnOneAreIgnored) {
+TEST(X11Clipboard, TextsLongerThanTheProgramCanSetAreIgnored) {
     std::string text(3 * 8388608, 'x');
     Owner longest({{"STRING", {"STRING", 8, text}}}, 1000000);
     EXPECT_TRUE(got() == text);

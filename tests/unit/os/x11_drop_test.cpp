@@ -105,7 +105,7 @@ Offer uris(const std::string &list) {
 
 } // namespace
 
-TEST_F(Drop, TheWindowSaysThatItTakesVersion5) {
+TEST_F(Drop, TheWindowAnnouncesVersion5) {
     OtherProgram other([&](Peer &self) {
         self.window = id;
         std::optional<Contents> version = self.property(self.atom("XdndAware"));

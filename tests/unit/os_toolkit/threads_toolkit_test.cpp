@@ -77,7 +77,7 @@ protected:
 
 // ---- Suspending ----
 
-TEST_F(ThreadControl, ASuspendedThreadStandsStillUntilItIsResumed) {
+TEST_F(ThreadControl, ASuspendedThreadStopsUntilItIsResumed) {
     Counter counter;
     Thread *thread = os_thread_start(count_until_asked, &counter);
     ASSERT_NE(thread, nullptr);

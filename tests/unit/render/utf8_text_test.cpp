@@ -249,7 +249,7 @@ TEST(GlyphCache, ItsBitmapsAreBounded) {
     EXPECT_GT(allocations_of(plain_encoded(0x4E00), 6000), 0);
 }
 
-// In an order that a plain list of the recently used ones tells, with several heights at once.
+// More glyphs than the cache keeps, at two heights.
 TEST(GlyphCache, RandomGlyphsAreAlwaysTheRightOnes) {
     FontScope scope;
     Utf8Scope utf8(many_ideographs());

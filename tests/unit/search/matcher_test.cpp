@@ -146,7 +146,7 @@ TEST(Matcher, ATextThatMayEndWithinACharacterIsMarked) {
     EXPECT_TRUE(is_cut("foo bar\n"));
 }
 
-TEST(Matcher, ALineOfWhiteSpaceIsStoredEmpty) {
+TEST(Matcher, ALineOfWhitespaceIsStoredEmpty) {
     expect_rows("a\n \t \r\nb\n----", " \t", "hit 2 1 2 \n");
 }
 

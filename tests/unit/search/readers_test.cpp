@@ -340,7 +340,7 @@ TEST(Readers, FindEveryFileOfALargeFolderAndOfManyFolders) {
     }
 }
 
-TEST(Readers, LeaveFilesOfVeryManyHitsToTheWorkerAndWaitWithTheOthers) {
+TEST(Readers, LeaveFilesOfVeryManyHitsToTheWorkerAndLimitTheHitsThatWait) {
     TestTree tree;
     const std::string line = "foo" + std::string(396, '.') + "\n"; // stored uncut
     std::string many, more;
@@ -724,7 +724,7 @@ TEST(Readers, ReadNoLargeFileThatTheyHaveNotBegunWhenARequestComes) {
     EXPECT_EQ(search_state.request_pending, 1);
 }
 
-TEST(Readers, FinishNoMoreThanTheFilesThatTheyAreAtWhenARequestComes) {
+TEST(Readers, FinishOnlyTheFilesThatTheyAreReadingWhenARequestComes) {
     TestTree tree;
     for (int i = 0; i < 300; i++) {
         tree.file("d" + std::to_string(i % 150) + "/" + std::to_string(i), "foo.....");

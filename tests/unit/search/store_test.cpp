@@ -335,7 +335,7 @@ TEST(ResultsCopies, ThereIsNoHitFromTheCountOn) {
     EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE);
 }
 
-TEST(ResultsCopies, AHitWhoseFileIsNotThereIsNoneEither) {
+TEST(ResultsCopies, AHitWhoseFileIsMissingIsGone) {
     SearchScope scope;
     put_hit(RESULT_HIT, 0, 1, "without any file");
     EXPECT_EQ(results_hit_at(0, {}).copy, ROW_GONE);
@@ -467,7 +467,7 @@ private:
 
 } // namespace
 
-TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
+TEST(ResultsCopies, ARowIsGoneWhenARequestWasTakenWhileItWasCopied) {
     SearchScope scope;
     Str name = str_from("one");
     const auto hit_copy = [&](DynArray *touched, void (*turn)()) {
@@ -515,7 +515,7 @@ TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileItWasCopied) {
 #endif
 
 #ifndef _WIN32
-TEST(ResultsCopies, ARowIsNoneWhenARequestWasTakenWhileATextOfItWasCopied) {
+TEST(ResultsCopies, ARowIsGoneWhenARequestWasTakenWhileItsTextWasCopied) {
     SearchScope scope;
     char bytes[64], name_bytes[64] = "name";
     for (int which = 0; which < 4; which++) {

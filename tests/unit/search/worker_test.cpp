@@ -598,7 +598,7 @@ TEST(Worker, WithoutMemoryForItsPathASubfolderIsNotWalked) {
     EXPECT_EQ(stored_rows(), "files 0\n"); // the empty path would have walked the root
 }
 
-TEST(Worker, ASubfolderWhosePathNoSystemOpensIsPassed) {
+TEST(Worker, ASubfolderWhosePathIsTooLongIsSkipped) {
     SearchScope scope;
     search_state.request_pending = 0;
     std::string folder(4090, 'a');

@@ -37,7 +37,7 @@ void Drag::move(int x, int y) const {
          {0, static_cast<long>(x) << 16 | y, CurrentTime, static_cast<long>(peer.atom("XdndActionMove"))});
 }
 
-// action: which of the message's numbers it is.
+// action: the index of the action among the message's numbers.
 DropAnswer Drag::answer_in(const XEvent &event, int action) const {
     const long *data = event.xclient.data.l;
     bool is_accepted = static_cast<Window>(data[0]) == window && (data[1] & 1) != 0;

@@ -52,7 +52,7 @@ struct Message {
     uint32_t unit;
     int32_t delta;
     Offscreen *target;
-    Point position; // of the pointer when the message arose
+    Point position; // of the pointer when the message was sent
     Point client;   // the same in the client area
     uint32_t time_ms;
     Rect outer;
@@ -450,7 +450,7 @@ void headless_refuse_next_window() {
     headless.refuses_window = true;
 }
 
-// ---- What is to be seen ----
+// ---- What is shown ----
 
 const HeadlessView *headless_view(const PlatformWindow *window) {
     return &offscreen(window)->view;

@@ -70,7 +70,7 @@ void headless_set_monitors(const HeadlessMonitor *monitors, uint32_t count);
 // Makes the next os_window_create fail.
 void headless_refuse_next_window();
 
-// ---- What is to be seen ----
+// ---- What is shown ----
 
 struct HeadlessView {
     bool is_visible;

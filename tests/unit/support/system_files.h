@@ -1,4 +1,4 @@
-// What takes system calls: dating a file, holding it open, making it unreadable.
+// What needs system calls: setting a file's time, holding a file open, making it unreadable.
 #pragma once
 
 #include <stdint.h>
