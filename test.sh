@@ -76,7 +76,7 @@ start() { # NAME NICENESS FUNCTION
 set -m # gives each a process group of its own, which can be ended as a whole
 start windows 0 test_windows
 start linux 5 test_linux
-start sanitizers 10 test_sanitizers
+start sanitizers 0 test_sanitizers
 start lint 10 tools/lint_sources
 set +m
 end_all() {

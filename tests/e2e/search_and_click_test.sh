@@ -379,7 +379,7 @@ expect_pixel 500 6 "$focused"
 xdotool type "$drive$tarnwick_sources"
 expect_path "$drive$tarnwick_sources"
 expect_search "$tarnwick_sources" uint8_t
-((records > 200)) || failed "$records rows only"
+((records > 150)) || failed "$records rows only"
 # As many steps as skip no row.
 steps=$(((window_height - list_y) / row_height / wheel_step))
 while ((first < records)); do
