@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "os/paths.h"
 #include "search/search_state.h"
 
 namespace {

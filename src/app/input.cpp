@@ -7,6 +7,7 @@
 #include "app/scrolling.h"
 #include "app/settings.h"
 #include "os/files.h"
+#include "os/paths.h"
 #include "os/process.h"
 #include "search/results_store.h"
 #include "search/search_state.h"

@@ -7,6 +7,7 @@
 #include "app/scratch.h"
 #include "app/settings.h"
 #include "app/status_line.h"
+#include "os/paths.h"
 #include "os/utf8.h"
 #include "render/draw.h"
 #include "render/text.h"

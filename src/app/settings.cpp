@@ -6,6 +6,7 @@
 
 #include "app/scratch.h"
 #include "os/files.h"
+#include "os/paths.h"
 #include "render/font.h"
 #include "render/text.h"
 #include "search/readers.h"
@@ -283,8 +284,8 @@ namespace {
 
 // Joins the path on the stack, as a long font_file may have filled the scratch arena.
 void load_default_font(Str folder) {
-    char path[4096]; // longer than any system's limit for the executable's folder
-    if (folder.count + sizeof(default_font) > sizeof(path)) {
+    char path[longest_folder_path + sizeof(default_font)];
+    if (folder.count > longest_folder_path) {
         return;
     }
     if (folder.count > 0) {

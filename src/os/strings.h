@@ -39,29 +39,14 @@ constexpr char lower_case(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-// Where the text after the last '/' begins, as a byte offset; 0 when there is no '/'.
-uint64_t str_name_start(Str path);
-
-// Turns every '\' into '/', in place.
-void str_slashes(Str text);
-
 // The number in decimal. Points into digits.
 Str str_from_number(int32_t number, char (&digits)[11]);
-
-// Turns every '\' into '/', in place, and cuts the text after its last '/' with a zero byte; without a '/' it
-// is not cut.
-Str str_cut_to_folder(Str path);
 
 // The text without the spaces and tabs at its end.
 Str str_cut_trailing_whitespace(Str text);
 
 // A zero-terminated copy, owned by the caller and freed with os_free; the empty Str when out of memory.
 Str str_copy(Str text);
-
-// Cleans a typed path in place: line feeds, carriage returns, tabs and double quotes become spaces,
-// backslashes become slashes, and spaces are removed at both ends; without keep_trailing_slashes slashes are
-// removed at the end too. Returns what is left of text, not zero-terminated.
-Str path_clean(Str text, bool keep_trailing_slashes);
 
 // ---- StrBuf ----
 
@@ -99,9 +84,6 @@ bool strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers
 // Appends text, which must not lie in buf itself. Returns false, with buf unchanged, when out of memory and
 // for a buf without storage. Not for a text that another thread reads.
 bool strbuf_try_append(StrBuf *buf, Str text);
-
-// path_clean for a whole text: the result moves to the start of the storage and is zero-terminated.
-void strbuf_clean_path(StrBuf *buf, bool keep_trailing_slashes);
 
 // ---- DynArray ----
 

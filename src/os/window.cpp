@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "os/memory.h"
+#include "os/paths.h"
 #include "os/window_backend.h"
 
 // ---- Windows ----

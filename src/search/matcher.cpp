@@ -4,6 +4,7 @@
 
 #include <string.h>
 
+#include "os/paths.h"
 #include "search/results_store.h"
 #include "search/search_counts.h"
 #include "search/search_state.h"

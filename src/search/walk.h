@@ -6,9 +6,6 @@
 #include "os/files.h"
 #include "os/strings.h"
 
-// Bytes; a search does not enter sub-folders with longer paths. No system opens longer ones.
-inline constexpr uint64_t longest_folder_path = 4095;
-
 // Called once for each entry, which is valid only during the call. folder is the one given to walk_folder.
 // Returns whether to continue the listing.
 typedef bool EntryFn(void *context, Str folder, const FolderEntry &entry);

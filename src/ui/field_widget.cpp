@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "os/console.h"
+#include "os/paths.h"
 #include "os/utf8.h"
 #include "render/draw.h"
 #include "render/text.h"

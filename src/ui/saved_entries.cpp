@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "os/memory.h"
+#include "os/paths.h"
 #include "ui/saved_files.h"
 
 namespace {

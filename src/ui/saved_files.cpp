@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "os/files.h"
+#include "os/paths.h"
 #include "os/replace_file.h"
 #include "search/search_state.h"
 #include "ui/saved_entries.h"
@@ -59,11 +60,10 @@ bool saved_list_contents(const Field *field, StrBuf *out) {
 
 namespace {
 
-constexpr uint64_t longest_folder = 4096; // bytes; the systems' own limits are lower
 constexpr uint64_t longest_name = 32;
 
 struct FilePaths {
-    char bytes[3][longest_folder + longest_name];
+    char bytes[3][longest_folder_path + longest_name];
     ReplacedFile file; // of these bytes
 };
 
@@ -81,7 +81,7 @@ Str join(char *path, const char *stem, const char *extension) {
 
 // Returns false when the field has no files, or none can be used.
 bool file_paths(const Field *field, FilePaths *paths) {
-    if (!field->file_stem || saved_folder.count == 0 || saved_folder.count > longest_folder) {
+    if (!field->file_stem || saved_folder.count == 0 || saved_folder.count > longest_folder_path) {
         return false;
     }
     paths->file = {

@@ -14,6 +14,7 @@
 
 #include "fuzz.h"
 #include "os/files.h"
+#include "os/paths.h"
 #include "search/search_state.h"
 #include "ui/plain_saved_lists.h"
 #include "ui/saved_entries.h"

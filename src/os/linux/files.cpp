@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "os/linux/files.h"
+#include "os/paths.h"
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "os/files.h"
+#include "os/paths.h"
 #include "os/win32/utf16.h"
 
 // ---- Paths ----
