@@ -54,3 +54,21 @@ Str utf8_without_cut(Str text) {
     }
     return text;
 }
+
+uint32_t utf8_encode(uint32_t code, char *bytes, uint32_t last_of_two) {
+    const uint32_t last_codes[] = {0x7F, last_of_two, 0xFFFF, 0x1FFFFF};
+    static constexpr uint32_t leads[] = {0, 0xC0, 0xE0, 0xF0};
+    uint32_t rest = 0; // bytes after the first
+    while (rest < longest_character && code > last_codes[rest]) {
+        rest++;
+    }
+    if (rest == longest_character) {
+        return 0;
+    }
+    for (uint32_t i = rest; i > 0; i--) {
+        bytes[i] = static_cast<char>(0x80 | (code & 0x3F));
+        code >>= 6;
+    }
+    bytes[0] = static_cast<char>(leads[rest] | code);
+    return rest + 1;
+}

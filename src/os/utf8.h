@@ -26,3 +26,8 @@ uint64_t utf8_end(Str text, uint64_t at);
 
 // The text without the part of a character that its end has cut.
 Str utf8_without_cut(Str text);
+
+// Writes the code point to bytes, which has room for 4, and returns how many bytes it takes: 0 above
+// 0x1FFFFF. Surrogates are encoded like others. last_of_two: the last code point that takes two bytes, 0x7FF
+// in UTF-8.
+uint32_t utf8_encode(uint32_t code, char *bytes, uint32_t last_of_two = 0x7FF);

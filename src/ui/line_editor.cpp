@@ -8,6 +8,7 @@
 
 #include "os/clipboard.h"
 #include "os/memory.h"
+#include "os/utf16.h"
 #include "os/utf8.h"
 #include "render/text.h"
 #include "search/search_state.h"
@@ -259,21 +260,7 @@ Effect release_key(uint16_t code) {
 // Writes the code point as UTF-8 and returns the number of bytes. Intentional: unless texts are UTF-8, three
 // bytes begin at 0x701, not at 0x800; lone surrogates are encoded like others, and 0 has no bytes.
 uint64_t encode(uint32_t code, char *bytes) {
-    const uint32_t last_codes[] = {0, 0x7F, text_is_utf8 ? 0x7FFu : 0x700u, 0xFFFF, 0x1FFFFF};
-    static constexpr uint32_t leads[] = {0, 0, 0xC0, 0xE0, 0xF0};
-    uint32_t length = 0;
-    while (length < 5 && code > last_codes[length]) {
-        length++;
-    }
-    if (length == 5) {
-        return 0;
-    }
-    for (uint32_t i = length; i > 1; i--) {
-        bytes[i - 1] = static_cast<char>(0x80 | (code & 0x3F));
-        code >>= 6;
-    }
-    bytes[0] = static_cast<char>(leads[length] | code);
-    return length;
+    return code == 0 ? 0 : utf8_encode(code, bytes, text_is_utf8 ? 0x7FF : 0x700);
 }
 
 // Joins the two UTF-16 units of a character, which are typed one after the other. Returns false for the first
@@ -281,12 +268,12 @@ uint64_t encode(uint32_t code, char *bytes) {
 bool join_units(uint32_t *code) {
     uint32_t first = input_field.first_unit;
     input_field.first_unit = 0;
-    if (*code >= 0xD800 && *code < 0xDC00) {
+    if (utf16_is_first(*code)) {
         input_field.first_unit = *code;
         return false;
     }
-    if (*code >= 0xDC00 && *code < 0xE000) {
-        *code = 0x10000 + ((first - 0xD800) << 10) + (*code - 0xDC00);
+    if (utf16_is_second(*code)) {
+        *code = utf16_join(first, *code);
         return first != 0;
     }
     return true;

@@ -11,6 +11,7 @@
 #include "os/linux/utf8.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
+#include "os/utf8.h"
 
 namespace {
 
@@ -50,16 +51,9 @@ Str latin1_from_utf8(Str text) {
     }
     uint64_t count = 0;
     for (uint64_t at = 0; at < text.count;) {
-        uint8_t lead = static_cast<uint8_t>(text.data[at]);
-        uint64_t length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-        char character = '?';
-        if (length == 1) {
-            character = text.data[at];
-        } else if (lead == 0xc2 || lead == 0xc3) {
-            character = static_cast<char>((lead & 3) << 6 | (text.data[at + 1] & 0x3f));
-        }
-        latin1.data[count++] = character;
-        at += length;
+        Utf8Character character = utf8_at(text, at);
+        latin1.data[count++] = character.code <= 0xFF ? static_cast<char>(character.code) : '?';
+        at += character.length;
     }
     latin1.data[count] = 0;
     latin1.count = count;
@@ -75,12 +69,7 @@ Str utf8_from_latin1(Str latin1) {
     }
     uint64_t count = 0;
     for (uint64_t i = 0; i < latin1.count; i++) {
-        uint8_t byte = static_cast<uint8_t>(latin1.data[i]);
-        if (byte >= 0x80) {
-            utf8[count++] = static_cast<char>(0xc0 | byte >> 6);
-            byte = 0x80 | (byte & 0x3f);
-        }
-        utf8[count++] = static_cast<char>(byte);
+        count += utf8_encode(static_cast<uint8_t>(latin1.data[i]), utf8 + count);
     }
     utf8[count] = 0;
     return {count, utf8};

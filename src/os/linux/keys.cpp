@@ -12,6 +12,7 @@
 
 #include "os/linux/x11.h"
 #include "os/memory.h"
+#include "os/utf16.h"
 #include "os/utf8.h"
 #include "os/window_backend.h"
 
@@ -249,9 +250,9 @@ void type_code(PlatformWindow *window, uint32_t code) {
         window_character(window, code);
         return;
     }
-    window_character(window, 0xD800 + ((code - 0x10000) >> 10));
+    window_character(window, utf16_first_unit(code));
     if (window_is_alive(window)) {
-        window_character(window, 0xDC00 + (code & 0x3FF));
+        window_character(window, utf16_second_unit(code));
     }
 }
 
@@ -303,10 +304,7 @@ void type_key(PlatformWindow *window, XIC input, XKeyEvent *event) {
     if (!input) {
         count = XLookupString(event, room, sizeof(room), &symbol, nullptr);
         if (count == 1 && static_cast<uint8_t>(room[0]) >= 0x80) { // Latin-1; UTF-8 is needed
-            uint8_t latin = static_cast<uint8_t>(room[0]);
-            room[0] = static_cast<char>(0xC0 | latin >> 6);
-            room[1] = static_cast<char>(0x80 | (latin & 0x3F));
-            count = 2;
+            count = static_cast<int>(utf8_encode(static_cast<uint8_t>(room[0]), room));
         }
     } else {
         count = Xutf8LookupString(input, event, room, sizeof(room), &symbol, &status);

@@ -1,6 +1,6 @@
 #include "os/errors.h"
 
-#include <windows.h>
+#include "os/win32/utf16.h"
 
 uint32_t os_start_error;
 
@@ -13,8 +13,6 @@ Str os_error_text(uint32_t code, char (&text)[512]) {
     while (units > 0 && (message[units - 1] == L' ' || message[units - 1] == L'.')) {
         units--;
     }
-    int32_t bytes = units > 0 ? WideCharToMultiByte(CP_UTF8, 0, message, static_cast<int32_t>(units), text,
-                                                    sizeof(text), nullptr, nullptr)
-                              : 0;
+    int32_t bytes = utf8_convert(message, static_cast<int32_t>(units), text, sizeof(text));
     return {static_cast<uint64_t>(bytes), text};
 }

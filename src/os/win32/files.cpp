@@ -231,10 +231,10 @@ void os_file_close(OpenedFile *file) {
 namespace {
 
 void fill_entry(FolderEntry *entry, const WIN32_FIND_DATAW &found) {
-    int32_t bytes = WideCharToMultiByte(CP_UTF8, 0, found.cFileName, -1, entry->name_bytes,
-                                        sizeof(entry->name_bytes), nullptr, nullptr);
-    entry->name_bytes[bytes > 0 ? bytes - 1 : 0] = 0;
-    entry->name = {bytes > 0 ? static_cast<uint64_t>(bytes) - 1 : 0, entry->name_bytes};
+    int32_t bytes = utf8_convert(found.cFileName, lstrlenW(found.cFileName), entry->name_bytes,
+                                 sizeof(entry->name_bytes) - 1);
+    entry->name_bytes[bytes] = 0;
+    entry->name = {static_cast<uint64_t>(bytes), entry->name_bytes};
     entry->is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     entry->has_size = true;
     entry->is_special = false;

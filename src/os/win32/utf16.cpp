@@ -22,16 +22,17 @@ wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units) {
     return wide;
 }
 
+int32_t utf8_convert(const wchar_t *wide, int32_t count, char *bytes, int32_t capacity) {
+    return count > 0 ? WideCharToMultiByte(CP_UTF8, 0, wide, count, bytes, capacity, nullptr, nullptr) : 0;
+}
+
 Str utf8_from_wide(const wchar_t *wide, int32_t count) {
-    int32_t bytes =
-        count > 0 ? WideCharToMultiByte(CP_UTF8, 0, wide, count, nullptr, 0, nullptr, nullptr) : 0;
+    int32_t bytes = utf8_convert(wide, count, nullptr, 0);
     char *data = static_cast<char *>(os_alloc(static_cast<uint64_t>(bytes) + 1));
     if (!data) {
         return {};
     }
-    if (bytes > 0) {
-        WideCharToMultiByte(CP_UTF8, 0, wide, count, data, bytes, nullptr, nullptr);
-    }
+    utf8_convert(wide, count, data, bytes);
     data[bytes] = 0;
     return {static_cast<uint64_t>(bytes), data};
 }

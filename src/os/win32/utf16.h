@@ -1,4 +1,4 @@
-// Converts UTF-8 to UTF-16 on the stack, just before a wide-character call, and back to the heap.
+// Converts UTF-8 to UTF-16 on the stack, just before a wide-character call, and back.
 #pragma once
 
 #include <windows.h>
@@ -26,6 +26,11 @@ wchar_t *wide_convert(Str text, wchar_t *wide, int32_t units);
                            name##_units)
 // NOLINTEND(bugprone-macro-parentheses)
 
+// Writes count UTF-16 units as UTF-8, without a zero after them, and returns the number of bytes: 0 when
+// there are more than capacity. A capacity of 0 only measures. Unpaired surrogates become replacement
+// characters.
+int32_t utf8_convert(const wchar_t *wide, int32_t count, char *bytes, int32_t capacity);
+
 // The text of count UTF-16 units as UTF-8: a zero-terminated Str that the caller frees with os_free, or the
-// empty Str. Unpaired surrogates become replacement characters.
+// empty Str when out of memory.
 Str utf8_from_wide(const wchar_t *wide, int32_t count);

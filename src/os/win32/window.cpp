@@ -84,8 +84,7 @@ void files_dropped(PlatformWindow *window, HDROP drop) {
         DragQueryFileW(drop, i, wide, drop_name_units); // zero-terminated, and truncated there
         char *room = drop_list_room(&list);
         int32_t name_units = lstrlenW(wide);
-        drop_list_add(&list, static_cast<uint64_t>(WideCharToMultiByte(CP_UTF8, 0, wide, name_units, room,
-                                                                       name_units * 3, nullptr, nullptr)));
+        drop_list_add(&list, static_cast<uint64_t>(utf8_convert(wide, name_units, room, name_units * 3)));
     }
     POINT client = {};
     DragQueryPoint(drop, &client);

@@ -84,6 +84,29 @@ TEST(Utf8, WithoutWhatTheEndHasCut) {
     }
 }
 
+TEST(Utf8, EveryCodePointIsEncoded) {
+    const auto encoded = [](uint32_t code) {
+        char bytes[4];
+        return std::string(bytes, utf8_encode(code, bytes));
+    };
+    for (uint32_t code = 0; code <= 0x10FFFF; code++) {
+        if (code < 0xD800 || code >= 0xE000) {
+            ASSERT_EQ(encoded(code), plain_encoded(code)) << code;
+        }
+    }
+    EXPECT_EQ(encoded(0xD800), "\xED\xA0\x80");
+    EXPECT_EQ(encoded(0xDFFF), "\xED\xBF\xBF");
+    EXPECT_EQ(encoded(0x1FFFFF), "\xF7\xBF\xBF\xBF");
+    EXPECT_EQ(encoded(0x200000), "");
+    EXPECT_EQ(encoded(UINT32_MAX), "");
+}
+
+TEST(Utf8, ThreeBytesMayBeginEarlierWhenEncoding) {
+    char bytes[4];
+    EXPECT_EQ(std::string(bytes, utf8_encode(0x700, bytes, 0x700)), "\xDC\x80");
+    EXPECT_EQ(std::string(bytes, utf8_encode(0x701, bytes, 0x700)), "\xE0\x9C\x81");
+}
+
 // Each in a block of its size, so that AddressSanitizer sees a read past the end.
 TEST(Utf8, RandomBytesAreSplitAsThePlainRulesSay) {
     std::mt19937 random(23);
