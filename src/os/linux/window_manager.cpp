@@ -142,6 +142,8 @@ void wm_ask_frame_extents(NativeWindow *native, uint16_t flags) {
     }
 }
 
+// ---- Requests of os/toolkit ----
+
 void wm_set_state(const NativeWindow *native, Atom state, bool is_added) {
     constexpr long from_program = 1;
     send_to_root(native, x11_atom(ATOM_NET_WM_STATE), is_added, static_cast<long>(state), 0, from_program);

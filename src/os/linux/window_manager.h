@@ -33,6 +33,8 @@ void wm_set_size_hints(const NativeWindow *native, uint16_t flags, bool is_place
 // invalid.
 void wm_read_frame_extents(NativeWindow *native);
 
+// ---- For os/toolkit ----
+
 // Asks to add a state to a mapped window, or to remove it.
 void wm_set_state(const NativeWindow *native, Atom state, bool is_added);
 

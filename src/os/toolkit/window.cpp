@@ -1,5 +1,6 @@
 #include "os/toolkit/window.h"
 
+#include "os/toolkit/window_backend.h"
 #include "os/window_backend.h"
 
 // ---- Presentation ----

@@ -42,10 +42,5 @@ void os_window_request_raw_mouse(PlatformWindow *window);
 
 // ---- Mouse (each system) ----
 
-// Registers the window for raw mouse input, or unregisters every window. Registering returns whether it
-// worked.
-bool raw_mouse_register(PlatformWindow *window);
-void raw_mouse_unregister();
-
 // Shows or hides the mouse cursor for the whole program, regardless of earlier calls.
 void os_show_system_cursor(bool visible);

@@ -6,6 +6,7 @@
 #include "os/memory.h"
 #include "os/strings.h"
 #include "os/toolkit/window.h"
+#include "os/toolkit/window_backend.h"
 #include "os/window.h"
 #include "os/window_backend.h"
 

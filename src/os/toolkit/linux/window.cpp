@@ -7,6 +7,7 @@
 #include "os/linux/native_window.h"
 #include "os/linux/window_manager.h"
 #include "os/linux/x11.h"
+#include "os/toolkit/window_backend.h"
 #include "os/window_backend.h"
 
 void os_window_minimize(PlatformWindow *window) {

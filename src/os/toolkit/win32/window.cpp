@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "os/toolkit/window_backend.h"
 #include "os/win32/window.h"
 #include "os/window_backend.h"
 
