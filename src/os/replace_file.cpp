@@ -50,8 +50,8 @@ ContentPlace find_content(Str first_path, Str second_path, Str *second) {
     return place;
 }
 
-// Deletes the first file and writes it anew. Returns 0: written, 1: could not be deleted and is as it was, 2:
-// deleted and could not be written.
+// Deletes the first file and writes it again. Returns 0: written, 1: could not be deleted and is as it was,
+// 2: deleted and could not be written.
 int32_t replace_first(Str first_path, Str content) {
     // Written over a longer file, the content would keep that file's end.
     if (replace_file_calls.remove(first_path) != 0) {

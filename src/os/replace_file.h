@@ -1,7 +1,7 @@
 // Replaces a whole file so that a program killed at any moment leaves either the old content or the new one.
 // One version for all systems, above files.h.
 //
-// A file cannot be shortened, so it is deleted and written anew. Before that, a second file gets the new
+// A file cannot be shortened, so it is deleted and written again. Before that, a second file gets the new
 // content, which it keeps until the first file is whole again. It begins with the content's length, so an
 // incomplete second file is detected: the first one has not been touched then. An incomplete first file is
 // missing or a proper prefix of the second's content. docs/architecture.md has every state of the two files.
