@@ -7,6 +7,22 @@
 
 // ---- Str ----
 
+namespace {
+
+// Copies the text into a block, with a zero byte after it; the empty Str when block is null.
+Str copy_into(char *block, Str text) {
+    if (!block) {
+        return {};
+    }
+    if (text.count > 0) {
+        memcpy(block, text.data, text.count);
+    }
+    block[text.count] = 0;
+    return {text.count, block};
+}
+
+} // namespace
+
 Str str_from(const char *text) {
     return {strlen(text), const_cast<char *>(text)};
 }
@@ -28,15 +44,7 @@ Str str_cut_trailing_whitespace(Str text) {
 }
 
 Str str_copy(Str text) {
-    char *copy = static_cast<char *>(os_alloc(text.count + 1));
-    if (!copy) {
-        return {};
-    }
-    if (text.count > 0) {
-        memcpy(copy, text.data, text.count);
-    }
-    copy[text.count] = 0;
-    return {text.count, copy};
+    return copy_into(static_cast<char *>(os_alloc(text.count + 1)), text);
 }
 
 // ---- Growth ----
@@ -344,13 +352,5 @@ void *arena_alloc(StringArena *arena, uint64_t size) {
 }
 
 Str arena_push_string(StringArena *arena, Str text) {
-    char *copy = static_cast<char *>(arena_alloc(arena, text.count + 1));
-    if (!copy) {
-        return {};
-    }
-    if (text.count > 0) {
-        memcpy(copy, text.data, text.count);
-    }
-    copy[text.count] = 0;
-    return {text.count, copy};
+    return copy_into(static_cast<char *>(arena_alloc(arena, text.count + 1)), text);
 }

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "os/linux/files.h"
+#include "os/linux/threads.h"
 #include "os/paths.h"
 
 namespace {
@@ -320,8 +321,6 @@ void os_file_close(OpenedFile *file) {
 // open for each level and run out of file descriptors. It stays open only while its own files are visited.
 
 namespace {
-
-constexpr int64_t nanoseconds_per_second = 1000000000;
 
 struct Listing {
     uint64_t end;      // bytes of entries, which follow this record

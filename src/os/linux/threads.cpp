@@ -12,20 +12,26 @@
 #include "os/linux/threads.h"
 #include "os/memory.h"
 
+namespace {
+
+// Coarser than the system's clock, so that os_ticks_to_us wraps after days here as well, not after hours.
+constexpr int64_t ticks_per_second = 10000000;
+
+} // namespace
+
 void add_ms(timespec *time, uint32_t ms) {
     time->tv_sec += ms / 1000;
     time->tv_nsec += int64_t{ms % 1000} * 1000000;
-    if (time->tv_nsec >= 1000000000) {
+    if (time->tv_nsec >= nanoseconds_per_second) {
         time->tv_sec++;
-        time->tv_nsec -= 1000000000;
+        time->tv_nsec -= nanoseconds_per_second;
     }
 }
 
 // ---- Initialisation ----
 
 void os_init() {
-    // Coarser than the system's clock, so that os_ticks_to_us wraps after days here as well, not after hours.
-    os_ticks_per_second = 10000000;
+    os_ticks_per_second = ticks_per_second;
     // Writing to a pipe without a reader must fail, not end the process. An empty handler, as programs that
     // this one starts would inherit SIG_IGN.
     struct sigaction action = {};
@@ -188,11 +194,11 @@ int64_t os_ticks_per_second;
 int64_t os_ticks() {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 10000000 + now.tv_nsec / 100;
+    return now.tv_sec * ticks_per_second + now.tv_nsec / (nanoseconds_per_second / ticks_per_second);
 }
 
 int64_t monotonic_ms() {
-    return os_ticks() / 10000;
+    return os_ticks() / (ticks_per_second / 1000);
 }
 
 void os_sleep_ms(uint32_t ms) {

@@ -4,6 +4,8 @@
 #include <stdint.h>
 #include <time.h>
 
+constexpr int64_t nanoseconds_per_second = 1000000000;
+
 // Moves the time on by ms milliseconds.
 void add_ms(timespec *time, uint32_t ms);
 
