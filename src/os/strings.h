@@ -22,10 +22,6 @@ struct Str {
 // The Str of a zero-terminated text; the bytes stay the caller's.
 Str str_from(const char *text);
 
-// The longest text that is passed to the system, in UTF-16 units. Windows converts it on the stack: with its
-// zero unit it takes 16 MB of the 64 MB that the link step reserves.
-constexpr int32_t longest_wide_text = 8388608;
-
 // Whether both hold the same bytes.
 bool str_equal(Str a, Str b);
 

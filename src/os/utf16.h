@@ -1,7 +1,11 @@
-// UTF-16: a code point above U+FFFF takes two units, a pair of surrogates.
+// UTF-16, in which Windows takes texts: a code point above U+FFFF takes two units, a pair of surrogates.
 #pragma once
 
 #include <stdint.h>
+
+// The longest text that is passed to the system, in UTF-16 units. Windows converts it on the stack: with its
+// zero unit it takes 16 MB of the 64 MB that the link step reserves.
+constexpr int32_t longest_wide_text = 8388608;
 
 constexpr bool utf16_is_first(uint32_t unit) {
     return unit >= 0xD800 && unit < 0xDC00;

@@ -11,6 +11,7 @@
 #include "os/linux/utf8.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
+#include "os/utf16.h"
 #include "os/utf8.h"
 
 namespace {

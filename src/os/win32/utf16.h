@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "os/strings.h"
+#include "os/utf16.h"
 
 // UTF-16 units that the text converts to, or -1 for more than most_units.
 int32_t wide_length(Str text, int32_t most_units);

@@ -5,6 +5,7 @@
 #include "os/clipboard.h"
 #include "os/linux/utf8.h"
 #include "os/memory.h"
+#include "os/utf16.h"
 
 ProcessClipboard process_clipboard;
 
