@@ -37,7 +37,7 @@ ln -s . "$endless/more"
 # ---- What clicks run ----
 
 # On Windows the recorder notes its command line verbatim. A native program gets separate arguments, so there all that
-# it has to note is one argument, with single quotes in it.
+# it has to note is one argument, with single quotes in it. Each command names its button and its hit first.
 make_recorder "${4:-}"
 if [ "${#runner[@]}" -gt 0 ]; then
     quote='"' argument_quote=
@@ -48,198 +48,114 @@ else
     PATH=$work/bin:$PATH
     quote="'" argument_quote='"'
 fi
-windows_project=$drive${project//\//\\}
-left_template="\"$recorder\" ${argument_quote}left $quote{tarn_file_folder}/{tarn_file_name}$quote:{tarn_row}:{tarn_column}"
-left_template+=" {tarn_byte} $quote{tarn_file_folder_bs}$quote {{tarn_row}} {tarn_Row}  é{tarn_ro$argument_quote"
-right_template="\"$recorder\" $argument_quote/select,$quote{tarn_file_folder_bs}\\{tarn_file_name}$quote"
-right_template+=" {tarn_byte}{tarn_column} {tarn_file_folder} {tarn_file_folder_bs}{tarn_row}$argument_quote"
+hit_template='{tarn_file_folder}/{tarn_file_name}:{tarn_row}:{tarn_column}'
+left_template="\"$recorder\" ${argument_quote}left $hit_template {tarn_byte} $quote{tarn_file_folder_bs}$quote"
+left_template+=" {{tarn_row}} {tarn_Row}  é{tarn_ro$argument_quote"
+right_template="\"$recorder\" ${argument_quote}right $hit_template /select,"
+right_template+="$quote{tarn_file_folder_bs}\\{tarn_file_name}$quote {tarn_byte}{tarn_column}"
+right_template+=" {tarn_file_folder_bs}{tarn_row}$argument_quote"
 write_settings() { # LINE... With readers, as shipped; search_dump, which says what is to be seen, has none.
     printf '%s\n' "left_click_cmd $left_template" "right_click_cmd  $right_template" 'readers 8' "$@" \
         > "$folder/settings.txt"
 }
 
-# Hits in folders whose names contain placeholders: FILE:ROW, and the commands of a left and a right click. Placeholders
-# in {tarn_file_folder_bs} are expanded again, those in {tarn_file_folder} and {tarn_file_name} are not.
-declare -A literal_left=() literal_right=()
-while IFS= read -r hit && IFS= read -r left && IFS= read -r right; do
-    literal_left[$hit]=$left
-    literal_right[$hit]=$right
-done << END
-$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt:1
-"$recorder" left $quote$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt$quote:1:1 0 $quote$windows_project\src\1$quote {1} {tarn_Row}  é{tarn_ro
-"$recorder" /select,$quote$windows_project\src\1\{tarn_file_name} {x}.txt$quote 01 $drive$project/src/{tarn_row} $windows_project\src\11
-$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt:3
-"$recorder" left $quote$drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt$quote:3:1 9 $quote$windows_project\src\3$quote {3} {tarn_Row}  é{tarn_ro
-"$recorder" /select,$quote$windows_project\src\3\{tarn_file_name} {x}.txt$quote 91 $drive$project/src/{tarn_row} $windows_project\src\33
-$drive$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt:2
-"$recorder" left $quote$drive$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt$quote:2:3 3 $quote$windows_project\src\two 3{3}$quote {2} {tarn_Row}  é{tarn_ro
-"$recorder" /select,$quote$windows_project\src\two 3{3}\{tarn_file_folder_bs}.txt$quote 33 $drive$project/src/two {tarn_byte}{{tarn_column}} $windows_project\src\two 3{3}2
-$drive$project/src/{tarn_ro/}{tarn_row/a.txt:1
-"$recorder" left $quote$drive$project/src/{tarn_ro/}{tarn_row/a.txt$quote:1:27 26 $quote$windows_project\src\{tarn_ro\}{tarn_row$quote {1} {tarn_Row}  é{tarn_ro
-"$recorder" /select,$quote$windows_project\src\{tarn_ro\}{tarn_row\a.txt$quote 2627 $drive$project/src/{tarn_ro/}{tarn_row $windows_project\src\{tarn_ro\}{tarn_row1
+# Some commands for hits in $project, without the recorder. Placeholders in {tarn_file_folder_bs} are expanded again,
+# those in {tarn_file_folder} and {tarn_file_name} are not.
+project_bs=$drive${project//\//\\}
+cat > "$work/literal_commands" << END
+left $drive$project/a name with spaces.txt:2:2 17 $quote$project_bs$quote {2} {tarn_Row}  é{tarn_ro
+right $drive$project/a name with spaces.txt:4:8 /select,$quote$project_bs\a name with spaces.txt$quote 438 ${project_bs}4
+left $drive$project/Größe 你好.txt:2:8 27 $quote$project_bs$quote {2} {tarn_Row}  é{tarn_ro
+right $drive$project/Größe 你好.txt:2:8 /select,$quote$project_bs\Größe 你好.txt$quote 278 ${project_bs}2
+left $drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt:3:1 9 $quote$project_bs\src\3$quote {3} {tarn_Row}  é{tarn_ro
+right $drive$project/src/{tarn_row}/{tarn_file_name} {x}.txt:3:1 /select,$quote$project_bs\src\3\{tarn_file_name} {x}.txt$quote 91 $project_bs\src\33
+left $drive$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt:2:3 3 $quote$project_bs\src\two 3{3}$quote {2} {tarn_Row}  é{tarn_ro
+right $drive$project/src/two {tarn_byte}{{tarn_column}}/{tarn_file_folder_bs}.txt:2:3 /select,$quote$project_bs\src\two 3{3}\{tarn_file_folder_bs}.txt$quote 33 $project_bs\src\two 3{3}2
+left $drive$project/src/{tarn_ro/}{tarn_row/a.txt:1:27 26 $quote$project_bs\src\{tarn_ro\}{tarn_row$quote {1} {tarn_Row}  é{tarn_ro
+right $drive$project/src/{tarn_ro/}{tarn_row/a.txt:1:27 /select,$quote$project_bs\src\{tarn_ro\}{tarn_row\a.txt$quote 2627 $project_bs\src\{tarn_ro\}{tarn_row1
 END
 
 # ---- The rows on the screen ----
 
-# The records of the search on the screen, by index: a header's kind is "file", a line's "hit".
-kinds=() left_commands=() right_commands=()
-# The lengths of a header's name and folder, and of a line's prefix and text: each byte is drawn as a letter.
-first_lengths=() second_lengths=()
-records=0
-
-# Parses search_dump's output. Headers show each folder from the searched one's name on, or with FULL_PATHS all of it.
-read_dump() { # FULL_PATHS < DUMP
-    local kind first second left right hit
-    kinds=() left_commands=() right_commands=() first_lengths=() second_lengths=()
-    while IFS=$'\t' read -r kind first second left right hit; do
-        kinds+=("$kind")
-        first_lengths+=("$first")
-        second_lengths+=("$second")
-        left_commands+=("${literal_left[$hit]:-$left}")
-        right_commands+=("${literal_right[$hit]:-$right}")
-    done < <(tr -d '\0' | LC_ALL=C RECORDER=$recorder QUOTE=$quote SEARCHED=$searched FULL=$1 awk '
-        BEGIN {
-            recorder = "\"" ENVIRON["RECORDER"] "\""
-            quote = ENVIRON["QUOTE"]
-            hidden = ENVIRON["SEARCHED"]
-            sub(/[^\/]*$/, "", hidden)
-        }
-        $1 == "file" {
-            path = name = folder = substr($0, 6)
-            sub(/.*\//, "", name)
-            folder = substr(folder, 1, length(folder) - length(name) - 1)
-            backslashed = folder
-            gsub(/\//, "\\", backslashed)
-            shown = ENVIRON["FULL"] == "yes" ? folder : substr(folder, length(hidden) + 1)
-            print "file\t" length(name) "\t" length(shown) "\t-\t-\t-"
-        }
-        $1 == "hit" {
-            row = $2; column = $3; byte = $4
-            text = substr($0, length("hit" row column byte) + 5)
-            left = recorder " left " quote path quote ":" row ":" column " " byte " " quote backslashed quote \
-                " {" row "} {tarn_Row}  é{tarn_ro"
-            right = recorder " /select," quote backslashed "\\" name quote " " byte column " " folder " " \
-                backslashed row
-            print "hit\t" length(row) + 2 "\t" length(text) "\t" left "\t" right "\t" path ":" row
-        }')
-    records=${#kinds[@]}
+# The rows of the search on the screen: "file" for a file's header, FILE:ROW:COLUMN for a hit.
+records=()
+read_dump() { # < DUMP
+    mapfile -t records < <(tr -d '\0' | LC_ALL=C awk '
+        $1 == "file" { path = substr($0, 6); print "file" }
+        $1 == "hit" { print path ":" $2 ":" $3 }')
 }
 
-searched= # the path
 # Expects the rows of a search that ends.
-expect_search() { # FOLDER QUERY [FULL_PATHS]
-    searched=$drive$1
-    timeout 60 "${runner[@]}" "$search_dump" "$searched" "$2" > "$work/dump" < /dev/null
-    read_dump "${3:-no}" < "$work/dump"
+expect_search() { # FOLDER QUERY
+    timeout 60 "${runner[@]}" "$search_dump" "$drive$1" "$2" > "$work/dump" < /dev/null
+    read_dump < "$work/dump"
 }
 
 # Expects the first rows of the endless folder: the same file below "again", "again/again", and so on.
 expect_endless_search() { # HIT...
-    searched=$drive$endless
-    local at=$searched
+    local at=$drive$endless
     for _ in {1..38}; do # Linux follows 40 links in a path
         printf '%s\n' "file $at/a.txt" "$@"
         at+=/again
     done > "$work/dump"
-    read_dump no < "$work/dump"
+    read_dump < "$work/dump"
 }
 
 first=0 # index of the first visible record
 row_height=15 list_y=50
 
-# Prints the rows that the window should show: Y KIND INDEX each.
+# Prints the rows that the window should show completely: their Y, and "file" for a header or the index of a hit.
 rows() {
-    local i y=$list_y
-    for ((i = first; i < records && y < window_height; i++)); do
-        if ((i == first)) || [ "${kinds[i]}" = file ]; then
-            local header=$i
-            while [ "${kinds[header]}" != file ]; do
-                header=$((header - 1))
-            done
-            echo "$y file $header"
+    local i y=$list_y end=$((window_height - row_height))
+    for ((i = first; i < ${#records[@]} && y <= end; i++)); do
+        if ((i == first)) || [ "${records[i]}" = file ]; then
+            echo "$y file"
             y=$((y + row_height))
         fi
-        if [ "${kinds[i]}" = hit ] && ((y < window_height)); then
-            echo "$y hit $i"
+        if [ "${records[i]}" != file ] && ((y <= end)); then
+            echo "$y $i"
             y=$((y + row_height))
         fi
     done
 }
 
-# Whether the left part of the list shows these rows and nothing else, with the pointer at MOUSE_Y. Each text must have
-# its colour and its place: letters are 6 pixels wide.
-seen_width=600
+hit_rows() {
+    rows | sed '/file$/d'
+}
+
+# Prints the kind of each row that the window should show, with the pointer at MOUSE_Y.
+expected_kinds() { # MOUSE_Y
+    local y i
+    while read -r y i; do
+        if [ "$i" = file ]; then
+            echo "$y file"
+        elif ((y <= $1 && $1 < y + row_height)); then
+            echo "$y hovered"
+        else
+            echo "$y line"
+        fi
+    done < <(rows)
+}
+
+# Prints the kind of each row that the window shows, by the colours of its beginning: the names of files are yellow, the
+# row numbers of lines cyan, and the text of the line under the pointer green. The outline of a running search is left
+# out.
+seen_kinds() {
+    local height=$(((window_height - list_y) / row_height * row_height - 4))
+    pixels "100x$height+2+$((list_y + 2))" | od -An -v -tu1 -w3 |
+        awk -v list_y="$list_y" -v row_height="$row_height" '
+            { row = int((int((NR - 1) / 100) + 2) / row_height) }
+            $1 > 100 && $2 > 100 && $3 < 50 { kind[row] = "file" }
+            $1 < 50 && $2 > 100 && $3 > 100 && !(row in kind) { kind[row] = "line" }
+            $1 < 50 && $2 > 100 && $3 < 50 { kind[row] = "hovered" }
+            END {
+                if (NR == 0) print "no picture"
+                for (row in kind) print list_y + row * row_height, kind[row]
+            }' | sort -n
+}
+
 shows_rows() { # MOUSE_Y
-    {
-        local y kind i
-        while read -r y kind i; do
-            echo "row $y $kind ${first_lengths[i]} ${second_lengths[i]}"
-        done < <(rows)
-        pixels "${seen_width}x$((window_height - list_y))+0+$list_y" | od -An -v -tu1 -w3
-    } | awk -v width="$seen_width" -v list_y="$list_y" -v row_height="$row_height" -v mouse_y="$1" \
-        -v window_height="$window_height" '
-        function fail(what) {
-            if (!failed) {
-                print what
-            }
-            failed = 1
-        }
-        # Notes the leftmost and the rightmost pixel of each colour in each row.
-        function note(colour) {
-            key = row colour
-            if (!(key in left) || x < left[key]) left[key] = x
-            if (!(key in right) || x > right[key]) right[key] = x
-        }
-        function check(row, colour, x, letters,    key, end) {
-            key = row colour
-            end = x + 6 * letters
-            if (letters == 0) {
-                if (key in left) fail("row " row " has " colour)
-            } else if (!(key in left)) {
-                fail("row " row " has no " colour)
-            } else if (left[key] < x - 1 || left[key] > x + 5) {
-                fail("row " row ": " colour " begins at " left[key] ", not at " x)
-            } else if (end <= width && (right[key] > end || right[key] < end - 6)) {
-                fail("row " row ": " colour " ends at " right[key] ", not at " end)
-            }
-        }
-        $1 == "row" {
-            row = int(($2 - list_y) / row_height)
-            kind[row] = $3; first[row] = $4; second[row] = $5
-            next
-        }
-        {
-            x = pixel % width
-            y = int(pixel / width)
-            row = int(y / row_height)
-            pixel++
-            # A running search has an outline.
-            if (x < 2 || y < 2 || y >= window_height - list_y - 2 || $1 == 26 && $2 == 26 && $3 == 26) next
-            if ($3 < 50 && $1 > 100 && $2 > 100) note("yellow")
-            else if ($1 < 50 && $2 > 100 && $3 > 100) note("cyan")
-            else if ($1 < 50 && $2 > 100 && $3 < 50) note("green")
-            else if ($1 == $2 && $2 == $3 && $1 > 160) note("white")
-            else if ($1 == $2 && $2 == $3 && $1 > 90 && $1 < 128) note("grey")
-        }
-        END {
-            if (pixel != width * (window_height - list_y)) fail("no picture")
-            mouse_row = mouse_y < list_y ? -1 : int((mouse_y - list_y) / row_height)
-            # A row that the lower edge cuts off is not checked.
-            for (row = 0; list_y + (row + 1) * row_height <= window_height; row++) {
-                is_file = kind[row] == "file"
-                is_hit = kind[row] == "hit"
-                colour = row == mouse_row ? "green" : "white"
-                check(row, "yellow", 10, is_file ? first[row] : 0)
-                check(row, "cyan", 30, is_hit ? first[row] - 1 : 0) # its space has no pixels
-                if (is_file) check(row, "grey", 10 + 6 * first[row] + 7, second[row])
-                if (is_hit) check(row, colour, 30 + 6 * first[row], second[row])
-                if (!is_hit) check(row, "white", 0, 0)
-                if (!is_hit || colour != "green") check(row, "green", 0, 0)
-                if (is_hit && colour == "green") check(row, "white", 0, 0)
-                if (!is_file && !is_hit) check(row, "grey", 0, 0)
-            }
-            exit failed
-        }' > "$work/difference"
+    diff <(expected_kinds "$1") <(seen_kinds) > "$work/difference"
 }
 
 # Waits for these rows, with the pointer at MOUSE_Y. The end of a search that finds nothing is drawn only with the next
@@ -268,8 +184,6 @@ wheel() { # STEPS, down when positive
 
 # ---- Clicks ----
 
-expected_commands=$work/expected_commands
-: > "$expected_commands"
 clicks=0
 
 has_line_for_each_click() {
@@ -278,13 +192,13 @@ has_line_for_each_click() {
 
 # Waits until the clicked hit's command has run, which means that the click's frame has been drawn.
 await_command() { # BUTTON INDEX
+    local button=left command
+    [ "$1" = 1 ] || button=right
     clicks=$((clicks + 1))
-    if [ "$1" = 1 ]; then
-        printf '%s\n' "${left_commands[$2]}"
-    else
-        printf '%s\n' "${right_commands[$2]}"
-    fi >> "$expected_commands"
     until_true has_line_for_each_click || failed "a click with button $1 on hit $2 runs nothing"
+    command=$(sed -n "${clicks}p" "$commands")
+    [[ $command == "\"$recorder\" $button ${records[$2]} "* ]] ||
+        failed "a click with button $1 on ${records[$2]} runs $command"
 }
 
 click_row() { # BUTTON Y INDEX
@@ -294,21 +208,20 @@ click_row() { # BUTTON Y INDEX
     await_command "$1" "$3"
 }
 
-# Every command so far ran once, in order.
+# Each click so far ran one command.
 expect_commands() {
-    cmp -s "$expected_commands" "$commands" ||
-        failed "other commands: $(diff "$expected_commands" "$commands" | head -n 8)"
+    expect_equal 'the number of commands' "$clicks" "$(wc -l < "$commands")"
 }
 
-# Clicks every EVERYth hit whose row is wholly visible, with the buttons in turn.
+# Clicks every EVERYth hit, with the buttons in turn.
 click_rows() { # EVERY
-    local y kind i button=1 hit=0
-    while read -r y kind i; do
-        if [ "$kind" = hit ] && ((y + row_height <= window_height && hit++ % $1 == 0)); then
+    local y i button=1 hit=0
+    while read -r y i; do
+        if ((hit++ % $1 == 0)); then
             click_row "$button" "$y" "$i"
             button=$((4 - button))
         fi
-    done < <(rows)
+    done < <(hit_rows)
     expect_commands
 }
 
@@ -364,13 +277,14 @@ xdotool type _t
 expect_query uint8_t
 expect_search "$project" uint8_t
 see_rows 72
-while read -r y kind i; do
-    if [ "$kind" = hit ]; then
-        click_row 1 "$y" "$i"
-        click_row 3 "$y" "$i"
-    fi
-done < <(rows)
+while read -r y i; do
+    click_row 1 "$y" "$i"
+    click_row 3 "$y" "$i"
+done < <(hit_rows)
 expect_commands
+while read -r command; do
+    grep -Fqx "\"$recorder\" $command" "$commands" || failed "no command is $command: $(cat "$commands")"
+done < "$work/literal_commands"
 
 # ---- A list of many screens, down and up again ----
 
@@ -379,10 +293,10 @@ expect_pixel 500 6 "$focused"
 xdotool type "$drive$tarnwick_sources"
 expect_path "$drive$tarnwick_sources"
 expect_search "$tarnwick_sources" uint8_t
-((records > 150)) || failed "$records rows only"
+((${#records[@]} > 150)) || failed "${#records[@]} rows only"
 # As many steps as skip no row.
 steps=$(((window_height - list_y) / row_height / wheel_step))
-while ((first < records)); do
+while ((first < ${#records[@]})); do
     see_rows 72
     click_rows 25
     wheel "$steps"
@@ -409,9 +323,9 @@ see_rows 60
 
 # ---- Clicks right before or after other input ----
 
-mapfile -t hit_rows < <(rows | awk '$2 == "hit" { print $1, $3 }')
-read -r line_1_y _ <<< "${hit_rows[0]}"
-read -r y i <<< "${hit_rows[8]}"
+mapfile -t visible_hits < <(hit_rows)
+read -r line_1_y _ <<< "${visible_hits[0]}"
+read -r y i <<< "${visible_hits[8]}"
 see_rows "$line_1_y"
 xdotool mousemove 1275 1015
 sleep 1 # Wine polls for a pointer that has left the window
@@ -517,6 +431,8 @@ expect_search "$project" uint8_t
 first=0
 see_rows 300
 click_rows 5
+after_folder=60x15+220+$list_y # after the first file's folder, if that is shown from the searched one on
+see_no_pixels "$after_folder" "$grey"
 close
 expect_commands
 
@@ -524,8 +440,9 @@ expect_commands
 
 write_settings 'show_full_paths yes'
 start "$hovered_live" "$query_y"
-expect_search "$project" uint8_t yes
+expect_search "$project" uint8_t
 see_rows 300
+see_pixels "$after_folder" "$grey"
 click_rows 5
 focus_path
 xdotool type "$drive$endless"
