@@ -7,7 +7,6 @@
 #include <string.h>
 
 #include <algorithm>
-#include <atomic>
 #include <random>
 #include <string>
 
@@ -16,8 +15,9 @@
 #include "app/input.h"
 #include "app/list_keys.h"
 #include "search/counted.h"
+#include "search/sleepless_worker.h"
 #include "search/telling_tree.h"
-#include "search/worker.h"
+#include "support/looping_thread.h"
 #include "support/picture.h"
 #include "support/recorded_commands.h"
 
@@ -29,33 +29,6 @@ Field *const query = &query_field;
 constexpr Size client_size = {900, 400};
 constexpr Point nowhere = {-1000, -1000};
 constexpr uint32_t unpainted = 0xFF123456;
-
-// ---- The worker ----
-
-std::atomic<uint8_t> stop_turning;
-std::atomic<uint8_t> has_stopped;
-
-uint32_t turn_without_sleep(void *) {
-    while (!stop_turning) {
-        search_state.worker_pass = search_state.worker_pass + 1;
-        search_worker_turn();
-    }
-    has_stopped = 1;
-    return 0;
-}
-
-// Waits until a turn has taken the request and ended.
-void wait_for_the_last_request() {
-    while (search_state.request_pending) {
-        os_sleep_ms(1);
-    }
-    uint32_t pass = search_state.worker_pass;
-    while (search_state.worker_pass == pass) {
-        os_sleep_ms(1);
-    }
-}
-
-// ---- The user ----
 
 struct User {
     std::mt19937 random = std::mt19937(13);
@@ -279,11 +252,7 @@ void restart_searches_under_frames(bool with_list_keys) {
 
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
-    stop_turning = 0;
-    has_stopped = 0;
-    static Thread *threads[2]; // one for each run, never freed
-    threads[with_list_keys] = os_thread_start(turn_without_sleep, nullptr);
-    ASSERT_NE(threads[with_list_keys], nullptr);
+    LoopingThread worker(turn_without_sleep);
 
     Canvas canvas(client_size.width, client_size.height, unpainted);
     uint32_t first = search_state.requests_taken;
@@ -343,10 +312,7 @@ void restart_searches_under_frames(bool with_list_keys) {
     set_field(query, "needle");
     publish_request();
     wait_for_the_last_request();
-    stop_turning = 1;
-    while (!has_stopped) {
-        os_sleep_ms(1);
-    }
+    worker.stop();
     EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
     EXPECT_GT(results_store.hit_table.capacity, 2u);
     Pictures after_the_storm;
@@ -400,11 +366,7 @@ TEST(FramesWhileSearching, CountsAreOfOneSearch) {
 
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
-    stop_turning = 0;
-    has_stopped = 0;
-    static Thread *thread;
-    thread = os_thread_start(turn_without_sleep, nullptr);
-    ASSERT_NE(thread, nullptr);
+    LoopingThread worker(turn_without_sleep);
     Canvas canvas(client_size.width, client_size.height, unpainted);
     std::mt19937 random(15);
     size_t which = 0;
@@ -425,10 +387,7 @@ TEST(FramesWhileSearching, CountsAreOfOneSearch) {
         draw_frame(&canvas.framebuffer, nowhere);
     }
     wait_for_the_last_request();
-    stop_turning = 1;
-    while (!has_stopped) {
-        os_sleep_ms(1);
-    }
+    worker.stop();
     EXPECT_TRUE(is_of(search_counts_now(), expected[which])) << counted();
     search_state.worker_pass = search_state.worker_pass + 2;
     search_state.interface_pass = search_state.interface_pass + 2;

@@ -7,7 +7,6 @@
 
 #include <string.h>
 
-#include <atomic>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,8 +15,10 @@
 #include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "search/sleepless_worker.h"
 #include "search/telling_tree.h"
 #include "search/worker.h"
+#include "support/looping_thread.h"
 #include "support/test_tree.h"
 
 #ifdef _WIN32
@@ -148,29 +149,6 @@ void publish_many(const TestTree &tree, int to_publish, uint32_t to_be_taken) {
     EXPECT_EQ(seen.wrong_texts, 0u);
 }
 
-// Waits until the request is taken and the turn that took it has ended.
-void wait_for_the_last_request() {
-    while (search_state.request_pending) {
-        os_sleep_ms(1);
-    }
-    uint32_t pass = search_state.worker_pass;
-    while (search_state.worker_pass == pass) {
-        os_sleep_ms(1);
-    }
-}
-
-std::atomic<uint8_t> stop_turning;
-std::atomic<uint8_t> has_stopped;
-
-uint32_t turn_without_sleep(void *) {
-    while (!stop_turning) {
-        search_state.worker_pass = search_state.worker_pass + 1;
-        search_worker_turn();
-    }
-    has_stopped = 1;
-    return 0;
-}
-
 // Ends all reading: every retired block must now be freed.
 void end_passes() {
     search_state.worker_pass = search_state.worker_pass + 2;
@@ -194,18 +172,10 @@ void publish_to_a_worker_that_never_sleeps() {
     start_tables_small();
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
-    stop_turning = 0;
-    has_stopped = 0;
-    static Thread *threads[2]; // the layer's records, which stay
-    Thread *&thread = threads[threads[0] ? 1 : 0];
-    thread = os_thread_start(turn_without_sleep, nullptr);
-    ASSERT_NE(thread, nullptr);
+    LoopingThread worker(turn_without_sleep);
     publish_many(tree, requests, requests_to_take);
     wait_for_the_last_request();
-    stop_turning = 1;
-    while (!has_stopped) {
-        os_sleep_ms(1);
-    }
+    worker.stop();
     EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
     EXPECT_GT(results_store.hit_table.capacity, 2u);
     end_passes();
@@ -213,7 +183,6 @@ void publish_to_a_worker_that_never_sleeps() {
 
 } // namespace
 
-// The worker's turns without the sleep in between, so that thousands of requests are really taken.
 TEST(TwoThreads, AWorkerThatNeverSleepsEndsWithTheLastRequestsResults) {
     publish_to_a_worker_that_never_sleeps();
 }
@@ -239,6 +208,7 @@ struct WholeRow {
 
 constexpr uint64_t rows_read = 16;
 WholeRow whole_rows[2][rows_read]; // of each search
+uint64_t next_row;
 volatile uint64_t calls, rows_found, rows_mixed;
 
 bool read_row(uint64_t row, WholeRow *read) {
@@ -257,18 +227,15 @@ bool is_whole(uint64_t row, const WholeRow &read) {
            memcmp(&read, &whole_rows[1][row], sizeof(read)) == 0;
 }
 
-uint32_t read_without_end(void *) {
+void read_next_row() {
+    search_state.interface_pass = search_state.interface_pass + 1;
     WholeRow read;
-    for (uint64_t row = 0; !stop_turning; row = (row + 1) % rows_read) {
-        search_state.interface_pass = search_state.interface_pass + 1;
-        if (read_row(row, &read)) {
-            rows_found = rows_found + 1;
-            rows_mixed = rows_mixed + !is_whole(row, read);
-        }
-        calls = calls + 1;
+    if (read_row(next_row, &read)) {
+        rows_found = rows_found + 1;
+        rows_mixed = rows_mixed + !is_whole(next_row, read);
     }
-    has_stopped = 1;
-    return 0;
+    next_row = (next_row + 1) % rows_read;
+    calls = calls + 1;
 }
 
 // Fills the tables with hits and folder names.
@@ -304,29 +271,24 @@ TEST(TwoThreads, ARowThatIsBeingCopiedWhenTheNextSearchStartsIsNotMixed) {
     }
     search_state.interface_pass = 1;
     search_state.worker_pass = 1;
-    stop_turning = 0;
-    has_stopped = 0;
+    next_row = 0;
     calls = 0;
     rows_found = 0;
     rows_mixed = 0;
-    static Thread *thread;
-    thread = os_thread_start(read_without_end, nullptr);
-    ASSERT_NE(thread, nullptr);
+    LoopingThread reader(read_next_row);
+    ASSERT_NE(reader.thread, nullptr);
     std::mt19937 random(12);
     for (int stop = 0; stop < 400; stop++) {
         for (uint64_t end = calls + random() % 8; calls <= end;) {
             os_sleep_ms(0);
         }
-        os_thread_suspend(thread);
+        os_thread_suspend(reader.thread);
         search_both(paths[stop % 2], folders[stop % 2]);
-        os_thread_resume(thread);
+        os_thread_resume(reader.thread);
     }
     EXPECT_GT(rows_found, 400u);
     EXPECT_EQ(rows_mixed, 0u);
-    stop_turning = 1;
-    while (!has_stopped) {
-        os_sleep_ms(1);
-    }
+    reader.stop();
     end_passes();
 }
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "os/threads.h"
 #include "search/search_state.h"
 #include "support/each_step.h"
 #include "support/heap_hook.h"
+#include "support/looping_thread.h"
 #include "ui/edited_field.h"
 
 using namespace std::string_literals;
@@ -271,23 +271,17 @@ TEST(LineEditorLength, MemoryIsRequestedOnlyForATextThatCaretsCanCount) {
 
 namespace {
 
-volatile uint8_t stop_reading;
-volatile uint8_t has_stopped;
 volatile uint32_t passes;
 volatile uint32_t read_sum; // so that the reads are not optimised away
 
 // Reads the path as the worker does, from its count and to its terminator.
-uint32_t read_path(void *) {
-    while (!stop_reading) {
-        search_state.worker_pass = search_state.worker_pass + 1;
-        Str text = strbuf_text(&search_state.path);
-        for (uint64_t i = 0; i <= text.count; i++) {
-            read_sum = read_sum + static_cast<uint8_t>(text.data[i]);
-        }
-        passes = passes + 1;
+void read_path() {
+    search_state.worker_pass = search_state.worker_pass + 1;
+    Str text = strbuf_text(&search_state.path);
+    for (uint64_t i = 0; i <= text.count; i++) {
+        read_sum = read_sum + static_cast<uint8_t>(text.data[i]);
     }
-    has_stopped = 1;
-    return 0;
+    passes = passes + 1;
 }
 
 } // namespace
@@ -298,12 +292,8 @@ TEST(LineEditorReader, MayReadThroughEveryEdit) {
     strbuf_init(&search_state.path, 16);
     field_set_single_caret(0, 0);
     search_state.worker_pass = 1;
-    stop_reading = 0;
-    has_stopped = 0;
     passes = 0;
-    static Thread *thread;
-    thread = os_thread_start(read_path, nullptr);
-    ASSERT_NE(thread, nullptr);
+    LoopingThread reader(read_path);
     const auto edit = [](WindowEvent event) {
         bool handled, text_changed;
         field_handle_key(&path_field, &event, &handled, &text_changed);
@@ -324,10 +314,7 @@ TEST(LineEditorReader, MayReadThroughEveryEdit) {
         editor.let_go(KEY_CTRL);
         search_state.path.capacity = 16; // so that it grows again
     }
-    stop_reading = 1;
-    while (!has_stopped) {
-        os_sleep_ms(1);
-    }
+    reader.stop();
     search_state.worker_pass = search_state.worker_pass + 2;
     release_retired(&search_state.retired_text);
     search_state.worker_pass = 0;
