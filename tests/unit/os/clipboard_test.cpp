@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "os/memory.h"
 #include "support/heap_hook.h"
 #include "support/system_clipboard.h"
 #include "support/test_tree.h"
@@ -34,18 +33,6 @@ const std::string texts[] = {
 int32_t set_text(const std::string &text) {
     hold_clipboard();
     return os_clipboard_set_text(str_over(text));
-}
-
-// The returned text, "(none)" if there is none. Frees it.
-std::string taken(Str text) {
-    if (!text.data) {
-        EXPECT_EQ(text.count, 0u);
-        return "(none)";
-    }
-    EXPECT_EQ(text.data[text.count], 0);
-    std::string copy = to_string(text);
-    os_free(text.data);
-    return copy;
 }
 
 std::string get_text() {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "os/clipboard.h"
-#include "os/memory.h"
 #include "support/heap_hook.h"
 #include "support/system_clipboard.h"
 #include "support/test_tree.h"
@@ -17,18 +16,6 @@
 #endif
 
 namespace {
-
-// The returned text, "(none)" if there is none. Frees it.
-std::string taken(Str text) {
-    if (!text.data) {
-        EXPECT_EQ(text.count, 0u);
-        return "(none)";
-    }
-    EXPECT_EQ(text.data[text.count], 0);
-    std::string copy = to_string(text);
-    os_free(text.data);
-    return copy;
-}
 
 #ifdef _WIN32
 const std::string copied_file = "C:\\größe 😀\\f.txt";

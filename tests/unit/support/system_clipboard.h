@@ -1,8 +1,25 @@
-// What other programs do to the clipboard.
+// What other programs do to the clipboard, and the texts that its functions return.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
+
+#include "os/memory.h"
+#include "support/test_tree.h"
+
+// A text that the clipboard's functions have returned, "(none)" if there is none. Frees it.
+inline std::string taken(Str text) {
+    if (!text.data) {
+        EXPECT_EQ(text.count, 0u);
+        return "(none)";
+    }
+    EXPECT_EQ(text.data[text.count], 0);
+    std::string copy = to_string(text);
+    os_free(text.data);
+    return copy;
+}
 
 // The blocks of the formats that the program reads, texts without the zero at their end; no value: the format
 // is missing.
