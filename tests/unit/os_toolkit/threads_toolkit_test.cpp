@@ -11,46 +11,53 @@
 
 namespace {
 
-// What a counting thread shares with its test.
-struct Counter {
+// A thread that counts, and what it shares with its test.
+struct CountingThread {
     volatile uint64_t count = 0;
-    volatile uint8_t is_asked_to_end = 0;
+    volatile uint8_t is_asked_to_end;
+    Thread *thread;
+
+    explicit CountingThread(ThreadRoutine *routine, uint8_t ends_at_once = 0)
+        : is_asked_to_end(ends_at_once), thread(os_thread_start(routine, this)) {
+        EXPECT_NE(thread, nullptr);
+    }
+    void end();
 };
 
 uint32_t count_until_asked(void *record) {
-    Counter *counter = static_cast<Counter *>(static_cast<Thread *>(record)->user_data);
-    while (!counter->is_asked_to_end) {
-        counter->count = counter->count + 1;
+    auto *self = static_cast<CountingThread *>(static_cast<Thread *>(record)->user_data);
+    while (!self->is_asked_to_end) {
+        self->count = self->count + 1;
     }
     return 7;
 }
 
 uint32_t count_with_sleeps(void *record) {
-    Counter *counter = static_cast<Counter *>(static_cast<Thread *>(record)->user_data);
-    while (!counter->is_asked_to_end) {
-        counter->count = counter->count + 1;
+    auto *self = static_cast<CountingThread *>(static_cast<Thread *>(record)->user_data);
+    while (!self->is_asked_to_end) {
+        self->count = self->count + 1;
         os_sleep_ms(1);
     }
     return 7;
 }
 
-bool goes_on(const Counter &counter) {
-    uint64_t before = counter.count;
-    return eventually([&] { return counter.count != before; });
+bool goes_on(const CountingThread &counting) {
+    uint64_t before = counting.count;
+    return eventually([&] { return counting.count != before; });
 }
 
 // A system may return from suspending a moment before the thread has stopped.
-bool comes_to_a_stop(const Counter &counter) {
+bool comes_to_a_stop(const CountingThread &counting) {
     return eventually([&] {
-        uint64_t before = counter.count;
+        uint64_t before = counting.count;
         os_sleep_ms(50);
-        return counter.count == before;
+        return counting.count == before;
     });
 }
 
-// Lets a counting thread end by itself and frees its record.
-void end_thread(Thread *thread, Counter *counter) {
-    counter->is_asked_to_end = 1;
+// Lets the thread end by itself and frees its record.
+void CountingThread::end() {
+    is_asked_to_end = 1;
     void *handle = thread->handle;
 #ifdef _WIN32
     DWORD code = 0;
@@ -78,88 +85,75 @@ protected:
 // ---- Suspending ----
 
 TEST_F(ThreadControl, ASuspendedThreadStopsUntilItIsResumed) {
-    Counter counter;
-    Thread *thread = os_thread_start(count_until_asked, &counter);
-    ASSERT_NE(thread, nullptr);
-    EXPECT_TRUE(goes_on(counter));
+    CountingThread counting(count_until_asked);
+    EXPECT_TRUE(goes_on(counting));
 
-    os_thread_suspend(thread);
-    EXPECT_EQ(thread->suspended, 1);
-    EXPECT_TRUE(comes_to_a_stop(counter));
+    os_thread_suspend(counting.thread);
+    EXPECT_EQ(counting.thread->suspended, 1);
+    EXPECT_TRUE(comes_to_a_stop(counting));
 
-    os_thread_resume(thread);
-    EXPECT_EQ(thread->suspended, 0);
-    EXPECT_TRUE(goes_on(counter));
-    end_thread(thread, &counter);
+    os_thread_resume(counting.thread);
+    EXPECT_EQ(counting.thread->suspended, 0);
+    EXPECT_TRUE(goes_on(counting));
+    counting.end();
 }
 
 #ifndef _WIN32
 TEST_F(ThreadControl, AThreadHasStoppedOnceSuspendReturns) {
-    Counter counter;
-    Thread *thread = os_thread_start(count_until_asked, &counter);
-    ASSERT_NE(thread, nullptr);
+    CountingThread counting(count_until_asked);
     for (int round = 0; round < 1000; round++) {
-        os_thread_suspend(thread);
-        uint64_t stopped_at = counter.count;
+        os_thread_suspend(counting.thread);
+        uint64_t stopped_at = counting.count;
         for (int i = 0; i < 5; i++) {
             os_sleep_ms(0);
         }
-        ASSERT_EQ(counter.count, stopped_at);
-        os_thread_resume(thread);
+        ASSERT_EQ(counting.count, stopped_at);
+        os_thread_resume(counting.thread);
     }
-    end_thread(thread, &counter);
+    counting.end();
 }
 #endif
 
 TEST_F(ThreadControl, ASleepingThreadCanBeSuspended) {
-    Counter counter;
-    Thread *thread = os_thread_start(count_with_sleeps, &counter);
-    ASSERT_NE(thread, nullptr);
-    EXPECT_TRUE(goes_on(counter));
-    os_thread_suspend(thread);
-    EXPECT_TRUE(comes_to_a_stop(counter));
-    os_thread_resume(thread);
-    EXPECT_TRUE(goes_on(counter));
-    end_thread(thread, &counter);
+    CountingThread counting(count_with_sleeps);
+    EXPECT_TRUE(goes_on(counting));
+    os_thread_suspend(counting.thread);
+    EXPECT_TRUE(comes_to_a_stop(counting));
+    os_thread_resume(counting.thread);
+    EXPECT_TRUE(goes_on(counting));
+    counting.end();
 }
 
 TEST_F(ThreadControl, SuspendingTwiceSuspendsOnce) {
-    Counter counter;
-    Thread *thread = os_thread_start(count_until_asked, &counter);
-    ASSERT_NE(thread, nullptr);
-    EXPECT_TRUE(goes_on(counter));
-    os_thread_suspend(thread);
-    os_thread_suspend(thread);
-    EXPECT_TRUE(comes_to_a_stop(counter));
-    os_thread_resume(thread);
-    EXPECT_TRUE(goes_on(counter));
-    end_thread(thread, &counter);
+    CountingThread counting(count_until_asked);
+    EXPECT_TRUE(goes_on(counting));
+    os_thread_suspend(counting.thread);
+    os_thread_suspend(counting.thread);
+    EXPECT_TRUE(comes_to_a_stop(counting));
+    os_thread_resume(counting.thread);
+    EXPECT_TRUE(goes_on(counting));
+    counting.end();
 }
 
 TEST_F(ThreadControl, ResumingAThreadThatIsNotSuspendedDoesNothing) {
-    Counter counter;
-    Thread *thread = os_thread_start(count_until_asked, &counter);
-    ASSERT_NE(thread, nullptr);
-    os_thread_resume(thread);
-    EXPECT_EQ(thread->suspended, 0);
-    EXPECT_TRUE(goes_on(counter));
+    CountingThread counting(count_until_asked);
+    os_thread_resume(counting.thread);
+    EXPECT_EQ(counting.thread->suspended, 0);
+    EXPECT_TRUE(goes_on(counting));
     // A resumption that was remembered would undo this suspension.
-    os_thread_suspend(thread);
-    EXPECT_TRUE(comes_to_a_stop(counter));
-    os_thread_resume(thread);
-    end_thread(thread, &counter);
+    os_thread_suspend(counting.thread);
+    EXPECT_TRUE(comes_to_a_stop(counting));
+    os_thread_resume(counting.thread);
+    counting.end();
 }
 
 TEST_F(ThreadControl, SuspendingAndResumingAThreadThatHasEndedReturns) {
-    Counter counter;
-    counter.is_asked_to_end = 1;
-    Thread *thread = os_thread_start(count_until_asked, &counter);
-    ASSERT_NE(thread, nullptr);
-    os_thread_suspend(thread);
-    EXPECT_EQ(thread->suspended, 1);
-    os_thread_resume(thread);
-    EXPECT_EQ(thread->suspended, 0);
-    end_thread(thread, &counter);
+    CountingThread counting(count_until_asked, 1);
+    os_thread_suspend(counting.thread);
+    EXPECT_EQ(counting.thread->suspended, 1);
+    os_thread_resume(counting.thread);
+    EXPECT_EQ(counting.thread->suspended, 0);
+    counting.end();
 }
 
 TEST_F(ThreadControl, ANullRecordOrHandleIsNeitherSuspendedNorResumed) {
@@ -175,41 +169,35 @@ TEST_F(ThreadControl, ANullRecordOrHandleIsNeitherSuspendedNorResumed) {
 
 TEST_F(ThreadControl, AKilledThreadEndsWhereverItIs) {
     for (ThreadRoutine *routine : {count_until_asked, count_with_sleeps}) {
-        Counter counter;
-        Thread *thread = os_thread_start(routine, &counter);
-        ASSERT_NE(thread, nullptr);
-        EXPECT_TRUE(goes_on(counter));
-        void *handle = thread->handle;
-        os_thread_kill(thread);
+        CountingThread counting(routine);
+        EXPECT_TRUE(goes_on(counting));
+        void *handle = counting.thread->handle;
+        os_thread_kill(counting.thread);
         EXPECT_EQ(wait_for_end(handle), Ending::killed);
-        uint64_t count = counter.count;
+        uint64_t count = counting.count;
         os_sleep_ms(5);
-        EXPECT_EQ(counter.count, count);
+        EXPECT_EQ(counting.count, count);
     }
 }
 
 TEST_F(ThreadControl, ASuspendedThreadCanBeKilled) {
-    Counter counter;
-    Thread *thread = os_thread_start(count_until_asked, &counter);
-    ASSERT_NE(thread, nullptr);
+    CountingThread counting(count_until_asked);
     // A thread that is killed while it starts keeps the system's own locks, and the next one waits for ever.
-    EXPECT_TRUE(goes_on(counter));
-    os_thread_suspend(thread);
-    EXPECT_TRUE(comes_to_a_stop(counter));
-    void *handle = thread->handle;
-    os_thread_kill(thread);
+    EXPECT_TRUE(goes_on(counting));
+    os_thread_suspend(counting.thread);
+    EXPECT_TRUE(comes_to_a_stop(counting));
+    void *handle = counting.thread->handle;
+    os_thread_kill(counting.thread);
     EXPECT_EQ(wait_for_end(handle), Ending::killed);
 }
 
 TEST_F(ThreadControl, AbortingAllThreadsOnlyWritesADebugLine) {
-    Counter counter;
-    Thread *thread = os_thread_start(count_until_asked, &counter);
-    ASSERT_NE(thread, nullptr);
+    CountingThread counting(count_until_asked);
     testing::internal::CaptureStdout();
     os_abort_all_threads();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "* TODO * os_abort_all_threads\n");
-    EXPECT_TRUE(goes_on(counter));
-    end_thread(thread, &counter);
+    EXPECT_TRUE(goes_on(counting));
+    counting.end();
 }
 
 // ---- Clocks and sleeping ----
