@@ -279,6 +279,24 @@ TEST(Worker, IsNotBusyWhileItListsSuggestions) {
 
 // ---- Cancelling ----
 
+namespace {
+
+// Publishes a request while the given marker file, counted from 1, is read.
+struct RequestDuringRead {
+    int read_files = 0;
+    HeapHookScope hook;
+
+    explicit RequestDuringRead(int file)
+        : hook([this, file](uint64_t size) {
+              if (size == marker_block && ++read_files == file) {
+                  publish_request();
+              }
+              return true;
+          }) {}
+};
+
+} // namespace
+
 TEST(Worker, ARequestDuringTheFirstPassStopsBeforeTheNextEntry) {
     TestTree tree;
     SearchScope scope;
@@ -286,15 +304,9 @@ TEST(Worker, ARequestDuringTheFirstPassStopsBeforeTheNextEntry) {
         tree.file("f" + std::to_string(i), marker_bytes());
     }
     tree.file("d/below", "foo.....");
-    int read_files = 0;
-    HeapHookScope hook([&](uint64_t size) {
-        if (size == marker_block && ++read_files == 4) {
-            publish_request();
-        }
-        return true;
-    });
+    RequestDuringRead request(4);
     search_rows(tree, tree.path(), "foo");
-    EXPECT_EQ(read_files, 4);
+    EXPECT_EQ(request.read_files, 4);
     EXPECT_EQ(results_store.file_table.count, 4u); // the file being read is finished
     EXPECT_EQ(results_store.hit_table.count, 2u);  // emptied halfway, then that file's rows
     EXPECT_EQ(search_state.request_pending, 1);    // left for the next turn
@@ -310,15 +322,9 @@ TEST(Worker, ARequestDuringTheSecondPassStopsBeforeTheNextSubfolder) {
         tree.file(folder + "/marker", marker_bytes());
         tree.file(folder + "/below/marker", marker_bytes());
     }
-    int read_files = 0;
-    HeapHookScope hook([&](uint64_t size) {
-        if (size == marker_block && ++read_files == 5) { // in the third sub-folder
-            publish_request();
-        }
-        return true;
-    });
+    RequestDuringRead request(5); // in the third sub-folder
     search_rows(tree, tree.path(), "foo");
-    EXPECT_EQ(read_files, 5);
+    EXPECT_EQ(request.read_files, 5);
     EXPECT_EQ(results_store.file_table.count, 6u);
     EXPECT_EQ(search_state.search_busy, 0);
 }
@@ -328,15 +334,9 @@ TEST(Worker, ARequestDuringTheTopFoldersOnlyFileLetsNoSubfolderBeSearched) {
     SearchScope scope;
     tree.file("marker", marker_bytes());
     tree.file("d/marker", marker_bytes());
-    int read_files = 0;
-    HeapHookScope hook([&](uint64_t size) {
-        if (size == marker_block && ++read_files == 1) {
-            publish_request();
-        }
-        return true;
-    });
+    RequestDuringRead request(1);
     search_rows(tree, tree.path(), "foo");
-    EXPECT_EQ(read_files, 1);
+    EXPECT_EQ(request.read_files, 1);
 }
 
 TEST(Worker, ARequestDuringAFoldersLastFileStartsNoFurtherListing) {
@@ -344,12 +344,7 @@ TEST(Worker, ARequestDuringAFoldersLastFileStartsNoFurtherListing) {
         TestTree tree;
         SearchScope scope;
         tree.file(file, marker_bytes());
-        HeapHookScope hook([](uint64_t size) {
-            if (size == marker_block) {
-                publish_request();
-            }
-            return true;
-        });
+        RequestDuringRead request(1);
         count_listings();
         search_rows(tree, tree.path(), "foo");
         EXPECT_EQ(listings, file[0] == 'd' ? 3u : 1u); // the top for files and for sub-folders, d for files
@@ -391,12 +386,7 @@ TEST(Worker, ARequestDuringAFilesScanLetsTheScanFinish) {
         many_lines += "foo\n";
     }
     tree.file("f", many_lines + std::string(marker_length - many_lines.size(), '.'));
-    HeapHookScope hook([](uint64_t size) {
-        if (size == marker_block) {
-            publish_request();
-        }
-        return true;
-    });
+    RequestDuringRead request(1);
     search_rows(tree, tree.path(), "foo");
     EXPECT_EQ(results_store.hit_table.count, 1001u);
 }
