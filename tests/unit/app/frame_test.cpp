@@ -8,6 +8,7 @@
 
 #include "app/frame_scope.h"
 #include "app/input.h"
+#include "app/shown_window.h"
 #include "os/threads.h"
 #include "os/toolkit/window.h"
 #include "render/draw.h"
@@ -626,45 +627,8 @@ struct NoSleeps {
     }
 };
 
-// The program's window, shown and idle, with frames that take no time.
-struct Loop : FrameScope {
-    PlatformWindow *window;
-    bool is_open = true;
-
-    explicit Loop(int32_t refresh_rate = 1000000) {
-        headless_move_pointer({-5000, -5000});
-        headless_focus(nullptr);
-        os_pump_messages();
-        window = os_window_create(400, 200, str_from("T"), WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
-        os_window_show(window, 1);
-        os_set_event_callback(input_handle_event);
-        frame_clock_start(refresh_rate);
-        search_state.results_dirty = 0;
-        frame_turn(window);
-    }
-    ~Loop() {
-        os_set_event_callback(nullptr);
-        os_window_destroy(window);
-        os_free(window);
-        os_pump_messages();
-        frame_clock = {};
-        search_state.results_dirty = 0;
-    }
-
-    uint32_t presented() const {
-        return headless_view(window)->presented;
-    }
-
-    // How many of that number of turns drew and presented a frame.
-    uint64_t frames_in(int turns) const {
-        uint64_t drawn = frame_clock.drawn_count;
-        uint32_t shown = presented();
-        for (int i = 0; i < turns; i++) {
-            EXPECT_EQ(frame_turn(window), 1);
-        }
-        EXPECT_EQ(presented() - shown, frame_clock.drawn_count - drawn);
-        return frame_clock.drawn_count - drawn;
-    }
+struct Loop : FrameScope, ShownWindow {
+    explicit Loop(int32_t refresh_rate = 1000000) : ShownWindow(refresh_rate) {}
 
     Point on_screen(Point client) const {
         return {window->client_position.x + client.x, window->client_position.y + client.y};

@@ -11,6 +11,7 @@
 #include "app/frame_scope.h"
 #include "app/input.h"
 #include "app/scrolling.h"
+#include "app/shown_window.h"
 #include "os/errors.h"
 #include "render/draw.h"
 #include "render/text.h"
@@ -89,8 +90,8 @@ void put_counts(const SearchCounts &counts) {
 struct StatusScope : FrameScope {
     CountsScope counts;
 
-    StatusScope() {
-        settings.status_line = true;
+    explicit StatusScope(bool status_line = true) {
+        settings.status_line = status_line;
         publish_request(); // forgets what an earlier test's click has left
         search_state.request_pending = 0;
         search_state.results_dirty = 0;
@@ -531,42 +532,13 @@ TEST(StatusLine, CoversNoHitThatTheKeysSelect) {
 
 namespace {
 
-struct StatusLoop : StatusScope {
-    PlatformWindow *window;
-
-    explicit StatusLoop(uint8_t status_line = 1) {
-        settings.status_line = status_line;
-        headless_move_pointer({-5000, -5000});
-        headless_focus(nullptr);
-        os_pump_messages();
-        window = os_window_create(400, 200, str_from("T"), WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
-        os_window_show(window, 1);
-        os_set_event_callback(input_handle_event);
-        frame_clock_start(1000000);
-        search_state.results_dirty = 0;
-        frame_turn(window);
-    }
-    ~StatusLoop() {
-        os_set_event_callback(nullptr);
-        os_window_destroy(window);
-        os_free(window);
-        os_pump_messages();
-        frame_clock = {};
-        search_state.results_dirty = 0;
-    }
+struct StatusLoop : StatusScope, ShownWindow {
+    explicit StatusLoop(bool status_line = true) : StatusScope(status_line) {}
 
     // What the window shows.
     Framebuffer view() const {
         const HeadlessView *view = headless_view(window);
         return {view->size.width, view->size.height, const_cast<uint32_t *>(view->pixels), 0};
-    }
-
-    uint64_t frames_in(int turns) const {
-        uint64_t drawn = frame_clock.drawn_count;
-        for (int i = 0; i < turns; i++) {
-            EXPECT_TRUE(frame_turn(window));
-        }
-        return frame_clock.drawn_count - drawn;
     }
 };
 
@@ -629,7 +601,7 @@ TEST(StatusLine, UnderAnOpenDropDownIsRedrawnAsWell) {
 }
 
 TEST(StatusLine, WithoutTheSettingCausesNoFrame) {
-    StatusLoop loop(0);
+    StatusLoop loop(false);
     put_counts(running(1, 0));
     EXPECT_EQ(loop.frames_in(100), 0u);
     put_counts(finished(1, 1, 1));
