@@ -3,24 +3,8 @@
 # commands, starts the program, searches and clicks: package_linux_test.sh X11_SETTINGS SOURCE_FOLDER. Needs a display
 # with a window manager.
 set -euo pipefail
-top=$(realpath "$2")
-"$top/tools/make_package" linux
-# shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh" "$1" "$top/build/package-linux/bin/tarnwick"
-
-# ---- Two packages, the same bytes ----
-
-# The second is made from a copy elsewhere, in a different environment.
-copy=$work/somewhere/else
-mkdir -p "$copy/build"
-(cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
-cp -r "$top/build/font" "$copy/build"
-(umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/make_package" linux)
-
-version=$(sed -n 's/^project(tarnwick VERSION \([0-9.]*\) .*/\1/p' "$top/CMakeLists.txt")
-name=tarnwick-$version
-package=$top/dist/$name-linux-x86_64.tar.gz
-cmp "$package" "$copy/dist/$name-linux-x86_64.tar.gz" || failed 'the packages differ'
+# shellcheck source=tests/e2e/two_packages.sh
+source "$(dirname "$0")/two_packages.sh" linux "$1" "$2" package-linux/bin/tarnwick linux-x86_64.tar.gz
 
 # ---- What is in it ----
 

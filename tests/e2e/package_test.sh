@@ -2,24 +2,8 @@
 # Makes the package twice, in two folders, and uses it like a user: unpacks it, types into the program and clicks a hit:
 # package_test.sh RUN_UNDER_WINE SOURCE_FOLDER. Needs a display with a window manager.
 set -euo pipefail
-top=$(realpath "$2")
-"$top/tools/make_package" windows
-# shellcheck source=tests/e2e/real_program.sh
-source "$(dirname "$0")/real_program.sh" "$1" "$top/build/package/bin/tarnwick.exe"
-
-# ---- Two packages, the same bytes ----
-
-# The second one in a copy elsewhere, by a user with another umask, time zone, locale and compiler flags.
-copy=$work/somewhere/else
-mkdir -p "$copy/build"
-(cd "$top" && tar --exclude=./build --exclude=./dist -c .) | tar -x -C "$copy"
-cp -r "$top/build/font" "$copy/build"
-(umask 077 && TZ=Asia/Tokyo LC_ALL=C.UTF-8 CXXFLAGS=-O1 LDFLAGS=-g "$copy/tools/make_package" windows)
-
-version=$(sed -n 's/^project(tarnwick VERSION \([0-9.]*\) .*/\1/p' "$top/CMakeLists.txt")
-name=tarnwick-$version
-package=$top/dist/$name-win64.zip
-cmp "$package" "$copy/dist/$name-win64.zip" || failed 'the packages differ'
+# shellcheck source=tests/e2e/two_packages.sh
+source "$(dirname "$0")/two_packages.sh" windows "$1" "$2" package/bin/tarnwick.exe win64.zip
 
 # ---- What is in it ----
 
