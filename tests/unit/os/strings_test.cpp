@@ -763,23 +763,17 @@ TEST(SharedOrder, ATextIsReadWithTheCountOfItsOwnBlockOrAnEarlierOne) {
     static char short_block[] = "ab", long_block[] = "abcdef";
     static StrBuf buf;
     static Str text;
-    static int turn, step;
-    turn = 0;
-    do { // the writer's turn comes one instruction later each time
-        buf.data = short_block;
-        buf.count = 2;
-        step = 0;
-        states_while([] { text = strbuf_text(&buf); }, 0,
-                     [] {
-                         if (step++ == turn) {
-                             buf.data = long_block;
-                             buf.count = 6;
-                         }
-                         return each_step::State{};
-                     });
-        EXPECT_TRUE(text.data == long_block || text.count == 2) << turn;
-        turn++;
-    } while (step >= turn); // it came before the reader's last instruction
+    change_after_each_step(
+        [] {
+            buf.data = short_block;
+            buf.count = 2;
+        },
+        [] { text = strbuf_text(&buf); },
+        [] {
+            buf.data = long_block;
+            buf.count = 6;
+        },
+        [] { EXPECT_TRUE(text.data == long_block || text.count == 2); });
     EXPECT_EQ(text.data, short_block);
 }
 

@@ -679,23 +679,17 @@ TEST(StoreOrder, RowsAreReadWithTheCountOfTheirOwnBlockOrAnEarlierOne) {
     static char short_block[8], long_block[64];
     static DynArray table;
     static TableRows rows;
-    static int turn, step;
-    turn = 0;
-    do { // the worker's turn comes one instruction later each time
-        table.data = short_block;
-        table.count = 1;
-        step = 0;
-        states_while([] { rows = table_rows(&table); }, 0,
-                     [] {
-                         if (step++ == turn) {
-                             table.data = long_block;
-                             table.count = 8;
-                         }
-                         return each_step::State{};
-                     });
-        EXPECT_TRUE(rows.data == long_block || rows.count == 1) << turn;
-        turn++;
-    } while (step >= turn); // the turn came before the reader's last instruction
+    change_after_each_step(
+        [] {
+            table.data = short_block;
+            table.count = 1;
+        },
+        [] { rows = table_rows(&table); },
+        [] {
+            table.data = long_block;
+            table.count = 8;
+        },
+        [] { EXPECT_TRUE(rows.data == long_block || rows.count == 1); });
     EXPECT_EQ(rows.data, short_block);
 }
 #endif

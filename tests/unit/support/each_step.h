@@ -7,6 +7,8 @@
 #include <string.h>
 #include <x86intrin.h>
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 namespace each_step {
@@ -56,5 +58,33 @@ inline std::string states_while(void (*act)(), size_t value_count, each_step::St
         lines += "\n";
     }
     return lines;
+}
+
+namespace each_step {
+
+inline int step, change_step;
+inline void (*change_once)();
+
+} // namespace each_step
+
+// Runs act again and again, with change after another of its instructions each time, as if by another thread,
+// until act ends before that. prepare comes before each run, and check after it.
+inline void change_after_each_step(void (*prepare)(), void (*act)(), void (*change)(), void (*check)()) {
+    using namespace each_step;
+    change_once = change;
+    change_step = 0;
+    do {
+        SCOPED_TRACE(change_step);
+        prepare();
+        step = 0;
+        states_while(act, 0, [] {
+            if (step++ == change_step) {
+                change_once();
+            }
+            return State{};
+        });
+        check();
+        change_step++;
+    } while (step >= change_step);
 }
 #endif
