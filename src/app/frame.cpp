@@ -47,7 +47,7 @@ void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
         field_widget(framebuffer, str_from("Src: "), &query_field, layout);
     }
     if (layout->stop) {
-        list_keys.is_dragging = false; // the scroll bar is covered
+        scrolling.is_dragging = false; // the scroll bar is covered
         return;
     }
     int32_t list_top = layout->y;
@@ -59,7 +59,8 @@ void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
     draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, layout);
     draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, layout);
     if (settings.list_keys) {
-        list_keys_mouse(framebuffer, list_top, layout);
+        list_keys.search = current_search();
+        scroll_bar_mouse(framebuffer, list_top, layout);
     }
     int32_t first_visible_hit = search_state.results_scroll; // read once: the worker may set it to 0
     results_view(framebuffer, first_visible_hit, layout);
