@@ -31,7 +31,7 @@ void complete_path(Field *field) {
     if (!field->is_path) {
         return;
     }
-    FolderRow folder = results_folder_at(&results_store.matching_folders, 0, scratch_room());
+    FolderRow folder = results_completion(scratch_room());
     uint64_t name_start = str_name_start(strbuf_text(field->text));
     if (folder.copy != ROW_COPIED || !set_request_text_end(field->text, name_start, folder.name)) {
         return;

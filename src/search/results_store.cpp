@@ -139,3 +139,7 @@ FolderRow results_folder_at(const DynArray *folders, uint64_t row, Str room) {
                                        [&] { return copy_text(&result.name, &room); });
     return result;
 }
+
+FolderRow results_completion(Str room) {
+    return results_folder_at(&results_store.matching_folders, 0, room);
+}

@@ -89,6 +89,9 @@ struct FolderRow {
 HitRow results_hit_at(uint64_t row, Str room);
 FolderRow results_folder_at(const DynArray *folders, uint64_t row, Str room); // of either table
 
+// The same of the folder that Enter completes the path to: the first matching one.
+FolderRow results_completion(Str room);
+
 static_assert(sizeof(FileEntry) == 32 && offsetof(FileEntry, name) == 16);
 static_assert(sizeof(ResultRecord) == 40 && offsetof(ResultRecord, kind) == 0 &&
               offsetof(ResultRecord, file_index) == 4 && offsetof(ResultRecord, line) == 8 &&

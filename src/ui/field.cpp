@@ -1,7 +1,6 @@
 #include "ui/field.h"
 
 #include "search/search_state.h"
-#include "ui/line_editor.h"
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
 
@@ -24,8 +23,7 @@ Field query_field = {
 };
 
 void field_changed(Field *field) {
-    saved_mark_update(field); // a path may get shorter
-    field_clamp_carets(field);
+    saved_mark_update(field);
     saved_list_write(field);
     publish_request();
 }

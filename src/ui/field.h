@@ -20,8 +20,6 @@ struct Field {
 extern Field path_field;
 extern Field query_field;
 
-// For a change of the focused field's text by a key: cleans a path, updates the mark, clamps the carets,
-// writes the file and starts a search, in this order. Saving and flipping an entry do not use it: they change
-// the list and not the text, so they start no search, and they write the file before the mark update cleans a
-// path. Picking an entry does not either: it starts the search before it writes the file.
+// After a key has changed the focused field's text: cleans a path, updates the mark, writes the file and
+// starts a search, in this order.
 void field_changed(Field *field);

@@ -124,7 +124,7 @@ void draw_carets(Framebuffer *framebuffer, const Layout *layout, int32_t text_x,
 // The part of the first completion that is not typed yet. Intentionally the path's completion for either
 // field. room: for the folder's name.
 Str completion_tail(Str text, Str room) {
-    FolderRow folder = results_folder_at(&results_store.matching_folders, 0, room);
+    FolderRow folder = results_completion(room);
     if (folder.copy == ROW_GONE) {
         return {};
     }
@@ -143,12 +143,12 @@ Str completion_tail(Str text, Str room) {
 
 namespace {
 
-// Makes a saved entry the field's text, selected, and searches for it. Not by field_changed, as the search
+// Makes a saved entry the field's text, selected, and searches for it. As field_changed, but the search
 // starts before the file is written.
 void pick_entry(Field *field, Str entry) {
     set_request_text(field->text, entry); // out of memory: the old text is searched for again
     input_field.dropdown_open = false;
-    saved_mark_update(field); // cleans a path, so it comes before the request
+    saved_mark_update(field);
     publish_request();
     saved_list_write(field);
     field_set_single_caret(0, field_text_end(field));
@@ -175,7 +175,6 @@ void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
         if (toggle_button(framebuffer, button_in(row), entry->in_use != 0, layout)) {
             os_print("ungav %i\n", static_cast<int32_t>(entry->in_use));
             saved_entry_flip(field, i);
-            field_clamp_carets(field);
         } else if (is_hovered && ui_went_down(MOUSE_LEFT)) {
             picked = i;
         }
@@ -211,9 +210,6 @@ void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *lay
     if (has_list && take_button_press(button, layout)) { // before the text is drawn: saving cleans a path
         layout->click_consumed = true;
         saved_list_save(field, input_field.focused_field);
-        if (input_field.focused_field) { // its path may have got shorter, whichever field was saved
-            field_clamp_carets(input_field.focused_field);
-        }
     }
 
     Str shown = strbuf_text(field->text);

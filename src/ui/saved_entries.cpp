@@ -7,6 +7,7 @@
 
 #include "os/memory.h"
 #include "os/paths.h"
+#include "ui/line_editor.h"
 #include "ui/saved_files.h"
 
 namespace {
@@ -27,6 +28,16 @@ void compact_removed(DynArray *list) {
         os_free(first->text);
         std::copy(first + 1, end, first);
         list->count = list->count - 1;
+    }
+}
+
+// Cleans a path in place, its trailing slashes kept.
+void clean(Field *field) {
+    if (field->is_path) {
+        strbuf_clean_path(field->text, true);
+        if (field == input_field.focused_field) {
+            field_clamp_carets(field);
+        }
     }
 }
 
@@ -78,17 +89,12 @@ void saved_mark_update(Field *focused) {
     if (!focused) {
         return;
     }
-    if (focused->is_path) {
-        // Intentionally also removes a space or a quote that has just been typed at the end.
-        strbuf_clean_path(focused->text, true);
-    }
+    clean(focused); // intentionally also of a space or a quote that has just been typed at the end
     focused->is_saved = saved_list_find(&focused->entries, strbuf_text(focused->text), SAVED_LIVE) != nullptr;
 }
 
 void saved_list_save(Field *field, Field *focused) {
-    if (field->is_path) {
-        strbuf_clean_path(field->text, true);
-    }
+    clean(field);
     Str text = strbuf_text(field->text);
     if (field->is_saved) {
         if (!saved_list_find(&field->entries, text, SAVED_REMOVED)) {

@@ -40,16 +40,15 @@ SavedEntry *saved_list_find(const DynArray *list, Str text, SavedEntryState want
 // Appends a live entry with a copy of text; an empty entry when out of memory for the copy.
 void saved_list_add(DynArray *list, Str text);
 
-// Updates whether the focused field's text is saved. A path is cleaned in place first, trailing slashes kept:
-// it may get shorter, so the caller clamps the carets. Does nothing for a null pointer.
+// Updates whether the focused field's text is saved. A path is cleaned in place first, trailing slashes kept,
+// and its carets stay inside it. Does nothing for a null pointer.
 void saved_mark_update(Field *focused);
 
 // What a field's save button does, after cleaning a path as the mark update does. A text that is not marked
 // as saved is appended to the list, unless it is empty; when an entry has the same text already, that entry
 // becomes live instead, and intentionally nothing else happens. A marked text changes no entry, and nothing
 // else happens unless a removed entry has the same text. Then writes the file and updates the focused field's
-// mark, so that field's path may get shorter as well. Starts no search, even when cleaning has changed the
-// path.
+// mark. Starts no search, even when cleaning has changed the path.
 void saved_list_save(Field *field, Field *focused);
 
 // Makes a live entry of the focused field a removed one, or the other way round; then writes the file and
