@@ -81,7 +81,7 @@ void redraw_hits(benchmark::State &state) {
     }
     search_state.results_scroll = static_cast<int32_t>((state.range(0) - 60) * state.range(1) / 100);
     settings.list_keys = state.range(2) != 0;
-    list_keys_select(static_cast<uint64_t>(search_state.results_scroll) + 5);
+    list_keys_select(current_search_number(), static_cast<uint64_t>(search_state.results_scroll) + 5);
     draw_again_and_again(state);
     settings.list_keys = false;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "app/input.h"
-#include "app/list_keys.h"
 #include "app/results_view.h"
 #include "app/scratch.h"
 #include "app/scrolling.h"
@@ -59,7 +58,6 @@ void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
     draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, layout);
     draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, layout);
     if (settings.list_keys) {
-        list_keys.search = current_search();
         scroll_bar_mouse(framebuffer, list_top, layout);
     }
     int32_t first_visible_hit = search_state.results_scroll; // read once: the worker may set it to 0

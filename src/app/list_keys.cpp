@@ -38,7 +38,7 @@ namespace {
 
 // -1: there is none.
 int64_t selected_row() {
-    bool is_current = list_keys.has_selection && list_keys.selected_search == current_search();
+    bool is_current = list_keys.has_selection && list_keys.selected_number == current_search_number();
     return is_current ? list_keys.selected_row : -1;
 }
 
@@ -46,21 +46,22 @@ int64_t selected_row() {
 void select_from(int64_t row, int32_t direction) {
     int64_t hit = hit_from(row, direction);
     if (hit >= 0) {
-        list_keys_select(static_cast<uint64_t>(hit));
+        list_keys_select(list_keys.search_number, static_cast<uint64_t>(hit));
         show_row(hit);
     }
 }
 
 } // namespace
 
-void list_keys_select(uint64_t row) {
+void list_keys_select(uint64_t search_number, uint64_t row) {
     list_keys.has_selection = true;
-    list_keys.selected_search = list_keys.search;
+    list_keys.selected_number = search_number;
     list_keys.selected_row = static_cast<int64_t>(row);
 }
 
-bool list_keys_is_selected(uint64_t row) {
-    return selected_row() == static_cast<int64_t>(row);
+bool list_keys_is_selected(uint64_t search_number, uint64_t row) {
+    return list_keys.has_selection && list_keys.selected_number == search_number &&
+           list_keys.selected_row == static_cast<int64_t>(row);
 }
 
 // ---- Keys ----
@@ -100,12 +101,11 @@ void go_page(int32_t direction) {
 
 // Copies the selected hit, its texts into the scratch arena's free part. ROW_GONE when there is none.
 HitRow selected_hit() {
-    int64_t selected = selected_row();
-    if (selected < 0) {
+    if (!list_keys.has_selection) {
         return {};
     }
-    HitRow row = results_hit_at(static_cast<uint64_t>(selected), scratch_room());
-    return selected_row() == selected ? row : HitRow{}; // else it may be the next search's
+    HitRow row = results_hit_at(static_cast<uint64_t>(list_keys.selected_row), scratch_room());
+    return row.search_number == list_keys.selected_number ? row : HitRow{};
 }
 
 bool run_selected(Str command) {
@@ -132,7 +132,7 @@ bool copy_selected() {
     }
     // Texts that did not fit the scratch arena were read in place: whole only if the search is still the
     // same.
-    if (is_whole && selected_row() >= 0) {
+    if (is_whole && row.search_number == current_search_number()) {
         os_clipboard_set_text(strbuf_text(&row_text));
     }
     return true;
@@ -146,7 +146,7 @@ bool list_keys_handle(const KeyPayload &key) {
         dropdown_is_shown(&query_field)) {
         return false;
     }
-    list_keys.search = current_search();
+    list_keys.search_number = current_search_number();
     bool ctrl = ui_is_down(KEY_CTRL);
     if (ui_is_down(KEY_SHIFT)) {
         return ctrl && key.code == KEY_C && copy_selected();

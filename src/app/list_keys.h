@@ -1,8 +1,8 @@
 // The extension list_keys: a selected hit, the keys that move it, run its commands and scroll the list. Used
 // only while settings.list_keys is set. Interface thread only.
 //
-// The selection is a row of the hit table together with the search that it belongs to (current_search), so
-// rows that are added do not move it, and a new search ends it.
+// The selection is a row of the hit table together with the search that it belongs to
+// (current_search_number), so rows that are added do not move it, and a new search ends it.
 #pragma once
 
 #include <stdint.h>
@@ -10,10 +10,10 @@
 #include "os/window.h"
 
 struct ListKeys {
-    uint64_t search; // current_search() when this frame's list or this key began
+    uint64_t search_number; // current_search_number() when this key began
 
-    bool has_selection;       // counts only while selected_search is the current search
-    uint64_t selected_search; // the search in which the row was selected
+    bool has_selection;       // counts only while selected_number is the current one
+    uint64_t selected_number; // of the search in which the row was selected
     int64_t selected_row;     // of the hit table
 };
 extern ListKeys list_keys;
@@ -22,8 +22,8 @@ extern ListKeys list_keys;
 // list: another key or modifier, a release, an open drop-down, or no selection to act on.
 bool list_keys_handle(const KeyPayload &key);
 
-// Whether the row, read in this frame, is the selected hit.
-bool list_keys_is_selected(uint64_t row);
+// Whether that row of that search is the selected hit.
+bool list_keys_is_selected(uint64_t search_number, uint64_t row);
 
-// Selects the hit in that row, read in this frame, without scrolling.
-void list_keys_select(uint64_t row);
+// Selects the hit in that row, without scrolling.
+void list_keys_select(uint64_t search_number, uint64_t row);

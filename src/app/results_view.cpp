@@ -92,11 +92,11 @@ void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *l
             draw_header_row(framebuffer, layout, row.file, hidden_folder_bytes);
         }
         if (row.hit.kind == RESULT_HIT) {
-            if (settings.list_keys && list_keys_is_selected(i)) {
+            if (settings.list_keys && list_keys_is_selected(row.search_number, i)) {
                 draw_selection(framebuffer, layout);
             }
             if (draw_line_row(framebuffer, layout, row) && settings.list_keys) {
-                list_keys_select(i);
+                list_keys_select(row.search_number, i);
             }
         }
     }

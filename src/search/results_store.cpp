@@ -102,16 +102,15 @@ bool copy_text(Str *text, Str *room) {
 }
 
 // Runs both functions, the rows' first: only a whole row has valid pointers to its texts. copy_rows returns
-// whether the rows exist, copy_texts whether the texts fit. Rows and texts are overwritten only after
-// requests_taken has gone up.
+// whether the rows exist, copy_texts whether the texts fit. number: current_search_number() before the copy;
+// rows and texts are overwritten only after it has changed.
 template <typename CopyRows, typename CopyTexts>
-RowCopy copy_from_one_search(CopyRows copy_rows, CopyTexts copy_texts) {
-    uint32_t number = search_state.requests_taken;
-    if (!copy_rows() || search_state.requests_taken != number) {
+RowCopy copy_from_search(uint64_t number, CopyRows copy_rows, CopyTexts copy_texts) {
+    if (!copy_rows() || current_search_number() != number) {
         return ROW_GONE;
     }
     RowCopy copy = copy_texts() ? ROW_COPIED : ROW_IN_PLACE;
-    return search_state.requests_taken == number ? copy : ROW_GONE;
+    return current_search_number() == number ? copy : ROW_GONE;
 }
 
 } // namespace
@@ -120,7 +119,9 @@ HitRow results_hit_at(uint64_t row, Str room) {
     HitRow result = {};
     ResultRecord &hit = result.hit;
     FileEntry &file = result.file;
-    result.copy = copy_from_one_search(
+    result.search_number = current_search_number();
+    result.copy = copy_from_search(
+        result.search_number,
         [&] {
             return copy_row(&results_store.hit_table, row, sizeof(hit), &hit) &&
                    copy_row(&results_store.file_table, hit.file_index, sizeof(file), &file);
@@ -135,8 +136,9 @@ HitRow results_hit_at(uint64_t row, Str room) {
 
 FolderRow results_folder_at(const DynArray *folders, uint64_t row, Str room) {
     FolderRow result = {};
-    result.copy = copy_from_one_search([&] { return copy_row(folders, row, sizeof(Str), &result.name); },
-                                       [&] { return copy_text(&result.name, &room); });
+    result.copy = copy_from_search(
+        current_search_number(), [&] { return copy_row(folders, row, sizeof(Str), &result.name); },
+        [&] { return copy_text(&result.name, &room); });
     return result;
 }
 

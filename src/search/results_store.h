@@ -74,7 +74,8 @@ enum RowCopy : uint8_t {
 struct HitRow {
     RowCopy copy;
     ResultRecord hit;
-    FileEntry file; // the hit's
+    FileEntry file;         // the hit's
+    uint64_t search_number; // of the search that found it: current_search_number() during the copy
 };
 
 struct FolderRow {

@@ -37,7 +37,7 @@ void publish_request() {
     search_state.request_pending = 1;
 }
 
-uint64_t current_search() {
+uint64_t current_search_number() {
     return uint64_t{search_state.requests_published} << 32 | search_state.requests_taken;
 }
 

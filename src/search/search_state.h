@@ -55,7 +55,7 @@ void publish_request();
 
 // Interface: a number that changes with each request published or taken. While it stays the same, the results
 // are of the same search.
-uint64_t current_search();
+uint64_t current_search_number();
 
 // Worker: whether a search is wanted.
 bool has_request();

@@ -70,7 +70,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         return has_room;
     });
 
-    HitRow row = {ROW_COPIED, {}, {folder.str, name.str}};
+    HitRow row = {ROW_COPIED, {}, {folder.str, name.str}, 0};
     row.hit.line = static_cast<uint32_t>(hit.row);
     row.hit.column = static_cast<uint32_t>(hit.column);
     row.hit.byte_offset = static_cast<uint32_t>(hit.byte);

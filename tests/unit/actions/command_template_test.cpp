@@ -36,7 +36,7 @@ const PlainHit plain_hit = {"C:/data/src", "a.c", 12, 5, 345};
 
 // Expands what row_text holds.
 void expand(const PlainHit &hit) {
-    HitRow row = {ROW_COPIED, {}, {str_over(hit.folder), str_over(hit.name)}};
+    HitRow row = {ROW_COPIED, {}, {str_over(hit.folder), str_over(hit.name)}, 0};
     row.hit.line = static_cast<uint32_t>(hit.row);
     row.hit.column = static_cast<uint32_t>(hit.column);
     row.hit.byte_offset = static_cast<uint32_t>(hit.byte);

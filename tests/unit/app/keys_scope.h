@@ -114,7 +114,7 @@ inline void click(KeysScope *scope, Point position, uint16_t which = MOUSE_LEFT)
 inline std::string state() {
     std::string row = "-";
     for (uint64_t i = 0; i < results_store.hit_table.count; i++) {
-        if (list_keys_is_selected(i)) {
+        if (list_keys_is_selected(current_search_number(), i)) {
             EXPECT_EQ(row, "-");
             row = std::to_string(i);
         }
@@ -140,7 +140,7 @@ inline std::string commands() {
 
 // Selects a row and scrolls, whether or not the row is then visible.
 inline void select(uint64_t row, int32_t first) {
-    list_keys_select(row);
+    list_keys_select(current_search_number(), row);
     search_state.results_scroll = first;
 }
 

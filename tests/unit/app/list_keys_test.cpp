@@ -498,7 +498,7 @@ TEST(ListKeysPicture, EverySizeOfText) {
         scope.use_sizes(sizes.font_size, sizes.line_height, sizes.text_y_offset);
         search_state.search_busy = 1;
         search_state.results_scroll = 2;
-        list_keys_select(5);
+        list_keys_select(current_search_number(), 5);
         Canvas canvas(sizes.size.width, sizes.size.height, 0xFF123456);
         int32_t list = 4 + 2 * (sizes.line_height + 8);
         frame_draw(&canvas.framebuffer, {100, list + 6 * sizes.line_height}); // below the selected hit
@@ -508,7 +508,7 @@ TEST(ListKeysPicture, EverySizeOfText) {
 
 TEST(ListKeysPicture, ASelectedHitUnderTheMouseInANarrowWindow) {
     KeysScope scope;
-    list_keys_select(3);
+    list_keys_select(current_search_number(), 3);
     Canvas canvas(120, 120, 0xFF123456);
     frame_draw(&canvas.framebuffer, {20, list_top + 3 * row_height});
     expect_picture(canvas.framebuffer, "list_keys_hover");
@@ -520,7 +520,7 @@ TEST(ListKeysPicture, OffAndWithoutASelectionOrAScrollBarTheFrameIsTheSame) {
     Canvas with(width, 260, 0), without(width, 260, 0);
     frame_draw(&with.framebuffer, nowhere);
     settings.list_keys = false;
-    list_keys_select(3);
+    list_keys_select(current_search_number(), 3);
     frame_draw(&without.framebuffer, nowhere);
     EXPECT_TRUE(std::equal(with.framebuffer.pixels, with.framebuffer.pixels + width * 260,
                            without.framebuffer.pixels));

@@ -396,7 +396,8 @@ TEST(ResultsCopies, TheTextsAreCopiedAsFarAsTheRoomGoes) {
     dynarray_push(&results_store.matching_folders, sizeof(Str), &stored_name);
     for (uint64_t room = 0; room <= 20; room++) { // each text needs one more for its zero byte
         std::string bytes(room + 1, '#');
-        const auto &[copy, hit, file] = results_hit_at(0, {room, bytes.data()});
+        const auto &[copy, hit, file, search_number] = results_hit_at(0, {room, bytes.data()});
+        EXPECT_EQ(search_number, current_search_number());
         EXPECT_EQ(copy, room >= 11 ? ROW_COPIED : ROW_IN_PLACE) << room;
         EXPECT_EQ(file.folder.data == stored[0].data(), room < 7) << room;
         EXPECT_EQ(file.name.data == stored[1].data(), room < 11) << room;
