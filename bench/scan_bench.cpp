@@ -53,7 +53,7 @@ void memchr_speed(benchmark::State &state) {
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 
-void scan_speed(benchmark::State &state, const char *query, uint8_t ignore_case, ScanNextHit *variant) {
+void scan_speed(benchmark::State &state, const char *query, bool ignore_case, ScanNextHit *variant) {
     int64_t span = state.range(0) - static_cast<int64_t>(strlen(query));
     for (auto _ : state) {
         ScanHit hit;
@@ -100,8 +100,8 @@ std::vector<HardCase> hard_cases() {
     };
 }
 
-void hard_scan(benchmark::State &state, const std::string &query, const std::string &part,
-               uint8_t ignore_case, ScanNextHit *variant) {
+void hard_scan(benchmark::State &state, const std::string &query, const std::string &part, bool ignore_case,
+               ScanNextHit *variant) {
     const std::string hard_text = repeated(part, hard_text_size / part.size());
     int64_t span = static_cast<int64_t>(hard_text.size() - query.size());
     for (auto _ : state) {
@@ -149,18 +149,18 @@ int main(int argc, char **argv) {
     benchmark::RegisterBenchmark("memchr", memchr_speed)->Apply(sizes);
     struct Variant {
         const char *name;
-        uint8_t ignore_case;
+        bool ignore_case;
         ScanNextHit *scan;
     };
     std::vector<Variant> variants;
     if (os_has_avx2()) {
-        variants.push_back({"AVX2", 0, scan_next_hit_avx2});
+        variants.push_back({"AVX2", false, scan_next_hit_avx2});
     }
-    variants.push_back({"SSE2", 0, scan_next_hit_sse2});
+    variants.push_back({"SSE2", false, scan_next_hit_sse2});
     if (os_has_avx2()) {
-        variants.push_back({"ignoring case, AVX2", 1, scan_next_hit_ignoring_case_avx2});
+        variants.push_back({"ignoring case, AVX2", true, scan_next_hit_ignoring_case_avx2});
     }
-    variants.push_back({"ignoring case, SSE2", 1, scan_next_hit_ignoring_case_sse2});
+    variants.push_back({"ignoring case, SSE2", true, scan_next_hit_ignoring_case_sse2});
     for (const char *query : {"\x01", "zqxwvk_none", "intqq", "structure_of_nothing", " e_~e "}) {
         for (const Variant &variant : variants) {
             std::string name =

@@ -38,12 +38,12 @@ int main(int argc, char **argv) {
     }
     if (argc > 1 && strcmp(argv[1], "--counts") == 0) {
         os_init(); // the clock
-        search_state.keeps_counts = 1;
+        search_state.keeps_counts = true;
         argc -= 1;
         argv += 1;
     }
     if (argc > 1 && strcmp(argv[1], "--ignore-case") == 0) {
-        search_state.ignore_case = 1;
+        search_state.ignore_case = true;
         argc -= 1;
         argv += 1;
     }

@@ -139,7 +139,7 @@ int main(int argc, char **argv) {
     char **rest = argv + 1;
     for (char **end = argv + argc; end - rest > 2;) {
         if (strcmp(rest[0], "--ignore-case") == 0) {
-            search_state.ignore_case = 1;
+            search_state.ignore_case = true;
             rest += 1;
         } else if (strcmp(rest[0], "--skip-folders") == 0) {
             search_state.skip_folders = str_from(rest[1]);

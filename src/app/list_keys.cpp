@@ -142,8 +142,7 @@ bool copy_selected() {
 
 bool list_keys_handle(const KeyPayload &key) {
     bool is_fresh = key.state == KEY_PRESSED;
-    if ((!is_fresh && key.state != KEY_REPEATED) || ui_is_down(KEY_ALT) || dropdown_is_shown(&path_field) ||
-        dropdown_is_shown(&query_field)) {
+    if ((!is_fresh && key.state != KEY_REPEATED) || ui_is_down(KEY_ALT) || dropdown_is_shown()) {
         return false;
     }
     list_keys.search_number = current_search_number();

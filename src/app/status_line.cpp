@@ -130,9 +130,9 @@ void status_of_failed_start(Str cmd, uint32_t error, StatusText *text) {
 
 namespace {
 
-SearchCounts shown;       // in the last frame
-StatusText failed_start;  // of the last click's command; empty: none
-uint32_t failure_request; // requests_published at that click
+SearchCounts shown;              // in the last frame
+StatusText failed_start;         // of the last click's command; empty: none
+uint32_t failure_request_number; // requests_published at that click
 
 } // namespace
 
@@ -140,7 +140,7 @@ void status_line_command_run(uint32_t error) {
     failed_start.count = 0;
     if (settings.status_line && error != 0) {
         status_of_failed_start(strbuf_text(&row_text), error, &failed_start);
-        failure_request = search_state.requests_published;
+        failure_request_number = search_state.requests_published;
     }
 }
 
@@ -159,7 +159,7 @@ void draw_status_line(Framebuffer *framebuffer, int32_t top, const Layout &layou
     Rect row = {0, top, framebuffer->width, framebuffer->height - top};
     fill_rect(framebuffer, whole_of(framebuffer), row, theme::status_background);
     StatusText text = failed_start;
-    if (text.count == 0 || failure_request != search_state.requests_published) {
+    if (text.count == 0 || failure_request_number != search_state.requests_published) {
         status_of_search(shown, &text);
     }
     Layout line = layout;

@@ -21,7 +21,7 @@ void search_counts_begin() {
     search_counts.hits = 0;
     search_counts.too_large = 0;
     search_counts.unreadable = 0;
-    search_counts.request = search_state.requests_taken;
+    search_counts.request_number = search_state.requests_taken;
 }
 
 void search_counts_set(SearchOutcome outcome) {
@@ -33,7 +33,7 @@ void search_counts_set(SearchOutcome outcome) {
 
 SearchCounts search_counts_now() {
     SearchCounts counts = {};
-    counts.request = search_counts.request; // read before the others
+    counts.request_number = search_counts.request_number; // read before the others
     counts.outcome = search_counts.outcome; // read before the counts, which the worker completes before it
     counts.files = search_counts.files;
     counts.files_with_hits = search_counts.files_with_hits;
@@ -41,6 +41,6 @@ SearchCounts search_counts_now() {
     counts.too_large = search_counts.too_large;
     counts.unreadable = search_counts.unreadable;
     counts.us = search_counts.us;
-    bool is_of_one_search = search_state.requests_taken == counts.request;
+    bool is_of_one_search = search_state.requests_taken == counts.request_number;
     return is_of_one_search && !search_state.request_pending ? counts : SearchCounts{};
 }

@@ -2,8 +2,8 @@
 // Nothing is counted without search_state.keeps_counts.
 //
 // The worker writes and the interface reads without a lock, as with the results: the worker zeroes the counts
-// and then sets request, after it has incremented requests_taken. So a copy is of one search if the request
-// that it began with is still requests_taken at its end.
+// and then sets request_number, after it has incremented requests_taken. So a copy is of one search if the
+// number that it began with is still requests_taken at its end.
 #pragma once
 
 #include <stdint.h>
@@ -21,7 +21,7 @@ enum SearchOutcome : uint8_t {
 };
 
 struct SearchCounts {
-    uint32_t request; // requests_taken of this search; set last when it begins
+    uint32_t request_number; // requests_taken of this search; set last when it begins
     SearchOutcome outcome;
     uint64_t files; // read and searched
     uint64_t files_with_hits;

@@ -18,8 +18,8 @@ struct SearchState {
     volatile int64_t max_file_size; // bytes; larger files are skipped; 0: no limit; set at start-up only
     uint32_t reader_count; // threads that read ahead of the worker; 0: none; set at start-up, then lowered
                            // by the worker to those that it could start
-    uint8_t keeps_counts;  // whether the worker keeps search_counts; set at start-up only
-    uint8_t ignore_case;   // whether the query's ASCII letters match in either case; set at start-up only
+    bool keeps_counts;     // whether the worker keeps search_counts; set at start-up only
+    bool ignore_case;      // whether the query's ASCII letters match in either case; set at start-up only
     Str skip_folders;      // names of folders not entered, separated by whitespace; set at start-up only
     volatile uint32_t requests_published; // incremented by each request, before request_pending is set
     volatile uint32_t interface_pass;     // incremented at the start of each frame; 0: nobody reads results

@@ -94,7 +94,7 @@ void store_job(const ReadJob *job) {
             FolderEntry entry;
             entry.name = file->name;
             entry.size = file->size;
-            entry.is_folder = 0;
+            entry.is_folder = false;
             uint64_t room = static_cast<uint32_t>(file->size); // as os_file_read_all reads
             readers_take_room(room);
             on_file(nullptr, job->folder, entry);
@@ -103,24 +103,14 @@ void store_job(const ReadJob *job) {
     }
 }
 
-// A copy of a field's text on the heap; the empty Str when out of memory.
-Str copy_field(Str text) {
-    char *copy = static_cast<char *>(os_alloc(text.count));
-    if (!copy) {
-        return {};
-    }
-    memcpy(copy, text.data, text.count);
-    return {text.count, copy};
-}
-
 // Returns false when the search has to do without readers.
 bool search_with_readers(Str folder) {
     if (search_state.reader_count == 0) {
         return false;
     }
     // Readers get copies, as the interface may edit the fields in place.
-    Str query = copy_field(strbuf_text(&search_state.query));
-    folder = copy_field(folder);
+    Str query = str_copy(strbuf_text(&search_state.query));
+    folder = str_copy(folder);
     bool has_begun = query.data && folder.data && readers_begin(folder, query);
     if (has_begun) {
         const ReadJob *job = nullptr;

@@ -158,7 +158,7 @@ void pick_entry(Field *field, Str entry) {
 // they can be brought back.
 void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
     const DynArray *list = &field->entries;
-    if (!dropdown_is_shown(field)) {
+    if (field != input_field.focused_field || !dropdown_is_shown()) {
         return;
     }
     layout->stop = true;
@@ -187,8 +187,9 @@ void dropdown(Framebuffer *framebuffer, Field *field, Layout *layout) {
 
 } // namespace
 
-bool dropdown_is_shown(const Field *field) {
-    return input_field.focused_field == field && input_field.dropdown_open && field->entries.count > 0;
+bool dropdown_is_shown() {
+    const Field *field = input_field.focused_field;
+    return field && input_field.dropdown_open && field->entries.count > 0;
 }
 
 // ---- The field ----

@@ -14,8 +14,8 @@
 // button cleans changes at once.
 void field_widget(Framebuffer *framebuffer, Str label, Field *field, Layout *layout);
 
-// Whether the field's saved entries are shown below it.
-bool dropdown_is_shown(const Field *field);
+// Whether the focused field's saved entries are shown below it.
+bool dropdown_is_shown();
 
 // Draws a button in the colour of its state. Returns whether it has been pressed in this frame, and consumes
 // that press.

@@ -1089,7 +1089,7 @@ TEST(ResultsPicture, IgnoringCaseAndSkippingFolders) {
     }
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(scope.tree.native(""));
-    search_state.ignore_case = 1;
+    search_state.ignore_case = true;
     search_state.skip_folders = str_from(".git build");
     search_rows(scope.tree, "project", "Needle");
     std::filesystem::current_path(before);

@@ -10,12 +10,12 @@
 struct CountsScope {
     CountsScope() {
         os_init(); // the clock
-        search_state.keeps_counts = 1;
+        search_state.keeps_counts = true;
         search_counts_begin();
     }
     ~CountsScope() {
         search_counts_begin();
-        search_state.keeps_counts = 0;
+        search_state.keeps_counts = false;
     }
     CountsScope(const CountsScope &) = delete;
     CountsScope &operator=(const CountsScope &) = delete;

@@ -17,7 +17,7 @@ namespace {
 
 struct IgnoreCaseScope : SearchScope {
     IgnoreCaseScope() {
-        search_state.ignore_case = 1;
+        search_state.ignore_case = true;
     }
 };
 

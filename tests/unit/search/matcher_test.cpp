@@ -247,7 +247,7 @@ TEST(Matcher, SizesAreComparedAsSignedNumbers) {
     EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), UINT64_MAX, 0)));
     EXPECT_EQ(results_store.file_table.count, 1u);
     search_state.max_file_size = -1; // a limit below every size, not no limit
-    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)));
+    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false)));
     EXPECT_EQ(results_store.file_table.count, 1u);
 }
 
@@ -296,12 +296,12 @@ TEST(Matcher, BackslashesInAFilesFolderAreStoredAsSlashes) {
     std::string folder = tree.path();
     std::replace(folder.begin(), folder.end(), '/', '\\');
     folder += "\\"; // and it stays
-    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)));
+    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false)));
     EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path() + "//f\nhit 1 1 0 foo..\n");
 #else
     tree.file("a\\b/f", "foo.....");
     std::string folder = tree.path("a\\b");
-    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)));
+    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false)));
     EXPECT_EQ(stored_rows(), "files 1\nfile " + tree.path("a/b") + "/f\nhit 1 1 0 foo..\n");
 #endif
 }
@@ -323,7 +323,7 @@ TEST(Matcher, APendingRequestStopsTheListingBeforeAnything) {
     }
     EXPECT_EQ(stored_rows(), "files 0\n");
     search_state.request_pending = 0;
-    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 1))); // a folder
+    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, true))); // a folder
     EXPECT_EQ(stored_rows(), "files 0\n");
 }
 
@@ -334,10 +334,10 @@ TEST(Matcher, ResultsAreMarkedDirtyByHitsOnly) {
     search_state.request_pending = 0;
     std::string folder = tree.path();
     strbuf_append(&search_state.query, 3, "bar");
-    on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0));
+    on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false));
     EXPECT_EQ(search_state.results_dirty, 0);
     set_field(&search_state.query, "foo");
-    on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0));
+    on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false));
     EXPECT_EQ(search_state.results_dirty, 1);
 }
 
@@ -354,10 +354,10 @@ TEST(Matcher, WithoutStringsTheRowsAreStillAppended) {
     uint64_t path_need = folder.size() + 1 + 1 + 1 + 8;
     results_store.arena.used = results_store.arena.capacity - path_need;
     HeapHookScope hook([](uint64_t size) { return size < 50000000; });
-    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)));
+    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false)));
     EXPECT_EQ(stored_rows(), "files 1\nfile /\nhit 1 1 0 \n");
     // The next file's path is empty too, so it cannot be read.
-    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)));
+    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false)));
     EXPECT_EQ(results_store.file_table.count, 1u);
 }
 
@@ -370,7 +370,7 @@ TEST(Matcher, WithoutMemoryForAFileRowThatFilesHitsAreSkipped) {
     strbuf_append(&search_state.query, 3, "foo");
     results_store.file_table.count = results_store.file_table.capacity;
     HeapHookScope hook([](uint64_t size) { return size != 20000 * sizeof(FileEntry); });
-    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, 0)));
+    EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false)));
     EXPECT_EQ(stored_rows(), "files 0\n");
     EXPECT_EQ(results_store.file_table.data, nullptr);
 }
@@ -408,11 +408,11 @@ TEST(Suggestions, AreSortedByWhetherTheyBeginWithThePrefix) {
     Str prefix = str_from("pro");
     for (const char *name : {"Projects", "pr", "src", "pro", "xpro"}) {
         search_state.results_dirty = 0;
-        EXPECT_TRUE(on_folder_suggestion(&prefix, str_from("C:"), listed(str_from(name), 0, 1)));
+        EXPECT_TRUE(on_folder_suggestion(&prefix, str_from("C:"), listed(str_from(name), 0, true)));
         EXPECT_EQ(search_state.results_dirty, 1);
     }
     EXPECT_TRUE(
-        on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("profile.txt"), 5, 0))); // a file
+        on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("profile.txt"), 5, false))); // a file
     EXPECT_EQ(stored_rows(), "files 0\nmatch Projects\nmatch pro\nother pr\nother src\nother xpro\n");
 }
 
@@ -420,8 +420,8 @@ TEST(Suggestions, AnEmptyPrefixMatchesEveryFolder) {
     SearchScope scope;
     search_state.request_pending = 0;
     Str prefix = {};
-    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("a"), 0, 1));
-    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("b"), 0, 1));
+    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("a"), 0, true));
+    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("b"), 0, true));
     EXPECT_EQ(stored_rows(), "files 0\nmatch a\nmatch b\n");
 }
 
@@ -431,7 +431,7 @@ TEST(Suggestions, OnlyTheLettersAToZAreFolded) {
     const auto matches = [](const char *typed, const char *name) {
         Str prefix = str_from(typed);
         results_store.matching_folders.count = 0;
-        on_folder_suggestion(&prefix, str_from("C:"), listed(str_from(name), 0, 1));
+        on_folder_suggestion(&prefix, str_from("C:"), listed(str_from(name), 0, true));
         return results_store.matching_folders.count == 1;
     };
     EXPECT_TRUE(matches("AZaz", "azAZ"));
@@ -448,7 +448,7 @@ TEST(Suggestions, WithoutMemoryForANameItIsEmpty) {
     results_store.arena.used = results_store.arena.capacity;
     HeapHookScope hook([](uint64_t) { return false; });
     Str prefix = str_from("a");
-    EXPECT_TRUE(on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("abc"), 0, 1)));
+    EXPECT_TRUE(on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("abc"), 0, true)));
     EXPECT_EQ(stored_rows(), "files 0\nmatch \n");
 }
 

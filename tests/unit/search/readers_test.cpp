@@ -190,7 +190,7 @@ struct Search {
     std::string query = "foo";
     int64_t max_file_size = 10000000;
     uint64_t arena_block_size = 0; // 0: the default
-    uint8_t ignore_case = 0;
+    bool ignore_case = false;
     const char *skip_folders = "";
 };
 
@@ -369,7 +369,7 @@ TEST(Readers, IgnoreCaseAndSkipFoldersLikeTheWorker) {
         tree.file("enter/skip me/a", "foo.....");
         tree.file("enter/skip/skip/a", "foo.....");
         tree.file("enter/b", "foo.....");
-        const Search how = {.query = "FOO", .ignore_case = 1, .skip_folders = "ad1 skip Zd2 ..cd1 äd1"};
+        const Search how = {.query = "FOO", .ignore_case = true, .skip_folders = "ad1 skip Zd2 ..cd1 äd1"};
         Stored alone = search(tree, how, 0);
         EXPECT_NE(alone.rows.find("foo"), std::string::npos);
         EXPECT_EQ(alone.rows.find("/skip/"), std::string::npos);

@@ -244,7 +244,7 @@ TEST(ResultsStore, OutgrownStorageStaysForTheInterfaceAndIsFreedWhileIdle) {
     search_state.interface_pass = 5; // an interface that reads the rows
     char *read = folders.data;
     Str prefix = {};
-    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("d"), 0, 1));
+    on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("d"), 0, true));
     EXPECT_NE(folders.data, read);
     EXPECT_FALSE(search_worker_turn()); // idle
     EXPECT_NE(results_store.retired.first, nullptr);
@@ -663,7 +663,7 @@ TEST(StoreOrder, ARowIsWholeBeforeItIsCountedAndCountedBeforeResultsAreDirty) {
     memset(results_store.matching_folders.data, 0x55, sizeof(Str));
     static Str prefix;
     EXPECT_EQ(
-        states_while([] { on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("d"), 0, 1)); }, 3,
+        states_while([] { on_folder_suggestion(&prefix, str_from("C:"), listed(str_from("d"), 0, true)); }, 3,
                      [] {
                          uint64_t count = results_store.matching_folders.count;
                          Str last = {};

@@ -369,12 +369,12 @@ TEST(Worker, ASubfolderIsNotEnteredWhileARequestIsPending) {
     set_field(&search_state.query, "foo");
     std::string folder = tree.path();
     search_state.request_pending = 1;
-    EXPECT_FALSE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)));
-    EXPECT_FALSE(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0))); // for a file too
+    EXPECT_FALSE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, true)));
+    EXPECT_FALSE(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, false))); // for a file too
     search_state.request_pending = 0;
-    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, 0))); // a file
+    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("f"), 5, false))); // a file
     EXPECT_EQ(stored_rows(), "files 0\n");
-    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)));
+    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, true)));
     EXPECT_EQ(stored_rows(tree.path()), "files 1\nfile d/f\nhit 1 1 0 foo..\n");
 }
 
@@ -584,7 +584,7 @@ TEST(Worker, WithoutMemoryForItsPathASubfolderIsNotWalked) {
     std::string folder = tree.path();
     results_store.arena.used = results_store.arena.capacity;
     HeapHookScope hook([](uint64_t size) { return size < 50000000; });
-    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, 1)));
+    EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, true)));
     EXPECT_EQ(stored_rows(), "files 0\n"); // the empty path would have walked the root
 }
 
@@ -593,7 +593,7 @@ TEST(Worker, ASubfolderWhosePathIsTooLongIsSkipped) {
     search_state.request_pending = 0;
     std::string folder(4090, 'a');
     for (const char *name : {"1234", "12345", "123456"}) { // the first fits, but does not exist
-        EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from(name), 0, 1)));
+        EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from(name), 0, true)));
         EXPECT_EQ(stored_rows(), "files 0\n");
     }
 }

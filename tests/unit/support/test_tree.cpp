@@ -105,7 +105,7 @@ SearchScope::SearchScope() {
     strbuf_init(&search_state.query, 1024);
     search_state.request_pending = 1;
     search_state.max_file_size = 10000000;
-    search_state.ignore_case = 0;
+    search_state.ignore_case = false;
     search_state.skip_folders = {};
     search_state.results_dirty = 0;
     search_state.results_scroll = 0;
