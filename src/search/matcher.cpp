@@ -29,19 +29,6 @@ Str line_text(char *line, int64_t length) {
     return {static_cast<uint64_t>(length), line};
 }
 
-// Whether the name begins with the prefix; A to Z match either case.
-bool begins_with(Str name, Str prefix) {
-    if (name.count < prefix.count) {
-        return false;
-    }
-    for (uint64_t i = 0; i < prefix.count; i++) {
-        if (lower_case(name.data[i]) != lower_case(prefix.data[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
 } // namespace
 
 bool is_above_size_limit(uint64_t size) {
@@ -143,20 +130,4 @@ void scan_contents(Str contents, Str query, uint32_t file_index) {
     while (line_scan_next(&scan, &hit)) {
         push_hit(file_index, hit);
     }
-}
-
-bool on_folder_suggestion(void *context, Str, const FolderEntry &entry) {
-    if (search_state.request_pending) {
-        return false;
-    }
-    if (!entry.is_folder) {
-        return true;
-    }
-    const Str *prefix = static_cast<const Str *>(context);
-    Str copy = arena_push_string(&results_store.arena, entry.name);
-    DynArray *list =
-        begins_with(entry.name, *prefix) ? &results_store.matching_folders : &results_store.other_folders;
-    dynarray_push_shared(list, sizeof(copy), &copy, &results_store.retired);
-    search_state.results_dirty = 1;
-    return true;
 }

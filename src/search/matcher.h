@@ -1,5 +1,4 @@
-// What a search does with each entry of a folder: on_file records the lines of a file that contain the query,
-// on_folder_suggestion sorts sub-folders by whether their names begin with the typed prefix.
+// What a search does with each file: on_file records the lines that contain the query.
 //
 // Matching is byte by byte: exact, or with ASCII letters in either case (search_state.ignore_case). There are
 // no wildcards, and binary files are searched like text.
@@ -17,10 +16,6 @@ bool on_file(void *context, Str folder, const FolderEntry &entry);
 
 // Whether a file of size bytes is skipped for its size. Worker and readers.
 bool is_above_size_limit(uint64_t size);
-
-// An EntryFn: appends a folder's name to matching_folders or other_folders. context points to the
-// typed prefix, a Str. Returns false when a new request is pending.
-bool on_folder_suggestion(void *context, Str folder, const FolderEntry &entry);
 
 // Worker: appends the row of a file that was read. Returns false when out of memory; file_index is
 // then undefined.

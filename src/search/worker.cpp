@@ -9,6 +9,7 @@
 #include "search/search_counts.h"
 #include "search/search_state.h"
 #include "search/skip_folders.h"
+#include "search/suggestions.h"
 #include "search/walk.h"
 
 void (*worker_sleep_ms)(uint32_t ms) = os_sleep_ms;
@@ -142,38 +143,6 @@ SearchOutcome search_contents(Str folder) {
     }
     bool is_file = search_state.keeps_counts && !os_path_is_folder(folder);
     return is_file ? SEARCH_NOT_A_FOLDER : SEARCH_UNREADABLE_FOLDER;
-}
-
-// Splits the path into a folder and the start of a name; returns false when it has no folder part.
-bool split_path(Str path, Str *folder, Str *prefix) {
-    uint64_t end = str_name_start(path);
-    *prefix = {path.count - end, path.data + end};
-    if (prefix->count == 0) {
-        while (end > 0 && path.data[end - 1] == '/') {
-            end--;
-        }
-    } else if (end > 0) {
-        end--; // the '/'
-    }
-    *folder = {end, path.data};
-    return end > 0;
-}
-
-SearchOutcome suggest_folders(Str path) {
-    Str folder;
-    Str prefix;
-    bool has_folder = split_path(path, &folder, &prefix);
-    bool is_there = has_folder && os_path_exists(folder);
-    if (is_there) {
-        walk_folder(folder, {on_folder_suggestion, &prefix, LIST_DETAILS});
-    }
-    if (path.count == 0) {
-        return SEARCH_NONE;
-    }
-    if (prefix.count > 0 || (has_folder && !is_there)) { // only slashes: the root
-        return SEARCH_NO_SUCH_FOLDER;
-    }
-    return search_state.query.count > 0 ? SEARCH_PATH_ENDS_IN_SLASH : SEARCH_NONE;
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include "search/results_store.h"
 #include "search/scan.h"
 #include "search/search_state.h"
+#include "search/suggestions.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 
 #include "search/matcher.h"
 #include "search/search_state.h"
+#include "search/suggestions.h"
 #include "search/worker.h"
 #include "support/each_step.h"
 #include "support/heap_hook.h"
