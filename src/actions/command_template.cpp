@@ -136,7 +136,7 @@ void insert_backslashed(GapText *text, Str folder) {
 void replace(GapText *text, const Placeholder &placeholder, const HitRow &row) {
     text->ahead -= placeholder.count;
     // Intentionally printed as signed: 2^31 and more become negative.
-    char digits[11];
+    char digits[longest_number_text];
     uint32_t number = 0;
     switch (placeholder.meaning) {
     case FILE_NAME:

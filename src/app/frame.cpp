@@ -96,7 +96,8 @@ void frame_draw(Framebuffer *framebuffer, Point mouse) {
 // ---- The loop ----
 
 int64_t frame_time_us(int32_t refresh_rate) {
-    return 1000000 / std::max(refresh_rate, 30);
+    constexpr int32_t lowest_refresh_rate = 30;
+    return 1000000 / std::max(refresh_rate, lowest_refresh_rate);
 }
 
 void frame_clock_start(int32_t refresh_rate) {

@@ -124,7 +124,7 @@ bool copy_selected() {
     if (row.copy == ROW_GONE) {
         return false;
     }
-    char digits[11];
+    char digits[longest_number_text];
     Str line = str_from_number(static_cast<int32_t>(row.hit.line), digits);
     bool is_whole = row_text_set(row.file.folder);
     for (Str part : {str_from("/"), row.file.name, str_from(":"), line, str_from(": "), row.hit.text}) {

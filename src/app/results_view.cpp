@@ -41,7 +41,7 @@ bool run_click_command(Layout *layout, const HitRow &row) {
 
 // The line number with a colon and a space around it. Intentionally signed: 2^31 and more are negative.
 Str line_prefix(uint32_t line) {
-    char digits[11];
+    char digits[longest_number_text];
     Str number = str_from_number(static_cast<int32_t>(line), digits);
     if (!row_text_set(str_from(":"))) {
         return {};

@@ -23,7 +23,8 @@ void results_scroll_to(int64_t row) {
 }
 
 void results_scroll_by(int32_t direction, int32_t client_height) {
-    int32_t step = static_cast<int32_t>(list_bottom(client_height) * 0.2 / settings.line_height);
+    int32_t step =
+        static_cast<int32_t>(list_bottom(client_height) * theme::wheel_step / settings.line_height);
     results_scroll_to(search_state.results_scroll - int64_t{direction} * std::max(step, 1));
 }
 

@@ -11,6 +11,7 @@
 #include "render/text.h"
 #include "search/readers.h"
 #include "search/search_state.h"
+#include "ui/theme.h"
 
 namespace {
 
@@ -299,9 +300,9 @@ void load_default_font(Str folder) {
 
 void settings_apply_fallbacks(Str folder) {
     if (settings.font_size < 1) {
-        settings.font_size = 14;
-        settings.line_height = 15;
-        settings.text_y_offset = 12;
+        settings.font_size = theme::default_font_size;
+        settings.line_height = theme::default_line_height;
+        settings.text_y_offset = theme::default_text_y_offset;
     } else if (settings.line_height < 1) {
         settings.line_height = settings.font_size; // text_y_offset stays, even 0 or below
     }

@@ -9,6 +9,7 @@
 #include "ui/line_editor.h"
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
+#include "ui/theme.h"
 #include "ui/ui_state.h"
 
 PlatformWindow *startup_open_window() {
@@ -17,9 +18,10 @@ PlatformWindow *startup_open_window() {
     if (monitor_count == 0) {
         return nullptr;
     }
-    int32_t height = static_cast<int32_t>(monitor->work_area.height * 0.9);
-    PlatformWindow *window = os_window_create(1000, height, str_from("Tarnwick  |  " TARNWICK_VERSION),
-                                              WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
+    int32_t height = static_cast<int32_t>(monitor->work_area.height * theme::window_height);
+    PlatformWindow *window =
+        os_window_create(theme::window_width, height, str_from("Tarnwick  |  " TARNWICK_VERSION),
+                         WINDOW_FLAG_FRAMEBUFFER | WINDOW_FLAG_HIDDEN);
     if (!window) {
         return nullptr;
     }
@@ -34,20 +36,21 @@ PlatformWindow *startup_open_window() {
 
 namespace {
 
-// Allocated but unused; keeps the allocation order.
+// Intentionally reserved like the other buffers, though nothing uses them.
 StrBuf unused_texts[2];
+constexpr uint64_t unused_text_capacity = 128; // bytes
 
 } // namespace
 
 void startup_reserve_buffers() {
-    strbuf_init(&search_state.path, 1024);
-    strbuf_init(&search_state.query, 1024);
-    strbuf_init(&unused_texts[0], 128);
-    strbuf_init(&unused_texts[1], 128);
+    strbuf_init(&search_state.path, reserved_text_size);
+    strbuf_init(&search_state.query, reserved_text_size);
+    strbuf_init(&unused_texts[0], unused_text_capacity);
+    strbuf_init(&unused_texts[1], unused_text_capacity);
     results_store_reserve_files_and_hits();
     saved_lists_reserve();
     results_store_reserve_folders();
-    dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
+    dynarray_init(&input_field.caret_list, sizeof(Caret), reserved_carets);
 }
 
 void startup_load(Str folder, Str command_line) {

@@ -31,7 +31,7 @@ bool str_equal(Str a, Str b) {
     return a.count == b.count && (a.count == 0 || memcmp(a.data, b.data, a.count) == 0);
 }
 
-Str str_from_number(int32_t number, char (&digits)[11]) {
+Str str_from_number(int32_t number, char (&digits)[longest_number_text]) {
     const char *end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
     return {static_cast<uint64_t>(end - digits), digits};
 }

@@ -35,8 +35,10 @@ constexpr char lower_case(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
+inline constexpr uint64_t longest_number_text = 11; // bytes of an int32_t in decimal
+
 // The number in decimal. Points into digits.
-Str str_from_number(int32_t number, char (&digits)[11]);
+Str str_from_number(int32_t number, char (&digits)[longest_number_text]);
 
 // The text without the spaces and tabs at its end.
 Str str_cut_trailing_whitespace(Str text);

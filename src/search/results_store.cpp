@@ -20,13 +20,13 @@ ResultStore results_store = {
 };
 
 void results_store_reserve_files_and_hits() {
-    dynarray_init(&results_store.file_table, sizeof(FileEntry), 10000);
-    dynarray_init(&results_store.hit_table, sizeof(ResultRecord), 100000);
+    dynarray_init(&results_store.file_table, sizeof(FileEntry), reserved_files);
+    dynarray_init(&results_store.hit_table, sizeof(ResultRecord), reserved_hits);
 }
 
 void results_store_reserve_folders() {
-    dynarray_init(&results_store.matching_folders, sizeof(Str), 128);
-    dynarray_init(&results_store.other_folders, sizeof(Str), 128);
+    dynarray_init(&results_store.matching_folders, sizeof(Str), reserved_folders);
+    dynarray_init(&results_store.other_folders, sizeof(Str), reserved_folders);
 }
 
 void results_store_reserve() {

@@ -44,6 +44,11 @@ struct ResultStore {
 
 extern ResultStore results_store;
 
+// Rows.
+inline constexpr uint64_t reserved_files = 10000;
+inline constexpr uint64_t reserved_hits = 100000;
+inline constexpr uint64_t reserved_folders = 128; // in each of the two tables
+
 // Interface, before the worker starts: reserve the tables. When out of memory a table has capacity 0: it
 // stays empty, and a push onto it never returns.
 void results_store_reserve_files_and_hits();

@@ -10,6 +10,7 @@
 #include "os/strings.h"
 
 inline constexpr int64_t default_max_file_size = 10000000; // bytes
+inline constexpr uint64_t reserved_text_size = 1024;       // bytes, of path and of query, at start-up
 
 struct SearchState {
     // interface writes, worker reads

@@ -44,8 +44,8 @@ void clean(Field *field) {
 } // namespace
 
 void saved_lists_reserve() {
-    dynarray_init(&path_field.entries, sizeof(SavedEntry), 128);
-    dynarray_init(&query_field.entries, sizeof(SavedEntry), 128);
+    dynarray_init(&path_field.entries, sizeof(SavedEntry), reserved_entries);
+    dynarray_init(&query_field.entries, sizeof(SavedEntry), reserved_entries);
 }
 
 SavedEntry *saved_entry_at(const DynArray *list, uint64_t row) {

@@ -18,7 +18,9 @@ struct SavedEntry {
     uint64_t capacity; // bytes of text's storage, less one
 };
 
-// Reserves both lists, 128 entries each. One without memory has capacity 0: it takes no entries, and its file
+inline constexpr uint64_t reserved_entries = 128; // in each list
+
+// Reserves both lists. One without memory has capacity 0: it takes no entries, and its file
 // is left as it is.
 void saved_lists_reserve();
 

@@ -1,5 +1,5 @@
-// The look of the window: all its colours, margins and offsets. Colours are 0xAARRGGBB; all else is in
-// pixels.
+// The look of the window: its size, and all its colours, margins and offsets. Colours are 0xAARRGGBB; all
+// else is in pixels, unless a comment says otherwise.
 #pragma once
 
 #include <stdint.h>
@@ -9,6 +9,17 @@ namespace theme {
 constexpr uint32_t white(uint32_t alpha) {
     return alpha << 24 | 0xFFFFFF;
 }
+
+// ---- The window ----
+
+inline constexpr int32_t window_width = 1000;
+inline constexpr double window_height = 0.9; // of the monitor's work area
+
+// ---- Text, if settings.txt has no font_size ----
+
+inline constexpr int32_t default_font_size = 14;
+inline constexpr int32_t default_line_height = 15;
+inline constexpr int32_t default_text_y_offset = 12;
 
 // ---- The frame ----
 
@@ -69,6 +80,8 @@ inline constexpr uint32_t line_number = 0xFF00FFFF;
 inline constexpr uint32_t line_text = 0xFFFFFFFF;
 inline constexpr uint32_t hovered_line_text = 0xFF00FF00;
 inline constexpr uint32_t selected_hit = 0xFF264058; // background of the row
+
+inline constexpr double wheel_step = 0.2; // of the client height
 
 // ---- The scroll bar ----
 

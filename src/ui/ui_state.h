@@ -68,11 +68,13 @@ extern UiState ui_state;
 // The field with the keyboard focus, and its carets.
 struct InputField {
     Field *focused_field; // gets the keys; null: none
-    DynArray caret_list;  // of Caret (line_editor.h), the focused field's; start-up reserves room for 16
+    DynArray caret_list;  // of Caret (line_editor.h), the focused field's
     bool dropdown_open;   // the saved entries of the focused field are shown below it
     uint32_t first_unit;  // the first UTF-16 unit of a character whose second is not typed yet; 0: none
 };
 extern InputField input_field;
+
+inline constexpr uint64_t reserved_carets = 16; // by start-up, in caret_list
 
 // ---- Frames ----
 
