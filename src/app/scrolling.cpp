@@ -46,7 +46,7 @@ int64_t fitting_rows() {
     return (scrolling.rows_bottom - scrolling.rows_top) / settings.line_height;
 }
 
-// The first row when that row is the last one that is wholly visible.
+// The first row when that row is the last one that is fully visible.
 int64_t first_ending_at(int64_t row) {
     int64_t first = std::max(row - fitting_rows() + 1, int64_t{0});
     first += results_row_is(first, RESULT_HIT);

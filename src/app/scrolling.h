@@ -44,17 +44,17 @@ extern Scrolling scrolling;
 int64_t results_row_count();
 bool results_row_is(int64_t row, ResultKind kind);
 
-// The last row that is wholly visible when the list begins with that row.
+// The last row that is fully visible when the list begins with that row.
 int64_t last_visible_row(int64_t first);
 
 // The first row when the last hit is at the bottom of the list.
 int64_t last_first_row();
 
-// The first row a page further in that direction, 1 or -1: the last row that was wholly visible becomes the
+// The first row a page further in that direction, 1 or -1: the last row that was fully visible becomes the
 // first one, or the other way round. Stops at the ends; a list scrolled past its end stays there.
 int64_t page_from(int64_t first, int32_t direction);
 
-// Scrolls as little as makes the row wholly visible.
+// Scrolls as little as makes the row fully visible.
 void show_row(int64_t row);
 
 // Before the hits are drawn from the layout's place on: notes that place, and handles the mouse on the scroll

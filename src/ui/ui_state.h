@@ -111,7 +111,7 @@ Point ui_pointer_position();
 
 // ---- The layout ----
 
-// How far the drawing of a frame has got. Made anew for each frame and handed to everything that draws; in
+// How far the drawing of a frame has got. Made for each frame and handed to everything that draws; in
 // pixels of the client area.
 struct Layout {
     int32_t x;

@@ -269,7 +269,7 @@ TEST(InputTyping, WithoutAFocusedFieldNothingHappens) {
     key(KEY_DELETE);
     key(KEY_ENTER);
     EXPECT_TRUE(see(scope) == before);
-    EXPECT_TRUE(ui_is_down(KEY_DELETE)); // the key state is updated all the same
+    EXPECT_TRUE(ui_is_down(KEY_DELETE)); // the key state is updated anyway
 }
 
 TEST(InputTyping, AKeyThatOnlyMovesTheCaretSearchesForNothing) {
@@ -300,7 +300,7 @@ TEST(InputTyping, ARepeatedBackspaceGoesOnAndItsReleaseDoesNothing) {
     EXPECT_EQ(published(), 0);
 }
 
-TEST(InputTyping, ABackspaceThatRemovesNothingSearchesAndWritesAllTheSame) {
+TEST(InputTyping, ABackspaceThatRemovesNothingSearchesAndWritesAnyway) {
     FrameScope scope;
     set_entries(query, {"hay"});
     scope.focus(query, {{0, 0}});

@@ -148,7 +148,7 @@ TEST(ListKeysSelect, AnOpenDropDownKeepsTheKeysFromTheList) {
 
 // ---- Scrolling into view ----
 
-TEST(ListKeysScroll, ASelectedHitBecomesWhollyVisible) {
+TEST(ListKeysScroll, ASelectedHitBecomesFullyVisible) {
     KeysScope scope;
     select(9, 0);
     EXPECT_EQ(after(KEY_DOWN), "10@2"); // the first row's file takes a row
@@ -177,7 +177,7 @@ TEST(ListKeysScroll, SuggestionsTakeTheirRows) {
 
 namespace {
 
-// Whether a row is wholly visible in a list of that many rows.
+// Whether a row is fully visible in a list of that many rows.
 bool is_visible(const std::vector<bool> &is_file, int64_t first, int64_t row, int64_t fitting) {
     return row >= first && row - first + !is_file[static_cast<size_t>(first)] < fitting;
 }

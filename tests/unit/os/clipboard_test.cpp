@@ -299,7 +299,7 @@ TEST(Clipboard, AFailedAllocationIsReportedByItsNumberAndChangesNothing) {
     EXPECT_EQ(clipboard_formats().byte_text, "before");
 }
 
-TEST(Clipboard, WithoutMemoryNothingIsReadAndItIsClosedAllTheSame) {
+TEST(Clipboard, WithoutMemoryNothingIsReadAndItIsClosedAnyway) {
     offer_on_clipboard({.wide_text = "wide"});
     HeapHookScope hook([](uint64_t) { return false; });
     EXPECT_EQ(taken(os_clipboard_get_text()), "(none)");

@@ -485,7 +485,7 @@ TEST(FailedWrite, OfAFileWithTheReadOnlyAttributeLeavesNoSecondFile) {
 }
 #endif
 
-TEST(FailedWrite, OfTheSecondFileInPlaceOfAFolderReplacesTheFirstAllTheSame) {
+TEST(FailedWrite, OfTheSecondFileInPlaceOfAFolderReplacesTheFirstAnyway) {
     Files files;
     files.put(first_name, "a long old content");
     files.folder(second_name);
@@ -530,7 +530,7 @@ TEST(FailedWrite, OfTheFirstFileWhenItIsDeletedKeepsTheSecond) {
     EXPECT_EQ(files.read(first_name), "new");
 }
 
-TEST(FailedWrite, OfTheFirstFileAtAStartLoadsTheListAllTheSame) {
+TEST(FailedWrite, OfTheFirstFileAtAStartLoadsTheListAnyway) {
     Files files;
     files.folder(first_name);
     files.put(second_name, second_of("abc"));

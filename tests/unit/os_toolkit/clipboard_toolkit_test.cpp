@@ -87,7 +87,7 @@ TEST(ClipboardContent, AFileNameAndAPictureAreFoundWhereTheyAre) {
     EXPECT_FALSE(close_open_clipboard());
 }
 
-TEST(ClipboardContent, WithoutMemoryNothingIsFoundAndItIsClosedAllTheSame) {
+TEST(ClipboardContent, WithoutMemoryNothingIsFoundAndItIsClosedAnyway) {
     offer_on_clipboard({.file_name = copied_file, .png = "picture"});
     HeapHookScope hook([](uint64_t) { return false; });
     ClipboardContent content = os_clipboard_get_content();

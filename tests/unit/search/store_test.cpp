@@ -72,7 +72,7 @@ TEST(Request, PublishingEmptiesTheHitsMarksThemDirtyAndAsks) {
     EXPECT_EQ(search_state.results_scroll, 5);
 }
 
-TEST(Request, OneWhoseFlagIsLostIsTakenAllTheSame) {
+TEST(Request, OneWhoseFlagIsLostIsTakenAnyway) {
     SearchScope scope;
     set_field(&search_state.path, "C:/src/");
     publish_request();
