@@ -169,18 +169,18 @@ TEST(DebugPrint, WritesFormattedTextToTheStandardLibrarysOutput) {
 
 // ---- Command line ----
 
-bool refuse(uint64_t) {
+bool fail_to_allocate(uint64_t) {
     return false;
 }
 
 TEST(CommandLine, IsMadeOnceAndStartsWithTheProgramsName) {
     static bool is_made; // by this test, when the tests are repeated
     if (!is_made) {
-        os_heap_hook = refuse;
-        Str refused = os_command_line();
+        os_heap_hook = fail_to_allocate;
+        Str failed = os_command_line();
         os_heap_hook = nullptr;
-        EXPECT_EQ(refused.count, 0u);
-        EXPECT_EQ(refused.data, nullptr);
+        EXPECT_EQ(failed.count, 0u);
+        EXPECT_EQ(failed.data, nullptr);
         is_made = true;
     }
 

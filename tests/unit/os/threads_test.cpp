@@ -64,14 +64,14 @@ TEST_F(Threads, TheRoutineReceivesItsRecordWithTheUserDataInIt) {
 
 uint64_t asked_size;
 
-bool refuse_and_note(uint64_t size) {
+bool fail_and_note(uint64_t size) {
     asked_size = size;
     return false;
 }
 
 TEST_F(Threads, WithoutMemoryForTheRecordNoThreadIsStarted) {
     Seen seen;
-    os_heap_hook = refuse_and_note;
+    os_heap_hook = fail_and_note;
     EXPECT_EQ(os_thread_start(report_what_came, &seen), nullptr);
     EXPECT_EQ(asked_size, 24u);
     EXPECT_EQ(seen.record, nullptr);

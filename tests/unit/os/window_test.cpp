@@ -83,40 +83,40 @@ TEST_F(Window, ShowsItsTitle) {
 
 TEST_F(Window, SurvivesEveryFailedAllocationOfItsCreation) {
     constexpr int count = 9; // more than the list of windows has room for at first
-    int refused_creations = 0;
-    bool was_refused = true;
-    for (int refused = 0; was_refused; refused++) {
+    int failed_creations = 0;
+    bool has_failed = true;
+    for (int failing = 0; has_failed; failing++) {
         int asked = 0;
-        was_refused = false;
-        int refused_here = 0;
+        has_failed = false;
+        int failed_here = 0;
         for (int i = 0; i < count; i++) {
-            bool was_refused_before = was_refused;
+            bool had_failed = has_failed;
             PlatformWindow *window = nullptr;
             {
                 HeapHookScope hook([&](uint64_t) {
-                    bool refuses = asked++ == refused;
-                    was_refused |= refuses;
-                    return !refuses;
+                    bool fails = asked++ == failing;
+                    has_failed |= fails;
+                    return !fails;
                 });
                 window = create();
             }
-            bool is_refused_one = was_refused && !was_refused_before;
+            bool is_failing_one = has_failed && !had_failed;
             if (window) {
-                EXPECT_EQ(window->framebuffer.pixels == nullptr, is_refused_one);
-                EXPECT_EQ(window->framebuffer.width, is_refused_one ? 0 : 300);
+                EXPECT_EQ(window->framebuffer.pixels == nullptr, is_failing_one);
+                EXPECT_EQ(window->framebuffer.width, is_failing_one ? 0 : 300);
                 os_window_blit(window); // nothing to show, and no harm
                 drive_character(window, 'a');
                 EXPECT_EQ(pump(EVENT_CHAR).size(), 1u); // it is in the list
                 seen.clear();
             } else {
-                EXPECT_TRUE(is_refused_one);
-                refused_here++;
+                EXPECT_TRUE(is_failing_one);
+                failed_here++;
             }
         }
-        refused_creations += refused_here;
+        failed_creations += failed_here;
         destroy_all();
     }
-    EXPECT_GE(refused_creations, 2); // the record and the title at least
+    EXPECT_GE(failed_creations, 2); // the record and the title at least
 }
 
 TEST_F(Window, FindsMemoryForItsFramebufferLater) {

@@ -396,7 +396,7 @@ TEST(ChildProcess, AnExitCodeThatCannotBeReadIsReportedAs2886) {
 }
 
 TEST(ChildProcess, WithoutMemoryACommandGivesOneOrNeedsNone) {
-    HeapHookScope refuse([](uint64_t) { return false; });
+    HeapHookScope failing([](uint64_t) { return false; });
     std::string cmd = "\"" + probe_path() + "\" exit 8";
     Captured captured = {};
     uint32_t code = os_run_process(str_over(cmd), {keep_chunk, &captured}, no_console);

@@ -35,13 +35,13 @@ namespace fs = std::filesystem;
 
 #if defined(__SANITIZE_THREAD__)
 constexpr int random_trees = 10;
-constexpr int most_refused = 20;
+constexpr int most_failing = 20;
 #elif defined(_WIN32)
 constexpr int random_trees = 20; // Wine is slow with files; Linux runs more of the same
-constexpr int most_refused = INT32_MAX;
+constexpr int most_failing = INT32_MAX;
 #else
 constexpr int random_trees = 100;
-constexpr int most_refused = INT32_MAX;
+constexpr int most_failing = INT32_MAX;
 #endif
 constexpr uint32_t reader_counts[] = {1, 2, 8, 64};
 
@@ -447,18 +447,18 @@ TEST(Readers, LoseNothingWhicheverAllocationFails) {
     Stored alone = search(tree, {}, 0);
     for (uint32_t count : {1u, 8u}) {
         ReadersScope readers(count);
-        for (int refused = 0, asked = 1; refused < asked && refused < most_refused; refused++) {
+        for (int failing = 0, asked = 1; failing < asked && failing < most_failing; failing++) {
             SearchScope scope;
             std::atomic<int> allocations = 0;
             std::string rows;
             {
-                HeapHookScope hook([&](uint64_t) { return allocations++ != refused; });
+                HeapHookScope hook([&](uint64_t) { return allocations++ != failing; });
                 search_state.reader_count = count;
                 rows = search_rows(tree, tree.path(), "foo");
             }
             asked = allocations;
-            EXPECT_EQ(rows, alone.rows.substr(0, rows.size())) << refused;
-            EXPECT_EQ(results_store.file_table.count, 26u) << refused;
+            EXPECT_EQ(rows, alone.rows.substr(0, rows.size())) << failing;
+            EXPECT_EQ(results_store.file_table.count, 26u) << failing;
         }
     }
 }
