@@ -15,8 +15,8 @@
 #include "app/input.h"
 #include "app/list_keys.h"
 #include "search/counted.h"
+#include "search/self_checking_tree.h"
 #include "search/sleepless_worker.h"
-#include "search/telling_tree.h"
 #include "support/looping_thread.h"
 #include "support/picture.h"
 #include "support/recorded_commands.h"
@@ -185,7 +185,8 @@ bool command_fits(const std::string &command) {
         return false;
     }
     std::string name = command.substr(static_cast<size_t>(name_start));
-    return telling::numbers_fit(line, column, byte_offset, name.size()) && telling::text_fits(str_over(name));
+    return self_checking::numbers_fit(line, column, byte_offset, name.size()) &&
+           self_checking::text_fits(str_over(name));
 }
 
 // A left click's command, which names one row.
@@ -230,7 +231,7 @@ namespace {
 
 void restart_searches_under_frames(bool with_list_keys) {
     TestTree tree;
-    telling::fill(tree);
+    self_checking::fill(tree);
     FrameScope scope;
     settings.list_keys = with_list_keys;
     list_keys = {};
@@ -247,7 +248,7 @@ void restart_searches_under_frames(bool with_list_keys) {
     user.window.client_size = client_size;
     set_field(path, user.root);
     set_field(query, "needle");
-    set_entries(path, {tree.path(), tree.path(telling::folder_name(1))});
+    set_entries(path, {tree.path(), tree.path(self_checking::folder_name(1))});
     publish_request();
 
     search_state.interface_pass = 1;
@@ -313,7 +314,7 @@ void restart_searches_under_frames(bool with_list_keys) {
     publish_request();
     wait_for_the_last_request();
     worker.stop();
-    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
+    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), self_checking::needle_rows());
     EXPECT_GT(results_store.hit_table.capacity, 2u);
     Pictures after_the_storm;
     draw_pictures(&after_the_storm);
@@ -344,7 +345,7 @@ void restart_searches_under_frames(bool with_list_keys) {
 
 TEST(FramesWhileSearching, CountsAreOfOneSearch) {
     TestTree tree;
-    telling::fill(tree);
+    self_checking::fill(tree);
     FrameScope scope;
     CountsScope counts_scope;
     settings.status_line = true;

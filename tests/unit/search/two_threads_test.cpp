@@ -15,8 +15,8 @@
 #include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "search/self_checking_tree.h"
 #include "search/sleepless_worker.h"
-#include "search/telling_tree.h"
 #include "search/worker.h"
 #include "support/looping_thread.h"
 #include "support/test_tree.h"
@@ -73,7 +73,7 @@ struct Seen {
 void read_texts(RowCopy copy, std::initializer_list<Str> texts, Seen *seen) {
     seen->sure_texts += copy == ROW_COPIED;
     for (Str text : texts) {
-        seen->wrong_texts += !telling::text_fits(text);
+        seen->wrong_texts += !self_checking::text_fits(text);
     }
 }
 
@@ -91,7 +91,7 @@ void read_frame(uint64_t root_length, Seen *seen) {
         HitRow row = results_hit_at(i, room);
         if (row.copy != ROW_GONE) {
             seen->rows++;
-            seen->mixed_rows += !telling::row_fits(row.hit, row.file, root_length);
+            seen->mixed_rows += !self_checking::row_fits(row.hit, row.file, root_length);
             read_texts(row.copy, {row.file.folder, row.file.name, row.hit.text}, seen);
         }
     }
@@ -119,7 +119,7 @@ void start_tables_small() {
 void publish_many(const TestTree &tree, int to_publish, uint32_t to_be_taken) {
     std::mt19937 random(11);
     const std::string queries[] = {"needle", "hay", "e", "\t", "nothing of the kind"};
-    const std::string paths[] = {tree.path(), tree.path() + "/", tree.path(telling::folder_name(1)),
+    const std::string paths[] = {tree.path(), tree.path() + "/", tree.path(self_checking::folder_name(1)),
                                  tree.path("fol"), ""};
     uint64_t root_length = tree.path().size();
     uint32_t first = search_state.requests_taken;
@@ -167,7 +167,7 @@ namespace {
 
 void publish_to_a_worker_that_never_sleeps() {
     TestTree tree;
-    telling::fill(tree);
+    self_checking::fill(tree);
     SearchScope scope;
     start_tables_small();
     search_state.interface_pass = 1;
@@ -176,7 +176,7 @@ void publish_to_a_worker_that_never_sleeps() {
     publish_many(tree, requests, requests_to_take);
     wait_for_the_last_request();
     worker.stop();
-    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
+    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), self_checking::needle_rows());
     EXPECT_GT(results_store.hit_table.capacity, 2u);
     end_passes();
 }
@@ -245,7 +245,7 @@ void search_both(const std::string &folder, const std::string &folders) {
     publish_request();
     ASSERT_TRUE(search_worker_turn());
     for (uint64_t i = 0; i < rows_read; i++) {
-        std::string text = telling::text_of_length(folders, 20 + folders.size() * i);
+        std::string text = self_checking::text_of_length(folders, 20 + folders.size() * i);
         Str name = arena_push_string(&results_store.arena, str_over(text));
         dynarray_push_shared(&results_store.matching_folders, sizeof(name), &name, &results_store.retired);
     }
@@ -257,10 +257,11 @@ void search_both(const std::string &folder, const std::string &folders) {
 // when it continues.
 TEST(TwoThreads, ARowThatIsBeingCopiedWhenTheNextSearchStartsIsNotMixed) {
     TestTree tree;
-    telling::fill(tree);
+    self_checking::fill(tree);
     SearchScope scope;
     start_tables_small();
-    const std::string paths[] = {tree.path(telling::folder_name(2)), tree.path(telling::folder_name(5))};
+    const std::string paths[] = {tree.path(self_checking::folder_name(2)),
+                                 tree.path(self_checking::folder_name(5))};
     const std::string folders[] = {"abc", "abcdefg"};
     for (int search = 0; search < 2; search++) { // twice: the first one's tables grow
         search_both(paths[search], folders[search]);
@@ -344,7 +345,7 @@ TEST(TwoThreads, TheWorkerMakesTheArenaAndSleepsForATenthOfASecondBetweenItsTurn
 // freed.
 TEST(TwoThreadsLast, TheWorkerThreadEndsWithTheLastRequestsResults) {
     TestTree tree;
-    telling::fill(tree);
+    self_checking::fill(tree);
     results_store_reserve();
     strbuf_init(&search_state.path, 1024);
     strbuf_init(&search_state.query, 1024);
@@ -355,7 +356,7 @@ TEST(TwoThreadsLast, TheWorkerThreadEndsWithTheLastRequestsResults) {
     ASSERT_NE(thread, nullptr);
     publish_many(tree, 3000, 0);
     wait_for_the_last_request();
-    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), telling::needle_rows());
+    EXPECT_EQ(sort_file_groups(stored_rows(tree.path())), self_checking::needle_rows());
 }
 
 #endif

@@ -12,7 +12,7 @@
 #include "search/results_store.h"
 #include "support/test_tree.h"
 
-namespace telling {
+namespace self_checking {
 
 constexpr int folder_count = 14;
 constexpr int files_in_folder = 6;
@@ -149,4 +149,4 @@ inline bool text_fits(Str text) {
     return length == text.count - start && bytes[text.count] == 0;
 }
 
-} // namespace telling
+} // namespace self_checking
