@@ -248,7 +248,7 @@ TEST(SettingsInteger, ANegativeOneReadsTwoMoreCharacters) {
     EXPECT_EQ(font_size_read("-\n"), 0);
 }
 
-TEST(SettingsInteger, ANegativeOneAtTheEndOfAFileWhoseBlockEndsThereIsReadWithinIt) {
+TEST(SettingsInteger, ANegativeOneAtTheEndOfAFileIsReadWithinTheFilesBlock) {
     // When the file and its zero fill a multiple of 64 bytes, the block has no spare bytes after the last
     // value.
     AppScope app;
@@ -426,7 +426,7 @@ void expect_as_plain(const std::string &file) {
 
 } // namespace
 
-TEST(SettingsModel, FilesMadeOfLikelyPiecesAreReadAsThePlainReadingReadsThem) {
+TEST(SettingsModel, FilesOfLikelyPiecesMatchThePlainReading) {
     static const std::vector<std::string> pieces = {
         "font_size",
         "line_height",
@@ -484,7 +484,7 @@ TEST(SettingsModel, FilesMadeOfLikelyPiecesAreReadAsThePlainReadingReadsThem) {
     }
 }
 
-TEST(SettingsModel, KeysWithRandomValuesAreReadAsThePlainReadingReadsThem) {
+TEST(SettingsModel, KeysWithRandomValuesMatchThePlainReading) {
     static const std::vector<std::string> keys = {"font_size",     "line_height",     "text_y_offset",
                                                   "max_file_size", "show_full_paths", "left_click_cmd"};
     static const std::string bytes = "0123456789.-- KMGTbB\t\rxyYeskoOK#";
@@ -502,7 +502,7 @@ TEST(SettingsModel, KeysWithRandomValuesAreReadAsThePlainReadingReadsThem) {
     }
 }
 
-TEST(SettingsModel, RandomBytesAreReadAsThePlainReadingReadsThem) {
+TEST(SettingsModel, RandomBytesMatchThePlainReading) {
     std::mt19937 random(20262);
     for (int i = 0; i < 10000; i++) {
         std::string file = random() % 2 ? "max_file_size 5 " : "font_size -";

@@ -137,7 +137,7 @@ bool shows(const Framebuffer &framebuffer, const std::string &text, uint32_t col
 
 // ---- The text ----
 
-TEST(StatusText, TellsTheHitsTheFilesAndTheTime) {
+TEST(StatusText, ShowsTheHitsTheFilesAndTheTime) {
     EXPECT_EQ(said(finished(1234, 56, 78579, 380000)), "1,234 hits in 56 of 78,579 files, 0.38 s");
     EXPECT_EQ(said(finished(0, 0, 78579, 380000)), "No hits in 78,579 files, 0.38 s");
 }
@@ -163,7 +163,7 @@ TEST(StatusText, RoundsTheTimeToHundredthsOfASecond) {
     }
 }
 
-TEST(StatusText, TellsWhatWasSkipped) {
+TEST(StatusText, ShowsWhatWasSkipped) {
     SearchCounts counts = finished(3, 2, 10, 10000);
     counts.too_large = 12;
     EXPECT_EQ(said(counts), "3 hits in 2 of 10 files, 0.01 s; skipped: 12 too large");
@@ -194,7 +194,7 @@ TEST(StatusText, HasThousandsSeparators) {
     }
 }
 
-TEST(StatusText, TellsWhyNothingIsSearched) {
+TEST(StatusText, ShowsWhyNothingIsSearched) {
     EXPECT_EQ(said({}), "");
     EXPECT_EQ(said_of_problem(SEARCH_NO_SUCH_FOLDER), "No such folder");
     EXPECT_EQ(said_of_problem(SEARCH_NOT_A_FOLDER), "Not a folder");

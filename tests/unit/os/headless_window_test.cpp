@@ -105,7 +105,7 @@ TEST_F(OffscreenWindow, ASecondPressIsDoubleWithinTheDoublePressSizeOnly) {
     EXPECT_EQ(press(40'001, {50, 44}), BUTTON_PRESSED);
 }
 
-TEST_F(OffscreenWindow, AThirdPressIsSingleAndStartsOver) {
+TEST_F(OffscreenWindow, AfterADoublePressTheNextOneIsSingle) {
     EXPECT_EQ(press(10'000), BUTTON_PRESSED);
     EXPECT_EQ(press(10'100), BUTTON_DOUBLE_PRESSED);
     EXPECT_EQ(press(10'200), BUTTON_PRESSED);

@@ -70,7 +70,7 @@ TEST(UriList, ANameWithAZeroByteIsSkipped) {
     EXPECT_EQ(files_of("file:///a%00b\nfile:///c\0d\nfile:///e"s), (Paths{"/e"}));
 }
 
-TEST(UriList, RandomListsAreReadAsThePlainReaderReadsThem) {
+TEST(UriList, RandomListsMatchThePlainReading) {
     const std::vector<std::string> pieces = {
         "file:", "file://", "FILE:///", "localhost", host_name(), "/", "\r\n", "\n",    "\r",  "#",   "%",
         "%4",    "%41",     "%c3%B6",   "%00",       "%0a",       "a", " ",    "http:", "\0"s, "\xff"};

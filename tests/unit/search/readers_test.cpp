@@ -614,7 +614,7 @@ TEST(Readers, CountAFolderThatOnlyTheyCannotListAsRead) {
     listings.start(-1);
 }
 
-TEST(Readers, LetTheWorkerTellThatTheTopFolderCannotBeListed) {
+TEST(Readers, LetTheWorkerReportATopFolderThatCannotBeListed) {
     CountsScope counts;
     TestTree tree;
     tree.file("a", "foo.....");

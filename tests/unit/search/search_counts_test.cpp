@@ -89,7 +89,7 @@ TEST(SearchCounts, LeaveOutSkippedFolders) {
     EXPECT_EQ(counted(), "finished: 3 hits in 2 of 4, 0 too large, 1 unreadable");
 }
 
-TEST(SearchCounts, TellWhyNothingIsSearched) {
+TEST(SearchCounts, SayWhyNothingIsSearched) {
     TestTree tree;
     SearchScope scope;
     CountsScope counts;

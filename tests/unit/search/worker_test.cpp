@@ -493,7 +493,7 @@ TEST(Worker, FilesThatAreGoneWhenTheirTurnComesLeaveNoTrace) {
     EXPECT_EQ(results_store.hit_table.count, 2u);
 }
 
-TEST(Worker, ATreeThatAnotherThreadRemovesAndMakesAnewIsSearchedToItsEnd) {
+TEST(Worker, ATreeThatAnotherThreadDeletesAndRecreatesIsSearchedToItsEnd) {
     static std::atomic<bool> is_over;
     static const TestTree *shared;
     is_over = false;

@@ -373,7 +373,7 @@ std::string plainly_loaded(bool is_path, std::string file, bool restore_text) {
 
 } // namespace
 
-TEST(SavedListModel, RandomFilesLoadAsThePlainReadingLoadsThemAndComeBackFromWhatIsWritten) {
+TEST(SavedListModel, RandomFilesMatchThePlainReadingAndReloadAfterSaving) {
     SavedListsScope lists;
     static const std::string bytes = std::string("\n\n\r\n\t \"\\/abC:\xC3\xA4") + '\0';
     std::mt19937 random(20263);
