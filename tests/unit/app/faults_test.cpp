@@ -502,7 +502,7 @@ enum SearchKind { CONTENTS, SUGGESTIONS };
 // Small tables and a small arena, so that each of them grows.
 struct SmallSearch {
     SmallSearch(const std::string &path_text, bool is_read) {
-        ProgramScope::free_arena();
+        free_results_arena();
         arena_init(&results_store.arena, 1800); // a search's strings take two blocks
         results_store.file_table.capacity = 2;
         results_store.hit_table.capacity = 4;

@@ -72,7 +72,7 @@ struct ProgramScope {
             os_free(sized->glyphs.data);
         }
         AppScope::forget_font();
-        free_arena();
+        free_results_arena();
         os_free(row_text.data);
         row_text = {};
         os_free(ui_state.slots);
@@ -90,17 +90,6 @@ struct ProgramScope {
     }
     ProgramScope(const ProgramScope &) = delete;
     ProgramScope &operator=(const ProgramScope &) = delete;
-
-    static void free_arena() {
-        StringArena &arena = results_store.arena;
-        for (uint64_t i = 0; i < arena.block_count; i++) {
-            os_free(arena.blocks[i].base);
-        }
-        if (arena.blocks != &arena.first_block) {
-            os_free(arena.blocks);
-        }
-        arena = {};
-    }
 
 private:
     Settings first_settings;

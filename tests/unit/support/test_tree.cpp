@@ -111,12 +111,7 @@ SearchScope::SearchScope() {
     search_state.results_scroll = 0;
 }
 
-SearchScope::~SearchScope() {
-    for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
-                            &results_store.matching_folders, &results_store.other_folders}) {
-        os_free(table->data);
-        *table = {};
-    }
+void free_results_arena() {
     StringArena &arena = results_store.arena;
     for (uint64_t i = 0; i < arena.block_count; i++) {
         os_free(arena.blocks[i].base);
@@ -125,6 +120,15 @@ SearchScope::~SearchScope() {
         os_free(arena.blocks);
     }
     arena = {};
+}
+
+SearchScope::~SearchScope() {
+    for (DynArray *table : {&results_store.file_table, &results_store.hit_table,
+                            &results_store.matching_folders, &results_store.other_folders}) {
+        os_free(table->data);
+        *table = {};
+    }
+    free_results_arena();
     for (StrBuf *field : {&search_state.path, &search_state.query}) {
         os_free(field->data);
         *field = {};

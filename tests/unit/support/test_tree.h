@@ -57,6 +57,9 @@ public:
     SearchScope &operator=(const SearchScope &) = delete;
 };
 
+// Frees the strings of the results and leaves an empty arena, without a block.
+void free_results_arena();
+
 // Replaces a field's text; fails the test when out of memory.
 void set_field(StrBuf *field, const std::string &text);
 
