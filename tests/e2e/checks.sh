@@ -42,11 +42,11 @@ expect_equal() { # WHAT EXPECTED ACTUAL
 
 # Tries a command until it succeeds, for at least half a minute. Fails after that.
 until_true() { # COMMAND...
-    for _ in {1..1500}; do
+    for _ in {1..600}; do
         if "$@"; then
             return 0
         fi
-        sleep 0.02
+        sleep 0.05
     done
     return 1
 }

@@ -1107,6 +1107,7 @@ TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
 TEST(DropDown, APickedPathIsCleanBeforeItIsSearchedFor) {
     static OpenPaths *open;
     OpenPaths fields({"C:/one/"});
+    fields.drawing.framebuffer.width = 120;                // each pixel's instructions are stepped through
     saved_entry_at(&path_field.entries, 0)->text[6] = ' '; // as a file's last line may end
     open = &fields;
     fields.draw(path, on_entry(0)); // makes the glyphs
