@@ -45,7 +45,7 @@ if [ $system = windows ]; then
     packages=(googletest libstb-dev g++-mingw-w64-x86-64-posix wine wine64)
     program=(tools/run_under_wine build/windows/bin/tarnwick.exe "Z:$folder " "${words[@]}")
 else
-    packages=(g++ googletest libbenchmark-dev libstb-dev libx11-dev libxcursor-dev libxext-dev libxfixes-dev libxrandr-dev
+    packages=(g++ libgtest-dev libbenchmark-dev libstb-dev libx11-dev libxcursor-dev libxext-dev libxfixes-dev libxrandr-dev
         libxtst-dev)
     program=(build/linux/bin/tarnwick "$folder " "${words[@]}")
 fi
