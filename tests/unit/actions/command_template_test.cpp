@@ -270,8 +270,8 @@ TEST(Command, TheLongestCommandIsStartedAndALongerOneIsNot) {
 
 TEST(Command, TheBufferIsUsableAfterACommandThatWasTooLong) {
     CommandScope scope;
-    ASSERT_TRUE(row_text_set(str_from("{tarn_file_folder_bs}")));
-    expand(in_folder("C:/{tarn_file_folder_bs}"));
+    ASSERT_TRUE(row_text_set(str_from("edit {tarn_file_name}")));
+    expand({"f", std::string(longest_command, 'n'), 1, 1, 0});
     EXPECT_TRUE(recorded_commands.empty());
     EXPECT_EQ(to_string(strbuf_text(&row_text)), "");
     ASSERT_TRUE(row_text_set(str_from("edit {tarn_file_name}")));

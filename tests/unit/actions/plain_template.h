@@ -30,6 +30,10 @@ inline std::string plain_command(std::string text, const PlainHit &hit, size_t l
         if (text.size() > limit) {
             return "";
         }
+        if (text[i] != '{') {
+            i++;
+            continue;
+        }
         size_t step = 1;
         for (const auto &[placeholder, value] : values) {
             if (text.compare(i, placeholder.size(), placeholder) != 0) {

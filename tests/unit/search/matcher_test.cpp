@@ -354,7 +354,7 @@ TEST(Matcher, WithoutStringsTheRowsAreStillAppended) {
     // Room for the path, so that the file can be read, but for nothing else.
     uint64_t path_need = folder.size() + 1 + 1 + 1 + 8;
     results_store.arena.used = results_store.arena.capacity - path_need;
-    HeapHookScope hook([](uint64_t size) { return size < 50000000; });
+    HeapHookScope hook([](uint64_t size) { return size < results_store.arena.default_block_size; });
     EXPECT_TRUE(on_file(nullptr, str_over(folder), listed(str_from("f"), 8, false)));
     EXPECT_EQ(stored_rows(), "files 1\nfile /\nhit 1 1 0 \n");
     // The next file's path is empty too, so it cannot be read.

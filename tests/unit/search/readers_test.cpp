@@ -192,18 +192,14 @@ struct Stored {
 struct Search {
     std::string query = "foo";
     int64_t max_file_size = 10000000;
-    uint64_t arena_block_size = 0; // 0: the default
+    uint64_t arena_block_size = 1000000;
     bool ignore_case = false;
     const char *skip_folders = "";
 };
 
 Stored search(const TestTree &tree, const Search &how, uint32_t reader_count) {
     ReadersScope readers(reader_count);
-    SearchScope scope;
-    if (how.arena_block_size > 0) {
-        os_free(results_store.arena.base);
-        arena_init(&results_store.arena, how.arena_block_size);
-    }
+    SearchScope scope(how.arena_block_size);
     search_state.max_file_size = how.max_file_size;
     search_state.ignore_case = how.ignore_case;
     search_state.skip_folders = str_from(how.skip_folders);
@@ -316,7 +312,7 @@ TEST(Readers, FindInRandomTreesWhatTheWorkerFindsAlone) {
         Search how;
         how.query = std::vector<std::string>{"foo", "o", "foo.", "\n", "..", "none"}[random() % 6];
         how.max_file_size = std::vector<int64_t>{10000000, 0, 3000, 200, -1}[random() % 5];
-        how.arena_block_size = std::vector<uint64_t>{0, 400, 5000}[random() % 3]; // overwrites texts
+        how.arena_block_size = std::vector<uint64_t>{1000000, 400, 5000}[random() % 3]; // overwrites texts
         Stored alone = search(tree, how, 0);
         for (uint32_t count : reader_counts) {
             EXPECT_EQ(search(tree, how, count), alone) << "tree " << seed - 1 << ", readers " << count;

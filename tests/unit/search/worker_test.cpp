@@ -559,15 +559,13 @@ TEST(Worker, NamesOf255BytesInPathsOfAThousand) {
 // Texts that the arena overwrites are intentionally lost; files are not.
 TEST(Worker, EveryFolderIsWalkedThoughTheArenaWritesOverItsPath) {
     TestTree tree;
-    SearchScope scope;
+    SearchScope scope(600); // a few paths
     constexpr uint64_t folders = 30, files = 2;
     for (uint64_t folder = 0; folder < folders; folder++) {
         for (uint64_t file = 0; file < files; file++) {
             tree.file("a/b/" + std::to_string(folder) + "/c/" + std::to_string(file), "foo.....");
         }
     }
-    os_free(results_store.arena.base);
-    arena_init(&results_store.arena, 600);        // a few paths
     for (int search = 1; search <= 3; search++) { // each with more blocks than the last
         search_rows(tree, tree.path(), "foo");
         EXPECT_EQ(results_store.file_table.count, folders * files) << search;
@@ -583,7 +581,7 @@ TEST(Worker, WithoutMemoryForItsPathASubfolderIsNotWalked) {
     search_state.request_pending = 0;
     std::string folder = tree.path();
     results_store.arena.used = results_store.arena.capacity;
-    HeapHookScope hook([](uint64_t size) { return size < 50000000; });
+    HeapHookScope hook([](uint64_t size) { return size < results_store.arena.default_block_size; });
     EXPECT_TRUE(on_subfolder(nullptr, str_over(folder), listed(str_from("d"), 0, true)));
     EXPECT_EQ(stored_rows(), "files 0\n"); // the empty path would have walked the root
 }

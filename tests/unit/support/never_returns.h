@@ -10,13 +10,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Whether a step is still running when its process has used 200 ms of processor time; a signal ends it then.
+// Whether a step is still running when its process has used 100 ms of processor time; a signal ends it then.
 // Waiting costs no such time, so a busy machine makes no difference.
 inline bool never_returns(void (*step)()) {
     pid_t child = fork();
     if (child == 0) {
         signal(SIGPROF, SIG_DFL);
-        const itimerval limit = {{0, 0}, {0, 200000}};
+        const itimerval limit = {{0, 0}, {0, 100000}};
         setitimer(ITIMER_PROF, &limit, nullptr);
         step();
         _exit(0);

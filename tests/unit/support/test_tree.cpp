@@ -56,8 +56,11 @@ fs::path TestTree::native(const std::string &name) const {
 }
 
 void TestTree::file(const std::string &name, const std::string &bytes) const {
-    fs::create_directories(native(name).parent_path());
     std::ofstream out(native(name), std::ios::binary);
+    if (!out) {
+        fs::create_directories(native(name).parent_path());
+        out.open(native(name), std::ios::binary);
+    }
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     ASSERT_TRUE(out.flush().good()) << name;
 }
@@ -98,9 +101,9 @@ std::string bytes_of(const fs::path &path) {
     return bytes.str();
 }
 
-SearchScope::SearchScope() {
+SearchScope::SearchScope(uint64_t arena_block_size) {
     results_store_reserve();
-    results_store_start_arena();
+    arena_init(&results_store.arena, arena_block_size);
     strbuf_init(&search_state.path, 1024);
     strbuf_init(&search_state.query, 1024);
     search_state.request_pending = 1;

@@ -1106,12 +1106,13 @@ TEST(DropDown, APickIsSearchedForBeforeTheFileIsWritten) {
 #ifndef _WIN32
 TEST(DropDown, APickedPathIsCleanBeforeItIsSearchedFor) {
     static OpenPaths *open;
+    static constexpr Point at_left = {24, on_entry(0).y};
     OpenPaths fields({"C:/one/"});
-    fields.drawing.framebuffer.width = 120;                // each pixel's instructions are stepped through
+    fields.drawing.framebuffer.width = 26;                 // each pixel's instructions are stepped through
     saved_entry_at(&path_field.entries, 0)->text[6] = ' '; // as a file's last line may end
     open = &fields;
-    fields.draw(path, on_entry(0)); // makes the glyphs
-    EXPECT_EQ(states_while([] { open->click(path, on_entry(0)); }, 1,
+    fields.draw(path, at_left); // makes the glyphs
+    EXPECT_EQ(states_while([] { open->click(path, at_left); }, 1,
                            [] {
                                bool is_wanted = search_state.request_pending;
                                return each_step::State{
