@@ -26,7 +26,6 @@
 #include "search/search_state.h"
 #include "search/worker.h"
 #include "support/headless_window.h"
-#include "ui/ui_state.h"
 
 namespace {
 

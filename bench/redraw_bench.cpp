@@ -14,7 +14,6 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/line_editor.h"
-#include "ui/ui_state.h"
 
 namespace {
 

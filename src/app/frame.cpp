@@ -14,8 +14,9 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field_widget.h"
+#include "ui/input_state.h"
+#include "ui/layout.h"
 #include "ui/theme.h"
-#include "ui/ui_state.h"
 
 FrameClock frame_clock;
 void (*frame_sleep_us)(int64_t us) = os_sleep_us;

@@ -12,8 +12,8 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field.h"
+#include "ui/input_state.h"
 #include "ui/line_editor.h"
-#include "ui/ui_state.h"
 
 namespace {
 
@@ -128,7 +128,7 @@ void handle(const WindowEvent *event) {
 // drawn. So events after the press wait for the next frame.
 
 WindowEvent take_waiting() {
-    WaitingEvents *waiting = &ui_state.waiting;
+    WaitingEvents *waiting = &input_state.waiting;
     WindowEvent event = waiting->events[waiting->first++];
     if (waiting->first == waiting->end) {
         waiting->first = waiting->end = 0;
@@ -137,7 +137,7 @@ WindowEvent take_waiting() {
 }
 
 bool is_waiting() {
-    return ui_state.waiting.first < ui_state.waiting.end;
+    return input_state.waiting.first < input_state.waiting.end;
 }
 
 void handle_all_waiting() {
@@ -169,8 +169,8 @@ void input_handle_event(const WindowEvent *event) {
         return; // the frame is redrawn, nothing else
     } else if (!is_waiting() && !follows_press(event)) {
         handle(event);
-    } else if (ui_state.waiting.end < std::size(ui_state.waiting.events)) {
-        ui_state.waiting.events[ui_state.waiting.end++] = *event;
+    } else if (input_state.waiting.end < std::size(input_state.waiting.events)) {
+        input_state.waiting.events[input_state.waiting.end++] = *event;
     } else { // no room to keep it: the order of events matters more than what the press acts on
         handle_all_waiting();
         handle(event);
@@ -180,7 +180,7 @@ void input_handle_event(const WindowEvent *event) {
 uint32_t input_begin_frame() {
     ui_begin_frame();
     uint32_t count = 0;
-    while (is_waiting() && !follows_press(&ui_state.waiting.events[ui_state.waiting.first])) {
+    while (is_waiting() && !follows_press(&input_state.waiting.events[input_state.waiting.first])) {
         WindowEvent event = take_waiting();
         handle(&event);
         count++;

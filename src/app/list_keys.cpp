@@ -11,6 +11,7 @@
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field_widget.h"
+#include "ui/input_state.h"
 
 ListKeys list_keys;
 

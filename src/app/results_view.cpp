@@ -13,6 +13,7 @@
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "ui/input_state.h"
 #include "ui/theme.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include "os/framebuffer.h"
 #include "os/strings.h"
 #include "search/results_store.h"
-#include "ui/ui_state.h"
+#include "ui/layout.h"
 
 // Draws text in the layout's current row, at that x. Returns its width in pixels.
 int32_t draw_row_text(Framebuffer *framebuffer, const Layout *layout, int32_t x, uint32_t colour, Str text);

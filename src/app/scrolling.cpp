@@ -5,6 +5,7 @@
 #include "app/settings.h"
 #include "render/draw.h"
 #include "search/search_state.h"
+#include "ui/input_state.h"
 #include "ui/theme.h"
 
 Scrolling scrolling;
@@ -152,7 +153,7 @@ void press_bar(const ScrollThumb &thumb, int32_t y) {
         results_scroll_to(page_from(search_state.results_scroll, y < thumb.offset ? -1 : 1));
         return;
     }
-    int32_t screen_y = ui_state.slots[MOUSE_LEFT].press_position.y;
+    int32_t screen_y = input_state.slots[MOUSE_LEFT].press_position.y;
     scrolling.is_dragging = true;
     scrolling.drag_top_y = screen_y - thumb.offset;
     scrolling.drag_y = screen_y;
@@ -162,7 +163,7 @@ void press_bar(const ScrollThumb &thumb, int32_t y) {
 // travel: how far the thumb can move.
 void drag_bar(int32_t travel) {
     bool is_held = ui_is_down(MOUSE_LEFT);
-    int32_t y = is_held ? ui_pointer_position().y : ui_state.slots[MOUSE_LEFT].release_position.y;
+    int32_t y = is_held ? ui_pointer_position().y : input_state.slots[MOUSE_LEFT].release_position.y;
     if (y != scrolling.drag_y && travel > 0) {
         scrolling.drag_y = y;
         int64_t offset = std::clamp<int64_t>(int64_t{y} - scrolling.drag_top_y, 0, travel);

@@ -5,7 +5,7 @@
 
 #include "os/framebuffer.h"
 #include "search/results_store.h"
-#include "ui/ui_state.h"
+#include "ui/layout.h"
 
 // Where the list area ends in a window of that client height: at its lower edge or, with a status line, at
 // the top of that line. In a low window the fields come first, then the status line, then the list.

@@ -6,11 +6,11 @@
 #include "app/settings.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "ui/field.h"
 #include "ui/line_editor.h"
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
 #include "ui/theme.h"
-#include "ui/ui_state.h"
 
 PlatformWindow *startup_open_window() {
     uint32_t monitor_count = 0;

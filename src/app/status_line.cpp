@@ -10,6 +10,7 @@
 #include "os/errors.h"
 #include "render/draw.h"
 #include "search/search_state.h"
+#include "ui/input_state.h"
 #include "ui/theme.h"
 
 // ---- The text ----

@@ -7,7 +7,7 @@
 #include "os/framebuffer.h"
 #include "os/strings.h"
 #include "search/search_counts.h"
-#include "ui/ui_state.h"
+#include "ui/layout.h"
 
 // ---- The text ----
 

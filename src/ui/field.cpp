@@ -22,6 +22,8 @@ Field query_field = {
     .is_unread = false,
 };
 
+InputField input_field;
+
 void field_changed(Field *field) {
     saved_mark_update(field);
     saved_list_write(field);

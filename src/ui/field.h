@@ -1,5 +1,5 @@
-// One of the two fields, "Path: " and "Src: ": its text, its saved entries and the file that keeps both.
-// Interface thread only, except for the text.
+// The two fields, "Path: " and "Src: ": the text of each, its saved entries and the file that keeps both; and
+// which of them has the focus. Interface thread only, except for the texts.
 #pragma once
 
 #include <stdint.h>
@@ -19,6 +19,17 @@ struct Field {
 
 extern Field path_field;
 extern Field query_field;
+
+// The field with the keyboard focus, and its carets.
+struct InputField {
+    Field *focused_field; // gets the keys; null: none
+    DynArray caret_list;  // of Caret (line_editor.h), the focused field's
+    bool dropdown_open;   // the saved entries of the focused field are shown below it
+    uint32_t first_unit;  // the first UTF-16 unit of a character whose second is not typed yet; 0: none
+};
+extern InputField input_field;
+
+inline constexpr uint64_t reserved_carets = 16; // by start-up, in caret_list
 
 // After a key has changed the focused field's text: cleans a path, updates the mark, writes the file and
 // starts a search, in this order.

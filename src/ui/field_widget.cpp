@@ -10,6 +10,7 @@
 #include "render/text.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
+#include "ui/input_state.h"
 #include "ui/line_editor.h"
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"

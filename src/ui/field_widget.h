@@ -6,7 +6,7 @@
 #include "os/rect.h"
 #include "os/strings.h"
 #include "ui/field.h"
-#include "ui/ui_state.h"
+#include "ui/layout.h"
 
 // Draws the field at the layout's place, handles the mouse on it, and moves the layout below it, and below
 // its list when that is shown; the list sets the layout's stop flag. A click shows its effect in the next

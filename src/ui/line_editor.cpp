@@ -12,6 +12,7 @@
 #include "os/utf8.h"
 #include "render/text.h"
 #include "search/search_state.h"
+#include "ui/input_state.h"
 
 namespace {
 

@@ -13,7 +13,6 @@
 
 #include "os/window.h"
 #include "ui/field.h"
-#include "ui/ui_state.h"
 
 // ---- Carets ----
 

@@ -35,9 +35,9 @@
 #include "os/window.h"
 #include "search/search_state.h"
 #include "support/headless_window.h"
+#include "ui/field.h"
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
-#include "ui/ui_state.h"
 
 namespace {
 

@@ -992,8 +992,8 @@ const std::vector<Step> steps = {
     {"the wheel, as the first input of all",
      [](InterfaceScope *scope) {
          scope->warm();
-         os_free(ui_state.slots);
-         ui_state.slots = nullptr;
+         os_free(input_state.slots);
+         input_state.slots = nullptr;
      },
      [](InterfaceScope *scope) {
          scope->begin();

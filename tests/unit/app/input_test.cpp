@@ -543,7 +543,7 @@ TEST(InputEnter, HeldOrReleasedItDoesNothing) {
         key(KEY_ENTER, state);
         EXPECT_TRUE(see(scope) == before);
     }
-    EXPECT_EQ(ui_state.slots[KEY_ENTER].transitions, 2u);
+    EXPECT_EQ(input_state.slots[KEY_ENTER].transitions, 2u);
 }
 
 TEST(InputEnter, OutOfMemoryForTheTextNothingChanges) {
@@ -664,7 +664,7 @@ TEST(InputTab, HeldItMovesTheFocusOnce) {
         key(KEY_TAB, state);
         EXPECT_TRUE(see(scope) == moved);
     }
-    EXPECT_EQ(ui_state.slots[KEY_TAB].transitions, 4u);
+    EXPECT_EQ(input_state.slots[KEY_TAB].transitions, 4u);
 }
 
 TEST(InputTab, ItsCharacterIsNotTypedIntoEitherField) {
@@ -926,9 +926,9 @@ TEST(InputFirst, EachKeyOrMouseEventMakesTheSlots) {
     const uint16_t slots[] = {SLOT_POINTER, MOUSE_LEFT, SLOT_WHEEL, 'K'};
     for (size_t i = 0; i < std::size(events); i++) {
         UiScope no_slots;
-        ASSERT_EQ(ui_state.slots, nullptr);
+        ASSERT_EQ(input_state.slots, nullptr);
         events[i]();
-        ASSERT_NE(ui_state.slots, nullptr) << i;
+        ASSERT_NE(input_state.slots, nullptr) << i;
         EXPECT_TRUE(ui_went_down(slots[i])) << i;
     }
 }
@@ -939,14 +939,14 @@ TEST(InputKeys, ArePressedRepeatedAndReleasedWhereThePointerIs) {
     FrameScope scope;
     pointer(EVENT_MOUSE_MOVE, {30, 40});
     key('K');
-    EXPECT_EQ(ui_state.slots['K'].state, INPUT_WENT_DOWN | INPUT_IS_DOWN);
-    EXPECT_EQ(ui_state.slots['K'].press_position.x, 30);
+    EXPECT_EQ(input_state.slots['K'].state, INPUT_WENT_DOWN | INPUT_IS_DOWN);
+    EXPECT_EQ(input_state.slots['K'].press_position.x, 30);
     key('K', KEY_REPEATED);
-    EXPECT_EQ(ui_state.slots['K'].state, INPUT_WENT_DOWN | INPUT_DOWN_AGAIN | INPUT_IS_DOWN);
+    EXPECT_EQ(input_state.slots['K'].state, INPUT_WENT_DOWN | INPUT_DOWN_AGAIN | INPUT_IS_DOWN);
     key('K', KEY_RELEASED);
-    EXPECT_EQ(ui_state.slots['K'].state, INPUT_WENT_DOWN | INPUT_DOWN_AGAIN | INPUT_WENT_UP);
-    EXPECT_EQ(ui_state.slots['K'].release_position.y, 40);
-    EXPECT_EQ(ui_state.slots['K'].transitions, 3u);
+    EXPECT_EQ(input_state.slots['K'].state, INPUT_WENT_DOWN | INPUT_DOWN_AGAIN | INPUT_WENT_UP);
+    EXPECT_EQ(input_state.slots['K'].release_position.y, 40);
+    EXPECT_EQ(input_state.slots['K'].transitions, 3u);
 }
 
 TEST(InputKeys, CodesFrom256OnChangeNoSlotOfTheMouse) {
@@ -957,10 +957,10 @@ TEST(InputKeys, CodesFrom256OnChangeNoSlotOfTheMouse) {
         key(static_cast<uint16_t>(code));
     }
     for (uint16_t slot = 0; slot < input_slot_count; slot++) {
-        ASSERT_EQ(ui_state.slots[slot].transitions, 0u) << slot;
+        ASSERT_EQ(input_state.slots[slot].transitions, 0u) << slot;
     }
     EXPECT_EQ(ui_pointer_position().x, 30);
-    EXPECT_EQ(ui_state.wheel_steps, 0);
+    EXPECT_EQ(input_state.wheel_steps, 0);
     button(MOUSE_LEFT, BUTTON_PRESSED);
     input_begin_frame();
     key(MOUSE_LEFT, KEY_RELEASED);
@@ -988,9 +988,9 @@ TEST(InputFocus, ItsLossReleasesEverythingThatIsDown) {
     for (uint16_t slot = 0; slot < input_slot_count; slot++) {
         ASSERT_FALSE(ui_is_down(slot)) << slot;
     }
-    EXPECT_TRUE(ui_state.slots[KEY_ALT].state & INPUT_WENT_UP);
-    EXPECT_TRUE(ui_state.slots[MOUSE_LEFT].state & INPUT_WENT_UP);
-    EXPECT_FALSE(ui_state.slots[KEY_SHIFT].state & INPUT_WENT_UP);
+    EXPECT_TRUE(input_state.slots[KEY_ALT].state & INPUT_WENT_UP);
+    EXPECT_TRUE(input_state.slots[MOUSE_LEFT].state & INPUT_WENT_UP);
+    EXPECT_FALSE(input_state.slots[KEY_SHIFT].state & INPUT_WENT_UP);
 }
 
 TEST(InputFocus, ItsGainReleasesNothingAndItsLossChangesNoText) {
@@ -1027,7 +1027,7 @@ TEST(InputMouse, ADoublePressIsAPress) {
     button(MOUSE_LEFT, BUTTON_DOUBLE_PRESSED, {7, 8});
     EXPECT_TRUE(ui_went_down(MOUSE_LEFT));
     EXPECT_TRUE(ui_is_down(MOUSE_LEFT));
-    const InputSlot &left = ui_state.slots[MOUSE_LEFT];
+    const InputSlot &left = input_state.slots[MOUSE_LEFT];
     EXPECT_EQ(left.press_position.x, 7);
     EXPECT_EQ(left.release_position.y, 6);
 }
@@ -1148,7 +1148,7 @@ TEST(InputAfterPress, MoreThanCanWaitIsHandledAtOnceInItsOrder) {
     saved_folder = {}; // so that no file is written
     button(MOUSE_LEFT, BUTTON_PRESSED);
     std::string typed;
-    for (size_t i = 0; i < std::size(ui_state.waiting.events); i++) {
+    for (size_t i = 0; i < std::size(input_state.waiting.events); i++) {
         typed += static_cast<char>('a' + i % 26);
         type(static_cast<uint8_t>(typed.back()));
     }
@@ -1166,10 +1166,10 @@ TEST(InputMouse, TheWheelsStepsAddUpWithinAFrame) {
     wheel(1);
     wheel(1);
     wheel(-1);
-    EXPECT_EQ(ui_state.wheel_steps, 1);
-    EXPECT_EQ(ui_state.slots[SLOT_WHEEL].press_position.y, 8);
+    EXPECT_EQ(input_state.wheel_steps, 1);
+    EXPECT_EQ(input_state.slots[SLOT_WHEEL].press_position.y, 8);
     ui_begin_frame();
-    EXPECT_EQ(ui_state.wheel_steps, 0);
+    EXPECT_EQ(input_state.wheel_steps, 0);
 }
 
 TEST(InputOther, OtherEventsChangeNothing) {
@@ -1190,6 +1190,6 @@ TEST(InputOther, OtherEventsChangeNothing) {
     }
     EXPECT_TRUE(see(scope) == before);
     for (uint16_t slot = 0; slot < input_slot_count; slot++) {
-        ASSERT_EQ(ui_state.slots[slot].transitions, 0u) << slot;
+        ASSERT_EQ(input_state.slots[slot].transitions, 0u) << slot;
     }
 }

@@ -11,7 +11,8 @@
 #include "render/font_scope.h"
 #include "search/results_store.h"
 #include "support/test_tree.h"
-#include "ui/ui_state.h"
+#include "ui/field.h"
+#include "ui/input_state.h"
 
 // The program's folder: settings, the default font, both lists.
 struct ProgramFolder {
@@ -75,8 +76,8 @@ struct ProgramScope {
         free_results_arena();
         os_free(row_text.data);
         row_text = {};
-        os_free(ui_state.slots);
-        ui_state = {};
+        os_free(input_state.slots);
+        input_state = {};
         input_field = {};
         os_file_free(&settings.file);
         settings = first_settings;

@@ -5,29 +5,29 @@
 
 #include "os/memory.h"
 #include "ui/field.h"
+#include "ui/input_state.h"
 #include "ui/line_editor.h"
-#include "ui/ui_state.h"
 
-// Sets ui_state and input_field up as start-up does, with no field focused, and restores what was there
+// Sets input_state and input_field up as start-up does, with no field focused, and restores what was there
 // before at the end, so one may live within another.
 class UiScope {
 public:
-    UiScope() : outer(ui_state), outer_field(input_field) {
-        ui_state = {};
+    UiScope() : outer(input_state), outer_field(input_field) {
+        input_state = {};
         input_field = {};
         dynarray_init(&input_field.caret_list, sizeof(Caret), 16);
     }
     ~UiScope() {
-        os_free(ui_state.slots);
+        os_free(input_state.slots);
         os_free(input_field.caret_list.data);
-        ui_state = outer;
+        input_state = outer;
         input_field = outer_field;
     }
     UiScope(const UiScope &) = delete;
     UiScope &operator=(const UiScope &) = delete;
 
 private:
-    UiState outer;
+    InputState outer;
     InputField outer_field;
 };
 

@@ -1,4 +1,4 @@
-#include "ui/ui_state.h"
+#include "ui/input_state.h"
 
 #include <gtest/gtest.h>
 
@@ -15,14 +15,14 @@ static bool operator==(const Point &a, const Point &b) {
 namespace {
 
 const InputSlot &slot(uint16_t number) {
-    return ui_state.slots[number];
+    return input_state.slots[number];
 }
 
 // The slots with any state bit set.
 std::vector<int> slots_with_bits() {
     std::vector<int> numbers;
     for (int i = 0; i < input_slot_count; i++) {
-        if (ui_state.slots[i].state != 0) {
+        if (input_state.slots[i].state != 0) {
             numbers.push_back(i);
         }
     }
@@ -40,7 +40,7 @@ TEST(InputState, IsOneZeroedBlockOf32000BytesMadeAtTheFirstFrame) {
         sizes.push_back(size);
         return true;
     });
-    EXPECT_EQ(ui_state.slots, nullptr);
+    EXPECT_EQ(input_state.slots, nullptr);
     ui_begin_frame();
     ui_begin_frame();
     ui_press(KEY_A, {1, 2});
@@ -69,8 +69,8 @@ TEST(InputState, WithoutMemoryNothingIsDownAndALaterUseTriesAgain) {
         ui_wheel_turned(1, {1, 1});
         ui_release_all();
         ui_begin_frame();
-        EXPECT_EQ(ui_state.slots, nullptr);
-        EXPECT_EQ(ui_state.wheel_steps, 0);
+        EXPECT_EQ(input_state.slots, nullptr);
+        EXPECT_EQ(input_state.wheel_steps, 0);
         EXPECT_FALSE(ui_is_down(MOUSE_LEFT));
         EXPECT_FALSE(ui_went_down(MOUSE_LEFT));
         EXPECT_FALSE(ui_consume_press(MOUSE_LEFT));
@@ -86,7 +86,7 @@ TEST(InputState, QuestionsBeforeTheFirstUseReserveNothing) {
     EXPECT_FALSE(ui_went_down(KEY_SHIFT));
     EXPECT_FALSE(ui_consume_press(KEY_SHIFT));
     EXPECT_EQ(ui_pointer_position(), (Point{0, 0}));
-    EXPECT_EQ(ui_state.slots, nullptr);
+    EXPECT_EQ(input_state.slots, nullptr);
 }
 
 TEST(InputState, EverySixteenBitCodeIsAccepted) {
@@ -165,7 +165,7 @@ TEST(InputState, AWholeClickWithinOneFrameIsNoticed) {
     ui_press(MOUSE_LEFT, {1, 1});
     EXPECT_EQ(slot(MOUSE_LEFT).state, INPUT_WENT_DOWN | INPUT_WENT_UP | INPUT_IS_DOWN);
     EXPECT_EQ(slot(MOUSE_LEFT).transitions, 3u);
-    EXPECT_EQ(ui_state.changed_count, 1u); // listed once
+    EXPECT_EQ(input_state.changed_count, 1u); // listed once
 }
 
 TEST(InputState, AFrameBeginsWithOnlyWhatIsStillDown) {
@@ -180,7 +180,7 @@ TEST(InputState, AFrameBeginsWithOnlyWhatIsStillDown) {
     EXPECT_EQ(slot(KEY_SHIFT).transitions, 0u);
     EXPECT_EQ(slot(KEY_A).state, 0);
     EXPECT_EQ(slot(KEY_A).transitions, 0u);
-    EXPECT_EQ(ui_state.changed_count, 0u);
+    EXPECT_EQ(input_state.changed_count, 0u);
     ui_begin_frame();
     EXPECT_TRUE(ui_is_down(KEY_SHIFT)); // as long as it is held
 }
@@ -224,9 +224,9 @@ TEST(InputState, AFrameAfterAMotionKnowsWhereThePointerWas) {
     ui_begin_frame();
     ui_pointer_moved({1, 2});
     EXPECT_EQ(slot(SLOT_POINTER).previous_position, (Point{0, 0}));
-    EXPECT_EQ(ui_state.moved_count, 1u);
+    EXPECT_EQ(input_state.moved_count, 1u);
     ui_begin_frame();
-    EXPECT_EQ(ui_state.moved_count, 0u);
+    EXPECT_EQ(input_state.moved_count, 0u);
     EXPECT_EQ(slot(SLOT_POINTER).previous_position, (Point{1, 2}));
     ui_pointer_moved({5, 6});
     EXPECT_EQ(slot(SLOT_POINTER).previous_position, (Point{1, 2}));
@@ -246,13 +246,13 @@ TEST(InputState, TheWheelCountsTheStepsOfTheFrame) {
     ui_wheel_turned(1, {3, 4});
     ui_wheel_turned(1, {3, 4});
     ui_wheel_turned(-1, {5, 6});
-    EXPECT_EQ(ui_state.wheel_steps, 1);
+    EXPECT_EQ(input_state.wheel_steps, 1);
     EXPECT_TRUE(ui_went_down(SLOT_WHEEL));
     EXPECT_EQ(slot(SLOT_WHEEL).transitions, 3u);
     EXPECT_EQ(slot(SLOT_WHEEL).press_position, (Point{5, 6}));
     EXPECT_EQ(ui_pointer_position(), (Point{0, 0}));
     ui_begin_frame();
-    EXPECT_EQ(ui_state.wheel_steps, 0);
+    EXPECT_EQ(input_state.wheel_steps, 0);
     EXPECT_FALSE(ui_went_down(SLOT_WHEEL));
 }
 
@@ -263,12 +263,12 @@ TEST(InputState, KeysAndButtonsAreListedApartFromMotionAndWheel) {
     ui_press(KEY_A, {1, 1});
     ui_wheel_turned(1, {1, 1});
     ui_press(MOUSE_LEFT, {1, 1});
-    ASSERT_EQ(ui_state.changed_count, 2u);
-    EXPECT_EQ(ui_state.changed[0], KEY_A);
-    EXPECT_EQ(ui_state.changed[1], MOUSE_LEFT);
-    ASSERT_EQ(ui_state.moved_count, 2u);
-    EXPECT_EQ(ui_state.moved[0], SLOT_POINTER);
-    EXPECT_EQ(ui_state.moved[1], SLOT_WHEEL);
+    ASSERT_EQ(input_state.changed_count, 2u);
+    EXPECT_EQ(input_state.changed[0], KEY_A);
+    EXPECT_EQ(input_state.changed[1], MOUSE_LEFT);
+    ASSERT_EQ(input_state.moved_count, 2u);
+    EXPECT_EQ(input_state.moved[0], SLOT_POINTER);
+    EXPECT_EQ(input_state.moved[1], SLOT_WHEEL);
 }
 
 // ---- Full lists and focus loss ----
@@ -284,8 +284,8 @@ TEST(InputState, MoreChangesThanTheListHoldsAreAllNoticedAndCleared) {
         for (uint16_t code = 1; code <= count; code++) {
             EXPECT_TRUE(ui_went_down(code)) << code;
         }
-        EXPECT_EQ(ui_state.changed_count, count < 32 ? count : 32u);
-        EXPECT_EQ(ui_state.list_was_full, count > 32);
+        EXPECT_EQ(input_state.changed_count, count < 32 ? count : 32u);
+        EXPECT_EQ(input_state.list_was_full, count > 32);
         ui_begin_frame();
         for (uint16_t code = 1; code <= count; code++) {
             EXPECT_EQ(slot(code).state, INPUT_IS_DOWN) << code;
@@ -295,8 +295,8 @@ TEST(InputState, MoreChangesThanTheListHoldsAreAllNoticedAndCleared) {
         EXPECT_EQ(slot(1).previous_position, (Point{0, 0}));
         // The lists are used again from here on.
         ui_release(count, {1, 1});
-        EXPECT_EQ(ui_state.changed_count, 1u);
-        EXPECT_FALSE(ui_state.list_was_full);
+        EXPECT_EQ(input_state.changed_count, 1u);
+        EXPECT_FALSE(input_state.list_was_full);
         ui_begin_frame();
         EXPECT_EQ(slot(count).state, 0);
     }

@@ -1,20 +1,19 @@
-#include "ui/ui_state.h"
+#include "ui/input_state.h"
 
 #include <iterator>
 
 #include "os/memory.h"
 #include "os/threads.h"
 
-UiState ui_state;
-InputField input_field;
+InputState input_state;
 
 namespace {
 
 bool reserve_slots() {
-    if (!ui_state.slots) {
-        ui_state.slots = static_cast<InputSlot *>(os_alloc_zero(input_block_size));
+    if (!input_state.slots) {
+        input_state.slots = static_cast<InputSlot *>(os_alloc_zero(input_block_size));
     }
-    return ui_state.slots != nullptr;
+    return input_state.slots != nullptr;
 }
 
 bool is_moving(uint16_t slot) {
@@ -26,7 +25,7 @@ void note_change(uint16_t *list, uint32_t *count, uint64_t room, uint16_t slot) 
     if (*count < room) {
         list[(*count)++] = slot;
     } else {
-        ui_state.list_was_full = true;
+        input_state.list_was_full = true;
     }
 }
 
@@ -35,12 +34,13 @@ InputSlot *change_slot(uint16_t slot) {
     if (slot >= input_slot_count || !reserve_slots()) {
         return nullptr;
     }
-    InputSlot *changed = &ui_state.slots[slot];
+    InputSlot *changed = &input_state.slots[slot];
     if (changed->transitions == 0) {
         if (is_moving(slot)) {
-            note_change(ui_state.moved, &ui_state.moved_count, std::size(ui_state.moved), slot);
+            note_change(input_state.moved, &input_state.moved_count, std::size(input_state.moved), slot);
         } else {
-            note_change(ui_state.changed, &ui_state.changed_count, std::size(ui_state.changed), slot);
+            note_change(input_state.changed, &input_state.changed_count, std::size(input_state.changed),
+                        slot);
         }
     }
     changed->transitions++;
@@ -48,7 +48,7 @@ InputSlot *change_slot(uint16_t slot) {
 }
 
 void begin_slot(uint16_t slot) {
-    InputSlot *begun = &ui_state.slots[slot];
+    InputSlot *begun = &input_state.slots[slot];
     begun->state &= INPUT_IS_DOWN;
     begun->transitions = 0;
     if (is_moving(slot)) {
@@ -57,7 +57,7 @@ void begin_slot(uint16_t slot) {
 }
 
 bool has_bit(uint16_t slot, InputBit bit) {
-    return slot < input_slot_count && ui_state.slots && (ui_state.slots[slot].state & bit) != 0;
+    return slot < input_slot_count && input_state.slots && (input_state.slots[slot].state & bit) != 0;
 }
 
 } // namespace
@@ -65,22 +65,22 @@ bool has_bit(uint16_t slot, InputBit bit) {
 // ---- Frames ----
 
 void ui_begin_frame() {
-    ui_state.wheel_steps = 0;
+    input_state.wheel_steps = 0;
     if (!reserve_slots()) {
         return;
     }
-    for (uint16_t slot = 0; ui_state.list_was_full && slot < input_slot_count; slot++) {
+    for (uint16_t slot = 0; input_state.list_was_full && slot < input_slot_count; slot++) {
         begin_slot(slot);
     }
-    for (uint32_t i = 0; i < ui_state.changed_count; i++) {
-        begin_slot(ui_state.changed[i]);
+    for (uint32_t i = 0; i < input_state.changed_count; i++) {
+        begin_slot(input_state.changed[i]);
     }
-    for (uint32_t i = 0; i < ui_state.moved_count; i++) {
-        begin_slot(ui_state.moved[i]);
+    for (uint32_t i = 0; i < input_state.moved_count; i++) {
+        begin_slot(input_state.moved[i]);
     }
-    ui_state.changed_count = 0;
-    ui_state.moved_count = 0;
-    ui_state.list_was_full = false;
+    input_state.changed_count = 0;
+    input_state.moved_count = 0;
+    input_state.list_was_full = false;
 }
 
 // ---- Changes ----
@@ -112,7 +112,7 @@ void ui_pointer_moved(Point position) {
 
 void ui_wheel_turned(int32_t steps, Point position) {
     ui_press(SLOT_WHEEL, position);
-    ui_state.wheel_steps += steps;
+    input_state.wheel_steps += steps;
 }
 
 void ui_release_all() {
@@ -137,10 +137,10 @@ bool ui_consume_press(uint16_t slot) {
     if (!ui_went_down(slot)) {
         return false;
     }
-    ui_state.slots[slot].state &= static_cast<uint8_t>(~INPUT_WENT_DOWN);
+    input_state.slots[slot].state &= static_cast<uint8_t>(~INPUT_WENT_DOWN);
     return true;
 }
 
 Point ui_pointer_position() {
-    return ui_state.slots ? ui_state.slots[SLOT_POINTER].press_position : Point{};
+    return input_state.slots ? input_state.slots[SLOT_POINTER].press_position : Point{};
 }

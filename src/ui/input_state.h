@@ -1,16 +1,12 @@
-// What the interface keeps between events and between frames: the keys and the mouse, and the focused field
-// with its carets; also the layout of the frame that is being drawn. Interface thread only.
+// The keys and the mouse: what is down, and what has changed in this frame. Interface thread only.
 #pragma once
 
-#include <stddef.h>
 #include <stdint.h>
 
 #include "os/rect.h"
-#include "os/strings.h"
 #include "os/window.h"
-#include "ui/field.h"
 
-// ---- Keys and mouse ----
+// ---- Slots ----
 
 // There is a slot for each key, numbered by its virtual-key code, for each mouse button, numbered by its
 // MouseButton, and for each MouseSlot.
@@ -49,7 +45,7 @@ struct WaitingEvents {
     uint32_t end;
 };
 
-struct UiState {
+struct InputState {
     // the input callback writes, through the functions below; the drawing of a frame reads
     InputSlot *slots;    // input_slot_count, made on first use; null when out of memory: nothing is down
     int32_t wheel_steps; // turned in this frame, positive away from the user
@@ -63,18 +59,7 @@ struct UiState {
 
     WaitingEvents waiting; // used by the input callback only
 };
-extern UiState ui_state;
-
-// The field with the keyboard focus, and its carets.
-struct InputField {
-    Field *focused_field; // gets the keys; null: none
-    DynArray caret_list;  // of Caret (line_editor.h), the focused field's
-    bool dropdown_open;   // the saved entries of the focused field are shown below it
-    uint32_t first_unit;  // the first UTF-16 unit of a character whose second is not typed yet; 0: none
-};
-extern InputField input_field;
-
-inline constexpr uint64_t reserved_carets = 16; // by start-up, in caret_list
+extern InputState input_state;
 
 // ---- Frames ----
 
@@ -108,23 +93,6 @@ bool ui_consume_press(uint16_t slot);
 
 // Where the last motion left the pointer on the screen; 0, 0 before the first one.
 Point ui_pointer_position();
-
-// ---- The layout ----
-
-// How far the drawing of a frame has got. Made for each frame and handed to everything that draws; in
-// pixels of the client area.
-struct Layout {
-    int32_t x;
-    int32_t y;             // of the next row's top
-    int32_t width;         // of a row
-    int32_t row_advance;   // height of a field's row
-    int32_t font_size;     // of glyphs
-    int32_t line_height;   // of a row of text
-    int32_t text_y_offset; // from a row's top to its baseline
-    bool stop;             // an open drop-down covers the rest of the frame, which is not drawn
-    bool click_consumed;   // a click of this frame has been acted on; drawing goes on
-    Point mouse;           // the pointer
-};
 
 static_assert(sizeof(InputSlot) == 48);
 static_assert(uint16_t{MOUSE_RIGHT} < input_slot_count && uint16_t{SLOT_WHEEL} < uint16_t{MOUSE_LEFT});
