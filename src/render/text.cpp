@@ -5,6 +5,7 @@
 #include "os/utf8.h"
 #include "render/draw.h"
 #include "render/font.h"
+#include "render/glyph.h"
 #include "render/glyph_cache.h"
 
 bool text_is_utf8;

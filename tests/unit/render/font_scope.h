@@ -33,6 +33,10 @@ inline std::string default_font_path() {
     return to_string(os_exe_folder()) + "source_code_pro.otf";
 }
 
+inline std::string default_font_bytes() {
+    return bytes_of(default_font_path());
+}
+
 // Loads a font as the program's; by default the default font.
 class FontScope {
 public:
