@@ -8,6 +8,7 @@
 
 #include "os/files.h"
 #include "os/strings.h"
+#include "search/results_store.h"
 #include "search/scan.h"
 
 // An EntryFn: reads the file and appends its file row and its hits. The context is not used. Returns false
@@ -16,22 +17,6 @@ bool on_file(void *context, Str folder, const FolderEntry &entry);
 
 // Whether a file of size bytes is skipped for its size. Worker and readers.
 bool is_above_size_limit(uint64_t size);
-
-// Worker: appends the row of a file that was read. Returns false when out of memory; file_index is
-// then undefined.
-bool push_file(Str folder, Str name, uint32_t *file_index);
-
-// A line that contains the query, as stored.
-struct LineHit {
-    uint32_t line;
-    uint32_t column;
-    uint32_t byte_offset;
-    Str text;
-    bool is_cut; // as in ResultRecord
-};
-
-// Worker: appends a hit, preceded by the file's header if it is the file's first.
-void push_hit(uint32_t file_index, const LineHit &hit);
 
 // Iterates over the hits in one file's bytes.
 struct LineScan {

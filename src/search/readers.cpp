@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "os/paths.h"
+#include "search/matcher.h"
 #include "search/search_state.h"
 #include "search/skip_folders.h"
 #include "search/walk.h"

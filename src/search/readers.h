@@ -18,7 +18,7 @@
 #include "os/files.h"
 #include "os/strings.h"
 #include "os/threads.h"
-#include "search/matcher.h"
+#include "search/results_store.h"
 
 inline constexpr uint32_t most_readers = 64;
 

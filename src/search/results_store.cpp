@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include "os/paths.h"
+#include "search/search_counts.h"
 #include "search/search_state.h"
 
 namespace {
@@ -49,6 +51,42 @@ Str results_push_path(Str folder, Str name) {
     memcpy(path + folder.count + 1, name.data, name.count);
     path[count] = 0;
     return {count, path};
+}
+
+bool results_push_file(Str folder, Str name, uint32_t *file_index) {
+    FileEntry file = {arena_push_string(&results_store.arena, folder),
+                      arena_push_string(&results_store.arena, name)};
+    str_slashes(file.folder);
+    if (!dynarray_push_shared(&results_store.file_table, sizeof(file), &file, &results_store.retired)) {
+        return false;
+    }
+    *file_index = static_cast<uint32_t>(results_store.file_table.count - 1);
+    count_one(&search_counts.files);
+    return true;
+}
+
+void results_push_hit(uint32_t file_index, const LineHit &hit) {
+    ResultRecord record = {};
+    record.kind = RESULT_HIT;
+    record.is_cut = hit.is_cut;
+    record.file_index = file_index;
+    record.line = hit.line;
+    record.column = hit.column;
+    record.byte_offset = hit.byte_offset;
+    record.text = arena_push_string(&results_store.arena, hit.text);
+    DynArray *table = &results_store.hit_table;
+    TableRows rows = table_rows(table);
+    const ResultRecord *hits = reinterpret_cast<const ResultRecord *>(rows.data);
+    if (rows.count == 0 || hits[rows.count - 1].file_index != file_index) {
+        ResultRecord header = {};
+        header.kind = RESULT_FILE_HEADER;
+        header.file_index = file_index;
+        dynarray_push_shared(table, sizeof(header), &header, &results_store.retired);
+        count_one(&search_counts.files_with_hits);
+    }
+    dynarray_push_shared(table, sizeof(record), &record, &results_store.retired);
+    count_one(&search_counts.hits);
+    search_state.results_dirty = 1;
 }
 
 TableRows table_rows(const DynArray *table) {

@@ -30,6 +30,15 @@ struct ResultRecord {
     Str text;             // the line, trimmed, at most 400 bytes
 };
 
+// A line that contains the query, to be stored.
+struct LineHit {
+    uint32_t line; // the members are as in ResultRecord
+    uint32_t column;
+    uint32_t byte_offset;
+    Str text;
+    bool is_cut;
+};
+
 struct ResultStore {
     // worker only
     StringArena arena;
@@ -60,6 +69,13 @@ void results_store_start_arena();
 
 // Worker: folder + "/" + name in the arena, or the empty Str.
 Str results_push_path(Str folder, Str name);
+
+// Worker: appends the row of a file that was read. Returns false when out of memory; file_index is then
+// undefined.
+bool results_push_file(Str folder, Str name, uint32_t *file_index);
+
+// Worker: appends a hit, preceded by the file's header if it is the file's first.
+void results_push_hit(uint32_t file_index, const LineHit &hit);
 
 // A snapshot of a table's rows: their count and the address of the first. Valid until the reader's next pass.
 struct TableRows {

@@ -51,12 +51,12 @@ void search_subfolder(Str path) {
 void store_file(const ReadJob *job, const ReadFile *file, uint64_t *position) {
     uint32_t file_index;
     // Unused, but it takes arena space as in on_file, which cannot read a file without it.
-    bool is_stored =
-        results_push_path(job->folder, file->name).data && push_file(job->folder, file->name, &file_index);
+    bool is_stored = results_push_path(job->folder, file->name).data &&
+                     results_push_file(job->folder, file->name, &file_index);
     for (uint32_t i = 0; i < file->hit_count; i++) {
         LineHit hit = read_hit(job, position);
         if (is_stored) {
-            push_hit(file_index, hit);
+            results_push_hit(file_index, hit);
         }
     }
     if (!is_stored) {
