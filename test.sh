@@ -70,6 +70,7 @@ memory=
 room=$(df --output=avail /dev/shm 2> /dev/null | sed 1d) || true # KB
 if [ -z "${TMPDIR:-}" ] && [ "${room:-0}" -ge 4000000 ]; then
     memory=$(mktemp -d /dev/shm/tarnwick.XXXXXX)
+    chmod 755 "$memory" # a test becomes another user
     cp /bin/true "$memory"
     ! "$memory/true" || tests_tmpdir=$memory
 fi
