@@ -49,13 +49,13 @@ test_linux() {
     echo "== Format"
     git ls-files -co --exclude-standard '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
     build linux
-    ctest --preset linux
+    TMPDIR=$tests_tmpdir ctest --preset linux
 }
 
 test_sanitizers() {
     for preset in linux-asan linux-tsan; do
         build "$preset"
-        ctest --preset "$preset"
+        TMPDIR=$tests_tmpdir ctest --preset "$preset"
     done
 }
 
@@ -63,8 +63,9 @@ for preset in linux linux-asan linux-tsan windows; do
     [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" > /dev/null
 done
 
-# Tests make tens of thousands of small files, which takes most disks several times as long as memory. So their folder is
-# there, if it has room for them and programs may run in it.
+# Tests make tens of thousands of small files, which takes most disks several times as long as memory. So the native
+# tests' folder is there, if it has room for them and programs may run in it. For the Windows ones it stays on the disk:
+# Wine's file manager opens no folder in /dev.
 tests_tmpdir=${TMPDIR:-/tmp}
 memory=
 room=$(df --output=avail /dev/shm 2> /dev/null | sed 1d) || true # KB
@@ -81,7 +82,6 @@ declare -A name_of=()
 start() { # NAME NICENESS FUNCTION
     (
         renice -n "$2" "$BASHPID" > /dev/null
-        export TMPDIR=$tests_tmpdir
         "$3"
     ) > "build/$1.log" 2>&1 < /dev/null &
     name_of[$!]=$1
