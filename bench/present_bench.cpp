@@ -1,7 +1,7 @@
 // Time to present a frame of 1000 x 900 pixels in a real window. Needs a display.
 #include <benchmark/benchmark.h>
 
-#include "os/threads.h"
+#include "os/clock.h"
 #include "os/window.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "os/threads.h"
+#include "os/clock.h"
 #include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_state.h"

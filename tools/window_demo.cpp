@@ -3,10 +3,10 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "os/clock.h"
 #include "os/console.h"
 #include "os/files.h"
 #include "os/memory.h"
-#include "os/threads.h"
 #include "os/window.h"
 #include "render/draw.h"
 #include "render/font.h"

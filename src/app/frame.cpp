@@ -8,7 +8,7 @@
 #include "app/scrolling.h"
 #include "app/settings.h"
 #include "app/status_line.h"
-#include "os/threads.h"
+#include "os/clock.h"
 #include "render/draw.h"
 #include "render/text.h"
 #include "search/results_store.h"

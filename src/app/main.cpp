@@ -1,9 +1,9 @@
 #include "app/frame.h"
 #include "app/scratch.h"
 #include "app/startup.h"
+#include "os/clock.h"
 #include "os/console.h"
 #include "os/files.h"
-#include "os/threads.h"
 #include "os/window.h"
 #include "search/worker.h"
 

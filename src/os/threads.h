@@ -1,22 +1,11 @@
-// Threads, locks, clocks and the layer's initialisation.
+// Threads and locks.
 //
 // There are two threads, the interface and the search worker, plus the worker's readers if a setting asks for
-// them. The interface starts the worker, which starts its readers. Once os_init has run, any thread may read
-// the clocks.
+// them. The interface starts the worker, which starts its readers.
 #pragma once
 
 #include <stddef.h>
 #include <stdint.h>
-
-// ---- Initialisation (each system) ----
-
-// Sets os_ticks_per_second, hides the system's error boxes from the calling thread and makes the process
-// DPI-aware; if that fails, it writes a debug line. Call once at start-up, before anything reads a clock.
-void os_init();
-
-// From now on a path on a drive without a disk counts as missing for the calling thread, instead of opening a
-// modal box. Windows only. Not set for the process, as programs it starts would inherit it.
-void os_thread_hide_error_boxes();
 
 // ---- Threads (each system) ----
 
@@ -35,6 +24,10 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data);
 
 // The same with a stack of 1 MiB, for a thread that does not recurse.
 Thread *os_thread_start_small(ThreadRoutine *routine, void *user_data);
+
+// From now on a path on a drive without a disk counts as missing for the calling thread, instead of opening a
+// modal box. Windows only. Not set for the process, as programs it starts would inherit it.
+void os_thread_hide_error_boxes();
 
 // Lowers the calling thread's priority, so that threads of normal priority are preferred.
 void os_thread_lower_priority();
@@ -76,37 +69,6 @@ void os_condition_wait(Condition *condition, Lock *lock, uint32_t ms);
 // Wake one waiting thread, or all of them.
 void os_condition_wake_one(Condition *condition);
 void os_condition_wake_all(Condition *condition);
-
-// ---- Clocks and sleeping (each system) ----
-
-// The rate of os_ticks. Set by os_init, 0 before.
-extern int64_t os_ticks_per_second;
-
-// The system's monotonic clock, in ticks since an arbitrary moment.
-int64_t os_ticks();
-
-// Sleeps for ms milliseconds; 0 yields to other threads, UINT32_MAX sleeps for ever. Ends early if the
-// system runs a procedure in the sleeping thread.
-void os_sleep_ms(uint32_t ms);
-
-// ---- Clocks and sleeping (one version for all systems) ----
-
-// Ticks as microseconds. Multiplies first, so it wraps beyond some 9.2 * 10^12 ticks, days after the system's
-// start; kept for its simplicity.
-inline int64_t os_ticks_to_us(int64_t ticks) {
-    return ticks * 1000000 / os_ticks_per_second;
-}
-
-// How long os_sleep_us sleeps: whole milliseconds, rounded down, intentionally truncated to 32 bits.
-constexpr uint32_t sleep_ms_from_us(int64_t us) {
-    return static_cast<uint32_t>(us / 1000);
-}
-
-// Sleeps for us microseconds, rounded down to whole milliseconds; fewer than 1000 only yield to other
-// threads.
-inline void os_sleep_us(int64_t us) {
-    os_sleep_ms(sleep_ms_from_us(us));
-}
 
 static_assert(sizeof(Thread) == 24 && offsetof(Thread, suspended) == 0 && offsetof(Thread, user_data) == 8 &&
               offsetof(Thread, handle) == 16);

@@ -1,6 +1,6 @@
 #include "search/search_counts.h"
 
-#include "os/threads.h"
+#include "os/clock.h"
 
 volatile SearchCounts search_counts;
 

@@ -2,8 +2,8 @@
 
 #include <iterator>
 
+#include "os/clock.h"
 #include "os/memory.h"
-#include "os/threads.h"
 
 InputState input_state;
 

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
+#include "os/clock.h"
 #include "os/console.h"
 #include "os/files.h"
-#include "os/threads.h"
 #include "os/toolkit/console.h"
 #include "os/toolkit/threads.h"
 

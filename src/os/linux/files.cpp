@@ -12,8 +12,8 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include "os/linux/clock.h"
 #include "os/linux/files.h"
-#include "os/linux/threads.h"
 #include "os/paths.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string.h>
 
 #include "os/linux/clipboard.h"
-#include "os/linux/threads.h"
+#include "os/linux/clock.h"
 #include "os/linux/x11.h"
 #include "os/memory.h"
 

@@ -9,7 +9,7 @@
 
 #include <X11/Xatom.h>
 
-#include "os/linux/threads.h"
+#include "os/linux/clock.h"
 
 namespace {
 

@@ -2,24 +2,7 @@
 
 #include <windows.h>
 
-#include "os/console.h"
 #include "os/memory.h"
-
-// ---- Initialisation ----
-
-void os_init() {
-    LARGE_INTEGER frequency = {};
-    QueryPerformanceFrequency(&frequency);
-    os_ticks_per_second = frequency.QuadPart;
-    os_thread_hide_error_boxes();
-    if (!SetProcessDPIAware()) {
-        os_debug_print("Error: failed to set DPI awareness\n");
-    }
-}
-
-void os_thread_hide_error_boxes() {
-    SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS, nullptr);
-}
 
 // ---- Threads ----
 
@@ -49,6 +32,10 @@ Thread *os_thread_start(ThreadRoutine *routine, void *user_data) {
 
 Thread *os_thread_start_small(ThreadRoutine *routine, void *user_data) {
     return start_thread(routine, user_data, 1 << 20);
+}
+
+void os_thread_hide_error_boxes() {
+    SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS, nullptr);
 }
 
 void os_thread_lower_priority() {
@@ -114,18 +101,4 @@ void os_condition_wake_one(Condition *condition) {
 
 void os_condition_wake_all(Condition *condition) {
     WakeAllConditionVariable(variable_of(condition));
-}
-
-// ---- Clocks and sleeping ----
-
-int64_t os_ticks_per_second;
-
-int64_t os_ticks() {
-    LARGE_INTEGER counter = {};
-    QueryPerformanceCounter(&counter);
-    return counter.QuadPart;
-}
-
-void os_sleep_ms(uint32_t ms) {
-    SleepEx(ms, TRUE);
 }

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "app/app_scope.h"
-#include "os/threads.h"
+#include "os/clock.h"
 #include "render/font_scope.h"
 #include "search/results_store.h"
 #include "support/ui_scope.h"

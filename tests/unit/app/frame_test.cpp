@@ -9,7 +9,7 @@
 #include "app/frame_scope.h"
 #include "app/input.h"
 #include "app/shown_window.h"
-#include "os/threads.h"
+#include "os/clock.h"
 #include "os/toolkit/window.h"
 #include "render/draw.h"
 #include "render/text.h"

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "os/clock.h"
 #include "os/memory.h"
-#include "os/threads.h"
 #include "support/test_tree.h"
 #include "support/written_pieces.h"
 

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "os/threads.h"
+#include "os/clock.h"
 #include "support/child_process.h"
 #include "support/heap_hook.h"
 #include "support/test_tree.h"

@@ -1,11 +1,8 @@
 #include "os/toolkit/threads.h"
 
-#include <cstring>
-#include <functional>
-#include <string>
-
 #include <gtest/gtest.h>
 
+#include "os/clock.h"
 #include "os/memory.h"
 #include "support/threads.h"
 
@@ -199,36 +196,5 @@ TEST_F(ThreadControl, AbortingAllThreadsOnlyWritesADebugLine) {
     EXPECT_TRUE(goes_on(counting));
     counting.end();
 }
-
-// ---- Clocks and sleeping ----
-
-TEST_F(ThreadControl, TheClocksAgreeAndNeverGoBack) {
-    int64_t us = os_now_us();
-    int64_t ticks_as_us = os_ticks_to_us(os_ticks());
-    int64_t ms = os_now_ms();
-    int64_t us_later = os_now_us();
-    EXPECT_LE(us, ticks_as_us);
-    EXPECT_LE(ticks_as_us / 1000, ms);
-    EXPECT_LE(ms, us_later / 1000);
-    EXPECT_LE(ticks_as_us, us_later);
-}
-
-TEST_F(ThreadControl, ASleepInSecondsLastsAtLeastAboutAsLongAsAsked) {
-    // Wide margin: a system may wake a sleeper up to one step of its clock too early.
-    int64_t start = os_ticks();
-    os_sleep_s(1);
-    EXPECT_GE(os_ticks() - start, os_ticks_per_second * 900 / 1000);
-    os_sleep_s(0);
-}
-
-#ifdef _WIN32
-TEST_F(ThreadControl, ASleepInSecondsIsAlertable) {
-    volatile uint8_t is_called = 0;
-    PAPCFUNC note_call = [](ULONG_PTR flag) { *reinterpret_cast<volatile uint8_t *>(flag) = 1; };
-    ASSERT_NE(QueueUserAPC(note_call, GetCurrentThread(), reinterpret_cast<ULONG_PTR>(&is_called)), 0u);
-    os_sleep_s(patience_s);
-    EXPECT_EQ(is_called, 1);
-}
-#endif
 
 } // namespace

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "os/threads.h"
+#include "os/clock.h"
 #include "search/search_counts.h"
 
 // The worker counts while it lives, from zero.

@@ -13,6 +13,7 @@
 #include <string>
 #include <thread>
 
+#include "os/clock.h"
 #include "os/files.h"
 #include "os/threads.h"
 #include "search/counted.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "os/threads.h"
+#include "os/clock.h"
 #include "search/counted.h"
 #include "search/worker.h"
 #include "support/each_step.h"

@@ -1,7 +1,7 @@
 // A worker that does not sleep between its turns, so that thousands of requests are really taken.
 #pragma once
 
-#include "os/threads.h"
+#include "os/clock.h"
 #include "search/search_state.h"
 #include "search/worker.h"
 

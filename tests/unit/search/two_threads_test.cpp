@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "os/clock.h"
 #include "os/toolkit/threads.h"
 #include "search/readers.h"
 #include "search/results_store.h"

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <vector>
 
+#include "os/clock.h"
 #include "os/threads.h"
 
 class LoopingThread {

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <functional>
 
-#include "os/threads.h"
+#include "os/clock.h"
 
 #ifdef _WIN32
 #include <windows.h>

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "os/threads.h"
+#include "os/clock.h"
 #include "support/heap_hook.h"
 #include "support/ui_scope.h"
 

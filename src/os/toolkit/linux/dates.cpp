@@ -2,7 +2,7 @@
 
 #include <time.h>
 
-#include "os/linux/threads.h"
+#include "os/linux/clock.h"
 
 namespace {
 

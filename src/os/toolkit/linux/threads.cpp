@@ -6,7 +6,7 @@
 #include <signal.h>
 
 #include "os/console.h"
-#include "os/linux/threads.h"
+#include "os/linux/clock.h"
 #include "os/memory.h"
 
 // ---- Threads ----
