@@ -3,12 +3,10 @@
 #include <string.h>
 
 #include "os/files.h"
-#include "render/glyph.h"
+#include "render/glyphs.h"
 
 Font font;
 Font fallback_font;
-
-// ---- Loading ----
 
 namespace {
 
@@ -98,47 +96,4 @@ Font font_load(Str path) {
     loaded.has_kerning = may_kern(&loaded.info, loaded.file);
     dynarray_init(&loaded.sizes, sizeof(SizedFont), 8);
     return loaded;
-}
-
-// ---- Sizes ----
-
-namespace {
-
-SizedFont *sizes_of_font() {
-    return reinterpret_cast<SizedFont *>(font.sizes.data);
-}
-
-float scale_for(int32_t pixel_height) {
-    const uint8_t *hhea = font.info.data + font.info.hhea;
-    int32_t ascender = static_cast<int16_t>(big_endian_16(hhea + 4));
-    int32_t descender = static_cast<int16_t>(big_endian_16(hhea + 6));
-    return static_cast<float>(pixel_height) / static_cast<float>(ascender - descender);
-}
-
-} // namespace
-
-SizedFont *font_get_size(int32_t pixel_height) {
-    SizedFont *sizes = sizes_of_font();
-    uint64_t count = font.sizes.count;
-    uint64_t index = 0;
-    while (index < count && sizes[index].pixel_height < pixel_height) {
-        index++;
-    }
-    if (index < count && sizes[index].pixel_height == pixel_height) {
-        return &sizes[index];
-    }
-    SizedFont *sized =
-        static_cast<SizedFont *>(dynarray_insert(&font.sizes, sizeof(SizedFont), index, nullptr));
-    if (!sized) {
-        return nullptr;
-    }
-    sized->font = &font.info;
-    sized->scale = scale_for(pixel_height);
-    sized->pixel_height = pixel_height;
-    strbuf_init(&sized->bitmaps, 0x20000);
-    dynarray_init(&sized->glyphs, sizeof(Glyph), 128);
-    for (uint32_t codepoint = 0; codepoint < 128; codepoint++) {
-        glyph_create(sized, codepoint);
-    }
-    return sized;
 }

@@ -5,8 +5,8 @@
 #include "os/utf8.h"
 #include "render/draw.h"
 #include "render/font.h"
-#include "render/glyph.h"
-#include "render/glyph_cache.h"
+#include "render/glyphs.h"
+#include "render/utf8_glyphs.h"
 
 bool text_is_utf8;
 

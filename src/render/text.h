@@ -21,7 +21,7 @@ extern bool text_is_utf8;
 // tab is twice pixel_height wide, other control bytes pixel_height / 4 + 1. The font's kerning is added
 // between two glyphs of a line, not after the last. Allocates only for the first text of a height and the
 // first use of a glyph. With text_is_utf8, a valid UTF-8 character beyond ASCII is drawn as its glyph, which
-// may have to be made again (render/glyph_cache.h); only invalid bytes are missing-glyph shapes. There is no
+// may have to be made again (render/utf8_glyphs.h); only invalid bytes are missing-glyph shapes. There is no
 // kerning next to glyphs of the fallback font. Without a font never returns, except for an empty text
 // (font_get_size).
 uint64_t draw_text(Framebuffer *framebuffer, Point position, int32_t pixel_height, int32_t line_height,

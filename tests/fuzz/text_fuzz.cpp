@@ -18,12 +18,13 @@
 #include "os/processor.h"
 #include "render/draw.h"
 #include "render/font.h"
-#include "render/glyph_cache.h"
+#include "render/glyphs.h"
 #include "render/plain_draw.h"
 #include "render/plain_text.h"
 #include "render/plain_utf8_text.h"
 #include "render/test_font.h"
 #include "render/text.h"
+#include "render/utf8_glyphs.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include "os/files.h"
 #include "os/memory.h"
 #include "render/font.h"
+#include "render/glyphs.h"
 #include "support/test_tree.h"
 
 #if defined(__SANITIZE_ADDRESS__)

@@ -7,10 +7,8 @@
 #include <vector>
 
 #include "render/font_scope.h"
-#include "render/glyphs.h"
-#include "render/plain_text.h"
+#include "render/font_sizes.h"
 #include "support/heap_hook.h"
-#include "support/never_returns.h"
 
 namespace {
 
@@ -31,17 +29,7 @@ bool is_all_zero(const Font &f) {
            f.sizes.count == 0 && f.sizes.capacity == 0 && !f.sizes.data && !f.has_kerning;
 }
 
-std::vector<int32_t> heights() {
-    std::vector<int32_t> all;
-    for (uint64_t i = 0; i < font.sizes.count; i++) {
-        all.push_back(reinterpret_cast<SizedFont *>(font.sizes.data)[i].pixel_height);
-    }
-    return all;
-}
-
 } // namespace
-
-// ---- font_load ----
 
 TEST(FontLoad, TheDefaultFontIsThereAndHasAnEmptyListOfSizes) {
     FontScope scope;
@@ -161,105 +149,3 @@ TEST(FontLoad, WithoutAFontTheListOfSizesNeverGetsRoomForOne) {
     EXPECT_LT(nothing.sizes.capacity, nothing.sizes.count + 1);
     EXPECT_EQ(dynarray_next_capacity(sizeof(SizedFont), nothing.sizes.capacity), nothing.sizes.capacity);
 }
-
-// ---- font_get_size ----
-
-TEST(FontGetSize, MakesARecordWithTheFirst128Glyphs) {
-    FontScope scope;
-    SizedFont *sized = font_get_size(14);
-    ASSERT_TRUE(sized);
-    EXPECT_EQ(sized->font, &font.info);
-    EXPECT_EQ(sized->pixel_height, 14);
-    EXPECT_EQ(sized->scale, 14.0f / (984 + 273)); // the font's ascender and descender
-    EXPECT_EQ(sized->scale, stbtt_ScaleForPixelHeight(&font.info, 14));
-    EXPECT_EQ(sized->bitmaps.capacity, 0x20000u);
-    EXPECT_EQ(sized->glyphs.count, 128u);
-    EXPECT_EQ(sized->glyphs.capacity, 128u);
-    uint64_t used = 0;
-    for (uint32_t i = 0; i < 128; i++) {
-        const Glyph &glyph = glyph_at(sized, i);
-        EXPECT_EQ(glyph.codepoint, i);
-        if (glyph.bitmap) {
-            EXPECT_EQ(glyph.bitmap, reinterpret_cast<uint8_t *>(sized->bitmaps.data) + used);
-        }
-        used += static_cast<uint64_t>(glyph.width * glyph.height);
-    }
-    EXPECT_EQ(sized->bitmaps.count, used);
-}
-
-TEST(FontGetSize, TheSameHeightTwiceIsTheSameRecordAndRasterisesNothing) {
-    FontScope scope;
-    SizedFont *sized = font_get_size(14);
-    HeapHookScope hook([](uint64_t) {
-        ADD_FAILURE() << "an allocation";
-        return true;
-    });
-    EXPECT_EQ(font_get_size(14), sized);
-    EXPECT_EQ(sized->glyphs.count, 128u);
-}
-
-TEST(FontGetSize, RecordsAreInAscendingOrderOfHeight) {
-    FontScope scope;
-    font_get_size(20);
-    font_get_size(12);
-    SizedFont *sized = font_get_size(16);
-    EXPECT_EQ(sized->pixel_height, 16);
-    EXPECT_EQ(heights(), (std::vector<int32_t>{12, 16, 20}));
-    EXPECT_EQ(font_get_size(20)->pixel_height, 20);
-    EXPECT_EQ(font_get_size(12)->pixel_height, 12);
-    EXPECT_EQ(font.sizes.count, 3u);
-}
-
-TEST(FontGetSize, TheListGrowsBeyondEightAndRecordsKeepTheirGlyphs) {
-    FontScope scope;
-    std::vector<int32_t> expected;
-    for (int32_t height = 9; height < 27; height++) {
-        font_get_size(height % 2 ? height : 36 - height);
-        expected.push_back(height);
-    }
-    EXPECT_EQ(heights(), expected);
-    EXPECT_EQ(font.sizes.capacity, 32u);
-    for (int32_t height : {9, 18, 26}) {
-        PlainFont plain(scope.file(), height);
-        expect_glyph(glyph_at(font_get_size(height), 'g'), plain.glyphs['g']);
-    }
-}
-
-TEST(FontGetSize, AFailedGrowthEmptiesTheList) {
-    LeakScope leaks; // the records' storage is lost with the list
-    FontScope scope;
-    for (int32_t height = 10; height < 18; height++) {
-        font_get_size(height);
-    }
-    HeapHookScope hook([](uint64_t size) { return size != 16 * sizeof(SizedFont); });
-    EXPECT_EQ(font_get_size(12)->pixel_height, 12);
-    EXPECT_EQ(font_get_size(9), nullptr);
-    EXPECT_EQ(font.sizes.count, 0u);
-    EXPECT_EQ(font.sizes.capacity, 0u);
-}
-
-TEST(FontGetSize, HeightsBelowOneHaveGlyphsWithoutPixels) {
-    FontScope scope;
-    for (int32_t height : {0, -14}) {
-        SizedFont *sized = font_get_size(height);
-        EXPECT_EQ(sized->glyphs.count, 128u);
-        for (uint32_t codepoint = 0; codepoint < 128; codepoint++) {
-            const Glyph &glyph = glyph_at(sized, codepoint);
-            EXPECT_GE(glyph.width, 0);
-            EXPECT_GE(glyph.height, 0);
-            EXPECT_EQ(glyph.width * glyph.height, 0);
-        }
-    }
-    EXPECT_EQ(heights(), (std::vector<int32_t>{-14, 0}));
-}
-
-#ifndef _WIN32
-TEST(FontGetSize, WithoutAFontNeverReturns) {
-    ASSERT_EQ(font.sizes.capacity, 0u);
-    EXPECT_TRUE(never_returns([] { font_get_size(14); }));
-    EXPECT_FALSE(never_returns([] {
-        FontScope scope;
-        font_get_size(14);
-    }));
-}
-#endif

@@ -11,7 +11,7 @@
 
 #include "render/draw.h"
 #include "render/font_scope.h"
-#include "render/glyph.h"
+#include "render/glyphs.h"
 #include "render/plain_text.h"
 #include "support/heap_hook.h"
 #include "support/never_returns.h"

@@ -6,9 +6,9 @@
 #include "os/files.h"
 #include "os/memory.h"
 #include "render/font.h"
-#include "render/glyph_cache.h"
 #include "render/test_font.h"
 #include "render/text.h"
+#include "render/utf8_glyphs.h"
 #include "support/test_tree.h"
 
 // While it lives, texts are UTF-8. Lives shorter than the program's font.

@@ -1,12 +1,21 @@
-// A size's glyphs for a test.
+// The font's sizes and their glyphs for a test.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "render/glyph.h"
+#include "render/font.h"
+#include "render/glyphs.h"
 #include "render/plain_text.h"
+
+inline std::vector<int32_t> heights() {
+    std::vector<int32_t> all;
+    for (uint64_t i = 0; i < font.sizes.count; i++) {
+        all.push_back(reinterpret_cast<SizedFont *>(font.sizes.data)[i].pixel_height);
+    }
+    return all;
+}
 
 inline const Glyph &glyph_at(const SizedFont *sized, uint64_t index) {
     return reinterpret_cast<Glyph *>(sized->glyphs.data)[index];

@@ -7,7 +7,7 @@
 
 #include <stdint.h>
 
-#include "render/glyph.h"
+#include "render/glyphs.h"
 
 constexpr uint32_t most_cached_glyphs = 8192;                      // of all heights together
 constexpr uint64_t most_cached_bytes = uint64_t{16} * 1024 * 1024; // of bitmaps; a larger one is kept alone

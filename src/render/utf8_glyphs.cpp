@@ -1,8 +1,9 @@
-#include "render/glyph_cache.h"
+#include "render/utf8_glyphs.h"
 
 #include <algorithm>
 
 #include "os/memory.h"
+#include "render/font.h"
 
 namespace {
 

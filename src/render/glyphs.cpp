@@ -1,8 +1,40 @@
-#include "render/glyph.h"
+#include "render/glyphs.h"
 
 #include <algorithm>
 
 #include <string.h>
+
+#include "render/font.h"
+
+// ---- Sizes ----
+
+SizedFont *font_get_size(int32_t pixel_height) {
+    SizedFont *sizes = reinterpret_cast<SizedFont *>(font.sizes.data);
+    uint64_t count = font.sizes.count;
+    uint64_t index = 0;
+    while (index < count && sizes[index].pixel_height < pixel_height) {
+        index++;
+    }
+    if (index < count && sizes[index].pixel_height == pixel_height) {
+        return &sizes[index];
+    }
+    SizedFont *sized =
+        static_cast<SizedFont *>(dynarray_insert(&font.sizes, sizeof(SizedFont), index, nullptr));
+    if (!sized) {
+        return nullptr;
+    }
+    sized->font = &font.info;
+    sized->scale = stbtt_ScaleForPixelHeight(&font.info, static_cast<float>(pixel_height));
+    sized->pixel_height = pixel_height;
+    strbuf_init(&sized->bitmaps, 0x20000);
+    dynarray_init(&sized->glyphs, sizeof(Glyph), 128);
+    for (uint32_t codepoint = 0; codepoint < 128; codepoint++) {
+        glyph_create(sized, codepoint);
+    }
+    return sized;
+}
+
+// ---- Glyphs ----
 
 namespace {
 

@@ -1,4 +1,4 @@
-// The glyphs of a size of the font, as bitmaps of coverage.
+// The font's sizes, one for every pixel height that has been used, and their glyphs, as bitmaps of coverage.
 //
 // Glyphs are rasterised on first use and kept for the life of the font, at the price of never shrinking.
 // Interface thread only.
@@ -9,7 +9,23 @@
 
 #include <stb_truetype.h>
 
-#include "render/font.h"
+#include "os/strings.h"
+
+// The font at one height. After bitmaps has run out of memory, new glyphs have a null bitmap; the others keep
+// theirs.
+struct SizedFont {
+    const stbtt_fontinfo *font; // the info of the Font
+    float scale;                // pixels per font unit
+    int32_t pixel_height;       // from the highest ascender to the lowest descender
+    StrBuf bitmaps;             // the glyphs' bytes, one after another; a StrBuf only for its growth
+    DynArray glyphs;            // Glyph, by ascending codepoint; the first 128 are 0 to 127
+};
+
+// The record for a height in pixels, made with its first 128 glyphs on first use; valid until a new height is
+// used. Null, with the list of sizes empty, when out of memory for the list. Never returns when the list has
+// no storage, as for a font that is all zero: its growth doubles a capacity of 0. Intentional, as nothing is
+// ever drawn without a font.
+SizedFont *font_get_size(int32_t pixel_height);
 
 // One character at one height. Pixels; y goes downwards.
 struct Glyph {
@@ -54,6 +70,9 @@ const Glyph *glyph_find(SizedFont *sized, uint32_t codepoint);
 // The pixels to add to the pen between two glyphs of the font at a size, truncated.
 int32_t glyph_kerning(const SizedFont *sized, uint32_t left_index, uint32_t right_index);
 
+static_assert(sizeof(SizedFont) == 64 && offsetof(SizedFont, scale) == 8 &&
+              offsetof(SizedFont, pixel_height) == 12 && offsetof(SizedFont, bitmaps) == 16 &&
+              offsetof(SizedFont, glyphs) == 40); // the list's growth counts in records of 64 bytes
 static_assert(sizeof(Glyph) == 40 && offsetof(Glyph, y_offset) == 4 && offsetof(Glyph, x_offset) == 8 &&
               offsetof(Glyph, glyph_index) == 12 && offsetof(Glyph, advance) == 16 &&
               offsetof(Glyph, width) == 20 && offsetof(Glyph, height) == 24 && offsetof(Glyph, bitmap) == 32);
