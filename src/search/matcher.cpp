@@ -4,7 +4,6 @@
 
 #include <string.h>
 
-#include "search/search_counts.h"
 #include "search/search_state.h"
 
 namespace {
@@ -28,35 +27,6 @@ Str line_text(char *line, int64_t length) {
 }
 
 } // namespace
-
-bool is_above_size_limit(uint64_t size) {
-    int64_t limit = search_state.max_file_size;
-    return limit != 0 && limit < static_cast<int64_t>(size);
-}
-
-bool on_file(void *, Str folder, const FolderEntry &entry) {
-    if (search_state.request_pending) {
-        return false;
-    }
-    if (entry.is_folder) {
-        return true;
-    }
-    if (is_above_size_limit(entry.size)) {
-        count_one(&search_counts.too_large);
-        return true;
-    }
-    Str contents = os_file_read_entry(results_push_path(folder, entry.name), entry.name);
-    if (!contents.data) {
-        count_one(&search_counts.unreadable);
-        return true;
-    }
-    uint32_t file_index;
-    if (results_push_file(folder, entry.name, &file_index)) {
-        scan_contents(contents, strbuf_text(&search_state.query), file_index);
-    }
-    os_file_free(&contents);
-    return true;
-}
 
 LineScan line_scan(Str contents, Str query) {
     // Lengths are intentionally signed 32-bit numbers: a file of 2 GiB or more is not searched. The span is
@@ -84,12 +54,4 @@ bool line_scan_next(LineScan *scan, LineHit *hit) {
     scan->from = found.line_end + 1;
     scan->line = hit->line + 1;
     return true;
-}
-
-void scan_contents(Str contents, Str query, uint32_t file_index) {
-    LineScan scan = line_scan(contents, query);
-    LineHit hit;
-    while (line_scan_next(&scan, &hit)) {
-        results_push_hit(file_index, hit);
-    }
 }

@@ -1,4 +1,4 @@
-// What a search does with each file: on_file records the lines that contain the query.
+// The hits in a file's bytes: the lines that contain the query.
 //
 // Matching is byte by byte: exact, or with ASCII letters in either case (search_state.ignore_case). There are
 // no wildcards, and binary files are searched like text.
@@ -6,17 +6,9 @@
 
 #include <stdint.h>
 
-#include "os/files.h"
 #include "os/strings.h"
 #include "search/results_store.h"
 #include "search/scan.h"
-
-// An EntryFn: reads the file and appends its file row and its hits. The context is not used. Returns false
-// when a new request is pending. A file that cannot be read is left out.
-bool on_file(void *context, Str folder, const FolderEntry &entry);
-
-// Whether a file of size bytes is skipped for its size. Worker and readers.
-bool is_above_size_limit(uint64_t size);
 
 // Iterates over the hits in one file's bytes.
 struct LineScan {
@@ -33,7 +25,3 @@ LineScan line_scan(Str contents, Str query);
 
 // Fills in the next hit, whose text points into contents; returns false after the last one.
 bool line_scan_next(LineScan *scan, LineHit *hit);
-
-// Appends the hits of one file's bytes. contents is a block as os_file_read_all returns it, and tabs in hit
-// lines are replaced by spaces in place. A file of 2 GiB or more has no hits.
-void scan_contents(Str contents, Str query, uint32_t file_index);

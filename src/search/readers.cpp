@@ -6,6 +6,7 @@
 
 #include "os/paths.h"
 #include "search/matcher.h"
+#include "search/search_file.h"
 #include "search/search_state.h"
 #include "search/skip_folders.h"
 #include "search/walk.h"

@@ -4,10 +4,10 @@
 
 #include "os/clock.h"
 #include "os/paths.h"
-#include "search/matcher.h"
 #include "search/readers.h"
 #include "search/results_store.h"
 #include "search/search_counts.h"
+#include "search/search_file.h"
 #include "search/search_state.h"
 #include "search/skip_folders.h"
 #include "search/suggestions.h"

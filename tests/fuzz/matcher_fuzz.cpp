@@ -9,10 +9,10 @@
 
 #include "fuzz.h"
 #include "os/processor.h"
-#include "search/matcher.h"
 #include "search/plain_matcher.h"
 #include "search/results_store.h"
 #include "search/scan.h"
+#include "search/search_file.h"
 #include "search/search_state.h"
 #include "search/suggestions.h"
 

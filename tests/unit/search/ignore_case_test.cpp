@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "search/matcher.h"
 #include "search/plain_matcher.h"
 #include "search/results_store.h"
 #include "search/scan.h"

@@ -12,7 +12,7 @@
 
 #include <string>
 
-#include "search/matcher.h"
+#include "search/search_file.h"
 #include "search/search_state.h"
 #include "search/suggestions.h"
 #include "search/worker.h"

@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "search/matcher.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "search/walk.h"
