@@ -51,33 +51,6 @@ Str str_copy(Str text) {
 
 namespace {
 
-// A block in storage of another size: new_block, null when out of memory, starts with the old contents.
-struct Replacement {
-    char *new_block;
-    char *old_block; // for the caller to retire once new_block is published; null when already freed
-};
-
-// Without a reader, the heap moves the block itself.
-Replacement replace_block(char *block, uint64_t used, uint64_t size, const RetiredBlocks *readers) {
-    if (!readers || !retired_has_reader(readers)) {
-        char *moved = static_cast<char *>(os_realloc(block, size));
-        return {moved, moved ? nullptr : block};
-    }
-    char *copy = static_cast<char *>(os_alloc(size));
-    if (copy && used > 0) {
-        memcpy(copy, block, used);
-    }
-    return {copy, block};
-}
-
-void retire_replaced(char *old_block, RetiredBlocks *readers) {
-    if (readers) {
-        retire_block(readers, old_block);
-    } else {
-        os_free(old_block);
-    }
-}
-
 constexpr uint64_t strbuf_doubles_up_to = 0x3FFFFFF;
 constexpr uint64_t strbuf_step = 0x4000000;
 
@@ -156,7 +129,7 @@ bool strbuf_make_room(StrBuf *buf, uint64_t count, RetiredBlocks *readers) {
         return true;
     }
     capacity = strbuf_capacity_for(capacity, length + count);
-    Replacement storage = replace_block(old_data, length + 1, capacity + 1, readers);
+    ReplacedBlock storage = replace_block(old_data, length + 1, capacity + 1, readers);
     if (!storage.new_block) {
         return false;
     }
@@ -218,7 +191,7 @@ bool dynarray_make_room(DynArray *array, uint64_t elem_size, uint64_t count, Ret
         grown = dynarray_next_capacity(elem_size, grown);
     }
     uint64_t capacity = grown;
-    Replacement storage = replace_block(array->data, count * elem_size, capacity * elem_size, readers);
+    ReplacedBlock storage = replace_block(array->data, count * elem_size, capacity * elem_size, readers);
     if (!storage.new_block) {
         array->count = 0;
     }

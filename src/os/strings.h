@@ -1,14 +1,12 @@
-// Text and growable storage: Str, StrBuf, DynArray and StringArena.
-//
-// Members that the interface and the worker share without a lock are volatile, so that the compiler keeps
-// each load and store and their order. A reader takes the count first and the pointer second; a writer stores
-// the pointer first and the count last.
+// Text and growable storage: Str, StrBuf, DynArray and StringArena. Texts and arrays may be shared between
+// threads as shared_blocks.h describes.
 #pragma once
 
 #include <stddef.h>
 #include <stdint.h>
 
 #include "os/memory.h"
+#include "os/shared_blocks.h"
 
 // ---- Str ----
 

@@ -7,6 +7,7 @@
 
 #include <stdint.h>
 
+#include "os/shared_blocks.h"
 #include "os/strings.h"
 
 inline constexpr int64_t default_max_file_size = 10000000; // bytes
