@@ -9,6 +9,7 @@
 #include "app/list_keys.h"
 #include "app/scratch.h"
 #include "app/settings.h"
+#include "os/arrays.h"
 #include "os/files.h"
 #include "render/font.h"
 #include "search/results_store.h"

@@ -19,6 +19,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "os/arrays.h"
 #include "os/console.h"
 #include "search/readers.h"
 #include "search/results_store.h"

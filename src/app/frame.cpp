@@ -8,6 +8,7 @@
 #include "app/scrolling.h"
 #include "app/settings.h"
 #include "app/status_line.h"
+#include "os/arrays.h"
 #include "os/clock.h"
 #include "render/draw.h"
 #include "render/text.h"

@@ -4,6 +4,7 @@
 #include "app/frame.h"
 #include "app/input.h"
 #include "app/settings.h"
+#include "os/arrays.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field.h"

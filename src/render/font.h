@@ -9,6 +9,7 @@
 
 #include <stb_truetype.h>
 
+#include "os/arrays.h"
 #include "os/strings.h"
 
 struct Font {

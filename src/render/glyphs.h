@@ -9,6 +9,7 @@
 
 #include <stb_truetype.h>
 
+#include "os/arrays.h"
 #include "os/strings.h"
 
 // The font at one height. After bitmaps has run out of memory, new glyphs have a null bitmap; the others keep

@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "os/arrays.h"
 #include "os/strings.h"
 
 struct Field {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "os/arrays.h"
 #include "os/console.h"
 #include "os/paths.h"
 #include "os/utf8.h"

@@ -6,6 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "os/arrays.h"
 #include "os/clipboard.h"
 #include "os/memory.h"
 #include "os/utf16.h"

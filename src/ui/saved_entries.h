@@ -8,6 +8,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "os/arrays.h"
 #include "os/strings.h"
 #include "ui/field.h"
 

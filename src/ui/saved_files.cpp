@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "os/arrays.h"
 #include "os/files.h"
 #include "os/paths.h"
 #include "os/replace_file.h"

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fuzz.h"
+#include "os/arrays.h"
 #include "os/clipboard.h"
 #include "render/text.h"
 #include "search/search_state.h"

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "fuzz.h"
+#include "os/arrays.h"
 #include "os/files.h"
 #include "os/paths.h"
 #include "search/search_state.h"

@@ -29,6 +29,7 @@
 #include "app/input.h"
 #include "app/scratch.h"
 #include "app/startup.h"
+#include "os/arrays.h"
 #include "os/clock.h"
 #include "os/files.h"
 #include "os/process.h"

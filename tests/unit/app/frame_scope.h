@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/app_scope.h"
+#include "os/arrays.h"
 #include "os/clock.h"
 #include "render/font_scope.h"
 #include "search/results_store.h"

@@ -9,6 +9,7 @@
 #include "app/frame_scope.h"
 #include "app/input.h"
 #include "app/shown_window.h"
+#include "os/arrays.h"
 #include "os/clock.h"
 #include "os/toolkit/window.h"
 #include "render/draw.h"

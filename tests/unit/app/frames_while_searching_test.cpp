@@ -14,6 +14,7 @@
 #include "app/frame_scope.h"
 #include "app/input.h"
 #include "app/list_keys.h"
+#include "os/arrays.h"
 #include "search/counted.h"
 #include "search/self_checking_tree.h"
 #include "search/sleepless_worker.h"

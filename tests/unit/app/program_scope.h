@@ -7,6 +7,7 @@
 #include "actions/command_template.h"
 #include "app/app_scope.h"
 #include "app/input.h"
+#include "os/arrays.h"
 #include "os/window.h"
 #include "render/font_scope.h"
 #include "search/results_store.h"

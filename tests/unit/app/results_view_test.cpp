@@ -13,6 +13,7 @@
 #include "app/frame_scope.h"
 #include "app/plain_results.h"
 #include "app/scrolling.h"
+#include "os/arrays.h"
 #include "render/utf8_scope.h"
 #include "support/heap_hook.h"
 #include "support/picture.h"

@@ -4,6 +4,7 @@
 
 #include <string.h>
 
+#include "os/arrays.h"
 #include "os/memory.h"
 #include "os/strings.h"
 #include "support/each_step.h"

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "os/arrays.h"
 #include "os/memory.h"
 #include "ui/field.h"
 #include "ui/input_state.h"

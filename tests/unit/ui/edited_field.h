@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "os/arrays.h"
 #include "os/clipboard.h"
 #include "support/system_clipboard.h"
 #include "support/test_tree.h"

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "os/arrays.h"
 #include "render/draw.h"
 #include "render/font_scope.h"
 #include "render/text.h"

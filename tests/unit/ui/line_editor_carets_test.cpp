@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "os/arrays.h"
 #include "search/search_state.h"
 #include "support/each_step.h"
 #include "support/heap_hook.h"

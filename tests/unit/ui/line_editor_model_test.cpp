@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "os/arrays.h"
 #include "os/clipboard.h"
 #include "render/text.h"
 #include "search/search_state.h"

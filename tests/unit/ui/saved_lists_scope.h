@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "os/arrays.h"
 #include "os/memory.h"
 #include "search/search_state.h"
 #include "support/test_tree.h"
