@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "os/arena.h"
 #include "os/clock.h"
 #include "search/readers.h"
 #include "search/results_store.h"

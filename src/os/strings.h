@@ -1,4 +1,4 @@
-// Text: Str, StrBuf and StringArena. A StrBuf may be shared between threads as shared_blocks.h describes.
+// Text: Str and StrBuf. A StrBuf may be shared between threads as shared_blocks.h describes.
 #pragma once
 
 #include <stddef.h>
@@ -43,6 +43,10 @@ Str str_cut_trailing_whitespace(Str text);
 // A zero-terminated copy, owned by the caller and freed with os_free; the empty Str when out of memory.
 Str str_copy(Str text);
 
+// Copies the text to block, which has text.count + 1 bytes, with a zero byte after it. Returns the copy, or
+// the empty Str when block is null.
+Str str_copy_to(char *block, Str text);
+
 // ---- StrBuf ----
 
 // A growable, zero-terminated text. Its first two members form a Str.
@@ -80,44 +84,5 @@ bool strbuf_set_end(StrBuf *buf, uint64_t start, Str end, RetiredBlocks *readers
 // for a buf without storage. Not for a text that another thread reads.
 bool strbuf_try_append(StrBuf *buf, Str text);
 
-// ---- StringArena ----
-
-struct ArenaBlock {
-    uint64_t capacity; // bytes
-    uint64_t used;     // bytes; 0 once the block has become current, not kept up to date
-    char *base;
-};
-
-// A chain of large blocks that strings are allocated from and that are rewound together. Strings are never
-// freed one by one. Once out of memory, every allocation fails until the next rewind.
-struct StringArena {
-    uint64_t capacity;  // bytes of the current block
-    uint64_t used;      // bytes used in the current block
-    char *base;         // the current block; null once out of memory
-    ArenaBlock *blocks; // block_count rows
-    uint64_t index;     // where the last search for a block stopped; not always the current block's row
-    uint64_t block_count;
-    uint64_t default_block_size; // bytes
-    ArenaBlock first_block;      // the block table while it has one row
-};
-
-// Allocates the first block. When out of memory every later allocation fails, too.
-void arena_init(StringArena *arena, uint64_t default_block_size);
-
-// Makes block 0 current and empty. The other blocks stay allocated.
-void arena_rewind(StringArena *arena);
-
-// Returns size bytes, or null when out of memory. The 64-bit word before them holds size + 8.
-void *arena_alloc(StringArena *arena, uint64_t size);
-
-// Copies text into the arena, with a zero byte after it. Returns the copy, or the empty Str when out of
-// memory.
-Str arena_push_string(StringArena *arena, Str text);
-
 static_assert(sizeof(Str) == 16 && offsetof(Str, data) == 8);
 static_assert(sizeof(StrBuf) == 24 && offsetof(StrBuf, data) == 8 && offsetof(StrBuf, capacity) == 16);
-static_assert(sizeof(ArenaBlock) == 24 && offsetof(ArenaBlock, used) == 8 &&
-              offsetof(ArenaBlock, base) == 16);
-static_assert(offsetof(StringArena, used) == 8 && offsetof(StringArena, base) == 16 &&
-              offsetof(StringArena, blocks) == 24 && offsetof(StringArena, index) == 32 &&
-              offsetof(StringArena, block_count) == 40 && offsetof(StringArena, default_block_size) == 48);

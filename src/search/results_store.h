@@ -7,6 +7,7 @@
 
 #include <stdint.h>
 
+#include "os/arena.h"
 #include "os/arrays.h"
 #include "os/shared_blocks.h"
 #include "os/strings.h"

@@ -1,5 +1,6 @@
 #include "search/search_state.h"
 
+#include "os/arena.h"
 #include "search/results_store.h"
 
 SearchState search_state = {

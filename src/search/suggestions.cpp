@@ -1,5 +1,6 @@
 #include "search/suggestions.h"
 
+#include "os/arena.h"
 #include "os/arrays.h"
 #include "os/paths.h"
 #include "search/results_store.h"

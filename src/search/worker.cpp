@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "os/arena.h"
 #include "os/clock.h"
 #include "os/paths.h"
 #include "search/readers.h"

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fuzz.h"
+#include "os/arena.h"
 #include "os/arrays.h"
 #include "os/processor.h"
 #include "search/plain_matcher.h"

@@ -25,6 +25,7 @@
 #include "app/list_keys.h"
 #include "app/program_scope.h"
 #include "app/startup.h"
+#include "os/arena.h"
 #include "os/arrays.h"
 #include "os/clipboard.h"
 #include "search/worker.h"

@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 
+#include "os/arena.h"
 #include "search/plain_matcher.h"
 #include "search/results_store.h"
 #include "search/scan.h"

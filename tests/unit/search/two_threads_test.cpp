@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "os/arena.h"
 #include "os/arrays.h"
 #include "os/clock.h"
 #include "os/toolkit/threads.h"

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string.h>
 
+#include "os/arena.h"
 #include "os/arrays.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
