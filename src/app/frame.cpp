@@ -8,11 +8,8 @@
 #include "app/scrolling.h"
 #include "app/settings.h"
 #include "app/status_line.h"
-#include "os/arrays.h"
 #include "os/clock.h"
 #include "render/draw.h"
-#include "render/text.h"
-#include "search/results_store.h"
 #include "search/search_state.h"
 #include "ui/field_widget.h"
 #include "ui/input_state.h"
@@ -28,18 +25,6 @@ namespace {
 
 // In pixels: more than any window has, and small enough for sums to fit 32 bits.
 constexpr int32_t far_below = 1 << 24;
-
-// Draws a table of folders, one name per row, from the layout's place down to the framebuffer's lower edge,
-// and moves the layout below them.
-void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_t colour, Layout *layout) {
-    for (uint64_t i = 0; i < folders->count && layout->y < framebuffer->height; i++) {
-        FolderRow folder = results_folder_at(folders, i, scratch_room());
-        if (folder.copy != ROW_GONE) {
-            draw_row_text(framebuffer, layout, theme::folder_x, colour, folder.name);
-        }
-        layout->y += layout->line_height;
-    }
-}
 
 void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
     fill_rect(framebuffer, whole_of(framebuffer), whole_of(framebuffer), theme::background);
@@ -57,8 +42,7 @@ void draw_fields_and_list(Framebuffer *framebuffer, Layout *layout) {
         fill_outline(framebuffer, whole_of(framebuffer), list, theme::busy_frame_thickness,
                      theme::busy_frame);
     }
-    draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, layout);
-    draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, layout);
+    folders_view(framebuffer, layout);
     if (settings.list_keys) {
         scroll_bar_mouse(framebuffer, list_top, layout);
     }

@@ -11,7 +11,7 @@
 #include "os/process.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 #include "ui/input_state.h"
 #include "ui/line_editor.h"
 

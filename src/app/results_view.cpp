@@ -7,6 +7,7 @@
 #include "app/scratch.h"
 #include "app/settings.h"
 #include "app/status_line.h"
+#include "os/arrays.h"
 #include "os/paths.h"
 #include "os/utf8.h"
 #include "render/draw.h"
@@ -17,6 +18,16 @@
 #include "ui/theme.h"
 
 namespace {
+
+void draw_folder_rows(Framebuffer *framebuffer, const DynArray *folders, uint32_t colour, Layout *layout) {
+    for (uint64_t i = 0; i < folders->count && layout->y < framebuffer->height; i++) {
+        FolderRow folder = results_folder_at(folders, i, scratch_room());
+        if (folder.copy != ROW_GONE) {
+            draw_row_text(framebuffer, layout, theme::folder_x, colour, folder.name);
+        }
+        layout->y += layout->line_height;
+    }
+}
 
 void draw_header_row(Framebuffer *framebuffer, Layout *layout, const FileEntry &file,
                      uint64_t hidden_folder_bytes) {
@@ -77,6 +88,11 @@ void draw_selection(Framebuffer *framebuffer, const Layout *layout) {
 int32_t draw_row_text(Framebuffer *framebuffer, const Layout *layout, int32_t x, uint32_t colour, Str text) {
     return static_cast<int32_t>(draw_text(framebuffer, {x, layout->y + layout->text_y_offset},
                                           layout->font_size, layout->font_size, colour, text));
+}
+
+void folders_view(Framebuffer *framebuffer, Layout *layout) {
+    draw_folder_rows(framebuffer, &results_store.matching_folders, theme::matching_folder, layout);
+    draw_folder_rows(framebuffer, &results_store.other_folders, theme::other_folder, layout);
 }
 
 void results_view(Framebuffer *framebuffer, int32_t first_visible_hit, Layout *layout) {

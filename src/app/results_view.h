@@ -1,5 +1,5 @@
-// The list of hits: for each file a header row with its name, then a row for each hit. The hit under the
-// mouse is highlighted, and a click on it runs a command. Interface thread only.
+// The list: a row for each suggested folder, then for each file a header row with its name and a row for each
+// hit. The hit under the mouse is highlighted, and a click on it runs a command. Interface thread only.
 #pragma once
 
 #include <stdint.h>
@@ -11,6 +11,10 @@
 
 // Draws text in the layout's current row, at that x. Returns its width in pixels.
 int32_t draw_row_text(Framebuffer *framebuffer, const Layout *layout, int32_t x, uint32_t colour, Str text);
+
+// Draws the matching folders, then the others, one name per row, from the layout's place down to the
+// framebuffer's lower edge, and moves the layout below them.
+void folders_view(Framebuffer *framebuffer, Layout *layout);
 
 // Draws the rows of the hit table from first_visible_hit on, from the layout's place down to the
 // framebuffer's lower edge, and moves the layout below them. A header row precedes the first hit, even in the

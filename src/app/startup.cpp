@@ -7,7 +7,7 @@
 #include "os/arrays.h"
 #include "search/results_store.h"
 #include "search/search_state.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 #include "ui/line_editor.h"
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"

@@ -5,7 +5,7 @@
 #include "os/framebuffer.h"
 #include "os/rect.h"
 #include "os/strings.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 #include "ui/layout.h"
 
 // Draws the field at the layout's place, handles the mouse on it, and moves the layout below it, and below

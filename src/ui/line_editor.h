@@ -12,7 +12,7 @@
 #include <stdint.h>
 
 #include "os/window.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 
 // ---- Carets ----
 

@@ -1,8 +1,8 @@
 // The saved entries of a field, which its drop-down shows, and the mark that tells whether its text is one of
 // them. Interface thread only.
 //
-// How to use it: reserve the lists and load both (saved_files.h). From then on, call field_changed (field.h)
-// after each change of the focused field's text by a key.
+// How to use it: reserve the lists and load both (saved_files.h). From then on, call field_changed
+// (field_state.h) after each change of the focused field's text by a key.
 #pragma once
 
 #include <stddef.h>
@@ -10,7 +10,7 @@
 
 #include "os/arrays.h"
 #include "os/strings.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 
 struct SavedEntry {
     uint64_t in_use;   // 1: live; 0: removed: keeps its slot and is shown, but is not written

@@ -11,7 +11,7 @@
 #include <stdint.h>
 
 #include "os/strings.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 
 // The folder of both files, with a '/' at its end; no file is used while it is empty.
 extern Str saved_folder;

@@ -36,7 +36,7 @@
 #include "os/window.h"
 #include "search/search_state.h"
 #include "support/headless_window.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 #include "ui/saved_entries.h"
 #include "ui/saved_files.h"
 

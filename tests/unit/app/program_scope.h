@@ -12,7 +12,7 @@
 #include "render/font_scope.h"
 #include "search/results_store.h"
 #include "support/test_tree.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 #include "ui/input_state.h"
 
 // The program's folder: settings, the default font, both lists.

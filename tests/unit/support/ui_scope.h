@@ -5,7 +5,7 @@
 
 #include "os/arrays.h"
 #include "os/memory.h"
-#include "ui/field.h"
+#include "ui/field_state.h"
 #include "ui/input_state.h"
 #include "ui/line_editor.h"
 

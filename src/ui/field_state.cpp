@@ -1,4 +1,4 @@
-#include "ui/field.h"
+#include "ui/field_state.h"
 
 #include "search/search_state.h"
 #include "ui/saved_entries.h"
