@@ -302,6 +302,24 @@ TEST(Readers, WithoutMemoryOfTheirOwnTheyLeaveAllToTheWorker) {
     }
 }
 
+TEST(Readers, OutOfMemoryForTheResultsStringsLeaveOutWhatTheWorkerLeavesOut) {
+    TestTree tree;
+    for (int i = 0; i < 60; i++) {
+        tree.file("d" + std::to_string(i / 6) + "/" + std::to_string(i), "foo.....\nfoo.....");
+    }
+    Search how;
+    how.arena_block_size = 400;
+    static std::atomic<int> blocks_left;
+    HeapHookScope hook([](uint64_t size) { return size != 400 || blocks_left-- > 0; });
+    blocks_left = 1;
+    const Stored alone = search(tree, how, 0);
+    EXPECT_FALSE(alone.rows.starts_with("files 60\n"));
+    for (uint32_t count : reader_counts) {
+        blocks_left = 1;
+        EXPECT_EQ(search(tree, how, count), alone) << count;
+    }
+}
+
 // ---- The same results ----
 
 TEST(Readers, FindInRandomTreesWhatTheWorkerFindsAlone) {
