@@ -69,11 +69,11 @@ done
 tests_tmpdir=${TMPDIR:-/tmp}
 memory=
 room=$(df --output=avail /dev/shm 2> /dev/null | sed 1d) || true # KB
-if [ -z "${TMPDIR:-}" ] && [ "${room:-0}" -ge 4000000 ]; then
+if [ -z "${TMPDIR:-}" ] && [ -w /dev/shm ] && [ "${room:-0}" -ge 4000000 ]; then
     memory=$(mktemp -d /dev/shm/tarnwick.XXXXXX)
     chmod 755 "$memory" # a test becomes another user
     cp /bin/true "$memory"
-    ! "$memory/true" || tests_tmpdir=$memory
+    ! "$memory/true" 2> /dev/null || tests_tmpdir=$memory
 fi
 
 # All at once, as many of the tests wait for a screen more than they compute. The Windows ones take longest, so the

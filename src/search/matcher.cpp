@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <string.h>
-
 #include "search/search_state.h"
 
 namespace {
